@@ -1,0 +1,52 @@
+/// Message counters of a VRF.
+#pragma once
+
+#include <iosfwd>
+
+#include "platform/kiv/Attributes.h"
+
+namespace Routing::Pim::Bsr {
+
+/// Drops by reason. Read, changed in one field and written back whole.
+struct PimBsrErrorCounters {
+  uint32_t deniedError = 0;       ///< over a border of the zone, or an advertiser that is not permitted
+  uint32_t rpfError = 0;          ///< no RPF neighbour, or not from it
+  uint32_t noFwdBsmError = 0;     ///< a no-forward message that is no quick refresh
+  uint32_t unicastBsmError = 0;   ///< a Bootstrap message sent to a unicast address
+  uint32_t notBsrError = 0;       ///< an advertisement for a zone whose BSR we are not
+  uint32_t unknownDestError = 0;  ///< sent to a multicast address other than ALL-PIM-ROUTERS
+  bool operator==(const PimBsrErrorCounters &) const = default;
+};
+std::ostream &operator<<(std::ostream &out, const PimBsrErrorCounters &counters);
+
+class PimBsrCounters : public Kiv::NamedEntity {
+ public:
+  using NamedEntity::NamedEntity;
+
+#define ATTRIBUTES(ATTRIBUTE)                                      \
+  ATTRIBUTE(counter, rx, Rx)                                       \
+  ATTRIBUTE(counter, rxSuccess, RxSuccess)                         \
+  ATTRIBUTE(counter, rxError, RxError)                             \
+  ATTRIBUTE(counter, tx, Tx)                                       \
+  ATTRIBUTE(counter, txSuccess, TxSuccess)                         \
+  ATTRIBUTE(counter, txError, TxError)                             \
+  ATTRIBUTE(counter, rxBsm, RxBsm)                                 \
+  ATTRIBUTE(counter, rxBsmSuccess, RxBsmSuccess)                   \
+  ATTRIBUTE(counter, rxBsmError, RxBsmError)                       \
+  ATTRIBUTE(counter, rxCrpAdv, RxCrpAdv)                           \
+  ATTRIBUTE(counter, rxCrpAdvSuccess, RxCrpAdvSuccess)             \
+  ATTRIBUTE(counter, rxCrpAdvError, RxCrpAdvError)                 \
+  ATTRIBUTE(value, PimBsrErrorCounters, errCounters, ErrCounters, {})
+  KIV_ENTITY(PimBsrCounters, ATTRIBUTES)
+#undef ATTRIBUTES
+
+ public:
+  /// Adds one to a field of errCounters.
+  void errorInc(uint32_t PimBsrErrorCounters::*field) {
+    PimBsrErrorCounters changed = errCounters();
+    ++(changed.*field);
+    errCountersIs(changed);
+  }
+};
+
+}  // namespace Routing::Pim::Bsr

@@ -1,0 +1,28 @@
+#include "model/Status.h"
+
+#include <ostream>
+
+namespace Routing::Pim::Bsr {
+
+std::ostream &operator<<(std::ostream &out, const PimBsrErrorCounters &counters) {
+  return out << "denied=" << counters.deniedError << " rpf=" << counters.rpfError
+             << " noFwdBsm=" << counters.noFwdBsmError << " unicastBsm=" << counters.unicastBsmError
+             << " notBsr=" << counters.notBsrError << " unknownDest=" << counters.unknownDestError;
+}
+
+std::ostream &operator<<(std::ostream &out, BsrCandidateState state) {
+  switch (state) {
+    case BsrCandidateState::cBsr: return out << "cBsr";
+    case BsrCandidateState::pBsr: return out << "pBsr";
+    case BsrCandidateState::eBsr: return out << "eBsr";
+    case BsrCandidateState::unset: break;
+  }
+  return out << "unset";
+}
+
+bool isBorder(const Status &status, const Pax::IpGenPrefix &zone, const Pax::IntfId &intfId) {
+  const auto border = status.bsBorder(zone);
+  return border && border->intfId(intfId);
+}
+
+}  // namespace Routing::Pim::Bsr

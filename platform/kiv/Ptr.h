@@ -1,0 +1,87 @@
+/// Reference-counted ownership of entities and packet records.
+///
+/// The count lives in the object and is not atomic: every object belongs to the one thread of
+/// its agent. An object taken out of its collection lives on while somebody holds a Ptr to it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <type_traits>
+#include <utility>
+
+namespace Kiv {
+
+/// Base of everything that a Ptr can hold. Starts with a count of zero; the first Ptr owns it.
+class Counted {
+ public:
+  Counted() = default;
+  Counted(const Counted &) = delete;
+  Counted &operator=(const Counted &) = delete;
+
+  /// How many Ptrs hold this object.
+  uint32_t refCount() const { return refCount_; }
+
+ protected:
+  virtual ~Counted() = default;
+
+ private:
+  template <class T>
+  friend class Ptr;
+  mutable uint32_t refCount_ = 0;
+};
+
+template <class T>
+class Ptr {
+ public:
+  Ptr() = default;
+  Ptr(std::nullptr_t) {}
+  explicit Ptr(T *object) : object_(object) { hold(); }
+  Ptr(const Ptr &other) : object_(other.object_) { hold(); }
+  Ptr(Ptr &&other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+  template <class U>
+    requires std::is_convertible_v<U *, T *>
+  Ptr(const Ptr<U> &other) : object_(other.get()) {
+    hold();
+  }
+  Ptr &operator=(Ptr other) noexcept {
+    std::swap(object_, other.object_);
+    return *this;
+  }
+  ~Ptr() { release(); }
+
+  T *get() const { return object_; }
+  T *operator->() const { return object_; }
+  T &operator*() const { return *object_; }
+  explicit operator bool() const { return object_ != nullptr; }
+
+  template <class U>
+  bool operator==(const Ptr<U> &other) const {
+    return object_ == other.get();
+  }
+  bool operator==(std::nullptr_t) const { return object_ == nullptr; }
+
+ private:
+  void hold() {
+    if (object_) ++static_cast<const Counted *>(object_)->refCount_;
+  }
+  void release() {
+    const Counted *counted = object_;
+    if (counted && --counted->refCount_ == 0) delete counted;
+  }
+
+  T *object_ = nullptr;
+};
+
+/// The only way entities come into being: on the heap, owned by the Ptr returned.
+template <class T, class... Arguments>
+Ptr<T> make(Arguments &&...arguments) {
+  return Ptr<T>(new T(std::forward<Arguments>(arguments)...));
+}
+
+}  // namespace Kiv
+
+template <class T>
+struct std::hash<Kiv::Ptr<T>> {
+  size_t operator()(const Kiv::Ptr<T> &pointer) const { return std::hash<T *>()(pointer.get()); }
+};

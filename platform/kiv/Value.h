@@ -1,0 +1,81 @@
+/// Attribute values in the general form in which they are shown and set by name.
+#pragma once
+
+#include <concepts>
+#include <cstdint>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <variant>
+
+#include "platform/kiv/RangeError.h"
+
+namespace Kiv {
+
+/// Numbers and truth values as themselves, every other type as its text.
+using Value = std::variant<bool, uint64_t, double, std::string>;
+
+/// The text of a value as operators read it.
+std::string toText(const Value &value);
+
+template <class T>
+Value toValue(const T &value) {
+  if constexpr (std::is_same_v<T, bool>) {
+    return value;
+  } else if constexpr (std::unsigned_integral<T>) {
+    return uint64_t{value};
+  } else if constexpr (std::floating_point<T>) {
+    return double{value};
+  } else if constexpr (requires { value.number(); }) {
+    return uint64_t{value.number()};
+  } else {
+    std::ostringstream text;
+    text << value;
+    return text.str();
+  }
+}
+
+/// The typed value. Throws RangeError where the general form does not fit the type. A type that
+/// is given as text offers `static T fromText(std::string_view)`, which throws the same.
+template <class T>
+T fromValue(const Value &value) {
+  const auto fail = []() -> T { throw RangeError("value is of the wrong type"); };
+  if constexpr (std::is_same_v<T, bool>) {
+    return std::holds_alternative<bool>(value) ? std::get<bool>(value) : fail();
+  } else if constexpr (std::unsigned_integral<T>) {
+    if (!std::holds_alternative<uint64_t>(value)) return fail();
+    const uint64_t number = std::get<uint64_t>(value);
+    if (number > T(-1)) throw RangeError("value does not fit " + std::to_string(8 * sizeof(T)) + " bits");
+    return static_cast<T>(number);
+  } else if constexpr (std::floating_point<T>) {
+    if (std::holds_alternative<uint64_t>(value)) return static_cast<T>(std::get<uint64_t>(value));
+    return std::holds_alternative<double>(value) ? std::get<double>(value) : fail();
+  } else if constexpr (std::is_same_v<T, std::string>) {
+    return std::holds_alternative<std::string>(value) ? std::get<std::string>(value) : fail();
+  } else if constexpr (requires(T t) { t.number(); }) {
+    return std::holds_alternative<uint64_t>(value) ? T(std::get<uint64_t>(value)) : fail();
+  } else if constexpr (requires { T::fromText(std::string_view()); }) {
+    return std::holds_alternative<std::string>(value) ? T::fromText(std::get<std::string>(value)) : fail();
+  } else {
+    return fail();
+  }
+}
+
+class Entity;
+
+/// Visits what an entity describes of itself, in order of declaration. A collection is announced
+/// with enter(), its elements follow, leave() ends it. Nothing is passed on ownership.
+class Visitor {
+ public:
+  virtual ~Visitor() = default;
+  virtual void attribute(std::string_view name, const Value &value) = 0;
+  virtual void child(std::string_view name, const Entity *entity) = 0;  ///< null when there is none
+  virtual void enter(std::string_view name) = 0;
+  virtual void key(const Value &key) = 0;                        ///< element of a set
+  virtual void element(const Value &key, const Value &value) = 0;
+  virtual void element(const Value &key, const Entity &entity) = 0;
+  virtual void leave() = 0;
+};
+
+}  // namespace Kiv

@@ -1,0 +1,35 @@
+#include "platform/pax/IntfId.h"
+
+#include <ostream>
+#include <tuple>
+
+#include "platform/pax/Ranged.h"
+
+namespace Pax {
+
+IntfId::IntfId(std::string_view vrf, std::string_view name)
+    : record_(Kiv::make<Record>(vrf.empty() ? L3::defaultVrf : vrf, name)) {}
+
+IntfId IntfId::fromText(std::string_view text) {
+  const size_t slash = text.find('/');
+  if (slash == std::string_view::npos) return {L3::defaultVrf, text};
+  return {text.substr(0, slash), text.substr(slash + 1)};
+}
+
+std::string_view IntfId::vrf() const { return record_ ? std::string_view(record_->vrf) : std::string_view(); }
+std::string_view IntfId::name() const { return record_ ? std::string_view(record_->name) : std::string_view(); }
+
+bool IntfId::operator==(const IntfId &other) const {
+  return record_ == other.record_ || (name() == other.name() && vrf() == other.vrf());
+}
+
+std::strong_ordering IntfId::operator<=>(const IntfId &other) const {
+  return std::tuple(vrf(), name()) <=> std::tuple(other.vrf(), other.name());
+}
+
+std::ostream &operator<<(std::ostream &out, const IntfId &intfId) {
+  if (!intfId.isEmpty() && intfId.vrf() != L3::defaultVrf) out << intfId.vrf() << '/';
+  return out << intfId.name();
+}
+
+}  // namespace Pax

@@ -1,0 +1,48 @@
+/// Address prefixes of either family.
+#pragma once
+
+#include "platform/pax/IpGenAddr.h"
+
+namespace Pax {
+
+/// An address and a length, host bits masked. The default is the empty prefix (no match, unset):
+/// a value of its own that never equals 0.0.0.0/0 or ::/0 and covers nothing.
+class IpGenPrefix {
+ public:
+  constexpr IpGenPrefix() = default;
+  /// Masks the host bits. A length beyond the address counts as the full length.
+  IpGenPrefix(const IpGenAddr &address, uint8_t length);
+  /// From "239.0.0.0/8"; host bits are masked. Throws Kiv::RangeError.
+  static IpGenPrefix fromText(std::string_view text);
+  /// The prefix of this one address.
+  static IpGenPrefix host(const IpGenAddr &address) { return {address, addressBits(address.af())}; }
+
+  constexpr const IpGenAddr &address() const { return address_; }
+  constexpr uint8_t length() const { return length_; }
+  constexpr AddressFamily af() const { return address_.af(); }
+  constexpr bool isEmpty() const { return af() == AddressFamily::unknown; }
+
+  /// Whether every address of `other` is in this prefix too.
+  bool covers(const IpGenPrefix &other) const;
+
+  constexpr bool operator==(const IpGenPrefix &) const = default;
+  constexpr std::strong_ordering operator<=>(const IpGenPrefix &) const = default;
+
+ private:
+  IpGenAddr address_;
+  uint8_t length_ = 0;
+};
+
+std::ostream &operator<<(std::ostream &out, const IpGenPrefix &prefix);
+
+/// All multicast groups, which is the global zone: 224.0.0.0/4 or ff00::/8. Empty for an unknown family.
+IpGenPrefix allGroups(AddressFamily family);
+
+}  // namespace Pax
+
+template <>
+struct std::hash<Pax::IpGenPrefix> {
+  size_t operator()(const Pax::IpGenPrefix &prefix) const {
+    return std::hash<Pax::IpGenAddr>()(prefix.address()) + prefix.length() * 0x9e3779b9u;
+  }
+};

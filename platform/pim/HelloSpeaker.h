@@ -1,0 +1,53 @@
+/// Speaks and hears Hellos on the PIM interfaces of a VRF (RFC 7761 section 4.3), and writes the
+/// VRF's PIM status: interfaces, neighbours, DR.
+#pragma once
+
+#include <map>
+#include <memory>
+
+#include "platform/ip/IntfStatus.h"
+#include "platform/orb/Random.h"
+#include "platform/orb/TimerWheel.h"
+#include "platform/pim/PacketPort.h"
+#include "platform/pim/PimStatus.h"
+
+namespace Routing::Pim::IO {
+
+/// PIM is on at every interface named with intfIs(), from the moment it is up and has a PIM address.
+/// Such an interface, and no other, stands in Status.pimIntf.
+class HelloSpeaker : public Kiv::Counted, public MessageConsumer, public BeforeBootstrap {
+ public:
+  struct Parameters {
+    /// False: listen only, because another PIM daemon on this router speaks; then drPriority is that
+    /// daemon's, and its triggered Hello counts as sent 5 s after a new neighbour or Generation ID.
+    bool speak = true;
+    uint32_t drPriority = 0;
+  };
+
+  HelloSpeaker(const Kiv::Ptr<Status> &status, const Kiv::Ptr<const Ip::AllIntfStatusDir> &interfaces,
+               const Kiv::Ptr<PacketPort> &port, const Kiv::Ptr<Orb::TimerWheel> &wheel, Orb::Random &random,
+               const Parameters &parameters);
+  ~HelloSpeaker() override;
+
+  void intfIs(const Pax::IntfId &intfId);
+  void intfDel(const Pax::IntfId &intfId);
+  /// A change of drPriority is told at once.
+  void parametersIs(const Parameters &parameters);
+  /// Says goodbye (holdtime 0) on every interface and forgets them; for an orderly stop.
+  void shutDown();
+
+  void messageIs(const Pax::IntfId &intfId, const Kiv::Ptr<Packet::Message> &message) override;
+  void helloFirst(const Pax::IntfId &intfId) override;
+
+ private:
+  class Interface;
+  const Kiv::Ptr<Status> status_;
+  const Kiv::Ptr<const Ip::AllIntfStatusDir> interfaces_;
+  const Kiv::Ptr<PacketPort> port_;
+  const Kiv::Ptr<Orb::TimerWheel> wheel_;
+  Orb::Random &random_;
+  Parameters parameters_;
+  std::map<Pax::IntfId, std::unique_ptr<Interface>> interface_;
+};
+
+}  // namespace Routing::Pim::IO

@@ -1,0 +1,53 @@
+/// Status of PIM on the interfaces of a VRF: neighbours, DR, MTU. Written by the Hello speaker.
+#pragma once
+
+#include "platform/kiv/Attributes.h"
+#include "platform/pax/IntfId.h"
+#include "platform/pax/IpGenPrefix.h"
+
+namespace Routing::Pim {
+
+/// A neighbour, keyed by the source address of its Hellos. Times are absolute seconds.
+class PimNeighbor : public Kiv::Entity {
+#define ATTRIBUTES(ATTRIBUTE)                                           \
+  /* its other addresses on the link, from the Address List option */   \
+  ATTRIBUTE(set, Pax::IpGenAddr, secondary, Secondary)                  \
+  ATTRIBUTE(value, bool, hasDrPriority, HasDrPriority, false)           \
+  ATTRIBUTE(value, uint32_t, drPriority, DrPriority, 1)                 \
+  ATTRIBUTE(value, bool, hasGenerationId, HasGenerationId, false)       \
+  ATTRIBUTE(value, uint32_t, generationId, GenerationId, 0)             \
+  ATTRIBUTE(value, double, upTime, UpTime, 0)                           \
+  ATTRIBUTE(value, double, expires, Expires, 0)
+  KIV_ENTITY(PimNeighbor, ATTRIBUTES)
+#undef ATTRIBUTES
+};
+
+/// One interface on which PIM is on and usable: it is up and has a PIM address.
+class PimIntf : public Kiv::Entity {
+#define ATTRIBUTES(ATTRIBUTE)                                                         \
+  ATTRIBUTE(value, Pax::IpGenAddr, address, Address, {})                              \
+  /* what the agent's byte counts may fill: min(link MTU, 2100), half of it for IPv6 */ \
+  ATTRIBUTE(value, uint32_t, mtu, Mtu, 0)                                             \
+  ATTRIBUTE(value, Pax::IpGenAddr, dr, Dr, {})                                        \
+  ATTRIBUTE(value, bool, isDr, IsDr, false)                                           \
+  ATTRIBUTE(map, Pax::IpGenAddr, PimNeighbor, neighbor, Neighbor)                     \
+  /* Hellos sent because of a new neighbour or Generation ID */                       \
+  ATTRIBUTE(counter, triggeredHelloSent, TriggeredHelloSent)
+  KIV_ENTITY(PimIntf, ATTRIBUTES)
+#undef ATTRIBUTES
+
+ public:
+  /// The neighbour with this address, primary or listed; its primary address goes to `primary`.
+  Kiv::Ptr<PimNeighbor> neighborOwning(const Pax::IpGenAddr &address, Pax::IpGenAddr &primary) const;
+};
+
+class Status : public Kiv::NamedEntity {
+ public:
+  using NamedEntity::NamedEntity;
+
+#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, Pax::IntfId, PimIntf, pimIntf, PimIntf)
+  KIV_ENTITY(Status, ATTRIBUTES)
+#undef ATTRIBUTES
+};
+
+}  // namespace Routing::Pim

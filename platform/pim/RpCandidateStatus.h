@@ -1,0 +1,44 @@
+/// Sets of learned RPs: by group prefix, then by RP address. One such tree is kept per scope zone,
+/// and one per VRF is published for whoever maps groups to RPs.
+#pragma once
+
+#include "platform/kiv/Attributes.h"
+#include "platform/pax/IpGenPrefix.h"
+#include "platform/pim/Types.h"
+
+namespace Routing::Pim {
+
+/// One RP of one group prefix. Times are absolute, in seconds of the platform's clock.
+class RpCandidate : public Kiv::Entity {
+#define ATTRIBUTES(ATTRIBUTE)                                              \
+  ATTRIBUTE(value, Mode, pimMode, PimMode, Mode::sparse)                   \
+  ATTRIBUTE(value, RpPriority, priority, Priority, rpPriorityUnset)        \
+  ATTRIBUTE(value, CrpHoldTime, holdTime, HoldTime, 0)                     \
+  ATTRIBUTE(value, RpHashMaskLen, hashMaskLen, HashMaskLen, 0)             \
+  ATTRIBUTE(value, double, setupTime, SetupTime, 0)                        \
+  ATTRIBUTE(value, double, expires, Expires, 0)
+  KIV_ENTITY(RpCandidate, ATTRIBUTES)
+#undef ATTRIBUTES
+};
+
+class RpCandidateSet : public Kiv::Entity {
+#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, Pax::IpGenAddr, RpCandidate, rp, Rp)
+  KIV_ENTITY(RpCandidateSet, ATTRIBUTES)
+#undef ATTRIBUTES
+};
+
+/// rpSetType of sets that were learned from a Bootstrap Router.
+inline constexpr uint32_t rpSetTypeBsr = 2;
+
+class RpCandidateStatus : public Kiv::NamedEntity {
+ public:
+  using NamedEntity::NamedEntity;
+
+#define ATTRIBUTES(ATTRIBUTE)                                 \
+  ATTRIBUTE(value, uint32_t, rpSetType, RpSetType, 0)         \
+  ATTRIBUTE(map, Pax::IpGenPrefix, RpCandidateSet, crpSet, CrpSet)
+  KIV_ENTITY(RpCandidateStatus, ATTRIBUTES)
+#undef ATTRIBUTES
+};
+
+}  // namespace Routing::Pim
