@@ -1,0 +1,53 @@
+/// The loop of the process: packets, timers, kernel events and operator requests, one at a time.
+#pragma once
+
+#include <boost/asio/io_context.hpp>
+#include <functional>
+#include <memory>
+#include <set>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/linux/Watch.h"
+#include "platform/orb/TimerWheel.h"
+
+namespace Linux {
+
+/// Runs everything on the calling thread. Its clock is the boot clock, which goes on through
+/// restarts of the program and suspends of the machine; within one turn it stands still, so reading
+/// it is cheap. One timerfd on the same clock serves all timer wheels. At rest it sleeps in the
+/// kernel. It outlives whatever it serves.
+class EventLoop : public Orb::Clock, public Orb::Waker {
+ public:
+  EventLoop();
+  ~EventLoop() override;
+
+  /// For what belongs to Asio: signals, local sockets. Only turn() and run() may run it.
+  boost::asio::io_context &context() { return context_; }
+
+  /// Waits for one event and handles it. False when the loop was stopped.
+  bool turn();
+  /// Turns until stop().
+  void run();
+  void stop() { stopped_ = true; }
+
+  double now() const override;
+  void wakeAt(Orb::TimerWheel &wheel, double time) override;
+
+ private:
+  void runWheels();
+  void setTimer();
+
+  boost::asio::io_context context_;
+  const int timer_;  // the timerfd
+  std::unique_ptr<Watch> timerWatch_;
+  std::set<std::pair<double, Orb::TimerWheel *>> order_;
+  std::unordered_map<Orb::TimerWheel *, double> asked_;
+  std::vector<Orb::TimerWheel *> due_;  // wheels to run in this turn; null where one was cancelled
+  double set_ = Orb::never;             // what the timerfd is set to
+  bool stopped_ = false;
+  bool inTurn_ = false;
+  mutable double cached_ = 0;  // zero: the clock was not read in this turn
+};
+
+}  // namespace Linux

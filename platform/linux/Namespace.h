@@ -1,0 +1,50 @@
+/// Network namespaces: the VRFs of the machine.
+#pragma once
+
+#include <string>
+
+#include "platform/linux/Descriptor.h"
+
+namespace Linux {
+
+/// Where a namespace of this name is found: /run/netns/NAME. A text with a slash is a path already.
+std::string namespacePath(const std::string &name);
+
+/// The inode of the namespace mounted at `path`, which is its identity while it lives; 0 when there
+/// is none (yet: the file comes before the mount).
+uint64_t namespaceInode(const std::string &path);
+
+/// A network namespace held open, so that later sockets come from the same one even if its name has
+/// been taken over since. Whoever holds it lets go when the name vanishes, or it lives on.
+class Namespace {
+ public:
+  /// An empty name is the namespace that the program runs in. Throws std::system_error when there is
+  /// no such namespace or it may not be entered.
+  explicit Namespace(const std::string &name);
+
+  const std::string &name() const { return name_; }
+  bool isOwn() const { return !descriptor_; }
+
+  /// Calls `open` inside the namespace and returns what it returns; comes back in any case, also
+  /// when it throws. Not being able to come back is fatal.
+  template <class Open>
+  auto inside(const Open &open) const {
+    const Visit visit(*this);
+    return open();
+  }
+
+ private:
+  class Visit {
+   public:
+    explicit Visit(const Namespace &where);
+    ~Visit();
+
+   private:
+    Descriptor home_;
+  };
+
+  std::string name_;
+  Descriptor descriptor_;
+};
+
+}  // namespace Linux

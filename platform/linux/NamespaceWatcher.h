@@ -1,0 +1,58 @@
+/// Coming and going of named network namespaces.
+#pragma once
+
+#include <boost/asio/steady_timer.hpp>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "platform/linux/Descriptor.h"
+#include "platform/linux/EventLoop.h"
+
+namespace Linux {
+
+/// One per process. A namespace that is deleted lives on while a socket is open in it, so its name is
+/// what is watched. A name that is taken over by another namespace vanishes and appears.
+class NamespaceWatcher {
+ public:
+  /// Throws std::system_error when the kernel grants no inotify descriptor.
+  explicit NamespaceWatcher(EventLoop &loop);
+  ~NamespaceWatcher();
+
+  using Changed = std::function<void(bool present)>;
+
+  /// One name that is watched for as long as this object lives. `changed` is called from the loop,
+  /// never from the constructor, and may destroy this object.
+  class Watched {
+   public:
+    Watched(NamespaceWatcher &watcher, const std::string &name, Changed changed);
+    ~Watched();
+    Watched(const Watched &) = delete;
+    Watched &operator=(const Watched &) = delete;
+    bool present() const { return inode_ != 0; }
+
+   private:
+    friend class NamespaceWatcher;
+    NamespaceWatcher &watcher_;
+    const std::string path_;
+    const Changed changed_;
+    uint64_t inode_;
+  };
+
+ private:
+  void watchDirectory(const std::string &directory);
+  void read();
+  void check();
+  void retryLater();
+
+  EventLoop &loop_;
+  const Descriptor inotify_;
+  Watch watch_;
+  boost::asio::steady_timer retry_;
+  int retries_ = 0;
+  std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+  std::multimap<std::string, Watched *> watched_;  // by path
+};
+
+}  // namespace Linux

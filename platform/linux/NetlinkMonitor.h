@@ -1,0 +1,81 @@
+/// Interfaces and addresses of a VRF, as the kernel tells of them.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "platform/ip/IntfStatus.h"
+#include "platform/linux/EventLoop.h"
+#include "platform/linux/LinkMessage.h"
+#include "platform/linux/LinkTable.h"
+#include "platform/linux/NetlinkSocket.h"
+
+namespace Linux {
+
+/// Fills the interface status of one family: a dump of links, then one of addresses, with the events
+/// that arrive meanwhile and ever after. An overrun of the socket, or a dump that the kernel calls
+/// inconsistent, means a new dump, and what that no longer has goes.
+///
+/// An interface that goes first loses its addresses and `up`, then its element; a renamed one goes
+/// and comes, since its name is its identity; so does one that was made again with another index.
+class NetlinkMonitor {
+ public:
+  struct Parameters {
+    std::string vrf;
+    Pax::AddressFamily family;
+    /// Called from the loop, once, after the first dump.
+    std::function<void()> complete;
+  };
+
+  /// Opens its socket in `where` and asks for the dump. Throws std::system_error.
+  NetlinkMonitor(EventLoop &loop, const Namespace &where, const Kiv::Ptr<Ip::AllIntfStatusDir> &interfaces,
+                 const Kiv::Ptr<LinkTable> &links, Parameters parameters);
+
+  bool complete() const { return complete_; }
+  /// Whether the interface is enslaved to a vrf device: then its packets are not this VRF's.
+  bool inVrfDevice(const Pax::IntfId &intfId) const;
+  /// Takes every interface away, as if the kernel had; for a namespace that is gone.
+  void retractAll();
+
+ private:
+  struct Link {
+    Pax::IntfId intfId;
+    Kiv::Ptr<Ip::IntfStatus> status;
+    bool inVrfDevice = false;
+    bool seen = true;  // in the dump that is running
+    std::vector<AddressMessage> address;
+  };
+  enum class Dump { none, links, addresses };
+
+  void read();
+  void messageIs(const nlmsghdr &message);
+  void dumpAgain();
+  void dumpIs(Dump dump);
+  void dumpDone();
+  void removeUnseen();
+
+  void linkIs(const LinkMessage &message);
+  void linkDel(uint32_t index);
+  Link &linkNamed(uint32_t index, const Pax::IntfId &intfId);
+  void retract(Link &link);
+  void addressIs(const AddressMessage &message);
+  void addressDel(const AddressMessage &message);
+  /// Brings the status of one address in line with the kernel's entries for it.
+  void publish(Link &link, const Pax::IpGenAddr &address);
+
+  const Parameters parameters_;
+  const Kiv::Ptr<Ip::AllIntfStatusDir> interfaces_;
+  const Kiv::Ptr<LinkTable> links_;
+  NetlinkSocket socket_;
+  std::map<uint32_t, Link> link_;  // by index
+  Dump dump_ = Dump::none;
+  bool dumpAgain_ = false;  // events were lost since the running dump began
+  bool complete_ = false;
+  uint32_t sequence_ = 0;
+  std::vector<uint8_t> buffer_;
+  Watch watch_;
+};
+
+}  // namespace Linux

@@ -1,0 +1,40 @@
+/// A route netlink socket of one network namespace.
+#pragma once
+
+#include <libmnl/libmnl.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+
+#include "platform/linux/Namespace.h"
+
+namespace Linux {
+
+class NetlinkSocket {
+ public:
+  /// `flags` as SOCK_NONBLOCK. Throws std::system_error.
+  NetlinkSocket(const Namespace &where, int flags);
+
+  int descriptor() const { return mnl_socket_get_fd(socket_.get()); }
+  /// Messages of this group from now on; throws std::system_error.
+  void groupIs(int group);
+  bool send(const nlmsghdr &message) const {
+    return mnl_socket_sendto(socket_.get(), &message, message.nlmsg_len) >= 0;
+  }
+  /// Bytes of messages read, or -1 with errno.
+  ssize_t receive(std::span<uint8_t> buffer) const {
+    return mnl_socket_recvfrom(socket_.get(), buffer.data(), buffer.size());
+  }
+  /// Calls `message` for each whole message in the bytes.
+  static void forEach(std::span<const uint8_t> bytes, const std::function<void(const nlmsghdr &)> &message);
+
+ private:
+  struct Close {
+    void operator()(mnl_socket *socket) const { mnl_socket_close(socket); }
+  };
+  std::unique_ptr<mnl_socket, Close> socket_;
+};
+
+}  // namespace Linux

@@ -1,0 +1,61 @@
+/// A raw socket of IP protocol 103.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <system_error>
+
+#include "platform/linux/Namespace.h"
+#include "platform/pax/IpGenAddr.h"
+
+namespace Linux {
+
+/// Non-blocking. Sends with TOS 0xc0 (CS6) and without multicast loop; gets multicast only from where
+/// it has joined (IPv4), or of groups that it has joined anywhere (IPv6). The checksum is the codec's
+/// matter in both families.
+class RawSocket {
+ public:
+  struct Datagram {
+    uint32_t ifIndex = 0;
+    Pax::IpGenAddr source;
+    Pax::IpGenAddr destination;
+    std::span<const uint8_t> payload;  ///< into the caller's buffer, without the IP header
+    bool truncated = false;            ///< the buffer was too short
+  };
+  struct Departure {
+    uint32_t ifIndex = 0;  ///< out of it with TTL 1; 0: routed, with the default TTL
+    Pax::IpGenAddr source;
+    Pax::IpGenAddr destination;
+    std::span<const uint8_t> payload;
+  };
+  enum class Received { packet, ignored, nothing };
+
+  /// Throws std::system_error.
+  RawSocket(const Namespace &where, Pax::AddressFamily family);
+
+  int descriptor() const { return descriptor_.number(); }
+
+  /// Joins and leaves ALL-PIM-ROUTERS. Joining fails with ENOBUFS or ENOMEM when the socket may have
+  /// no more memberships.
+  std::error_code join(uint32_t ifIndex);
+  void leave(uint32_t ifIndex);
+
+  void receiveBufferIs(uint32_t bytes);
+  void transparentIs(bool transparent);
+
+  /// A packet may be ignored because it is no PIM packet or tells no addresses; an error is traced
+  /// and ignored.
+  Received receive(std::span<uint8_t> buffer, Datagram &datagram) const;
+  std::error_code send(const Departure &departure) const;
+
+ private:
+  int level() const;
+  bool option(int level, int name, int value) const;
+  void require(int level, int name, int value, const char *tried) const;
+  std::error_code membership(int name, uint32_t ifIndex) const;
+
+  const Pax::AddressFamily family_;
+  Descriptor descriptor_;
+};
+
+}  // namespace Linux

@@ -1,0 +1,26 @@
+/// Readiness of a file descriptor.
+#pragma once
+
+#include <boost/asio/io_context.hpp>
+#include <functional>
+#include <memory>
+
+namespace Linux {
+
+/// Calls `ready` in each turn of the loop in which the descriptor can be read; what is left unread
+/// calls again in the next one. Does not own the descriptor, and has to go before that is closed.
+/// Never calls after its own destruction, which may happen inside the call.
+class Watch {
+ public:
+  Watch(boost::asio::io_context &context, int descriptor, std::function<void()> ready);
+  ~Watch();
+  Watch(const Watch &) = delete;
+  Watch &operator=(const Watch &) = delete;
+
+ private:
+  struct State;
+  static void wait(const std::shared_ptr<State> &state);
+  std::shared_ptr<State> state_;
+};
+
+}  // namespace Linux
