@@ -15,10 +15,10 @@ inline constexpr uint32_t bsPeriodUnset = 0;
 
 /// What a group entry and an ACL entry of a candidate BSR have in common. An entry is not used
 /// before its priority and its hash mask length are set.
-#define CANDIDATE_ATTRIBUTES(ATTRIBUTE)                                              \
-  ATTRIBUTE(value, uint16_t, priority, Priority, bsrPriorityUnset)                   \
-  ATTRIBUTE(value, uint32_t, hashMaskLen, HashMaskLen, hashMaskLenUnset)             \
-  /* the bootstrap period, seconds */                                                \
+#define CANDIDATE_ATTRIBUTES(ATTRIBUTE)                                  \
+  ATTRIBUTE(value, uint16_t, priority, Priority, bsrPriorityUnset)       \
+  ATTRIBUTE(value, uint32_t, hashMaskLen, HashMaskLen, hashMaskLenUnset) \
+  /* the bootstrap period, seconds */                                    \
   ATTRIBUTE(value, uint32_t, interval, Interval, 60)
 
 /// Candidacy for the zone that is its key.
@@ -38,8 +38,8 @@ class BsrCandidateConfig : public Kiv::Entity {
   explicit BsrCandidateConfig(const Pax::IntfId &intfId) : intfId_(intfId) {}
   const Pax::IntfId &intfId() const { return intfId_; }
 
-#define ATTRIBUTES(ATTRIBUTE)                                          \
-  ATTRIBUTE(map, Pax::IpGenPrefix, BsrCandidateGroup, group, Group)    \
+#define ATTRIBUTES(ATTRIBUTE)                                       \
+  ATTRIBUTE(map, Pax::IpGenPrefix, BsrCandidateGroup, group, Group) \
   ATTRIBUTE(map, std::string, BsrCandidateAcl, acl, Acl)
   KIV_ENTITY(BsrCandidateConfig, ATTRIBUTES)
 #undef ATTRIBUTES
@@ -66,12 +66,12 @@ class RpCandidateConfig : public Kiv::Entity {
   explicit RpCandidateConfig(const Pax::IntfId &intfId) : intfId_(intfId) {}
   const Pax::IntfId &intfId() const { return intfId_; }
 
-#define ATTRIBUTES(ATTRIBUTE)                                                                         \
-  ATTRIBUTE(set, Pax::IpGenPrefix, groupRange, GroupRange)                                            \
+#define ATTRIBUTES(ATTRIBUTE)                                                                          \
+  ATTRIBUTE(set, Pax::IpGenPrefix, groupRange, GroupRange)                                             \
   ATTRIBUTE(map, Pax::IpGenPrefix, RpCandidateGroupEntryOptions, groupRangeOptions, GroupRangeOptions) \
-  ATTRIBUTE(set, std::string, acl, Acl)                                                               \
-  ATTRIBUTE(map, std::string, RpCandidateAclEntryOptions, aclOptions, AclOptions)                     \
-  ATTRIBUTE(value, Mode, mode, Mode, Mode::sparse)                                                    \
+  ATTRIBUTE(set, std::string, acl, Acl)                                                                \
+  ATTRIBUTE(map, std::string, RpCandidateAclEntryOptions, aclOptions, AclOptions)                      \
+  ATTRIBUTE(value, Mode, mode, Mode, Mode::sparse)                                                     \
   ATTRIBUTE(value, CrpAdvInterval, advInterval, AdvInterval, 60)
   KIV_ENTITY(RpCandidateConfig, ATTRIBUTES)
 #undef ATTRIBUTES
@@ -82,8 +82,8 @@ class RpCandidateConfig : public Kiv::Entity {
 
 /// The group ranges for which an interface is a BSR border.
 class IntfConfig : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE)                                        \
-  ATTRIBUTE(set, Pax::IpGenPrefix, bsrBorderGrp, BsrBorderGrp)       \
+#define ATTRIBUTES(ATTRIBUTE)                                  \
+  ATTRIBUTE(set, Pax::IpGenPrefix, bsrBorderGrp, BsrBorderGrp) \
   ATTRIBUTE(set, std::string, bsrBorderAcl, BsrBorderAcl)
   KIV_ENTITY(IntfConfig, ATTRIBUTES)
 #undef ATTRIBUTES
@@ -91,11 +91,11 @@ class IntfConfig : public Kiv::Entity {
 
 /// Configuration of one VRF. Times in seconds.
 class Config : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE)                                                               \
-  ATTRIBUTE(value, uint32_t, holdTime, HoldTime, 130)                                       \
-  ATTRIBUTE(value, uint32_t, szTimeout, SzTimeout, 1300)                                    \
-  ATTRIBUTE(map, Pax::IntfId, BsrCandidateConfig, bsrCandidateConfig, BsrCandidateConfig)   \
-  ATTRIBUTE(map, Pax::IntfId, RpCandidateConfig, rpCandidateConfig, RpCandidateConfig)      \
+#define ATTRIBUTES(ATTRIBUTE)                                                             \
+  ATTRIBUTE(value, uint32_t, holdTime, HoldTime, 130)                                     \
+  ATTRIBUTE(value, uint32_t, szTimeout, SzTimeout, 1300)                                  \
+  ATTRIBUTE(map, Pax::IntfId, BsrCandidateConfig, bsrCandidateConfig, BsrCandidateConfig) \
+  ATTRIBUTE(map, Pax::IntfId, RpCandidateConfig, rpCandidateConfig, RpCandidateConfig)    \
   ATTRIBUTE(set, std::string, crpFilterAcl, CrpFilterAcl)
   KIV_ENTITY(Config, ATTRIBUTES)
 #undef ATTRIBUTES
@@ -103,8 +103,8 @@ class Config : public Kiv::Entity {
 
 /// All configuration of one address family.
 class ConfigColl : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE)                                             \
-  ATTRIBUTE(map, L3::VrfName, Config, vrfConfig, VrfConfig)               \
+#define ATTRIBUTES(ATTRIBUTE)                               \
+  ATTRIBUTE(map, L3::VrfName, Config, vrfConfig, VrfConfig) \
   ATTRIBUTE(map, Pax::IntfId, IntfConfig, intfConfig, IntfConfig)
   KIV_ENTITY(ConfigColl, ATTRIBUTES)
 #undef ATTRIBUTES
@@ -114,8 +114,7 @@ class ConfigColl : public Kiv::Entity {
 class VrfIntfConfig : public Kiv::NamedEntity {
  public:
   using NamedEntity::NamedEntity;
-#define ATTRIBUTES(ATTRIBUTE) \
-  ATTRIBUTE(values, Pax::IntfId, Kiv::Ptr<const IntfConfig>, intfConfig, IntfConfig)
+#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(values, Pax::IntfId, Kiv::Ptr<const IntfConfig>, intfConfig, IntfConfig)
   KIV_ENTITY(VrfIntfConfig, ATTRIBUTES)
 #undef ATTRIBUTES
 };

@@ -23,19 +23,19 @@ class PimBsrCounters : public Kiv::NamedEntity {
  public:
   using NamedEntity::NamedEntity;
 
-#define ATTRIBUTES(ATTRIBUTE)                                      \
-  ATTRIBUTE(counter, rx, Rx)                                       \
-  ATTRIBUTE(counter, rxSuccess, RxSuccess)                         \
-  ATTRIBUTE(counter, rxError, RxError)                             \
-  ATTRIBUTE(counter, tx, Tx)                                       \
-  ATTRIBUTE(counter, txSuccess, TxSuccess)                         \
-  ATTRIBUTE(counter, txError, TxError)                             \
-  ATTRIBUTE(counter, rxBsm, RxBsm)                                 \
-  ATTRIBUTE(counter, rxBsmSuccess, RxBsmSuccess)                   \
-  ATTRIBUTE(counter, rxBsmError, RxBsmError)                       \
-  ATTRIBUTE(counter, rxCrpAdv, RxCrpAdv)                           \
-  ATTRIBUTE(counter, rxCrpAdvSuccess, RxCrpAdvSuccess)             \
-  ATTRIBUTE(counter, rxCrpAdvError, RxCrpAdvError)                 \
+#define ATTRIBUTES(ATTRIBUTE)                          \
+  ATTRIBUTE(counter, rx, Rx)                           \
+  ATTRIBUTE(counter, rxSuccess, RxSuccess)             \
+  ATTRIBUTE(counter, rxError, RxError)                 \
+  ATTRIBUTE(counter, tx, Tx)                           \
+  ATTRIBUTE(counter, txSuccess, TxSuccess)             \
+  ATTRIBUTE(counter, txError, TxError)                 \
+  ATTRIBUTE(counter, rxBsm, RxBsm)                     \
+  ATTRIBUTE(counter, rxBsmSuccess, RxBsmSuccess)       \
+  ATTRIBUTE(counter, rxBsmError, RxBsmError)           \
+  ATTRIBUTE(counter, rxCrpAdv, RxCrpAdv)               \
+  ATTRIBUTE(counter, rxCrpAdvSuccess, RxCrpAdvSuccess) \
+  ATTRIBUTE(counter, rxCrpAdvError, RxCrpAdvError)     \
   ATTRIBUTE(value, PimBsrErrorCounters, errCounters, ErrCounters, {})
   KIV_ENTITY(PimBsrCounters, ATTRIBUTES)
 #undef ATTRIBUTES

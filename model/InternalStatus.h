@@ -16,13 +16,13 @@ class PimBsmStatus : public Kiv::NamedEntity {
  public:
   using NamedEntity::NamedEntity;
 
-#define ATTRIBUTES(ATTRIBUTE)                                                   \
-  ATTRIBUTE(value, Pax::IntfId, iifIntfId, IifIntfId, {})                       \
-  /* first group block of rxBsm; null when it has none */                       \
-  ATTRIBUTE(pointer, Packet::BootstrapGroupData, firstGroup, FirstGroup)        \
-  ATTRIBUTE(pointer, Packet::BootstrapMessage, rxBsm, RxBsm)                    \
-  ATTRIBUTE(pointer, Packet::BootstrapMessage, txBsm, TxBsm)                    \
-  ATTRIBUTE(value, Pax::IntfId, oifIntfId, OifIntfId, {})                       \
+#define ATTRIBUTES(ATTRIBUTE)                                            \
+  ATTRIBUTE(value, Pax::IntfId, iifIntfId, IifIntfId, {})                \
+  /* first group block of rxBsm; null when it has none */                \
+  ATTRIBUTE(pointer, Packet::BootstrapGroupData, firstGroup, FirstGroup) \
+  ATTRIBUTE(pointer, Packet::BootstrapMessage, rxBsm, RxBsm)             \
+  ATTRIBUTE(pointer, Packet::BootstrapMessage, txBsm, TxBsm)             \
+  ATTRIBUTE(value, Pax::IntfId, oifIntfId, OifIntfId, {})                \
   ATTRIBUTE(counter, writeCount, WriteCount)
   KIV_ENTITY(PimBsmStatus, ATTRIBUTES)
 #undef ATTRIBUTES
@@ -34,16 +34,16 @@ class PimCrpMsgStatus : public Kiv::NamedEntity {
  public:
   using NamedEntity::NamedEntity;
 
-#define ATTRIBUTES(ATTRIBUTE)                                         \
-  ATTRIBUTE(pointer, Packet::CrpGroupInfo, groupInfo, GroupInfo)      \
-  /* the destination of the last accepted advertisement */            \
-  ATTRIBUTE(value, Pax::IpGenAddr, bsrIp, BsrIp, {})                  \
-  ATTRIBUTE(value, Pax::IpGenAddr, rp, Rp, {})                        \
-  ATTRIBUTE(value, RpPriority, priority, Priority, 0)                 \
-  ATTRIBUTE(value, CrpHoldTime, holdTime, HoldTime, 0)                \
-  ATTRIBUTE(counter, readCount, ReadCount)                            \
-  ATTRIBUTE(pointer, Packet::CrpAdvMessage, rxCrpMsg, RxCrpMsg)       \
-  ATTRIBUTE(pointer, Packet::CrpAdvMessage, txCrpMsg, TxCrpMsg)       \
+#define ATTRIBUTES(ATTRIBUTE)                                    \
+  ATTRIBUTE(pointer, Packet::CrpGroupInfo, groupInfo, GroupInfo) \
+  /* the destination of the last accepted advertisement */       \
+  ATTRIBUTE(value, Pax::IpGenAddr, bsrIp, BsrIp, {})             \
+  ATTRIBUTE(value, Pax::IpGenAddr, rp, Rp, {})                   \
+  ATTRIBUTE(value, RpPriority, priority, Priority, 0)            \
+  ATTRIBUTE(value, CrpHoldTime, holdTime, HoldTime, 0)           \
+  ATTRIBUTE(counter, readCount, ReadCount)                       \
+  ATTRIBUTE(pointer, Packet::CrpAdvMessage, rxCrpMsg, RxCrpMsg)  \
+  ATTRIBUTE(pointer, Packet::CrpAdvMessage, txCrpMsg, TxCrpMsg)  \
   ATTRIBUTE(counter, writeCount, WriteCount)
   KIV_ENTITY(PimCrpMsgStatus, ATTRIBUTES)
 #undef ATTRIBUTES

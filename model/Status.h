@@ -17,13 +17,13 @@ std::ostream &operator<<(std::ostream &out, BsrCandidateState state);
 /// This router's candidacy in one zone. The configuration writes the first five attributes, the
 /// candidate's state machine the last two.
 class BsrCandidate : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE)                                                   \
-  ATTRIBUTE(value, Pax::IpGenAddr, address, Address, {})                        \
-  ATTRIBUTE(value, Pax::IntfId, intfId, IntfId, {})                             \
-  ATTRIBUTE(value, uint16_t, priority, Priority, bsrPriorityUnset)              \
-  ATTRIBUTE(value, uint32_t, hashMaskLen, HashMaskLen, hashMaskLenUnset)        \
-  ATTRIBUTE(value, uint32_t, bsPeriod, BsPeriod, bsPeriodUnset)                 \
-  ATTRIBUTE(value, bool, elected, Elected, false)                               \
+#define ATTRIBUTES(ATTRIBUTE)                                            \
+  ATTRIBUTE(value, Pax::IpGenAddr, address, Address, {})                 \
+  ATTRIBUTE(value, Pax::IntfId, intfId, IntfId, {})                      \
+  ATTRIBUTE(value, uint16_t, priority, Priority, bsrPriorityUnset)       \
+  ATTRIBUTE(value, uint32_t, hashMaskLen, HashMaskLen, hashMaskLenUnset) \
+  ATTRIBUTE(value, uint32_t, bsPeriod, BsPeriod, bsPeriodUnset)          \
+  ATTRIBUTE(value, bool, elected, Elected, false)                        \
   ATTRIBUTE(value, BsrCandidateState, state, State, BsrCandidateState::unset)
   KIV_ENTITY(BsrCandidate, ATTRIBUTES)
 #undef ATTRIBUTES
@@ -32,11 +32,11 @@ class BsrCandidate : public Kiv::Entity {
 /// One candidate RP of this router, keyed by its address. A prefix may be served without an entry
 /// in `prefixOptions`; the entry is there only where a priority is configured.
 class RpCandidate : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE)                                                                       \
-  ATTRIBUTE(value, Pax::IntfId, intfId, IntfId, {})                                                 \
-  ATTRIBUTE(value, CrpAdvInterval, interval, Interval, 60)                                          \
-  ATTRIBUTE(value, Mode, mode, Mode, Mode::sparse)                                                  \
-  ATTRIBUTE(set, Pax::IpGenPrefix, prefixSet, PrefixSet)                                            \
+#define ATTRIBUTES(ATTRIBUTE)                              \
+  ATTRIBUTE(value, Pax::IntfId, intfId, IntfId, {})        \
+  ATTRIBUTE(value, CrpAdvInterval, interval, Interval, 60) \
+  ATTRIBUTE(value, Mode, mode, Mode, Mode::sparse)         \
+  ATTRIBUTE(set, Pax::IpGenPrefix, prefixSet, PrefixSet)   \
   ATTRIBUTE(map, Pax::IpGenPrefix, RpCandidateGroupEntryOptions, prefixOptions, PrefixOptions)
   KIV_ENTITY(RpCandidate, ATTRIBUTES)
 #undef ATTRIBUTES
@@ -58,11 +58,11 @@ class ElectedBsrStatus : public Kiv::Entity {
   double expires(double now) const { return expiryTime() - now; }
   double upTime(double now) const { return now - setupTime(); }
 
-#define ATTRIBUTES(ATTRIBUTE)                                     \
-  ATTRIBUTE(value, Pax::IpGenAddr, ipAddr, IpAddr, {})            \
-  ATTRIBUTE(value, uint16_t, priority, Priority, 0)               \
-  ATTRIBUTE(value, uint32_t, hashMaskLen, HashMaskLen, 0)         \
-  ATTRIBUTE(value, double, setupTime, SetupTime, 0)               \
+#define ATTRIBUTES(ATTRIBUTE)                             \
+  ATTRIBUTE(value, Pax::IpGenAddr, ipAddr, IpAddr, {})    \
+  ATTRIBUTE(value, uint16_t, priority, Priority, 0)       \
+  ATTRIBUTE(value, uint32_t, hashMaskLen, HashMaskLen, 0) \
+  ATTRIBUTE(value, double, setupTime, SetupTime, 0)       \
   ATTRIBUTE(value, double, expiryTime, ExpiryTime, 0)
   KIV_ENTITY(ElectedBsrStatus, ATTRIBUTES)
 #undef ATTRIBUTES
@@ -83,21 +83,21 @@ class Status : public Kiv::NamedEntity {
  public:
   explicit Status(const L3::VrfName &vrf) : NamedEntity(vrf.text()) {}
 
-#define ATTRIBUTES(ATTRIBUTE)                                                              \
-  ATTRIBUTE(value, Pax::AddressFamily, af, Af, Pax::AddressFamily::unknown)                \
-  ATTRIBUTE(child, PimBsrCounters, counters, Counters)                                     \
-  /* the hold time and the scoped-zone timeout in force, seconds */                        \
-  ATTRIBUTE(value, uint32_t, bsTimeout, BsTimeout, 0)                                      \
-  ATTRIBUTE(value, uint32_t, szTimeout, SzTimeout, 0)                                      \
-  ATTRIBUTE(map, Pax::IpGenPrefix, BsrCandidate, cbsr, Cbsr)                               \
-  /* which interface owns a configured zone group, or zone ACL */                          \
-  ATTRIBUTE(values, Pax::IpGenPrefix, Pax::IntfId, zoneGroup, ZoneGroup)                   \
-  ATTRIBUTE(values, std::string, Pax::IntfId, zoneAcl, ZoneAcl)                            \
-  ATTRIBUTE(map, Pax::IpGenAddr, RpCandidate, crp, Crp)                                    \
-  ATTRIBUTE(map, Pax::IpGenPrefix, PimBsrBorder, bsBorder, BsBorder)                       \
-  /* sources whose advertisements are accepted */                                          \
-  ATTRIBUTE(values, Pax::IpGenPrefix, bool, crpPermit, CrpPermit)                          \
-  ATTRIBUTE(map, Pax::IpGenPrefix, PimBsrRpCandidateStatus, crpStatus, CrpStatus)          \
+#define ATTRIBUTES(ATTRIBUTE)                                                     \
+  ATTRIBUTE(value, Pax::AddressFamily, af, Af, Pax::AddressFamily::unknown)       \
+  ATTRIBUTE(child, PimBsrCounters, counters, Counters)                            \
+  /* the hold time and the scoped-zone timeout in force, seconds */               \
+  ATTRIBUTE(value, uint32_t, bsTimeout, BsTimeout, 0)                             \
+  ATTRIBUTE(value, uint32_t, szTimeout, SzTimeout, 0)                             \
+  ATTRIBUTE(map, Pax::IpGenPrefix, BsrCandidate, cbsr, Cbsr)                      \
+  /* which interface owns a configured zone group, or zone ACL */                 \
+  ATTRIBUTE(values, Pax::IpGenPrefix, Pax::IntfId, zoneGroup, ZoneGroup)          \
+  ATTRIBUTE(values, std::string, Pax::IntfId, zoneAcl, ZoneAcl)                   \
+  ATTRIBUTE(map, Pax::IpGenAddr, RpCandidate, crp, Crp)                           \
+  ATTRIBUTE(map, Pax::IpGenPrefix, PimBsrBorder, bsBorder, BsBorder)              \
+  /* sources whose advertisements are accepted */                                 \
+  ATTRIBUTE(values, Pax::IpGenPrefix, bool, crpPermit, CrpPermit)                 \
+  ATTRIBUTE(map, Pax::IpGenPrefix, PimBsrRpCandidateStatus, crpStatus, CrpStatus) \
   ATTRIBUTE(map, Pax::IpGenPrefix, ElectedBsrStatus, bootstrapRouter, BootstrapRouter)
   KIV_ENTITY(Status, ATTRIBUTES)
 #undef ATTRIBUTES

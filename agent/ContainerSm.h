@@ -1,0 +1,47 @@
+/// The state machines of one running VRF.
+#pragma once
+
+#include <memory>
+
+#include "agent/Container.h"
+#include "model/InternalStatus.h"
+#include "platform/pim/MessageInfo.h"
+#include "platform/pim/PimRpfTable.h"
+
+namespace Routing::Pim::Bsr {
+
+class BootstrapMessageSm;
+class ConfigSm;
+class PimBsrSm;
+
+/// Creates the VRF's machines in the order in which each finds what it needs, and destroys them in
+/// exact reverse. It writes no status when it goes: the status stays for the next one.
+class ContainerSm {
+ public:
+  explicit ContainerSm(const Container &container);
+  ~ContainerSm();
+  ContainerSm(const ContainerSm &) = delete;
+  ContainerSm &operator=(const ContainerSm &) = delete;
+
+  const Container &container() const { return container_; }
+  PimBsrSm &bsrSm() const { return *bsrSm_; }
+  BootstrapMessageSm &bsrIOSm() const { return *bsrIOSm_; }
+  bool initialized() const { return initialized_; }
+
+ private:
+  void handleInitialized();
+
+  const Container container_;
+  Kiv::Ptr<IO::PamManager> pimPamManager_;
+  Kiv::Ptr<IO::MessageInfo> rxBootstrapMsgInfo_;
+  Kiv::Ptr<PimRpfTable> rpfTable_;
+  Kiv::Ptr<PimBsmStatus> pimBsmStatus_;
+  Kiv::Ptr<PimCrpMsgStatus> pimCrpMsgStatus_;
+  Kiv::Ptr<Orb::TimerWheel> timerWheel_;
+  std::unique_ptr<ConfigSm> configSm_;
+  Kiv::Ptr<PimBsrSm> bsrSm_;
+  std::unique_ptr<BootstrapMessageSm> bsrIOSm_;
+  bool initialized_ = false;
+};
+
+}  // namespace Routing::Pim::Bsr

@@ -1,0 +1,103 @@
+// PimBsrSm: flooding messages out of the VRF's PIM interfaces, and the no-forward message to a new neighbour.
+
+#include "engine/BsrNonCandidateSm.h"
+#include "engine/Reactors.h"
+#include "model/VrfTrace.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+Tracelet::Module trace("Pim::Bsr::Sm");
+}
+
+void PimBsrSm::forwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  if (!initialized_) return;
+  const uint32_t length = doComputeBsmLength(*bsm);
+  VRF_TRACE(trace, 8, "BSM length is " << length);
+  for (const auto &[intfId, pimIntf] : pimStatus_->pimIntf()) {
+    if (pimIntf->neighbor().empty() || !usableForZone(zone, intfId, *pimIntf)) continue;
+    VRF_TRACE(trace, 8, "MTU of interface " << intfId << " is " << pimIntf->mtu());
+    sendBsm(zone, length, intfId, pimIntf->mtu(), bsm);
+  }
+  bsmFragmentsDelAll();
+}
+
+void PimBsrSm::doSendTriggeredBsm(const Pax::IpGenPrefix &zone, bool forward, const Pax::IntfId &intfId,
+                                  const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  const auto pimIntf = pimStatus_->pimIntf(intfId);
+  if (!initialized_ || !pimIntf || !usableForZone(zone, intfId, *pimIntf)) return;
+  VRF_TRACE(trace, 8, "MTU of interface " << intfId << " is " << pimIntf->mtu());
+  VRF_TRACE(trace, 4,
+            "Sending BSM along oif=" << intfId << " for zone " << zone << " with forward bit set to "
+                                     << (forward ? "True" : "False"));
+  const auto copy = Packet::BootstrapMessageIs();
+  copy->fragmentTagIs(bsm->fragmentTag());
+  copy->forwardIs(forward);
+  copy->hashMaskLenIs(bsm->hashMaskLen());
+  copy->priorityIs(bsm->priority());
+  copy->bsrAddressIs(bsm->bsrAddress());
+  for (const auto &group : bsm->groupData()) copy->optionalData()->groupDataEnq(group);
+  sendBsm(zone, doComputeBsmLength(*copy), intfId, pimIntf->mtu(), copy);
+  bsmFragmentsDelAll();
+}
+
+bool PimBsrSm::usableForZone(const Pax::IpGenPrefix &zone, const Pax::IntfId &intfId, const PimIntf &pimIntf) const {
+  if (isBorder(*bsrStatus_, zone, intfId)) return false;
+  if (pimIntf.mtu() >= bsmLeastMtu) return true;
+  VRF_TRACE(trace, 1, "No BSM to interface " << intfId << " since its MTU is " << pimIntf.mtu());
+  return false;
+}
+
+void PimBsrSm::sendBsm(const Pax::IpGenPrefix &zone, uint32_t length, const Pax::IntfId &oif, uint32_t mtu,
+                       const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  if (length > mtu) {
+    fragmentAndSendBsm(zone, mtu, length, oif, bsm);
+    return;
+  }
+  handOver(oif, bsm);
+  VRF_TRACE(trace, 4, " Forwarding BSM to oif=" << oif << " for zone " << zone);
+}
+
+void PimBsrSm::handOver(const Pax::IntfId &oif, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  bsmStatus_->oifIntfIdIs(oif);
+  bsmStatus_->txBsmIs(bsm);
+  bsmStatus_->writeCountInc(1);
+}
+
+void PimBsrSm::handlePimIntf(const Pax::IntfId &intfId) {
+  pimIntf_.erase(intfId);
+  if (const auto pimIntf = pimStatus_->pimIntf(intfId)) {
+    pimIntf_.insert(intfId, std::make_unique<KivPimIntf>(*this, intfId, pimIntf));
+  }
+}
+
+void PimBsrSm::KivPimIntf::handleDrChange() {
+  if (isDr_ && !notifier()->isDr()) {
+    VRF_TRACE(trace, 4, "We are no longer DR on interface " << intfId_ << ". Generating changeroute event");
+    wasDr_ = true;
+  }
+  isDr_ = notifier()->isDr();
+}
+
+void PimBsrSm::KivPimIntf::handleTriggeredHelloSent() {
+  const bool wasDr = std::exchange(wasDr_, false);
+  if (!isDr_ && !wasDr) return;
+  VRF_TRACE(trace, 4,
+            "Send No Forward BSM since " << (isDr_ ? "we are DR " : "we were DR ") << " on interface " << intfId_);
+  doSendNoFwdBsm();
+}
+
+void PimBsrSm::KivPimIntf::doSendNoFwdBsm() {
+  PimBsrSm &sm = sm_;
+  const Pax::IntfId intfId = intfId_;
+  bool sent = false;
+  for (const auto &[zone, machine] : sm.nonCandidateSm_) {
+    for (const auto &bsm : machine->lastBsm().all()) {
+      sm.doSendTriggeredBsm(zone, false, intfId, bsm);
+      sent = true;
+    }
+  }
+  if (!sent) VRF_TRACE(trace, 4, "No last BSM available to send triggered BSM");
+}
+
+}  // namespace Routing::Pim::Bsr

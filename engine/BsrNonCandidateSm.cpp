@@ -1,0 +1,205 @@
+#include "engine/BsrNonCandidateSm.h"
+
+#include <ostream>
+
+#include "model/VrfTrace.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+
+Tracelet::Module trace("Pim::Bsr::NonCandidateSm");
+
+bool isRunning(const Orb::Timer &timer) { return timer.timeMin() != 0 && timer.timeMin() != Orb::never; }
+
+}  // namespace
+
+#define TRACE_STATE() VRF_TRACE(trace, 4, __PRETTY_FUNCTION__ << ", state=" << state_ << ", Zone=" << zone_)
+
+std::ostream &operator<<(std::ostream &out, BsrNonCandidateState state) {
+  switch (state) {
+    case BsrNonCandidateState::noInfo: return out << "noInfo";
+    case BsrNonCandidateState::acceptAny: return out << "acceptAny";
+    case BsrNonCandidateState::acceptPreferred: break;
+  }
+  return out << "acceptPreferred";
+}
+
+BsrNonCandidateSm::BsrNonCandidateSm(PimBsrSm &bsrSm, const Pax::IpGenPrefix &zone, const Kiv::Ptr<Status> &bsrStatus,
+                                     const Kiv::Ptr<Orb::TimerWheel> &bsTimerWheel,
+                                     const Kiv::Ptr<Orb::TimerWheel> &szTimerWheel)
+    : bsrSm_(bsrSm),
+      zone_(zone),
+      bsrStatus_(bsrStatus),
+      bsTimer_(*this, bsTimerWheel),
+      szTimer_(*this, szTimerWheel),
+      kivBsrStatus_(*this) {
+  handleInitialized();
+}
+
+void BsrNonCandidateSm::handleInitialized() {
+  state_ = isGlobalZone() ? BsrNonCandidateState::acceptAny : BsrNonCandidateState::noInfo;
+  if (const auto bsr = bsrStatus_->bootstrapRouter(zone_)) {
+    state_ = BsrNonCandidateState::acceptPreferred;
+    bsr->expiryTimeIs(bsrSm_.now() + bsrStatus_->bsTimeout());
+    doArmBsTimer();
+  }
+  TRACE_STATE();
+  initialized_ = true;
+}
+
+void BsrNonCandidateSm::bsmIs(const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  bsm_ = bsm;
+  handleBsm();
+}
+
+void BsrNonCandidateSm::handleBsm() {
+  const Kiv::Ptr<Packet::BootstrapMessage> bsm = bsm_;
+  if (!initialized_ || !bsm) {
+    VRF_TRACE(trace, 1, "Initialized=" << (initialized_ ? "True" : "False") << ", bsm=" << (bsm ? "set" : "none"));
+    return;
+  }
+  const BsrNonCandidateState previous = std::exchange(state_, BsrNonCandidateState::acceptPreferred);
+  TRACE_STATE();
+  const bool accepted =
+      previous == BsrNonCandidateState::acceptPreferred ? handleBsmWhilePreferring(*bsm) : handleBsmOfAnyBsr(*bsm);
+  if (!accepted) return;
+  if (bsm->forward()) {
+    bsrSm_.forwardBsm(zone_, bsm);
+  } else {
+    VRF_TRACE(trace, 4, "Not Forwarding bootstrap message since noForward bit is set");
+  }
+  bsrSm_.storeRpSet(zone_, bsm, false);
+  doKeepBsm(bsm);
+  doArmBsTimer();
+}
+
+/// RFC 5059 section 3.1.3: a message is preferred when its weight is not less than the current
+/// BSR's; the current BSR's own messages are always taken.
+bool BsrNonCandidateSm::handleBsmWhilePreferring(const Packet::BootstrapMessage &bsm) {
+  if (const auto bsr = bsrStatus_->bootstrapRouter(zone_)) {
+    const PimBsrWeight current(static_cast<uint8_t>(bsr->priority()), bsr->ipAddr());
+    const PimBsrWeight offered(bsm.priority(), bsm.bsrAddress());
+    if (offered < current && bsm.bsrAddress() != bsr->ipAddr()) {
+      VRF_TRACE(trace, 4, "Received Non Preferred BSM. Nothing to be done.");
+      return false;
+    }
+  }
+  handlePreferredBsm(bsm);
+  return true;
+}
+
+bool BsrNonCandidateSm::handleBsmOfAnyBsr(const Packet::BootstrapMessage &bsm) {
+  auto bsr = bsrStatus_->bootstrapRouter(zone_);
+  if (bsr && bsr->ipAddr() != bsm.bsrAddress()) {
+    VRF_TRACE(trace, 4, "Clearing RP Set for zone " << zone_ << " since we have a new BSR");
+    bsrSm_.clearRpSet(zone_);
+  }
+  if (!bsr) bsr = bsrStatus_->bootstrapRouterIs(zone_);
+  writeBsr(*bsr, bsm);
+  bsr->setupTimeIs(bsrSm_.now());
+  bsr->expiryTimeIs(bsrSm_.now() + bsrStatus_->bsTimeout());
+  VRF_TRACE(trace, 4,
+            "Created BSR state: IP=" << bsr->ipAddr() << ", Priority=" << bsr->priority()
+                                     << ", hashMaskLen=" << bsr->hashMaskLen() << " for Zone " << zone_);
+  if (!isGlobalZone()) szTimer_.timeMinIs(Orb::never);
+  return true;
+}
+
+void BsrNonCandidateSm::handlePreferredBsm(const Packet::BootstrapMessage &bsm) {
+  const auto bsr = bsrStatus_->bootstrapRouterIs(zone_);
+  if (bsr->ipAddr() != bsm.bsrAddress()) {
+    VRF_TRACE(trace, 4,
+              "Clearing RP Set for zone " << zone_ << " since we have a new BSR"
+                                          << ". Old BSR was " << bsr->ipAddr());
+    bsrSm_.clearRpSet(zone_);
+    bsr->setupTimeIs(bsrSm_.now());
+  }
+  writeBsr(*bsr, bsm);
+  VRF_TRACE(trace, 4,
+            "Received preferred BSR state: IP=" << bsr->ipAddr() << ", Priority=" << bsr->priority()
+                                                << ", hashMaskLen=" << bsr->hashMaskLen() << " for Zone " << zone_);
+  bsr->expiryTimeIs(bsrSm_.now() + bsrStatus_->bsTimeout());
+}
+
+void BsrNonCandidateSm::writeBsr(ElectedBsrStatus &bsr, const Packet::BootstrapMessage &bsm) {
+  bsr.ipAddrIs(bsm.bsrAddress());
+  bsr.priorityIs(bsm.priority());
+  bsr.hashMaskLenIs(bsm.hashMaskLen());
+}
+
+void BsrNonCandidateSm::doKeepBsm(const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  lastBsm_.bsmIs(bsm, bsrSm_.now());
+  if (lastBsmFragments_ && lastBsmFragments_->fragTag() != bsm->fragmentTag()) {
+    const uint16_t tag = lastBsmFragments_->fragTag();
+    bsrSm_.bsmRxFragmentsDel(tag);
+    VRF_TRACE(trace, 4, "Removing saved fragments related to tag " << tag);
+  }
+  lastBsmFragments_ = bsrSm_.bsmRxFragments(bsm->fragmentTag());
+}
+
+void BsrNonCandidateSm::doArmBsTimer() {
+  bsTimer_.timeMinIs(bsrSm_.now() + bsrStatus_->bsTimeout());
+  VRF_TRACE(trace, 5, " Next BS timer expiry is in " << bsrStatus_->bsTimeout() << " seconds from now.");
+}
+
+void BsrNonCandidateSm::handleBsrTimerExpiry() {
+  if (!initialized_) return;
+  if (state_ != BsrNonCandidateState::acceptPreferred) {
+    VRF_TRACE(trace, 1, "Invalid event Bootstrap Timer Expiry in state " << state_);
+    return;
+  }
+  state_ = BsrNonCandidateState::acceptAny;
+  TRACE_STATE();
+  for (const auto &bsm : lastBsm_.all()) bsrSm_.refreshRpSet(zone_, bsm);
+  lastBsm_.clear();
+  if (const auto bsr = bsrStatus_->bootstrapRouter(zone_)) {
+    VRF_TRACE(trace, 4, "Removing BSR " << bsr->ipAddr() << " state for zone " << zone_);
+  }
+  bsrStatus_->bootstrapRouterDel(zone_);
+  if (isGlobalZone()) return;
+  szTimer_.timeMinIs(bsrSm_.now() + bsrStatus_->szTimeout());
+  VRF_TRACE(trace, 5, " Next SZ timer expiry is in " << bsrStatus_->szTimeout() << " seconds from now.");
+}
+
+void BsrNonCandidateSm::handleSzTimerExpiry() {
+  if (state_ != BsrNonCandidateState::acceptAny) {
+    VRF_TRACE(trace, 1, "Invalid event Scope Zone Timer Expiry in state " << state_ << " for zone " << zone_);
+    return;
+  }
+  state_ = BsrNonCandidateState::noInfo;
+  TRACE_STATE();
+  VRF_TRACE(trace, 4, "Deleted Zone " << zone_);
+  bsrSm_.nonCandidateSmDel(Pax::IpGenPrefix(zone_));  // ends this machine
+}
+
+void BsrNonCandidateSm::handleBsTimeout() {
+  const double now = bsrSm_.now();
+  const uint32_t timeout = bsrStatus_->bsTimeout();
+  if (!isRunning(bsTimer_)) {
+    VRF_TRACE(trace, 5, "BS timer not set. Nothing to be done. ");
+    return;
+  }
+  if (bsTimer_.timeMin() <= now + timeout) return;
+  VRF_TRACE(trace, 5,
+            "BS timer expiry was in " << bsTimer_.timeMin() - now << " seconds from now. Resetting BS timer expiry to "
+                                      << timeout << " seconds from now.");
+  bsTimer_.timeMinIs(now + timeout);
+  if (const auto bsr = bsrStatus_->bootstrapRouter(zone_)) bsr->expiryTimeIs(now + timeout);
+}
+
+void BsrNonCandidateSm::handleSzTimeout() {
+  const double now = bsrSm_.now();
+  const uint32_t timeout = bsrStatus_->szTimeout();
+  if (!isRunning(szTimer_)) {
+    VRF_TRACE(trace, 5, "SZ timer not set. Nothing to be done. ");
+    return;
+  }
+  if (szTimer_.timeMin() <= now + timeout) return;
+  VRF_TRACE(trace, 5,
+            "SZ timer expiry was in " << szTimer_.timeMin() - now << " seconds from now. Restting SZ timer expiry to "
+                                      << timeout << " seconds from now.");
+  szTimer_.timeMinIs(now + timeout);
+}
+
+}  // namespace Routing::Pim::Bsr

@@ -1,0 +1,168 @@
+#include "engine/PimBsrSm.h"
+
+#include "engine/BsrNonCandidateSm.h"
+#include "engine/PimBsrTrieBuilder.h"
+#include "engine/Reactors.h"
+#include "engine/RpSetMirror.h"
+#include "model/VrfTrace.h"
+#include "platform/tracelet/Require.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+Tracelet::Module trace("Pim::Bsr::Sm");
+}
+
+PimBsrSm::PimBsrSm(const Kiv::Ptr<Bsr::Status> &bsrStatus, const Kiv::Ptr<const Pim::Status> &pimStatus,
+                   const Kiv::Ptr<PimBsmStatus> &bsmStatus, const Kiv::Ptr<PimCrpMsgStatus> &crpMsgStatus,
+                   const Kiv::Ptr<RpCandidateStatus> &rpCandidateStatus, const Kiv::Ptr<Orb::TimerWheel> &timerWheel,
+                   const Kiv::Ptr<const Ip::AllIntfStatusDir> &allIntfStatusDir, Orb::Random &random)
+    : bsrStatus_(bsrStatus),
+      pimStatus_(pimStatus),
+      bsmStatus_(bsmStatus),
+      crpMsgStatus_(crpMsgStatus),
+      rpCandidateStatus_(rpCandidateStatus),
+      timerWheel_(timerWheel),
+      allIntfStatusDir_(allIntfStatusDir),
+      random_(random),
+      kivBsrStatus_(std::make_unique<KivBsrStatus>(*this)),
+      kivPimStatus_(std::make_unique<KivPimStatus>(*this)),
+      kivBsmStatus_(std::make_unique<KivBsmStatus>(*this)) {
+  handleBsm();
+  handleInitialized();
+  for (const Pax::IntfId &intfId : pimStatus_->pimIntf().keys()) handlePimIntf(intfId);
+  if (!initialized_) return;
+  for (const Pax::IpGenPrefix &zone : bsrStatus_->crpStatus().keys()) handleCrpStatus(zone);
+  for (const Pax::IpGenPrefix &zone : bsrStatus_->bootstrapRouter().keys()) handleBootstrapRouter(zone);
+  published_->adopt();
+}
+
+PimBsrSm::~PimBsrSm() = default;
+
+void PimBsrSm::handleInitialized() {
+  VRF_TRACE_ENTRY(trace);
+  random_.seedMixIn(static_cast<uint32_t>(now()));
+  REQUIRE(bsrStatus());
+  REQUIRE(pimStatus());
+  REQUIRE(bsmStatus());
+  REQUIRE(crpMsgStatus());
+  REQUIRE(rpCandidateStatus());
+  REQUIRE(allIntfStatusDir());
+  globalOrNonScopeZone_ = Pax::allGroups(bsrStatus_->af());
+  if (globalOrNonScopeZone_.isEmpty()) {
+    VRF_TRACE(trace, 1, "Address Family not initialized in status");
+    return;
+  }
+  rpCandidateStatus_->rpSetTypeIs(rpSetTypeBsr);
+  if (!bsrTrie_) {
+    const bool ipv4 = bsrStatus_->af() == Pax::AddressFamily::ipv4;
+    bsrTrie_ = Kiv::make<TrieGen>(ipv4 ? "PimBsrTrie" : "PimBsr6Trie", bsrStatus_->af());
+    bsrTrieBuilder_ = std::make_unique<PimBsrTrieBuilderSm>(bsrStatus_, bsrTrie_);
+    published_ = std::make_unique<PublishedRpSet>(bsrStatus_, rpCandidateStatus_, bsrTrie_);
+    kivBsrTrie_ = std::make_unique<KivBsrTrie>(*this);
+    fragmentTimer_ = std::make_unique<KivFragmentTimer>(*this);
+  }
+  fragmentTimer_->timeMinIs(Orb::never);
+  initialized_ = true;
+  maybeInitNonCandidateSm();
+}
+
+void PimBsrSm::handleAf() {
+  VRF_TRACE_ENTRY(trace);
+  if (!Pax::allGroups(bsrStatus_->af()).isEmpty()) {
+    if (!initialized_) handleInitialized();
+    return;
+  }
+  for (const Pax::IpGenPrefix &zone : nonCandidateSm_.keys()) nonCandidateSmDel(zone);
+  VRF_TRACE(trace, 4, "Deleted all Non Candidate SMs");
+  initialized_ = false;
+}
+
+void PimBsrSm::handleBsm() {
+  VRF_TRACE_ENTRY(trace);
+  if (!initialized_ || !bsmStatus_->rxBsm()) return;
+  const auto firstGroup = bsmStatus_->firstGroup();
+  const bool scoped = firstGroup && firstGroup->adminScope();
+  const Pax::IpGenPrefix zone = scoped ? firstGroup->prefix() : globalOrNonScopeZone_;
+  if (!nonCandidateSm(zone)) {
+    nonCandidateSmIs(zone);
+    if (scoped) {
+      VRF_TRACE(trace, 4, "Instantiated Scoped NonCandidate SM Scope: " << zone);
+    } else {
+      VRF_TRACE(trace, 4, "Instantiated Global/Non-Scoped Non Candidate SM");
+    }
+  }
+  nonCandidateSm(zone)->bsmIs(bsmStatus_->rxBsm());
+}
+
+void PimBsrSm::maybeInitNonCandidateSm() {
+  VRF_TRACE_ENTRY(trace);
+  for (const Pax::IpGenPrefix &zone : bsrStatus_->bootstrapRouter().keys()) {
+    if (nonCandidateSm(zone)) continue;
+    nonCandidateSmIs(zone);
+    VRF_TRACE(trace, 4, "Created Non Candidate SM for zone " << zone);
+  }
+}
+
+BsrNonCandidateSm *PimBsrSm::nonCandidateSm(const Pax::IpGenPrefix &zone) const {
+  const auto *machine = nonCandidateSm_.find(zone);
+  return machine ? machine->get() : nullptr;
+}
+
+BsrNonCandidateSm &PimBsrSm::nonCandidateSmIs(const Pax::IpGenPrefix &zone) {
+  return *nonCandidateSm_.insert(
+      zone, std::make_unique<BsrNonCandidateSm>(*this, zone, bsrStatus_, timerWheel_, timerWheel_));
+}
+
+void PimBsrSm::nonCandidateSmDel(const Pax::IpGenPrefix &zone) { nonCandidateSm_.erase(zone); }
+
+void PimBsrSm::handleBootstrapRouter(const Pax::IpGenPrefix &zone) {
+  bsr_.erase(zone);
+  if (const auto bsr = bsrStatus_->bootstrapRouter(zone)) bsr_.insert(zone, std::make_unique<KivBsr>(*this, bsr));
+}
+
+void PimBsrSm::handleCrpStatus(const Pax::IpGenPrefix &zone) {
+  if (!bsrTrie_) return;
+  if (const auto gone = crpZoneStatus_.erase(zone)) gone->handleDel();
+  if (const auto zoneStatus = bsrStatus_->crpStatus(zone)) {
+    crpZoneStatus_.insert(zone, std::make_unique<KivCrpZoneStatus>(*this, zone, zoneStatus));
+  }
+}
+
+void PimBsrSm::handleBsrTrie(const Pax::IpGenPrefix &zone) {
+  if (std::exchange(settledVersion_, bsrTrie_->version()) == bsrTrie_->version()) return;  // same zones, another BSR
+  published_->settleWithin(zone);
+  removeEmptySet(zone, zone);
+}
+
+void PimBsrSm::KivBsr::handleHashMaskLen() {
+  const Pax::IpGenPrefix &zone = notifier()->zone();
+  const uint32_t length = notifier()->hashMaskLen();
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << zone << " )");
+  if (length == hashMaskLenUnset) return;
+  const auto candidate = sm_.bsrStatus_->cbsr(zone);
+  if (!candidate) {
+    VRF_TRACE(trace, 8, "No local CBSR configured for zone " << zone << ". Nothing to do");
+    return;
+  }
+  if (!candidate->elected()) {
+    VRF_TRACE(trace, 8, "Local CBSR configured for zone " << zone << " is not elected BSR. Nothing to do");
+    return;
+  }
+  const auto zoneStatus = sm_.bsrStatus_->crpStatus(zone);
+  if (!zoneStatus || !zoneStatus->status()) {
+    VRF_TRACE(trace, 8, "No CRP have been populated for zone " << zone);
+    return;
+  }
+  REQUIRE_AS(length <= hashMaskLenUnset, "RpHashMaskLen::value < 0 or > 128 not allowed");
+  for (const auto &[prefix, set] : zoneStatus->status()->crpSet()) {
+    for (const auto &[address, rp] : set->rp()) {
+      rp->hashMaskLenIs(RpHashMaskLen(length));
+      VRF_TRACE(
+          trace, 4,
+          "Setting hash mask Len to " << length << " for RP " << address << " in rp candidate set for zone " << zone);
+    }
+  }
+}
+
+}  // namespace Routing::Pim::Bsr

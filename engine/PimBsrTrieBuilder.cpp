@@ -1,0 +1,50 @@
+#include "engine/PimBsrTrieBuilder.h"
+
+#include "model/VrfTrace.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+Tracelet::Module trace("Pim::Bsr::TrieBuilder");
+}
+
+PimBsrTrieBuilderSm::PimBsrTrieBuilderSm(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<TrieGen> &trie)
+    : bsrStatus_(bsrStatus), trie_(trie), kivBsrStatus_(*this) {
+  for (const auto &[zone, bsr] : bsrStatus_->bootstrapRouter()) {
+    bsr_.insert(zone, std::make_unique<KivBsr>(*this, bsr));
+  }
+  handleBsr();
+}
+
+void PimBsrTrieBuilderSm::KivBsrStatus::onBootstrapRouter(const Pax::IpGenPrefix &zone) {
+  builder_.bsr_.erase(zone);
+  if (const auto bsr = builder_.bsrStatus_->bootstrapRouter(zone)) {
+    builder_.bsr_.insert(zone, std::make_unique<KivBsr>(builder_, bsr));
+  }
+  builder_.handleBsr(zone);
+}
+
+void PimBsrTrieBuilderSm::handleBsr() {
+  for (const Pax::IpGenPrefix &zone : bsrStatus_->bootstrapRouter().keys()) handleBsr(zone);
+}
+
+void PimBsrTrieBuilderSm::handleBsr(const Pax::IpGenPrefix &zone) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << zone << " )");
+  ++trieUpdates_;
+  if (bsrStatus_->bootstrapRouter(zone)) {
+    VRF_TRACE(trace, 4, "Added prefix " << zone << " into trie");
+    trie_->routeIs(zone, true);
+  } else {
+    VRF_TRACE(trace, 4, "Deleted prefix " << zone << " from trie");
+    trie_->routeDel(zone);
+  }
+}
+
+void PimBsrTrieBuilderSm::KivBsr::handleBsrIp() {
+  const Pax::IpGenPrefix zone = notifier()->zone();
+  VRF_TRACE(trace, 4,
+            " BSR changed for zone " << zone << " to " << notifier()->ipAddr() << ". Generating changeroute event");
+  builder_.trie_->changedRouteIs(zone);
+}
+
+}  // namespace Routing::Pim::Bsr

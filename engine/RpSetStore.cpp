@@ -1,0 +1,132 @@
+// PimBsrSm: storing the RP set of accepted Bootstrap messages.
+
+#include <optional>
+
+#include "engine/PimBsrSm.h"
+#include "model/VrfTrace.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+Tracelet::Module trace("Pim::Bsr::Sm");
+}
+
+/// One message being stored.
+struct PimBsrSm::Store {
+  const Pax::IpGenPrefix &zone;
+  const Packet::BootstrapMessage &bsm;
+  const bool refresh;
+  const double now;
+  std::optional<RpHashMaskLen> hashMaskLen;  // constructed for the first RP that needs it
+};
+
+void PimBsrSm::storeRpSet(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm, bool refresh) {
+  if (!initialized_) return;
+  Store store{zone, *bsm, refresh, now(), std::nullopt};
+  for (const auto &group : bsm->groupData()) {
+    if (!storeGroup(store, *group)) return;
+  }
+}
+
+void PimBsrSm::refreshRpSet(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  if (!bsm || !initialized_) return;
+  bsm->forwardIs(true);
+  storeRpSet(zone, bsm, true);
+}
+
+bool PimBsrSm::storeGroup(Store &store, const Packet::BootstrapGroupData &group) {
+  const bool split = group.fragmentRpCount() != 0 && group.fragmentRpCount() != group.rpCount();
+  const Packet::BootstrapGroupData::RpList *rps = &group.rpList();
+  if (split) {
+    const auto collected = collectGroup(store.bsm, group);
+    if (!collected) return true;
+    collectedRps_.clear();
+    for (const auto &[address, rp] : collected->rp()) collectedRps_.push_back({address, rp.holdTime, rp.priority});
+    rps = &collectedRps_;
+  }
+  const Pax::IpGenPrefix prefix = group.prefix();
+  const auto set = setToStoreInto(store, prefix);
+  if (!set) return true;
+
+  filling_ = set.get();
+  bool good = true;
+  for (const Packet::BootstrapRpData &rp : *rps) {
+    good = storeRp(store, *set, group, rp);
+    if (!good) break;
+  }
+  filling_ = nullptr;
+  removeEmptySet(store.zone, prefix);
+  if (good && split) collectedGroupDone(store.bsm.fragmentTag(), prefix);
+  return good;
+}
+
+Kiv::Ptr<RpCandidateSet> PimBsrSm::setToStoreInto(const Store &store, const Pax::IpGenPrefix &prefix) {
+  auto zoneStatus = bsrStatus_->crpStatus(store.zone);
+  if (!zoneStatus) {
+    if (store.refresh) return nullptr;
+    zoneStatus = bsrStatus_->crpStatusIs(store.zone);
+    zoneStatus->statusIs("")->rpSetTypeIs(rpSetTypeBsr);
+  }
+  const auto status = zoneStatus->statusIs("");
+  if (const auto set = status->crpSet(prefix)) return set;
+  if (store.refresh) return nullptr;
+  VRF_TRACE(trace, 4, "Creating Rp set associated with prefix " << prefix);
+  return status->crpSetIs(prefix);
+}
+
+bool PimBsrSm::storeRp(Store &store, RpCandidateSet &set, const Packet::BootstrapGroupData &group,
+                       const Packet::BootstrapRpData &data) {
+  if (data.holdTime == 0) {
+    set.rpDel(data.address);
+    VRF_TRACE(trace, 4, "Deleted RP " << data.address << " since holdtime is 0");
+    return true;
+  }
+  if (!store.hashMaskLen) {
+    try {
+      store.hashMaskLen = RpHashMaskLen(store.bsm.hashMaskLen());
+    } catch (const Kiv::RangeError &error) {
+      VRF_TRACE(trace, 1, error.what());
+      return false;
+    }
+  }
+  auto rp = set.rp(data.address);
+  if (rp) {
+    VRF_TRACE(trace, 4, "Updating RP " << data.address << " to prefix " << group.prefix() << " in zone " << store.zone);
+  } else {
+    if (store.refresh) return true;
+    rp = set.rpIs(data.address);
+    rp->setupTimeIs(store.now);
+    VRF_TRACE(trace, 4,
+              "Adding RP " << data.address << " to prefix " << group.prefix() << " in zone " << store.zone
+                           << " with setup time of " << store.now);
+  }
+  rp->pimModeIs(group.bidir() ? Mode::bidir : Mode::sparse);
+  rp->priorityIs(data.priority);
+  rp->holdTimeIs(data.holdTime);
+  rp->hashMaskLenIs(*store.hashMaskLen);
+  rp->expiresIs(store.now + data.holdTime);
+  VRF_TRACE(trace, 5, "RP " << data.address << " to expire in " << data.holdTime << " from now");
+  return true;
+}
+
+void PimBsrSm::clearRpSet(const Pax::IpGenPrefix &zone) {
+  const auto zoneStatus = bsrStatus_->crpStatus(zone);
+  if (!zoneStatus) return;
+  if (const auto status = zoneStatus->status()) status->crpSetDelAll();
+}
+
+void PimBsrSm::removeEmptySet(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) {
+  const auto zoneStatus = bsrStatus_->crpStatus(zone);
+  if (!zoneStatus || !zoneStatus->status()) return;
+  const auto status = zoneStatus->status();
+  const bool hasBsr = bool(bsrStatus_->bootstrapRouter(zone));
+  const auto set = status->crpSet(prefix);
+  const bool keptForScope = hasBsr && prefix == zone && zone != globalOrNonScopeZone_;
+  if (set && set->rp().empty() && set.get() != filling_ && !keptForScope) {
+    VRF_TRACE(trace, 5, "Deleted rpset for prefix " << prefix << " in zone " << zone);
+    status->crpSetDel(prefix);
+  }
+  if (!hasBsr && status->crpSet().empty()) bsrStatus_->crpStatusDel(zone);
+}
+
+}  // namespace Routing::Pim::Bsr

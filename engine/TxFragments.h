@@ -1,0 +1,51 @@
+/// A Bootstrap message cut into fragments that fit an MTU.
+///
+/// Bytes are counted the same for both families: 36 a message, 12 a group block, 12 an RP. The MTU
+/// that the PIM interface status reports is made for that count.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/pim/Packet.h"
+
+namespace Routing::Pim::Bsr {
+
+inline constexpr uint32_t bsmHeaderLength = 36;
+inline constexpr uint32_t bsmGroupLength = 12;
+inline constexpr uint32_t bsmRpLength = 12;
+/// Below this an empty fragment with a zone block takes no RP: such an interface gets no messages.
+inline constexpr uint32_t bsmLeastMtu = bsmHeaderLength + bsmGroupLength + 2 * bsmRpLength + 1;
+
+/// One fragment and the bytes that it fills so far.
+struct PimBsrTxFragment {
+  Kiv::Ptr<Packet::BootstrapMessage> bsm;
+  uint32_t length = bsmHeaderLength;
+  bool isEmpty() const { return length == bsmHeaderLength; }
+};
+
+/// The fragments of one message for one MTU, in sending order.
+class PimBsrTxFragments {
+ public:
+  /// `source` gives each fragment its tag, flags and BSR.
+  PimBsrTxFragments(const Kiv::Ptr<const Packet::BootstrapMessage> &source, uint32_t numFragments);
+
+  uint32_t numFragments() const { return static_cast<uint32_t>(fragment_.size()); }
+  PimBsrTxFragment &fragment(uint32_t index) { return fragment_[index]; }
+  const std::vector<PimBsrTxFragment> &fragment() const { return fragment_; }
+  void fragmentAppend();
+
+ private:
+  const Kiv::Ptr<const Packet::BootstrapMessage> source_;
+  std::vector<PimBsrTxFragment> fragment_;
+};
+
+/// Places one group block. Whole, into the first fragment with room for it; with `split`, if there
+/// is none, its RPs in pieces, each with the group's total RP count and its own fragment RP count,
+/// and further fragments are appended when the present ones are full. In a scoped zone an empty
+/// fragment gets the zone's own block first. 0 on success, -1 when the group was not placed.
+int32_t doAddGroupData(const Pax::IpGenPrefix &zone, uint8_t zoneRpCount, PimBsrTxFragments &fragments, uint32_t mtu,
+                       const Packet::BootstrapGroupData &group, bool split, const std::string &vrfName);
+
+}  // namespace Routing::Pim::Bsr

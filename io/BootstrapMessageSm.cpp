@@ -1,0 +1,184 @@
+#include "io/BootstrapMessageSm.h"
+
+#include "model/VrfTrace.h"
+#include "platform/tracelet/Require.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+Tracelet::Module trace("Pim::Bsr::IO");
+}
+
+BootstrapMessageSm::BootstrapMessageSm(const Kiv::Ptr<IO::PamManager> &pimPamManager, const Kiv::Ptr<Status> &bsrStatus,
+                                       const Kiv::Ptr<PimBsmStatus> &bsmStatus,
+                                       const Kiv::Ptr<IO::MessageInfo> &bsmInfo, const Kiv::Ptr<PimRpfTable> &rpfTable,
+                                       const Orb::Clock &clock)
+    : pimPamManager_(pimPamManager),
+      bsrStatus_(bsrStatus),
+      bsmStatus_(bsmStatus),
+      bsmInfo_(bsmInfo),
+      rpfTable_(rpfTable),
+      clock_(clock),
+      counters_(bsrStatus->counters()),
+      kivBsrStatus_(*this),
+      kivBsmInfo_(*this),
+      kivBsmStatus_(*this) {
+  handleInitialize();
+}
+
+void BootstrapMessageSm::handleInitialize() {
+  REQUIRE(pimPamManager());
+  REQUIRE(rpfTable());
+  REQUIRE(bsrStatus());
+  REQUIRE(bsmInfo());
+  REQUIRE(bsmStatus());
+  startupTime_ = clock_.now();
+  globalZone_ = Pax::allGroups(bsrStatus_->af());
+  REQUIRE_AS(!globalZone_.isEmpty(), "0 && \"Unknown address family\"");
+  if (counters_) {
+    counters_->rxIs(0);
+    counters_->rxErrorIs(0);
+    counters_->rxSuccessIs(0);
+    counters_->txIs(0);
+    counters_->txErrorIs(0);
+    counters_->txSuccessIs(0);
+    counters_->errCountersIs({});
+  }
+  initialized_ = true;
+}
+
+void BootstrapMessageSm::handleBootstrapMessage() {
+  VRF_TRACE_ENTRY(trace);
+  handleBSM();
+}
+
+void BootstrapMessageSm::handleBSM() {
+  VRF_TRACE_ENTRY(trace);
+  if (!initialized_ || !bsmInfo_->rx()->message()) return;
+  const Kiv::Ptr<Packet::BootstrapMessage> bsm(
+      static_cast<Packet::BootstrapMessage *>(bsmInfo_->rx()->message().get()));
+  count(&PimBsrCounters::rxInc, &PimBsrCounters::rxBsmInc);
+  const Pax::IpGenPrefix zone = zoneOf(*bsm);
+  if (!destinationPasses()) return;
+  if (bsm->forward() ? !rpfPasses(*bsm) : !noForwardPasses(zone)) return;
+  if (!borderPasses(zone)) return;
+  accept(zone, bsm);
+}
+
+Pax::IpGenPrefix BootstrapMessageSm::zoneOf(const Packet::BootstrapMessage &bsm) const {
+  const auto &groups = bsm.groupData();
+  return !groups.empty() && groups.front()->adminScope() ? groups.front()->prefix() : globalZone_;
+}
+
+uint32_t BootstrapMessageSm::bsPeriod(const Pax::IpGenPrefix &zone) const {
+  const auto candidate = bsrStatus_->cbsr(zone);
+  return candidate && candidate->bsPeriod() != bsPeriodUnset ? candidate->bsPeriod() : bsPeriodDefault_;
+}
+
+bool BootstrapMessageSm::destinationPasses() {
+  const Pax::IpGenAddr &destination = bsmInfo_->rx()->destination();
+  if (!destination.isMulticast()) {
+    VRF_TRACE(trace, 1, "RX - Error - Unicast BSM not supported." << destination);
+    countDrop(&PimBsrErrorCounters::unicastBsmError);
+    return false;
+  }
+  if (destination != Pax::allPimRouters(bsrStatus_->af())) {
+    VRF_TRACE(trace, 1, "RX - Error - Do not know what we are dealing with here: " << destination);
+    countDrop(&PimBsrErrorCounters::unknownDestError);
+    return false;
+  }
+  return true;
+}
+
+bool BootstrapMessageSm::noForwardPasses(const Pax::IpGenPrefix &zone) {
+  const double sinceStartup = clock_.now() - startupTime_;
+  const bool known = lastBsm_.contains(zone);
+  if (!known && sinceStartup <= bsPeriod(zone)) return true;
+  VRF_TRACE(trace, 1,
+            "RX - Error - Dropping BSM. We expect no-forward BSM only if quick refresh. "
+                << "lastBsm=" << (known ? "NULL" : "Set") << ", TimeSince startup=" << sinceStartup
+                << ", bsPeriod=" << bsPeriod(zone));
+  countDrop(&PimBsrErrorCounters::noFwdBsmError);
+  return false;
+}
+
+bool BootstrapMessageSm::rpfPasses(const Packet::BootstrapMessage &bsm) {
+  const IO::ReceivedMessage &received = *bsmInfo_->rx();
+  const RpfInfo rpf = rpfTable_->doLookup(bsm.bsrAddress(), Pax::IpGenAddr());
+  if (rpf.neighbor.isZero()) {
+    VRF_TRACE(trace, 1,
+              "RX - Error - Dropping BSM since BSM src " << received.source() << " for BSR address " << bsm.bsrAddress()
+                                                         << " - RPF neighbor not available.");
+    countDrop(&PimBsrErrorCounters::rpfError);
+    return false;
+  }
+  if (received.intfId() != rpf.intfId || received.source() != rpf.neighbor) {
+    VRF_TRACE(trace, 1,
+              "RX - Error - Dropping BSM since BSM src " << received.source() << "(" << received.intfId()
+                                                         << ") is not from neighbor " << rpf.neighbor << "("
+                                                         << rpf.intfId << ") for BSR address " << bsm.bsrAddress());
+    countDrop(&PimBsrErrorCounters::rpfError);
+    return false;
+  }
+  return true;
+}
+
+bool BootstrapMessageSm::borderPasses(const Pax::IpGenPrefix &zone) {
+  const Pax::IntfId &intfId = bsmInfo_->rx()->intfId();
+  if (!isBorder(*bsrStatus_, zone, intfId)) return true;
+  VRF_TRACE(trace, 1,
+            "RX: Error - Dropping BSM since the interface " << intfId << " the message "
+                                                            << "arrived on is a BSR border for group" << zone);
+  countDrop(&PimBsrErrorCounters::deniedError);
+  return false;
+}
+
+void BootstrapMessageSm::accept(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  VRF_TRACE(trace, 4, "RX - Accepted BSM from " << bsmInfo_->rx()->source());
+  lastBsmIs(zone, bsm);
+  bsmStatus_->iifIntfIdIs(bsmInfo_->rx()->intfId());
+  bsmStatus_->firstGroupIs(bsm->groupData().empty() ? nullptr : bsm->groupData().front());
+  bsmStatus_->rxBsmIs(bsm);
+  count(&PimBsrCounters::rxBsmSuccessInc, &PimBsrCounters::rxSuccessInc);
+}
+
+void BootstrapMessageSm::handleTransmission() {
+  if (!initialized_) return;
+  IO::TransmitMessage &channel = bsmInfo_->tx();
+  const uint32_t before = channel.count();
+  channel.intfIdIs(bsmStatus_->oifIntfId());
+  channel.messageIs(bsmStatus_->txBsm());
+  channel.countInc(1);
+  const bool sent = channel.count() != before;
+  count(&PimBsrCounters::txInc, sent ? &PimBsrCounters::txSuccessInc : &PimBsrCounters::txErrorInc);
+}
+
+void BootstrapMessageSm::count(void (PimBsrCounters::*first)(uint32_t), void (PimBsrCounters::*second)(uint32_t)) {
+  if (!counters_) return;
+  ((*counters_).*first)(1);
+  ((*counters_).*second)(1);
+}
+
+void BootstrapMessageSm::countDrop(uint32_t PimBsrErrorCounters::*reason) {
+  count(&PimBsrCounters::rxErrorInc, &PimBsrCounters::rxBsmErrorInc);
+  if (counters_) counters_->errorInc(reason);
+}
+
+Kiv::Ptr<Packet::BootstrapMessage> BootstrapMessageSm::lastBsm(const Pax::IpGenPrefix &zone) const {
+  const auto *last = lastBsm_.find(zone);
+  return last ? *last : nullptr;
+}
+
+void BootstrapMessageSm::lastBsmIs(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  if (auto *last = lastBsm_.find(zone)) {
+    *last = bsm;
+  } else {
+    lastBsm_.insert(zone, bsm);
+  }
+}
+
+void BootstrapMessageSm::lastBsmDelAll() {
+  for (const Pax::IpGenPrefix &zone : lastBsm_.keys()) lastBsmDel(zone);
+}
+
+}  // namespace Routing::Pim::Bsr
