@@ -30,7 +30,10 @@ class Descriptor {
   int number_ = -1;
 };
 
-/// The last failure of a system call, with what was tried.
+/// The last failure of a system call.
+inline std::error_code lastError() { return {errno, std::generic_category()}; }
+
+/// The same as an exception, with what was tried.
 inline std::system_error systemError(const std::string &tried) { return {errno, std::generic_category(), tried}; }
 
 }  // namespace Linux

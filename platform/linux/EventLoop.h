@@ -2,12 +2,12 @@
 #pragma once
 
 #include <boost/asio/io_context.hpp>
-#include <functional>
 #include <memory>
 #include <set>
 #include <unordered_map>
 #include <vector>
 
+#include "platform/linux/Descriptor.h"
 #include "platform/linux/Watch.h"
 #include "platform/orb/TimerWheel.h"
 
@@ -35,11 +35,12 @@ class EventLoop : public Orb::Clock, public Orb::Waker {
   void wakeAt(Orb::TimerWheel &wheel, double time) override;
 
  private:
+  void forget(Orb::TimerWheel &wheel);
   void runWheels();
   void setTimer();
 
   boost::asio::io_context context_;
-  const int timer_;  // the timerfd
+  const Descriptor timer_;  // the timerfd
   std::unique_ptr<Watch> timerWatch_;
   std::set<std::pair<double, Orb::TimerWheel *>> order_;
   std::unordered_map<Orb::TimerWheel *, double> asked_;

@@ -11,6 +11,8 @@
 
 namespace Linux {
 
+struct RouteMessage;
+
 /// A question and its answer over netlink: honours rules and metrics, and costs nothing at rest.
 /// Unreachable, blackhole and prohibited destinations have the answer `none`, as has any failure,
 /// which is traced.
@@ -24,9 +26,11 @@ class KernelRouteLookup : public Routing::RouteLookup {
   void close() { socket_.reset(); }
 
  private:
-  /// The bytes of the route message, or nothing.
+  /// The kernel's answer, in the buffer; null when there is none.
   const nlmsghdr *ask(const Pax::IpGenAddr &destination, uint32_t flags);
-  const nlmsghdr *await();
+  /// Waits for the answer to the last question.
+  const nlmsghdr *answer();
+  Routing::RouteAnswer answerFrom(const RouteMessage &route) const;
 
   const Kiv::Ptr<const LinkTable> links_;
   std::optional<NetlinkSocket> socket_;

@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/linux/Descriptor.h"
@@ -41,14 +42,15 @@ class NamespaceWatcher {
   };
 
  private:
-  void watchDirectory(const std::string &directory);
+  void watchDirectory(const std::string &directory) const;
   void read();
   void check();
+  void tell(Watched &watched);
+  bool isWatched(const Watched *wanted) const;
   void retryLater();
 
-  EventLoop &loop_;
   const Descriptor inotify_;
-  Watch watch_;
+  std::optional<Watch> watch_;
   boost::asio::steady_timer retry_;
   int retries_ = 0;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);

@@ -3,6 +3,8 @@
 
 #include <functional>
 #include <map>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -40,12 +42,16 @@ class NetlinkMonitor {
   void retractAll();
 
  private:
+  struct AddressEntry {
+    AddressMessage message;
+    bool seen = true;  // in the dump that is running
+  };
   struct Link {
     Pax::IntfId intfId;
     Kiv::Ptr<Ip::IntfStatus> status;
     bool inVrfDevice = false;
-    bool seen = true;  // in the dump that is running
-    std::vector<AddressMessage> address;
+    bool seen = true;                   // in the dump that is running
+    std::vector<AddressEntry> address;  // in the order of their coming
   };
   enum class Dump { none, links, addresses };
 
@@ -75,7 +81,8 @@ class NetlinkMonitor {
   bool complete_ = false;
   uint32_t sequence_ = 0;
   std::vector<uint8_t> buffer_;
-  Watch watch_;
+  std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+  std::optional<Watch> watch_;
 };
 
 }  // namespace Linux

@@ -4,7 +4,6 @@
 #include <libmnl/libmnl.h>
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <span>
 
@@ -18,8 +17,10 @@ class NetlinkSocket {
   NetlinkSocket(const Namespace &where, int flags);
 
   int descriptor() const { return mnl_socket_get_fd(socket_.get()); }
+  /// The socket's own address, which the kernel's answers carry.
+  uint32_t port() const { return mnl_socket_get_portid(socket_.get()); }
   /// Messages of this group from now on; throws std::system_error.
-  void groupIs(int group);
+  void groupIs(int group) const;
   bool send(const nlmsghdr &message) const {
     return mnl_socket_sendto(socket_.get(), &message, message.nlmsg_len) >= 0;
   }
@@ -27,8 +28,13 @@ class NetlinkSocket {
   ssize_t receive(std::span<uint8_t> buffer) const {
     return mnl_socket_recvfrom(socket_.get(), buffer.data(), buffer.size());
   }
-  /// Calls `message` for each whole message in the bytes.
-  static void forEach(std::span<const uint8_t> bytes, const std::function<void(const nlmsghdr &)> &message);
+  /// Calls `handle` for each whole message in the bytes.
+  template <class Handle>
+  static void forEach(std::span<const uint8_t> bytes, const Handle &handle) {
+    int rest = static_cast<int>(bytes.size());
+    const auto *message = reinterpret_cast<const nlmsghdr *>(bytes.data());
+    for (; mnl_nlmsg_ok(message, rest); message = mnl_nlmsg_next(message, &rest)) handle(*message);
+  }
 
  private:
   struct Close {

@@ -51,7 +51,7 @@ class RawPacketPort : public Routing::Pim::IO::PacketPort {
   void join(const Pax::IntfId &intfId);
   void leave(const Pax::IntfId &intfId);
   void read(const Open &from);
-  bool isMine(const Open &from, const RawSocket::Datagram &datagram) const;
+  bool isMine(const Open &from, const Pax::IntfId &intfId, const Pax::IpGenAddr &destination) const;
 
   struct Membership {
     uint32_t ifIndex;

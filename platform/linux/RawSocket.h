@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <span>
-#include <system_error>
 
 #include "platform/linux/Namespace.h"
 #include "platform/pax/IpGenAddr.h"
@@ -37,11 +36,11 @@ class RawSocket {
 
   /// Joins and leaves ALL-PIM-ROUTERS. Joining fails with ENOBUFS or ENOMEM when the socket may have
   /// no more memberships.
-  std::error_code join(uint32_t ifIndex);
-  void leave(uint32_t ifIndex);
+  std::error_code join(uint32_t ifIndex) const;
+  void leave(uint32_t ifIndex) const;
 
-  void receiveBufferIs(uint32_t bytes);
-  void transparentIs(bool transparent);
+  void receiveBufferIs(uint32_t bytes) const;
+  void transparentIs(bool transparent) const;
 
   /// A packet may be ignored because it is no PIM packet or tells no addresses; an error is traced
   /// and ignored.
@@ -49,12 +48,12 @@ class RawSocket {
   std::error_code send(const Departure &departure) const;
 
  private:
-  int level() const;
   bool option(int level, int name, int value) const;
-  void require(int level, int name, int value, const char *tried) const;
+  void require(int name, int value, const char *tried) const;
   std::error_code membership(int name, uint32_t ifIndex) const;
 
-  const Pax::AddressFamily family_;
+  bool isV4_;
+  int level_;  // of the family's socket options
   Descriptor descriptor_;
 };
 

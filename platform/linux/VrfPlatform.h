@@ -2,7 +2,7 @@
 #pragma once
 
 #include <functional>
-#include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/ip/IntfStatus.h"
@@ -69,8 +69,8 @@ class VrfPlatform {
   Kiv::Ptr<KernelRouteLookup> routes_;
   Kiv::Ptr<RawPacketPort> port_;
   Kiv::Ptr<Routing::Pim::IO::HelloSpeaker> hello_;
-  std::unique_ptr<NetlinkMonitor> monitor_;
-  std::unique_ptr<NamespaceWatcher::Watched> watched_;
+  std::optional<NetlinkMonitor> monitor_;
+  std::optional<NamespaceWatcher::Watched> watched_;
 };
 
 }  // namespace Linux
