@@ -48,15 +48,6 @@ std::array<uint8_t, 16> IpGenAddr::bytes() const {
   return result;
 }
 
-bool IpGenAddr::isMulticast() const {
-  return family_ == AddressFamily::ipv4 ? v4() >> 28 == 0xe : family_ == AddressFamily::ipv6 && high_ >> 56 == 0xff;
-}
-
-bool IpGenAddr::isLinkLocal() const {
-  return family_ == AddressFamily::ipv4 ? v4() >> 16 == 0xa9fe
-                                        : family_ == AddressFamily::ipv6 && high_ >> 54 == 0xfe80 >> 6;
-}
-
 bool IpGenAddr::isLoopback() const {
   return family_ == AddressFamily::ipv4 ? v4() >> 24 == 127
                                         : family_ == AddressFamily::ipv6 && high_ == 0 && low_ == 1;

@@ -39,8 +39,14 @@ class IpGenAddr {
   /// Network order; the first 4 are an IPv4 address.
   std::array<uint8_t, 16> bytes() const;
 
-  bool isMulticast() const;
-  bool isLinkLocal() const;  ///< 169.254.0.0/16 or fe80::/10
+  constexpr bool isMulticast() const {
+    return family_ == AddressFamily::ipv4 ? v4() >> 28 == 0xe : family_ == AddressFamily::ipv6 && high_ >> 56 == 0xff;
+  }
+  /// 169.254.0.0/16 or fe80::/10
+  constexpr bool isLinkLocal() const {
+    return family_ == AddressFamily::ipv4 ? v4() >> 16 == 0xa9fe
+                                          : family_ == AddressFamily::ipv6 && high_ >> 54 == 0xfe80 >> 6;
+  }
   bool isLoopback() const;
 
   constexpr bool operator==(const IpGenAddr &) const = default;

@@ -12,18 +12,18 @@ namespace Routing::Pim::Packet {
 /// Why bytes are no message. The name of each is given by toText().
 enum class DecodeError : uint8_t {
   none,
-  truncated,        ///< shorter than its fields, or a block's list is cut short
-  version,          ///< not PIM version 2
+  truncated,  ///< shorter than its fields, or a block's list is cut short
+  version,    ///< not PIM version 2
   checksum,
-  type,             ///< a type that this agent does not read
-  family,           ///< an unknown family, or another than the packet's
-  encoding,         ///< an encoding other than 0
-  maskLength,       ///< longer than the address
-  group,            ///< outside 224.0.0.0/4 or ff00::/8
-  unicast,          ///< unspecified or multicast where a unicast address belongs
-  linkLocal,        ///< a link-local BSR or RP address
-  counts,           ///< a fragment RP count above the RP count
-  partialTwice,     ///< two partial blocks of one prefix
+  type,          ///< a type that this agent does not read
+  family,        ///< an unknown family, or another than the packet's
+  encoding,      ///< an encoding other than 0
+  maskLength,    ///< longer than the address
+  group,         ///< outside 224.0.0.0/4 or ff00::/8
+  unicast,       ///< unspecified or multicast where a unicast address belongs
+  linkLocal,     ///< a link-local BSR or RP address
+  counts,        ///< a fragment RP count above the RP count
+  partialTwice,  ///< two partial blocks of one prefix
 };
 inline constexpr size_t decodeErrors = 13;
 const char *toText(DecodeError error);
@@ -48,10 +48,18 @@ class Codec {
               std::vector<uint8_t> &bytes) const;
 
  private:
+  class Cursor;
+  /// More messages than these, all held at once, are not kept for filling anew.
+  static constexpr size_t poolMost = 64;
+
   Kiv::Ptr<BootstrapMessage> recycled();
+  DecodeError readBootstrap(Cursor &in, bool forward, BootstrapMessage &message);
+  DecodeError readBlock(Cursor &in, BootstrapGroupData &block);
 
   const Pax::AddressFamily family_;
   std::vector<Kiv::Ptr<BootstrapMessage>> pool_;
+  size_t lastTaken_ = 0;                   // where in the pool; the next is the likeliest to be free
+  std::vector<Pax::IpGenPrefix> partial_;  // prefixes of the partial blocks of one message
 };
 
 }  // namespace Routing::Pim::Packet

@@ -4,6 +4,7 @@
 /// Bootstrap message aside, which a refresh of its RP set sets).
 #pragma once
 
+#include <iosfwd>
 #include <optional>
 #include <vector>
 
@@ -51,6 +52,7 @@ class BootstrapGroupData : public Kiv::Counted {
   void rpListClear() { rpList_.clear(); }
 
  private:
+  friend class Codec;  // fills it anew when nobody else holds it
   RpList rpList_;
 };
 Kiv::Ptr<BootstrapGroupData> BootstrapGroupDataIs(const Pax::IpGenPrefix &prefix);
@@ -61,10 +63,18 @@ class BootstrapOptionalData : public Kiv::Counted {
   using GroupData = std::vector<Kiv::Ptr<BootstrapGroupData>>;
   const GroupData &groupData() const { return groupData_; }
   void groupDataEnq(const Kiv::Ptr<BootstrapGroupData> &group) { groupData_.push_back(group); }
-  GroupData groupDataTake() { return std::move(groupData_); }
+  GroupData groupDataTake() { return std::exchange(groupData_, {}); }
 
  private:
+  friend class Codec;  // fills it anew when nobody else holds it
+  /// The block at `index`, the end included, for filling: the present or a spare one if nobody
+  /// else holds it.
+  BootstrapGroupData &refill(size_t index);
+  /// Ends a filling: the blocks from `count` on become spare.
+  void refilled(size_t count);
+
   GroupData groupData_;
+  GroupData spare_;
 };
 
 /// A Bootstrap message, or one fragment of it.
@@ -80,6 +90,7 @@ class BootstrapMessage : public Message {
   const BootstrapOptionalData::GroupData &groupData() const { return optionalData_->groupData(); }
 
  private:
+  friend class Codec;
   Kiv::Ptr<BootstrapOptionalData> optionalData_;
 };
 Kiv::Ptr<BootstrapMessage> BootstrapMessageIs();

@@ -18,12 +18,13 @@ struct PacketCounters {
   uint32_t received = 0;
   uint32_t sent = 0;
   uint32_t sendFailed = 0;
-  uint32_t malformed = 0;        ///< the codec's reasons are in malformedBy
+  uint32_t malformed = 0;  ///< the codec's reasons are in malformedBy
   uint32_t wrongFamily = 0;
   uint32_t pimOff = 0;           ///< PIM is not on at the arrival interface
-  uint32_t noConsumer = 0;       ///< a type that nobody takes
+  uint32_t noConsumer = 0;       ///< a type that nobody takes: not read here (Join/Prune, ...), or no consumer
   uint32_t noFwdNoHello = 0;     ///< no-forward Bootstrap message from a source without Hello state
   uint32_t noFwdOwnAddress = 0;  ///< no-forward Bootstrap message that names us as BSR
+  uint32_t badHello = 0;         ///< not to ALL-PIM-ROUTERS, or from an address that is no neighbour's
   std::array<uint32_t, Packet::decodeErrors> malformedBy{};
 };
 
@@ -65,8 +66,7 @@ class BeforeBootstrap {
 class PacketPort : public Kiv::Counted {
  public:
   /// `status` tells where PIM is on and who is a neighbour; `routes` which addresses are ours.
-  PacketPort(Pax::AddressFamily family, const Kiv::Ptr<const Status> &status,
-             const Kiv::Ptr<RouteLookup> &routes);
+  PacketPort(Pax::AddressFamily family, const Kiv::Ptr<const Status> &status, const Kiv::Ptr<RouteLookup> &routes);
 
   Pax::AddressFamily af() const { return family_; }
   const PacketCounters &counters() const { return counters_; }
@@ -78,7 +78,8 @@ class PacketPort : public Kiv::Counted {
 
   /// Encodes and sends. A Bootstrap message and a Hello go to ALL-PIM-ROUTERS from the interface's
   /// own PIM address, whatever the record says; an advertisement goes from the RP address to the
-  /// record's destination. False when the packet was not handed to the network; nothing throws.
+  /// record's destination, in pieces where it would be too long for its receiver. False when the packet was not handed
+  /// to the network; nothing throws.
   bool send(const Pax::IntfId &intfId, const Packet::Message &message);
 
   /// Hints for the backend's socket; the simulator ignores the first and the last.
@@ -91,7 +92,14 @@ class PacketPort : public Kiv::Counted {
   void receive(const Incoming &packet);
 
  private:
+  void malformed(const Incoming &packet, Packet::DecodeError error);
   bool acceptable(const Incoming &packet, const Packet::Message &message);
+  bool acceptableHello(const Incoming &packet);
+  bool acceptableNoForward(const Incoming &packet, const Packet::BootstrapMessage &message);
+  bool sendToAll(const Pax::IntfId &intfId, const Packet::Message &message);
+  bool sendAdvertisement(const Pax::IntfId &intfId, const Packet::CrpAdvMessage &message);
+  bool encodeAndTransmit(const Pax::IntfId &intfId, const Packet::Message &message, const Pax::IpGenAddr &source,
+                         const Pax::IpGenAddr &destination);
 
   const Pax::AddressFamily family_;
   const Kiv::Ptr<const Status> status_;

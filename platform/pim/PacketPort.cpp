@@ -1,0 +1,145 @@
+#include "platform/pim/PacketPort.h"
+
+#include <algorithm>
+
+#include "platform/tracelet/Tracelet.h"
+
+namespace Routing::Pim::IO {
+
+namespace {
+
+Tracelet::Module module("Pim::IO");
+
+/// The groups that an IPv6 advertisement may hold and still fit the receive limit of 2100 bytes.
+constexpr size_t groupsMost6 = 100;
+
+/// `count` groups of an advertisement from `first` on, as one of its own.
+Kiv::Ptr<Packet::CrpAdvMessage> pieceOf(const Packet::CrpAdvMessage &message, size_t first, size_t count) {
+  const auto piece = Kiv::make<Packet::CrpAdvMessage>();
+  piece->rpAddressIs(message.rpAddress());
+  piece->priorityIs(message.priority());
+  piece->holdTimeIs(message.holdTime());
+  piece->prefixCountIs(static_cast<uint8_t>(count));
+  const auto begin = message.groupData()->groupInfo()->group.begin() + static_cast<std::ptrdiff_t>(first);
+  piece->groupData()->groupInfo()->group.assign(begin, begin + static_cast<std::ptrdiff_t>(count));
+  return piece;
+}
+
+std::ostream &operator<<(std::ostream &out, const Incoming &packet) {
+  return out << packet.source << " to " << packet.destination << " on " << packet.intfId;
+}
+
+}  // namespace
+
+PacketPort::PacketPort(Pax::AddressFamily family, const Kiv::Ptr<const Status> &status,
+                       const Kiv::Ptr<RouteLookup> &routes)
+    : family_(family), status_(status), routes_(routes), codec_(family) {}
+
+void PacketPort::consumerIs(Packet::MessageType type, MessageConsumer *consumer) {
+  consumer_[static_cast<size_t>(type)] = consumer;
+}
+
+void PacketPort::receive(const Incoming &packet) {
+  if (packet.source.af() != family_ || packet.destination.af() != family_) {
+    ++counters_.wrongFamily;
+    TRACELET(module, 1, "RX - Error - Dropping packet from " << packet << ": not of family " << family_);
+    return;
+  }
+  if (!status_->pimIntf().contains(packet.intfId)) {
+    ++counters_.pimOff;
+    TRACELET(module, 1, "RX - Error - Dropping packet from " << packet << ": PIM is not on there");
+    return;
+  }
+  const Packet::Codec::Result result = codec_.decode(packet.payload, packet.source, packet.destination);
+  if (!result.message) return malformed(packet, result.error);
+  MessageConsumer *const consumer = consumer_[static_cast<size_t>(result.message->type())];
+  if (!consumer) {
+    ++counters_.noConsumer;
+    TRACELET(module, 5, "RX - Nobody takes the message from " << packet);
+    return;
+  }
+  if (!acceptable(packet, *result.message)) return;
+  ++counters_.received;
+  consumer->messageIs(packet.intfId, result.message);
+}
+
+void PacketPort::malformed(const Incoming &packet, Packet::DecodeError error) {
+  if (error == Packet::DecodeError::type) {
+    // The everyday messages of multicast routers; nothing is wrong with them.
+    ++counters_.noConsumer;
+    TRACELET(module, 5, "RX - Nobody takes the message of type " << (packet.payload[0] & 0xf) << " from " << packet);
+    return;
+  }
+  ++counters_.malformed;
+  ++counters_.malformedBy[static_cast<size_t>(error)];
+  TRACELET(module, 1, "RX - Error - Dropping malformed packet from " << packet << ": " << toText(error));
+}
+
+bool PacketPort::acceptable(const Incoming &packet, const Packet::Message &message) {
+  if (message.type() == Packet::MessageType::hello) return acceptableHello(packet);
+  if (message.type() != Packet::MessageType::bootstrap) return true;
+  const auto &bootstrap = static_cast<const Packet::BootstrapMessage &>(message);
+  return bootstrap.forward() || acceptableNoForward(packet, bootstrap);
+}
+
+bool PacketPort::acceptableHello(const Incoming &packet) {
+  const bool isNeighborly = !packet.source.isZero() && !packet.source.isMulticast() &&
+                            (family_ == Pax::AddressFamily::ipv4 || packet.source.isLinkLocal());
+  if (isNeighborly && packet.destination == Pax::allPimRouters(family_)) return true;
+  ++counters_.badHello;
+  TRACELET(module, 1, "RX - Error - Dropping Hello from " << packet << ": not from a neighbour to all");
+  return false;
+}
+
+bool PacketPort::acceptableNoForward(const Incoming &packet, const Packet::BootstrapMessage &message) {
+  if (!status_->pimIntf(packet.intfId)->neighbor(packet.source)) {
+    ++counters_.noFwdNoHello;
+    TRACELET(module, 1, "RX - Error - Dropping no-forward BSM from " << packet << ": no Hello from there");
+    return false;
+  }
+  if (routes_->lookup(message.bsrAddress()).kind == RouteAnswer::Kind::local) {
+    ++counters_.noFwdOwnAddress;
+    TRACELET(module, 1,
+             "RX - Error - Dropping no-forward BSM from " << packet << ": its BSR is our own " << message.bsrAddress());
+    return false;
+  }
+  return true;
+}
+
+bool PacketPort::send(const Pax::IntfId &intfId, const Packet::Message &message) {
+  if (message.type() == Packet::MessageType::bootstrap && beforeBootstrap_) beforeBootstrap_->helloFirst(intfId);
+  const bool isSent = message.type() == Packet::MessageType::crpAdv
+                          ? sendAdvertisement(intfId, static_cast<const Packet::CrpAdvMessage &>(message))
+                          : sendToAll(intfId, message);
+  ++(isSent ? counters_.sent : counters_.sendFailed);
+  if (!isSent) TRACELET(module, 1, "TX - Error - Cannot send type " << int(message.type()) << " on " << intfId);
+  return isSent;
+}
+
+bool PacketPort::sendToAll(const Pax::IntfId &intfId, const Packet::Message &message) {
+  const Kiv::Ptr<PimIntf> pimIntf = status_->pimIntf(intfId);
+  if (!pimIntf || pimIntf->address().af() != family_) return false;
+  return encodeAndTransmit(intfId, message, pimIntf->address(), Pax::allPimRouters(family_));
+}
+
+bool PacketPort::sendAdvertisement(const Pax::IntfId &intfId, const Packet::CrpAdvMessage &message) {
+  if (message.rpAddress().af() != family_ || message.destination().af() != family_) return false;
+  const size_t counted = std::min<size_t>(message.prefixCount(), message.groupData()->groupInfo()->group.size());
+  if (family_ == Pax::AddressFamily::ipv4 || counted <= groupsMost6) {
+    return encodeAndTransmit(intfId, message, message.rpAddress(), message.destination());
+  }
+  bool isSent = true;
+  for (size_t first = 0; first < counted; first += groupsMost6) {
+    const auto piece = pieceOf(message, first, std::min(groupsMost6, counted - first));
+    isSent = encodeAndTransmit(intfId, *piece, message.rpAddress(), message.destination()) && isSent;
+  }
+  return isSent;
+}
+
+bool PacketPort::encodeAndTransmit(const Pax::IntfId &intfId, const Packet::Message &message,
+                                   const Pax::IpGenAddr &source, const Pax::IpGenAddr &destination) {
+  codec_.encode(message, source, destination, buffer_);
+  return transmit({intfId, source, destination, buffer_});
+}
+
+}  // namespace Routing::Pim::IO
