@@ -11,10 +11,10 @@ namespace Ip {
 
 /// What is known of one address of an interface. Written by the backend.
 struct AddressInfo {
-  Pax::IpGenPrefix subnet;    ///< the on-link prefix
-  bool secondary = false;     ///< an IPv4 secondary
-  bool global = true;         ///< of global scope; false for link, host and site scope
-  bool usable = true;         ///< not tentative, failed, deprecated or temporary
+  Pax::IpGenPrefix subnet;  ///< the on-link prefix
+  bool secondary = false;   ///< an IPv4 secondary
+  bool global = true;       ///< of global scope; false for link, host and site scope
+  bool usable = true;       ///< not tentative, failed, deprecated or temporary
   bool operator==(const AddressInfo &) const = default;
 };
 std::ostream &operator<<(std::ostream &out, const AddressInfo &info);
@@ -26,13 +26,13 @@ class IntfStatus : public Kiv::Entity {
   explicit IntfStatus(const Pax::IntfId &intfId) : intfId_(intfId) {}
   const Pax::IntfId &intfId() const { return intfId_; }
 
-#define ATTRIBUTES(ATTRIBUTE)                                             \
-  ATTRIBUTE(value, bool, up, Up, false)                                   \
-  ATTRIBUTE(value, uint32_t, mtu, Mtu, 0)                                 \
-  ATTRIBUTE(values, Pax::IpGenAddr, AddressInfo, address, Address)        \
+#define ATTRIBUTES(ATTRIBUTE)                                                  \
+  ATTRIBUTE(value, bool, up, Up, false)                                        \
+  ATTRIBUTE(value, uint32_t, mtu, Mtu, 0)                                      \
+  ATTRIBUTE(values, Pax::IpGenAddr, AddressInfo, address, Address)             \
   /* the first global address of the family; stays chosen while it is there */ \
-  ATTRIBUTE(value, Pax::IpGenAddr, ipAddr, IpAddr, {})                    \
-  /* source of Hello and Bootstrap messages */                            \
+  ATTRIBUTE(value, Pax::IpGenAddr, ipAddr, IpAddr, {})                         \
+  /* source of Hello and Bootstrap messages */                                 \
   ATTRIBUTE(value, Pax::IpGenAddr, pimAddr, PimAddr, {})
   KIV_ENTITY(IntfStatus, ATTRIBUTES)
 #undef ATTRIBUTES
@@ -43,8 +43,9 @@ class IntfStatus : public Kiv::Entity {
 
 /// Sets `ipAddr` and `pimAddr` of the family from the addresses present, in the order in which the
 /// backend added them. `ipAddr`: the first that is global, usable and neither loopback nor
-/// link-local; it stays while it is there. `pimAddr`: for IPv4 the first that is not secondary, for
-/// IPv6 the first usable link-local. Call after a change of `address`.
+/// link-local; it stays while it is there and still is all that. `pimAddr`: for IPv4 the first
+/// usable that is not secondary, for IPv6 the first usable link-local. Call after a change of
+/// `address`.
 void chooseAddresses(IntfStatus &intf, Pax::AddressFamily family);
 
 /// All interfaces of a VRF ("interface/status/all").

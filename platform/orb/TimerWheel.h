@@ -1,15 +1,19 @@
 /// One-shot timers on a hierarchical wheel.
 ///
-/// The wheel sorts timers into slots of one tick; a slot of the next level holds as many ticks as
-/// a level has slots, and is dealt out to the level below when its time comes. Arming, moving and
-/// disarming are O(1) and allocate nothing. Firing times are exact (a tick is only the unit of
-/// sorting), and timers of one instant fire in the order in which they were armed.
+/// The wheel sorts timers into slots of a tick; a slot of the next level holds as many ticks as a
+/// level has slots, and is dealt out to the levels below when its time comes. The windows are
+/// aligned: level l holds the timers whose tick differs from the current one within the bits of
+/// that level and agrees above them, so every timer of a level fires before those of the next.
+/// Arming, moving and disarming are O(1) and allocate nothing up to the horizon. Firing times are
+/// exact (a tick is only the unit of sorting), and timers of one instant fire in the order in which
+/// they were armed.
 ///
 /// A wheel has no thread: it tells its Waker when it next wants to run, and whoever owns the loop
-/// calls run() then.
+/// calls run() then. That is the time of the next timer, or earlier the start of a slot that has to
+/// be dealt out; a timer that has been moved or disarmed may leave one idle run behind. A wheel
+/// without timers asks for nothing.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -45,11 +49,11 @@ class Timer {
 
   Kiv::Ptr<TimerWheel> wheel_;
   double time_ = never;
-  uint64_t sequence_ = 0;     // order of arming
-  Timer **slot_ = nullptr;    // the slot's tail pointer; the slot is a ring
+  uint64_t sequence_ = 0;   // order of arming
+  Timer **slot_ = nullptr;  // the slot's tail pointer; the slot is a ring
   Timer *previous_ = nullptr;
   Timer *next_ = nullptr;
-  uint32_t due_ = notDue;     // place among the timers being fired
+  uint32_t due_ = notDue;  // place among the timers being fired
 };
 
 /// Asked to call wheel.run() at `time`, or as soon as possible if that has passed. A later request
@@ -64,56 +68,67 @@ class TimerWheel : public Kiv::Counted {
  public:
   struct Parameters {
     uint32_t ticksPerSecond = 100;
-    uint32_t horizon = 108200;  ///< seconds that the levels made at once span; further ones are made on demand
-    uint32_t leastTicks = 1;    ///< a tick at least passes between two runs for one instant's timers
-    uint32_t slots = 1024;      ///< per level, a power of two
+    uint32_t horizon = 108200;      ///< seconds that the levels made at once span; further ones are made on demand
+    uint32_t ticksPerSlot = 1;      ///< of the lowest level
+    uint32_t slotsPerLevel = 1024;  ///< a power of two
   };
 
+  /// The clock and the waker outlive the wheel; its timers hold it.
   TimerWheel(const Clock &clock, Waker &waker, const Parameters &parameters);
   TimerWheel(const Clock &clock, Waker &waker) : TimerWheel(clock, waker, Parameters()) {}
   ~TimerWheel() override;
 
   double now() const { return clock_.now(); }
-  /// Fires every timer that is due, then asks the Waker for the next run.
+  /// Fires every timer that is due, then asks the Waker for the next run. Timers that the callbacks
+  /// arm wait for that, even if they are due. Does nothing inside a callback.
   void run();
+  /// How many timers are armed.
   size_t size() const { return armed_; }
 
  private:
   friend class Timer;
   struct Level {
     explicit Level(uint32_t slots) : slot(slots), used((slots + 63) / 64) {}
-    std::vector<Timer *> slot;     // tail of each ring
-    std::vector<uint64_t> used;    // a bit per slot that is not empty
+    std::vector<Timer *> slot;   // tail of each ring
+    std::vector<uint64_t> used;  // a bit per slot, set for every slot that is not empty
   };
-  static constexpr unsigned levels = 6;
+  struct Place {
+    unsigned level;
+    int64_t start;  // first tick of the slot, or beyondAll
+  };
+  static constexpr int64_t beyondAll = int64_t{1} << 62;
 
   int64_t tickOf(double time) const;
+  /// The least time whose tick is `tick`.
+  double startOf(int64_t tick) const;
+  unsigned levelOf(int64_t tick) const;
+  uint32_t indexOf(int64_t tick, unsigned level) const;
   void arm(Timer &timer);
   void disarm(Timer &timer);
   void place(Timer &timer);
-  void unlink(Timer &timer);
-  void append(unsigned level, uint32_t index, Timer &timer);
-  /// The first used slot from `index` on, or `slots`.
-  uint32_t firstUsed(unsigned level, uint32_t index) const;
-  uint32_t indexAt(unsigned level) const;
-  /// Start of the next used slot above level 0, or a tick beyond any.
-  int64_t nextBoundary() const;
+  static void unlink(Timer &timer);
+  /// The first slot from the current tick on that holds timers.
+  Place nextSlot();
+  /// The first slot of the level from `index` on that holds timers, or slotsPerLevel.
+  static uint32_t firstUsed(Level &level, uint32_t index);
   void collectDue(double now);
   void collectSlot(double now);
-  void cascade();
+  void cascade(const Place &place);
   void fireDue();
-  double nextTime() const;
+  double nextTime();
+  void ask(double time);
 
   const Clock &clock_;
   Waker &waker_;
   const Parameters parameters_;
-  const unsigned shift_;  // log2 of the slots
-  std::array<std::unique_ptr<Level>, levels> level_;
-  std::vector<Timer *> due_;
-  int64_t current_;       // tick up to which slots have been emptied
+  const double ticksPerSecond_;  // of slots of the lowest level
+  const unsigned shift_;         // log2 of slotsPerLevel
+  std::vector<std::unique_ptr<Level>> levels_;
+  std::vector<Timer *> due_;  // those being fired; null where one was disarmed meanwhile
+  int64_t current_;           // every earlier slot is empty
   uint64_t sequence_ = 0;
   size_t armed_ = 0;
-  double asked_ = never;  // what the Waker was asked for last
+  double asked_ = never;  // of the Waker; no timer is earlier
   bool running_ = false;
 };
 

@@ -42,6 +42,7 @@ class Mode {
   static Mode fromText(std::string_view text);
   constexpr operator Number() const { return number_; }
   constexpr bool operator==(const Mode &) const = default;
+  constexpr bool operator==(Number number) const { return number_ == number; }
 
  private:
   Number number_;

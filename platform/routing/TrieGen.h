@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "platform/kiv/Entity.h"
 #include "platform/pax/IpGenPrefix.h"
@@ -32,7 +33,7 @@ class TrieGen : public Kiv::NamedEntity {
   /// Grows with every insertion and removal: what a reader derived from the trie holds while it stays.
   uint64_t version() const { return version_; }
 
-  /// Stores the prefix. Storing one that is there does nothing.
+  /// Stores the prefix. Storing one that is there, is empty or of the other family does nothing.
   void routeIs(const Pax::IpGenPrefix &prefix, bool = true);
   /// Removes the prefix. Removing one that is not there does nothing.
   void routeDel(const Pax::IpGenPrefix &prefix);
@@ -44,6 +45,8 @@ class TrieGen : public Kiv::NamedEntity {
   Pax::IpGenPrefix longestMatch(const Pax::IpGenPrefix &prefix) const;
   /// The longest stored prefix that covers `prefix` and is shorter, or the empty prefix.
   Pax::IpGenPrefix findParent(const Pax::IpGenPrefix &prefix) const;
+  /// Every stored prefix, sorted.
+  std::vector<Pax::IpGenPrefix> routes() const;
 
   const char *fwkType() const override { return "TrieGen"; }
   void describe(Kiv::Visitor &visitor) const override;

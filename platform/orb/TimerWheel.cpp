@@ -1,0 +1,206 @@
+#include "platform/orb/TimerWheel.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <tuple>
+
+#include "platform/tracelet/Require.h"
+
+namespace Orb {
+
+Timer::Timer(const Kiv::Ptr<TimerWheel> &wheel) : wheel_(wheel) {}
+
+Timer::~Timer() { wheel_->disarm(*this); }
+
+void Timer::timeMinIs(double time) {
+  REQUIRE(!std::isnan(time));
+  wheel_->disarm(*this);
+  time_ = time;
+  if (time != 0 && time != never) wheel_->arm(*this);
+}
+
+TimerWheel::TimerWheel(const Clock &clock, Waker &waker, const Parameters &parameters)
+    : clock_(clock),
+      waker_(waker),
+      parameters_(parameters),
+      ticksPerSecond_(double(parameters.ticksPerSecond) / parameters.ticksPerSlot),
+      shift_(std::bit_width(parameters.slotsPerLevel) - 1),
+      current_(tickOf(clock.now())) {
+  REQUIRE(parameters.ticksPerSecond > 0 && parameters.ticksPerSlot > 0);
+  REQUIRE(std::has_single_bit(parameters.slotsPerLevel) && parameters.slotsPerLevel > 1);
+  levels_.resize((std::bit_width(uint64_t{beyondAll}) + shift_ - 1) / shift_);
+  for (unsigned level = 0; level <= levelOf(current_ ^ tickOf(parameters.horizon)); ++level) {
+    levels_[level] = std::make_unique<Level>(parameters.slotsPerLevel);
+  }
+}
+
+TimerWheel::~TimerWheel() { ask(never); }
+
+void TimerWheel::run() {
+  if (running_) return;
+  const Kiv::Ptr<TimerWheel> self(this);
+  running_ = true;
+  collectDue(now());
+  fireDue();
+  running_ = false;
+  asked_ = nextTime();
+  waker_.wakeAt(*this, asked_);
+}
+
+int64_t TimerWheel::tickOf(double time) const {
+  return static_cast<int64_t>(std::clamp(time * ticksPerSecond_, 0.0, double(beyondAll - 1024)));
+}
+
+double TimerWheel::startOf(int64_t tick) const {
+  double time = static_cast<double>(tick) / ticksPerSecond_;
+  while (tickOf(time) < tick) time = std::nextafter(time, never);
+  return time;
+}
+
+unsigned TimerWheel::levelOf(int64_t tick) const {
+  const auto differing = static_cast<uint64_t>(tick ^ current_);
+  return differing == 0 ? 0 : (std::bit_width(differing) - 1) / shift_;
+}
+
+uint32_t TimerWheel::indexOf(int64_t tick, unsigned level) const {
+  return static_cast<uint32_t>(tick >> (level * shift_)) & (parameters_.slotsPerLevel - 1);
+}
+
+void TimerWheel::arm(Timer &timer) {
+  timer.sequence_ = ++sequence_;
+  ++armed_;
+  place(timer);
+  if (!running_ && timer.time_ < asked_) ask(timer.time_);
+}
+
+void TimerWheel::disarm(Timer &timer) {
+  if (!timer.armed()) return;
+  if (timer.slot_) unlink(timer);
+  if (timer.due_ != Timer::notDue) due_[std::exchange(timer.due_, Timer::notDue)] = nullptr;
+  --armed_;
+}
+
+void TimerWheel::place(Timer &timer) {
+  const int64_t tick = std::max(tickOf(timer.time_), current_);
+  const unsigned level = levelOf(tick);
+  if (!levels_[level]) levels_[level] = std::make_unique<Level>(parameters_.slotsPerLevel);
+  const uint32_t index = indexOf(tick, level);
+  Timer *&tail = levels_[level]->slot[index];
+  if (tail) {
+    timer.previous_ = tail;
+    timer.next_ = tail->next_;
+    timer.next_->previous_ = tail->next_ = &timer;
+  } else {
+    timer.previous_ = timer.next_ = &timer;
+    levels_[level]->used[index / 64] |= uint64_t{1} << index % 64;
+  }
+  tail = &timer;
+  timer.slot_ = &tail;
+}
+
+void TimerWheel::unlink(Timer &timer) {
+  Timer *&tail = *timer.slot_;
+  if (timer.next_ == &timer) {
+    tail = nullptr;  // the bit of the slot is cleared when it is next looked at
+  } else {
+    timer.previous_->next_ = timer.next_;
+    timer.next_->previous_ = timer.previous_;
+    if (tail == &timer) tail = timer.previous_;
+  }
+  timer.slot_ = nullptr;
+}
+
+TimerWheel::Place TimerWheel::nextSlot() {
+  for (unsigned level = 0; level < levels_.size(); ++level) {
+    if (!levels_[level]) continue;
+    const uint32_t index = firstUsed(*levels_[level], indexOf(current_, level));
+    if (index == parameters_.slotsPerLevel) continue;
+    const int64_t window = (current_ >> (level * shift_)) - indexOf(current_, level);
+    return {level, (window + index) << (level * shift_)};
+  }
+  return {0, beyondAll};
+}
+
+uint32_t TimerWheel::firstUsed(Level &level, uint32_t index) {
+  for (uint32_t word = index / 64; word < level.used.size(); ++word) {
+    uint64_t bits = level.used[word];
+    if (word == index / 64) bits &= ~uint64_t{0} << index % 64;
+    for (; bits != 0; bits &= bits - 1) {
+      const uint32_t used = word * 64 + std::countr_zero(bits);
+      if (level.slot[used]) return used;
+      level.used[word] &= ~(bits & -bits);
+    }
+  }
+  return static_cast<uint32_t>(level.slot.size());
+}
+
+void TimerWheel::collectDue(double now) {
+  const int64_t last = std::max(tickOf(now), current_);
+  for (;;) {
+    const Place place = nextSlot();
+    if (place.start > last) break;
+    current_ = place.start;
+    if (place.level > 0) {
+      cascade(place);
+    } else {
+      collectSlot(now);
+      if (current_ == last) break;
+    }
+  }
+  current_ = last;
+}
+
+void TimerWheel::collectSlot(double now) {
+  Timer *const tail = levels_[0]->slot[indexOf(current_, 0)];
+  for (Timer *timer = tail->next_, *next = nullptr;; timer = next) {
+    next = timer->next_;
+    if (timer->time_ <= now) {
+      unlink(*timer);
+      due_.push_back(timer);
+    }
+    if (timer == tail) break;
+  }
+}
+
+void TimerWheel::cascade(const Place &place) {
+  Timer *const tail = std::exchange(levels_[place.level]->slot[indexOf(place.start, place.level)], nullptr);
+  for (Timer *timer = tail->next_, *next = nullptr;; timer = next) {
+    next = timer->next_;
+    this->place(*timer);
+    if (timer == tail) break;
+  }
+}
+
+void TimerWheel::fireDue() {
+  std::sort(due_.begin(), due_.end(), [](const Timer *one, const Timer *other) {
+    return std::tie(one->time_, one->sequence_) < std::tie(other->time_, other->sequence_);
+  });
+  for (uint32_t i = 0; i < due_.size(); ++i) due_[i]->due_ = i;
+  for (uint32_t i = 0; i < due_.size(); ++i) {
+    Timer *const timer = due_[i];
+    if (!timer) continue;
+    disarm(*timer);
+    timer->time_ = never;
+    timer->onTime();
+  }
+  due_.clear();
+}
+
+double TimerWheel::nextTime() {
+  const Place place = nextSlot();
+  if (place.start == beyondAll) return never;
+  if (place.level > 0) return startOf(place.start);
+  const Timer *const tail = levels_[0]->slot[indexOf(place.start, 0)];
+  double least = tail->time_;
+  for (const Timer *timer = tail->next_; timer != tail; timer = timer->next_) least = std::min(least, timer->time_);
+  return least;
+}
+
+void TimerWheel::ask(double time) {
+  if (asked_ == time) return;
+  asked_ = time;
+  waker_.wakeAt(*this, time);
+}
+
+}  // namespace Orb
