@@ -14,7 +14,9 @@
 namespace Routing::Pim::IO {
 
 /// PIM is on at every interface named with intfIs(), from the moment it is up and has a PIM address.
-/// Such an interface, and no other, stands in Status.pimIntf.
+/// Such an interface, and no other, stands in Status.pimIntf. Holds all else that a peer can send
+/// within bounds: at most neighborsMost neighbours on an interface, further ones are refused with a
+/// trace; a secondary address belongs to the neighbour that claimed it last.
 class HelloSpeaker : public Kiv::Counted, public MessageConsumer, public BeforeBootstrap {
  public:
   struct Parameters {
@@ -23,6 +25,11 @@ class HelloSpeaker : public Kiv::Counted, public MessageConsumer, public BeforeB
     bool speak = true;
     uint32_t drPriority = 0;
   };
+  static constexpr double period = 30;
+  static constexpr double triggeredDelayMost = 5;
+  static constexpr size_t neighborsMost = 256;
+  static constexpr size_t listedMost = 60;      ///< own addresses in a Hello: 60 fit the least IPv6 MTU
+  static constexpr uint32_t packetMost = 2100;  ///< bytes of a packet that an agent looks at
 
   HelloSpeaker(const Kiv::Ptr<Status> &status, const Kiv::Ptr<const Ip::AllIntfStatusDir> &interfaces,
                const Kiv::Ptr<PacketPort> &port, const Kiv::Ptr<Orb::TimerWheel> &wheel, Orb::Random &random,
@@ -41,6 +48,9 @@ class HelloSpeaker : public Kiv::Counted, public MessageConsumer, public BeforeB
 
  private:
   class Interface;
+  class DirReactor;
+  void intfStatusChanged(const Pax::IntfId &intfId);
+
   const Kiv::Ptr<Status> status_;
   const Kiv::Ptr<const Ip::AllIntfStatusDir> interfaces_;
   const Kiv::Ptr<PacketPort> port_;
@@ -48,6 +58,7 @@ class HelloSpeaker : public Kiv::Counted, public MessageConsumer, public BeforeB
   Orb::Random &random_;
   Parameters parameters_;
   std::map<Pax::IntfId, std::unique_ptr<Interface>> interface_;
+  std::unique_ptr<DirReactor> reactor_;
 };
 
 }  // namespace Routing::Pim::IO

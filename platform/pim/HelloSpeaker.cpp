@@ -1,0 +1,73 @@
+#include "platform/pim/HelloSpeaker.h"
+
+#include "platform/pim/HelloInterface.h"
+
+namespace Routing::Pim::IO {
+
+class HelloSpeaker::DirReactor : public Ip::AllIntfStatusDir::Notifiee {
+ public:
+  DirReactor(HelloSpeaker &speaker, const Kiv::Ptr<const Ip::AllIntfStatusDir> &interfaces) : speaker_(speaker) {
+    notifierIs(interfaces);
+  }
+  void onIntfStatus(const Pax::IntfId &intfId) override { speaker_.intfStatusChanged(intfId); }
+
+ private:
+  HelloSpeaker &speaker_;
+};
+
+HelloSpeaker::HelloSpeaker(const Kiv::Ptr<Status> &status, const Kiv::Ptr<const Ip::AllIntfStatusDir> &interfaces,
+                           const Kiv::Ptr<PacketPort> &port, const Kiv::Ptr<Orb::TimerWheel> &wheel,
+                           Orb::Random &random, const Parameters &parameters)
+    : status_(status),
+      interfaces_(interfaces),
+      port_(port),
+      wheel_(wheel),
+      random_(random),
+      parameters_(parameters),
+      reactor_(std::make_unique<DirReactor>(*this, interfaces)) {
+  port_->consumerIs(Packet::MessageType::hello, this);
+  port_->beforeBootstrapIs(this);
+}
+
+HelloSpeaker::~HelloSpeaker() {
+  port_->consumerIs(Packet::MessageType::hello, nullptr);
+  port_->beforeBootstrapIs(nullptr);
+}
+
+void HelloSpeaker::intfIs(const Pax::IntfId &intfId) {
+  const auto [place, isNew] = interface_.try_emplace(intfId);
+  if (!isNew) return;
+  place->second = std::make_unique<Interface>(*this, intfId);
+  place->second->intfStatusIs(interfaces_->intfStatus(intfId));
+}
+
+void HelloSpeaker::intfDel(const Pax::IntfId &intfId) {
+  auto gone = interface_.extract(intfId);
+  if (gone) gone.mapped()->leave();
+}
+
+void HelloSpeaker::parametersIs(const Parameters &parameters) {
+  const Parameters before = std::exchange(parameters_, parameters);
+  for (const auto &[intfId, interface] : interface_) interface->parametersChanged(before);
+}
+
+void HelloSpeaker::shutDown() {
+  while (!interface_.empty()) intfDel(Pax::IntfId(interface_.begin()->first));
+}
+
+void HelloSpeaker::messageIs(const Pax::IntfId &intfId, const Kiv::Ptr<Packet::Message> &message) {
+  const auto found = interface_.find(intfId);
+  if (found != interface_.end()) found->second->helloIs(static_cast<const Packet::HelloMessage &>(*message));
+}
+
+void HelloSpeaker::helloFirst(const Pax::IntfId &intfId) {
+  const auto found = interface_.find(intfId);
+  if (found != interface_.end()) found->second->helloFirst();
+}
+
+void HelloSpeaker::intfStatusChanged(const Pax::IntfId &intfId) {
+  const auto found = interface_.find(intfId);
+  if (found != interface_.end()) found->second->intfStatusIs(interfaces_->intfStatus(intfId));
+}
+
+}  // namespace Routing::Pim::IO
