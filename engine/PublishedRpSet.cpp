@@ -27,8 +27,10 @@ Kiv::Ptr<RpCandidateSet> PublishedRpSet::setFor(const Pax::IpGenPrefix &zone, co
   const auto set = published_->crpSetIs(prefix);
   Pax::IpGenPrefix *owner = owner_.find(prefix);
   if (!owner) {
+    ++version_;
     owner_.insert(prefix, zone);
   } else if (*owner != zone) {
+    ++version_;
     *owner = zone;
     retain(*set, setOf(zone, prefix).get());
   }
@@ -43,6 +45,7 @@ void PublishedRpSet::rpGone(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix
 }
 
 bool PublishedRpSet::withdraw(const Pax::IpGenPrefix &prefix) {
+  ++version_;
   owner_.erase(prefix);
   if (!published_->crpSet(prefix)) return false;
   published_->crpSetDel(prefix);

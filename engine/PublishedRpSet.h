@@ -22,6 +22,9 @@ class PublishedRpSet {
   PublishedRpSet(const PublishedRpSet &) = delete;
   PublishedRpSet &operator=(const PublishedRpSet &) = delete;
 
+  /// Changes whenever a published set comes, goes or changes hands.
+  uint64_t version() const { return version_; }
+
   /// Takes over what an earlier engine left in the status: each published prefix gets the zone that
   /// it must have come from, and what no zone stands behind goes.
   void adopt();
@@ -49,6 +52,7 @@ class PublishedRpSet {
   const Kiv::Ptr<const Status> bsrStatus_;
   const Kiv::Ptr<RpCandidateStatus> published_;
   const Kiv::Ptr<const TrieGen> trie_;
+  uint64_t version_ = 0;
   Kiv::Table<Pax::IpGenPrefix, Pax::IpGenPrefix> owner_;  // the zone that published each prefix
 };
 

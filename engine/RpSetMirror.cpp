@@ -20,12 +20,12 @@ PimBsrSm::KivRp::KivRp(KivCrpSet &crpSet, const Pax::IpGenAddr &address, const K
 const std::string &PimBsrSm::KivRp::vrfName() const { return crpSet_.sm().vrfName(); }
 
 Kiv::Ptr<Pim::RpCandidate> PimBsrSm::KivRp::twin() const {
-  return crpSet_.publishes() ? crpSet_.publishedSet()->rp(address_) : nullptr;
+  return crpSet_.publishes() ? crpSet_.publishedSet().rp(address_) : nullptr;
 }
 
 void PimBsrSm::KivRp::handleInitialized() {
   if (!crpSet_.publishes()) return;
-  crpSet_.publishedSet()->rpIs(address_);
+  crpSet_.publishedSet().rpIs(address_);
   VRF_TRACE(
       trace, 5,
       "Initialized RP " << address_ << " in Rp Set for prefix " << crpSet_.prefix() << " in zone " << crpSet_.zone());
@@ -81,13 +81,13 @@ void PimBsrSm::KivRp::setHoldtimer() {
             " Set holdtimer to expire in " << rp.expires() - crpSet_.sm().now() << " from now for " << address_
                                            << " in prefix " << crpSet_.prefix() << " of zone " << crpSet_.zone());
   if (!crpSet_.publishes()) return;
-  const auto set = crpSet_.publishedSet();
-  auto published = set->rp(address_);
+  RpCandidateSet &set = crpSet_.publishedSet();
+  auto published = set.rp(address_);
   if (!published) {
     VRF_TRACE(trace, 5,
               "Forced creation of RP " << address_ << " in Rp Set for prefix " << crpSet_.prefix() << " in zone "
                                        << crpSet_.zone());
-    published = set->rpIs(address_);
+    published = set.rpIs(address_);
   }
   copyRp(rp, *published);
 }
@@ -162,19 +162,25 @@ void PimBsrSm::KivCrpSet::handleDel() {
 bool PimBsrSm::KivCrpSet::publishes() const {
   if (trieVersion_ != sm_.bsrTrie()->version()) {
     trieVersion_ = sm_.bsrTrie()->version();
-    matched_ = sm_.bsrTrie()->longestMatch(prefix_);
+    publishes_ = sm_.bsrTrie()->longestMatch(prefix_) == zone_;
   }
-  if (matched_ == zone_) return true;
+  if (publishes_) return true;
   VRF_TRACE(trace, 8,
             "Not updating RpCandidateStatus since our zone " << zone_ << " does not match the longest prefix match "
-                                                             << matched_ << " for prefix " << prefix_);
+                                                             << sm_.bsrTrie()->longestMatch(prefix_) << " for prefix "
+                                                             << prefix_);
   return false;
 }
 
-Kiv::Ptr<RpCandidateSet> PimBsrSm::KivCrpSet::publishedSet() const {
-  if (auto set = sm_.published().setOfOwner(zone_, prefix_)) return set;
-  VRF_TRACE(trace, 5, "Forced creation of crpSet with prefix " << prefix_ << " in rpCandidateStatus");
-  return sm_.published().setFor(zone_, prefix_);
+RpCandidateSet &PimBsrSm::KivCrpSet::publishedSet() const {
+  if (publishedSet_ && publishedVersion_ == sm_.published().version()) return *publishedSet_;
+  publishedSet_ = sm_.published().setOfOwner(zone_, prefix_);
+  if (!publishedSet_) {
+    VRF_TRACE(trace, 5, "Forced creation of crpSet with prefix " << prefix_ << " in rpCandidateStatus");
+    publishedSet_ = sm_.published().setFor(zone_, prefix_);
+  }
+  publishedVersion_ = sm_.published().version();
+  return *publishedSet_;
 }
 
 // KivCrpStatus

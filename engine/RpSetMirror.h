@@ -65,7 +65,7 @@ class PimBsrSm::KivCrpSet : public RpCandidateSet::Notifiee {
   /// Whether the zone is the prefix's longest match; if not, traces why nothing is mirrored.
   bool publishes() const;
   /// The published set of the prefix, made if it is missing. Only while the zone publishes.
-  Kiv::Ptr<RpCandidateSet> publishedSet() const;
+  RpCandidateSet &publishedSet() const;
 
  private:
   const std::string &vrfName() const { return sm_.vrfName(); }
@@ -74,8 +74,10 @@ class PimBsrSm::KivCrpSet : public RpCandidateSet::Notifiee {
   PimBsrSm &sm_;
   const Pax::IpGenPrefix zone_;
   const Pax::IpGenPrefix prefix_;
-  mutable uint64_t trieVersion_ = ~uint64_t{0};  // of the trie that matched_ was found in
-  mutable Pax::IpGenPrefix matched_;
+  mutable uint64_t trieVersion_ = ~uint64_t{0};  // of the trie that publishes_ was found in
+  mutable bool publishes_ = false;
+  mutable uint64_t publishedVersion_ = 0;  // of the published sets that publishedSet_ is of
+  mutable Kiv::Ptr<RpCandidateSet> publishedSet_;
   bool initialized_ = false;
   Kiv::Table<Pax::IpGenAddr, std::unique_ptr<KivRp>> rp_;
 };
