@@ -13,7 +13,7 @@ class Feed::Start : public Orb::Timer {
   void later() { timeMinIs(feed_.vrf_.timerWheel()->now() + 0.1); }
   void onTime() override {
     const auto pimIntf = feed_.vrf_.pimStatus()->pimIntf(feed_.intfId_);
-    if (pimIntf && (!feed_.parameters_.waitForNeighbor || pimIntf->neighbor().size() > 0)) {
+    if (pimIntf && (!feed_.parameters_.waitForNeighbor || !pimIntf->neighbor().empty())) {
       feed_.start();
     } else {
       later();
