@@ -1,0 +1,106 @@
+// Groups whose RPs arrive split over several fragments.
+
+#include <gtest/gtest.h>
+
+#include "tests/support/TestVrf.h"
+
+namespace Test {
+namespace {
+
+class Reassembly : public testing::TestWithParam<Addresses> {
+ protected:
+  Reassembly() : v(GetParam()), prefix(v.a.group(1)) { v.intfIs(1); }
+
+  std::vector<Bsm::Rp> rps(uint32_t first, uint32_t last) {
+    std::vector<Bsm::Rp> result;
+    for (uint32_t n = first; n <= last; ++n) result.push_back({v.a.host(n), 150, 0});
+    return result;
+  }
+  void hearPiece(uint16_t tag, uint8_t total, uint32_t first, uint32_t last) {
+    v.hear(Bsm(v.a.host(1)).tag(tag).piece(prefix, total, rps(first, last)));
+  }
+  size_t stored() { return v.set(v.a.global(), prefix) ? v.set(v.a.global(), prefix)->rp().size() : 0; }
+  bool isOpen(uint16_t tag) { return bool(v.sm->bsrSm().bsmRxFragments(tag)); }
+  void advance(double seconds) { v.time.advanceTo(v.time.now() + seconds); }
+
+  TestVrf v;
+  const Pax::IpGenPrefix prefix;
+};
+
+TEST_P(Reassembly, StoresAGroupWhenItsLastPieceArrivesInWhateverOrder) {
+  Tracelet::Registry::instance().levelIs("Pim::Bsr::Sm", 5);
+  Tracelet::CaptureSink log;
+  hearPiece(7, 5, 13, 15);
+  EXPECT_EQ(stored(), 0u);
+  EXPECT_TRUE(log.contains("Started fragment timer to expire in 10 seconds from now"));
+  hearPiece(7, 5, 13, 15);
+  EXPECT_EQ(stored(), 0u) << "a repeated piece adds nothing";
+  hearPiece(7, 5, 11, 12);
+  EXPECT_EQ(stored(), 5u);
+  EXPECT_FALSE(isOpen(7));
+  EXPECT_TRUE(log.contains("Stopped fragment timer"));
+  Tracelet::Registry::instance().levelIs("Pim::Bsr::Sm", Tracelet::Registry::defaultLevel);
+}
+
+TEST_P(Reassembly, ABlockWithNoneOrAllOfItsRpsIsNotCollected) {
+  v.hear(Bsm(v.a.host(1)).tag(7).piece(prefix, 3, {}).group(v.a.group(2), rps(11, 13)));
+  EXPECT_FALSE(isOpen(7));
+  EXPECT_EQ(v.rps(v.a.global(), v.a.group(2))->size(), 3u);
+}
+
+TEST_P(Reassembly, AnIncompleteGroupGoesAtTheFirstRunPastItsAge) {
+  hearPiece(7, 5, 11, 13);
+  advance(4);
+  v.hear(Bsm(v.a.host(1)).tag(8).scope(v.a.scope(5)).piece(v.a.inScope(5, 1), 4, rps(11, 12)));
+  Tracelet::CaptureSink log;
+  advance(25.9);
+  EXPECT_TRUE(isOpen(7)) << "runs at 10 and 20 found it too young";
+  advance(0.2);
+  EXPECT_FALSE(isOpen(7));
+  EXPECT_FALSE(isOpen(8)) << "26 s old at the same run";
+  std::ostringstream group;
+  group << "Deleted Group fragment " << prefix << " due to timeout. Num Rps=3";
+  EXPECT_TRUE(log.contains(group.str()));
+  EXPECT_TRUE(log.contains("Deleted fragment 7 due to timeout"));
+  EXPECT_EQ(v.set(v.a.global(), prefix), nullptr);
+}
+
+TEST_P(Reassembly, AnotherTagOfTheSameBsrEndsTheCollectionOfTheLastMessage) {
+  hearPiece(7, 5, 11, 13);
+  hearPiece(8, 5, 11, 13);
+  EXPECT_FALSE(isOpen(7));
+  hearPiece(8, 5, 14, 15);
+  EXPECT_EQ(stored(), 5u);
+}
+
+TEST_P(Reassembly, PiecesOfOneMessageInSeveralGroupsAreCollectedApart) {
+  v.hear(Bsm(v.a.host(1)).tag(7).piece(prefix, 2, rps(11, 11)).piece(v.a.group(2), 3, rps(21, 22)));
+  v.hear(Bsm(v.a.host(1)).tag(7).piece(v.a.group(2), 3, rps(23, 23)));
+  EXPECT_EQ(stored(), 0u);
+  EXPECT_EQ(v.rps(v.a.global(), v.a.group(2))->size(), 3u);
+  EXPECT_TRUE(isOpen(7));
+  v.hear(Bsm(v.a.host(1)).tag(7).piece(prefix, 2, rps(12, 12)));
+  EXPECT_EQ(stored(), 2u);
+  EXPECT_FALSE(isOpen(7));
+}
+
+TEST_P(Reassembly, TheFragmentTimesCanBeSetByName) {
+  EXPECT_TRUE(v.sm->bsrSm().attributeIs("fragmentTimeout", uint64_t{3}));
+  EXPECT_TRUE(v.sm->bsrSm().attributeIs("fragmentInterval", uint64_t{2}));
+  hearPiece(7, 5, 11, 13);
+  advance(3.9);
+  EXPECT_TRUE(isOpen(7));
+  advance(0.2);
+  EXPECT_FALSE(isOpen(7));
+}
+
+TEST_P(Reassembly, MoreRpsThanAnnouncedIsFatal) {
+  hearPiece(7, 5, 11, 13);
+  EXPECT_DEATH(hearPiece(7, 5, 21, 23), "fragment->rpCount\\(\\) == fragment->rps\\(\\)");
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, Reassembly, testing::Values(ipv4, ipv6),
+                         [](const auto &info) { return info.param.ipv4() ? "IPv4" : "IPv6"; });
+
+}  // namespace
+}  // namespace Test

@@ -1,0 +1,157 @@
+// The RP sets of the zones, their hold times, and the set that is published from them.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+#include "tests/support/TestVrf.h"
+
+namespace Test {
+namespace {
+
+class RpSet : public testing::TestWithParam<Addresses> {
+ protected:
+  RpSet() : v(GetParam()), prefix(v.a.group(1)), rp(v.a.host(21)) { v.intfIs(1); }
+  void advance(double seconds) { v.time.advanceTo(v.time.now() + seconds); }
+  Bsm bsm(uint16_t holdTime) { return Bsm(v.a.host(1)).group(prefix, {{rp, holdTime, 7}}); }
+
+  TestVrf v;
+  const Pax::IpGenPrefix prefix;
+  const Pax::IpGenAddr rp;
+};
+
+TEST_P(RpSet, AnRpIsLearnedRefreshedAndWithdrawn) {
+  v.hear(bsm(150).bidir());
+  const double learned = v.time.now();
+  advance(60);
+  v.hear(bsm(150).bidir().hashMaskLen(20));
+  for (const auto &set : {v.set(v.a.global(), prefix), v.published->crpSet(prefix)}) {
+    const auto entry = set->rp(rp);
+    EXPECT_EQ(entry->setupTime(), learned);
+    EXPECT_EQ(entry->expires(), learned + 60 + 150);
+    EXPECT_EQ(entry->priority(), 7);
+    EXPECT_EQ(entry->holdTime(), 150);
+    EXPECT_EQ(entry->hashMaskLen().number(), 20);
+    EXPECT_EQ(entry->pimMode(), Pim::Mode::bidir);
+  }
+  v.hear(bsm(0));
+  EXPECT_EQ(v.set(v.a.global(), prefix), nullptr) << "a set without RPs goes";
+  EXPECT_EQ(v.published->crpSet(prefix), nullptr);
+}
+
+TEST_P(RpSet, AnRpThatIsNoLongerListedGoesWithItsHoldTime) {
+  v.hear(Bsm(v.a.host(1)).group(prefix, {{rp, 100, 0}, {v.a.host(22), 200, 0}}));
+  advance(99);
+  EXPECT_EQ(v.publishedRps(prefix)->size(), 2u);
+  advance(1.1);
+  EXPECT_EQ(v.publishedRps(prefix), std::vector{v.a.host(22)});
+}
+
+TEST_P(RpSet, AHashMaskLengthOverTheLimitEndsTheStoreNotTheMachine) {
+  v.hear(Bsm(v.a.host(1)).hashMaskLen(129).group(v.a.group(2), {{rp, 0, 0}}).group(prefix, {{rp, 150, 0}}));
+  EXPECT_EQ(v.set(v.a.global(), prefix), nullptr);
+  EXPECT_EQ(v.published->crpSet(prefix), nullptr);
+  advance(131);
+  EXPECT_FALSE(v.bsr(v.a.global())) << "its timer was armed";
+}
+
+TEST_P(RpSet, AScopeTakesItsPrefixesOverAndGivesThemBack) {
+  const auto zone = v.a.scope(5);
+  const auto inside = v.a.inScope(5, 1);
+  v.hear(Bsm(v.a.host(1)).group(inside, {{v.a.host(31), 1000, 0}}));
+  EXPECT_EQ(v.publishedRps(inside), std::vector{v.a.host(31)});
+  v.hear(Bsm(v.a.host(2)).scope(zone));
+  EXPECT_EQ(v.publishedRps(inside), std::nullopt) << "the scope has no RP for it, and no other zone may serve it";
+  EXPECT_EQ(v.publishedRps(zone), std::vector<Pax::IpGenAddr>{}) << "its own prefix stays, empty";
+  v.hear(Bsm(v.a.host(2)).scope(zone).group(inside, {{v.a.host(32), 300, 0}}));
+  EXPECT_EQ(v.publishedRps(inside), std::vector{v.a.host(32)});
+  for (int i = 0; i < 4; ++i) {
+    advance(60);
+    v.hear(Bsm(v.a.host(1)).group(inside, {{v.a.host(31), 1000, 0}}));
+  }
+  ASSERT_FALSE(v.bsr(zone));
+  EXPECT_EQ(v.publishedRps(inside), std::vector{v.a.host(31)}) << "the scope is gone, the global zone serves again";
+  EXPECT_EQ(v.publishedRps(zone), std::nullopt);
+}
+
+/// What has to be published for a prefix, from the rule alone.
+void expectPublicationHolds(const TestVrf &v, const std::vector<Pax::IpGenPrefix> &zones,
+                            const std::vector<Pax::IpGenPrefix> &prefixes) {
+  for (const auto &prefix : prefixes) {
+    Pax::IpGenPrefix owner;
+    for (const auto &zone : zones) {
+      if (v.bsr(zone) && zone.covers(prefix) && (owner.isEmpty() || owner.length() < zone.length())) owner = zone;
+    }
+    const auto published = v.published->crpSet(prefix);
+    const auto own = owner.isEmpty() ? nullptr : v.set(owner, prefix);
+    if (own) {
+      ASSERT_TRUE(published) << prefix;
+      ASSERT_EQ(v.publishedRps(prefix), v.rps(owner, prefix)) << prefix;
+      for (const auto &[address, rp] : own->rp()) {
+        const auto twin = published->rp(address);
+        ASSERT_EQ(twin->expires(), rp->expires());
+        ASSERT_EQ(twin->priority(), rp->priority());
+        ASSERT_EQ(twin->holdTime(), rp->holdTime());
+        ASSERT_EQ(twin->pimMode(), rp->pimMode());
+        ASSERT_EQ(twin->hashMaskLen(), rp->hashMaskLen());
+        ASSERT_EQ(twin->setupTime(), rp->setupTime());
+      }
+    } else if (published) {
+      // Only a zone without BSR may still stand there, with RPs that it still holds.
+      bool explained = false;
+      for (const auto &zone : zones) {
+        const auto left = v.bsr(zone) ? nullptr : v.set(zone, prefix);
+        explained |= left && !published->rp().empty() &&
+                     std::ranges::all_of(published->rp().keys(), [&](const auto &rp) { return bool(left->rp(rp)); });
+      }
+      ASSERT_TRUE(explained) << prefix;
+    }
+  }
+}
+
+TEST_P(RpSet, ThePublishedSetNeverGoesStale) {
+  const uint64_t seed = std::random_device()();
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::mt19937 random(static_cast<uint32_t>(seed));
+  const auto pick = [&](uint32_t n) { return static_cast<uint32_t>(random() % n); };
+  const std::vector zones{v.a.global(), v.a.scope(5), v.a.inScope(5, 1)};
+  std::vector prefixes{v.a.group(1), v.a.inScope(5, 2)};
+  prefixes.insert(prefixes.end(), zones.begin(), zones.end());
+  for (int step = 0; step < 1500; ++step) {
+    switch (pick(5)) {
+      case 0: advance(1 + pick(60)); break;
+      case 1: advance(1 + pick(400)); break;
+      case 2:
+        if (pick(20) == 0) {
+          v.stop();
+          v.start();
+        }
+        break;
+      default: {
+        const uint32_t zone = pick(3);
+        Bsm message(v.a.host(1 + pick(3)), static_cast<uint8_t>(pick(3)));
+        if (zone > 0) message.scope(zones[zone]);
+        for (uint32_t blocks = pick(4); blocks > 0; --blocks) {
+          std::vector<Bsm::Rp> rps;
+          for (uint32_t n = pick(4); n > 0; --n) {
+            rps.push_back({v.a.host(20 + pick(5)), static_cast<uint16_t>(pick(4) * 90), static_cast<uint8_t>(pick(3))});
+          }
+          message.group(prefixes[pick(5)], rps);
+        }
+        v.hear(message);
+      }
+    }
+    expectPublicationHolds(v, zones, prefixes);
+    if (HasFatalFailure()) FAIL() << "step " << step;
+  }
+  advance(200000);
+  EXPECT_TRUE(v.published->crpSet().empty());
+  EXPECT_TRUE(v.status->crpStatus().empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, RpSet, testing::Values(ipv4, ipv6),
+                         [](const auto &info) { return info.param.ipv4() ? "IPv4" : "IPv6"; });
+
+}  // namespace
+}  // namespace Test

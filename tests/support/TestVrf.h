@@ -1,0 +1,148 @@
+/// One VRF with its state machines, on virtual time, over a port that keeps what is sent.
+#pragma once
+
+#include <map>
+#include <optional>
+
+#include "agent/ContainerSm.h"
+#include "engine/BsrNonCandidateSm.h"
+#include "engine/PimBsrSm.h"
+#include "io/BootstrapMessageSm.h"
+#include "platform/tracelet/Sinks.h"
+#include "tests/support/Addresses.h"
+#include "tests/support/BsmBuilder.h"
+#include "tests/support/ManualClock.h"
+
+namespace Test {
+
+namespace Pim = Routing::Pim;
+namespace Bsr = Routing::Pim::Bsr;
+
+/// Answers that a test sets; nothing else is routed.
+class FakeRoutes : public Routing::RouteLookup {
+ public:
+  std::map<Pax::IpGenAddr, Routing::RouteAnswer> answer;
+  Routing::RouteAnswer lookup(const Pax::IpGenAddr &destination) override {
+    const auto found = answer.find(destination);
+    return found == answer.end() ? Routing::RouteAnswer{} : found->second;
+  }
+};
+
+/// Keeps the messages sent, as a peer would decode them.
+class FakePort : public Pim::IO::PacketPort {
+ public:
+  struct Sent {
+    Pax::IntfId intfId;
+    Kiv::Ptr<Pim::Packet::BootstrapMessage> bsm;
+    size_t bytes;
+  };
+  FakePort(Pax::AddressFamily af, const Kiv::Ptr<const Pim::Status> &status, const Kiv::Ptr<FakeRoutes> &routes)
+      : PacketPort(af, status, routes), af_(af) {}
+
+  std::vector<Sent> sent;
+  bool broken = false;
+
+  void hear(const Pax::IntfId &intfId, const Pax::IpGenAddr &source, const Pax::IpGenAddr &destination,
+            const Pim::Packet::Message &message) {
+    std::vector<uint8_t> bytes;
+    Pim::Packet::Codec(af_).encode(message, source, destination, bytes);
+    receive({intfId, source, destination, bytes});
+  }
+
+ protected:
+  bool transmit(const Pim::IO::Outgoing &packet) override {
+    if (broken) return false;
+    // A codec of its own for each: a decoded record would else be filled again by the next.
+    auto result = Pim::Packet::Codec(af_).decode(packet.payload, packet.source, packet.destination);
+    if (!result.message || result.message->type() != Pim::Packet::MessageType::bootstrap) return true;
+    Kiv::Ptr<Pim::Packet::BootstrapMessage> bsm(static_cast<Pim::Packet::BootstrapMessage *>(result.message.get()));
+    sent.push_back({packet.intfId, bsm, packet.payload.size()});
+    return true;
+  }
+
+ private:
+  const Pax::AddressFamily af_;
+};
+
+class TestVrf {
+ public:
+  explicit TestVrf(Addresses addresses, uint64_t seed = 1) : a(addresses), random(seed) {
+    container.vrf = "default";
+    container.af = a.af;
+    container.clock = &time;
+    container.waker = &time;
+    container.random = &random;
+    container.config = config;
+    container.vrfIntfConfig = Kiv::make<Bsr::VrfIntfConfig>("default");
+    container.clearConfig = Kiv::make<Bsr::ClearConfig>();
+    container.status = status;
+    container.rpCandidateStatus = published;
+    container.pimStatus = pimStatus;
+    container.allIntfStatusDir = Kiv::make<Ip::AllIntfStatusDir>();
+    container.routes = routes;
+    container.packetPort = port;
+    start();
+  }
+
+  void start() { sm = std::make_unique<Bsr::ContainerSm>(container); }
+  void stop() { sm.reset(); }
+
+  /// A PIM interface with one neighbour, eth<n>: onLink(n) is us, onLink(100 + n) the neighbour.
+  Pax::IntfId intfIs(uint32_t n, uint32_t mtu = 1500) {
+    const Pax::IntfId id = intf(n);
+    const auto pimIntf = pimStatus->pimIntfIs(id);
+    pimIntf->addressIs(a.onLink(n));
+    pimIntf->mtuIs(mtu);
+    pimIntf->neighborIs(neighbor(n));
+    return id;
+  }
+  static Pax::IntfId intf(uint32_t n) { return {"default", "eth" + std::to_string(n)}; }
+  Pax::IpGenAddr neighbor(uint32_t n) const { return a.onLink(100 + n); }
+  /// Routes an address through the neighbour on eth<n>.
+  void routeIs(const Pax::IpGenAddr &address, uint32_t n) {
+    routes->answer[address] = {Routing::RouteAnswer::Kind::via, {{intf(n), neighbor(n)}}};
+  }
+
+  /// A message from the neighbour on eth<n>, which is the way to its BSR.
+  void hear(const Kiv::Ptr<Pim::Packet::BootstrapMessage> &bsm, uint32_t n = 1) {
+    routeIs(bsm->bsrAddress(), n);
+    port->hear(intf(n), neighbor(n), Pax::allPimRouters(a.af), *bsm);
+  }
+
+  Kiv::Ptr<Bsr::ElectedBsrStatus> bsr(const Pax::IpGenPrefix &zone) const { return status->bootstrapRouter(zone); }
+  Kiv::Ptr<Pim::RpCandidateSet> set(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) const {
+    const auto zoneStatus = status->crpStatus(zone);
+    return zoneStatus && zoneStatus->status() ? zoneStatus->status()->crpSet(prefix) : nullptr;
+  }
+  /// The RPs of a zone's prefix, sorted; nothing when there is no set.
+  std::optional<std::vector<Pax::IpGenAddr>> rps(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) const {
+    return addresses(set(zone, prefix));
+  }
+  std::optional<std::vector<Pax::IpGenAddr>> publishedRps(const Pax::IpGenPrefix &prefix) const {
+    return addresses(published->crpSet(prefix));
+  }
+  const Bsr::PimBsrCounters &counters() const { return *status->counters(); }
+  Bsr::BsrNonCandidateSm *machine(const Pax::IpGenPrefix &zone) const { return sm->bsrSm().nonCandidateSm(zone); }
+
+  const Addresses a;
+  ManualTime time;
+  Orb::Random random;
+  Kiv::Ptr<Bsr::Config> config = Kiv::make<Bsr::Config>();
+  Kiv::Ptr<Bsr::Status> status = Kiv::make<Bsr::Status>(L3::VrfName("default"));
+  Kiv::Ptr<Pim::RpCandidateStatus> published = Kiv::make<Pim::RpCandidateStatus>("default");
+  Kiv::Ptr<Pim::Status> pimStatus = Kiv::make<Pim::Status>("default");
+  Kiv::Ptr<FakeRoutes> routes = Kiv::make<FakeRoutes>();
+  Kiv::Ptr<FakePort> port = Kiv::make<FakePort>(a.af, pimStatus, routes);
+  Bsr::Container container;
+  std::unique_ptr<Bsr::ContainerSm> sm;
+
+ private:
+  static std::optional<std::vector<Pax::IpGenAddr>> addresses(const Kiv::Ptr<Pim::RpCandidateSet> &set) {
+    if (!set) return std::nullopt;
+    std::vector<Pax::IpGenAddr> result = set->rp().keys();
+    std::sort(result.begin(), result.end());
+    return result;
+  }
+};
+
+}  // namespace Test
