@@ -15,13 +15,24 @@
 ///                                      finds, nameDel(key), nameDelAll()
 ///
 /// Collections notify with the key, after the element has come or gone; deleting what is not there
-/// does nothing. A map element is constructed with its key where its class takes one.
+/// does nothing. A key is copied before reactors are told, so it may be a part of what they delete.
+/// A map element is constructed with its key where its class takes one.
 #pragma once
 
 #include "platform/kiv/Entity.h"
 #include "platform/kiv/Table.h"
 
 namespace Kiv {
+
+/// What an attribute starts with: `{}` is the default of its type, whatever else the type could
+/// make of empty braces.
+template <class Type>
+struct Initial {
+  Initial() = default;
+  template <class Given>
+  Initial(const Given &given) : value(given) {}
+  Type value{};
+};
 
 template <class Type, class Key>
 Ptr<Type> makeElement(const Key &key) {
@@ -39,34 +50,34 @@ void describeElement(Visitor &visitor, const Key &key, const Type &value) {
 }
 template <class Key, class Type>
 void describeElement(Visitor &visitor, const Key &key, const Ptr<Type> &entity) {
-  visitor.element(toValue(key), *entity);
+  if (entity) visitor.element(toValue(key), *entity);
 }
 
 }  // namespace Kiv
 
-#define KIV_ENTITY(Class, ATTRIBUTES)                                                          \
- public:                                                                                       \
-  class Notifiee : public ::Kiv::NotifieeOf<Class> {                                           \
-   public:                                                                                     \
-    ATTRIBUTES(KIV_ON)                                                                         \
-  };                                                                                           \
-  using NotifieeConst = Notifiee;                                                              \
-  ATTRIBUTES(KIV_ACCESS)                                                                       \
-  const char *fwkType() const override { return #Class; }                                      \
-  void describe([[maybe_unused]] ::Kiv::Visitor &visitor) const override {                     \
-    ATTRIBUTES(KIV_DESCRIBE)                                                                   \
-  }                                                                                            \
-  bool attributeIs([[maybe_unused]] std::string_view wanted,                                   \
-                   [[maybe_unused]] const ::Kiv::Value &general) override {                    \
-    ATTRIBUTES(KIV_WRITE)                                                                      \
-    return false;                                                                              \
-  }                                                                                            \
-  /** Tells `notifiee` of every element of every collection, as if new. */                     \
-  void replay([[maybe_unused]] Notifiee &notifiee) const { ATTRIBUTES(KIV_REPLAY) }            \
-                                                                                               \
- private:                                                                                      \
-  ATTRIBUTES(KIV_MEMBER)                                                                       \
-                                                                                               \
+#define KIV_ENTITY(Class, ATTRIBUTES)                                                                                 \
+ public:                                                                                                              \
+  class Notifiee : public ::Kiv::NotifieeOf<Class> {                                                                  \
+   public:                                                                                                            \
+    ATTRIBUTES(KIV_ON)                                                                                                \
+  };                                                                                                                  \
+  using NotifieeConst = Notifiee;                                                                                     \
+  ATTRIBUTES(KIV_ACCESS)                                                                                              \
+  const char *fwkType() const override { return #Class; }                                                             \
+  void describe([[maybe_unused]] ::Kiv::Visitor &visitor) const override { ATTRIBUTES(KIV_DESCRIBE) }                 \
+  bool attributeIs([[maybe_unused]] std::string_view wanted, [[maybe_unused]] const ::Kiv::Value &general) override { \
+    ATTRIBUTES(KIV_WRITE)                                                                                             \
+    return false;                                                                                                     \
+  }                                                                                                                   \
+  /** Tells `notifiee` of every element of every collection, as if new. */                                            \
+  void replay(Notifiee &notifiee) const {                                                                             \
+    const Notification running(*this, notifiee);                                                                      \
+    ATTRIBUTES(KIV_REPLAY)                                                                                            \
+  }                                                                                                                   \
+                                                                                                                      \
+ private:                                                                                                             \
+  ATTRIBUTES(KIV_MEMBER)                                                                                              \
+                                                                                                                      \
  public:
 
 #define KIV_ON(kind, ...) KIV_ON_##kind(__VA_ARGS__)
@@ -79,32 +90,31 @@ void describeElement(Visitor &visitor, const Key &key, const Ptr<Type> &entity) 
 // value
 #define KIV_ON_value(Type, name, Name, initial) \
   virtual void on##Name() {}
-#define KIV_ACCESS_value(Type, name, Name, initial)        \
-  const Type &name() const { return name##_; }             \
-  void name##Is(const Type &value) {                       \
-    if (name##_ == value) return;                          \
-    name##_ = value;                                       \
-    notify(&Notifiee::on##Name);                           \
+#define KIV_ACCESS_value(Type, name, Name, initial) \
+  const Type &name() const { return name##_; }      \
+  void name##Is(const Type &value) {                \
+    if (name##_ == value) return;                   \
+    name##_ = value;                                \
+    notify(&Notifiee::on##Name);                    \
   }
-#define KIV_DESCRIBE_value(Type, name, Name, initial) \
-  visitor.attribute(#name, ::Kiv::toValue(name##_));
-#define KIV_WRITE_value(Type, name, Name, initial)    \
-  if (wanted == #name) {                              \
-    name##Is(::Kiv::fromValue<Type>(general));        \
-    return true;                                      \
+#define KIV_DESCRIBE_value(Type, name, Name, initial) visitor.attribute(#name, ::Kiv::toValue(name##_));
+#define KIV_WRITE_value(Type, name, Name, initial) \
+  if (wanted == #name) {                           \
+    name##Is(::Kiv::fromValue<Type>(general));     \
+    return true;                                   \
   }
 #define KIV_REPLAY_value(Type, name, Name, initial)
-#define KIV_MEMBER_value(Type, name, Name, initial) Type name##_ = Type(initial);
+#define KIV_MEMBER_value(Type, name, Name, initial) Type name##_ = ::Kiv::Initial<Type>(initial).value;
 
 // pointer
 #define KIV_ON_pointer(Type, name, Name) \
   virtual void on##Name() {}
-#define KIV_ACCESS_pointer(Type, name, Name)                   \
-  const ::Kiv::Ptr<Type> &name() const { return name##_; }     \
-  void name##Is(const ::Kiv::Ptr<Type> &value) {               \
-    if (name##_ == value) return;                              \
-    name##_ = value;                                           \
-    notify(&Notifiee::on##Name);                               \
+#define KIV_ACCESS_pointer(Type, name, Name)               \
+  const ::Kiv::Ptr<Type> &name() const { return name##_; } \
+  void name##Is(const ::Kiv::Ptr<Type> &value) {           \
+    if (name##_ == value) return;                          \
+    name##_ = value;                                       \
+    notify(&Notifiee::on##Name);                           \
   }
 #define KIV_DESCRIBE_pointer(Type, name, Name)
 #define KIV_WRITE_pointer(Type, name, Name)
@@ -113,12 +123,12 @@ void describeElement(Visitor &visitor, const Key &key, const Ptr<Type> &entity) 
 
 // counter
 #define KIV_ON_counter(name, Name) KIV_ON_value(uint32_t, name, Name, 0)
-#define KIV_ACCESS_counter(name, Name)               \
-  KIV_ACCESS_value(uint32_t, name, Name, 0)          \
-  void name##Inc(uint32_t by = 1) {                  \
-    name##_ += by;                                   \
-    notify(&Notifiee::on##Name);                     \
-  }
+#define KIV_ACCESS_counter(name, Name) \
+  void name##Inc(uint32_t by = 1) {    \
+    name##_ += by;                     \
+    notify(&Notifiee::on##Name);       \
+  }                                    \
+  KIV_ACCESS_value(uint32_t, name, Name, 0)
 #define KIV_DESCRIBE_counter(name, Name) KIV_DESCRIBE_value(uint32_t, name, Name, 0)
 #define KIV_WRITE_counter(name, Name) KIV_WRITE_value(uint32_t, name, Name, 0)
 #define KIV_REPLAY_counter(name, Name)
@@ -127,56 +137,58 @@ void describeElement(Visitor &visitor, const Key &key, const Ptr<Type> &entity) 
 // child
 #define KIV_ON_child(Type, name, Name) \
   virtual void on##Name() {}
-#define KIV_ACCESS_child(Type, name, Name)                                 \
-  const ::Kiv::Ptr<Type> &name() const { return name##_; }                 \
-  ::Kiv::Ptr<Type> name##Is(const std::string &entityName) {               \
-    if (!name##_) {                                                        \
-      name##_ = ::Kiv::makeElement<Type>(entityName);                      \
-      notify(&Notifiee::on##Name);                                         \
-    }                                                                      \
-    return name##_;                                                        \
-  }                                                                        \
-  void name##Del() {                                                       \
+#define KIV_ACCESS_child(Type, name, Name)                                        \
+  const ::Kiv::Ptr<Type> &name() const { return name##_; }                        \
+  ::Kiv::Ptr<Type> name##Is(const std::string &entityName) {                      \
+    if (name##_) return name##_;                                                  \
+    const auto created = ::Kiv::makeElement<Type>(entityName);                    \
+    name##_ = created;                                                            \
+    notify(&Notifiee::on##Name);                                                  \
+    return created;                                                               \
+  }                                                                               \
+  void name##Del() {                                                              \
     if (auto gone = std::exchange(name##_, nullptr)) notify(&Notifiee::on##Name); \
   }
 #define KIV_DESCRIBE_child(Type, name, Name) visitor.child(#name, name##_.get());
 #define KIV_WRITE_child(Type, name, Name)
 #define KIV_REPLAY_child(Type, name, Name) \
-  if (name##_) notifiee.on##Name();
+  if (running.pending() && name##_) notifiee.on##Name();
 #define KIV_MEMBER_child(Type, name, Name) ::Kiv::Ptr<Type> name##_;
 
 // What the three kinds of collection share.
 #define KIV_ON_COLLECTION(Key, Name) \
   virtual void on##Name(const Key &) {}
-#define KIV_DELETE(Key, name, Name)                                       \
-  void name##Del(const Key &key) {                                        \
-    if (!name##_.contains(key)) return;                                   \
-    const Key copy = key;                                                 \
-    [[maybe_unused]] const auto gone = name##_.erase(copy);                             \
-    notify(&Notifiee::on##Name, copy);                                    \
-  }                                                                       \
-  void name##DelAll() {                                                   \
-    for (const Key &key : name##_.keys()) name##Del(key);                 \
+#define KIV_DELETE(Key, name, Name)                         \
+  void name##Del(const Key &key) {                          \
+    if (!name##_.contains(key)) return;                     \
+    const Key copy = key; /* it may be the element's own */ \
+    [[maybe_unused]] const auto gone = name##_.erase(copy); \
+    notify(&Notifiee::on##Name, copy);                      \
+  }                                                         \
+  void name##DelAll() {                                     \
+    for (const Key &key : name##_.keys()) name##Del(key);   \
   }
-#define KIV_REPLAY_COLLECTION(Key, name, Name) \
-  for (const Key &key : name##_.keys()) {      \
+#define KIV_REPLAY_COLLECTION(Key, name, Name)         \
+  for (const Key &key : name##_.keys()) {              \
+    if (!running.pending()) return;                    \
     if (name##_.contains(key)) notifiee.on##Name(key); \
   }
 
 // set
 #define KIV_ON_set(Key, name, Name) KIV_ON_COLLECTION(Key, Name)
-#define KIV_ACCESS_set(Key, name, Name)                                  \
-  const ::Kiv::Table<Key, bool> &name() const { return name##_; }        \
-  bool name(const Key &key) const { return name##_.contains(key); }      \
-  void name##Is(const Key &key, bool = true) {                           \
-    if (name##_.contains(key)) return;                                   \
-    name##_.insert(key, true);                                           \
-    notify(&Notifiee::on##Name, key);                                    \
-  }                                                                      \
+#define KIV_ACCESS_set(Key, name, Name)                             \
+  const ::Kiv::Table<Key, bool> &name() const { return name##_; }   \
+  bool name(const Key &key) const { return name##_.contains(key); } \
+  void name##Is(const Key &key, bool = true) {                      \
+    if (name##_.contains(key)) return;                              \
+    const Key copy = key;                                           \
+    name##_.insert(copy, true);                                     \
+    notify(&Notifiee::on##Name, copy);                              \
+  }                                                                 \
   KIV_DELETE(Key, name, Name)
-#define KIV_DESCRIBE_set(Key, name, Name)                                   \
-  visitor.enter(#name);                                                     \
-  for (const auto &[key, in] : name##_) visitor.key(::Kiv::toValue(key));   \
+#define KIV_DESCRIBE_set(Key, name, Name)                                 \
+  visitor.enter(#name);                                                   \
+  for (const auto &[key, in] : name##_) visitor.key(::Kiv::toValue(key)); \
   visitor.leave();
 #define KIV_WRITE_set(Key, name, Name)
 #define KIV_REPLAY_set(Key, name, Name) KIV_REPLAY_COLLECTION(Key, name, Name)
@@ -184,24 +196,23 @@ void describeElement(Visitor &visitor, const Key &key, const Ptr<Type> &entity) 
 
 // values
 #define KIV_ON_values(Key, Type, name, Name) KIV_ON_COLLECTION(Key, Name)
-#define KIV_ACCESS_values(Key, Type, name, Name)                          \
-  const ::Kiv::Table<Key, Type> &name() const { return name##_; }         \
-  const Type *name(const Key &key) const { return name##_.find(key); }    \
-  void name##Is(const Key &key, const Type &value) {                      \
-    if (Type *present = name##_.find(key)) {                              \
-      if (*present == value) return;                                      \
-      *present = value;                                                   \
-    } else {                                                              \
-      name##_.insert(key, value);                                         \
-    }                                                                     \
-    notify(&Notifiee::on##Name, key);                                     \
-  }                                                                       \
+#define KIV_ACCESS_values(Key, Type, name, Name)                       \
+  const ::Kiv::Table<Key, Type> &name() const { return name##_; }      \
+  const Type *name(const Key &key) const { return name##_.find(key); } \
+  void name##Is(const Key &key, const Type &value) {                   \
+    Type *present = name##_.find(key);                                 \
+    if (present && *present == value) return;                          \
+    const Key copy = key;                                              \
+    if (present) *present = value;                                     \
+    if (!present) name##_.insert(copy, value);                         \
+    notify(&Notifiee::on##Name, copy);                                 \
+  }                                                                    \
   KIV_DELETE(Key, name, Name)
-#define KIV_DESCRIBE_values(Key, Type, name, Name)                                 \
-  visitor.enter(#name);                                                            \
-  for (const auto &[key, value] : name##_) {                                       \
-    ::Kiv::describeElement(visitor, key, value);                                   \
-  }                                                                                \
+#define KIV_DESCRIBE_values(Key, Type, name, Name) \
+  visitor.enter(#name);                            \
+  for (const auto &[key, value] : name##_) {       \
+    ::Kiv::describeElement(visitor, key, value);   \
+  }                                                \
   visitor.leave();
 #define KIV_WRITE_values(Key, Type, name, Name)
 #define KIV_REPLAY_values(Key, Type, name, Name) KIV_REPLAY_COLLECTION(Key, name, Name)
@@ -209,22 +220,23 @@ void describeElement(Visitor &visitor, const Key &key, const Ptr<Type> &entity) 
 
 // map
 #define KIV_ON_map(Key, Type, name, Name) KIV_ON_COLLECTION(Key, Name)
-#define KIV_ACCESS_map(Key, Type, name, Name)                                        \
-  const ::Kiv::Table<Key, ::Kiv::Ptr<Type>> &name() const { return name##_; }        \
-  ::Kiv::Ptr<Type> name(const Key &key) const {                                      \
-    const auto *present = name##_.find(key);                                         \
-    return present ? *present : nullptr;                                             \
-  }                                                                                  \
-  ::Kiv::Ptr<Type> name##Is(const Key &key) {                                        \
-    if (const auto *present = name##_.find(key)) return *present;                    \
-    const ::Kiv::Ptr<Type> element = ::Kiv::makeElement<Type>(key);                  \
-    name##_.insert(key, element);                                                    \
-    notify(&Notifiee::on##Name, key);                                                \
-    return element;                                                                  \
-  }                                                                                  \
+#define KIV_ACCESS_map(Key, Type, name, Name)                                 \
+  const ::Kiv::Table<Key, ::Kiv::Ptr<Type>> &name() const { return name##_; } \
+  ::Kiv::Ptr<Type> name(const Key &key) const {                               \
+    const auto *present = name##_.find(key);                                  \
+    return present ? *present : nullptr;                                      \
+  }                                                                           \
+  ::Kiv::Ptr<Type> name##Is(const Key &key) {                                 \
+    if (const auto *present = name##_.find(key)) return *present;             \
+    const Key copy = key;                                                     \
+    const ::Kiv::Ptr<Type> element = ::Kiv::makeElement<Type>(copy);          \
+    name##_.insert(copy, element);                                            \
+    notify(&Notifiee::on##Name, copy);                                        \
+    return element;                                                           \
+  }                                                                           \
   KIV_DELETE(Key, name, Name)
-#define KIV_DESCRIBE_map(Key, Type, name, Name)                                        \
-  visitor.enter(#name);                                                                \
+#define KIV_DESCRIBE_map(Key, Type, name, Name)                                            \
+  visitor.enter(#name);                                                                    \
   for (const auto &[key, entity] : name##_) visitor.element(::Kiv::toValue(key), *entity); \
   visitor.leave();
 #define KIV_WRITE_map(Key, Type, name, Name)
@@ -232,12 +244,12 @@ void describeElement(Visitor &visitor, const Key &key, const Ptr<Type> &entity) 
 #define KIV_MEMBER_map(Key, Type, name, Name) ::Kiv::Table<Key, ::Kiv::Ptr<Type>> name##_;
 
 /// A field of a plain record: name() and nameIs(value), no notification.
-#define KIV_FIELD(Type, name, initial)                    \
- public:                                                  \
-  const Type &name() const { return name##_; }            \
-  void name##Is(const Type &value) { name##_ = value; }   \
-                                                          \
- private:                                                 \
-  Type name##_ = Type(initial);                           \
-                                                          \
+#define KIV_FIELD(Type, name, initial)                  \
+ public:                                                \
+  const Type &name() const { return name##_; }          \
+  void name##Is(const Type &value) { name##_ = value; } \
+                                                        \
+ private:                                               \
+  Type name##_ = ::Kiv::Initial<Type>(initial).value;   \
+                                                        \
  public:

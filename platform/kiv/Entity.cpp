@@ -22,6 +22,11 @@ Entity::Notification::Notification(const Entity &entity)
   entity.running_ = this;
 }
 
+Entity::Notification::Notification(const Entity &entity, NotifieeLink &only)
+    : entity_(&entity), next_(&only), last_(&only), outer_(entity.running_) {
+  entity.running_ = this;
+}
+
 NotifieeLink *Entity::Notification::next() {
   NotifieeLink *link = next_;
   if (link) next_ = link == last_ ? nullptr : link->next_;

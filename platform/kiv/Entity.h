@@ -5,7 +5,8 @@
 /// Writing notifies synchronously: every reactor has been told, and everything that it wrote in
 /// turn has been told, before the setter returns. Nothing is queued or merged. Reactors are told
 /// in the order of their attachment; one that attaches while a notification runs is not told of
-/// that one; one that goes while it runs is skipped. A reactor may be destroyed in its own callback.
+/// that one; one that goes while it runs is skipped. A reactor may be destroyed in its own callback,
+/// also during a replay.
 #pragma once
 
 #include <string>
@@ -51,22 +52,17 @@ class Entity : public Counted {
   bool hasBackupSupport() const { return false; }
 
  protected:
-  template <class Notifiee, class... Arguments>
-  void notify(void (Notifiee::*on)(Arguments...), const std::type_identity_t<Arguments> &...arguments) const {
-    if (!first_) return;
-    Notification running(*this);
-    while (NotifieeLink *link = running.next()) (static_cast<Notifiee *>(link)->*on)(arguments...);
-  }
-
- private:
-  friend class NotifieeLink;
-
   /// One notification under way; keeps the entity alive and its own place in the list right.
   class Notification {
    public:
+    /// Of every reactor attached now.
     explicit Notification(const Entity &entity);
+    /// Of this one.
+    Notification(const Entity &entity, NotifieeLink &only);
     ~Notification() { entity_->running_ = outer_; }
     NotifieeLink *next();
+    /// Whether a reactor is left to be told.
+    bool pending() const { return next_ != nullptr; }
     void skip(const NotifieeLink *link);
     Notification *outer() const { return outer_; }
 
@@ -76,6 +72,16 @@ class Entity : public Counted {
     NotifieeLink *last_;
     Notification *outer_;
   };
+
+  template <class Notifiee, class... Arguments>
+  void notify(void (Notifiee::*on)(Arguments...), const std::type_identity_t<Arguments> &...arguments) const {
+    if (!first_) return;
+    Notification running(*this);
+    while (NotifieeLink *link = running.next()) (static_cast<Notifiee *>(link)->*on)(arguments...);
+  }
+
+ private:
+  friend class NotifieeLink;
 
   mutable NotifieeLink *first_ = nullptr;
   mutable NotifieeLink *last_ = nullptr;

@@ -12,7 +12,8 @@
 
 namespace Kiv {
 
-/// Base of everything that a Ptr can hold. Starts with a count of zero; the first Ptr owns it.
+/// Base of everything that a Ptr can hold. Starts with a count of zero; the first Ptr owns it, so a
+/// constructor hands out no Ptr to its own object.
 class Counted {
  public:
   Counted() = default;
@@ -28,6 +29,9 @@ class Counted {
  private:
   template <class T>
   friend class Ptr;
+
+  /// Ptrs that come and go while the destructor runs do not destroy the object again.
+  static constexpr uint32_t beingDestroyed = uint32_t{1} << 31;
   mutable uint32_t refCount_ = 0;
 };
 
@@ -40,10 +44,7 @@ class Ptr {
   Ptr(const Ptr &other) : object_(other.object_) { hold(); }
   Ptr(Ptr &&other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
   template <class U>
-    requires std::is_convertible_v<U *, T *>
-  Ptr(const Ptr<U> &other) : object_(other.get()) {
-    hold();
-  }
+  requires std::is_convertible_v<U *, T *> Ptr(const Ptr<U> &other) : object_(other.get()) { hold(); }
   Ptr &operator=(Ptr other) noexcept {
     std::swap(object_, other.object_);
     return *this;
@@ -66,8 +67,10 @@ class Ptr {
     if (object_) ++static_cast<const Counted *>(object_)->refCount_;
   }
   void release() {
-    const Counted *counted = object_;
-    if (counted && --counted->refCount_ == 0) delete counted;
+    const Counted *const counted = object_;
+    if (!counted || --counted->refCount_ != 0) return;
+    counted->refCount_ = Counted::beingDestroyed;
+    delete counted;
   }
 
   T *object_ = nullptr;

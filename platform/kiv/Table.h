@@ -34,8 +34,7 @@ class Table {
   template <class ElementType>
   class Iterator {
    public:
-    explicit Iterator(const Table &table)
-        : table_(table), walk_{table.first_, false, table.walks_} {
+    explicit Iterator(const Table &table) : table_(table), walk_{table.first_, false, table.walks_} {
       table_.walks_ = &walk_;
     }
     ~Iterator() { table_.walks_ = walk_.outer; }
@@ -87,6 +86,9 @@ class Table {
     Node *node = new Node{key, std::move(value), last_};
     (last_ ? last_->next : first_) = node;
     last_ = node;
+    for (Walk *walk = walks_; walk; walk = walk->outer) {
+      if (walk->moved && !walk->at) walk->at = node;  // it stood on the last element, which was erased
+    }
     if (++size_ > buckets_.size() && size_ > smallSize) {
       rehash();
     } else if (!buckets_.empty()) {
@@ -133,9 +135,7 @@ class Table {
  private:
   static constexpr size_t smallSize = 6;  // up to here a walk finds a key sooner than a hash
 
-  Node *&bucket(const Key &key) const {
-    return buckets_[std::hash<Key>()(key) & (buckets_.size() - 1)];
-  }
+  Node *&bucket(const Key &key) const { return buckets_[std::hash<Key>()(key) & (buckets_.size() - 1)]; }
 
   Node *lookUp(const Key &key) const {
     // Whoever refreshes a whole collection asks for its elements in their order.

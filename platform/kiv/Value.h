@@ -72,7 +72,7 @@ class Visitor {
   virtual void attribute(std::string_view name, const Value &value) = 0;
   virtual void child(std::string_view name, const Entity *entity) = 0;  ///< null when there is none
   virtual void enter(std::string_view name) = 0;
-  virtual void key(const Value &key) = 0;                        ///< element of a set
+  virtual void key(const Value &key) = 0;  ///< element of a set
   virtual void element(const Value &key, const Value &value) = 0;
   virtual void element(const Value &key, const Entity &entity) = 0;
   virtual void leave() = 0;

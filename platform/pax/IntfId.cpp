@@ -11,9 +11,14 @@ IntfId::IntfId(std::string_view vrf, std::string_view name)
     : record_(Kiv::make<Record>(vrf.empty() ? L3::defaultVrf : vrf, name)) {}
 
 IntfId IntfId::fromText(std::string_view text) {
+  if (text.empty()) return {};
   const size_t slash = text.find('/');
   if (slash == std::string_view::npos) return {L3::defaultVrf, text};
-  return {text.substr(0, slash), text.substr(slash + 1)};
+  const std::string_view vrf = text.substr(0, slash), name = text.substr(slash + 1);
+  if (vrf.empty() || name.empty() || name.find('/') != std::string_view::npos) {
+    throw Kiv::RangeError("not an interface: \"" + std::string(text) + "\"");
+  }
+  return {vrf, name};
 }
 
 std::string_view IntfId::vrf() const { return record_ ? std::string_view(record_->vrf) : std::string_view(); }

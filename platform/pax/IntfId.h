@@ -19,7 +19,7 @@ class IntfId {
   IntfId() = default;
   /// `vrf` is "default" or empty for the default VRF.
   IntfId(std::string_view vrf, std::string_view name);
-  /// From "NAME" or "VRF/NAME".
+  /// From "NAME" or "VRF/NAME"; the empty text is the empty id. Throws Kiv::RangeError.
   static IntfId fromText(std::string_view text);
 
   bool isEmpty() const { return !record_; }

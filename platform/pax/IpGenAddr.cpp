@@ -24,14 +24,16 @@ IpGenAddr IpGenAddr::fromBytes(std::span<const uint8_t> bytes) {
     return result;
   };
   if (bytes.size() == 4) return v4(static_cast<uint32_t>(number(bytes)));
+  if (bytes.size() != 16) return {};
   return v6(number(bytes.first(8)), number(bytes.subspan(8, 8)));
 }
 
 IpGenAddr IpGenAddr::fromText(std::string_view text) {
   const std::string terminated(text);
+  const bool whole = text.find('\0') == std::string_view::npos;
   std::array<uint8_t, 16> bytes{};
-  if (inet_pton(AF_INET, terminated.c_str(), bytes.data()) == 1) return fromBytes(std::span(bytes).first(4));
-  if (inet_pton(AF_INET6, terminated.c_str(), bytes.data()) == 1) return fromBytes(bytes);
+  if (whole && inet_pton(AF_INET, terminated.c_str(), bytes.data()) == 1) return fromBytes(std::span(bytes).first(4));
+  if (whole && inet_pton(AF_INET6, terminated.c_str(), bytes.data()) == 1) return fromBytes(bytes);
   throw Kiv::RangeError("not an IP address: \"" + terminated + "\"");
 }
 
@@ -49,8 +51,7 @@ std::array<uint8_t, 16> IpGenAddr::bytes() const {
 }
 
 bool IpGenAddr::isLoopback() const {
-  return family_ == AddressFamily::ipv4 ? v4() >> 24 == 127
-                                        : family_ == AddressFamily::ipv6 && high_ == 0 && low_ == 1;
+  return family_ == AddressFamily::ipv4 ? v4() >> 24 == 127 : family_ == AddressFamily::ipv6 && high_ == 0 && low_ == 1;
 }
 
 std::ostream &operator<<(std::ostream &out, const IpGenAddr &address) {

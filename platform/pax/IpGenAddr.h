@@ -15,8 +15,10 @@ namespace Pax {
 enum class AddressFamily : uint8_t { unknown = 0, ipv4 = 1, ipv6 = 2 };
 std::ostream &operator<<(std::ostream &out, AddressFamily family);
 
-/// Bits of an address of the family; fatal for a family that is neither.
-constexpr uint8_t addressBits(AddressFamily family) { return family == AddressFamily::ipv4 ? 32 : 128; }
+/// Bits of an address of the family, 0 where there is none.
+constexpr uint8_t addressBits(AddressFamily family) {
+  return family == AddressFamily::ipv4 ? 32 : family == AddressFamily::ipv6 ? 128 : 0;
+}
 
 /// An address with its family. The default has no family; it and the all-zero addresses mean unset.
 /// Ordered by family, then numerically.
@@ -26,7 +28,7 @@ class IpGenAddr {
   /// From a number in host order.
   static constexpr IpGenAddr v4(uint32_t number) { return {AddressFamily::ipv4, 0, number}; }
   static constexpr IpGenAddr v6(uint64_t high, uint64_t low) { return {AddressFamily::ipv6, high, low}; }
-  /// From 4 or 16 bytes in network order.
+  /// From 4 or 16 bytes in network order; unset for any other number.
   static IpGenAddr fromBytes(std::span<const uint8_t> bytes);
   /// From "10.0.0.1" or "fe80::1"; throws Kiv::RangeError.
   static IpGenAddr fromText(std::string_view text);

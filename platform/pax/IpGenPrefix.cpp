@@ -11,11 +11,15 @@ namespace Pax {
 namespace {
 
 /// The first `length` bits of a 64-bit word set.
-constexpr uint64_t leadingBits(unsigned length) { return length == 0 ? 0 : ~uint64_t{0} << (64 - std::min(length, 64u)); }
+constexpr uint64_t leadingBits(unsigned length) {
+  return length == 0 ? 0 : ~uint64_t{0} << (64 - std::min(length, 64u));
+}
 
 IpGenAddr masked(const IpGenAddr &address, unsigned length) {
-  if (address.af() == AddressFamily::ipv4) return IpGenAddr::v4(address.v4() & static_cast<uint32_t>(leadingBits(length) >> 32));
-  return IpGenAddr::v6(address.high() & leadingBits(length), length > 64 ? address.low() & leadingBits(length - 64) : 0);
+  if (address.af() == AddressFamily::ipv4)
+    return IpGenAddr::v4(address.v4() & static_cast<uint32_t>(leadingBits(length) >> 32));
+  return IpGenAddr::v6(address.high() & leadingBits(length),
+                       length > 64 ? address.low() & leadingBits(length - 64) : 0);
 }
 
 }  // namespace
