@@ -1,0 +1,34 @@
+#include "platform/sim/Intf.h"
+
+#include "platform/sim/Addresses.h"
+#include "platform/sim/Network.h"
+#include "platform/sim/Router.h"
+
+namespace Sim {
+
+Intf::Intf(Router &router, Link &link, const Pax::IntfId &intfId, const Kiv::Ptr<Ip::IntfStatus> &status)
+    : router_(router),
+      link_(link),
+      intfId_(intfId),
+      status_(status),
+      address_(memberAddress(link.subnet(), static_cast<uint32_t>(link.members().size()))) {
+  const Pax::AddressFamily family = link.subnet().af();
+  if (family == Pax::AddressFamily::ipv6) {
+    linkLocal_ = linkLocalAddress(router.index());
+    status->addressIs(linkLocal_, {.subnet = {linkLocal_, 64}, .global = false});
+  }
+  status->addressIs(address_, {.subnet = link.subnet()});
+  Ip::chooseAddresses(*status, family);
+  status->mtuIs(link.parameters().mtu);
+  status->upIs(true);
+}
+
+void Intf::upIs(bool up) {
+  if (status_->up() == up) return;
+  status_->upIs(up);
+  router_.network().topologyChanged();
+}
+
+bool Intf::isUp() const { return status_->up() && router_.hasPower(); }
+
+}  // namespace Sim

@@ -1,0 +1,124 @@
+#include "platform/sim/Link.h"
+
+#include <algorithm>
+
+#include "platform/sim/Router.h"
+
+namespace Sim {
+
+/// One packet under way, to one receiver or to all.
+class Link::Frame : public Event {
+ public:
+  Frame(VirtualTime &time, Link &link) : Event(time), link_(link) {}
+
+  void fill(Intf &sender, const Packet &packet, Intf *receiver, uint32_t hops) {
+    this->sender = &sender;
+    this->receiver = receiver;
+    this->hops = hops;
+    bytes_.assign(packet.payload.begin(), packet.payload.end());
+    source_ = packet.source;
+    destination_ = packet.destination;
+  }
+  Packet packetAt(const Intf &intf) const { return {intf.intfId(), source_, destination_, bytes_}; }
+
+  Intf *sender = nullptr;
+  Intf *receiver = nullptr;
+  uint32_t hops = 0;
+
+ private:
+  void happen() override {
+    link_.arrive(*this);
+    link_.idle_.push_back(this);
+  }
+
+  Link &link_;
+  Pax::IpGenAddr source_;
+  Pax::IpGenAddr destination_;
+  std::vector<uint8_t> bytes_;
+};
+
+Link::Link(VirtualTime &time, std::string name, const Pax::IpGenPrefix &subnet, const LinkParameters &parameters,
+           uint64_t seed, std::function<void()> topologyChanged)
+    : time_(time),
+      name_(std::move(name)),
+      subnet_(subnet),
+      parameters_(parameters),
+      random_(seed),
+      topologyChanged_(std::move(topologyChanged)) {}
+
+Link::~Link() = default;
+
+void Link::parametersIs(const LinkParameters &parameters) {
+  parameters_ = parameters;
+  for (Intf *member : members_) member->status()->mtuIs(parameters.mtu);
+}
+
+void Link::cutIs(bool cut) {
+  if (isCut_ == cut) return;
+  isCut_ = cut;
+  topologyChanged_();
+}
+
+void Link::memberIs(Intf &intf) {
+  members_.push_back(&intf);
+  topologyChanged_();
+}
+
+Intf *Link::memberWith(const Pax::IpGenAddr &address) const {
+  const auto found = std::find_if(members_.begin(), members_.end(), [&](const Intf *member) {
+    return member->address() == address || member->linkLocal() == address;
+  });
+  return found == members_.end() ? nullptr : *found;
+}
+
+bool Link::send(Intf &sender, const Packet &packet, Intf *receiver, uint32_t hops) {
+  const size_t ipHeader = packet.source.af() == Pax::AddressFamily::ipv4 ? 20 : 40;
+  if (!receiver && ipHeader + packet.payload.size() > parameters_.mtu) {
+    ++counters_.tooBig;
+    return false;
+  }
+  ++counters_.sent;
+  if (tap_) tap_(packet);
+  if (isCut_) {
+    ++counters_.cut;
+  } else if (receiver || parameters_.jitter == 0) {
+    dispatch(sender, packet, receiver, hops, parameters_.delay);
+  } else {
+    for (Intf *member : members_) {
+      if (member == &sender) continue;
+      dispatch(sender, packet, member, hops, parameters_.delay + random_.uniform(0, parameters_.jitter));
+    }
+  }
+  return true;
+}
+
+void Link::dispatch(Intf &sender, const Packet &packet, Intf *receiver, uint32_t hops, double delay) {
+  if (idle_.empty()) idle_.push_back(frames_.emplace_back(std::make_unique<Frame>(time_, *this)).get());
+  Frame &frame = *idle_.back();
+  idle_.pop_back();
+  frame.fill(sender, packet, receiver, hops);
+  time_.schedule(frame, time_.now() + delay);
+}
+
+void Link::arrive(const Frame &frame) {
+  if (isCut_) {
+    ++counters_.cut;
+  } else if (frame.receiver) {
+    deliver(*frame.receiver, frame);
+  } else {
+    for (Intf *member : members_) {
+      if (member != frame.sender) deliver(*member, frame);
+    }
+  }
+}
+
+void Link::deliver(Intf &receiver, const Frame &frame) {
+  if (parameters_.loss > 0 && random_.uniform(0, 1) < parameters_.loss) {
+    ++counters_.lost;
+    return;
+  }
+  ++counters_.delivered;
+  receiver.router().receive(receiver, frame.packetAt(receiver), frame.hops);
+}
+
+}  // namespace Sim

@@ -1,0 +1,91 @@
+/// A wire with two ends or a LAN with many.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/orb/Random.h"
+#include "platform/pax/IpGenPrefix.h"
+#include "platform/pim/PacketPort.h"
+#include "platform/sim/VirtualTime.h"
+
+namespace Sim {
+
+class Intf;
+
+/// A packet on its way.
+using Packet = Routing::Pim::IO::Outgoing;
+
+struct LinkParameters {
+  uint32_t mtu = 1500;   ///< bytes of an IP packet
+  double delay = 0.001;  ///< seconds
+  double jitter = 0;     ///< up to so many seconds more, for each receiver anew; reorders what comes closer
+  double loss = 0;       ///< the part of the packets that each receiver misses, 0 to 1
+};
+
+/// Carries packets among its members, which are interfaces of routers and stay for good. Packets
+/// arrive from an event of their own, in the order of sending unless there is jitter. Owned by the
+/// Network, which gives it its subnet and its own random source.
+class Link {
+ public:
+  struct Counters {
+    uint64_t sent = 0;
+    uint64_t delivered = 0;  ///< once a receiver
+    uint64_t lost = 0;       ///< once a receiver, by the loss rate
+    uint64_t cut = 0;        ///< sent into, or still in, a link that is cut
+    uint64_t tooBig = 0;     ///< over the MTU: refused
+  };
+
+  Link(VirtualTime &time, std::string name, const Pax::IpGenPrefix &subnet, const LinkParameters &parameters,
+       uint64_t seed, std::function<void()> topologyChanged);
+  ~Link();
+
+  const std::string &name() const { return name_; }
+  const Pax::IpGenPrefix &subnet() const { return subnet_; }
+  const LinkParameters &parameters() const { return parameters_; }
+  /// Holds for what is sent from now on; a new MTU shows at the interfaces.
+  void parametersIs(const LinkParameters &parameters);
+  const Counters &counters() const { return counters_; }
+  /// Sees every packet that is sent, those that get lost too.
+  void tapIs(std::function<void(const Packet &)> tap) { tap_ = std::move(tap); }
+
+  /// A cut link loses everything, what is under way too. Routing hears of it at once, while the
+  /// interfaces stay up: PIM learns of it by silence.
+  void cut() { cutIs(true); }
+  void heal() { cutIs(false); }
+  bool isCut() const { return isCut_; }
+
+  void memberIs(Intf &intf);
+  const std::vector<Intf *> &members() const { return members_; }
+  /// The member with this address, or null.
+  Intf *memberWith(const Pax::IpGenAddr &address) const;
+
+  /// Copies the packet and lets it arrive at `receiver`, or at every other member if that is null.
+  /// False when it exceeds the MTU; only a routed packet may (IP would fragment it). `hops` is how
+  /// many more routers a routed packet may cross.
+  bool send(Intf &sender, const Packet &packet, Intf *receiver, uint32_t hops);
+
+ private:
+  class Frame;
+  void cutIs(bool cut);
+  void dispatch(Intf &sender, const Packet &packet, Intf *receiver, uint32_t hops, double delay);
+  void arrive(const Frame &frame);
+  void deliver(Intf &receiver, const Frame &frame);
+
+  VirtualTime &time_;
+  const std::string name_;
+  const Pax::IpGenPrefix subnet_;
+  LinkParameters parameters_;
+  Orb::Random random_;
+  const std::function<void()> topologyChanged_;
+  std::function<void(const Packet &)> tap_;
+  std::vector<Intf *> members_;
+  std::vector<std::unique_ptr<Frame>> frames_;  // all that were ever needed at once
+  std::vector<Frame *> idle_;                   // those not under way
+  Counters counters_;
+  bool isCut_ = false;
+};
+
+}  // namespace Sim

@@ -1,0 +1,284 @@
+// The simulator itself: time, links, routes, neighbours, repetition by seed.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+
+#include "platform/sim/Network.h"
+
+namespace Sim {
+namespace {
+
+using Routing::RouteAnswer;
+using Routing::Pim::IO::MessageConsumer;
+
+/// Schedules itself; writes its name when it happens.
+class Note : public Event {
+ public:
+  Note(VirtualTime &time, std::string &log, char name) : Event(time), log_(log), name_(name) {}
+
+ private:
+  void happen() override { log_ += name_; }
+  std::string &log_;
+  const char name_;
+};
+
+TEST(VirtualTime, EventsRunInOrderOfTimeThenOfScheduling) {
+  VirtualTime time;
+  std::string log;
+  Note a(time, log, 'a'), b(time, log, 'b'), c(time, log, 'c'), d(time, log, 'd');
+  auto gone = std::make_unique<Note>(time, log, 'x');
+  time.schedule(a, 1005);
+  time.schedule(*gone, 1001);
+  time.schedule(b, 1002);
+  time.schedule(c, 1005);
+  time.schedule(d, 1001);
+  time.schedule(a, 1005);  // anew: behind c
+  time.schedule(b, 900);   // the past is now
+  time.cancel(d);
+  gone.reset();
+  time.runTo(1004);
+  EXPECT_EQ(log, "b");
+  EXPECT_EQ(time.now(), 1004);
+  time.runTo(1005);
+  EXPECT_EQ(log, "bca");
+}
+
+TEST(VirtualTime, ManyEventsInRandomOrderRunSorted) {
+  VirtualTime time;
+  Orb::Random random(7);
+  std::vector<double> ran;
+  for (int i = 0; i < 5000; ++i) time.at(random.uniform(1000, 1100), [&] { ran.push_back(time.now()); });
+  time.at(1050, [&] { time.at(1050, [&] { ran.push_back(time.now()); }); });
+  time.runTo(1100);
+  EXPECT_EQ(ran.size(), 5001u);
+  EXPECT_TRUE(std::is_sorted(ran.begin(), ran.end()));
+}
+
+TEST(VirtualTime, RunUntilStopsWithTheEventThatMadeItHold) {
+  VirtualTime time;
+  int count = 0;
+  for (int i = 1; i <= 5; ++i) time.at(1000 + i, [&] { ++count; });
+  EXPECT_TRUE(time.runUntil([&] { return count == 3; }, 2000));
+  EXPECT_EQ(time.now(), 1003);
+  EXPECT_FALSE(time.runUntil([&] { return count == 6; }, 2000));
+  EXPECT_EQ(time.now(), 2000);
+}
+
+/// Two or more routers on a LAN, with bootstrap messages of a chosen size from the first.
+class Lan : public MessageConsumer {
+ public:
+  explicit Lan(const LinkParameters &parameters, uint64_t seed = 1, int routers = 3,
+               Pax::AddressFamily family = Pax::AddressFamily::ipv4)
+      : network(family, seed), link(network.linkIs("lan", parameters)) {
+    for (int i = 0; i < routers; ++i) {
+      Router &router = network.router("r" + std::to_string(i));
+      router.join(link);
+      router.pimStart({});
+      if (i > 0) router.port()->consumerIs(Routing::Pim::Packet::MessageType::bootstrap, this);
+    }
+    network.time().runFor(20);
+  }
+  /// A message with so many groups without RPs; its tag is `tag`.
+  bool send(uint16_t tag, uint32_t groups = 1) {
+    const auto bsm = Routing::Pim::Packet::BootstrapMessageIs();
+    bsm->fragmentTagIs(tag);
+    bsm->bsrAddressIs(network.router("r0").address());
+    for (uint32_t i = 0; i < groups; ++i) {
+      const auto base = network.af() == Pax::AddressFamily::ipv4 ? Pax::IpGenAddr::v4(0xe1000000 + (i << 8))
+                                                                 : Pax::IpGenAddr::v6(0xff3e000000000000 + i, 0);
+      bsm->optionalData()->groupDataEnq(Routing::Pim::Packet::BootstrapGroupDataIs({base, 24}));
+      if (network.af() == Pax::AddressFamily::ipv6) bsm->groupData().back()->prefixIs({base, 64});
+    }
+    return network.router("r0").port()->send(network.router("r0").intfAt(link).intfId(), *bsm);
+  }
+  void messageIs(const Pax::IntfId &, const Kiv::Ptr<Routing::Pim::Packet::Message> &message) override {
+    times.push_back(network.time().now());
+    tags.push_back(static_cast<const Routing::Pim::Packet::BootstrapMessage &>(*message).fragmentTag());
+  }
+
+  Network network;
+  Link &link;
+  std::vector<double> times;
+  std::vector<uint16_t> tags;
+};
+
+TEST(Link, PacketsReachEveryOtherMemberAfterTheDelay) {
+  Lan lan({.delay = 0.25});
+  const double sent = lan.network.time().now();
+  EXPECT_TRUE(lan.send(7));
+  EXPECT_TRUE(lan.tags.empty());  // never inside the sending call
+  lan.network.time().runFor(1);
+  EXPECT_EQ(lan.tags, (std::vector<uint16_t>{7, 7}));
+  EXPECT_EQ(lan.times, std::vector<double>(2, sent + 0.25));
+}
+
+TEST(Link, OnlyPacketsWithinTheMtuPass) {
+  // IPv4: 34 bytes and 12 a group; IPv6: 66 and 24.
+  struct Case {
+    Pax::AddressFamily family;
+    uint32_t mtu, groups;
+    bool passes;
+  };
+  for (const Case &c : {Case{Pax::AddressFamily::ipv4, 34 + 12 * 45, 45, true},
+                        Case{Pax::AddressFamily::ipv4, 34 + 12 * 45 - 1, 45, false},
+                        Case{Pax::AddressFamily::ipv6, 66 + 24 * 60, 60, true},
+                        Case{Pax::AddressFamily::ipv6, 66 + 24 * 60 - 1, 60, false}}) {
+    Lan lan({.mtu = c.mtu}, 1, 2, c.family);
+    EXPECT_EQ(lan.send(1, c.groups), c.passes);
+    lan.network.time().runFor(1);
+    EXPECT_EQ(lan.tags.size(), c.passes ? 1u : 0u) << c.mtu;
+    EXPECT_EQ(lan.link.counters().tooBig, c.passes ? 0u : 1u);
+  }
+}
+
+TEST(Link, LosesItsShareAndReordersOnlyWithJitter) {
+  for (const double jitter : {0.0, 0.1}) {
+    Lan lan({.jitter = jitter, .loss = 0.1}, 5, 2);
+    for (uint16_t tag = 0; tag < 2000; ++tag) {
+      lan.send(tag);
+      lan.network.time().runFor(0.01);
+    }
+    EXPECT_NEAR(double(lan.tags.size()), 1800, 60);
+    EXPECT_EQ(std::is_sorted(lan.tags.begin(), lan.tags.end()), jitter == 0);
+  }
+}
+
+TEST(Link, ACutLosesWhatIsUnderWayAndHealingCarriesAgain) {
+  Lan lan({.delay = 1}, 1, 2);
+  lan.send(1);
+  lan.network.time().runFor(0.5);
+  lan.link.cut();
+  lan.send(2);
+  lan.network.time().runFor(5);
+  EXPECT_TRUE(lan.tags.empty());
+  lan.link.heal();
+  lan.send(3);
+  lan.network.time().runFor(5);
+  EXPECT_EQ(lan.tags, std::vector<uint16_t>{3});
+}
+
+/// The next hops as "router@link" in order, or the kind of answer.
+std::string route(Network &network, const std::string &from, const Pax::IpGenAddr &destination) {
+  const RouteAnswer answer = network.router(from).routes()->lookup(destination);
+  if (answer.kind == RouteAnswer::Kind::none) return "none";
+  if (answer.kind == RouteAnswer::Kind::local) return "local";
+  std::string text;
+  for (const Routing::NextHop &nextHop : answer.via) {
+    const Link &link = network.router(from).intf(nextHop.intfId)->link();
+    if (!text.empty()) text += ' ';
+    text += answer.kind == RouteAnswer::Kind::connected
+                ? "connected@" + link.name()
+                : link.memberWith(nextHop.address)->router().name() + "@" + link.name();
+  }
+  return text;
+}
+
+TEST(Routes, FollowTheShortestPathsThroughCutsAndPowerFailures) {
+  for (const auto family : {Pax::AddressFamily::ipv4, Pax::AddressFamily::ipv6}) {
+    Network network(family, 1);
+    // a - b - d and a - c - d, then d - e
+    for (const char *ends : {"ab", "ac", "bd", "cd", "de"}) {
+      network.linkIs(ends, {std::string(1, ends[0]), std::string(1, ends[1])});
+    }
+    const Pax::IpGenAddr e = network.router("e").address();
+    const Pax::IpGenAddr eOnLink = network.router("e").intfAt(network.link("de")).address();
+    EXPECT_EQ(route(network, "e", e), "local");
+    EXPECT_EQ(route(network, "d", e), "e@de");
+    EXPECT_EQ(route(network, "d", eOnLink), "connected@de");
+    EXPECT_EQ(route(network, "a", e), "b@ab c@ac");
+    EXPECT_EQ(route(network, "a", eOnLink), "b@ab c@ac");
+    network.link("bd").cut();
+    EXPECT_EQ(route(network, "a", e), "c@ac");
+    EXPECT_EQ(route(network, "b", e), "a@ab");
+    network.router("c").powerIs(false);
+    EXPECT_EQ(route(network, "a", e), "none");
+    network.link("bd").heal();
+    EXPECT_EQ(route(network, "a", e), "b@ab");
+    network.router("a").intfAt(network.link("ab")).upIs(false);
+    EXPECT_EQ(route(network, "a", e), "none");
+    EXPECT_EQ(route(network, "b", e), "d@bd");
+  }
+}
+
+TEST(Routes, UnicastMessagesCrossTheNetworkHopByHop) {
+  Network network(Pax::AddressFamily::ipv6, 1);
+  network.linkIs("ab", {"a", "b"});
+  network.linkIs("bc", {"b", "c"});
+  for (const auto &router : network.routers()) router->pimStart({});
+  class Count : public MessageConsumer {
+   public:
+    void messageIs(const Pax::IntfId &, const Kiv::Ptr<Routing::Pim::Packet::Message> &) override { ++count; }
+    int count = 0;
+  } atB, atC;
+  network.router("b").port()->consumerIs(Routing::Pim::Packet::MessageType::crpAdv, &atB);
+  network.router("c").port()->consumerIs(Routing::Pim::Packet::MessageType::crpAdv, &atC);
+  Routing::Pim::Packet::CrpAdvMessage message;
+  message.rpAddressIs(network.router("a").address());
+  message.destinationIs(network.router("c").address());
+  EXPECT_TRUE(network.router("a").port()->send({}, message));
+  network.time().runFor(1);
+  EXPECT_EQ(atC.count, 1);
+  EXPECT_EQ(atB.count, 0);
+  network.link("bc").cut();
+  EXPECT_FALSE(network.router("b").port()->send({}, message));
+}
+
+/// Neighbours that each router sees, in order of the routers.
+std::vector<size_t> neighbors(Network &network) {
+  std::vector<size_t> counts;
+  for (const auto &router : network.routers()) {
+    size_t count = 0;
+    if (router->pimRuns()) {
+      for (const auto &[intfId, pimIntf] : router->pimStatus()->pimIntf()) count += pimIntf->neighbor().size();
+    }
+    counts.push_back(count);
+  }
+  return counts;
+}
+
+TEST(Neighbors, AppearStayAndExpireWithTheirHoldTime) {
+  for (const auto family : {Pax::AddressFamily::ipv4, Pax::AddressFamily::ipv6}) {
+    Lan lan({}, 3, 3, family);
+    VirtualTime &time = lan.network.time();
+    EXPECT_EQ(neighbors(lan.network), (std::vector<size_t>{2, 2, 2}));
+    time.runFor(1000);
+    EXPECT_EQ(neighbors(lan.network), (std::vector<size_t>{2, 2, 2}));
+    lan.network.router("r0").pimStop(false);  // no goodbye
+    time.runFor(74);                          // its last Hello was less than 30 s ago
+    EXPECT_EQ(neighbors(lan.network), (std::vector<size_t>{0, 2, 2}));
+    time.runFor(32);
+    EXPECT_EQ(neighbors(lan.network), (std::vector<size_t>{0, 1, 1}));
+    lan.network.router("r1").pimStop(true);
+    time.runFor(1);
+    EXPECT_EQ(neighbors(lan.network), (std::vector<size_t>{0, 0, 0}));
+    lan.network.router("r0").pimStart({});
+    time.runFor(40);
+    EXPECT_EQ(neighbors(lan.network), (std::vector<size_t>{1, 0, 1}));
+  }
+}
+
+/// Every byte that crossed the link, with its time.
+std::string record(uint64_t seed) {
+  Network network(Pax::AddressFamily::ipv4, seed);
+  Link &link = network.linkIs("lan", {"a", "b", "c"}, {.jitter = 0.01, .loss = 0.2});
+  std::ostringstream record;
+  link.tapIs([&](const Packet &packet) {
+    record << network.time().now() << ' ' << packet.source << ' ';
+    for (const uint8_t byte : packet.payload) record << int(byte) << ' ';
+  });
+  for (const auto &router : network.routers()) router->pimStart({});
+  network.time().runFor(600);
+  record << link.counters().lost;
+  return record.str();
+}
+
+TEST(Network, RepeatsExactlyBySeedAndDiffersOtherwise) {
+  const std::string once = record(1);
+  EXPECT_GT(once.size(), 1000u);
+  EXPECT_EQ(once, record(1));
+  EXPECT_NE(once, record(2));
+}
+
+}  // namespace
+}  // namespace Sim
