@@ -1,0 +1,72 @@
+#include "platform/linux/EventLoop.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+namespace {
+
+class Alarm : public Orb::Timer {
+ public:
+  Alarm(const Kiv::Ptr<Orb::TimerWheel> &wheel, std::function<void()> rings) : Timer(wheel), rings_(std::move(rings)) {}
+  void onTime() override { rings_(); }
+
+ private:
+  const std::function<void()> rings_;
+};
+
+TEST(EventLoopTest, TimersOfManyWheelsFireInTheOrderOfTheirTimesAndNeverEarly) {
+  Linux::EventLoop loop;
+  std::vector<int> fired;
+  std::vector<std::unique_ptr<Alarm>> alarms;
+  const double start = loop.now();
+  for (int i = 0; i < 50; ++i) {
+    const double time = start + 0.02 + 0.02 * (i * 7 % 50);
+    alarms.push_back(std::make_unique<Alarm>(Kiv::make<Orb::TimerWheel>(loop, loop), [&fired, &loop, i, time] {
+      EXPECT_GE(loop.now(), time);
+      fired.push_back(i * 7 % 50);
+    }));
+    alarms.back()->timeMinIs(time);
+  }
+  Alarm end(Kiv::make<Orb::TimerWheel>(loop, loop), [&] { loop.stop(); });
+  end.timeMinIs(start + 1.1);
+  loop.run();
+  std::vector<int> expected(50);
+  for (int i = 0; i < 50; ++i) expected[static_cast<size_t>(i)] = i;
+  EXPECT_EQ(fired, expected);
+}
+
+TEST(EventLoopTest, AWheelThatGoesWhileItIsDueFiresNothing) {
+  Linux::EventLoop loop;
+  std::optional<Alarm> first, second;
+  int fired = 0;
+  const auto ring = [&](std::optional<Alarm> &other) {
+    ++fired;
+    other.reset();  // with it, its wheel
+    loop.stop();
+  };
+  first.emplace(Kiv::make<Orb::TimerWheel>(loop, loop), [&] { ring(second); });
+  second.emplace(Kiv::make<Orb::TimerWheel>(loop, loop), [&] { ring(first); });
+  const double due = loop.now() - 1;
+  first->timeMinIs(due);
+  second->timeMinIs(due);
+  loop.run();
+  EXPECT_EQ(fired, 1);
+}
+
+TEST(EventLoopTest, TheClockStandsStillWithinATurn) {
+  Linux::EventLoop loop;
+  Alarm alarm(Kiv::make<Orb::TimerWheel>(loop, loop), [&] {
+    const double before = loop.now();
+    timespec nap{0, 2000000};
+    nanosleep(&nap, nullptr);
+    EXPECT_EQ(loop.now(), before);
+    loop.stop();
+  });
+  alarm.timeMinIs(loop.now());
+  const double before = loop.now();
+  loop.run();
+  EXPECT_GT(loop.now(), before);
+}
+
+}  // namespace

@@ -1,0 +1,119 @@
+#include "platform/linux/NamespaceWatcher.h"
+#include "platform/linux/VrfPlatform.h"
+#include "tests/linux/Netns.h"
+#include "tests/linux/Router.h"
+
+namespace {
+
+using Pax::AddressFamily;
+
+class NamespaceTest : public Test::NetnsTest {};
+
+TEST_F(NamespaceTest, AVisitEndsAtHomeEvenWhenItThrows) {
+  const uint64_t home = Linux::namespaceInode("/proc/thread-self/ns/net");
+  const Linux::Namespace there(netns("a"));
+  const uint64_t visited = there.inside([] { return Linux::namespaceInode("/proc/thread-self/ns/net"); });
+  EXPECT_NE(visited, home);
+  EXPECT_EQ(visited, Linux::namespaceInode(Linux::namespacePath(nameOf("a"))));
+  EXPECT_THROW(there.inside([]() -> int { throw std::runtime_error("inside"); }), std::runtime_error);
+  EXPECT_EQ(Linux::namespaceInode("/proc/thread-self/ns/net"), home);
+  EXPECT_THROW(Linux::Namespace(nameOf("none")), std::system_error);
+  EXPECT_THROW(Linux::Namespace("/etc/hostname"), std::system_error) << "a file that is no namespace";
+  EXPECT_EQ(Linux::namespaceInode("/proc/thread-self/ns/net"), home);
+}
+
+TEST_F(NamespaceTest, AWatchedNameTellsOfComingGoingAndTakingOver) {
+  Linux::NamespaceWatcher watcher(loop);
+  std::string log;
+  const auto note = [&](bool present) { log += present ? "+" : "-"; };
+  Linux::NamespaceWatcher::Watched byName(watcher, nameOf("a"), note);
+  std::string pathLog;
+  Linux::NamespaceWatcher::Watched byPath(watcher, Linux::namespacePath(nameOf("a")),
+                                          [&](bool present) { pathLog += present ? "+" : "-"; });
+  EXPECT_FALSE(byName.present());
+  netns("a");
+  EXPECT_TRUE(waitFor([&] { return log == "+" && pathLog == "+"; })) << log << ' ' << pathLog;
+  const Linux::Namespace held(nameOf("a"));  // as open sockets would, so that the inode is not free
+  netnsDel("a");
+  netns("a");
+  EXPECT_TRUE(waitFor([&] { return log == "+-+" && pathLog == "+-+"; })) << log << ' ' << pathLog;
+  netnsDel("a");
+  EXPECT_TRUE(waitFor([&] { return log == "+-+-" && pathLog == "+-+-"; })) << log << ' ' << pathLog;
+}
+
+TEST_F(NamespaceTest, AVrfWhoseNamespaceIsDeletedClosesEverythingThere) {
+  netns("a");
+  netns("b");
+  link("a", "a0", "b", "b0");
+  ip("a", "addr add 10.1.0.1/24 dev a0");
+  Linux::NamespaceWatcher watcher(loop);
+  Orb::Random random(1);
+  std::unique_ptr<Linux::VrfPlatform> vrf;
+  bool vanished = false;
+  Linux::VrfPlatform::Parameters parameters;
+  parameters.vrf = "blue";
+  parameters.networkNamespace = nameOf("a");
+  parameters.vanished = [&] {
+    EXPECT_TRUE(vrf->interfaces()->intfStatus().empty());
+    EXPECT_TRUE(vrf->pimStatus()->pimIntf().empty());
+    EXPECT_FALSE(vrf->port()->send(Pax::IntfId("blue", "a0"), Routing::Pim::Packet::HelloMessage()));
+    vrf.reset();
+    vanished = true;
+  };
+  vrf = std::make_unique<Linux::VrfPlatform>(loop, watcher, random, parameters);
+  vrf->hello()->intfIs(Pax::IntfId("blue", "a0"));
+  ASSERT_TRUE(waitFor([&] { return vrf->complete() && vrf->pimStatus()->pimIntf().size() == 1; }));
+
+  ::Test::Router b(loop, nameOf("b"), AddressFamily::ipv4);
+  ASSERT_TRUE(waitFor([&] { return b.intf("b0") != nullptr; }));
+  netnsDel("a");
+  EXPECT_TRUE(waitFor([&] { return vanished; }));
+  // The other end of the link goes only when the kernel frees the namespace: nothing holds it any more.
+  EXPECT_TRUE(waitFor([&] { return !b.intf("b0"); }));
+}
+
+TEST_F(NamespaceTest, AtRestNothingTurns) {
+  netns("a");
+  ip("a", "link add a0 type veth peer name a1");
+  Linux::NamespaceWatcher watcher(loop);
+  Orb::Random random(1);
+  Linux::VrfPlatform::Parameters parameters;
+  parameters.networkNamespace = nameOf("a");
+  const Linux::VrfPlatform vrf(loop, watcher, random, parameters);
+  settle();
+  ASSERT_TRUE(vrf.complete());
+  EXPECT_LE(settle(), 1) << "the deadline itself";
+}
+
+TEST_F(NamespaceTest, TwoVrfsOfOneProcessBecomeNeighbors) {
+  for (const AddressFamily family : {AddressFamily::ipv4, AddressFamily::ipv6}) {
+    const std::string one = family == AddressFamily::ipv4 ? "a" : "c",
+                      other = family == AddressFamily::ipv4 ? "b" : "d";
+    netns(one);
+    netns(other);
+    link(one, "eth0", other, "eth0");
+    ip(one, "addr add 10.1.0.1/24 dev eth0");
+    ip(other, "addr add 10.1.0.2/24 dev eth0");
+    Linux::NamespaceWatcher watcher(loop);
+    Orb::Random random(1);
+    const auto make = [&](const std::string &what) {
+      Linux::VrfPlatform::Parameters parameters;
+      parameters.vrf = what;
+      parameters.networkNamespace = nameOf(what);
+      parameters.family = family;
+      auto vrf = std::make_unique<Linux::VrfPlatform>(loop, watcher, random, parameters);
+      vrf->hello()->intfIs(Pax::IntfId(what, "eth0"));
+      return vrf;
+    };
+    const auto first = make(one), second = make(other);
+    const auto neighbors = [](const Linux::VrfPlatform &vrf) {
+      const auto intf = vrf.pimStatus()->pimIntf(Pax::IntfId(vrf.vrf(), "eth0"));
+      return intf ? intf->neighbor().size() : 0;
+    };
+    EXPECT_TRUE(waitFor([&] { return neighbors(*first) == 1 && neighbors(*second) == 1; })) << family;
+    first->hello()->shutDown();
+    EXPECT_TRUE(waitFor([&] { return neighbors(*second) == 0; })) << family << ": the goodbye";
+  }
+}
+
+}  // namespace
