@@ -3,6 +3,7 @@
 #include "config/ConfigSm.h"
 #include "engine/PimBsrSm.h"
 #include "io/BootstrapMessageSm.h"
+#include "io/CrpMessageSm.h"
 #include "platform/tracelet/Tracelet.h"
 
 namespace Routing::Pim::Bsr {
@@ -22,6 +23,7 @@ void ContainerSm::handleInitialized() {
   container_.rpCandidateStatus->rpSetTypeIs(rpSetTypeBsr);
   pimPamManager_ = Kiv::make<IO::PamManager>(container_.packetPort, IO::PamManager::Parameters{});
   rxBootstrapMsgInfo_ = pimPamManager_->messageInfoIs(Packet::MessageType::bootstrap);
+  rxCrpAdvMsgInfo_ = pimPamManager_->messageInfoIs(Packet::MessageType::crpAdv);
   status->countersIs("BsrCounters");
   rpfTable_ = Kiv::make<PimRpfTable>(container_.routes, container_.pimStatus);
   pimBsmStatus_ = Kiv::make<PimBsmStatus>("pimBsmStatus");
@@ -33,6 +35,8 @@ void ContainerSm::handleInitialized() {
                           timerWheel_, container_.allIntfStatusDir, *container_.random);
   bsrIOSm_ = std::make_unique<BootstrapMessageSm>(pimPamManager_, status, pimBsmStatus_, rxBootstrapMsgInfo_, rpfTable_,
                                                   *container_.clock);
+  crpIOSm_ =
+      std::make_unique<CrpMessageSm>(pimPamManager_, status, pimCrpMsgStatus_, rxCrpAdvMsgInfo_, container_.routes);
   initialized_ = true;
 }
 

@@ -12,6 +12,7 @@ namespace Routing::Pim::Bsr {
 
 class BootstrapMessageSm;
 class ConfigSm;
+class CrpMessageSm;
 class PimBsrSm;
 
 /// Creates the VRF's machines in the order in which each finds what it needs, and destroys them in
@@ -34,6 +35,7 @@ class ContainerSm {
   const Container container_;
   Kiv::Ptr<IO::PamManager> pimPamManager_;
   Kiv::Ptr<IO::MessageInfo> rxBootstrapMsgInfo_;
+  Kiv::Ptr<IO::MessageInfo> rxCrpAdvMsgInfo_;
   Kiv::Ptr<PimRpfTable> rpfTable_;
   Kiv::Ptr<PimBsmStatus> pimBsmStatus_;
   Kiv::Ptr<PimCrpMsgStatus> pimCrpMsgStatus_;
@@ -41,6 +43,7 @@ class ContainerSm {
   std::unique_ptr<ConfigSm> configSm_;
   Kiv::Ptr<PimBsrSm> bsrSm_;
   std::unique_ptr<BootstrapMessageSm> bsrIOSm_;
+  std::unique_ptr<CrpMessageSm> crpIOSm_;
   bool initialized_ = false;
 };
 

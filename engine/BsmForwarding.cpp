@@ -1,6 +1,6 @@
 // PimBsrSm: flooding messages out of the VRF's PIM interfaces, and the no-forward message to a new neighbour.
 
-#include "engine/BsrNonCandidateSm.h"
+#include "engine/LastBsm.h"
 #include "engine/Reactors.h"
 #include "model/VrfTrace.h"
 
@@ -91,8 +91,8 @@ void PimBsrSm::KivPimIntf::doSendNoFwdBsm() {
   PimBsrSm &sm = sm_;
   const Pax::IntfId intfId = intfId_;
   bool sent = false;
-  for (const auto &[zone, machine] : sm.nonCandidateSm_) {
-    for (const auto &bsm : machine->lastBsm().all()) {
+  for (const auto &[zone, lastBsm] : sm.lastBsms()) {
+    for (const auto &bsm : lastBsm->all()) {
       sm.doSendTriggeredBsm(zone, false, intfId, bsm);
       sent = true;
     }

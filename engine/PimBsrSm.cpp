@@ -1,9 +1,11 @@
 #include "engine/PimBsrSm.h"
 
+#include "engine/BsrCandidateSm.h"
 #include "engine/BsrNonCandidateSm.h"
 #include "engine/PimBsrTrieBuilder.h"
 #include "engine/Reactors.h"
 #include "engine/RpSetMirror.h"
+#include "io/RpCandidateSm.h"
 #include "model/VrfTrace.h"
 #include "platform/tracelet/Require.h"
 
@@ -27,11 +29,16 @@ PimBsrSm::PimBsrSm(const Kiv::Ptr<Bsr::Status> &bsrStatus, const Kiv::Ptr<const 
       random_(random),
       kivBsrStatus_(std::make_unique<KivBsrStatus>(*this)),
       kivPimStatus_(std::make_unique<KivPimStatus>(*this)),
-      kivBsmStatus_(std::make_unique<KivBsmStatus>(*this)) {
+      kivBsmStatus_(std::make_unique<KivBsmStatus>(*this)),
+      kivCrpMsgStatus_(std::make_unique<KivCrpMsgStatus>(*this)) {
+  handleBsrCandidate();
+  handleRpCandidate();
   handleBsm();
+  handleCrpMsg();
   handleInitialized();
   for (const Pax::IntfId &intfId : pimStatus_->pimIntf().keys()) handlePimIntf(intfId);
   if (!initialized_) return;
+  for (const Pax::IpGenAddr &rpAddress : bsrStatus_->crp().keys()) handleCrp(rpAddress);
   for (const Pax::IpGenPrefix &zone : bsrStatus_->crpStatus().keys()) handleCrpStatus(zone);
   for (const Pax::IpGenPrefix &zone : bsrStatus_->bootstrapRouter().keys()) handleBootstrapRouter(zone);
   published_->adopt();
@@ -64,17 +71,25 @@ void PimBsrSm::handleInitialized() {
   }
   fragmentTimer_->timeMinIs(Orb::never);
   initialized_ = true;
+  handleBsrCandidate();
+  handleRpCandidate();
   maybeInitNonCandidateSm();
 }
 
 void PimBsrSm::handleAf() {
   VRF_TRACE_ENTRY(trace);
   if (!Pax::allGroups(bsrStatus_->af()).isEmpty()) {
-    if (!initialized_) handleInitialized();
+    if (initialized_) return;
+    handleInitialized();
+    for (const Pax::IpGenAddr &rpAddress : bsrStatus_->crp().keys()) handleCrp(rpAddress);
     return;
   }
+  for (const CrpOptions &options : rpCandidateSm_.keys()) rpCandidateSm_.erase(options);
+  VRF_TRACE(trace, 4, "Deleted all RP Candidate SMs");
   for (const Pax::IpGenPrefix &zone : nonCandidateSm_.keys()) nonCandidateSmDel(zone);
   VRF_TRACE(trace, 4, "Deleted all Non Candidate SMs");
+  for (const Pax::IpGenPrefix &zone : candidateSm_.keys()) candidateSmDel(zone);
+  VRF_TRACE(trace, 4, "Deleted all Candidate SMs");
   initialized_ = false;
 }
 
@@ -84,6 +99,15 @@ void PimBsrSm::handleBsm() {
   const auto firstGroup = bsmStatus_->firstGroup();
   const bool scoped = firstGroup && firstGroup->adminScope();
   const Pax::IpGenPrefix zone = scoped ? firstGroup->prefix() : globalOrNonScopeZone_;
+  if (BsrCandidateSm *candidate = candidateSm(zone)) {
+    if (scoped) {
+      VRF_TRACE(trace, 5, "Trigger Scoped Candidate SM Scope: " << zone);
+    } else {
+      VRF_TRACE(trace, 5, "Trigger Global/Non-Scoped Candidate SM");
+    }
+    candidate->bsmIs(bsmStatus_->rxBsm());
+    return;
+  }
   if (!nonCandidateSm(zone)) {
     nonCandidateSmIs(zone);
     if (scoped) {
@@ -95,10 +119,78 @@ void PimBsrSm::handleBsm() {
   nonCandidateSm(zone)->bsmIs(bsmStatus_->rxBsm());
 }
 
+void PimBsrSm::handleBsrCandidate() {
+  VRF_TRACE_ENTRY(trace);
+  for (const Pax::IpGenPrefix &zone : bsrStatus_->cbsr().keys()) handleBsrCandidate(zone);
+}
+
+void PimBsrSm::handleBsrCandidate(const Pax::IpGenPrefix &zone) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << zone << " )");
+  if (!initialized_) return;
+  if (bsrStatus_->cbsr(zone)) {
+    if (nonCandidateSm(zone)) {
+      nonCandidateSmDel(zone);
+      VRF_TRACE(trace, 4, "Deleted " << zone << " NonCandidate SM");
+    }
+    if (!candidateSm(zone)) {
+      candidateSmIs(zone);
+      VRF_TRACE(trace, 4, "Instantiated Candidate SM for zone " << zone);
+    }
+  } else if (candidateSm(zone)) {
+    doUnconfigureCandidate(zone);
+    if (bsrStatus_->bootstrapRouter(zone)) maybeInitNonCandidateSm();
+  }
+}
+
+/// An elected candidate says goodbye and takes its own collection with it.
+void PimBsrSm::doUnconfigureCandidate(const Pax::IpGenPrefix &zone) {
+  BsrCandidateSm &machine = *candidateSm(zone);
+  if (machine.candidate()->elected()) {
+    machine.doSendBsm(true);
+    machine.candidate()->electedIs(false);
+    clearRpSet(zone);
+    bsrStatus_->crpStatusDel(zone);
+  }
+  candidateSmDel(zone);
+  VRF_TRACE(trace, 4,
+            "Deleted Candidate SM"
+                << " for zone " << zone);
+}
+
+void PimBsrSm::handleCandidateSm(const Pax::IpGenPrefix &zone) {
+  VRF_TRACE_ENTRY_WITH(trace, "( " << zone << " )");
+  const auto candidate = bsrStatus_->cbsr(zone);
+  if (candidateSm(zone) || !candidate || !candidate->elected()) return;
+  bsrStatus_->bootstrapRouterDel(zone);
+  VRF_TRACE(trace, 4, "Deleted BSR for zone " << zone);
+}
+
+BsrCandidateSm *PimBsrSm::candidateSm(const Pax::IpGenPrefix &zone) const {
+  const auto *machine = candidateSm_.find(zone);
+  return machine ? machine->get() : nullptr;
+}
+
+void PimBsrSm::candidateSmIs(const Pax::IpGenPrefix &zone) {
+  candidateSm_.insert(zone, std::make_unique<BsrCandidateSm>(*this, zone, bsrStatus_, timerWheel_, random_));
+  handleCandidateSm(zone);
+}
+
+void PimBsrSm::candidateSmDel(const Pax::IpGenPrefix &zone) {
+  candidateSm_.erase(zone);
+  handleCandidateSm(zone);
+}
+
+std::vector<std::pair<Pax::IpGenPrefix, const LastBsm *>> PimBsrSm::lastBsms() const {
+  std::vector<std::pair<Pax::IpGenPrefix, const LastBsm *>> result;
+  for (const auto &[zone, machine] : candidateSm_) result.emplace_back(zone, &machine->lastBsm());
+  for (const auto &[zone, machine] : nonCandidateSm_) result.emplace_back(zone, &machine->lastBsm());
+  return result;
+}
+
 void PimBsrSm::maybeInitNonCandidateSm() {
   VRF_TRACE_ENTRY(trace);
   for (const Pax::IpGenPrefix &zone : bsrStatus_->bootstrapRouter().keys()) {
-    if (nonCandidateSm(zone)) continue;
+    if (nonCandidateSm(zone) || candidateSm(zone)) continue;
     nonCandidateSmIs(zone);
     VRF_TRACE(trace, 4, "Created Non Candidate SM for zone " << zone);
   }

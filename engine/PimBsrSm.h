@@ -3,7 +3,8 @@
 /// It takes accepted Bootstrap messages from PimBsmStatus, finds their scope zone and hands them to
 /// the zone's state machine, which is created on demand. The machines decide; they call back into
 /// the engine to store an RP set (RpSetStore.cpp), to collect split groups (BsmReassembly.cpp) and
-/// to flood messages (BsmForwarding.cpp, BsmFragmentation.cpp). The learned RPs of each zone are
+/// to flood messages (BsmForwarding.cpp, BsmFragmentation.cpp). Advertisements of candidate RPs are
+/// sent and collected through CandidateRps.cpp. The learned RPs of each zone are
 /// aged and mirrored into the published set by the reactors of RpSetMirror.h.
 ///
 /// The engine owns its machines, reactors and timers; all go with it. It writes no status when it goes.
@@ -24,8 +25,11 @@
 
 namespace Routing::Pim::Bsr {
 
+class BsrCandidateSm;
 class BsrNonCandidateSm;
+class LastBsm;
 class PimBsrTrieBuilderSm;
+class RpCandidateSm;
 
 class PimBsrSm : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE)                                                         \
@@ -58,6 +62,11 @@ class PimBsrSm : public Kiv::Entity {
   const Pax::IpGenPrefix &globalOrNonScopeZone() const { return globalOrNonScopeZone_; }
   double now() const { return timerWheel_->now(); }
 
+  /// The machine of a zone in which we are a candidate, or null.
+  BsrCandidateSm *candidateSm(const Pax::IpGenPrefix &zone) const;
+  /// The advertiser of one RP address and priority, or null.
+  RpCandidateSm *rpCandidateSm(const CrpOptions &options) const;
+  const Kiv::Table<CrpOptions, std::unique_ptr<RpCandidateSm>> &rpCandidateSm() const { return rpCandidateSm_; }
   /// The machine of a zone in which we are no candidate, or null.
   BsrNonCandidateSm *nonCandidateSm(const Pax::IpGenPrefix &zone) const;
   void nonCandidateSmDel(const Pax::IpGenPrefix &zone);
@@ -67,6 +76,8 @@ class PimBsrSm : public Kiv::Entity {
   void storeRpSet(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm, bool refresh);
   /// Renews the hold times of what `bsm` (null: nothing) lists, and sets its forward flag.
   void refreshRpSet(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
+  /// Whether any RP of the zone is known.
+  bool hasRps(const Pax::IpGenPrefix &zone) const;
   /// Deletes every RP set of the zone.
   void clearRpSet(const Pax::IpGenPrefix &zone);
   /// Removes the zone's set of `prefix` if it has lost its last RP, and the zone's entry if that was
@@ -90,6 +101,8 @@ class PimBsrSm : public Kiv::Entity {
  private:
   class KivBsrStatus;
   class KivBsmStatus;
+  class KivCrpMsgStatus;
+  class KivCrp;
   class KivPimStatus;
   class KivPimIntf;
   class KivFragmentTimer;
@@ -103,8 +116,25 @@ class PimBsrSm : public Kiv::Entity {
   void handleInitialized();
   void handleAf();
   void handleBsm();
+  void handleBsrCandidate();
+  void handleBsrCandidate(const Pax::IpGenPrefix &zone);
+  void handleCandidateSm(const Pax::IpGenPrefix &zone);
+  void candidateSmIs(const Pax::IpGenPrefix &zone);
+  void candidateSmDel(const Pax::IpGenPrefix &zone);
+  void doUnconfigureCandidate(const Pax::IpGenPrefix &zone);
   void maybeInitNonCandidateSm();
+  /// The last messages of every zone that has a machine.
+  std::vector<std::pair<Pax::IpGenPrefix, const LastBsm *>> lastBsms() const;
   BsrNonCandidateSm &nonCandidateSmIs(const Pax::IpGenPrefix &zone);
+
+  // Candidate RPs (CandidateRps.cpp)
+  void handleRpCandidate();
+  void handleCrp(const Pax::IpGenAddr &rpAddress);
+  void handleCrpMsg();
+  void rpCandidateSmIs(const CrpOptions &options);
+  void rpCandidateSmDel(const CrpOptions &options);
+  bool advertisedByAnother(const CrpOptions &options, const Pax::IpGenPrefix &zone,
+                           const Pax::IpGenPrefix &prefix) const;
 
   // Reactors come and go with what they watch.
   void handlePimIntf(const Pax::IntfId &intfId);
@@ -160,7 +190,10 @@ class PimBsrSm : public Kiv::Entity {
   std::vector<Packet::BootstrapRpData> collectedRps_;                      // RPs of a completed group
   const RpCandidateSet *filling_ = nullptr;                                // the set being stored into
 
+  Kiv::Table<Pax::IpGenPrefix, std::unique_ptr<BsrCandidateSm>> candidateSm_;
   Kiv::Table<Pax::IpGenPrefix, std::unique_ptr<BsrNonCandidateSm>> nonCandidateSm_;
+  Kiv::Table<CrpOptions, std::unique_ptr<RpCandidateSm>> rpCandidateSm_;
+  Kiv::Table<Pax::IpGenAddr, std::unique_ptr<KivCrp>> crp_;
   Kiv::Table<Pax::IntfId, std::unique_ptr<KivPimIntf>> pimIntf_;
   Kiv::Table<Pax::IpGenPrefix, std::unique_ptr<KivBsr>> bsr_;
   Kiv::Table<Pax::IpGenPrefix, std::unique_ptr<KivCrpZoneStatus>> crpZoneStatus_;
@@ -168,6 +201,7 @@ class PimBsrSm : public Kiv::Entity {
   std::unique_ptr<KivBsrStatus> kivBsrStatus_;
   std::unique_ptr<KivPimStatus> kivPimStatus_;
   std::unique_ptr<KivBsmStatus> kivBsmStatus_;
+  std::unique_ptr<KivCrpMsgStatus> kivCrpMsgStatus_;
 };
 
 }  // namespace Routing::Pim::Bsr

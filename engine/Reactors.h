@@ -9,6 +9,8 @@ class PimBsrSm::KivBsrStatus : public Bsr::Status::Notifiee {
  public:
   explicit KivBsrStatus(PimBsrSm &sm) : sm_(sm) { notifierIs(sm.bsrStatus_); }
   void onAf() override { sm_.handleAf(); }
+  void onCbsr(const Pax::IpGenPrefix &zone) override { sm_.handleBsrCandidate(zone); }
+  void onCrp(const Pax::IpGenAddr &rpAddress) override { sm_.handleCrp(rpAddress); }
   void onBootstrapRouter(const Pax::IpGenPrefix &zone) override { sm_.handleBootstrapRouter(zone); }
   void onCrpStatus(const Pax::IpGenPrefix &zone) override { sm_.handleCrpStatus(zone); }
 
@@ -23,6 +25,54 @@ class PimBsrSm::KivBsmStatus : public PimBsmStatus::Notifiee {
 
  private:
   PimBsrSm &sm_;
+};
+
+class PimBsrSm::KivCrpMsgStatus : public PimCrpMsgStatus::Notifiee {
+ public:
+  explicit KivCrpMsgStatus(PimBsrSm &sm) : sm_(sm) { notifierIs(sm.crpMsgStatus_); }
+  void onReadCount() override { sm_.handleCrpMsg(); }
+
+ private:
+  PimBsrSm &sm_;
+};
+
+/// Follows one candidate RP of ours: each priority that is configured for a prefix has an advertiser.
+class PimBsrSm::KivCrp : public RpCandidate::Notifiee {
+ public:
+  KivCrp(PimBsrSm &sm, const Pax::IpGenAddr &rpAddress, const Kiv::Ptr<RpCandidate> &crp)
+      : sm_(sm), rpAddress_(rpAddress), crp_(crp) {
+    notifierIs(crp);
+    notifierReplay();
+  }
+  void onPrefixOptions(const Pax::IpGenPrefix &prefix) override;
+  const Kiv::Ptr<RpCandidate> &crp() const { return crp_; }
+  /// The candidate RP is gone: its advertisers say goodbye.
+  void handleDel() { doEndUnused(true); }
+
+ private:
+  class KivOptions : public RpCandidateGroupEntryOptions::Notifiee {
+   public:
+    KivOptions(KivCrp &crp, const Pax::IpGenPrefix &prefix, const Kiv::Ptr<RpCandidateGroupEntryOptions> &options)
+        : crp_(crp), prefix_(prefix) {
+      notifierIs(options);
+    }
+    void onPriority() override { handlePriority(); }
+    void handlePriority();
+
+   private:
+    const std::string &vrfName() const { return crp_.sm_.vrfName(); }
+    KivCrp &crp_;
+    const Pax::IpGenPrefix prefix_;
+  };
+
+  bool isUsed(RpPriority priority) const;
+  /// Ends the advertisers whose priority no prefix has any more, or all.
+  void doEndUnused(bool all);
+
+  PimBsrSm &sm_;
+  const Pax::IpGenAddr rpAddress_;
+  const Kiv::Ptr<RpCandidate> crp_;
+  Kiv::Table<Pax::IpGenPrefix, std::unique_ptr<KivOptions>> options_;
 };
 
 class PimBsrSm::KivPimStatus : public Pim::Status::Notifiee {

@@ -109,6 +109,15 @@ bool PimBsrSm::storeRp(Store &store, RpCandidateSet &set, const Packet::Bootstra
   return true;
 }
 
+bool PimBsrSm::hasRps(const Pax::IpGenPrefix &zone) const {
+  const auto zoneStatus = bsrStatus_->crpStatus(zone);
+  if (!zoneStatus || !zoneStatus->status()) return false;
+  for (const auto &[prefix, set] : zoneStatus->status()->crpSet()) {
+    if (!set->rp().empty()) return true;
+  }
+  return false;
+}
+
 void PimBsrSm::clearRpSet(const Pax::IpGenPrefix &zone) {
   const auto zoneStatus = bsrStatus_->crpStatus(zone);
   if (!zoneStatus) return;

@@ -49,6 +49,20 @@ class PimCrpMsgStatus : public Kiv::NamedEntity {
 #undef ATTRIBUTES
 };
 
+/// The group prefixes that a candidate RP advertises under one key, its zone.
+class RpCandidatePrefixSet : public Kiv::Entity {
+ public:
+  explicit RpCandidatePrefixSet(const Pax::IpGenPrefix &key) : key_(key) {}
+  const Pax::IpGenPrefix &key() const { return key_; }
+
+#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(set, Pax::IpGenPrefix, prefixSet, PrefixSet)
+  KIV_ENTITY(RpCandidatePrefixSet, ATTRIBUTES)
+#undef ATTRIBUTES
+
+ private:
+  const Pax::IpGenPrefix key_;
+};
+
 /// Election weight of a BSR (RFC 5059 section 3.1.3): the higher priority wins, then the higher address.
 struct PimBsrWeight {
   uint8_t priority = 0;

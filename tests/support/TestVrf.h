@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "agent/ContainerSm.h"
+#include "engine/BsrCandidateSm.h"
 #include "engine/BsrNonCandidateSm.h"
 #include "engine/PimBsrSm.h"
 #include "io/BootstrapMessageSm.h"
@@ -40,6 +41,7 @@ class FakePort : public Pim::IO::PacketPort {
       : PacketPort(af, status, routes), af_(af) {}
 
   std::vector<Sent> sent;
+  std::vector<Kiv::Ptr<Pim::Packet::CrpAdvMessage>> advertised;
   bool broken = false;
 
   void hear(const Pax::IntfId &intfId, const Pax::IpGenAddr &source, const Pax::IpGenAddr &destination,
@@ -54,7 +56,11 @@ class FakePort : public Pim::IO::PacketPort {
     if (broken) return false;
     // A codec of its own for each: a decoded record would else be filled again by the next.
     auto result = Pim::Packet::Codec(af_).decode(packet.payload, packet.source, packet.destination);
-    if (!result.message || result.message->type() != Pim::Packet::MessageType::bootstrap) return true;
+    if (!result.message) return true;
+    if (result.message->type() == Pim::Packet::MessageType::crpAdv) {
+      advertised.emplace_back(static_cast<Pim::Packet::CrpAdvMessage *>(result.message.get()));
+      return true;
+    }
     Kiv::Ptr<Pim::Packet::BootstrapMessage> bsm(static_cast<Pim::Packet::BootstrapMessage *>(result.message.get()));
     sent.push_back({packet.intfId, bsm, packet.payload.size()});
     return true;
@@ -108,6 +114,33 @@ class TestVrf {
     routeIs(bsm->bsrAddress(), n);
     port->hear(intf(n), neighbor(n), Pax::allPimRouters(a.af), *bsm);
   }
+
+  /// Makes us a candidate BSR of the zone, with host(n) as our address.
+  Kiv::Ptr<Bsr::BsrCandidate> candidateIs(const Pax::IpGenPrefix &zone, uint32_t n, uint16_t priority,
+                                          uint32_t bsPeriod = 60) {
+    routes->answer[a.host(n)] = {Routing::RouteAnswer::Kind::local, {}};
+    const auto candidate = status->cbsrIs(zone);
+    candidate->addressIs(a.host(n));
+    candidate->priorityIs(priority);
+    candidate->hashMaskLenIs(30);
+    candidate->bsPeriodIs(bsPeriod);
+    return candidate;
+  }
+  void permitAll() {
+    status->crpPermitIs(Pax::IpGenPrefix(a.ipv4() ? Pax::IpGenAddr::v4(0) : Pax::IpGenAddr::v6(0, 0), 0), true);
+  }
+  /// An advertisement of RP host(n) for one range, from a router behind eth1.
+  void hearCrp(uint32_t n, const Pax::IpGenAddr &bsr, const std::vector<Pim::Packet::CrpGroup> &groups,
+               uint16_t holdTime = 180, uint8_t priority = 0) {
+    Pim::Packet::CrpAdvMessage message;
+    message.prefixCountIs(static_cast<uint8_t>(groups.size()));
+    message.rpAddressIs(a.host(n));
+    message.holdTimeIs(holdTime);
+    message.priorityIs(priority);
+    message.groupData()->groupInfo()->group = groups;
+    port->hear(intf(1), a.host(n), bsr, message);
+  }
+  void advance(double seconds) { time.advanceTo(time.now() + seconds); }
 
   Kiv::Ptr<Bsr::ElectedBsrStatus> bsr(const Pax::IpGenPrefix &zone) const { return status->bootstrapRouter(zone); }
   Kiv::Ptr<Pim::RpCandidateSet> set(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) const {

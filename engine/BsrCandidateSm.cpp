@@ -1,0 +1,355 @@
+#include "engine/BsrCandidateSm.h"
+
+#include <cmath>
+
+#include "model/VrfTrace.h"
+#include "platform/tracelet/Require.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+
+Tracelet::Module trace("Pim::Bsr::CandidateSm");
+
+}  // namespace
+
+#define TRACE_STATE() VRF_TRACE(trace, 4, __PRETTY_FUNCTION__ << ", state=" << state_ << ", zone=" << zone_)
+
+BsrCandidateSm::BsrCandidateSm(PimBsrSm &bsrSm, const Pax::IpGenPrefix &zone, const Kiv::Ptr<Status> &bsrStatus,
+                               const Kiv::Ptr<Orb::TimerWheel> &timerWheel, Orb::Random &random)
+    : bsrSm_(bsrSm),
+      zone_(zone),
+      bsrStatus_(bsrStatus),
+      candidate_(bsrStatus->cbsr(zone)),
+      random_(random),
+      bsTimer_(*this, timerWheel),
+      kivBsrStatus_(*this),
+      kivCandidate_(*this) {
+  handleInitialized();
+}
+
+bool BsrCandidateSm::isComplete() const {
+  return candidate_->priority() != bsrPriorityUnset && candidate_->hashMaskLen() != hashMaskLenUnset &&
+         candidate_->bsPeriod() != bsPeriodUnset && !candidate_->address().isZero();
+}
+
+PimBsrWeight BsrCandidateSm::ownWeight() const {
+  return {static_cast<uint8_t>(candidate_->priority()), candidate_->address()};
+}
+
+void BsrCandidateSm::stateIs(BsrCandidateState state) {
+  state_ = state;
+  candidate_->stateIs(state);
+}
+
+void BsrCandidateSm::storeSelf() {
+  storedBsr_ = {candidate_->address(), candidate_->priority(), candidate_->hashMaskLen()};
+}
+
+void BsrCandidateSm::handleInitialized() {
+  VRF_TRACE_ENTRY(trace);
+  if (!isComplete()) {
+    VRF_TRACE(trace, 4,
+              "Postponing initialization of CandidateSm "
+                  << zone_ << " till all the attributes of Candidate Bsr is initialized.");
+    postpone();
+    return;
+  }
+  doComputeBsTimeout("BS holdtime is set to ");
+  stateIs(BsrCandidateState::pBsr);
+  TRACE_STATE();
+  storeSelf();
+  const auto bsr = bsrStatus_->bootstrapRouter(zone_);
+  if (!candidate_->elected() && bsr &&
+      ownWeight() < PimBsrWeight(static_cast<uint8_t>(bsr->priority()), bsr->ipAddr())) {
+    storedBsr_ = {bsr->ipAddr(), bsr->priority(), bsr->hashMaskLen()};
+  }
+  initialized_ = true;
+  if (candidate_->elected()) {
+    stateIs(BsrCandidateState::eBsr);
+    VRF_TRACE(trace, 4, "state=" << state_ << " ,zone=" << zone_);
+    doUpdateElectedBsr();
+    doArmBsTimer(0);  // the message goes out on the next turn, when the road to the wire is complete
+    doWriteExpiry();
+  } else {
+    doArmBsTimer(bs_rand_override());
+    VRF_TRACE(trace, 5, " Next Expiry Time in " << bsTimer_.timeMin() - bsrSm_.now() << " seconds");
+  }
+}
+
+/// With incomplete values the machine neither elects itself nor stays elected.
+void BsrCandidateSm::postpone() {
+  initialized_ = false;
+  bsTimer_.timeMinIs(Orb::never);
+  candidate_->electedIs(false);
+}
+
+/// RFC 5059 section 5: the timeout has to outlast our own period. `lead` begins the trace that says
+/// that it was raised.
+void BsrCandidateSm::doComputeBsTimeout(const char *lead) {
+  const uint32_t holdTime = bsrStatus_->bsTimeout();
+  const uint32_t bsPeriod = candidate_->bsPeriod();
+  if (holdTime > bsPeriod) {
+    bsTimeout_ = holdTime;
+    return;
+  }
+  VRF_TRACE(trace, 1,
+            lead << holdTime << " secs, which is less than this C-BSR BSM interval of " << bsPeriod
+                 << " secs. Overriding this with value ( 2 * BS_Period ) + 10 as recommended by "
+                    "RFC 5059.");
+  bsTimeout_ = 2 * bsPeriod + 10;
+}
+
+void BsrCandidateSm::bsmIs(const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  bsm_ = bsm;
+  handleBsm();
+}
+
+void BsrCandidateSm::handleBsm() {
+  const Kiv::Ptr<Packet::BootstrapMessage> bsm = bsm_;
+  if (!initialized_ || !bsm) return;
+  VRF_TRACE(trace, 5,
+            "BSM Priority is " << unsigned{bsm->priority()} << " and my priority is " << candidate_->priority());
+  if (PimBsrWeight(bsm->priority(), bsm->bsrAddress()) < ownWeight()) {
+    handleNonPreferredBsm(bsm);
+  } else {
+    handlePreferredBsm(bsm);
+  }
+}
+
+void BsrCandidateSm::handlePreferredBsm(const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  stateIs(BsrCandidateState::cBsr);
+  TRACE_STATE();
+  candidate_->electedIs(false);
+  if (storedBsr_.ipAddr != bsm->bsrAddress()) {
+    VRF_TRACE(trace, 4, "Clearing RP Set for zone " << zone_ << " since we have a new BSR");
+    bsrSm_.clearRpSet(zone_);
+    withdrawn_.clear();
+  }
+  storedBsr_ = {bsm->bsrAddress(), bsm->priority(), bsm->hashMaskLen()};
+  doUpdateElectedBsr();
+  doForwardBsm(bsm);
+  bsrSm_.storeRpSet(zone_, bsm, false);
+  doArmBsTimer(bsTimeout_);
+  doWriteExpiry();
+  VRF_TRACE(trace, 5, " Next Expiry Timer expires in about " << bsTimeout_ << " secs from now");
+  doKeepBsm(bsm);
+}
+
+void BsrCandidateSm::handleNonPreferredBsm(const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  VRF_TRACE_ENTRY(trace);
+  switch (state_) {
+    case BsrCandidateState::pBsr:
+      doForwardBsm(bsm);
+      lastBsm_.bsmIs(bsm, bsrSm_.now());
+      return;
+    case BsrCandidateState::eBsr: doAnswer(); return;
+    case BsrCandidateState::cBsr:
+      doForwardBsm(bsm);
+      if (bsm->bsrAddress() == storedBsr_.ipAddr) {
+        storedBsr_.priority = bsm->priority();
+        storedBsr_.hashMaskLen = bsm->hashMaskLen();
+        doUpdateElectedBsr();
+      }
+      lastBsm_.bsmIs(bsm, bsrSm_.now());
+      stateIs(BsrCandidateState::pBsr);
+      TRACE_STATE();
+      doArmBsTimer(bs_rand_override());
+      VRF_TRACE(trace, 5, "Next Expiry Time in " << bsTimer_.timeMin() - bsrSm_.now() << " seconds");
+      return;
+    case BsrCandidateState::unset: break;
+  }
+  REQUIRE_AS(false, "Invalid Candidate BSR state");
+}
+
+/// Tells a sender of lesser weight who is the BSR: at once, but not sooner than BS_Min_Interval after
+/// our last message, so that nobody can make us flood the network.
+void BsrCandidateSm::doAnswer() {
+  const double wait = lastOriginated_ + bsMinInterval - bsrSm_.now();
+  if (wait > 0) {
+    if (bsTimer_.timeMin() > bsrSm_.now() + wait) doArmBsTimer(wait);
+  } else {
+    doSendBsm(false);
+    doArmBsTimer(candidate_->bsPeriod());
+  }
+  doWriteExpiry();
+  VRF_TRACE(trace, 5, "Next Expiry Time is " << bsTimer_.timeMin() - bsrSm_.now() << " seconds");
+}
+
+void BsrCandidateSm::handleBsrTimerExpiry() {
+  if (!initialized_) return;
+  switch (state_) {
+    case BsrCandidateState::cBsr:
+      stateIs(BsrCandidateState::pBsr);
+      TRACE_STATE();
+      doArmBsTimer(bs_rand_override());
+      VRF_TRACE(trace, 5, "Next Expiry Time in " << bsTimer_.timeMin() - bsrSm_.now() << " seconds");
+      return;
+    case BsrCandidateState::pBsr:
+    case BsrCandidateState::eBsr: doElect(); return;
+    case BsrCandidateState::unset: break;
+  }
+  REQUIRE_AS(false, "Invalid Candidate BSR state");
+}
+
+void BsrCandidateSm::doElect() {
+  stateIs(BsrCandidateState::eBsr);
+  TRACE_STATE();
+  storeSelf();
+  candidate_->electedIs(true);
+  doSendBsm(false);
+  doArmBsTimer(bsrSm_.hasRps(zone_) ? candidate_->bsPeriod() : bsMinInterval);
+  doWriteExpiry();
+  VRF_TRACE(trace, 5, "Next Expiry Time in " << bsTimer_.timeMin() - bsrSm_.now() << " seconds");
+}
+
+void BsrCandidateSm::doForwardBsm(const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  if (bsm->forward()) {
+    bsrSm_.forwardBsm(zone_, bsm);
+  } else {
+    VRF_TRACE(trace, 4, "Not Forwarding bootstrap message since noForward bit is set");
+  }
+}
+
+void BsrCandidateSm::doKeepBsm(const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  lastBsm_.bsmIs(bsm, bsrSm_.now());
+  if (lastBsmFragments_ && lastBsmFragments_->fragTag() != bsm->fragmentTag()) {
+    const uint16_t tag = lastBsmFragments_->fragTag();
+    bsrSm_.bsmRxFragmentsDel(tag);
+    VRF_TRACE(trace, 4, "Removing saved fragments related to tag " << tag);
+  }
+  lastBsmFragments_ = bsrSm_.bsmRxFragments(bsm->fragmentTag());
+}
+
+void BsrCandidateSm::doArmBsTimer(double seconds) { bsTimer_.timeMinIs(bsrSm_.now() + seconds); }
+
+void BsrCandidateSm::doWriteExpiry() {
+  if (const auto bsr = bsrStatus_->bootstrapRouter(zone_)) bsr->expiryTimeIs(bsTimer_.timeMin());
+}
+
+/// RFC 5059 section 5, BS_Rand_Override: the better our weight, the sooner we take over.
+uint32_t BsrCandidateSm::bs_rand_override() const {
+  const unsigned myPriority = candidate_->priority();
+  const unsigned storedPriority = storedBsr_.priority;
+  const Pax::IpGenAddr &myAddr = candidate_->address();
+  const Pax::IpGenAddr &storedAddr = storedBsr_.ipAddr;
+  VRF_TRACE(trace, 5, " Stored Priority=" << storedPriority << ", myPriority=" << myPriority);
+  VRF_TRACE(trace, 5, "Stored Addr=" << storedAddr << ", myAddr=" << myAddr);
+  const unsigned bestPriority = std::max(storedPriority, myPriority);
+  const Pax::IpGenAddr bestAddr = std::max(storedAddr, myAddr);
+
+  double addrDelay = 0;
+  switch (myAddr.af()) {
+    case Pax::AddressFamily::ipv4:
+      addrDelay = myPriority == bestPriority ? std::log2(uint32_t{bestAddr.v4() - myAddr.v4() + 1}) / 16
+                                             : 2 - myAddr.v4() / std::exp2(31);
+      break;
+    case Pax::AddressFamily::ipv6: addrDelay = 5.0; break;
+    case Pax::AddressFamily::unknown: REQUIRE_AS(false, "0 && \"Unknown address family not supported.\"");
+  }
+  const double priorityDelay = 2 * std::log2(1 + bestPriority - myPriority);
+  const double delay = 5 + priorityDelay + addrDelay;
+  const auto result = static_cast<uint32_t>(delay);
+  VRF_TRACE(trace, 5,
+            "addrDelay=" << addrDelay << ", priorityDelay=" << priorityDelay << ", delay=" << delay
+                         << ", bs_rand_override=" << result);
+  return result;
+}
+
+void BsrCandidateSm::doUpdateElectedBsr() {
+  auto bsr = bsrStatus_->bootstrapRouter(zone_);
+  const bool added = !bsr;
+  if (added) bsr = bsrStatus_->bootstrapRouterIs(zone_);
+  if (added || bsr->ipAddr() != storedBsr_.ipAddr) bsr->setupTimeIs(bsrSm_.now());
+  bsr->priorityIs(storedBsr_.priority);
+  bsr->hashMaskLenIs(storedBsr_.hashMaskLen);
+  bsr->ipAddrIs(storedBsr_.ipAddr);
+  VRF_TRACE(trace, 4,
+            (added ? "Added" : "Updated") << " Elected BSR " << storedBsr_.ipAddr << " with priority "
+                                          << storedBsr_.priority << ", hashMaskLen " << storedBsr_.hashMaskLen);
+}
+
+void BsrCandidateSm::doDelElectedBsr() {
+  const auto bsr = bsrStatus_->bootstrapRouter(zone_);
+  if (!bsr) return;
+  VRF_TRACE(trace, 4, "Deleting " << bsr->ipAddr() << " as elected BSR for zone" << zone_);
+  bsrStatus_->bootstrapRouterDel(zone_);
+}
+
+void BsrCandidateSm::handleBsTimeout() {
+  if (!initialized_) return;
+  doComputeBsTimeout("BS holdtime is set to ");
+  doShortenBsTimer();
+}
+
+void BsrCandidateSm::doShortenBsTimer() {
+  if (state_ != BsrCandidateState::cBsr) return;
+  if (!bsTimer_.armed()) {
+    VRF_TRACE(trace, 5, "BS timer not set. Nothing to be done. ");
+    return;
+  }
+  const double now = bsrSm_.now();
+  if (bsTimer_.timeMin() <= now + bsTimeout_) return;
+  VRF_TRACE(trace, 5,
+            "BS timer expiry was in " << bsTimer_.timeMin() - now << " seconds from now. Resetting BS timer expiry to "
+                                      << bsTimeout_ << " seconds from now.");
+  doArmBsTimer(bsTimeout_);
+  doWriteExpiry();
+}
+
+// KivCandidate
+
+/// Whether the change is one of an elected candidate with complete values: it stays elected, and
+/// publishes what changed. Any other change starts the machine anew.
+bool BsrCandidateSm::KivCandidate::changesElectedBsr() {
+  if (sm_.candidate_->elected() && sm_.isComplete()) {
+    REQUIRE_AS(bsrCandidateSm()->state() == eBsr(), "bsrCandidateSm()->state() == eBsr()");
+    return true;
+  }
+  sm_.handleInitialized();
+  return false;
+}
+
+void BsrCandidateSm::KivCandidate::handleIpChange() {
+  VRF_TRACE(trace, 4, "Changing IP address to " << notifier()->address() << " for zone " << sm_.zone_);
+  if (!changesElectedBsr()) return;
+  sm_.storedBsr_.ipAddr = notifier()->address();
+  sm_.doUpdateElectedBsr();
+}
+
+void BsrCandidateSm::KivCandidate::handlePriority() {
+  VRF_TRACE_ENTRY_WITH(trace, "Priority=" << notifier()->priority());
+  VRF_TRACE(trace, 4, "Changing priority to " << notifier()->priority() << " for zone " << sm_.zone_);
+  if (!changesElectedBsr()) return;
+  VRF_TRACE(trace, 4, "Changing priority of Elected BSR to " << notifier()->priority());
+  sm_.storedBsr_.priority = notifier()->priority();
+  sm_.doUpdateElectedBsr();
+}
+
+void BsrCandidateSm::KivCandidate::handleHashMaskLen() {
+  if (!changesElectedBsr()) return;
+  VRF_TRACE(trace, 4, "Changing hashmask lenth of Elected BSR to " << notifier()->hashMaskLen());
+  sm_.storedBsr_.hashMaskLen = notifier()->hashMaskLen();
+  sm_.doUpdateElectedBsr();
+}
+
+void BsrCandidateSm::KivCandidate::handleBsPeriod() {
+  if (!sm_.initialized_ || !sm_.isComplete()) {
+    sm_.handleInitialized();
+    return;
+  }
+  sm_.doComputeBsTimeout("BS holdtime is ");
+  sm_.doShortenBsTimer();
+}
+
+void BsrCandidateSm::KivCandidate::handleElected() {
+  if (notifier()->elected()) {
+    VRF_TRACE(trace, 4, "We, " << notifier()->address() << " are elected as BSR for zone " << sm_.zone_);
+    sm_.doUpdateElectedBsr();
+  } else {
+    VRF_TRACE(trace, 4, "We, " << notifier()->address() << " are no longer BSR for zone " << sm_.zone_);
+    sm_.doDelElectedBsr();
+  }
+}
+
+}  // namespace Routing::Pim::Bsr

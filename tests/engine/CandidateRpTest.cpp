@@ -1,0 +1,306 @@
+// Candidate RPs: how they advertise themselves, and how the BSR collects them.
+
+#include <gtest/gtest.h>
+
+#include "io/RpCandidateSm.h"
+#include "tests/support/TestVrf.h"
+
+namespace Test {
+namespace {
+
+using Pim::Packet::CrpGroup;
+
+class Collection : public testing::TestWithParam<Addresses> {
+ protected:
+  Collection() : v(GetParam()), zone(v.a.global()), prefix(v.a.group(1)), us(v.a.host(50)) {
+    v.intfIs(1);
+    v.permitAll();
+    v.candidateIs(zone, 50, 64);
+    v.advance(11);
+  }
+  Kiv::Ptr<Pim::RpCandidate> rp(uint32_t n) {
+    const auto set = v.set(zone, prefix);
+    return set ? set->rp(v.a.host(n)) : nullptr;
+  }
+  double bsTimer() { return v.sm->bsrSm().candidateSm(zone)->nextExpiry() - v.time.now(); }
+  /// The RPs that the last message lists for the prefix, with their hold times.
+  std::map<Pax::IpGenAddr, uint16_t> announced() {
+    std::map<Pax::IpGenAddr, uint16_t> result;
+    for (const auto &group : v.port->sent.back().bsm->groupData()) {
+      if (group->prefix() != prefix) continue;
+      for (const auto &rp : group->rpList()) result[rp.address] = rp.holdTime;
+    }
+    return result;
+  }
+
+  TestVrf v;
+  const Pax::IpGenPrefix zone;
+  const Pax::IpGenPrefix prefix;
+  const Pax::IpGenAddr us;
+};
+
+TEST_P(Collection, HoldTimesThatDoNotOutlastTwoAndAHalfPeriodsAreReplaced) {
+  const std::pair<uint16_t, uint16_t> rows[] = {{151, 151}, {150, 180}, {1, 180}, {65535, 65535}};
+  for (const auto &[advertised, stored] : rows) {
+    v.hearCrp(7, us, {{prefix}}, advertised, 9);
+    EXPECT_EQ(rp(7)->holdTime(), stored);
+    EXPECT_EQ(rp(7)->expires(), v.time.now() + stored);
+    EXPECT_EQ(rp(7)->priority(), 9);
+    EXPECT_EQ(rp(7)->hashMaskLen().number(), 30);
+  }
+}
+
+TEST_P(Collection, BidirectionalWinsWhicheverComesFirst) {
+  v.hearCrp(7, us, {{prefix}});
+  v.hearCrp(7, us, {{prefix, false, true}});
+  EXPECT_EQ(rp(7)->pimMode(), Pim::Mode::bidir);
+  v.hearCrp(7, us, {{prefix}}, 300);
+  EXPECT_EQ(rp(7)->pimMode(), Pim::Mode::bidir);
+  EXPECT_EQ(rp(7)->holdTime(), 180) << "the sparse one was ignored";
+}
+
+TEST_P(Collection, AWithdrawnRpIsListedOnceWithHoldTimeZero) {
+  v.hearCrp(7, us, {{prefix}});
+  v.hearCrp(8, us, {{v.a.group(2)}});
+  v.advance(70);
+  v.hearCrp(7, us, {{prefix}});
+  ASSERT_EQ(announced(), (std::map<Pax::IpGenAddr, uint16_t>{{v.a.host(7), 180}}));
+  v.advance(30);
+  v.hearCrp(7, us, {{prefix}}, 0);
+  v.hearCrp(7, us, {{prefix}}, 0);
+  v.advance(0.1);
+  EXPECT_FALSE(rp(7)) << "gone here at once";
+  EXPECT_EQ(v.publishedRps(prefix), std::nullopt);
+  EXPECT_LE(bsTimer(), 10);
+  v.advance(10);
+  EXPECT_EQ(announced(), (std::map<Pax::IpGenAddr, uint16_t>{{v.a.host(7), 0}}));
+  v.advance(60);
+  EXPECT_EQ(announced(), (std::map<Pax::IpGenAddr, uint16_t>{}));
+}
+
+TEST_P(Collection, AnAdvertisementCancelsAWithdrawal) {
+  v.hearCrp(7, us, {{prefix}});
+  v.advance(20);
+  v.hearCrp(7, us, {{prefix}}, 0);
+  v.advance(1);
+  v.hearCrp(7, us, {{prefix}});
+  v.advance(60);
+  EXPECT_EQ(announced(), (std::map<Pax::IpGenAddr, uint16_t>{{v.a.host(7), 180}}));
+}
+
+TEST_P(Collection, NothingComesOfAGoodbyeFromAStranger) {
+  v.hearCrp(7, us, {{prefix}}, 0);
+  EXPECT_FALSE(v.status->crpStatus(zone));
+}
+
+TEST_P(Collection, ANewRpPullsTheNextMessageForward) {
+  v.hearCrp(8, us, {{v.a.group(2)}});
+  v.advance(11);
+  ASSERT_GT(bsTimer(), 10);
+  v.hearCrp(7, us, {{prefix}});
+  EXPECT_EQ(bsTimer(), 10);
+  v.advance(4);
+  v.hearCrp(9, us, {{prefix}});
+  EXPECT_EQ(bsTimer(), 6) << "already due soon enough";
+}
+
+TEST_P(Collection, AnAdvertisementForAnotherBsrIsAnError) {
+  v.hearCrp(7, v.a.host(51), {{prefix}});
+  EXPECT_FALSE(rp(7));
+  EXPECT_EQ(v.counters().rxCrpAdvError(), 1u);
+  EXPECT_EQ(v.counters().errCounters().notBsrError, 1u);
+}
+
+TEST_P(Collection, SourcesOutsideTheFilterAreDenied) {
+  const Pax::IpGenPrefix all = v.status->crpPermit().keys().front();
+  v.status->crpPermitIs(Pax::IpGenPrefix::host(v.a.host(7)), true);
+  v.status->crpPermitDel(all);
+  v.hearCrp(7, us, {{prefix}});
+  v.hearCrp(8, us, {{prefix}});
+  EXPECT_TRUE(rp(7));
+  EXPECT_FALSE(rp(8));
+  EXPECT_EQ(v.counters().errCounters().deniedError, 1u);
+}
+
+TEST_P(Collection, NoGroupsMeanAllAndSeveralArriveOneByOne) {
+  v.hearCrp(7, us, {});
+  EXPECT_EQ(v.rps(zone, zone), std::vector{v.a.host(7)});
+  v.hearCrp(8, us, {{v.a.group(2)}, {v.a.group(3)}, {v.a.group(4)}});
+  EXPECT_EQ(v.set(zone, v.a.group(4))->rp().size(), 1u);
+  EXPECT_EQ(v.counters().rxCrpAdvSuccess(), 2u);
+}
+
+TEST_P(Collection, AtMostTheBest255RpsOfAPrefixAreSent) {
+  for (uint32_t n = 100; n < 360; ++n) v.hearCrp(n, us, {{prefix}}, 180, n < 110 ? 9 : 1);
+  v.advance(60);
+  std::map<Pax::IpGenAddr, uint16_t> seen;
+  for (const auto &sent : v.port->sent) {
+    if (sent.bsm->fragmentTag() != v.port->sent.back().bsm->fragmentTag()) continue;
+    for (const auto &group : sent.bsm->groupData()) {
+      for (const auto &rp : group->rpList()) seen[rp.address] = rp.holdTime;
+    }
+  }
+  EXPECT_EQ(seen.size(), 255u);
+  EXPECT_FALSE(seen.contains(v.a.host(100))) << "the worst go: lesser priority, lower address";
+  EXPECT_TRUE(seen.contains(v.a.host(109)));
+}
+
+TEST_P(Collection, AScopeAnnouncesItselfEvenWithoutRps) {
+  v.candidateIs(v.a.scope(5), 50, 64);
+  v.advance(11);
+  const auto &groups = v.port->sent.back().bsm->groupData();
+  ASSERT_EQ(groups.size(), 1u);
+  EXPECT_EQ(groups[0]->prefix(), v.a.scope(5));
+  EXPECT_TRUE(groups[0]->adminScope());
+  EXPECT_EQ(groups[0]->rpCount(), 0);
+}
+
+class Advertiser : public testing::TestWithParam<Addresses> {
+ protected:
+  Advertiser() : v(GetParam()), zone(v.a.global()), bsr(v.a.host(60)) { v.intfIs(1); }
+  /// We are a candidate RP, host(7), for the ranges with this priority.
+  Kiv::Ptr<Bsr::RpCandidate> crpIs(const std::vector<Pax::IpGenPrefix> &prefixes, uint16_t priority = 10) {
+    const auto crp = v.status->crpIs(v.a.host(7));
+    for (const auto &prefix : prefixes) {
+      crp->prefixSetIs(prefix);
+      crp->prefixOptionsIs(prefix)->priorityIs(priority);
+    }
+    return crp;
+  }
+  std::vector<Kiv::Ptr<Pim::Packet::CrpAdvMessage>> sentWithin(double seconds) {
+    v.port->advertised.clear();
+    v.advance(seconds);
+    return v.port->advertised;
+  }
+  void hearBsr(uint32_t n) { v.hear(Bsm(v.a.host(n), static_cast<uint8_t>(n))); }
+
+  TestVrf v;
+  const Pax::IpGenPrefix zone;
+  const Pax::IpGenAddr bsr;
+};
+
+TEST_P(Advertiser, ThreeQuickOnesThenOneAnInterval) {
+  crpIs({v.a.group(1), v.a.group(2)});
+  EXPECT_TRUE(sentWithin(300).empty()) << "no BSR is known";
+  hearBsr(60);
+  const auto quick = sentWithin(6.5);
+  ASSERT_EQ(quick.size(), 3u);
+  EXPECT_EQ(quick[0]->destination(), bsr);
+  EXPECT_EQ(quick[0]->source(), v.a.host(7));
+  EXPECT_EQ(quick[0]->rpAddress(), v.a.host(7));
+  EXPECT_EQ(quick[0]->holdTime(), 180);
+  EXPECT_EQ(quick[0]->priority(), 10);
+  EXPECT_EQ(quick[0]->groupData()->groupInfo()->group.size(), 2u);
+  hearBsr(60);
+  EXPECT_EQ(sentWithin(60).size(), 1u);
+  hearBsr(61);
+  const auto again = sentWithin(6.5);
+  ASSERT_EQ(again.size(), 3u) << "a new BSR is told quickly";
+  EXPECT_EQ(again[0]->destination(), v.a.host(61));
+}
+
+TEST_P(Advertiser, AScopeThatComesAndGoesMovesItsPrefixes) {
+  crpIs({v.a.inScope(5, 1), v.a.group(1)});
+  hearBsr(60);
+  v.advance(10);
+  v.status->bsBorderIs(v.a.scope(5));
+  v.hear(Bsm(v.a.host(61)).scope(v.a.scope(5)));
+  std::map<Pax::IpGenAddr, std::vector<CrpGroup>> told;
+  for (const auto &message : sentWithin(6.5)) told[message->destination()] = message->groupData()->groupInfo()->group;
+  EXPECT_EQ(told[bsr], (std::vector<CrpGroup>{{v.a.group(1)}}));
+  EXPECT_EQ(told[v.a.host(61)], (std::vector<CrpGroup>{{v.a.inScope(5, 1), true, false}})) << "with Z: we are a border";
+  for (int n = 0; n < 3; ++n) {
+    v.advance(50);
+    hearBsr(60);
+  }
+  ASSERT_FALSE(v.bsr(v.a.scope(5)));
+  told.clear();
+  for (const auto &message : sentWithin(60)) told[message->destination()] = message->groupData()->groupInfo()->group;
+  EXPECT_EQ(told[bsr].size(), 2u);
+  EXPECT_FALSE(told.contains(v.a.host(61)));
+}
+
+TEST_P(Advertiser, TheEndOfACandidateIsAGoodbyeForAllItAdvertised) {
+  const auto crp = crpIs({v.a.group(1), v.a.group(2)});
+  hearBsr(60);
+  v.advance(10);
+  v.port->advertised.clear();
+  for (const auto n : {1u, 2u}) crp->prefixSetDel(v.a.group(n));
+  v.status->crpDel(v.a.host(7));
+  ASSERT_EQ(v.port->advertised.size(), 1u);
+  EXPECT_EQ(v.port->advertised[0]->holdTime(), 0);
+  EXPECT_EQ(v.port->advertised[0]->groupData()->groupInfo()->group.size(), 2u);
+  EXPECT_TRUE(v.sm->bsrSm().rpCandidateSm().empty());
+}
+
+TEST_P(Advertiser, AChangedPriorityMovesToAnotherMachineWithoutGoodbye) {
+  const auto crp = crpIs({v.a.group(1)});
+  hearBsr(60);
+  v.advance(10);
+  crp->prefixOptions(v.a.group(1))->priorityIs(20);
+  EXPECT_EQ(v.sm->bsrSm().rpCandidateSm().size(), 1u);
+  const auto sent = sentWithin(7);
+  ASSERT_EQ(sent.size(), 3u);
+  for (const auto &message : sent) {
+    EXPECT_EQ(message->priority(), 20);
+    EXPECT_NE(message->holdTime(), 0);
+  }
+  crp->prefixOptions(v.a.group(1))->priorityIs(256);
+  EXPECT_TRUE(v.sm->bsrSm().rpCandidateSm().empty()) << "256 is no priority";
+}
+
+TEST_P(Advertiser, ARangeThatIsNoLongerServedIsWithdrawnSoon) {
+  const auto crp = crpIs({v.a.group(1), v.a.group(2)});
+  hearBsr(60);
+  v.advance(10);
+  v.port->advertised.clear();
+  crp->prefixSetDel(v.a.group(2));
+  const auto sent = sentWithin(2.5);
+  ASSERT_EQ(sent.size(), 2u);
+  EXPECT_EQ(sent[0]->holdTime(), 0);
+  EXPECT_EQ(sent[0]->groupData()->groupInfo()->group, (std::vector<CrpGroup>{{v.a.group(2)}}));
+  EXPECT_EQ(sent[1]->groupData()->groupInfo()->group, (std::vector<CrpGroup>{{v.a.group(1)}}));
+}
+
+TEST_P(Advertiser, ALongerIntervalIsToldAtOnce) {
+  const auto crp = crpIs({v.a.group(1)});
+  hearBsr(60);
+  v.advance(10);
+  v.port->advertised.clear();
+  crp->intervalIs(120);
+  ASSERT_EQ(v.port->advertised.size(), 1u);
+  EXPECT_EQ(v.port->advertised[0]->holdTime(), 360);
+  crp->intervalIs(30);
+  EXPECT_EQ(v.port->advertised.size(), 1u);
+  hearBsr(60);
+  EXPECT_EQ(sentWithin(31).size(), 1u);
+}
+
+TEST_P(Advertiser, MoreThan255RangesAreCountedAs255) {
+  std::vector<Pax::IpGenPrefix> ranges;
+  for (uint32_t n = 0; n < 300; ++n) ranges.push_back(n < 250 ? v.a.group(n) : v.a.inScope(9, n - 250));
+  crpIs(ranges);
+  hearBsr(60);
+  Tracelet::CaptureSink log;
+  v.advance(2.1);
+  EXPECT_TRUE(log.contains("Configured prefixes are greater than 255. Publishing only the maximum possible."));
+  EXPECT_EQ(v.sm->container().packetPort->counters().sendFailed, 0u);
+}
+
+TEST_P(Advertiser, TheBsrItselfIsToldWithoutThePacketChannel) {
+  v.permitAll();
+  v.candidateIs(zone, 7, 64);
+  crpIs({v.a.group(1)});
+  v.advance(20);
+  EXPECT_TRUE(v.port->advertised.empty());
+  EXPECT_EQ(v.rps(zone, v.a.group(1)), std::vector{v.a.host(7)});
+  EXPECT_EQ(v.counters().rxCrpAdv(), v.counters().rxCrpAdvSuccess());
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, Collection, testing::Values(ipv4, ipv6),
+                         [](const auto &info) { return info.param.ipv4() ? "IPv4" : "IPv6"; });
+INSTANTIATE_TEST_SUITE_P(Families, Advertiser, testing::Values(ipv4, ipv6),
+                         [](const auto &info) { return info.param.ipv4() ? "IPv4" : "IPv6"; });
+
+}  // namespace
+}  // namespace Test
