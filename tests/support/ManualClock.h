@@ -25,6 +25,7 @@ class ManualTime : public Orb::Clock, public Orb::Waker {
     const auto [at, wheel] = *asked_.begin();
     asked_.erase(asked_.begin());
     now_ = std::max(now_, at);
+    ++runs_;
     wheel->run();
     return true;
   }
@@ -48,11 +49,14 @@ class ManualTime : public Orb::Clock, public Orb::Waker {
     return true;
   }
 
-  /// Whether any wheel has asked for a run.
+  /// Whether no wheel asks for a run.
   bool idle() const { return asked_.empty(); }
+  /// How often wheels have run.
+  uint64_t runs() const { return runs_; }
 
  private:
   double now_ = 1000;
+  uint64_t runs_ = 0;
   std::multimap<double, Orb::TimerWheel *> asked_;
 };
 

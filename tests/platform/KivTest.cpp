@@ -1,0 +1,418 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+
+#include "platform/kiv/Attributes.h"
+#include "platform/pax/IpGenPrefix.h"
+#include "platform/pax/Ranged.h"
+
+namespace {
+
+struct LevelRule {
+  using Rep = uint8_t;
+  static constexpr uint64_t least = 1, most = 9;
+  static constexpr Rep initial = 4;
+  static constexpr const char *text = "Level::value < 1 or > 9 not allowed";
+};
+using Level = Pax::Ranged<LevelRule>;
+
+class Leaf : public Kiv::Entity {
+ public:
+  Leaf() = default;
+  explicit Leaf(uint32_t key) : key(key) {}
+  ~Leaf() override { ++gone; }
+  static inline int gone = 0;
+  const uint32_t key = 0;
+#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(value, uint16_t, size, Size, 3)
+  KIV_ENTITY(Leaf, ATTRIBUTES)
+#undef ATTRIBUTES
+};
+
+class Tree : public Kiv::Entity {
+#define ATTRIBUTES(ATTRIBUTE)                            \
+  ATTRIBUTE(value, bool, green, Green, true)             \
+  ATTRIBUTE(value, Level, level, Level, {})              \
+  ATTRIBUTE(value, double, height, Height, 1.5)          \
+  ATTRIBUTE(value, std::string, label, Label, {})        \
+  ATTRIBUTE(value, Pax::NamespaceName, place, Place, {}) \
+  ATTRIBUTE(value, Pax::IpGenPrefix, prefix, Prefix, {}) \
+  ATTRIBUTE(counter, fallen, Fallen)                     \
+  ATTRIBUTE(pointer, Leaf, best, Best)                   \
+  ATTRIBUTE(child, Leaf, top, Top)                       \
+  ATTRIBUTE(set, uint32_t, nest, Nest)                   \
+  ATTRIBUTE(values, uint32_t, std::string, owner, Owner) \
+  ATTRIBUTE(map, uint32_t, Leaf, leaf, Leaf)
+  KIV_ENTITY(Tree, ATTRIBUTES)
+#undef ATTRIBUTES
+};
+
+/// Writes down what it is told, and does what the test hangs in.
+struct Watcher : Tree::Notifiee {
+  explicit Watcher(const Kiv::Ptr<Tree> &tree) { notifierIs(tree); }
+  void onGreen() override { told("green"); }
+  void onLabel() override { told("label=" + notifier()->label()); }
+  void onFallen() override { told("fallen=" + std::to_string(notifier()->fallen())); }
+  void onBest() override { told("best"); }
+  void onTop() override { told(notifier()->top() ? "top" : "no top"); }
+  void onNest(const uint32_t &key) override { told((notifier()->nest(key) ? "+n" : "-n") + std::to_string(key)); }
+  void onOwner(const uint32_t &key) override {
+    told("o" + std::to_string(key) + (notifier()->owner(key) ? "=" + *notifier()->owner(key) : " gone"));
+  }
+  void onLeaf(const uint32_t &key) override { told((notifier()->leaf(key) ? "+l" : "-l") + std::to_string(key)); }
+  void told(const std::string &what) {
+    heard += (heard.empty() ? "" : " ") + what;
+    if (then) {
+      auto action = then;  // it may destroy this
+      action(what);
+    }
+  }
+  void replay() { notifierReplay(); }
+
+  std::string heard;
+  std::function<void(const std::string &)> then;
+};
+
+struct Kiv_ : testing::Test {
+  Kiv::Ptr<Tree> tree = Kiv::make<Tree>();
+  Watcher watcher{tree};
+  std::string &heard = watcher.heard;
+};
+
+TEST_F(Kiv_, AnEqualScalarIsSilentAndACounterIncrementNeverIs) {
+  tree->greenIs(true);
+  tree->labelIs("");
+  EXPECT_EQ(heard, "");
+  tree->greenIs(false);
+  tree->labelIs("oak");
+  tree->fallenIs(7);
+  tree->fallenIs(7);
+  tree->fallenInc();
+  tree->fallenInc(0);
+  EXPECT_EQ(heard, "green label=oak fallen=7 fallen=8 fallen=8");
+}
+
+TEST_F(Kiv_, APointerIsToldWhenItChangesWhateverItPointsTo) {
+  const auto one = Kiv::make<Leaf>(), twin = Kiv::make<Leaf>();
+  tree->bestIs(one);
+  tree->bestIs(one);
+  EXPECT_EQ(heard, "best");
+  tree->bestIs(twin);
+  tree->bestIs(nullptr);
+  EXPECT_EQ(heard, "best best best");
+  EXPECT_EQ(one->refCount(), 1u);
+}
+
+TEST_F(Kiv_, CollectionsTellTheKeyAfterTheElementHasComeOrGone) {
+  tree->nestIs(1);
+  tree->nestIs(1);
+  tree->nestDel(1);
+  tree->nestDel(1);
+  tree->ownerIs(2, "jay");
+  tree->ownerIs(2, "jay");
+  tree->ownerIs(2, "owl");
+  tree->ownerDel(2);
+  const auto leaf = tree->leafIs(3);
+  EXPECT_EQ(leaf->key, 3u) << "an element is constructed with its key";
+  EXPECT_EQ(tree->leafIs(3), leaf);
+  tree->leafIs(4);
+  tree->leafDelAll();
+  tree->topIs("top");
+  tree->topIs("top");
+  tree->topDel();
+  tree->topDel();
+  EXPECT_EQ(heard, "+n1 -n1 o2=jay o2=owl o2 gone +l3 +l4 -l3 -l4 top no top");
+  EXPECT_FALSE(tree->leaf(3));
+  EXPECT_EQ(tree->owner(2), nullptr);
+}
+
+TEST_F(Kiv_, NestedWritesCompleteInsideTheSetter) {
+  watcher.then = [&](const std::string &what) {
+    if (what == "green") tree->labelIs("seen");
+    if (what == "label=seen") tree->nestIs(5);
+  };
+  Watcher second(tree);
+  tree->greenIs(false);
+  EXPECT_EQ(heard, "green label=seen +n5");
+  EXPECT_EQ(second.heard, "+n5 label=seen green") << "the innermost write is told to all before the outer goes on";
+}
+
+TEST_F(Kiv_, AReactorIsToldOfWhatIsThereOnlyIfItAsks) {
+  tree->leafIs(1);
+  tree->leafIs(2);
+  tree->nestIs(9);
+  tree->ownerIs(8, "jay");
+  tree->topIs("top");
+  Watcher quiet(tree);
+  EXPECT_EQ(quiet.heard, "");
+  quiet.replay();
+  EXPECT_EQ(quiet.heard, "top +n9 o8=jay +l1 +l2");
+}
+
+TEST_F(Kiv_, AReplayLeavesOutWhatItsCallbacksDeleteAndEndsWithItsReactor) {
+  for (uint32_t key = 1; key <= 4; ++key) tree->leafIs(key);
+  Watcher deleting(tree);
+  deleting.then = [&](const std::string &what) {
+    if (what == "+l1") tree->leafDel(3);
+  };
+  deleting.replay();
+  EXPECT_EQ(deleting.heard, "+l1 -l3 +l2 +l4");
+
+  auto dying = std::make_unique<Watcher>(tree);
+  int count = 0;
+  dying->then = [&](const std::string &) {
+    if (++count == 2) dying.reset();
+  };
+  dying->replay();
+  EXPECT_EQ(count, 2);
+}
+
+TEST_F(Kiv_, AReactorMayDestroyItselfAndOthersInItsCallback) {
+  auto first = std::make_unique<Watcher>(tree), second = std::make_unique<Watcher>(tree),
+       third = std::make_unique<Watcher>(tree), last = std::make_unique<Watcher>(tree);
+  std::string thirdHeard;
+  third->then = [&](const std::string &what) { thirdHeard += what; };
+  first->then = [&](const std::string &) {
+    second.reset();
+    last.reset();
+    first.reset();
+  };
+  tree->greenIs(false);
+  EXPECT_EQ(thirdHeard, "green");
+  tree->greenIs(true);
+  EXPECT_EQ(thirdHeard, "greengreen");
+}
+
+TEST_F(Kiv_, AReactorThatComesDuringANotificationHearsOnlyTheNext) {
+  std::unique_ptr<Watcher> late;
+  watcher.then = [&](const std::string &) {
+    if (!late) late = std::make_unique<Watcher>(tree);
+  };
+  tree->greenIs(false);
+  EXPECT_EQ(late->heard, "");
+  tree->greenIs(true);
+  EXPECT_EQ(late->heard, "green");
+}
+
+TEST_F(Kiv_, AReactorThatMovesAwayInANestedNotificationIsSkippedByTheOuterOne) {
+  const auto other = Kiv::make<Tree>();
+  Watcher second(tree);
+  watcher.then = [&](const std::string &what) {
+    if (what == "green") tree->labelIs("inner");
+  };
+  second.then = [&](const std::string &what) {
+    if (what == "label=inner") second.notifierIs(other);
+  };
+  tree->greenIs(false);
+  EXPECT_EQ(second.heard, "label=inner");
+  other->greenIs(false);
+  EXPECT_EQ(second.heard, "label=inner green");
+}
+
+TEST(KivLife, AnElementTakenOutLivesOnAndStillTellsItsReactors) {
+  struct LeafWatcher : Leaf::Notifiee {
+    void onSize() override { ++count; }
+    int count = 0;
+  };
+  Leaf::gone = 0;
+  auto tree = Kiv::make<Tree>();
+  auto leaf = tree->leafIs(1);
+  LeafWatcher watcher;
+  watcher.notifierIs(leaf);
+  tree->leafDel(1);
+  tree = nullptr;
+  leaf->sizeIs(5);
+  EXPECT_EQ(watcher.count, 1);
+  leaf = nullptr;
+  EXPECT_EQ(Leaf::gone, 0) << "a reactor holds its entity";
+  watcher.notifierIs(nullptr);
+  EXPECT_EQ(Leaf::gone, 1);
+}
+
+TEST(KivLife, AnEntityWhoseLastHolderGoesInItsOwnNotificationStaysForIt) {
+  auto tree = Kiv::make<Tree>();
+  Tree *const raw = tree.get();
+  auto only = std::make_unique<Watcher>(tree);
+  only->then = [&](const std::string &) {
+    tree = nullptr;
+    only.reset();
+    raw->nestDel(2);
+  };
+  raw->nestIs(2);
+}
+
+TEST(KivLife, APtrTakenInADestructorDoesNotDestroyTwice) {
+  static int destroyed;
+  struct Clinging : Kiv::Counted {
+    ~Clinging() override {
+      ++destroyed;
+      Kiv::Ptr<Clinging> again(this);
+    }
+  };
+  destroyed = 0;
+  Kiv::make<Clinging>();
+  EXPECT_EQ(destroyed, 1);
+}
+
+TEST_F(Kiv_, ADeletedKeyMayBelongToTheElementItself) {
+  tree->ownerIs(1, "jay");
+  tree->ownerIs(2, "owl");
+  watcher.then = [&](const std::string &what) {
+    if (what == "o1=cat") tree->ownerDel(1);
+  };
+  Watcher second(tree);
+  for (const auto &[key, owner] : tree->owner()) tree->ownerIs(key, "cat");
+  for (const auto &[key, owner] : tree->owner()) tree->ownerDel(key);
+  EXPECT_EQ(second.heard, "o1 gone o1 gone o2=cat o2 gone");
+}
+
+using Numbers = Kiv::Table<uint32_t, std::string>;
+
+/// The keys that a walk meets while `visit` changes the table.
+std::vector<uint32_t> walk(Numbers &table, const std::function<void(uint32_t)> &visit) {
+  std::vector<uint32_t> met;
+  for (const auto &[key, value] : table) {
+    met.push_back(key);
+    visit(uint32_t{key});
+  }
+  return met;
+}
+
+TEST(KivTable, AWalkSurvivesWhatHappensToTheTable) {
+  using Change = std::function<void(Numbers &, uint32_t)>;
+  const struct {
+    const char *name;
+    Change change;
+    std::vector<uint32_t> met;
+  } cases[] = {
+      {"the element itself goes", [](auto &t, auto k) { t.erase(k); }, {1, 2, 3}},
+      {"the next one goes", [](auto &t, auto k) { t.erase(k + 1); }, {1, 3}},
+      {"it and the next go", [](auto &t, auto k) { t.erase(k), t.erase(k + 1); }, {1, 3}},
+      {"an earlier one goes", [](auto &t, auto k) { t.erase(k - 1); }, {1, 2, 3}},
+      {"all go",
+       [](auto &t, auto) {
+         for (auto key : t.keys()) t.erase(key);
+       },
+       {1}},
+      {"one is appended",
+       [](auto &t, auto k) {
+         if (k == 3) t.insert(9, "");
+       },
+       {1, 2, 3, 9}},
+      {"the last is replaced",
+       [](auto &t, auto k) {
+         if (k == 3) t.erase(3), t.insert(9, "");
+       },
+       {1, 2, 3, 9}},
+      {"a fresh table grows large",
+       [](auto &t, auto k) {
+         if (k == 3)
+           for (uint32_t i = 4; i < 40; ++i) t.insert(i, "");
+       },
+       [] {
+         std::vector<uint32_t> all(39);
+         for (uint32_t i = 0; i < 39; ++i) all[i] = i + 1;
+         return all;
+       }()},
+  };
+  for (const auto &each : cases) {
+    Numbers table;
+    for (uint32_t key : {1, 2, 3}) table.insert(key, "");
+    EXPECT_EQ(walk(table, [&](uint32_t key) { each.change(table, key); }), each.met) << each.name;
+  }
+}
+
+TEST(KivTable, NestedWalksAreEachMovedOn) {
+  Numbers table;
+  for (uint32_t key : {1, 2, 3, 4}) table.insert(key, "");
+  std::vector<uint32_t> inner;
+  const auto outer = walk(table, [&](uint32_t key) {
+    if (key != 2) return;
+    inner = walk(table, [&](uint32_t at) {
+      if (at == 2) table.erase(2), table.erase(3);
+    });
+  });
+  EXPECT_EQ(inner, (std::vector<uint32_t>{1, 2, 4}));
+  EXPECT_EQ(outer, (std::vector<uint32_t>{1, 2, 4}));
+}
+
+TEST(KivTable, FindsWhatIsThereThroughGrowthAndErasure) {
+  Numbers table;
+  std::vector<uint32_t> order;
+  for (uint32_t i = 0; i < 3000; ++i) {
+    const uint32_t key = i * 2654435761u;
+    table.insert(key, std::to_string(i));
+    order.push_back(key);
+    if (i % 3 == 0) EXPECT_EQ(table.erase(order[i / 3]), std::to_string(i / 3));
+  }
+  for (uint32_t i = 0; i < 3000; ++i) {
+    const std::string *found = table.find(order[i]);
+    ASSERT_EQ(found != nullptr, i >= 1000) << i;
+    if (found) ASSERT_EQ(*found, std::to_string(i));
+  }
+  EXPECT_EQ(table.keys(), std::vector<uint32_t>(order.begin() + 1000, order.end())) << "order of insertion";
+  EXPECT_EQ(table.erase(77), "");
+}
+
+TEST_F(Kiv_, ScalarsAreSetByNameWithinTheirTypes) {
+  EXPECT_EQ(tree->level().number(), 4) << "empty braces mean the default of the type";
+  EXPECT_TRUE(tree->attributeIs("level", uint64_t{9}));
+  EXPECT_TRUE(tree->attributeIs("prefix", std::string("10.1.0.0/16")));
+  EXPECT_TRUE(tree->attributeIs("height", uint64_t{3}));
+  EXPECT_TRUE(tree->attributeIs("place", std::string("blue")));
+  EXPECT_TRUE(tree->attributeIs("label", std::string("oak")));
+  EXPECT_EQ(heard, "label=oak") << "a write by name notifies";
+  EXPECT_FALSE(tree->attributeIs("leaf", uint64_t{1}));
+  EXPECT_FALSE(tree->attributeIs("colour", uint64_t{1}));
+  const std::pair<const char *, Kiv::Value> refused[] = {
+      {"level", uint64_t{0}},
+      {"level", uint64_t{10}},
+      {"level", uint64_t{260}},
+      {"level", std::string("4")},
+      {"green", uint64_t{1}},
+      {"fallen", uint64_t{1} << 32},
+      {"fallen", -1.0},
+      {"prefix", std::string("10/8")},
+      {"prefix", true},
+      {"height", std::string("1")},
+      {"place", std::string(151, 'x')},
+      {"label", 2.5},
+  };
+  for (const auto &[name, value] : refused) {
+    EXPECT_THROW(tree->attributeIs(name, value), Kiv::RangeError) << name << " = " << Kiv::toText(value);
+  }
+  EXPECT_EQ(tree->level().number(), 9);
+  EXPECT_EQ(tree->prefix(), Pax::IpGenPrefix::fromText("10.1.0.0/16"));
+}
+
+TEST_F(Kiv_, DescribesEachAttributeOnceInOrderOfDeclaration) {
+  struct Printer : Kiv::Visitor {
+    void attribute(std::string_view name, const Kiv::Value &value) override { add(name, "=", Kiv::toText(value)); }
+    void child(std::string_view name, const Kiv::Entity *entity) override { nested(name, entity); }
+    void enter(std::string_view name) override { add(name, "[", ""); }
+    void key(const Kiv::Value &key) override { add(Kiv::toText(key), "", ""); }
+    void element(const Kiv::Value &key, const Kiv::Value &value) override {
+      add(Kiv::toText(key), ":", Kiv::toText(value));
+    }
+    void element(const Kiv::Value &key, const Kiv::Entity &entity) override { nested(Kiv::toText(key), &entity); }
+    void leave() override { text += "] "; }
+    void add(std::string_view one, std::string_view two, std::string_view three) {
+      text.append(one).append(two).append(three).append(" ");
+    }
+    void nested(std::string_view name, const Kiv::Entity *entity) {
+      add(name, ":", entity ? entity->fwkType() : "none");
+      if (entity) entity->describe(*this);
+    }
+    std::string text;
+  } printer;
+  tree->nestIs(7);
+  tree->nestIs(5);
+  tree->ownerIs(1, "jay");
+  tree->leafIs(2)->sizeIs(8);
+  tree->describe(printer);
+  EXPECT_EQ(printer.text,
+            "green=true level=4 height=1.5 label= place= prefix=none fallen=0 top:none "
+            "nest[ 7 5 ] owner[ 1:jay ] leaf[ 2:Leaf size=8 ] ");
+}
+
+}  // namespace

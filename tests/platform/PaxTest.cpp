@@ -1,0 +1,194 @@
+#include <gtest/gtest.h>
+
+#include "platform/ip/IntfStatus.h"
+#include "platform/pax/IntfId.h"
+#include "platform/pax/IpGenPrefix.h"
+#include "platform/pax/Ranged.h"
+#include "platform/pim/Types.h"
+
+namespace {
+
+using Pax::AddressFamily;
+using Pax::IntfId;
+using Pax::IpGenAddr;
+using Pax::IpGenPrefix;
+
+template <class T>
+std::string text(const T &value) {
+  std::ostringstream out;
+  out << value;
+  return out.str();
+}
+
+/// What reading the text and writing it again gives; "refused" where it is no value.
+template <class T>
+std::string again(std::string_view given) {
+  try {
+    return text(T::fromText(given));
+  } catch (const Kiv::RangeError &) {
+    return "refused";
+  }
+}
+
+TEST(Pax, TextIsReadStrictlyAndWrittenInOneForm) {
+  using namespace std::string_view_literals;
+  const std::pair<std::string_view, const char *> addresses[] = {
+      {"10.0.0.1", "10.0.0.1"},
+      {"FE80:0:0::1", "fe80::1"},
+      {"::", "::"},
+      {"0.0.0.0", "0.0.0.0"},
+      {"", "refused"},
+      {"10.0.0", "refused"},
+      {"10.0.0.256", "refused"},
+      {"fe80::1%eth0", "refused"},
+      {" 10.0.0.1", "refused"},
+      {"10.0.0.1\0x"sv, "refused"},
+      {"1::2::3", "refused"},
+  };
+  for (const auto &[given, expected] : addresses) EXPECT_EQ(again<IpGenAddr>(given), expected) << given;
+  const std::pair<std::string_view, const char *> prefixes[] = {
+      {"239.1.2.3/8", "239.0.0.0/8"},
+      {"0.0.0.0/0", "0.0.0.0/0"},
+      {"1.2.3.4/32", "1.2.3.4/32"},
+      {"ff3e:ffff::/31", "ff3e:fffe::/31"},
+      {"2001:db8::ffff/127", "2001:db8::fffe/127"},
+      {"::1/128", "::1/128"},
+      {"10.0.0.0", "refused"},
+      {"10.0.0.0/33", "refused"},
+      {"::/129", "refused"},
+      {"10.0.0.0/", "refused"},
+      {"10.0.0.0/8x", "refused"},
+      {"10.0.0.0/-1", "refused"},
+      {"10.0.0.0/264", "refused"},
+      {"/8", "refused"},
+  };
+  for (const auto &[given, expected] : prefixes) EXPECT_EQ(again<IpGenPrefix>(given), expected) << given;
+  const std::pair<std::string_view, const char *> interfaces[] = {
+      {"eth0", "eth0"},   {"default/eth0", "eth0"}, {"blue/lo", "blue/lo"}, {"", ""},
+      {"/lo", "refused"}, {"blue/", "refused"},     {"a/b/c", "refused"},
+  };
+  for (const auto &[given, expected] : interfaces) EXPECT_EQ(again<IntfId>(given), expected) << given;
+  const std::pair<std::string_view, const char *> modes[] = {
+      {"sparsemode", "sparsemode"}, {"bidir", "bidir"}, {"Bidir", "refused"}, {"", "refused"}, {"sparse", "refused"},
+  };
+  for (const auto &[given, expected] : modes) EXPECT_EQ(again<Routing::Pim::Mode>(given), expected) << given;
+}
+
+TEST(Pax, TheEmptyPrefixIsNoPrefix) {
+  const IpGenPrefix none, all4 = IpGenPrefix::fromText("0.0.0.0/0"), all6 = IpGenPrefix::fromText("::/0");
+  EXPECT_NE(none, all4);
+  EXPECT_NE(none, all6);
+  EXPECT_NE(all4, all6);
+  EXPECT_EQ(IpGenPrefix(IpGenAddr(), 12), none);
+  EXPECT_EQ(IpGenPrefix::host({}), none);
+  EXPECT_FALSE(none.covers(none) || none.covers(all4) || all4.covers(none) || all4.covers(all6) || all6.covers(all4));
+}
+
+TEST(Pax, APrefixCoversItselfAndWhatIsInside) {
+  const struct {
+    const char *one, *other;
+    bool covers;
+  } cases[] = {
+      {"239.0.0.0/8", "239.0.0.0/8", true},
+      {"239.0.0.0/8", "239.255.0.0/16", true},
+      {"239.0.0.0/8", "224.0.0.0/4", false},
+      {"239.0.0.0/8", "238.0.0.0/16", false},
+      {"ff00::/8", "ffff:ffff::1/128", true},
+      {"2001:db8::/65", "2001:db8::8000:0:0:0/66", false},
+      {"2001:db8::/64", "2001:db8::8000:0:0:0/66", true},
+  };
+  for (const auto &[one, other, covers] : cases) {
+    EXPECT_EQ(IpGenPrefix::fromText(one).covers(IpGenPrefix::fromText(other)), covers) << one << " " << other;
+  }
+  EXPECT_EQ(IpGenPrefix(IpGenAddr::v4(0x0a000001), 200), IpGenPrefix::fromText("10.0.0.1/32"));
+}
+
+TEST(Pax, BytesAreInNetworkOrderAndOrderIsNumeric) {
+  const uint8_t bytes[] = {0xfe, 0x80, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2};
+  EXPECT_EQ(text(IpGenAddr::fromBytes(bytes)), "fe80::102");
+  EXPECT_TRUE(std::ranges::equal(IpGenAddr::fromBytes(bytes).bytes(), bytes));
+  EXPECT_EQ(text(IpGenAddr::fromBytes(std::span(bytes).first(4))), "254.128.0.0");
+  EXPECT_EQ(IpGenAddr::fromBytes(std::span(bytes).first(7)), IpGenAddr());
+  EXPECT_LT(IpGenAddr::fromText("9.255.255.255"), IpGenAddr::fromText("10.0.0.0"));
+  EXPECT_LT(IpGenAddr::fromText("255.255.255.255"), IpGenAddr::fromText("::"));
+  EXPECT_LT(IpGenAddr::fromText("1::ffff"), IpGenAddr::fromText("2::"));
+}
+
+TEST(Pax, KindsOfAddresses) {
+  const struct {
+    const char *address;
+    bool multicast, linkLocal, loopback;
+  } cases[] = {
+      {"223.255.255.255", false, false, false},
+      {"224.0.0.0", true, false, false},
+      {"240.0.0.0", false, false, false},
+      {"ff02::d", true, false, false},
+      {"169.254.9.9", false, true, false},
+      {"febf::1", false, true, false},
+      {"fec0::1", false, false, false},
+      {"127.8.8.8", false, false, true},
+      {"::1", false, false, true},
+      {"::2", false, false, false},
+  };
+  for (const auto &[given, multicast, linkLocal, loopback] : cases) {
+    const IpGenAddr address = IpGenAddr::fromText(given);
+    EXPECT_EQ(address.isMulticast(), multicast) << given;
+    EXPECT_EQ(address.isLinkLocal(), linkLocal) << given;
+    EXPECT_EQ(address.isLoopback(), loopback) << given;
+  }
+}
+
+TEST(Pax, OneNameInTwoNamespacesIsTwoInterfaces) {
+  EXPECT_EQ(IntfId("", "lo"), IntfId("default", "lo"));
+  EXPECT_NE(IntfId("blue", "lo"), IntfId("default", "lo"));
+  EXPECT_NE(IntfId(), IntfId("default", ""));
+  EXPECT_EQ(std::hash<IntfId>()(IntfId("", "lo")), std::hash<IntfId>()(IntfId("default", "lo")));
+}
+
+TEST(Pax, RangesAreHeldWhereValuesAreMade) {
+  const auto refusal = [](auto make) -> std::string {
+    try {
+      make();
+    } catch (const Kiv::RangeError &error) {
+      return error.what();
+    }
+    return "";
+  };
+  using namespace Routing::Pim;
+  EXPECT_EQ(refusal([] { RpHashMaskLen(128); }), "");
+  EXPECT_EQ(refusal([] { RpHashMaskLen(129); }), "RpHashMaskLen::value < 0 or > 128 not allowed");
+  EXPECT_EQ(refusal([] { RpHashMaskLen(256); }), "RpHashMaskLen::value < 0 or > 128 not allowed");
+  EXPECT_EQ(refusal([] { CrpAdvInterval(0); }), "CrpAdvInterval::value < 1 or > 21845 not allowed");
+  EXPECT_EQ(refusal([] { Pax::NamespaceName(std::string(151, 'x')); }), "NamespaceName::bytes > 150 not allowed");
+  EXPECT_EQ(refusal([] { L3::VrfName(std::string(101, 'x')); }), "VrfName::bytes > VrfName::maxLength not allowed");
+  EXPECT_EQ(refusal([] { L3::VrfName(std::string(100, 'x')); }), "");
+}
+
+TEST(ChosenAddresses, TheFirstFitOneIsChosenAndStaysWhileItFits) {
+  using Ip::AddressInfo;
+  const auto at = IpGenAddr::fromText;
+  const auto intf = Kiv::make<Ip::IntfStatus>(IntfId("", "eth0"));
+  const auto chosen = [&](AddressFamily family) {
+    Ip::chooseAddresses(*intf, family);
+    return text(intf->ipAddr()) + " " + text(intf->pimAddr());
+  };
+  EXPECT_EQ(chosen(AddressFamily::ipv4), "unset unset");
+  intf->addressIs(at("127.0.0.1"), {.global = false});
+  intf->addressIs(at("10.0.0.2"), {.secondary = true});
+  intf->addressIs(at("10.0.0.1"), {});
+  intf->addressIs(at("2001:db8::1"), {.usable = false});
+  intf->addressIs(at("2001:db8::2"), {});
+  intf->addressIs(at("fe80::1"), {.global = false, .usable = false});
+  intf->addressIs(at("fe80::2"), {.global = false});
+  EXPECT_EQ(chosen(AddressFamily::ipv4), "10.0.0.2 127.0.0.1");
+  EXPECT_EQ(chosen(AddressFamily::ipv6), "2001:db8::2 fe80::2") << "tentative ones are passed over";
+  intf->addressIs(at("2001:db8::1"), {});
+  intf->addressIs(at("fe80::1"), {.global = false});
+  EXPECT_EQ(chosen(AddressFamily::ipv6), "2001:db8::2 fe80::1");
+  intf->addressIs(at("2001:db8::2"), {.usable = false});
+  EXPECT_EQ(chosen(AddressFamily::ipv6), "2001:db8::1 fe80::1");
+  intf->addressDel(at("2001:db8::1"));
+  EXPECT_EQ(chosen(AddressFamily::ipv6), "unset fe80::1");
+}
+
+}  // namespace

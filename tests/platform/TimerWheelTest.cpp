@@ -1,0 +1,203 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <random>
+
+#include "tests/support/ManualClock.h"
+
+namespace {
+
+struct Alarm : Orb::Timer {
+  Alarm(const Kiv::Ptr<Orb::TimerWheel> &wheel, std::function<void()> action)
+      : Timer(wheel), action(std::move(action)) {}
+  void onTime() override {
+    const auto copy = action;  // it may destroy this
+    copy();
+  }
+  std::function<void()> action;
+};
+
+struct Wheel : testing::Test {
+  ::Test::ManualTime time;
+  Kiv::Ptr<Orb::TimerWheel> wheel =
+      Kiv::make<Orb::TimerWheel>(time, time, Orb::TimerWheel::Parameters{100, 108200, 1, 1024});
+  std::string fired;
+
+  std::unique_ptr<Alarm> alarm(
+      char name, double at, std::function<void()> then = [] {}) {
+    auto result = std::make_unique<Alarm>(wheel, [this, name, then] { fired += name, then(); });
+    result->timeMinIs(at);
+    return result;
+  }
+};
+
+TEST_F(Wheel, FiresOnceAtItsExactTimeAndIsDisarmedThen) {
+  double at = 0;
+  auto one = alarm('a', 1012.34567, [&] { at = time.now(); });
+  EXPECT_TRUE(one->armed());
+  time.advanceTo(1012.34566);
+  EXPECT_EQ(fired, "");
+  time.advanceTo(1e6);
+  EXPECT_EQ(fired, "a");
+  EXPECT_EQ(at, 1012.34567);
+  EXPECT_EQ(one->timeMin(), Orb::never);
+  EXPECT_FALSE(one->armed());
+}
+
+TEST_F(Wheel, TimersOfOneInstantFireInOrderOfArmingWhereverTheyCameFrom) {
+  auto a = alarm('a', 1500), b = alarm('b', 1500), c = alarm('c', 1500.001), d = alarm('d', 1499.999);
+  time.advanceTo(1495);
+  auto e = alarm('e', 1500);
+  a->timeMinIs(1500);  // armed anew, although for an equal time
+  time.advanceTo(1501);
+  EXPECT_EQ(fired, "dbeac");
+}
+
+TEST_F(Wheel, ZeroAndNeverDisarmAndReadBackAsSet) {
+  auto a = alarm('a', 1001), b = alarm('b', 1001);
+  a->timeMinIs(0);
+  b->timeMinIs(Orb::never);
+  EXPECT_FALSE(a->armed() || b->armed());
+  EXPECT_EQ(wheel->size(), 0u);
+  EXPECT_EQ(a->timeMin(), 0);
+  EXPECT_EQ(b->timeMin(), Orb::never);
+  time.advanceTo(1e5);
+  EXPECT_EQ(fired, "");
+}
+
+TEST_F(Wheel, ATimeInThePastFiresOnTheNextRunAndNeverInsideTheArmingCall) {
+  auto late = alarm('l', 0.5);
+  auto now = alarm('n', 1000);
+  EXPECT_EQ(fired, "");
+  time.advanceTo(1000);
+  EXPECT_EQ(fired, "ln");
+
+  int rounds = 0;
+  std::unique_ptr<Alarm> again;
+  again = alarm('r', 1001, [&] {
+    if (++rounds < 3) again->timeMinIs(5);
+  });
+  auto other = alarm('o', 1001);
+  time.advanceTo(1001);
+  EXPECT_EQ(fired, "lnrorr") << "what a callback arms waits for the next run";
+}
+
+TEST_F(Wheel, DestroyedDisarmedOrMovedWhileDueItDoesNotFire) {
+  std::unique_ptr<Alarm> first, destroyed, disarmed, moved, last;
+  first = alarm('a', 1010, [&] {
+    destroyed.reset();
+    disarmed->timeMinIs(0);
+    moved->timeMinIs(1020);
+    EXPECT_TRUE(last->armed());
+    EXPECT_EQ(last->timeMin(), 1010);
+    first.reset();
+  });
+  destroyed = alarm('x', 1010);
+  disarmed = alarm('y', 1010);
+  moved = alarm('m', 1010);
+  last = alarm('z', 1010);
+  time.advanceTo(1015);
+  EXPECT_EQ(fired, "az");
+  time.advanceTo(1025);
+  EXPECT_EQ(fired, "azm");
+}
+
+TEST_F(Wheel, LivesUntilTheLastOfItsTimersIsDestroyedInItsOwnCallback) {
+  std::unique_ptr<Alarm> only;
+  only = alarm('a', 1001, [&] { only.reset(); });
+  wheel = nullptr;
+  time.advanceTo(1002);
+  EXPECT_EQ(fired, "a");
+  EXPECT_TRUE(time.idle());
+}
+
+TEST_F(Wheel, CostsNothingAtRest) {
+  EXPECT_TRUE(time.idle());
+  auto far = alarm('f', 1e9 + 0.5);
+  time.advanceTo(1e9);
+  EXPECT_LE(time.runs(), 8u) << "one run a level at most";
+  time.advanceTo(1e9 + 1);
+  EXPECT_EQ(fired, "f");
+  EXPECT_TRUE(time.idle());
+
+  const uint64_t before = time.runs();
+  auto moved = alarm('m', time.now() + 60);
+  for (int i = 0; i < 1000; ++i) {
+    time.advanceTo(time.now() + 1);
+    moved->timeMinIs(time.now() + 60);
+  }
+  EXPECT_LT(time.runs() - before, 200u) << "moving a timer does not run the wheel each time";
+  moved.reset();
+  time.advanceTo(time.now() + 1e5);
+  EXPECT_TRUE(time.idle());
+}
+
+TEST_F(Wheel, RunsOnlyOnceForOneTimeWhereTicksAreNotExactInBinary) {
+  for (int i = 1; i < 3000; ++i) {
+    const uint64_t before = time.runs();
+    auto one = alarm('a', time.now() + i * 0.29);
+    time.advanceTo(time.now() + i * 0.29);
+    ASSERT_LE(time.runs() - before, 4u) << i;
+  }
+  EXPECT_EQ(fired.size(), 2999u);
+}
+
+/// What decides on the order of firing.
+struct Due {
+  double at;     // when it really fires: not before it was armed
+  uint64_t run;  // the run whose callbacks armed it for a time that had passed
+  double time;
+  uint64_t order;
+  auto operator<=>(const Due &) const = default;
+};
+
+/// The same commands on wheels of different shapes and on a sorted list: the same timers at the same times.
+TEST(WheelAgainstModel, FiresTheSameTimersInTheSameOrder) {
+  const unsigned seed = std::random_device()();
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  for (const auto &parameters :
+       {Orb::TimerWheel::Parameters{100, 108200, 1, 1024}, Orb::TimerWheel::Parameters{10, 1, 3, 4},
+        Orb::TimerWheel::Parameters{1000, 60, 1, 64}}) {
+    std::mt19937 random(seed);
+    ::Test::ManualTime time;
+    const auto wheel = Kiv::make<Orb::TimerWheel>(time, time, parameters);
+    constexpr unsigned count = 40;
+    std::map<Due, unsigned> model;
+    std::vector<std::unique_ptr<Alarm>> timers(count);
+    uint64_t order = 0;
+    bool firing = false;
+    const auto forget = [&](unsigned n) { std::erase_if(model, [&](const auto &each) { return each.second == n; }); };
+    const auto arm = [&](unsigned n) {
+      constexpr double spans[] = {0.005, 0.1, 3, 60, 2000, 2e5};
+      double at = time.now() + std::uniform_real_distribution(-0.2, 1.0)(random) * spans[random() % 6];
+      if (random() % 3 == 0) at = std::round(at);
+      at = std::max(at, 1.0);
+      forget(n);
+      const bool nextRun = firing && at <= time.now();
+      model[{std::max(at, time.now()), nextRun ? time.runs() : 0, at, ++order}] = n;
+      timers[n]->timeMinIs(at);
+    };
+    for (unsigned n = 0; n < count; ++n) {
+      timers[n] = std::make_unique<Alarm>(wheel, [&, n] {
+        ASSERT_FALSE(model.empty());
+        ASSERT_EQ(model.begin()->second, n);
+        ASSERT_EQ(model.begin()->first.at, time.now());
+        model.erase(model.begin());
+        firing = true;
+        if (random() % 2) arm(n);
+        if (const unsigned other = random() % count; random() % 4 == 0) forget(other), timers[other]->timeMinIs(0);
+        firing = false;
+      });
+    }
+    for (int round = 0; round < 20000 && !testing::Test::HasFatalFailure(); ++round) {
+      arm(random() % count);
+      ASSERT_EQ(wheel->size(), model.size());
+      if (random() % 4) continue;
+      const double jumps[] = {0, 0.01, 0.5, 30, 5000};
+      time.advanceTo(time.now() + jumps[random() % 5]);
+      ASSERT_TRUE(model.empty() || model.begin()->first.at > time.now()) << "a due timer has not fired";
+    }
+  }
+}
+
+}  // namespace
