@@ -41,6 +41,23 @@ TEST_F(NamespaceTest, AWatchedNameTellsOfComingGoingAndTakingOver) {
   EXPECT_TRUE(waitFor([&] { return log == "+-+-" && pathLog == "+-+-"; })) << log << ' ' << pathLog;
 }
 
+TEST_F(NamespaceTest, APathIsWaitedForEvenBeforeItsDirectoryExists) {
+  const std::string directory = "/tmp/" + nameOf("netns"), path = directory + "/deeper/x";
+  Linux::NamespaceWatcher watcher(loop);
+  std::string log;
+  Linux::NamespaceWatcher::Watched watched(watcher, path, [&](bool present) { log += present ? "+" : "-"; });
+  netns("a");
+  const ::Test::Ran made = ::Test::run("mkdir " + directory);
+  ASSERT_TRUE(made.good) << made.output;
+  settle();
+  const ::Test::Ran mounted = ::Test::run("mkdir " + directory + "/deeper && touch " + path + " && mount --bind " +
+                                          Linux::namespacePath(nameOf("a")) + " " + path);
+  EXPECT_TRUE(mounted.good) << mounted.output;
+  EXPECT_TRUE(waitFor([&] { return log == "+"; }));
+  EXPECT_TRUE(::Test::run("umount " + path + "; rm -r " + directory).good);
+  EXPECT_TRUE(waitFor([&] { return log == "+-"; }));
+}
+
 TEST_F(NamespaceTest, AVrfWhoseNamespaceIsDeletedClosesEverythingThere) {
   netns("a");
   netns("b");
