@@ -1,6 +1,7 @@
 #include "platform/pim/Codec.h"
 
 #include <algorithm>
+#include <memory>
 
 #include "platform/pim/Wire.h"
 
@@ -63,14 +64,17 @@ class Codec::Cursor {
     const DecodeError error = unicast(address);
     return error == DecodeError::none && address.isLinkLocal() ? DecodeError::linkLocal : error;
   }
-  DecodeError group(CrpGroup &group) {
+  /// Into the fields in place: a copy of what has just been written by bytes would wait for it.
+  DecodeError group(Pax::IpGenPrefix &prefix, bool &adminScope, bool &bidir) {
     if (const DecodeError error = encoding(); error != DecodeError::none) return error;
     const uint8_t flags = u8();
     const uint8_t length = u8();
     if (length > Pax::addressBits(family_)) return DecodeError::maskLength;
-    group = {{addressBytes(), length}, (flags & Wire::adminScopeBit) != 0, (flags & Wire::bidirBit) != 0};
-    const bool isGroup =
-        length >= (family_ == Pax::AddressFamily::ipv4 ? 4 : 8) && group.prefix.address().isMulticast();
+    adminScope = (flags & Wire::adminScopeBit) != 0;
+    bidir = (flags & Wire::bidirBit) != 0;
+    const Pax::IpGenAddr address = addressBytes();
+    std::construct_at(&prefix, address, length);
+    const bool isGroup = length >= (family_ == Pax::AddressFamily::ipv4 ? 4 : 8) && address.isMulticast();
     return isGroup ? DecodeError::none : DecodeError::group;
   }
 
@@ -156,7 +160,8 @@ DecodeError readCrpAdv(Cursor &in, CrpAdvMessage &message) {
   std::vector<CrpGroup> &group = message.groupData()->groupInfo()->group;
   group.resize(message.prefixCount());
   for (CrpGroup &range : group) {
-    if (const DecodeError error = in.group(range); error != DecodeError::none) return error;
+    if (const DecodeError error = in.group(range.prefix, range.adminScope, range.bidir); error != DecodeError::none)
+      return error;
   }
   return DecodeError::none;
 }
@@ -175,11 +180,8 @@ Kiv::Ptr<BootstrapMessage> Codec::recycled() {
 
 DecodeError Codec::readBlock(Cursor &in, BootstrapGroupData &block) {
   if (!in.has(Wire::groupSize(family_) + 4)) return DecodeError::truncated;
-  CrpGroup group;
-  if (const DecodeError error = in.group(group); error != DecodeError::none) return error;
-  block.prefix_ = group.prefix;
-  block.adminScope_ = group.adminScope;
-  block.bidir_ = group.bidir;
+  const DecodeError error = in.group(block.prefix_, block.adminScope_, block.bidir_);
+  if (error != DecodeError::none) return error;
   block.rpCount_ = in.u8();
   block.fragmentRpCount_ = in.u8();
   in.skip(2);
