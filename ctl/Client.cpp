@@ -1,0 +1,39 @@
+#include "ctl/Client.h"
+
+#include <boost/asio/local/stream_protocol.hpp>
+#include <chrono>
+#include <stdexcept>
+
+namespace Control {
+
+namespace {
+
+constexpr std::chrono::seconds patience{30};
+
+std::string whyUnreachable(const std::string &socket, const std::string &program,
+                           const boost::system::error_code &error) {
+  if (error == boost::system::errc::permission_denied) return "not permitted to talk to " + program + " on " + socket;
+  return program + " does not run: nobody listens on " + socket + " (" + error.message() + ")";
+}
+
+}  // namespace
+
+Rows ask(const std::string &socket, const std::string &program, const Request &request) {
+  boost::asio::local::stream_protocol::iostream agent;
+  agent.expires_after(patience);
+  try {
+    agent.connect(boost::asio::local::stream_protocol::endpoint(socket));
+  } catch (const boost::system::system_error &tooLong) {
+    throw std::runtime_error(socket + ": " + tooLong.code().message());
+  }
+  if (!agent) throw std::runtime_error(whyUnreachable(socket, program, agent.error()));
+  agent << toLine(request) << '\n' << std::flush;
+  std::string line;
+  if (!std::getline(agent, line) || agent.eof()) {
+    throw std::runtime_error(program + " gave no reply on " + socket +
+                             (agent.error() ? " (" + agent.error().message() + ")" : ""));
+  }
+  return rowsFromLine(line);
+}
+
+}  // namespace Control

@@ -1,0 +1,102 @@
+#include "ctl/Options.h"
+
+#include <boost/program_options.hpp>
+#include <sstream>
+
+#include "daemon/control/Defaults.h"
+
+namespace Control {
+
+namespace po = boost::program_options;
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+po::options_description visible() {
+  po::options_description described("Options");
+  described.add_options()                                                                           //
+      ("ipv4,4", "ask PimBsr, the agent for IPv4 (the default)")                                    //
+      ("ipv6,6", "ask PimBsr6, the agent for IPv6")                                                 //
+      ("socket", po::value<std::string>()->value_name("PATH"), "ask the agent that listens there")  //
+      ("vrf", po::value<std::string>()->value_name("NAME"), "of this VRF only")                     //
+      ("json", "print one array of objects, times in seconds")                                      //
+      ("version", "print the version and exit")                                                     //
+      ("help", "print this, or the columns of the noun given, and exit");
+  return described;
+}
+
+po::variables_map parse(const Texts &arguments) {
+  po::options_description all = visible();
+  all.add_options()("operand", po::value<Texts>());
+  po::positional_options_description operands;
+  operands.add("operand", -1);
+  const int style = po::command_line_style::unix_style & ~po::command_line_style::allow_guessing;
+  po::variables_map given;
+  po::store(po::command_line_parser(arguments).options(all).positional(operands).style(style).run(), given);
+  return given;
+}
+
+void readAgent(const po::variables_map &given, Options &options) {
+  if (given.count("ipv4") + given.count("ipv6") + given.count("socket") > 1) {
+    throw UsageError("only one of --socket, -4 and -6 may be given");
+  }
+  const auto family = given.count("ipv6") ? Pax::AddressFamily::ipv6 : Pax::AddressFamily::ipv4;
+  options.program = given.count("socket") ? "the agent" : programName(family);
+  options.socket = given.count("socket") ? given["socket"].as<std::string>() : defaultSocket(family);
+}
+
+void readOperands(const Texts &operands, Options &options) {
+  if (operands.empty()) throw UsageError("a verb is missing");
+  const Verb *verb = verbOf(operands[0]);
+  if (!verb) throw UsageError("there is no verb '" + operands[0] + "'");
+  options.request.verb = operands[0];
+  size_t next = 1;
+  if (verb->takesNoun) {
+    if (operands.size() < 2) throw UsageError("'" + operands[0] + "' needs a noun");
+    options.noun = nounOf(operands[1]);
+    if (!options.noun) throw UsageError("there is no noun '" + operands[1] + "'");
+    options.request.noun = operands[1];
+    next = 2;
+  } else if (*verb->operands && operands.size() > 1) {
+    options.request.argument = operands[1];
+    next = 2;
+  }
+  if (operands.size() > next) throw UsageError("'" + operands[next] + "' is too much");
+}
+
+}  // namespace
+
+Options optionsFrom(const Texts &arguments) {
+  try {
+    const po::variables_map given = parse(arguments);
+    const Texts operands = given.count("operand") ? given["operand"].as<Texts>() : Texts();
+    Options options;
+    options.json = given.count("json") > 0;
+    if (given.count("vrf")) options.request.vrf = given["vrf"].as<std::string>();
+    readAgent(given, options);
+    if (given.count("version")) {
+      options.action = Options::Action::version;
+    } else if (given.count("help")) {
+      options.action = Options::Action::help;
+      if (!operands.empty()) options.noun = nounOf(operands.back());
+    } else {
+      readOperands(operands, options);
+    }
+    if (options.request.verb == "watch") {
+      options.action = Options::Action::watch;
+      options.request.verb = "show";
+    }
+    return options;
+  } catch (const po::error &error) {
+    throw UsageError(error.what());
+  }
+}
+
+std::string usage() {
+  std::ostringstream out;
+  out << "Usage: pimbsrctl [OPTION]... VERB [NOUN] [ARGUMENT]\n" << helpText() << visible();
+  return out.str();
+}
+
+}  // namespace Control

@@ -1,0 +1,33 @@
+/// The command line of pimbsrctl.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "daemon/control/Nouns.h"
+#include "daemon/control/Request.h"
+
+namespace Control {
+
+/// The command line is not understood; what() says why.
+class UsageError : public std::runtime_error {
+ public:
+  using runtime_error::runtime_error;
+};
+
+struct Options {
+  enum class Action { ask, watch, help, version };
+  Action action = Action::ask;
+  bool json = false;
+  std::string program;  ///< the agent asked, for messages
+  std::string socket;
+  Request request;
+  const Noun *noun = nullptr;  ///< null where the verb takes none
+};
+
+/// Throws UsageError.
+Options optionsFrom(const std::vector<std::string> &arguments);
+std::string usage();
+
+}  // namespace Control

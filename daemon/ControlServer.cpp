@@ -1,0 +1,162 @@
+#include "daemon/ControlServer.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <boost/asio/read_until.hpp>
+#include <boost/asio/write.hpp>
+#include <chrono>
+#include <filesystem>
+#include <stdexcept>
+
+#include "daemon/control/Request.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace asio = boost::asio;
+using Socket = asio::local::stream_protocol::socket;
+using boost::system::error_code;
+
+namespace {
+
+constexpr std::chrono::seconds idleMost{10};   // until the next request is complete
+constexpr std::chrono::seconds writeMost{30};  // until a reply is taken
+
+std::runtime_error failure(const std::string &path, const std::string &what) {
+  return std::runtime_error("control socket " + path + ": " + what);
+}
+
+/// Whether an agent answers there.
+bool isAlive(asio::io_context &context, const std::string &path) {
+  Socket probe(context);
+  error_code error;
+  probe.connect(path, error);
+  // A full queue of a busy agent counts: try_again.
+  return !error || error == asio::error::try_again || error == asio::error::would_block;
+}
+
+void makeRoom(asio::io_context &context, const std::string &path) {
+  std::error_code ignored;
+  const auto directory = std::filesystem::path(path).parent_path();
+  if (!directory.empty()) std::filesystem::create_directories(directory, ignored);
+  const auto status = std::filesystem::symlink_status(path, ignored);
+  if (!std::filesystem::exists(status)) return;
+  if (!std::filesystem::is_socket(status)) throw failure(path, "there is a file of that name that is no socket");
+  if (isAlive(context, path)) throw failure(path, "another agent is listening there");
+  ::unlink(path.c_str());
+}
+
+}  // namespace
+
+/// One client. Lives as long as something is under way for it.
+class ControlServer::Session : public std::enable_shared_from_this<Session> {
+ public:
+  Session(Socket socket, std::shared_ptr<const Handler> handler)
+      : socket_(std::move(socket)), deadline_(socket_.get_executor()), handler_(std::move(handler)) {}
+
+  void read() {
+    deadlineIs(idleMost);
+    asio::async_read_until(
+        socket_, asio::dynamic_buffer(input_, Control::longestRequest), '\n',
+        [self = shared_from_this()](const error_code &error, size_t length) { self->readDone(error, length); });
+  }
+
+  void close() {
+    error_code ignored;
+    deadline_.cancel();
+    socket_.close(ignored);
+  }
+
+ private:
+  void readDone(const error_code &error, size_t length) {
+    if (error == asio::error::not_found) return write(Control::errorLine("the request is too long"), false);
+    if (error || !socket_.is_open()) return close();
+    std::string reply = (*handler_)(std::string_view(input_).substr(0, length - 1));
+    input_.erase(0, length);
+    write(std::move(reply), true);
+  }
+
+  void write(std::string reply, bool goOn) {
+    deadlineIs(writeMost);
+    output_ = std::move(reply) + '\n';
+    asio::async_write(socket_, asio::buffer(output_),
+                      [self = shared_from_this(), goOn](const error_code &error, size_t) {
+                        if (error || !goOn || !self->socket_.is_open()) return self->close();
+                        self->read();
+                      });
+  }
+
+  void deadlineIs(std::chrono::seconds seconds) {
+    deadline_.expires_after(seconds);
+    deadline_.async_wait([weak = weak_from_this()](const error_code &error) {
+      const auto self = weak.lock();
+      if (self && !error) self->close();
+    });
+  }
+
+  Socket socket_;
+  asio::steady_timer deadline_;
+  const std::shared_ptr<const Handler> handler_;
+  std::string input_;
+  std::string output_;
+};
+
+ControlServer::ControlServer(asio::io_context &context, const std::string &path, Handler handler)
+    : path_(path), handler_(std::make_shared<const Handler>(std::move(handler))), acceptor_(context), pause_(context) {
+  makeRoom(context, path);
+  listen();
+  accept();
+}
+
+ControlServer::~ControlServer() {
+  for (const auto &weak : sessions_) {
+    if (const auto session = weak.lock()) session->close();
+  }
+  error_code ignored;
+  acceptor_.close(ignored);
+  struct stat now {};
+  if (::lstat(path_.c_str(), &now) == 0 && now.st_dev == device_ && now.st_ino == inode_) ::unlink(path_.c_str());
+}
+
+void ControlServer::listen() {
+  // Nobody else may connect, not even between bind and chmod.
+  const mode_t before = ::umask(0117);
+  try {
+    acceptor_.open();
+    acceptor_.bind(path_);
+    ::umask(before);
+    acceptor_.listen();
+  } catch (const std::exception &error) {
+    ::umask(before);
+    throw failure(path_, error.what());
+  }
+  struct stat made {};
+  if (::lstat(path_.c_str(), &made) == 0) {
+    device_ = made.st_dev;
+    inode_ = made.st_ino;
+  }
+}
+
+void ControlServer::accept() {
+  acceptor_.async_accept([this, alive = std::weak_ptr(alive_)](const error_code &error, Socket socket) {
+    if (alive.expired() || error == asio::error::operation_aborted) return;
+    if (!error) {
+      serve(std::move(socket));
+      return accept();
+    }
+    pause_.expires_after(std::chrono::seconds(1));
+    pause_.async_wait([this, alive](const error_code &cancelled) {
+      if (!cancelled && !alive.expired()) accept();
+    });
+  });
+}
+
+void ControlServer::serve(Socket socket) {
+  std::erase_if(sessions_, [](const auto &session) { return session.expired(); });
+  if (sessions_.size() >= mostClients) return;  // closes it
+  const auto session = std::make_shared<Session>(std::move(socket), handler_);
+  sessions_.push_back(session);
+  session->read();
+}
+
+}  // namespace Routing::Pim::Bsr

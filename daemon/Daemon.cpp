@@ -1,0 +1,155 @@
+#include "daemon/Daemon.h"
+
+#include <csignal>
+#include <random>
+#include <stdexcept>
+
+#include "daemon/ConfigApply.h"
+#include "daemon/control/Nouns.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+
+Tracelet::Module trace("Pim::Bsr::Daemon");
+
+constexpr size_t logLines = 1000;
+
+}  // namespace
+
+Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configuration &configuration)
+    : family_(family),
+      options_(options),
+      log_(logLines),
+      watcher_(loop_),
+      random_(std::random_device()()),
+      wheel_(Kiv::make<Orb::TimerWheel>(loop_, loop_)),
+      configColl_(Kiv::make<ConfigColl>()),
+      clearConfigColl_(Kiv::make<ClearConfigColl>()),
+      statusColl_(Kiv::make<StatusColl>()),
+      signals_(loop_.context(), SIGTERM, SIGINT, SIGHUP) {
+  Tracelet::Registry::instance().sinkAdd(log_);
+  control_.emplace(loop_.context(), options.socket, [this](std::string_view line) { return reply(line); });
+  apply(configuration);
+  for (const auto &[vrf, host] : hosts_) {
+    if (host->isForbidden()) throw std::runtime_error("VRF " + vrf.text() + ": " + host->reason());
+  }
+  awaitSignal();
+  TRACELET(trace, 3, "Started with " << hosts_.size() << " VRFs");
+}
+
+Daemon::~Daemon() {
+  TRACELET(trace, 3, "Stopping");
+  control_.reset();
+  hosts_.clear();
+}
+
+void Daemon::awaitSignal() {
+  signals_.async_wait([this](const boost::system::error_code &error, int signal) {
+    if (error) return;
+    if (signal != SIGHUP) return stop();
+    reload();
+    awaitSignal();
+  });
+}
+
+std::vector<std::string> Daemon::reload() {
+  const LoadedConfiguration loaded = configurationFromFile(options_.config);
+  std::vector<std::string> errors;
+  for (const Finding &error : loaded.findings.errors) errors.push_back(toText(options_.config, error));
+  for (const std::string &error : errors) TRACELET(trace, 1, error);
+  if (!errors.empty()) {
+    TRACELET(trace, 1, "The configuration stays as it was");
+    return errors;
+  }
+  for (const Finding &warning : loaded.findings.warnings) {
+    TRACELET(trace, 2, "warning: " << toText(options_.config, warning));
+  }
+  apply(loaded.configuration);
+  TRACELET(trace, 3, "Configuration loaded from " << options_.config);
+  return errors;
+}
+
+// VRFs that go do so first: another may take over their namespace.
+void Daemon::apply(const Configuration &configuration) {
+  for (const auto &[vrf, pim] : std::exchange(configuration_, configuration).pim) {
+    if (!configuration_.pim.contains(vrf)) vrfDel(vrf);
+  }
+  configurationApply(configuration_, *configColl_);
+  const VrfHost::Process process{loop_, watcher_, wheel_, random_, family_};
+  for (const auto &[vrf, pim] : configuration_.pim) {
+    std::unique_ptr<VrfHost> &host = hosts_[vrf];
+    if (host) {
+      host->pimIs(pim);
+      continue;
+    }
+    const VrfHost::Entities entities{configColl_->vrfConfig(vrf), clearConfigColl_->vrfClearConfigIs(vrf),
+                                     statusColl_->vrfStatusIs(vrf)};
+    host = std::make_unique<VrfHost>(process, vrf, pim, entities);
+  }
+}
+
+void Daemon::vrfDel(const L3::VrfName &vrf) {
+  hosts_.erase(vrf);
+  clearConfigColl_->vrfClearConfigDel(vrf);
+  statusColl_->vrfStatusDel(vrf);
+}
+
+std::string Daemon::reply(std::string_view line) {
+  try {
+    return Control::rowsLine(answer(Control::requestFromLine(line)));
+  } catch (const std::exception &error) {
+    return Control::errorLine(error.what());
+  }
+}
+
+Rows Daemon::answer(const Control::Request &request) {
+  if (request.verb == "show") return show(request);
+  if (request.verb == "reload") return reloadRows();
+  if (request.verb != "trace") throw std::invalid_argument("there is no verb '" + request.verb + "'");
+  std::string error;
+  if (!request.argument.empty() && !traceLevelIs(traceLevelFrom(request.argument), error)) {
+    throw std::invalid_argument(error);
+  }
+  Rows rows = Rows::array();
+  for (const auto &[module, level] : Tracelet::Registry::instance().levels()) {
+    rows.push_back({{"module", module}, {"level", level}});
+  }
+  return rows;
+}
+
+Rows Daemon::show(const Control::Request &request) {
+  if (request.noun != "log") return rowsOf(request.noun, views(request.vrf));
+  Rows rows = Rows::array();
+  for (const std::string &line : log_.lines()) {
+    Rows row;
+    row["line"] = line;
+    rows.push_back(std::move(row));
+  }
+  return rows;
+}
+
+Rows Daemon::reloadRows() {
+  std::string all;
+  for (const std::string &error : reload()) all += (all.empty() ? "" : "\n") + error;
+  if (!all.empty()) throw std::invalid_argument(all);
+  return Rows::array();
+}
+
+std::vector<VrfView> Daemon::views(const std::string &vrf) const {
+  std::vector<VrfView> views;
+  for (const auto &[name, host] : hosts_) {
+    if (!vrf.empty() && name.text() != vrf) continue;
+    VrfView view{name, family_, loop_.now(), host->status(), nullptr, nullptr, nullptr};
+    if (const auto *platform = host->platform()) {
+      view.pimStatus = platform->pimStatus();
+      view.packets = &platform->port()->counters();
+    }
+    if (const auto *containerSm = host->containerSm()) view.bsrSm = &containerSm->bsrSm();
+    views.push_back(std::move(view));
+  }
+  if (!vrf.empty() && views.empty()) throw std::invalid_argument("there is no VRF '" + vrf + "'");
+  return views;
+}
+
+}  // namespace Routing::Pim::Bsr

@@ -1,0 +1,65 @@
+/// The agent as a process: its configuration, its VRFs, its control socket.
+#pragma once
+
+#include <boost/asio/signal_set.hpp>
+#include <map>
+#include <memory>
+#include <optional>
+
+#include "daemon/ConfigFile.h"
+#include "daemon/ControlServer.h"
+#include "daemon/Options.h"
+#include "daemon/VrfHost.h"
+#include "daemon/show/Show.h"
+#include "platform/tracelet/Sinks.h"
+
+namespace Routing::Pim::Bsr {
+
+/// Owns the loop and everything on it. SIGTERM and SIGINT stop it in order, SIGHUP reloads; a reload
+/// that fails changes nothing.
+class Daemon {
+ public:
+  /// Takes the socket before it touches any VRF, so that a second agent does no harm. Throws
+  /// std::runtime_error when there is one, or when the system does not let an agent run.
+  Daemon(Pax::AddressFamily family, const Options &options, const Configuration &configuration);
+  ~Daemon();
+
+  /// Until a signal, or stop().
+  void run() { loop_.run(); }
+  void stop() { loop_.stop(); }
+  Linux::EventLoop &loop() { return loop_; }
+
+  /// Reads the file again. Every error, as FILE:PATH: message; none when it was applied.
+  std::vector<std::string> reload();
+  /// The reply line to a request line of the control protocol.
+  std::string reply(std::string_view line);
+
+  const ConfigColl &configColl() const { return *configColl_; }
+  const Configuration &configuration() const { return configuration_; }
+
+ private:
+  void apply(const Configuration &configuration);
+  void vrfDel(const L3::VrfName &vrf);
+  void awaitSignal();
+  Rows answer(const Control::Request &request);
+  Rows show(const Control::Request &request);
+  Rows reloadRows();
+  std::vector<VrfView> views(const std::string &vrf) const;
+
+  const Pax::AddressFamily family_;
+  const Options options_;
+  Tracelet::RingSink log_;
+  Linux::EventLoop loop_;
+  Linux::NamespaceWatcher watcher_;
+  Orb::Random random_;
+  const Kiv::Ptr<Orb::TimerWheel> wheel_;
+  const Kiv::Ptr<ConfigColl> configColl_;
+  const Kiv::Ptr<ClearConfigColl> clearConfigColl_;
+  const Kiv::Ptr<StatusColl> statusColl_;
+  boost::asio::signal_set signals_;
+  std::optional<ControlServer> control_;
+  Configuration configuration_;
+  std::map<L3::VrfName, std::unique_ptr<VrfHost>> hosts_;
+};
+
+}  // namespace Routing::Pim::Bsr

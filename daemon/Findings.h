@@ -1,0 +1,30 @@
+/// What is wrong, or doubtful, in a configuration file.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace Routing::Pim::Bsr {
+
+/// `place` is where in the file: the path of the culprit ("/vrfConfig/default/holdTime", keys as they
+/// are written), LINE:COLUMN where the text is no JSON, or empty for the file as a whole.
+struct Finding {
+  std::string place;
+  std::string message;
+  bool operator==(const Finding &) const = default;
+};
+
+struct Findings {
+  std::vector<Finding> errors;
+  std::vector<Finding> warnings;
+
+  void error(std::string place, std::string message) { errors.push_back({std::move(place), std::move(message)}); }
+  void warning(std::string place, std::string message) { warnings.push_back({std::move(place), std::move(message)}); }
+};
+
+/// "FILE:PATH: message", as it is shown to operators.
+inline std::string toText(const std::string &file, const Finding &finding) {
+  return file + (finding.place.empty() ? "" : ":" + finding.place) + ": " + finding.message;
+}
+
+}  // namespace Routing::Pim::Bsr

@@ -1,0 +1,79 @@
+#include "daemon/Options.h"
+
+#include <boost/program_options.hpp>
+#include <sstream>
+
+#include "daemon/control/Defaults.h"
+#include "platform/tracelet/Tracelet.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace po = boost::program_options;
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+po::options_description describe(Pax::AddressFamily family) {
+  po::options_description described("Options");
+  described.add_options()  //
+      ("config", po::value<std::string>()->value_name("FILE")->default_value(Control::defaultConfigFile(family)),
+       "the configuration file")  //
+      ("socket", po::value<std::string>()->value_name("PATH")->default_value(Control::defaultSocket(family)),
+       "the socket that pimbsrctl talks to")                                        //
+      ("check", "validate the configuration and exit: 0 good, 2 with every error")  //
+      ("trace", po::value<Texts>()->value_name("MODULE=LEVEL")->composing(),
+       "trace a module up to a level from 0 to 9; * is every module; may be repeated")  //
+      ("version", "print the version and exit")                                         //
+      ("help", "print this and exit");
+  return described;
+}
+
+Options::Action actionOf(const po::variables_map &given) {
+  if (given.count("help")) return Options::Action::help;
+  if (given.count("version")) return Options::Action::version;
+  return given.count("check") ? Options::Action::check : Options::Action::run;
+}
+
+}  // namespace
+
+Options optionsFrom(Pax::AddressFamily family, const std::vector<std::string> &arguments) {
+  try {
+    const po::options_description described = describe(family);
+    po::variables_map given;
+    // No operands are taken, and no option may be shortened.
+    const int style = po::command_line_style::unix_style & ~po::command_line_style::allow_guessing;
+    po::store(po::command_line_parser(arguments).options(described).positional({}).style(style).run(), given);
+    Options options{actionOf(given), given["config"].as<std::string>(), given["socket"].as<std::string>(), {}};
+    if (given.count("trace")) {
+      for (const std::string &text : given["trace"].as<Texts>()) options.trace.push_back(traceLevelFrom(text));
+    }
+    return options;
+  } catch (const po::error &error) {
+    throw UsageError(error.what());
+  }
+}
+
+std::string usage(Pax::AddressFamily family) {
+  std::ostringstream out;
+  out << "Usage: " << Control::programName(family) << " [OPTION]...\n" << describe(family);
+  return out.str();
+}
+
+std::pair<std::string, int> traceLevelFrom(const std::string &text) {
+  const size_t equals = text.rfind('=');
+  if (equals == text.npos || equals == 0 || equals + 2 != text.size() || text.back() < '0' || text.back() > '9') {
+    throw UsageError("'" + text + "' is not MODULE=LEVEL with a level from 0 to 9");
+  }
+  return {text.substr(0, equals), text.back() - '0'};
+}
+
+bool traceLevelIs(const std::pair<std::string, int> &level, std::string &error) {
+  auto &registry = Tracelet::Registry::instance();
+  if (registry.levelIs(level.first, level.second)) return true;
+  error = "there is no trace module '" + level.first + "'; there are:";
+  for (const auto &[module, current] : registry.levels()) error += " " + module;
+  return false;
+}
+
+}  // namespace Routing::Pim::Bsr

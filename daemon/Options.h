@@ -1,0 +1,36 @@
+/// The command line of the programs.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/pax/IpGenAddr.h"
+
+namespace Routing::Pim::Bsr {
+
+/// The command line is not understood; what() says why.
+class UsageError : public std::runtime_error {
+ public:
+  using runtime_error::runtime_error;
+};
+
+struct Options {
+  enum class Action { run, check, version, help };
+  Action action = Action::run;
+  std::string config;
+  std::string socket;
+  std::vector<std::pair<std::string, int>> trace;  ///< module, level
+};
+
+/// Throws UsageError. Defaults are those of the family.
+Options optionsFrom(Pax::AddressFamily family, const std::vector<std::string> &arguments);
+std::string usage(Pax::AddressFamily family);
+
+/// From "MODULE=LEVEL", with a level from 0 to 9; throws UsageError.
+std::pair<std::string, int> traceLevelFrom(const std::string &text);
+/// Sets the level; false, with a message, when there is no such module.
+bool traceLevelIs(const std::pair<std::string, int> &level, std::string &error);
+
+}  // namespace Routing::Pim::Bsr

@@ -1,0 +1,121 @@
+#include "daemon/control/Nouns.h"
+
+#include <algorithm>
+#include <array>
+#include <iomanip>
+#include <sstream>
+
+namespace Control {
+
+namespace {
+
+constexpr Column vrf{"vrf", "the VRF"};
+constexpr Column zone{"zone", "group prefix of the scope zone"};
+constexpr Column upTime{"upTime", "seconds since it was learned"};
+constexpr Column expires{"expires", "seconds until it ends"};
+
+constexpr std::array bsr{
+    vrf,
+    zone,
+    Column{"address", "address of the elected BSR"},
+    Column{"priority", "its priority"},
+    Column{"hashMaskLen", "its hash mask length"},
+    Column{"state", "noInfo, acceptAny or acceptPreferred; as a candidate cBsr, pBsr or eBsr"},
+    Column{"elected", "whether this router is the BSR"},
+    upTime,
+    expires,
+};
+constexpr std::array rpSet{
+    vrf,
+    zone,
+    Column{"group", "group prefix"},
+    Column{"rp", "address of the RP"},
+    Column{"mode", "sparsemode or bidir"},
+    Column{"priority", "priority of the RP, the lowest wins"},
+    Column{"holdTime", "advertised hold time, seconds"},
+    Column{"hashMaskLen", "hash mask length of the BSR"},
+    upTime,
+    expires,
+    Column{"published", "whether it is in the VRF's published RP set"},
+};
+constexpr std::array interfaces{
+    vrf,
+    Column{"interface", "the interface, as VRF/NAME outside the default VRF"},
+    Column{"address", "PIM address"},
+    Column{"mtu", "bytes of a Bootstrap message that the agent counts on"},
+    Column{"dr", "designated router"},
+    Column{"isDr", "whether that is this router"},
+    Column{"neighbors", "number of PIM neighbours"},
+    Column{"border", "group prefixes for which it is a BSR border"},
+};
+constexpr std::array neighbors{
+    vrf,
+    Column{"interface", "the interface"},
+    Column{"address", "source address of the neighbour's Hellos"},
+    Column{"addresses", "its other addresses on the link"},
+    Column{"drPriority", "DR priority, if it tells one"},
+    Column{"generationId", "generation ID, if it tells one"},
+    upTime,
+    expires,
+};
+constexpr std::array counters{
+    vrf,
+    Column{"errors", "messages that the agent refused, by reason"},
+    Column{"packets", "packets that never reached the agent, by reason, and those received and sent"},
+};
+constexpr std::array log{Column{"line", "time, module, level and text"}};
+
+constexpr std::array allNouns{
+    Noun{"bsr", "the elected BSR of each scope zone", bsr},
+    Noun{"rp-set", "the RPs learned from the BSRs", rpSet},
+    Noun{"interfaces", "the interfaces on which PIM is on and usable", interfaces},
+    Noun{"neighbors", "the PIM neighbours", neighbors},
+    Noun{"counters", "message counters of each VRF", counters, Noun::Layout::fields, true},
+    Noun{"log", "the last trace lines", log, Noun::Layout::lines},
+};
+
+constexpr std::array allVerbs{
+    Verb{"show", "NOUN", "show it once", true},
+    Verb{"watch", "NOUN", "show it every second until interrupted", true},
+    Verb{"trace", "[MODULE=LEVEL]", "set a trace level, * for every module; without an operand list them", false},
+    Verb{"reload", "", "read the configuration file again", false},
+};
+
+template <class Entry>
+const Entry *entryOf(std::span<const Entry> entries, std::string_view name) {
+  const auto found =
+      std::find_if(entries.begin(), entries.end(), [&](const Entry &entry) { return entry.name == name; });
+  return found == entries.end() ? nullptr : &*found;
+}
+
+void helpLine(std::ostream &out, std::string_view name, std::string_view help) {
+  out << "  " << std::left << std::setw(22) << name << ' ' << help << '\n';
+}
+
+}  // namespace
+
+std::span<const Noun> nouns() { return allNouns; }
+std::span<const Verb> verbs() { return allVerbs; }
+const Noun *nounOf(std::string_view name) { return entryOf(nouns(), name); }
+const Verb *verbOf(std::string_view name) { return entryOf(verbs(), name); }
+
+std::string helpText() {
+  std::ostringstream out;
+  out << "Verbs:\n";
+  for (const Verb &verb : verbs()) {
+    helpLine(out, std::string(verb.name) + (*verb.operands ? " " : "") + verb.operands, verb.help);
+  }
+  out << "Nouns:\n";
+  for (const Noun &noun : nouns()) helpLine(out, noun.name, noun.help);
+  return out.str();
+}
+
+std::string helpText(const Noun &noun) {
+  std::ostringstream out;
+  out << noun.name << ": " << noun.help << '\n';
+  for (const Column &column : noun.columns) helpLine(out, column.name, column.help);
+  if (noun.hasMore) out << "  and every counter by its own name\n";
+  return out.str();
+}
+
+}  // namespace Control

@@ -1,0 +1,47 @@
+/// What operators may ask the agent: its verbs, and the nouns with their columns.
+///
+/// This one table makes the client's help and its tables; the agent's rows have these names.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace Control {
+
+struct Column {
+  const char *name;
+  const char *help;
+};
+
+struct Noun {
+  enum class Layout {
+    table,   ///< a line a row, under a header
+    fields,  ///< a line a field, for rows with many
+    lines,   ///< the only column, as it is
+  };
+  const char *name;
+  const char *help;
+  std::span<const Column> columns;
+  Layout layout = Layout::table;
+  /// Rows have further fields, which come in front of the last columns.
+  bool hasMore = false;
+};
+
+struct Verb {
+  const char *name;
+  const char *operands;  ///< as the help shows them
+  const char *help;
+  bool takesNoun;
+};
+
+std::span<const Noun> nouns();
+std::span<const Verb> verbs();
+/// Null when there is none of this name.
+const Noun *nounOf(std::string_view name);
+const Verb *verbOf(std::string_view name);
+/// Verbs and nouns as the help shows them; a noun's own help with its columns.
+std::string helpText();
+std::string helpText(const Noun &noun);
+
+}  // namespace Control

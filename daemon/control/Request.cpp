@@ -1,0 +1,74 @@
+#include "daemon/control/Request.h"
+
+#include <algorithm>
+#include <array>
+#include <stdexcept>
+
+namespace Control {
+
+namespace {
+
+struct Field {
+  const char *name;
+  std::string Request::*text;
+};
+constexpr std::array fields{
+    Field{"verb", &Request::verb},
+    Field{"noun", &Request::noun},
+    Field{"vrf", &Request::vrf},
+    Field{"argument", &Request::argument},
+};
+
+// Interface names and traces may hold any byte.
+std::string toText(const Rows &json) { return json.dump(-1, ' ', false, Rows::error_handler_t::replace); }
+
+}  // namespace
+
+std::string toLine(const Request &request) {
+  Rows json = Rows::object();
+  for (const Field &field : fields) {
+    if (!(request.*field.text).empty()) json[field.name] = request.*field.text;
+  }
+  return toText(json);
+}
+
+Request requestFromLine(std::string_view line) {
+  const Rows json = Rows::parse(line, nullptr, false);
+  if (!json.is_object()) throw std::invalid_argument("a request is one line with a JSON object");
+  Request request;
+  for (const auto &member : json.items()) {
+    const std::string &name = member.key();
+    const auto field =
+        std::find_if(fields.begin(), fields.end(), [&](const Field &known) { return name == known.name; });
+    if (field == fields.end()) throw std::invalid_argument("a request has no member \"" + name + "\"");
+    if (!member.value().is_string()) throw std::invalid_argument("\"" + name + "\" is no text");
+    request.*field->text = member.value().get<std::string>();
+  }
+  if (request.verb.empty()) throw std::invalid_argument("a request needs a verb");
+  return request;
+}
+
+std::string rowsLine(const Rows &rows) {
+  Rows json;
+  json["rows"] = rows;
+  return toText(json);
+}
+
+std::string errorLine(std::string_view error) {
+  Rows json;
+  json["error"] = error;
+  return toText(json);
+}
+
+Rows rowsFromLine(std::string_view line) {
+  Rows json = Rows::parse(line, nullptr, false);
+  if (json.is_object() && json.contains("error") && json["error"].is_string()) {
+    throw std::runtime_error(json["error"].get<std::string>());
+  }
+  if (!json.is_object() || !json.contains("rows") || !json["rows"].is_array()) {
+    throw std::runtime_error("the agent's reply is not understood");
+  }
+  return std::move(json["rows"]);
+}
+
+}  // namespace Control

@@ -1,0 +1,38 @@
+/// The rows that answer "show NOUN": one file a noun, one function a file.
+#pragma once
+
+#include <vector>
+
+#include "daemon/control/Request.h"
+#include "engine/PimBsrSm.h"
+#include "model/Status.h"
+#include "platform/pim/PacketPort.h"
+#include "platform/pim/PimStatus.h"
+
+namespace Routing::Pim::Bsr {
+
+using Control::Rows;
+
+/// A VRF as it is now. What comes with the namespace is null while that is away.
+struct VrfView {
+  L3::VrfName vrf;
+  Pax::AddressFamily af = Pax::AddressFamily::unknown;
+  double now = 0;
+  Kiv::Ptr<const Status> status;
+  Kiv::Ptr<const Pim::Status> pimStatus;
+  PimBsrSm *bsrSm = nullptr;
+  const IO::PacketCounters *packets = nullptr;
+};
+
+/// The rows of a noun that VRFs have, sorted by VRF and then by the noun's own keys. Throws
+/// std::invalid_argument when it is none. `views` are sorted by VRF.
+Rows rowsOf(std::string_view noun, const std::vector<VrfView> &views);
+
+// Each appends the rows of one VRF.
+void showBsr(const VrfView &view, Rows &rows);
+void showRpSet(const VrfView &view, Rows &rows);
+void showInterfaces(const VrfView &view, Rows &rows);
+void showNeighbors(const VrfView &view, Rows &rows);
+void showCounters(const VrfView &view, Rows &rows);
+
+}  // namespace Routing::Pim::Bsr
