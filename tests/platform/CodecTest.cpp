@@ -228,7 +228,8 @@ TEST(CodecTest, whatIsWrittenIsReadBackAndWhatIsHeldNeverChanges) {
     Codec codec(a.af);
     std::vector<uint8_t> bytes;
     std::vector<std::pair<Kiv::Ptr<Message>, std::string>> held(100);
-    std::vector<std::pair<Kiv::Ptr<BootstrapGroupData>, Pax::IpGenPrefix>> heldBlocks;
+    std::vector<std::pair<Kiv::Ptr<BootstrapGroupData>, BootstrapGroupData::RpList>> heldBlocks;
+    std::vector<std::pair<Kiv::Ptr<BootstrapOptionalData>, BootstrapOptionalData::GroupData>> heldLists;
     for (int round = 0; round < 1000; ++round) {
       const Kiv::Ptr<Message> message = messages.next();
       message->sourceIs(a.onLink(1));
@@ -238,14 +239,18 @@ TEST(CodecTest, whatIsWrittenIsReadBackAndWhatIsHeldNeverChanges) {
       ASSERT_EQ(textOf(*result.message), textOf(*message));
       held[random() % held.size()] = {result.message, textOf(*message)};
       if (message->type() != MessageType::bootstrap || random() % 4) continue;
-      const auto &blocks = static_cast<const BootstrapMessage &>(*result.message).groupData();
-      if (!blocks.empty()) heldBlocks.emplace_back(blocks.front(), blocks.front()->prefix());
+      const auto &list = static_cast<const BootstrapMessage &>(*result.message).optionalData();
+      if (random() % 8 == 0) heldLists.emplace_back(list, list->groupData());
+      for (const auto &block : list->groupData()) {
+        if (random() % 4 == 0) heldBlocks.emplace_back(block, block->rpList());
+      }
       codec.decode(std::span(bytes).first(bytes.size() / 2), a.onLink(1), a.host(1));
     }
     for (const auto &[message, text] : held) {
       if (message) EXPECT_EQ(textOf(*message), text);
     }
-    for (const auto &[block, prefix] : heldBlocks) EXPECT_EQ(block->prefix(), prefix);
+    for (const auto &[block, rpList] : heldBlocks) EXPECT_EQ(block->rpList(), rpList);
+    for (const auto &[list, blocks] : heldLists) EXPECT_EQ(list->groupData(), blocks);
   }
 }
 

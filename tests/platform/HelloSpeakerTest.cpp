@@ -95,6 +95,8 @@ TEST(HelloSpeakerTest, theInterfaceStandsInStatusWhileConfiguredUpAndAddressed) 
   EXPECT_EQ(r.hellosIn(100), 0u) << "nothing leaves a dead link";
   r.intf->upIs(true);
   EXPECT_TRUE(r.pimIntf()->neighbor().empty());
+  r.hear(20);
+  EXPECT_TRUE(r.neighbor(20));
   r.pass(5);
   EXPECT_NE(r.hello(beforeDown).generationId(), firstGenerationId) << "a start is a new generation";
 
@@ -154,6 +156,16 @@ TEST(HelloSpeakerTest, aNewOrRestartedNeighborGetsOneTriggeredHelloWhichIsCounte
   r.port->broken = true;
   r.pass(5);
   EXPECT_EQ(triggered(), 2u) << "what was not sent does not count";
+}
+
+TEST(HelloSpeakerTest, newcomersDoNotPutOffTheTriggeredHelloOfTheFirst) {
+  Router r(ipv4);
+  r.pass(6);
+  for (uint32_t n = 0; n < 50; ++n) {
+    r.hear(100 + n);
+    r.pass(0.1);
+  }
+  EXPECT_GE(r.pimIntf()->triggeredHelloSent(), 1u);
 }
 
 TEST(HelloSpeakerTest, aHelloGoesBeforeTheBootstrapMessageThatNeighborsWouldRefuse) {
@@ -230,6 +242,16 @@ TEST(HelloSpeakerTest, aNewPriorityIsToldAtOnce) {
   r.speaker->parametersIs({true, 7});
   EXPECT_EQ(r.hello(r.hellos() - 1).drPriority(), 7u);
   EXPECT_TRUE(r.pimIntf()->isDr());
+}
+
+TEST(HelloSpeakerTest, speakingMayStopAndBeginAgain) {
+  Router r(ipv4);
+  r.pass(6);
+  r.speaker->parametersIs({false, 0});
+  EXPECT_EQ(r.hellosIn(100), 0u);
+  r.speaker->parametersIs({true, 0});
+  EXPECT_EQ(r.hellosIn(5), 1u);
+  EXPECT_NE(r.hello(1).generationId(), r.hello(0).generationId());
 }
 
 TEST(HelloSpeakerTest, aNewPrimaryAddressSaysGoodbyeFromTheOldAndHelloFromTheNew) {

@@ -180,6 +180,7 @@ TEST(PacketPortTest, aBootstrapMessageLeavesFromThePimAddressAfterAHelloAndCount
     ASSERT_TRUE(f.port->sent[1].message);
     EXPECT_EQ(static_cast<const BootstrapMessage &>(*f.port->sent[1].message).bsrAddress(), a.host(9));
 
+    const Tracelet::CaptureSink traces(1);
     tx.intfIdIs(f.eth2);  // no PIM there
     tx.countInc();
     f.port->broken = true;
@@ -188,6 +189,7 @@ TEST(PacketPortTest, aBootstrapMessageLeavesFromThePimAddressAfterAHelloAndCount
     EXPECT_EQ(tx.count(), 1u);
     EXPECT_EQ(f.port->counters().sent, 2u);
     EXPECT_EQ(f.port->counters().sendFailed, 4u);  // a Hello and the message each time
+    EXPECT_EQ(traces.count("Cannot send"), 4u);
   }
 }
 
