@@ -34,9 +34,17 @@ class Table {
   template <class ElementType>
   class Iterator {
    public:
+    // g++ 12 does not see that the destructor takes the address out of the table again.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdangling-pointer"
+#endif
     explicit Iterator(const Table &table) : table_(table), walk_{table.first_, false, table.walks_} {
       table_.walks_ = &walk_;
     }
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
     ~Iterator() { table_.walks_ = walk_.outer; }
     Iterator(const Iterator &) = delete;
     Iterator &operator=(const Iterator &) = delete;

@@ -1,0 +1,25 @@
+// A trace statement that is off, beside the same loop without it.
+
+#include <benchmark/benchmark.h>
+
+#include "platform/tracelet/Tracelet.h"
+
+namespace {
+
+Tracelet::Module module("TraceletBench");
+
+void traceOff(benchmark::State &state) {
+  uint32_t value = 0;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(++value);
+    TRACELET(module, 9, "the value is " << value);
+  }
+}
+void traceBare(benchmark::State &state) {
+  uint32_t value = 0;
+  for (auto _ : state) benchmark::DoNotOptimize(++value);
+}
+BENCHMARK(traceOff);
+BENCHMARK(traceBare);
+
+}  // namespace
