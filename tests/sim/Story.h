@@ -3,6 +3,7 @@
 
 #include <map>
 #include <memory>
+#include <sstream>
 
 #include "platform/sim/Network.h"
 #include "sim/Feeder.h"
@@ -66,12 +67,19 @@ class Story {
   bool within(double seconds, const std::function<bool()> &holds) {
     return time().runUntil(holds, time().now() + seconds);
   }
+  /// The running agents that have another BSR in the zone or publish another table, one a line.
+  std::string others(const Pax::IpGenPrefix &zone, const Pax::IpGenAddr &bsr, const Sim::RpTable &table) const {
+    std::ostringstream text;
+    for (const auto &[name, host] : hosts_) {
+      const Sim::RpTable published = Sim::tableOf(host->rpSet());
+      if (!host->runs() || (host->bsr(zone) == bsr && published == table)) continue;
+      text << name << " has " << host->bsr(zone) << " with " << published << "\n";
+    }
+    return text.str();
+  }
   /// Every running agent has this BSR (unset for none) in the zone, and publishes this table.
   bool everyAgentHas(const Pax::IpGenPrefix &zone, const Pax::IpGenAddr &bsr, const Sim::RpTable &table) const {
-    return std::all_of(hosts_.begin(), hosts_.end(), [&](const auto &named) {
-      const Sim::Host &host = *named.second;
-      return !host.runs() || (host.bsr(zone) == bsr && Sim::tableOf(host.rpSet()) == table);
-    });
+    return others(zone, bsr, table).empty();
   }
   bool everyAgentHas(const Pax::IpGenPrefix &zone, const Sim::Feeder &feeder, const Sim::RpTable &table) const {
     return everyAgentHas(zone, feeder.router().address(), table);
