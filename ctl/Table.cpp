@@ -21,7 +21,10 @@ Cell cellOf(const Rows &value) {
   if (value.is_number_float()) return {std::to_string(std::llround(value.get<double>())), true};
   if (!value.is_array()) return {value.dump(), value.is_number()};
   std::string joined;
-  for (const Rows &element : value) joined += (joined.empty() ? "" : ",") + cellOf(element).text;
+  for (const Rows &element : value) {
+    if (!joined.empty()) joined += ',';
+    joined += cellOf(element).text;
+  }
   return {joined.empty() ? "-" : joined};
 }
 
@@ -41,7 +44,8 @@ std::string aligned(const std::vector<Line> &lines) {
     std::string text;
     for (size_t i = 0; i < line.size(); ++i) {
       const std::string padding(widths[i] - widthOf(line[i].text), ' ');
-      text += (i == 0 ? "" : "  ") + (line[i].right ? padding + line[i].text : line[i].text + padding);
+      if (i > 0) text += "  ";
+      text += line[i].right ? padding + line[i].text : line[i].text + padding;
     }
     text.erase(text.find_last_not_of(' ') + 1);
     out += text + '\n';
@@ -79,7 +83,8 @@ std::string fieldsOf(const Rows &rows) {
   for (const Rows &row : rows) {
     std::vector<Line> lines;
     addFields(row, "", lines);
-    out += (out.empty() ? "" : "\n") + aligned(lines);
+    if (!out.empty()) out += '\n';
+    out += aligned(lines);
   }
   return out;
 }
