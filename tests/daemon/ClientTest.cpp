@@ -1,0 +1,72 @@
+#include <gtest/gtest.h>
+
+#include "ctl/Options.h"
+#include "ctl/Table.h"
+#include "daemon/Options.h"
+
+namespace {
+
+using Control::Rows;
+
+TEST(Table, ColumnsAreAlignedUnderTheirNames) {
+  const Rows rows = Rows::parse(R"([
+    {"vrf": "default", "interface": "eth0", "address": "10.0.0.1", "mtu": 1500, "dr": null, "isDr": true, "neighbors": 2,
+     "border": ["224.0.0.0/4", "239.1.0.0/16"]},
+    {"vrf": "blåfarge", "interface": "blue/eth1", "address": "fe80::1", "mtu": 9, "dr": "fe80::1", "isDr": false,
+     "neighbors": 10, "border": []}])");
+  EXPECT_EQ(Control::toTable(rows, Control::nounOf("interfaces")),
+            "vrf       interface  address    mtu  dr       isDr  neighbors  border\n"
+            "default   eth0       10.0.0.1  1500  -        yes           2  224.0.0.0/4,239.1.0.0/16\n"
+            "blåfarge  blue/eth1  fe80::1      9  fe80::1  no           10  -\n");
+  EXPECT_EQ(Control::toTable(Rows::array(), Control::nounOf("neighbors")),
+            "vrf  interface  address  addresses  drPriority  generationId  upTime  expires\n");
+}
+
+TEST(Table, CountersStandOneALine) {
+  const Rows rows = Rows::parse(
+      R"([{"vrf": "a", "rx": 12, "errors": {"rpfError": 3}, "packets": {"malformedBy": {"checksum": 1}}}])");
+  EXPECT_EQ(Control::toTable(rows, Control::nounOf("counters")),
+            "vrf                           a\n"
+            "rx                            12\n"
+            "errors.rpfError                3\n"
+            "packets.malformedBy.checksum   1\n");
+}
+
+TEST(CommandLine, TheClientTakesVerbNounAndOptionsInAnyOrder) {
+  const auto options = Control::optionsFrom({"watch", "--json", "rp-set", "-6", "--vrf=blue"});
+  EXPECT_EQ(options.action, Control::Options::Action::watch);
+  EXPECT_EQ(Control::toLine(options.request), R"({"verb":"show","noun":"rp-set","vrf":"blue"})");
+  EXPECT_EQ(options.socket, "/run/pimbsr/PimBsr6.sock");
+  EXPECT_TRUE(options.json);
+  EXPECT_EQ(Control::optionsFrom({"trace", "*=9"}).request.argument, "*=9");
+  EXPECT_EQ(Control::optionsFrom({"reload"}).socket, "/run/pimbsr/PimBsr.sock");
+
+  const std::vector<std::vector<std::string>> bad{
+      {},
+      {"show"},
+      {"show", "weather"},
+      {"dance", "bsr"},
+      {"show", "bsr", "more"},
+      {"reload", "now"},
+      {"show", "bsr", "-4", "-6"},
+      {"show", "bsr", "--js"},
+      {"show", "bsr", "--socket"},
+  };
+  for (const auto &arguments : bad) EXPECT_THROW(Control::optionsFrom(arguments), Control::UsageError);
+}
+
+TEST(CommandLine, TheAgentHasTheDefaultsOfItsFamilyAndRefusesTheRest) {
+  namespace Bsr = Routing::Pim::Bsr;
+  const auto ipv6 = Pax::AddressFamily::ipv6;
+  const auto options = Bsr::optionsFrom(ipv6, {"--trace", "A=1", "--check", "--trace=*=9"});
+  EXPECT_EQ(options.action, Bsr::Options::Action::check);
+  EXPECT_EQ(options.config, "/etc/pimbsr/PimBsr6.json");
+  EXPECT_EQ(options.socket, "/run/pimbsr/PimBsr6.sock");
+  EXPECT_EQ(options.trace, (std::vector<std::pair<std::string, int>>{{"A", 1}, {"*", 9}}));
+  for (const std::vector<std::string> &arguments : std::vector<std::vector<std::string>>{
+           {"file"}, {"--conf", "x"}, {"--config"}, {"--trace", "A"}, {"--trace", "A=10"}, {"--trace", "=1"}}) {
+    EXPECT_THROW(Bsr::optionsFrom(ipv6, arguments), Bsr::UsageError) << arguments[0];
+  }
+}
+
+}  // namespace

@@ -1,0 +1,155 @@
+#include "daemon/ControlServer.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <fstream>
+
+#include "tests/daemon/TemporaryDirectory.h"
+
+namespace Routing::Pim::Bsr {
+namespace {
+
+/// A client of which nothing is expected: bytes out, whatever comes back in.
+class RawClient {
+ public:
+  RawClient(boost::asio::io_context &context, const std::string &path) : context_(context) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    socket_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0);
+    EXPECT_EQ(::connect(socket_, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+  }
+  ~RawClient() { ::close(socket_); }
+
+  void send(const std::string &bytes) {
+    for (size_t sent = 0; sent < bytes.size();) {
+      const ssize_t count = ::send(socket_, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+      if (count > 0) {
+        sent += static_cast<size_t>(count);
+      } else if (errno != EAGAIN || context_.run_one_for(std::chrono::seconds(5)) == 0) {
+        return;  // refused to take more
+      }
+    }
+  }
+  void endSending() { ::shutdown(socket_, SHUT_WR); }
+
+  /// What the server says until `lines` lines are there or it closes, letting it work meanwhile.
+  std::string hear(int lines) {
+    std::string heard;
+    for (char byte = 0; lines > 0;) {
+      const ssize_t count = ::recv(socket_, &byte, 1, 0);
+      if (count == 1) {
+        heard += byte;
+        lines -= byte == '\n' ? 1 : 0;
+      } else if (count == 0 || errno != EAGAIN) {
+        return heard + "<closed>";
+      } else if (context_.run_one_for(std::chrono::seconds(5)) == 0) {
+        return heard + "<nothing>";
+      }
+    }
+    return heard;
+  }
+
+ private:
+  boost::asio::io_context &context_;
+  int socket_ = -1;
+};
+
+class ControlServerTest : public ::testing::Test {
+ protected:
+  std::unique_ptr<ControlServer> serve() {
+    return std::make_unique<ControlServer>(context, path,
+                                           [](std::string_view request) { return "<" + std::string(request) + ">"; });
+  }
+
+  ::Test::TemporaryDirectory directory;
+  const std::string path = directory.path() + "/run/agent.sock";
+  boost::asio::io_context context;
+};
+
+TEST_F(ControlServerTest, EachLineGetsItsReplyHoweverItArrives) {
+  const auto server = serve();
+  RawClient client(context, path);
+  client.send("one\ntwo\nthr");
+  EXPECT_EQ(client.hear(2), "<one>\n<two>\n");
+  client.send("ee\n");
+  client.endSending();
+  EXPECT_EQ(client.hear(2), "<three>\n<closed>");
+}
+
+TEST_F(ControlServerTest, ClientsThatMisbehaveHarmOnlyThemselves) {
+  const auto server = serve();
+  RawClient silent(context, path);
+  RawClient halfClosed(context, path);
+  halfClosed.send("no end of line");
+  halfClosed.endSending();
+  RawClient huge(context, path);
+  huge.send(std::string(1 << 20, 'x'));
+  { RawClient(context, path).send("gone before the reply\n"); }
+  RawClient good(context, path);
+  good.send("good\n");
+  EXPECT_EQ(good.hear(1), "<good>\n");
+  EXPECT_EQ(halfClosed.hear(1), "<closed>");
+  EXPECT_EQ(huge.hear(2), "{\"error\":\"the request is too long\"}\n<closed>");
+}
+
+TEST_F(ControlServerTest, NoMoreClientsThanTheLimitAreHeld) {
+  const auto server = serve();
+  std::vector<std::unique_ptr<RawClient>> clients;
+  for (size_t i = 0; i < ControlServer::mostClients; ++i) {
+    clients.push_back(std::make_unique<RawClient>(context, path));
+    clients.back()->send("x\n");
+    EXPECT_EQ(clients.back()->hear(1), "<x>\n");
+  }
+  EXPECT_EQ(RawClient(context, path).hear(1), "<closed>");
+  clients.pop_back();
+  context.poll();
+  RawClient next(context, path);
+  next.send("x\n");
+  EXPECT_EQ(next.hear(1), "<x>\n");
+}
+
+TEST_F(ControlServerTest, OnlyOwnerAndGroupMayUseTheSocketWhichGoesWithTheServer) {
+  auto server = serve();
+  struct stat made {};
+  ASSERT_EQ(::stat(path.c_str(), &made), 0);
+  EXPECT_EQ(made.st_mode & 07777, 0660u);
+  server.reset();
+  EXPECT_NE(::access(path.c_str(), F_OK), 0);
+}
+
+TEST_F(ControlServerTest, AStaleSocketIsReplacedAndALiveOneIsNot) {
+  auto first = serve();
+  EXPECT_THROW(
+      {
+        try {
+          serve();
+        } catch (const std::runtime_error &error) {
+          EXPECT_EQ(error.what(), "control socket " + path + ": another agent is listening there");
+          throw;
+        }
+      },
+      std::runtime_error);
+  // The file of an agent that was killed: a socket on which nobody listens.
+  ASSERT_EQ(::rename(path.c_str(), (path + ".kept").c_str()), 0);
+  first.reset();
+  ASSERT_EQ(::rename((path + ".kept").c_str(), path.c_str()), 0);
+  const auto second = serve();
+  RawClient client(context, path);
+  client.send("x\n");
+  EXPECT_EQ(client.hear(1), "<x>\n");
+}
+
+TEST_F(ControlServerTest, AFileOfThatNameIsLeftAlone) {
+  const std::string file = directory.path() + "/precious";
+  std::ofstream(file) << "data";
+  EXPECT_THROW(ControlServer(context, file, nullptr), std::runtime_error);
+  EXPECT_EQ(std::ifstream(file).get(), 'd');
+}
+
+}  // namespace
+}  // namespace Routing::Pim::Bsr

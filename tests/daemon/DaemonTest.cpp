@@ -1,0 +1,132 @@
+#include "daemon/Daemon.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fstream>
+#include <thread>
+
+#include "ctl/Client.h"
+#include "tests/daemon/TemporaryDirectory.h"
+
+namespace Routing::Pim::Bsr {
+namespace {
+
+/// A daemon whose VRFs wait for namespaces that never come, so that it needs no privilege.
+class DaemonTest : public ::testing::Test {
+ protected:
+  DaemonTest() { options.config = directory.path() + "/c.json", options.socket = directory.path() + "/s"; }
+
+  void write(const std::string &text) { std::ofstream(options.config) << text; }
+  void start() {
+    const auto loaded = configurationFromFile(options.config);
+    ASSERT_TRUE(loaded.good());
+    daemon.emplace(Pax::AddressFamily::ipv4, options, loaded.configuration);
+  }
+  /// Asks over the socket while the daemon's loop turns here.
+  Rows ask(const Control::Request &request) {
+    Rows answer;
+    std::atomic<bool> done = false;
+    std::thread client([&] {
+      try {
+        answer = Control::ask(options.socket, "the agent", request);
+      } catch (const std::runtime_error &error) {
+        answer = error.what();
+      }
+      done = true;
+      boost::asio::post(daemon->loop().context(), [] {});
+    });
+    while (!done) daemon->loop().turn();
+    client.join();
+    return answer;
+  }
+  std::vector<std::string> vrfs() {
+    std::vector<std::string> names;
+    for (const Rows &row : ask({"show", "bsr", "", ""})) names.push_back(row["vrf"]);
+    return names;
+  }
+
+  ::Test::TemporaryDirectory directory;
+  Options options;
+  std::optional<Daemon> daemon;
+};
+
+using Names = std::vector<std::string>;
+
+TEST_F(DaemonTest, AnswersItsClientAndSaysWhatIsWrongWithARequest) {
+  write(R"({"pim": {"no-such-ns-b": {}, "no-such-ns-a": {}}})");
+  start();
+  EXPECT_EQ(vrfs(), (Names{"no-such-ns-a", "no-such-ns-b"}));
+  EXPECT_EQ(ask({"show", "bsr", "no-such-ns-b", ""}).size(), 1u);
+  EXPECT_EQ(ask({"show", "bsr", "red", ""}), "there is no VRF 'red'");
+  EXPECT_EQ(ask({"show", "weather", "", ""}), "there is no noun 'weather'");
+  EXPECT_EQ(ask({"dance", "", "", ""}), "there is no verb 'dance'");
+  EXPECT_EQ(ask({"", "bsr", "", ""}), "a request needs a verb");
+  EXPECT_EQ(daemon->reply("7"), R"({"error":"a request is one line with a JSON object"})");
+  EXPECT_EQ(daemon->reply(R"({"verb": 1})"), R"({"error":"\"verb\" is no text"})");
+  EXPECT_EQ(daemon->reply(R"({"verbs": "show"})"), R"({"error":"a request has no member \"verbs\""})");
+  EXPECT_EQ(daemon->reply("\xff{\"verb\""), R"({"error":"a request is one line with a JSON object"})");
+}
+
+TEST_F(DaemonTest, TraceLevelsAreSetWhileItRunsAndTheLogTells) {
+  write(R"({"pim": {"no-such-ns-a": {}}})");
+  start();
+  EXPECT_EQ(ask({"trace", "", "", "Nowhere=9"}).get<std::string>().find("there is no trace module 'Nowhere'"), 0u);
+  EXPECT_EQ(ask({"trace", "", "", "Pim=x"}), "'Pim=x' is not MODULE=LEVEL with a level from 0 to 9");
+  int level = -1;
+  for (const Rows &row : ask({"trace", "", "", "Pim::Bsr::Daemon=7"})) {
+    if (row["module"] == "Pim::Bsr::Daemon") level = row["level"];
+  }
+  EXPECT_EQ(level, 7);
+  Tracelet::Registry::instance().levelIs("Pim::Bsr::Daemon", Tracelet::Registry::defaultLevel);
+  EXPECT_NE(ask({"show", "log", "", ""}).dump().find("VRF no-such-ns-a waits for namespace no-such-ns-a"),
+            std::string::npos);
+}
+
+TEST_F(DaemonTest, AReloadAppliesTheDifferenceAndABadFileChangesNothing) {
+  write(R"({"pim": {"no-such-ns-a": {}, "no-such-ns-b": {}}})");
+  start();
+  const auto config = daemon->configColl().vrfConfig("no-such-ns-a");
+
+  write(R"({"pim": {"no-such-ns-a": {"interfaces": ["eth0"]}, "no-such-ns-c": {}},
+            "vrfConfig": {"no-such-ns-a": {"holdTime": 60}}})");
+  EXPECT_EQ(ask({"reload", "", "", ""}), Rows::array());
+  EXPECT_EQ(vrfs(), (Names{"no-such-ns-a", "no-such-ns-c"}));
+  EXPECT_EQ(config->holdTime(), 60u);
+  EXPECT_EQ(daemon->configuration().pim.at("no-such-ns-a").interfaces.size(), 1u);
+
+  write(R"({"pim": {"no-such-ns-d": {"hello": 1}}, "vrfConfig": {}})");
+  EXPECT_EQ(ask({"reload", "", "", ""}), options.config + ":/pim/no-such-ns-d/hello: 1 is none of speak, listen");
+  EXPECT_EQ(vrfs(), (Names{"no-such-ns-a", "no-such-ns-c"}));
+
+  write(R"({"pim": {}})");
+  ::raise(SIGHUP);
+  while (!daemon->configuration().pim.empty()) daemon->loop().turn();
+  EXPECT_EQ(daemon->configColl().vrfConfig().size(), 0u);
+  ::raise(SIGTERM);
+  daemon->run();
+}
+
+TEST_F(DaemonTest, ASecondAgentOnTheSocketIsRefused) {
+  write("{}");
+  start();
+  EXPECT_THROW(Daemon(Pax::AddressFamily::ipv4, options, Configuration()), std::runtime_error);
+  EXPECT_EQ(vrfs(), Names());
+}
+
+TEST_F(DaemonTest, AClientSaysThatNoAgentRuns) {
+  EXPECT_THROW(
+      {
+        try {
+          Control::ask(options.socket, "PimBsr", {"show", "bsr", "", ""});
+        } catch (const std::runtime_error &error) {
+          EXPECT_EQ(error.what(),
+                    "PimBsr does not run: nobody listens on " + options.socket + " (No such file or directory)");
+          throw;
+        }
+      },
+      std::runtime_error);
+}
+
+}  // namespace
+}  // namespace Routing::Pim::Bsr

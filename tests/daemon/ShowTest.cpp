@@ -1,0 +1,124 @@
+#include "daemon/show/Show.h"
+
+#include <gtest/gtest.h>
+
+#include "daemon/control/Nouns.h"
+#include "tests/support/TestVrf.h"
+
+namespace Routing::Pim::Bsr {
+namespace {
+
+using ::Test::Addresses;
+using ::Test::Bsm;
+using ::Test::ipv4;
+using ::Test::ipv6;
+using ::Test::TestVrf;
+
+VrfView viewOf(const TestVrf &vrf) {
+  return {"default",
+          vrf.a.af,
+          vrf.time.now(),
+          vrf.status,
+          vrf.pimStatus,
+          vrf.sm ? &vrf.sm->bsrSm() : nullptr,
+          &vrf.port->counters()};
+}
+
+std::vector<std::string> namesOf(const Rows &row) {
+  std::vector<std::string> names;
+  for (const auto &member : row.items()) names.push_back(member.key());
+  return names;
+}
+
+/// A VRF with a neighbour, a BSR of the global zone and RPs of two groups, learned 10 s ago.
+void learn(TestVrf &vrf) {
+  vrf.intfIs(1);
+  vrf.hear(Bsm(vrf.a.host(1), 70)
+               .group(vrf.a.group(2), {{vrf.a.host(20), 150, 5}, {vrf.a.host(3), 100, 192}})
+               .group(vrf.a.group(1), {{vrf.a.host(9), 150, 0}}));
+  vrf.time.advanceTo(vrf.time.now() + 10);
+}
+
+TEST(Show, RowsHaveTheColumnsOfTheirNounInOrder) {
+  TestVrf vrf(ipv4);
+  learn(vrf);
+  for (const Control::Noun &noun : Control::nouns()) {
+    if (std::string(noun.name) == "log") continue;  // has no rows by VRF
+    const Rows rows = rowsOf(noun.name, {viewOf(vrf)});
+    ASSERT_FALSE(rows.empty()) << noun.name;
+    std::vector<std::string> columns;
+    for (const Control::Column &column : noun.columns) columns.push_back(column.name);
+    std::vector<std::string> names = namesOf(rows[0]);
+    if (noun.hasMore) names.erase(names.begin() + 1, names.end() - static_cast<long>(columns.size()) + 1);
+    EXPECT_EQ(names, columns) << noun.name;
+  }
+  EXPECT_THROW(rowsOf("weather", {viewOf(vrf)}), std::invalid_argument);
+}
+
+TEST(Show, TheElectedBsrAndTheSortedRpSet) {
+  for (const Addresses &a : {ipv4, ipv6}) {
+    TestVrf vrf(a);
+    EXPECT_EQ(rowsOf("bsr", {viewOf(vrf)}),
+              Rows::parse(R"([{"vrf": "default", "zone": ")" + Kiv::toText(Kiv::toValue(a.global())) +
+                          R"(", "address": null, "priority": null, "hashMaskLen": null, "state": "noInfo",
+          "elected": false, "upTime": null, "expires": null}])"));
+    learn(vrf);
+    const Rows bsr = rowsOf("bsr", {viewOf(vrf)});
+    ASSERT_EQ(bsr.size(), 1u);
+    EXPECT_EQ(bsr[0]["address"], Kiv::toText(Kiv::toValue(a.host(1))));
+    EXPECT_EQ(bsr[0]["priority"], 70);
+    EXPECT_EQ(bsr[0]["state"], "acceptPreferred");
+    EXPECT_EQ(bsr[0]["upTime"], 10);
+    EXPECT_EQ(bsr[0]["expires"], 120);
+
+    std::vector<std::string> rps;
+    for (const Rows &row : rowsOf("rp-set", {viewOf(vrf)})) {
+      rps.push_back(row["rp"].get<std::string>() + " " + row["priority"].dump() + " " + row["expires"].dump() + " " +
+                    row["published"].dump());
+    }
+    const auto text = [&](uint32_t host) { return Kiv::toText(Kiv::toValue(a.host(host))); };
+    EXPECT_EQ(rps, (std::vector<std::string>{text(9) + " 0 140.0 true", text(3) + " 192 90.0 true",
+                                             text(20) + " 5 140.0 true"}));
+  }
+}
+
+TEST(Show, AnRpThatAnInnerZoneHidesIsNotPublished) {
+  TestVrf vrf(ipv4);
+  vrf.intfIs(1);
+  vrf.hear(Bsm(vrf.a.host(1)).group(vrf.a.inScope(1, 1), {{vrf.a.host(9), 150, 0}}));
+  EXPECT_EQ(rowsOf("rp-set", {viewOf(vrf)})[0]["published"], true);
+  vrf.hear(Bsm(vrf.a.host(2)).scope(vrf.a.scope(1)));
+  EXPECT_EQ(rowsOf("bsr", {viewOf(vrf)}).size(), 2u);
+  EXPECT_EQ(rowsOf("rp-set", {viewOf(vrf)})[0]["published"], false);
+}
+
+TEST(Show, CountersAreThereByNameAlsoBeforeAVrfRuns) {
+  TestVrf vrf(ipv4);
+  learn(vrf);
+  Rows row = rowsOf("counters", {viewOf(vrf)})[0];
+  EXPECT_EQ(row["rxBsmSuccess"], 1);
+  EXPECT_EQ(row["errors"]["rpfError"], 0);
+  EXPECT_EQ(row["packets"]["received"], 1);
+  EXPECT_EQ(row["packets"]["malformedBy"].size(), Packet::decodeErrors - 1);
+
+  VrfView waiting{"red", Pax::AddressFamily::ipv4, 1, Kiv::make<Status>(L3::VrfName("red")), nullptr, nullptr, nullptr};
+  const Rows idle = rowsOf("counters", {waiting})[0];
+  EXPECT_EQ(namesOf(idle), namesOf(row));
+  EXPECT_EQ(idle["rx"], 0);
+  EXPECT_TRUE(rowsOf("interfaces", {waiting}).empty());
+}
+
+TEST(Show, NeighborsTellOnlyWhatTheyWereTold) {
+  TestVrf vrf(ipv6);
+  const auto neighbor = vrf.pimStatus->pimIntfIs(vrf.intfIs(1))->neighbor(vrf.neighbor(1));
+  neighbor->upTimeIs(vrf.time.now() - 3.25);
+  neighbor->expiresIs(Orb::never);
+  neighbor->secondaryIs(vrf.a.host(7));
+  neighbor->hasDrPriorityIs(true);
+  EXPECT_EQ(rowsOf("neighbors", {viewOf(vrf)}),
+            Rows::parse(R"([{"vrf": "default", "interface": "eth1", "address": "fe80::65", "addresses": ["2001:db8::7"],
+                             "drPriority": 1, "generationId": null, "upTime": 3.25, "expires": null}])"));
+}
+
+}  // namespace
+}  // namespace Routing::Pim::Bsr
