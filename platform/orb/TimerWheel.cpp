@@ -15,6 +15,11 @@ Timer::~Timer() { wheel_->disarm(*this); }
 
 void Timer::timeMinIs(double time) {
   REQUIRE(!std::isnan(time));
+  if (slot_ && time >= time_ && time < never) {
+    time_ = time;
+    sequence_ = ++wheel_->sequence_;
+    return;
+  }
   wheel_->disarm(*this);
   time_ = time;
   if (time != 0 && time != never) wheel_->arm(*this);
@@ -99,6 +104,13 @@ void TimerWheel::place(Timer &timer) {
   timer.slot_ = &tail;
 }
 
+bool TimerWheel::dealOn(Timer &timer, int64_t tick) {
+  if (tickOf(timer.time_) <= tick) return false;
+  unlink(timer);
+  place(timer);
+  return true;
+}
+
 void TimerWheel::unlink(Timer &timer) {
   Timer *&tail = *timer.slot_;
   if (timer.next_ == &timer) {
@@ -155,7 +167,7 @@ void TimerWheel::collectSlot(double now) {
   Timer *const tail = levels_[0]->slot[indexOf(current_, 0)];
   for (Timer *timer = tail->next_, *next = nullptr;; timer = next) {
     next = timer->next_;
-    if (timer->time_ <= now) {
+    if (!dealOn(*timer, current_) && timer->time_ <= now) {
       unlink(*timer);
       due_.push_back(timer);
     }
@@ -188,13 +200,19 @@ void TimerWheel::fireDue() {
 }
 
 double TimerWheel::nextTime() {
-  const Place place = nextSlot();
-  if (place.start == beyondAll) return never;
-  if (place.level > 0) return startOf(place.start);
-  const Timer *const tail = levels_[0]->slot[indexOf(place.start, 0)];
-  double least = tail->time_;
-  for (const Timer *timer = tail->next_; timer != tail; timer = timer->next_) least = std::min(least, timer->time_);
-  return least;
+  for (;;) {
+    const Place place = nextSlot();
+    if (place.start == beyondAll) return never;
+    if (place.level > 0) return startOf(place.start);
+    double least = never;
+    Timer *const tail = levels_[0]->slot[indexOf(place.start, 0)];
+    for (Timer *timer = tail->next_, *next = nullptr;; timer = next) {
+      next = timer->next_;
+      if (!dealOn(*timer, place.start)) least = std::min(least, timer->time_);
+      if (timer == tail) break;
+    }
+    if (least != never) return least;
+  }
 }
 
 void TimerWheel::ask(double time) {

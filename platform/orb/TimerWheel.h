@@ -4,7 +4,8 @@
 /// level has slots, and is dealt out to the levels below when its time comes. The windows are
 /// aligned: level l holds the timers whose tick differs from the current one within the bits of
 /// that level and agrees above them, so every timer of a level fires before those of the next.
-/// Arming, moving and disarming are O(1) and allocate nothing up to the horizon. Firing times are
+/// Arming, moving and disarming are O(1) and allocate nothing up to the horizon. A timer that is
+/// moved to a later time, as most are, stays in its slot until that is looked at. Firing times are
 /// exact (a tick is only the unit of sorting), and timers of one instant fire in the order in which
 /// they were armed.
 ///
@@ -50,7 +51,7 @@ class Timer {
   Kiv::Ptr<TimerWheel> wheel_;
   double time_ = never;
   uint64_t sequence_ = 0;   // order of arming
-  Timer **slot_ = nullptr;  // the slot's tail pointer; the slot is a ring
+  Timer **slot_ = nullptr;  // the slot's tail pointer; the slot is a ring, and not later than the time
   Timer *previous_ = nullptr;
   Timer *next_ = nullptr;
   uint32_t due_ = notDue;  // place among the timers being fired
@@ -106,6 +107,8 @@ class TimerWheel : public Kiv::Counted {
   void arm(Timer &timer);
   void disarm(Timer &timer);
   void place(Timer &timer);
+  /// Deals a postponed timer that the slot of `tick` still holds to its own slot. False if it is due there.
+  bool dealOn(Timer &timer, int64_t tick);
   static void unlink(Timer &timer);
   /// The first slot from the current tick on that holds timers.
   Place nextSlot();

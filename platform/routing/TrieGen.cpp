@@ -29,85 +29,110 @@ constexpr uint64_t upTo(unsigned length) {
   return length + 1 >= stride ? ~uint64_t{0} : (uint64_t{1} << (2u << length)) - 1;
 }
 
-/// The bits of an address from the first on, taken off chunk by chunk.
-class Bits {
- public:
-  explicit Bits(const Pax::IpGenAddr &address)
-      : high_(address.af() == Pax::AddressFamily::ipv4 ? uint64_t{address.v4()} << 32 : address.high()),
-        low_(address.af() == Pax::AddressFamily::ipv4 ? 0 : address.low()) {}
-  unsigned chunk() const { return static_cast<unsigned>(high_ >> (64 - stride)); }
-  void advance() {
-    high_ = high_ << stride | low_ >> (64 - stride);
-    low_ <<= stride;
-  }
+constexpr uint64_t bitOf(unsigned chunk) { return uint64_t{1} << chunk; }
 
- private:
-  uint64_t high_;
-  uint64_t low_;
-};
+/// Bits set in a word: without a call where the processor is not known to count them itself.
+constexpr unsigned countOf(uint64_t word) {
+  word -= word >> 1 & 0x5555555555555555;
+  word = (word & 0x3333333333333333) + (word >> 2 & 0x3333333333333333);
+  return static_cast<unsigned>(((word + (word >> 4)) & 0x0f0f0f0f0f0f0f0f) * 0x0101010101010101 >> 56);
+}
 
-/// The way from the root to a node, as the leading bits of the addresses there.
-struct Path {
+/// The bits of an address, the first at the top; an IPv4 address takes the top 32 of them.
+struct Bits {
   uint64_t high = 0;
   uint64_t low = 0;
-  unsigned depth = 0;
 
-  Path with(unsigned chunk) const {
-    const uint64_t bits = uint64_t{chunk} << (64 - stride);
-    Path result = *this;
-    if (depth < 64) result.high |= bits >> depth;
-    if (depth >= 64) result.low |= bits >> (depth - 64);
-    if (depth < 64 && depth + stride > 64) result.low |= bits << (64 - depth);
-    return result;
+  static Bits of(const Pax::IpGenAddr &address) {
+    if (address.af() == Pax::AddressFamily::ipv4) return {uint64_t{address.v4()} << 32, 0};
+    return {address.high(), address.low()};
   }
-  Path deeper() const { return {high, low, depth + stride}; }
   Pax::IpGenAddr address(Pax::AddressFamily family) const {
-    return family == Pax::AddressFamily::ipv4 ? Pax::IpGenAddr::v4(static_cast<uint32_t>(high >> 32))
-                                              : Pax::IpGenAddr::v6(high, low);
+    if (family == Pax::AddressFamily::ipv4) return Pax::IpGenAddr::v4(static_cast<uint32_t>(high >> 32));
+    return Pax::IpGenAddr::v6(high, low);
+  }
+  /// The chunk that begins `depth` bits (a multiple of the stride) into the address.
+  unsigned chunkAt(unsigned depth) const {
+    if (depth < 60) return high >> (58 - depth) & (chunks - 1);
+    if (depth == 60) return (high << 2 | low >> 62) & (chunks - 1);
+    return (depth < 126 ? low >> (122 - depth) : low << 4) & (chunks - 1);
+  }
+  /// How many leading bits agree.
+  unsigned common(const Bits &other) const {
+    if (high != other.high) return std::countl_zero(high ^ other.high);
+    return 64 + std::countl_zero(low ^ other.low);
   }
 };
 
 }  // namespace
 
+/// A node has prefixes or several children, the root aside: chains of single children are left out,
+/// so a node says where it stands, and whoever comes down to it compares.
 struct TrieGen::Node {
-  uint64_t prefixes = 0;          // a bit per place
-  uint64_t children = 0;          // a bit per chunk
+  uint64_t prefixes = 0;  // a bit per place
+  uint64_t children = 0;  // a bit per chunk
+  Bits bits;              // on the way to any prefix below; the first `depth` count
+  unsigned depth = 0;
   std::unique_ptr<Node[]> child;  // one per bit of children, in their order
 
-  bool empty() const { return prefixes == 0 && children == 0; }
   bool hasChild(unsigned chunk) const { return children >> chunk & 1; }
-  int indexOf(unsigned chunk) const { return std::popcount(children & ((uint64_t{1} << chunk) - 1)); }
+  unsigned indexOf(unsigned chunk) const { return countOf(children & (bitOf(chunk) - 1)); }
   Node &childAt(unsigned chunk) const { return child[indexOf(chunk)]; }
 
-  void childAdd(unsigned chunk) {
-    const int before = indexOf(chunk), count = std::popcount(children);
+  Node &childAdd(unsigned chunk, const Bits &at, unsigned atDepth) {
+    const unsigned before = indexOf(chunk), count = countOf(children);
     auto grown = std::make_unique<Node[]>(count + 1);
     std::move(child.get(), child.get() + before, grown.get());
     std::move(child.get() + before, child.get() + count, grown.get() + before + 1);
     child = std::move(grown);
-    children |= uint64_t{1} << chunk;
+    children |= bitOf(chunk);
+    child[before].bits = at;
+    child[before].depth = atDepth;
+    return child[before];
   }
 
   void childDel(unsigned chunk) {
-    const int before = indexOf(chunk), count = std::popcount(children);
+    const unsigned before = indexOf(chunk), count = countOf(children);
     auto rest = std::make_unique<Node[]>(count - 1);
     std::move(child.get(), child.get() + before, rest.get());
     std::move(child.get() + before + 1, child.get() + count, rest.get() + before);
     child = std::move(rest);
-    children &= ~(uint64_t{1} << chunk);
+    children &= ~bitOf(chunk);
   }
 
-  /// Appends every prefix stored from here on; `path` says where the node stands.
-  void collect(std::vector<Pax::IpGenPrefix> &routes, Pax::AddressFamily family, const Path &path) const {
+  /// Becomes a node at `atDepth`, with what it was as the only child.
+  void splitAt(unsigned atDepth) {
+    Node below = std::exchange(*this, Node());
+    bits = below.bits;
+    depth = atDepth;
+    children = bitOf(bits.chunkAt(depth));
+    child = std::make_unique<Node[]>(1);
+    child[0] = std::move(below);
+  }
+
+  /// Becomes its only child if nothing else keeps it.
+  void joinIfSingle() {
+    if (prefixes != 0 || countOf(children) != 1) return;
+    Node only = std::move(child[0]);
+    *this = std::move(only);
+  }
+
+  void collect(std::vector<Pax::IpGenPrefix> &routes, Pax::AddressFamily family) const {
     for (unsigned place = 1; place < chunks; ++place) {
-      if (!(prefixes >> place & 1)) continue;
+      if (!(prefixes & bitOf(place))) continue;
       const unsigned length = std::bit_width(place) - 1;
-      const unsigned leading = (place << (stride - length)) & (chunks - 1);
-      routes.emplace_back(path.with(leading).address(family), static_cast<uint8_t>(path.depth + length));
+      routes.emplace_back(at(place << (stride - length) & (chunks - 1)).address(family), depth + length);
     }
-    for (unsigned chunk = 0, index = 0; chunk < chunks; ++chunk) {
-      if (hasChild(chunk)) child[index++].collect(routes, family, path.with(chunk).deeper());
-    }
+    for (unsigned i = 0; i < countOf(children); ++i) child[i].collect(routes, family);
+  }
+
+ private:
+  /// The bits of the node, then the chunk.
+  Bits at(unsigned chunk) const {
+    const uint64_t top = uint64_t{chunk} << (64 - stride);
+    if (depth < 60) return {(bits.high & ~(~uint64_t{0} >> depth)) | top >> depth, 0};
+    if (depth == 60) return {(bits.high & ~uint64_t{0xf}) | top >> 60, top << 4};
+    return {bits.high, (bits.low & ~(~uint64_t{0} >> (depth - 64))) | top >> (depth - 64)};
   }
 };
 
@@ -117,15 +142,22 @@ TrieGen::TrieGen(std::string name, Pax::AddressFamily family)
 TrieGen::~TrieGen() = default;
 
 void TrieGen::routeIs(const Pax::IpGenPrefix &prefix, bool) {
-  if (prefix.af() != family_ || prefix.isEmpty()) return;
-  Bits bits(prefix.address());
+  if (prefix.isEmpty() || prefix.af() != family_) return;
+  const Bits bits = Bits::of(prefix.address());
+  const unsigned within = prefix.length() % stride;
+  const unsigned depth = prefix.length() - within;
   Node *node = root_.get();
-  unsigned left = prefix.length();
-  for (; left >= stride; left -= stride, bits.advance()) {
-    if (!node->hasChild(bits.chunk())) node->childAdd(bits.chunk());
-    node = &node->childAt(bits.chunk());
+  while (node->depth < depth) {
+    const unsigned chunk = bits.chunkAt(node->depth);
+    if (!node->hasChild(chunk)) {
+      node = &node->childAdd(chunk, bits, depth);
+      break;
+    }
+    node = &node->childAt(chunk);
+    const unsigned fork = std::min(depth, bits.common(node->bits) / stride * stride);
+    if (fork < node->depth) node->splitAt(fork);
   }
-  const uint64_t place = uint64_t{1} << placeOf(bits.chunk(), left);
+  const uint64_t place = bitOf(placeOf(bits.chunkAt(depth), within));
   if (node->prefixes & place) return;
   node->prefixes |= place;
   ++size_;
@@ -135,20 +167,20 @@ void TrieGen::routeIs(const Pax::IpGenPrefix &prefix, bool) {
 
 void TrieGen::routeDel(const Pax::IpGenPrefix &prefix) {
   if (!route(prefix)) return;
-  std::array<std::pair<Node *, unsigned>, 128 / stride + 1> path;
-  unsigned depth = 0;
-  Bits bits(prefix.address());
-  Node *node = root_.get();
-  unsigned left = prefix.length();
-  for (; left >= stride; left -= stride, bits.advance()) {
-    path[depth++] = {node, bits.chunk()};
-    node = &node->childAt(bits.chunk());
+  const Bits bits = Bits::of(prefix.address());
+  const unsigned within = prefix.length() % stride;
+  const unsigned depth = prefix.length() - within;
+  Node *parent = nullptr, *node = root_.get();
+  while (node->depth < depth) {
+    parent = node;
+    node = &node->childAt(bits.chunkAt(node->depth));
   }
-  node->prefixes &= ~(uint64_t{1} << placeOf(bits.chunk(), left));
-  for (; node->empty() && depth > 0; node = path[depth].first) {
-    --depth;
-    path[depth].first->childDel(path[depth].second);
+  node->prefixes &= ~bitOf(placeOf(bits.chunkAt(depth), within));
+  if (parent && node->prefixes == 0 && node->children == 0) {
+    parent->childDel(bits.chunkAt(parent->depth));
+    node = parent;
   }
+  if (node != root_.get()) node->joinIfSingle();
   --size_;
   ++version_;
   notify(&Notifiee::onRoute, Pax::IpGenPrefix(prefix));
@@ -174,16 +206,22 @@ Pax::IpGenPrefix TrieGen::findParent(const Pax::IpGenPrefix &prefix) const {
 }
 
 int TrieGen::matchLength(const Pax::IpGenAddr &address, unsigned most) const {
-  Bits bits(address);
-  int length = -1;
-  const Node *node = root_.get();
-  for (unsigned depth = 0;; depth += stride, bits.advance()) {
-    const unsigned left = most - depth;
-    const uint64_t matches = node->prefixes & covering[bits.chunk()] & upTo(left);
-    if (matches) length = static_cast<int>(depth + std::bit_width(unsigned(std::bit_width(matches) - 1)) - 1);
-    if (left < stride || !node->hasChild(bits.chunk())) return length;
-    node = &node->childAt(bits.chunk());
+  const Bits bits = Bits::of(address);
+  uint64_t longest = 0;  // the matches in the deepest node that has any
+  unsigned depth = 0;    // of that node
+  for (const Node *node = root_.get();;) {
+    const unsigned chunk = bits.chunkAt(node->depth);
+    if (const uint64_t matches = node->prefixes & covering[chunk] & upTo(most - node->depth)) {
+      longest = matches;
+      depth = node->depth;
+    }
+    if (!node->hasChild(chunk)) break;
+    node = &node->childAt(chunk);
+    if (node->depth > most || bits.common(node->bits) < node->depth) break;
   }
+  if (longest == 0) return -1;
+  const auto place = static_cast<unsigned>(std::bit_width(longest) - 1);
+  return static_cast<int>(depth + std::bit_width(place) - 1);
 }
 
 void TrieGen::describe(Kiv::Visitor &visitor) const {
@@ -194,7 +232,7 @@ void TrieGen::describe(Kiv::Visitor &visitor) const {
 
 std::vector<Pax::IpGenPrefix> TrieGen::routes() const {
   std::vector<Pax::IpGenPrefix> result;
-  root_->collect(result, family_, {});
+  root_->collect(result, family_);
   std::sort(result.begin(), result.end());
   return result;
 }

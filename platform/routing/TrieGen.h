@@ -2,8 +2,8 @@
 ///
 /// A multi-bit trie: each node looks at 6 bits of the address and keeps two 64-bit maps, one of
 /// the prefixes that end inside it and one of its children, which stand in one array. A lookup is
-/// one AND and one count of leading zeros a node, and a few nodes long. Since a match is a length
-/// of the address that was asked for, nodes hold no prefixes.
+/// one AND a node and one count of leading zeros at its end. Nodes that would only lead on are left
+/// out, so it is a few nodes long for IPv6 too.
 #pragma once
 
 #include <cstdint>

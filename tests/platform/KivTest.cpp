@@ -170,21 +170,25 @@ TEST_F(Kiv_, AReplayLeavesOutWhatItsCallbacksDeleteAndEndsWithItsReactor) {
 TEST_F(Kiv_, AReactorMayDestroyItselfAndOthersInItsCallback) {
   auto first = std::make_unique<Watcher>(tree), second = std::make_unique<Watcher>(tree),
        third = std::make_unique<Watcher>(tree), last = std::make_unique<Watcher>(tree);
+  std::unique_ptr<Watcher> late;
   std::string thirdHeard;
   third->then = [&](const std::string &what) { thirdHeard += what; };
   first->then = [&](const std::string &) {
     second.reset();
     last.reset();
+    late = std::make_unique<Watcher>(tree);
     first.reset();
   };
   tree->greenIs(false);
   EXPECT_EQ(thirdHeard, "green");
+  EXPECT_EQ(late->heard, "") << "it came in place of the last while the notification ran";
   tree->greenIs(true);
   EXPECT_EQ(thirdHeard, "greengreen");
 }
 
 TEST_F(Kiv_, AReactorThatComesDuringANotificationHearsOnlyTheNext) {
   std::unique_ptr<Watcher> late;
+  Watcher second(tree);
   watcher.then = [&](const std::string &) {
     if (!late) late = std::make_unique<Watcher>(tree);
   };

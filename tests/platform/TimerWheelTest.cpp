@@ -111,6 +111,12 @@ TEST_F(Wheel, LivesUntilTheLastOfItsTimersIsDestroyedInItsOwnCallback) {
   EXPECT_TRUE(time.idle());
 }
 
+TEST_F(Wheel, TakesItsRequestBackWhenItGoes) {
+  alarm('a', 1010).reset();
+  wheel = nullptr;
+  EXPECT_TRUE(time.idle());
+}
+
 TEST_F(Wheel, CostsNothingAtRest) {
   EXPECT_TRUE(time.idle());
   auto far = alarm('f', 1e9 + 0.5);

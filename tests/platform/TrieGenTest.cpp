@@ -82,7 +82,7 @@ TEST(TrieGen, TellsItsReadersOfRealChangesOnly) {
 IpGenPrefix anyPrefix(std::mt19937 &random, AddressFamily family) {
   const uint64_t high =
       (uint64_t{random()} << 32 | random()) & (random() % 2 ? 0x8000000000000003 : 0xf00000ff0000f0ff);
-  const uint64_t low = random() & 0xc000000000000007;
+  const uint64_t low = uint64_t{random()} << 62 | (random() & 7);
   const auto length = static_cast<uint8_t>(random() % (Pax::addressBits(family) + 1));
   return family == AddressFamily::ipv4 ? IpGenPrefix(IpGenAddr::v4(static_cast<uint32_t>(high >> 32 | high)), length)
                                        : IpGenPrefix(IpGenAddr::v6(high, low), length);
