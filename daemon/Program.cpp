@@ -51,7 +51,7 @@ int runProgram(Pax::AddressFamily family, const std::vector<std::string> &argume
     }
     return runAgent(family, options);
   } catch (const UsageError &error) {
-    std::cerr << name << ": " << error.what() << '\n' << usage(family);
+    std::cerr << name << ": " << error.what() << "\nTry '" << name << " --help'.\n";
     return badUsage;
   } catch (const std::exception &error) {
     std::cerr << name << ": " << error.what() << '\n';

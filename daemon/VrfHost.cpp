@@ -68,6 +68,7 @@ void VrfHost::open() {
   } catch (const std::system_error &error) {
     forbidden_ = error.code() == std::errc::operation_not_permitted || error.code() == std::errc::permission_denied;
     reason_ = error.what();
+    if (forbidden_) reason_ += " (the agent needs CAP_NET_RAW and CAP_NET_ADMIN, and CAP_SYS_ADMIN for namespaces)";
     TRACELET(trace, 1, "VRF " << vrf_ << " cannot be opened: " << reason_);
     platform_.reset();
     retry_.timeMinIs(process_.loop.now() + retryInterval);
