@@ -57,6 +57,11 @@ struct Bits {
     if (depth == 60) return (high << 2 | low >> 62) & (chunks - 1);
     return (depth < 126 ? low >> (122 - depth) : low << 4) & (chunks - 1);
   }
+  /// Whether the first `depth` bits (6 at least) agree.
+  bool agrees(const Bits &other, unsigned depth) const {
+    if (depth <= 64) return (high ^ other.high) >> (64 - depth) == 0;
+    return high == other.high && (low ^ other.low) >> (128 - depth) == 0;
+  }
   /// How many leading bits agree.
   unsigned common(const Bits &other) const {
     if (high != other.high) return std::countl_zero(high ^ other.high);
@@ -217,7 +222,7 @@ int TrieGen::matchLength(const Pax::IpGenAddr &address, unsigned most) const {
     }
     if (!node->hasChild(chunk)) break;
     node = &node->childAt(chunk);
-    if (node->depth > most || bits.common(node->bits) < node->depth) break;
+    if (node->depth > most || !bits.agrees(node->bits, node->depth)) break;
   }
   if (longest == 0) return -1;
   const auto place = static_cast<unsigned>(std::bit_width(longest) - 1);
