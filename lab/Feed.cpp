@@ -28,21 +28,25 @@ class Feed::Sender : public Orb::Timer {
   Sender(Feed &feed, Transmission transmission)
       : Timer(feed.vrf_.timerWheel()), feed_(feed), transmission_(std::move(transmission)) {}
 
-  void startIs(double time) { timeMinIs(time + transmission_.offset); }
+  void startIs(double time) { sendAt(time + transmission_.offset); }
 
  private:
+  void sendAt(double time) {
+    planned_ = time;
+    timeMinIs(time);
+  }
   void onTime() override {
-    const double planned = timeMin();
     std::cout << (transmission_.send() ? "sent " : "could not send ") << transmission_.text << std::endl;
     if (++sent_ == feed_.parameters_.count) {
       feed_.finished();
     } else {
-      timeMinIs(planned + transmission_.interval);
+      sendAt(planned_ + transmission_.interval);
     }
   }
 
   Feed &feed_;
   const Transmission transmission_;
+  double planned_ = 0;
   unsigned sent_ = 0;
 };
 
