@@ -27,7 +27,6 @@ class ContainerSm {
   const Container &container() const { return container_; }
   PimBsrSm &bsrSm() const { return *bsrSm_; }
   BootstrapMessageSm &bsrIOSm() const { return *bsrIOSm_; }
-  bool initialized() const { return initialized_; }
 
  private:
   void handleInitialized();

@@ -27,18 +27,20 @@ void ConfigSm::handleInitialized() {
 }
 
 void ConfigSm::handleBsrHoldTime() {
+  VRF_TRACE_ENTRY(trace);
   status_->bsTimeoutIs(config_->holdTime());
   VRF_TRACE(trace, 4, "BSR Hold Time is " << config_->holdTime());
 }
 
 void ConfigSm::handleSzTimeout() {
-  const uint64_t least = uint64_t{config_->holdTime()} * 10;
+  VRF_TRACE_ENTRY(trace);
+  const uint64_t least = std::min<uint64_t>(uint64_t{config_->holdTime()} * 10, UINT32_MAX);
   const uint32_t configured = config_->szTimeout();
   if (least <= configured) {
     status_->szTimeoutIs(configured);
     VRF_TRACE(trace, 4, "Scoped Zone timeout is " << configured << " secs");
   } else {
-    status_->szTimeoutIs(static_cast<uint32_t>(std::min<uint64_t>(least, UINT32_MAX)));
+    status_->szTimeoutIs(static_cast<uint32_t>(least));
     VRF_TRACE(trace, 4,
               "Scoped Zone timeout " << configured << " secs too low. Setting it to " << least << " secs in status");
   }

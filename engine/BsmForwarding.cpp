@@ -14,12 +14,21 @@ void PimBsrSm::forwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::B
   if (!initialized_) return;
   const uint32_t length = doComputeBsmLength(*bsm);
   VRF_TRACE(trace, 8, "BSM length is " << length);
-  for (const auto &[intfId, pimIntf] : pimStatus_->pimIntf()) {
-    if (pimIntf->neighbor().empty() || !usableForZone(zone, intfId, *pimIntf)) continue;
+  for (const Pax::IntfId &intfId : pimStatus_->pimIntf().keys()) {
+    const auto pimIntf = pimStatus_->pimIntf(intfId);
+    if (!pimIntf || pimIntf->neighbor().empty() || !usableForZone(zone, intfId, *pimIntf)) continue;
     VRF_TRACE(trace, 8, "MTU of interface " << intfId << " is " << pimIntf->mtu());
     sendBsm(zone, length, intfId, pimIntf->mtu(), bsm);
   }
   bsmFragmentsDelAll();
+}
+
+void PimBsrSm::doForwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  if (bsm->forward()) {
+    forwardBsm(zone, bsm);
+  } else {
+    VRF_TRACE(trace, 4, "Not Forwarding bootstrap message since noForward bit is set");
+  }
 }
 
 void PimBsrSm::doSendTriggeredBsm(const Pax::IpGenPrefix &zone, bool forward, const Pax::IntfId &intfId,
@@ -30,12 +39,8 @@ void PimBsrSm::doSendTriggeredBsm(const Pax::IpGenPrefix &zone, bool forward, co
   VRF_TRACE(trace, 4,
             "Sending BSM along oif=" << intfId << " for zone " << zone << " with forward bit set to "
                                      << (forward ? "True" : "False"));
-  const auto copy = Packet::BootstrapMessageIs();
-  copy->fragmentTagIs(bsm->fragmentTag());
+  const auto copy = Packet::bootstrapHeaderOf(*bsm);
   copy->forwardIs(forward);
-  copy->hashMaskLenIs(bsm->hashMaskLen());
-  copy->priorityIs(bsm->priority());
-  copy->bsrAddressIs(bsm->bsrAddress());
   for (const auto &group : bsm->groupData()) copy->optionalData()->groupDataEnq(group);
   sendBsm(zone, doComputeBsmLength(*copy), intfId, pimIntf->mtu(), copy);
   bsmFragmentsDelAll();

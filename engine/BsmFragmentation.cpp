@@ -1,5 +1,7 @@
 // PimBsrSm: measuring messages and cutting those that do not fit an interface (RFC 5059 section 4.1).
 
+#include <algorithm>
+
 #include "engine/PimBsrSm.h"
 #include "model/VrfTrace.h"
 #include "platform/tracelet/Require.h"
@@ -49,9 +51,15 @@ PimBsrTxFragments &PimBsrSm::buildFragments(const Pax::IpGenPrefix &zone, uint32
     ++group;
   }
   for (; group != groups.end(); ++group) {
-    if (doAddGroupData(zone, zoneRpCount, fragments, mtu, **group, false, vrfName()) != 0) {
-      splitGroupRpData_.push_back(*group);
+    if (doAddGroupData(zone, zoneRpCount, fragments, mtu, **group, false, vrfName()) == 0) continue;
+    // Receivers know a piece by tag and prefix: two groups of one prefix must not both be in pieces.
+    const Pax::IpGenPrefix &prefix = (*group)->prefix();
+    const auto same = [&](const auto &waiting) { return waiting->prefix() == prefix; };
+    if ((scoped && prefix == zone) || std::any_of(splitGroupRpData_.begin(), splitGroupRpData_.end(), same)) {
+      VRF_TRACE(trace, 1, "Not forwarding a second group block of " << prefix << " that needs to be split");
+      continue;
     }
+    splitGroupRpData_.push_back(*group);
   }
   VRF_TRACE(trace, 8, splitGroupRpData_.size() << " Group-Rp data needs to be split across fragments");
   for (const auto &waiting : splitGroupRpData_) {

@@ -11,7 +11,8 @@ namespace {
 
 Tracelet::Module trace("Pim::Bsr::CandidateSm");
 
-constexpr size_t mostRps = 255;  // what the RP count of a block can say
+constexpr size_t mostRps = 255;       // what the RP count of a block can say
+constexpr size_t mostWithdrawn = 64;  // of them withdrawn ones
 
 /// Lowest priority value first, then highest address.
 bool better(const Packet::BootstrapRpData &one, const Packet::BootstrapRpData &other) {
@@ -27,7 +28,7 @@ void BsrCandidateSm::doSendBsm(bool shutDown) {
   bsm->forwardIs(true);
   bsm->fragmentTagIs(static_cast<uint16_t>(random_.next()));
   bsm->hashMaskLenIs(static_cast<uint8_t>(candidate_->hashMaskLen()));
-  bsm->priorityIs(shutDown ? 0 : static_cast<uint8_t>(candidate_->priority()));
+  bsm->priorityIs(shutDown ? bsMinPriority : static_cast<uint8_t>(candidate_->priority()));
   bsm->bsrAddressIs(candidate_->address());
 
   const auto zoneStatus = bsrStatus_->crpStatus(zone_);
@@ -43,7 +44,6 @@ void BsrCandidateSm::doSendBsm(bool shutDown) {
   for (const Pax::IpGenPrefix &prefix : prefixes) {
     if (!scoped || prefix != zone_) doAddGroupData(*bsm, prefix, setOf(prefix).get());
   }
-  withdrawn_.clear();
   lastOriginated_ = bsrSm_.now();
   lastBsm_.bsmIs(bsm, bsrSm_.now());
   bsrSm_.forwardBsm(zone_, bsm);
@@ -81,23 +81,29 @@ Packet::BootstrapGroupData::RpList BsrCandidateSm::rpsToList(const Pax::IpGenPre
   if (!sparseRps.empty() && !bidirRps.empty()) {
     VRF_TRACE(trace, 1, "RPs of both modes for " << prefix << ". Sending only the bidirectional ones");
   }
-  const auto withdrawn = withdrawn_.find(prefix);
-  const bool only = sparseRps.empty() && bidirRps.empty() && withdrawn != withdrawn_.end();
-  bidir = !bidirRps.empty() || (only && withdrawn->second.begin()->second == Mode::bidir);
+  const WithdrawnRps withdrawn = takeWithdrawn(prefix);
+  bidir = !bidirRps.empty() || (sparseRps.empty() && !withdrawn.empty() && withdrawn.begin()->second == Mode::bidir);
   Packet::BootstrapGroupData::RpList rps = bidirRps.empty() ? std::move(sparseRps) : std::move(bidirRps);
   std::sort(rps.begin(), rps.end(), better);
-  size_t room = mostRps;
-  if (withdrawn != withdrawn_.end()) room -= std::min(room, withdrawn->second.size());
+  const size_t room = mostRps - withdrawn.size();
   if (rps.size() > room) {
-    VRF_TRACE(trace, 1, "More than " << mostRps << " RPs for " << prefix << ". Sending the best " << room);
+    VRF_TRACE(trace, 1, rps.size() << " RPs for " << prefix << ". Sending the best " << room);
     rps.resize(room);
   }
-  if (withdrawn != withdrawn_.end()) {
-    for (const auto &[address, mode] : withdrawn->second) {
-      if (rps.size() < mostRps) rps.push_back({address, 0, 0});
-    }
-  }
+  for (const auto &[address, mode] : withdrawn) rps.push_back({address, 0, 0});
   return rps;
+}
+
+/// Those to be listed now; what a message should not be filled with waits for the next.
+BsrCandidateSm::WithdrawnRps BsrCandidateSm::takeWithdrawn(const Pax::IpGenPrefix &prefix) {
+  WithdrawnRps taken;
+  const auto waiting = withdrawn_.find(prefix);
+  if (waiting == withdrawn_.end()) return taken;
+  while (taken.size() < mostWithdrawn && !waiting->second.empty()) {
+    taken.insert(waiting->second.extract(waiting->second.begin()));
+  }
+  if (waiting->second.empty()) withdrawn_.erase(waiting);
+  return taken;
 }
 
 }  // namespace Routing::Pim::Bsr

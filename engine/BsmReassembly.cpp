@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "engine/LastBsm.h"
 #include "engine/Reactors.h"
 #include "model/VrfTrace.h"
 #include "platform/tracelet/Require.h"
@@ -55,6 +56,16 @@ Kiv::Ptr<PimBsrRxFragments> PimBsrSm::bsmRxFragmentsIs(uint16_t tag) {
 
 void PimBsrSm::bsmRxFragmentsDel(uint16_t tag) {
   if (bsmRxFragments_.erase(tag)) handleBsmRxFragments(tag);
+}
+
+void PimBsrSm::doKeepBsm(LastBsm &lastBsm, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  lastBsm.bsmIs(bsm, now());
+  if (lastBsm.fragments && lastBsm.fragments->fragTag() != bsm->fragmentTag()) {
+    const uint16_t tag = lastBsm.fragments->fragTag();
+    bsmRxFragmentsDel(tag);
+    VRF_TRACE(trace, 4, "Removing saved fragments related to tag " << tag);
+  }
+  lastBsm.fragments = bsmRxFragments(bsm->fragmentTag());
 }
 
 void PimBsrSm::handleBsmRxFragments(uint16_t tag) {

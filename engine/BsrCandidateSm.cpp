@@ -69,19 +69,27 @@ void BsrCandidateSm::handleInitialized() {
     stateIs(BsrCandidateState::eBsr);
     VRF_TRACE(trace, 4, "state=" << state_ << " ,zone=" << zone_);
     doUpdateElectedBsr();
-    doArmBsTimer(0);  // the message goes out on the next turn, when the road to the wire is complete
-    doWriteExpiry();
+    // At the start of the VRF the message machines are not there yet: it goes out on the next turn.
+    announcing_ = true;
+    doArmBsTimer(0);
+    if (const auto own = bsrStatus_->bootstrapRouter(zone_)) own->expiryTimeIs(bsrSm_.now() + candidate_->bsPeriod());
   } else {
     doArmBsTimer(bs_rand_override());
     VRF_TRACE(trace, 5, " Next Expiry Time in " << bsTimer_.timeMin() - bsrSm_.now() << " seconds");
   }
 }
 
-/// With incomplete values the machine neither elects itself nor stays elected.
+/// With incomplete values the machine neither elects itself nor stays elected. One that was running
+/// follows nobody any more: the zone's BSR goes, since nothing would time it out.
 void BsrCandidateSm::postpone() {
-  initialized_ = false;
+  const bool wasRunning = std::exchange(initialized_, false);
   bsTimer_.timeMinIs(Orb::never);
-  candidate_->electedIs(false);
+  stateIs(BsrCandidateState::unset);
+  if (candidate_->elected()) {
+    candidate_->electedIs(false);
+    bsrSm_.clearRpSet(zone_);
+  }
+  if (wasRunning) doDelElectedBsr();
 }
 
 /// RFC 5059 section 5: the timeout has to outlast our own period. `lead` begins the trace that says
@@ -106,6 +114,7 @@ void BsrCandidateSm::bsmIs(const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
 }
 
 void BsrCandidateSm::handleBsm() {
+  VRF_TRACE_ENTRY(trace);
   const Kiv::Ptr<Packet::BootstrapMessage> bsm = bsm_;
   if (!initialized_ || !bsm) return;
   VRF_TRACE(trace, 5,
@@ -120,32 +129,34 @@ void BsrCandidateSm::handleBsm() {
 void BsrCandidateSm::handlePreferredBsm(const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
   stateIs(BsrCandidateState::cBsr);
   TRACE_STATE();
+  const auto held = bsrStatus_->bootstrapRouter(zone_);
+  const bool changed = held && held->ipAddr() != bsm->bsrAddress();
   candidate_->electedIs(false);
-  if (storedBsr_.ipAddr != bsm->bsrAddress()) {
+  if (changed) {
     VRF_TRACE(trace, 4, "Clearing RP Set for zone " << zone_ << " since we have a new BSR");
     bsrSm_.clearRpSet(zone_);
     withdrawn_.clear();
   }
   storedBsr_ = {bsm->bsrAddress(), bsm->priority(), bsm->hashMaskLen()};
   doUpdateElectedBsr();
-  doForwardBsm(bsm);
+  bsrSm_.doForwardBsm(zone_, bsm);
   bsrSm_.storeRpSet(zone_, bsm, false);
   doArmBsTimer(bsTimeout_);
   doWriteExpiry();
   VRF_TRACE(trace, 5, " Next Expiry Timer expires in about " << bsTimeout_ << " secs from now");
-  doKeepBsm(bsm);
+  bsrSm_.doKeepBsm(lastBsm_, bsm);
 }
 
 void BsrCandidateSm::handleNonPreferredBsm(const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
   VRF_TRACE_ENTRY(trace);
   switch (state_) {
     case BsrCandidateState::pBsr:
-      doForwardBsm(bsm);
+      bsrSm_.doForwardBsm(zone_, bsm);
       lastBsm_.bsmIs(bsm, bsrSm_.now());
       return;
     case BsrCandidateState::eBsr: doAnswer(); return;
     case BsrCandidateState::cBsr:
-      doForwardBsm(bsm);
+      bsrSm_.doForwardBsm(zone_, bsm);
       if (bsm->bsrAddress() == storedBsr_.ipAddr) {
         storedBsr_.priority = bsm->priority();
         storedBsr_.hashMaskLen = bsm->hashMaskLen();
@@ -177,6 +188,7 @@ void BsrCandidateSm::doAnswer() {
 }
 
 void BsrCandidateSm::handleBsrTimerExpiry() {
+  VRF_TRACE_ENTRY(trace);
   if (!initialized_) return;
   switch (state_) {
     case BsrCandidateState::cBsr:
@@ -186,39 +198,19 @@ void BsrCandidateSm::handleBsrTimerExpiry() {
       VRF_TRACE(trace, 5, "Next Expiry Time in " << bsTimer_.timeMin() - bsrSm_.now() << " seconds");
       return;
     case BsrCandidateState::pBsr:
-    case BsrCandidateState::eBsr: doElect(); return;
-    case BsrCandidateState::unset: break;
+    case BsrCandidateState::eBsr: break;
+    case BsrCandidateState::unset: REQUIRE_AS(false, "Invalid Candidate BSR state");
   }
-  REQUIRE_AS(false, "Invalid Candidate BSR state");
-}
-
-void BsrCandidateSm::doElect() {
   stateIs(BsrCandidateState::eBsr);
   TRACE_STATE();
   storeSelf();
   candidate_->electedIs(true);
+  bsrSm_.keepOwnSet(zone_);
   doSendBsm(false);
-  doArmBsTimer(bsrSm_.hasRps(zone_) ? candidate_->bsPeriod() : bsMinInterval);
+  const bool settled = withdrawn_.empty() && (std::exchange(announcing_, false) || bsrSm_.hasRps(zone_));
+  doArmBsTimer(settled ? candidate_->bsPeriod() : bsMinInterval);
   doWriteExpiry();
   VRF_TRACE(trace, 5, "Next Expiry Time in " << bsTimer_.timeMin() - bsrSm_.now() << " seconds");
-}
-
-void BsrCandidateSm::doForwardBsm(const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
-  if (bsm->forward()) {
-    bsrSm_.forwardBsm(zone_, bsm);
-  } else {
-    VRF_TRACE(trace, 4, "Not Forwarding bootstrap message since noForward bit is set");
-  }
-}
-
-void BsrCandidateSm::doKeepBsm(const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
-  lastBsm_.bsmIs(bsm, bsrSm_.now());
-  if (lastBsmFragments_ && lastBsmFragments_->fragTag() != bsm->fragmentTag()) {
-    const uint16_t tag = lastBsmFragments_->fragTag();
-    bsrSm_.bsmRxFragmentsDel(tag);
-    VRF_TRACE(trace, 4, "Removing saved fragments related to tag " << tag);
-  }
-  lastBsmFragments_ = bsrSm_.bsmRxFragments(bsm->fragmentTag());
 }
 
 void BsrCandidateSm::doArmBsTimer(double seconds) { bsTimer_.timeMinIs(bsrSm_.now() + seconds); }
@@ -261,9 +253,9 @@ void BsrCandidateSm::doUpdateElectedBsr() {
   const bool added = !bsr;
   if (added) bsr = bsrStatus_->bootstrapRouterIs(zone_);
   if (added || bsr->ipAddr() != storedBsr_.ipAddr) bsr->setupTimeIs(bsrSm_.now());
+  bsr->ipAddrIs(storedBsr_.ipAddr);
   bsr->priorityIs(storedBsr_.priority);
   bsr->hashMaskLenIs(storedBsr_.hashMaskLen);
-  bsr->ipAddrIs(storedBsr_.ipAddr);
   VRF_TRACE(trace, 4,
             (added ? "Added" : "Updated") << " Elected BSR " << storedBsr_.ipAddr << " with priority "
                                           << storedBsr_.priority << ", hashMaskLen " << storedBsr_.hashMaskLen);
@@ -277,6 +269,7 @@ void BsrCandidateSm::doDelElectedBsr() {
 }
 
 void BsrCandidateSm::handleBsTimeout() {
+  VRF_TRACE_ENTRY(trace);
   if (!initialized_) return;
   doComputeBsTimeout("BS holdtime is set to ");
   doShortenBsTimer();
@@ -301,7 +294,7 @@ void BsrCandidateSm::doShortenBsTimer() {
 
 /// Whether the change is one of an elected candidate with complete values: it stays elected, and
 /// publishes what changed. Any other change starts the machine anew.
-bool BsrCandidateSm::KivCandidate::changesElectedBsr() {
+bool BsrCandidateSm::KivCandidate::staysElectedOrRestarts() {
   if (sm_.candidate_->elected() && sm_.isComplete()) {
     REQUIRE_AS(bsrCandidateSm()->state() == eBsr(), "bsrCandidateSm()->state() == eBsr()");
     return true;
@@ -311,8 +304,9 @@ bool BsrCandidateSm::KivCandidate::changesElectedBsr() {
 }
 
 void BsrCandidateSm::KivCandidate::handleIpChange() {
+  VRF_TRACE_ENTRY(trace);
   VRF_TRACE(trace, 4, "Changing IP address to " << notifier()->address() << " for zone " << sm_.zone_);
-  if (!changesElectedBsr()) return;
+  if (!staysElectedOrRestarts()) return;
   sm_.storedBsr_.ipAddr = notifier()->address();
   sm_.doUpdateElectedBsr();
 }
@@ -320,20 +314,22 @@ void BsrCandidateSm::KivCandidate::handleIpChange() {
 void BsrCandidateSm::KivCandidate::handlePriority() {
   VRF_TRACE_ENTRY_WITH(trace, "Priority=" << notifier()->priority());
   VRF_TRACE(trace, 4, "Changing priority to " << notifier()->priority() << " for zone " << sm_.zone_);
-  if (!changesElectedBsr()) return;
+  if (!staysElectedOrRestarts()) return;
   VRF_TRACE(trace, 4, "Changing priority of Elected BSR to " << notifier()->priority());
   sm_.storedBsr_.priority = notifier()->priority();
   sm_.doUpdateElectedBsr();
 }
 
 void BsrCandidateSm::KivCandidate::handleHashMaskLen() {
-  if (!changesElectedBsr()) return;
+  VRF_TRACE_ENTRY(trace);
+  if (!staysElectedOrRestarts()) return;
   VRF_TRACE(trace, 4, "Changing hashmask lenth of Elected BSR to " << notifier()->hashMaskLen());
   sm_.storedBsr_.hashMaskLen = notifier()->hashMaskLen();
   sm_.doUpdateElectedBsr();
 }
 
 void BsrCandidateSm::KivCandidate::handleBsPeriod() {
+  VRF_TRACE_ENTRY(trace);
   if (!sm_.initialized_ || !sm_.isComplete()) {
     sm_.handleInitialized();
     return;
@@ -343,6 +339,7 @@ void BsrCandidateSm::KivCandidate::handleBsPeriod() {
 }
 
 void BsrCandidateSm::KivCandidate::handleElected() {
+  VRF_TRACE_ENTRY(trace);
   if (notifier()->elected()) {
     VRF_TRACE(trace, 4, "We, " << notifier()->address() << " are elected as BSR for zone " << sm_.zone_);
     sm_.doUpdateElectedBsr();

@@ -20,6 +20,8 @@ class BsrCandidateSm {
   /// soon a change of the RP set is announced, and the least time between two messages that others
   /// provoke (RFC 5059 section 5: BS_Min_Interval).
   static constexpr double bsMinInterval = 10;
+  /// BSR priority of the last message of a candidate that goes, so that others take over.
+  static constexpr uint8_t bsMinPriority = 0;
 
   BsrCandidateSm(PimBsrSm &bsrSm, const Pax::IpGenPrefix &zone, const Kiv::Ptr<Status> &bsrStatus,
                  const Kiv::Ptr<Orb::TimerWheel> &timerWheel, Orb::Random &random);
@@ -76,7 +78,7 @@ class BsrCandidateSm {
     void handleHashMaskLen();
     void handleBsPeriod();
     void handleElected();
-    bool changesElectedBsr();
+    bool staysElectedOrRestarts();
     BsrCandidateSm &sm_;
   };
 
@@ -100,10 +102,7 @@ class BsrCandidateSm {
   void handleBsTimeout();
   void doComputeBsTimeout(const char *lead);
   void doShortenBsTimer();
-  void doElect();
   void doAnswer();
-  void doForwardBsm(const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
-  void doKeepBsm(const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
   void doArmBsTimer(double seconds);
   void doWriteExpiry();
   void doUpdateElectedBsr();
@@ -113,6 +112,7 @@ class BsrCandidateSm {
   // Originating (BsmOrigination.cpp)
   using WithdrawnRps = std::map<Pax::IpGenAddr, Mode>;
   void doAddGroupData(Packet::BootstrapMessage &bsm, const Pax::IpGenPrefix &prefix, const RpCandidateSet *set);
+  WithdrawnRps takeWithdrawn(const Pax::IpGenPrefix &prefix);
   Packet::BootstrapGroupData::RpList rpsToList(const Pax::IpGenPrefix &prefix, const RpCandidateSet *set, bool &bidir);
 
   // Collecting (CrpCollection.cpp)
@@ -132,8 +132,8 @@ class BsrCandidateSm {
   StoredBsr storedBsr_;
   Kiv::Ptr<Packet::BootstrapMessage> bsm_;
   LastBsm lastBsm_;
-  Kiv::Ptr<PimBsrRxFragments> lastBsmFragments_;
   double lastOriginated_ = 0;
+  bool announcing_ = false;                             // an election that outlived a restart has yet to be announced
   std::map<Pax::IpGenPrefix, WithdrawnRps> withdrawn_;  // to be listed once with hold time 0
   KivBsTimer bsTimer_;
   KivBsrStatus kivBsrStatus_;

@@ -7,12 +7,8 @@
 namespace Routing::Pim::Bsr {
 
 namespace {
-
 Tracelet::Module trace("Pim::Bsr::NonCandidateSm");
-
-bool isRunning(const Orb::Timer &timer) { return timer.timeMin() != 0 && timer.timeMin() != Orb::never; }
-
-}  // namespace
+}
 
 #define TRACE_STATE() VRF_TRACE(trace, 4, __PRETTY_FUNCTION__ << ", state=" << state_ << ", Zone=" << zone_)
 
@@ -61,35 +57,30 @@ void BsrNonCandidateSm::handleBsm() {
   }
   const BsrNonCandidateState previous = std::exchange(state_, BsrNonCandidateState::acceptPreferred);
   TRACE_STATE();
-  const bool accepted =
-      previous == BsrNonCandidateState::acceptPreferred ? handleBsmWhilePreferring(*bsm) : handleBsmOfAnyBsr(*bsm);
-  if (!accepted) return;
-  if (bsm->forward()) {
-    bsrSm_.forwardBsm(zone_, bsm);
+  if (previous != BsrNonCandidateState::acceptPreferred) {
+    handleBsmOfAnyBsr(*bsm);
+  } else if (isPreferred(*bsm)) {
+    handlePreferredBsm(*bsm);
   } else {
-    VRF_TRACE(trace, 4, "Not Forwarding bootstrap message since noForward bit is set");
+    VRF_TRACE(trace, 4, "Received Non Preferred BSM. Nothing to be done.");
+    return;
   }
+  bsrSm_.doForwardBsm(zone_, bsm);
   bsrSm_.storeRpSet(zone_, bsm, false);
-  doKeepBsm(bsm);
+  bsrSm_.doKeepBsm(lastBsm_, bsm);
   doArmBsTimer();
 }
 
 /// RFC 5059 section 3.1.3: a message is preferred when its weight is not less than the current
 /// BSR's; the current BSR's own messages are always taken.
-bool BsrNonCandidateSm::handleBsmWhilePreferring(const Packet::BootstrapMessage &bsm) {
-  if (const auto bsr = bsrStatus_->bootstrapRouter(zone_)) {
-    const PimBsrWeight current(static_cast<uint8_t>(bsr->priority()), bsr->ipAddr());
-    const PimBsrWeight offered(bsm.priority(), bsm.bsrAddress());
-    if (offered < current && bsm.bsrAddress() != bsr->ipAddr()) {
-      VRF_TRACE(trace, 4, "Received Non Preferred BSM. Nothing to be done.");
-      return false;
-    }
-  }
-  handlePreferredBsm(bsm);
-  return true;
+bool BsrNonCandidateSm::isPreferred(const Packet::BootstrapMessage &bsm) const {
+  const auto bsr = bsrStatus_->bootstrapRouter(zone_);
+  if (!bsr || bsm.bsrAddress() == bsr->ipAddr()) return true;
+  const PimBsrWeight current(static_cast<uint8_t>(bsr->priority()), bsr->ipAddr());
+  return !(PimBsrWeight(bsm.priority(), bsm.bsrAddress()) < current);
 }
 
-bool BsrNonCandidateSm::handleBsmOfAnyBsr(const Packet::BootstrapMessage &bsm) {
+void BsrNonCandidateSm::handleBsmOfAnyBsr(const Packet::BootstrapMessage &bsm) {
   auto bsr = bsrStatus_->bootstrapRouter(zone_);
   if (bsr && bsr->ipAddr() != bsm.bsrAddress()) {
     VRF_TRACE(trace, 4, "Clearing RP Set for zone " << zone_ << " since we have a new BSR");
@@ -103,10 +94,10 @@ bool BsrNonCandidateSm::handleBsmOfAnyBsr(const Packet::BootstrapMessage &bsm) {
             "Created BSR state: IP=" << bsr->ipAddr() << ", Priority=" << bsr->priority()
                                      << ", hashMaskLen=" << bsr->hashMaskLen() << " for Zone " << zone_);
   if (!isGlobalZone()) szTimer_.timeMinIs(Orb::never);
-  return true;
 }
 
 void BsrNonCandidateSm::handlePreferredBsm(const Packet::BootstrapMessage &bsm) {
+  VRF_TRACE_ENTRY(trace);
   const auto bsr = bsrStatus_->bootstrapRouterIs(zone_);
   if (bsr->ipAddr() != bsm.bsrAddress()) {
     VRF_TRACE(trace, 4,
@@ -128,22 +119,13 @@ void BsrNonCandidateSm::writeBsr(ElectedBsrStatus &bsr, const Packet::BootstrapM
   bsr.hashMaskLenIs(bsm.hashMaskLen());
 }
 
-void BsrNonCandidateSm::doKeepBsm(const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
-  lastBsm_.bsmIs(bsm, bsrSm_.now());
-  if (lastBsmFragments_ && lastBsmFragments_->fragTag() != bsm->fragmentTag()) {
-    const uint16_t tag = lastBsmFragments_->fragTag();
-    bsrSm_.bsmRxFragmentsDel(tag);
-    VRF_TRACE(trace, 4, "Removing saved fragments related to tag " << tag);
-  }
-  lastBsmFragments_ = bsrSm_.bsmRxFragments(bsm->fragmentTag());
-}
-
 void BsrNonCandidateSm::doArmBsTimer() {
   bsTimer_.timeMinIs(bsrSm_.now() + bsrStatus_->bsTimeout());
   VRF_TRACE(trace, 5, " Next BS timer expiry is in " << bsrStatus_->bsTimeout() << " seconds from now.");
 }
 
 void BsrNonCandidateSm::handleBsrTimerExpiry() {
+  VRF_TRACE_ENTRY(trace);
   if (!initialized_) return;
   if (state_ != BsrNonCandidateState::acceptPreferred) {
     VRF_TRACE(trace, 1, "Invalid event Bootstrap Timer Expiry in state " << state_);
@@ -163,6 +145,7 @@ void BsrNonCandidateSm::handleBsrTimerExpiry() {
 }
 
 void BsrNonCandidateSm::handleSzTimerExpiry() {
+  VRF_TRACE_ENTRY(trace);
   if (state_ != BsrNonCandidateState::acceptAny) {
     VRF_TRACE(trace, 1, "Invalid event Scope Zone Timer Expiry in state " << state_ << " for zone " << zone_);
     return;
@@ -174,9 +157,10 @@ void BsrNonCandidateSm::handleSzTimerExpiry() {
 }
 
 void BsrNonCandidateSm::handleBsTimeout() {
+  VRF_TRACE_ENTRY(trace);
   const double now = bsrSm_.now();
   const uint32_t timeout = bsrStatus_->bsTimeout();
-  if (!isRunning(bsTimer_)) {
+  if (!bsTimer_.armed()) {
     VRF_TRACE(trace, 5, "BS timer not set. Nothing to be done. ");
     return;
   }
@@ -189,9 +173,10 @@ void BsrNonCandidateSm::handleBsTimeout() {
 }
 
 void BsrNonCandidateSm::handleSzTimeout() {
+  VRF_TRACE_ENTRY(trace);
   const double now = bsrSm_.now();
   const uint32_t timeout = bsrStatus_->szTimeout();
-  if (!isRunning(szTimer_)) {
+  if (!szTimer_.armed()) {
     VRF_TRACE(trace, 5, "SZ timer not set. Nothing to be done. ");
     return;
   }

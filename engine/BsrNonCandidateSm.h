@@ -55,15 +55,14 @@ class BsrNonCandidateSm {
   bool isGlobalZone() const { return zone_ == bsrSm_.globalOrNonScopeZone(); }
   void handleInitialized();
   void handleBsm();
-  bool handleBsmOfAnyBsr(const Packet::BootstrapMessage &bsm);
-  bool handleBsmWhilePreferring(const Packet::BootstrapMessage &bsm);
+  void handleBsmOfAnyBsr(const Packet::BootstrapMessage &bsm);
+  bool isPreferred(const Packet::BootstrapMessage &bsm) const;
   void handlePreferredBsm(const Packet::BootstrapMessage &bsm);
   void handleBsrTimerExpiry();
   void handleSzTimerExpiry();
   void handleBsTimeout();
   void handleSzTimeout();
   void writeBsr(ElectedBsrStatus &bsr, const Packet::BootstrapMessage &bsm);
-  void doKeepBsm(const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
   void doArmBsTimer();
 
   PimBsrSm &bsrSm_;
@@ -73,7 +72,6 @@ class BsrNonCandidateSm {
   bool initialized_ = false;
   Kiv::Ptr<Packet::BootstrapMessage> bsm_;
   LastBsm lastBsm_;
-  Kiv::Ptr<PimBsrRxFragments> lastBsmFragments_;
   KivBsTimer bsTimer_;
   KivSzTimer szTimer_;
   KivBsrStatus kivBsrStatus_;

@@ -83,9 +83,10 @@ bool PimBsrSm::advertisedByAnother(const CrpOptions &options, const Pax::IpGenPr
 }
 
 void PimBsrSm::handleCrpMsg() {
+  if (!initialized_) return;
   VRF_TRACE_ENTRY(trace);
   const auto groupInfo = crpMsgStatus_->groupInfo();
-  if (!initialized_ || !groupInfo || groupInfo->group.empty()) return;
+  if (!groupInfo || groupInfo->group.empty()) return;
   const Pax::IpGenPrefix zone = bsrTrie_->longestMatch(groupInfo->group.front().prefix);
   const auto candidate = bsrStatus_->cbsr(zone);
   const auto bsr = bsrStatus_->bootstrapRouter(zone);

@@ -26,6 +26,10 @@ void BsrCandidateSm::doAddCrp(const Kiv::Ptr<Packet::CrpGroupInfo> &groupInfo, c
                      << " We prefer BIDIR. Hence deleting existing PIM-SM CRP entry");
     set->rpDel(rpAddress);
     rp = nullptr;
+    if (holdTime == 0) {  // it is gone here; everybody else has to be told
+      withdrawn_[group.prefix].insert_or_assign(rpAddress, Mode::sparse);
+      doPullBsTimer();
+    }
   } else if (rp && rp->pimMode() == Mode::bidir && !group.bidir) {
     VRF_TRACE(trace, 4,
               "CRP " << rpAddress << " has both PIM-SM and PIM-BIDIR instances."
@@ -48,10 +52,11 @@ void BsrCandidateSm::doAddCrp(const Kiv::Ptr<Packet::CrpGroupInfo> &groupInfo, c
     if (withdrawn->second.empty()) withdrawn_.erase(withdrawn);
   }
   if (!rp) {
+    const RpHashMaskLen hashMaskLen(candidate_->hashMaskLen());
     set = crpSetToAddTo(group.prefix);
     rp = set->rpIs(rpAddress);
     rp->setupTimeIs(bsrSm_.now());
-    rp->hashMaskLenIs(RpHashMaskLen(candidate_->hashMaskLen()));
+    rp->hashMaskLenIs(hashMaskLen);
     doPullBsTimer();
   }
   refreshCrp(group, *rp, priority, holdTime);

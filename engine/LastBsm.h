@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "engine/RxFragments.h"
 #include "platform/pim/Packet.h"
 
 namespace Routing::Pim::Bsr {
@@ -10,8 +11,8 @@ namespace Routing::Pim::Bsr {
 /// A message in fragments is several accepted messages with one tag. Kept are the newest message
 /// and those of the same tag and BSR that were accepted within `window` seconds before it, so that
 /// a refresh and a message to a new neighbour offer the whole RP set. A message that repeats a block
-/// (its prefix and first RP) of a kept one replaces it, so that a sender with a constant tag makes
-/// nothing grow.
+/// of a kept one (a whole group, or a piece with an RP of it) replaces it, so that a
+/// sender with a constant tag makes nothing grow.
 class LastBsm {
  public:
   static constexpr double window = 25;
@@ -19,10 +20,11 @@ class LastBsm {
   void bsmIs(const Kiv::Ptr<Packet::BootstrapMessage> &bsm, double now);
   void clear() { kept_.clear(); }
 
-  /// The newest, or null.
-  Kiv::Ptr<Packet::BootstrapMessage> newest() const { return kept_.empty() ? nullptr : kept_.back().bsm; }
   /// A copy of the list, oldest first: what is done with the messages may change what is kept.
   std::vector<Kiv::Ptr<Packet::BootstrapMessage>> all() const;
+
+  /// The groups of these messages that are still incomplete; null when there are none.
+  Kiv::Ptr<PimBsrRxFragments> fragments;
 
  private:
   struct Kept {

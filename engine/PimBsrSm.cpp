@@ -37,11 +37,16 @@ PimBsrSm::PimBsrSm(const Kiv::Ptr<Bsr::Status> &bsrStatus, const Kiv::Ptr<const 
   handleCrpMsg();
   handleInitialized();
   for (const Pax::IntfId &intfId : pimStatus_->pimIntf().keys()) handlePimIntf(intfId);
-  if (!initialized_) return;
+  if (initialized_) followStatus();
+}
+
+/// Creates the reactor of everything that the status holds already, as if it were new.
+void PimBsrSm::followStatus() {
   for (const Pax::IpGenAddr &rpAddress : bsrStatus_->crp().keys()) handleCrp(rpAddress);
-  for (const Pax::IpGenPrefix &zone : bsrStatus_->crpStatus().keys()) handleCrpStatus(zone);
+  for (const Pax::IpGenPrefix &zone : bsrStatus_->crpStatus().keys()) {
+    if (!crpZoneStatus_.contains(zone)) handleCrpStatus(zone);
+  }
   for (const Pax::IpGenPrefix &zone : bsrStatus_->bootstrapRouter().keys()) handleBootstrapRouter(zone);
-  published_->adopt();
 }
 
 PimBsrSm::~PimBsrSm() = default;
@@ -61,13 +66,16 @@ void PimBsrSm::handleInitialized() {
     return;
   }
   rpCandidateStatus_->rpSetTypeIs(rpSetTypeBsr);
-  if (!bsrTrie_) {
+  if (!bsrTrie_ || bsrTrie_->af() != bsrStatus_->af()) {
+    for (const Pax::IpGenPrefix &zone : crpZoneStatus_.keys()) crpZoneStatus_.erase(zone);
     const bool ipv4 = bsrStatus_->af() == Pax::AddressFamily::ipv4;
     bsrTrie_ = Kiv::make<TrieGen>(ipv4 ? "PimBsrTrie" : "PimBsr6Trie", bsrStatus_->af());
     bsrTrieBuilder_ = std::make_unique<PimBsrTrieBuilderSm>(bsrStatus_, bsrTrie_);
     published_ = std::make_unique<PublishedRpSet>(bsrStatus_, rpCandidateStatus_, bsrTrie_);
     kivBsrTrie_ = std::make_unique<KivBsrTrie>(*this);
     fragmentTimer_ = std::make_unique<KivFragmentTimer>(*this);
+    settledVersion_ = bsrTrie_->version();
+    published_->adopt();
   }
   fragmentTimer_->timeMinIs(Orb::never);
   initialized_ = true;
@@ -81,7 +89,7 @@ void PimBsrSm::handleAf() {
   if (!Pax::allGroups(bsrStatus_->af()).isEmpty()) {
     if (initialized_) return;
     handleInitialized();
-    for (const Pax::IpGenAddr &rpAddress : bsrStatus_->crp().keys()) handleCrp(rpAddress);
+    followStatus();
     return;
   }
   for (const CrpOptions &options : rpCandidateSm_.keys()) rpCandidateSm_.erase(options);
@@ -90,6 +98,7 @@ void PimBsrSm::handleAf() {
   VRF_TRACE(trace, 4, "Deleted all Non Candidate SMs");
   for (const Pax::IpGenPrefix &zone : candidateSm_.keys()) candidateSmDel(zone);
   VRF_TRACE(trace, 4, "Deleted all Candidate SMs");
+  for (const uint16_t tag : bsmRxFragments_.keys()) bsmRxFragmentsDel(tag);
   initialized_ = false;
 }
 
@@ -120,6 +129,7 @@ void PimBsrSm::handleBsm() {
 }
 
 void PimBsrSm::handleBsrCandidate() {
+  if (!initialized_) return;
   VRF_TRACE_ENTRY(trace);
   for (const Pax::IpGenPrefix &zone : bsrStatus_->cbsr().keys()) handleBsrCandidate(zone);
 }
@@ -230,7 +240,7 @@ void PimBsrSm::handleBsrTrie(const Pax::IpGenPrefix &zone) {
 void PimBsrSm::KivBsr::handleHashMaskLen() {
   const Pax::IpGenPrefix &zone = notifier()->zone();
   const uint32_t length = notifier()->hashMaskLen();
-  VRF_TRACE_ENTRY_WITH(trace, " ( " << zone << " )");
+  VRF_TRACE_ENTRY(trace);
   if (length == hashMaskLenUnset) return;
   const auto candidate = sm_.bsrStatus_->cbsr(zone);
   if (!candidate) {

@@ -48,7 +48,6 @@ class PimBsrSm : public Kiv::Entity {
   ~PimBsrSm() override;
 
   const std::string &vrfName() const { return bsrStatus_->name(); }
-  bool initialized() const { return initialized_; }
   const Kiv::Ptr<Bsr::Status> &bsrStatus() const { return bsrStatus_; }
   const Kiv::Ptr<const Pim::Status> &pimStatus() const { return pimStatus_; }
   const Kiv::Ptr<PimBsmStatus> &bsmStatus() const { return bsmStatus_; }
@@ -76,6 +75,8 @@ class PimBsrSm : public Kiv::Entity {
   void storeRpSet(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm, bool refresh);
   /// Renews the hold times of what `bsm` (null: nothing) lists, and sets its forward flag.
   void refreshRpSet(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
+  /// Makes sure that a scoped zone has a set, if an empty one, for its own prefix.
+  void keepOwnSet(const Pax::IpGenPrefix &zone);
   /// Whether any RP of the zone is known.
   bool hasRps(const Pax::IpGenPrefix &zone) const;
   /// Deletes every RP set of the zone.
@@ -92,6 +93,10 @@ class PimBsrSm : public Kiv::Entity {
   /// Floods a message out of every PIM interface that has a neighbour and is no border of the zone,
   /// the one that it came in on included (RFC 5059 section 3.4).
   void forwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
+  /// The same for a message that came in, unless its no-forward bit is set.
+  void doForwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
+  /// Remembers an accepted message; collections of an earlier tag end.
+  void doKeepBsm(LastBsm &lastBsm, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
   /// Sends one message on one interface, with the forward bit given.
   void doSendTriggeredBsm(const Pax::IpGenPrefix &zone, bool forward, const Pax::IntfId &intfId,
                           const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
@@ -115,6 +120,7 @@ class PimBsrSm : public Kiv::Entity {
 
   void handleInitialized();
   void handleAf();
+  void followStatus();
   void handleBsm();
   void handleBsrCandidate();
   void handleBsrCandidate(const Pax::IpGenPrefix &zone);
@@ -147,7 +153,8 @@ class PimBsrSm : public Kiv::Entity {
   bool storeGroup(Store &store, const Packet::BootstrapGroupData &group);
   bool storeRp(Store &store, RpCandidateSet &set, const Packet::BootstrapGroupData &group,
                const Packet::BootstrapRpData &rp);
-  Kiv::Ptr<RpCandidateSet> setToStoreInto(const Store &store, const Pax::IpGenPrefix &prefix);
+  Kiv::Ptr<RpCandidateSet> setToStoreInto(const Store &store, const Pax::IpGenPrefix &prefix,
+                                          const Packet::BootstrapGroupData::RpList &rps);
 
   // Reassembly (BsmReassembly.cpp)
   Kiv::Ptr<PimBsrRxFragment> collectGroup(const Packet::BootstrapMessage &bsm, const Packet::BootstrapGroupData &group);

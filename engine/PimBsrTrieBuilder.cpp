@@ -25,22 +25,24 @@ void PimBsrTrieBuilderSm::KivBsrStatus::onBootstrapRouter(const Pax::IpGenPrefix
 }
 
 void PimBsrTrieBuilderSm::handleBsr() {
+  VRF_TRACE_ENTRY(trace);
   for (const Pax::IpGenPrefix &zone : bsrStatus_->bootstrapRouter().keys()) handleBsr(zone);
 }
 
 void PimBsrTrieBuilderSm::handleBsr(const Pax::IpGenPrefix &zone) {
   VRF_TRACE_ENTRY_WITH(trace, " ( " << zone << " )");
-  ++trieUpdates_;
   if (bsrStatus_->bootstrapRouter(zone)) {
-    VRF_TRACE(trace, 4, "Added prefix " << zone << " into trie");
     trie_->routeIs(zone, true);
+    VRF_TRACE(trace, 4, "Added prefix " << zone << " into trie");
   } else {
-    VRF_TRACE(trace, 4, "Deleted prefix " << zone << " from trie");
     trie_->routeDel(zone);
+    VRF_TRACE(trace, 4, "Deleted prefix " << zone << " from trie");
   }
+  ++trieUpdates_;
 }
 
 void PimBsrTrieBuilderSm::KivBsr::handleBsrIp() {
+  VRF_TRACE_ENTRY(trace);
   const Pax::IpGenPrefix zone = notifier()->zone();
   VRF_TRACE(trace, 4,
             " BSR changed for zone " << zone << " to " << notifier()->ipAddr() << ". Generating changeroute event");

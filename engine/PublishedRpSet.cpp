@@ -1,5 +1,6 @@
 #include "engine/PublishedRpSet.h"
 
+#include <algorithm>
 #include <set>
 
 namespace Routing::Pim::Bsr {
@@ -10,8 +11,11 @@ PublishedRpSet::PublishedRpSet(const Kiv::Ptr<const Status> &bsrStatus, const Ki
 
 void PublishedRpSet::adopt() {
   for (const Pax::IpGenPrefix &prefix : published_->crpSet().keys()) {
+    const auto rps = published_->crpSet(prefix)->rp().keys();
     for (const Pax::IpGenPrefix &zone : bsrStatus_->crpStatus().keys()) {
-      if (!owner_.contains(prefix) && setOf(zone, prefix) && !trie_->route(zone)) owner_.insert(prefix, zone);
+      const auto set = zone.covers(prefix) && !trie_->route(zone) ? setOf(zone, prefix) : nullptr;
+      const bool all = set && std::all_of(rps.begin(), rps.end(), [&](const auto &rp) { return bool(set->rp(rp)); });
+      if (all && !owner_.contains(prefix)) owner_.insert(prefix, zone);
     }
     settle(prefix);
   }

@@ -45,7 +45,6 @@ class PimBsrSm::KivCrp : public RpCandidate::Notifiee {
     notifierReplay();
   }
   void onPrefixOptions(const Pax::IpGenPrefix &prefix) override;
-  const Kiv::Ptr<RpCandidate> &crp() const { return crp_; }
   /// The candidate RP is gone: its advertisers say goodbye.
   void handleDel() { doEndUnused(true); }
 

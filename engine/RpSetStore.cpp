@@ -1,5 +1,6 @@
 // PimBsrSm: storing the RP set of accepted Bootstrap messages.
 
+#include <algorithm>
 #include <optional>
 
 #include "engine/PimBsrSm.h"
@@ -22,6 +23,7 @@ struct PimBsrSm::Store {
 
 void PimBsrSm::storeRpSet(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm, bool refresh) {
   if (!initialized_) return;
+  if (!refresh) keepOwnSet(zone);
   Store store{zone, *bsm, refresh, now(), std::nullopt};
   for (const auto &group : bsm->groupData()) {
     if (!storeGroup(store, *group)) return;
@@ -45,8 +47,11 @@ bool PimBsrSm::storeGroup(Store &store, const Packet::BootstrapGroupData &group)
     rps = &collectedRps_;
   }
   const Pax::IpGenPrefix prefix = group.prefix();
-  const auto set = setToStoreInto(store, prefix);
-  if (!set) return true;
+  const auto set = setToStoreInto(store, prefix, *rps);
+  if (!set) {
+    if (split && !store.refresh) collectedGroupDone(store.bsm.fragmentTag(), prefix);
+    return true;
+  }
 
   filling_ = set.get();
   bool good = true;
@@ -60,7 +65,9 @@ bool PimBsrSm::storeGroup(Store &store, const Packet::BootstrapGroupData &group)
   return good;
 }
 
-Kiv::Ptr<RpCandidateSet> PimBsrSm::setToStoreInto(const Store &store, const Pax::IpGenPrefix &prefix) {
+/// Null when there is nothing to store into: in a refresh, or when no RP would stay in a new set.
+Kiv::Ptr<RpCandidateSet> PimBsrSm::setToStoreInto(const Store &store, const Pax::IpGenPrefix &prefix,
+                                                  const Packet::BootstrapGroupData::RpList &rps) {
   auto zoneStatus = bsrStatus_->crpStatus(store.zone);
   if (!zoneStatus) {
     if (store.refresh) return nullptr;
@@ -69,7 +76,9 @@ Kiv::Ptr<RpCandidateSet> PimBsrSm::setToStoreInto(const Store &store, const Pax:
   }
   const auto status = zoneStatus->statusIs("");
   if (const auto set = status->crpSet(prefix)) return set;
-  if (store.refresh) return nullptr;
+  if (store.refresh || std::none_of(rps.begin(), rps.end(), [](const auto &rp) { return rp.holdTime != 0; })) {
+    return nullptr;
+  }
   VRF_TRACE(trace, 4, "Creating Rp set associated with prefix " << prefix);
   return status->crpSetIs(prefix);
 }
@@ -107,6 +116,15 @@ bool PimBsrSm::storeRp(Store &store, RpCandidateSet &set, const Packet::Bootstra
   rp->expiresIs(store.now + data.holdTime);
   VRF_TRACE(trace, 5, "RP " << data.address << " to expire in " << data.holdTime << " from now");
   return true;
+}
+
+void PimBsrSm::keepOwnSet(const Pax::IpGenPrefix &zone) {
+  if (zone == globalOrNonScopeZone_) return;
+  const auto status = bsrStatus_->crpStatusIs(zone)->statusIs("");
+  status->rpSetTypeIs(rpSetTypeBsr);
+  if (status->crpSet(zone)) return;
+  VRF_TRACE(trace, 4, "Creating Rp set associated with prefix " << zone);
+  status->crpSetIs(zone);
 }
 
 bool PimBsrSm::hasRps(const Pax::IpGenPrefix &zone) const {

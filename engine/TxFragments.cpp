@@ -49,10 +49,11 @@ class GroupPlacement {
 
   /// The comparison with the IPv4 global zone makes every IPv6 zone one whose fragments begin with
   /// the zone's block.
-  bool needsZoneBlock(uint32_t i) const {
+  bool zoneBlockHeads() const {
     static const Pax::IpGenPrefix unscoped = Pax::allGroups(Pax::AddressFamily::ipv4);
-    return zone_ != unscoped && fragments_.fragment(i).isEmpty() && group_.prefix() != zone_;
+    return zone_ != unscoped && group_.prefix() != zone_;
   }
+  bool needsZoneBlock(uint32_t i) const { return zoneBlockHeads() && fragments_.fragment(i).isEmpty(); }
 
   bool fitsWhole(uint32_t i) const {
     const uint32_t length = fragments_.fragment(i).length;
@@ -66,8 +67,7 @@ class GroupPlacement {
   }
 
   bool emptyFragmentTakesRp() const {
-    const bool zoneBlock = zone_ != Pax::allGroups(Pax::AddressFamily::ipv4) && group_.prefix() != zone_;
-    return mtu_ > bsmHeaderLength + (zoneBlock ? bsmGroupLength : 0) + 2 * bsmRpLength;
+    return mtu_ > bsmHeaderLength + (zoneBlockHeads() ? bsmGroupLength : 0) + bsmGroupLength + bsmRpLength;
   }
 
   void addZoneBlockFirst(uint32_t i) {
@@ -127,15 +127,7 @@ PimBsrTxFragments::PimBsrTxFragments(const Kiv::Ptr<const Packet::BootstrapMessa
   for (uint32_t i = 0; i < numFragments; ++i) fragmentAppend();
 }
 
-void PimBsrTxFragments::fragmentAppend() {
-  PimBsrTxFragment fragment{Packet::BootstrapMessageIs()};
-  fragment.bsm->fragmentTagIs(source_->fragmentTag());
-  fragment.bsm->forwardIs(source_->forward());
-  fragment.bsm->hashMaskLenIs(source_->hashMaskLen());
-  fragment.bsm->priorityIs(source_->priority());
-  fragment.bsm->bsrAddressIs(source_->bsrAddress());
-  fragment_.push_back(fragment);
-}
+void PimBsrTxFragments::fragmentAppend() { fragment_.push_back({Packet::bootstrapHeaderOf(*source_)}); }
 
 int32_t doAddGroupData(const Pax::IpGenPrefix &zone, uint8_t zoneRpCount, PimBsrTxFragments &fragments, uint32_t mtu,
                        const Packet::BootstrapGroupData &group, bool split, const std::string &vrfName) {

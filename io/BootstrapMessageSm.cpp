@@ -19,7 +19,6 @@ BootstrapMessageSm::BootstrapMessageSm(const Kiv::Ptr<IO::PamManager> &pimPamMan
       bsmInfo_(bsmInfo),
       rpfTable_(rpfTable),
       clock_(clock),
-      counters_(bsrStatus->counters()),
       kivBsrStatus_(*this),
       kivBsmInfo_(*this),
       kivBsmStatus_(*this) {
@@ -32,6 +31,10 @@ void BootstrapMessageSm::handleInitialize() {
   REQUIRE(bsrStatus());
   REQUIRE(bsmInfo());
   REQUIRE(bsmStatus());
+  kivBsrStatus_.notifierIs(bsrStatus_);
+  kivBsmInfo_.notifierIs(bsmInfo_->rx());
+  kivBsmStatus_.notifierIs(bsmStatus_);
+  counters_ = bsrStatus_->counters();
   startupTime_ = clock_.now();
   globalZone_ = Pax::allGroups(bsrStatus_->af());
   REQUIRE_AS(!globalZone_.isEmpty(), "0 && \"Unknown address family\"");

@@ -31,7 +31,7 @@ class BootstrapMessageSm {
  private:
   class KivBsrStatus : public Status::Notifiee {
    public:
-    explicit KivBsrStatus(BootstrapMessageSm &sm) : sm_(sm) { notifierIs(sm.bsrStatus_); }
+    explicit KivBsrStatus(BootstrapMessageSm &sm) : sm_(sm) {}
     void onCounters() override { sm_.counters_ = sm_.bsrStatus_->counters(); }
 
    private:
@@ -39,7 +39,7 @@ class BootstrapMessageSm {
   };
   class KivBsmInfo : public IO::ReceivedMessage::Notifiee {
    public:
-    explicit KivBsmInfo(BootstrapMessageSm &sm) : sm_(sm) { notifierIs(sm.bsmInfo_->rx()); }
+    explicit KivBsmInfo(BootstrapMessageSm &sm) : sm_(sm) {}
     void onCount() override { sm_.handleBootstrapMessage(); }
 
    private:
@@ -47,7 +47,7 @@ class BootstrapMessageSm {
   };
   class KivBsmStatus : public PimBsmStatus::Notifiee {
    public:
-    explicit KivBsmStatus(BootstrapMessageSm &sm) : sm_(sm) { notifierIs(sm.bsmStatus_); }
+    explicit KivBsmStatus(BootstrapMessageSm &sm) : sm_(sm) {}
     void onWriteCount() override { sm_.handleTransmission(); }
 
    private:
@@ -85,7 +85,7 @@ class BootstrapMessageSm {
   const Kiv::Ptr<PimRpfTable> rpfTable_;
   const Orb::Clock &clock_;
   double startupTime_ = 0;  // a quick refresh is expected for one bootstrap period from here
-  const uint32_t bsPeriodDefault_ = 60;
+  static constexpr uint32_t bsPeriodDefault_ = 60;
   Pax::IpGenPrefix globalZone_;
   Kiv::Ptr<PimBsrCounters> counters_;
   Kiv::Table<Pax::IpGenPrefix, Kiv::Ptr<Packet::BootstrapMessage>> lastBsm_;

@@ -17,7 +17,6 @@ CrpMessageSm::CrpMessageSm(const Kiv::Ptr<IO::PamManager> &pimPamManager, const 
       crpMsgStatus_(crpMsgStatus),
       crpMsgInfo_(crpMsgInfo),
       ucastRouteStatus_(ucastRouteStatus),
-      counters_(bsrStatus->counters()),
       kivBsrStatus_(*this),
       kivCrpMsgInfo_(*this),
       kivCrpMsgStatus_(*this) {
@@ -30,6 +29,10 @@ void CrpMessageSm::handleInitialize() {
   REQUIRE(crpMsgStatus());
   REQUIRE(crpMsgInfo());
   REQUIRE(ucastRouteStatus());
+  kivBsrStatus_.notifierIs(bsrStatus_);
+  kivCrpMsgInfo_.notifierIs(crpMsgInfo_->rx());
+  kivCrpMsgStatus_.notifierIs(crpMsgStatus_);
+  counters_ = bsrStatus_->counters();
   globalZone_ = Pax::allGroups(bsrStatus_->af());
   REQUIRE_AS(!globalZone_.isEmpty(), "0 && \"Unknown address family\"");
   const bool ipv4 = bsrStatus_->af() == Pax::AddressFamily::ipv4;

@@ -29,7 +29,7 @@ class CrpMessageSm {
  private:
   class KivBsrStatus : public Status::Notifiee {
    public:
-    explicit KivBsrStatus(CrpMessageSm &sm) : sm_(sm) { notifierIs(sm.bsrStatus_); }
+    explicit KivBsrStatus(CrpMessageSm &sm) : sm_(sm) {}
     void onCounters() override { sm_.counters_ = sm_.bsrStatus_->counters(); }
 
    private:
@@ -37,7 +37,7 @@ class CrpMessageSm {
   };
   class KivCrpMsgInfo : public IO::ReceivedMessage::Notifiee {
    public:
-    explicit KivCrpMsgInfo(CrpMessageSm &sm) : sm_(sm) { notifierIs(sm.crpMsgInfo_->rx()); }
+    explicit KivCrpMsgInfo(CrpMessageSm &sm) : sm_(sm) {}
     void onMessage() override { sm_.handleCrpAdvMessage(); }
 
    private:
@@ -45,7 +45,7 @@ class CrpMessageSm {
   };
   class KivCrpMsgStatus : public PimCrpMsgStatus::Notifiee {
    public:
-    explicit KivCrpMsgStatus(CrpMessageSm &sm) : sm_(sm) { notifierIs(sm.crpMsgStatus_); }
+    explicit KivCrpMsgStatus(CrpMessageSm &sm) : sm_(sm) {}
     void onWriteCount() override { sm_.handleTransmission(); }
 
    private:

@@ -64,7 +64,6 @@ void RpCandidateSm::handleInitialized() {
 /// The zone's BSR came, went, or changed its address. Prefixes move to and from the zone.
 void RpCandidateSm::handleBsr(const Pax::IpGenPrefix &zone) {
   VRF_TRACE_ENTRY_WITH(trace, " ( " << zone << " )");
-  lastAdvertised_.erase(zone);
   const bool known = bool(bsrStatus_->bootstrapRouter(zone));
   if (!known) {
     crpAdvSet_.erase(zone);
@@ -72,7 +71,7 @@ void RpCandidateSm::handleBsr(const Pax::IpGenPrefix &zone) {
   }
   const bool moved = doUpdateCrpAdvSet();
   doUpdateCrpAdvSet(zone);
-  if (!moved && !(known && crpAdvSet_.contains(zone))) return;
+  if (!moved && !(known && !prefixesOf(zone).empty())) return;
   const uint32_t delay = quickDelay();
   crpAdvBackoffCount_ = 2;
   VRF_TRACE(trace, 5,
@@ -83,7 +82,10 @@ void RpCandidateSm::handleBsr(const Pax::IpGenPrefix &zone) {
 
 /// The prefix is served or not served any more, or its priority changed.
 void RpCandidateSm::handlePrefix(const Pax::IpGenPrefix &prefix) {
-  if (!initialized_ || !doUpdateCrpAdvSetPrefix(prefix)) return;
+  if (initialized_ && doUpdateCrpAdvSetPrefix(prefix)) doAdvertiseSoon();
+}
+
+void RpCandidateSm::doAdvertiseSoon() {
   const double soon = timerWheel_.now() + quickDelay();
   if (crpAdvTimer_.timeMin() > soon) crpAdvTimer_.timeMinIs(soon);
 }
@@ -187,24 +189,17 @@ Kiv::Ptr<const ElectedBsrStatus> RpCandidateSm::bsrOf(const Pax::IpGenPrefix &zo
 void RpCandidateSm::doSendCrpAdv(bool shutdown) {
   VRF_TRACE_ENTRY_WITH(trace, " ( shutdown=" << (shutdown ? "True" : "False") << " )");
   bool sent = false;
-  for (const Pax::IpGenPrefix &zone : lastAdvertised_.keys()) {
-    const Prefixes withdrawn = noLongerAdvertised(zone, shutdown);
-    if (!withdrawn.empty() && bsrOf(zone)) {
-      sendToZone(zone, withdrawn, 0);
-      sent = true;
-    }
-    if (shutdown) lastAdvertised_.erase(zone);
-  }
-  if (!shutdown) {
-    for (const Pax::IpGenPrefix &zone : crpAdvSet_.keys()) {
-      const auto keys = (*crpAdvSet_.find(zone))->prefixSet().keys();
-      const Prefixes prefixes(keys.begin(), keys.end());
-      lastAdvertised_.erase(zone);
-      if (prefixes.empty() || !bsrOf(zone)) continue;
-      lastAdvertised_.insert(zone, prefixes);
-      sendToZone(zone, prefixes, static_cast<CrpHoldTime>(3 * crp_->interval().number()));
-      sent = true;
-    }
+  std::set<Pax::IpGenPrefix> zones;
+  for (const auto &[zone, told] : lastAdvertised_) zones.insert(zone);
+  for (const auto &[zone, set] : crpAdvSet_) zones.insert(zone);
+  for (const Pax::IpGenPrefix &zone : zones) {
+    if (!bsrOf(zone)) continue;
+    sent |= doWithdraw(zone, shutdown);
+    const Prefixes prefixes = prefixesOf(zone);
+    if (shutdown || prefixes.empty()) continue;
+    lastAdvertised_.insert_or_assign(zone, Told{prefixes, crp_->mode()});
+    sendToZone(zone, prefixes, crp_->mode(), static_cast<CrpHoldTime>(3 * crp_->interval().number()));
+    sent = true;
   }
   if (!sent) {
     VRF_TRACE(trace, 5,
@@ -212,17 +207,39 @@ void RpCandidateSm::doSendCrpAdv(bool shutdown) {
   }
 }
 
-RpCandidateSm::Prefixes RpCandidateSm::noLongerAdvertised(const Pax::IpGenPrefix &zone, bool shutdown) const {
-  Prefixes result;
-  for (const Pax::IpGenPrefix &prefix : *lastAdvertised_.find(zone)) {
-    if (!shutdown && advertises(zone, prefix)) continue;
-    if (!advertisedElsewhere_(zone, prefix)) result.insert(prefix);
+/// Says goodbye for what the zone's BSR may still hold of us: what we do not advertise any more (all,
+/// in a shutdown) unless another machine does, and what it holds as bidirectional, which a sparse
+/// advertisement does not replace.
+bool RpCandidateSm::doWithdraw(const Pax::IpGenPrefix &zone, bool shutdown) {
+  const auto told = lastAdvertised_.find(zone);
+  const Mode mode = told == lastAdvertised_.end() ? crp_->mode() : told->second.mode;
+  const bool replaced = mode == Mode::bidir && crp_->mode() == Mode::sparse;
+  Prefixes withdrawn;
+  const auto add = [&](const Prefixes &prefixes) {
+    for (const Pax::IpGenPrefix &prefix : prefixes) {
+      if (!shutdown && !replaced && advertises(zone, prefix)) continue;
+      if (!advertisedElsewhere_(zone, prefix)) withdrawn.insert(prefix);
+    }
+  };
+  if (told != lastAdvertised_.end()) {
+    add(told->second.prefixes);
+    lastAdvertised_.erase(told);
   }
-  return result;
+  if (shutdown) add(prefixesOf(zone));
+  if (withdrawn.empty()) return false;
+  sendToZone(zone, withdrawn, mode, 0);
+  return true;
 }
 
-uint8_t RpCandidateSm::groupFlags(const Pax::IpGenPrefix &zone) const {
-  uint8_t flags = crp_->mode() == Mode::bidir ? flagBidir : 0;
+RpCandidateSm::Prefixes RpCandidateSm::prefixesOf(const Pax::IpGenPrefix &zone) const {
+  const auto *set = crpAdvSet_.find(zone);
+  if (!set) return {};
+  const auto keys = (*set)->prefixSet().keys();
+  return {keys.begin(), keys.end()};
+}
+
+uint8_t RpCandidateSm::groupFlags(const Pax::IpGenPrefix &zone, Mode mode) const {
+  uint8_t flags = mode == Mode::bidir ? flagBidir : 0;
   if (zone != Pax::allGroups(bsrStatus_->af()) && bsrStatus_->bsBorder(zone)) {
     VRF_TRACE(trace, 7, "C-RP is a ZBR");
     flags |= flagAdminScope;
@@ -230,7 +247,8 @@ uint8_t RpCandidateSm::groupFlags(const Pax::IpGenPrefix &zone) const {
   return flags;
 }
 
-void RpCandidateSm::sendToZone(const Pax::IpGenPrefix &zone, const Prefixes &prefixes, CrpHoldTime holdTime) {
+void RpCandidateSm::sendToZone(const Pax::IpGenPrefix &zone, const Prefixes &prefixes, Mode mode,
+                               CrpHoldTime holdTime) {
   const auto message = Kiv::make<Packet::CrpAdvMessage>();
   if (prefixes.size() > mostCounted) {
     VRF_TRACE(trace, 1,
@@ -242,7 +260,7 @@ void RpCandidateSm::sendToZone(const Pax::IpGenPrefix &zone, const Prefixes &pre
   message->rpAddressIs(crpOptions_.rpAddress);
   message->sourceIs(crpOptions_.rpAddress);
   message->destinationIs(bsrOf(zone)->ipAddr());
-  const uint8_t flags = groupFlags(zone);
+  const uint8_t flags = groupFlags(zone, mode);
   const auto groupInfo = Kiv::make<Packet::CrpGroupInfo>();
   for (const Pax::IpGenPrefix &prefix : prefixes) {
     if (groupInfo->group.size() > mostCounted) break;  // one more than is counted

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <set>
 
@@ -30,11 +31,7 @@ class RpCandidateSm {
   RpCandidateSm(const RpCandidateSm &) = delete;
   RpCandidateSm &operator=(const RpCandidateSm &) = delete;
 
-  const CrpOptions &crpOptions() const { return crpOptions_; }
   bool advertises(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) const;
-  /// When the next advertisement goes out; Orb::never when none is due.
-  double nextAdvertisement() const { return crpAdvTimer_.timeMin(); }
-  const Kiv::Table<Pax::IpGenPrefix, Kiv::Ptr<RpCandidatePrefixSet>> &crpAdvSet() const { return crpAdvSet_; }
 
   /// Sends one message to the BSR of each zone. `shutdown` says goodbye (hold time 0) for all that
   /// was last advertised there; the owner does so before it ends the machine.
@@ -59,6 +56,7 @@ class RpCandidateSm {
    public:
     KivCrp(RpCandidateSm &sm, const Kiv::Ptr<const RpCandidate> &crp);
     void onInterval() override { sm_.handleInterval(); }
+    void onMode() override { sm_.doAdvertiseSoon(); }
     void onPrefixSet(const Pax::IpGenPrefix &prefix) override { sm_.handlePrefix(prefix); }
     void onPrefixOptions(const Pax::IpGenPrefix &prefix) override;
 
@@ -91,6 +89,7 @@ class RpCandidateSm {
   void handleBsr(const Pax::IpGenPrefix &zone);
   void handlePrefix(const Pax::IpGenPrefix &prefix);
   void handleInterval();
+  void doAdvertiseSoon();
   void handleCrpAdvTimerExpiry();
   bool doUpdateCrpAdvSet();
   bool doUpdateCrpAdvSet(const Pax::IpGenPrefix &zone);
@@ -98,9 +97,10 @@ class RpCandidateSm {
   bool removeFromZone(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix);
   bool isConfigured(const Pax::IpGenPrefix &prefix) const;
   Kiv::Ptr<const ElectedBsrStatus> bsrOf(const Pax::IpGenPrefix &zone) const;
-  void sendToZone(const Pax::IpGenPrefix &zone, const Prefixes &prefixes, CrpHoldTime holdTime);
-  Prefixes noLongerAdvertised(const Pax::IpGenPrefix &zone, bool shutdown) const;
-  uint8_t groupFlags(const Pax::IpGenPrefix &zone) const;
+  void sendToZone(const Pax::IpGenPrefix &zone, const Prefixes &prefixes, Mode mode, CrpHoldTime holdTime);
+  bool doWithdraw(const Pax::IpGenPrefix &zone, bool shutdown);
+  Prefixes prefixesOf(const Pax::IpGenPrefix &zone) const;
+  uint8_t groupFlags(const Pax::IpGenPrefix &zone, Mode mode) const;
   uint32_t quickDelay() { return random_.next() % 3; }
 
   const CrpOptions crpOptions_;
@@ -113,8 +113,13 @@ class RpCandidateSm {
   const AdvertisedElsewhere advertisedElsewhere_;
 
   Kiv::Table<Pax::IpGenPrefix, Kiv::Ptr<RpCandidatePrefixSet>> crpAdvSet_;
-  Kiv::Table<Pax::IpGenPrefix, Prefixes> lastAdvertised_;  // what each zone's present BSR was told
-  uint8_t crpAdvBackoffCount_ = 0;                         // quick advertisements still to send
+  /// What a zone's BSR was told last. It outlives the BSR: the next one may know it from its messages.
+  struct Told {
+    Prefixes prefixes;
+    Mode mode;
+  };
+  std::map<Pax::IpGenPrefix, Told> lastAdvertised_;
+  uint8_t crpAdvBackoffCount_ = 0;  // quick advertisements still to send
   uint16_t lastInterval_ = 0;
   bool initialized_ = false;
   KivCrpAdvTimer crpAdvTimer_;

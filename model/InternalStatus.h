@@ -77,7 +77,7 @@ struct PimBsrWeight {
   bool operator==(const PimBsrWeight &) const = default;
   /// Weights of equal priority must be of one family; anything else is fatal.
   bool operator<(const PimBsrWeight &weight) const;
-  bool operator!() const { return *this == PimBsrWeight(); }
+  bool operator!() const { return priority == 0 && ipAddr.isZero(); }
 };
 
 /// What a candidate RP advertises about itself; the key of its advertiser.

@@ -10,6 +10,16 @@ Kiv::Ptr<BootstrapGroupData> BootstrapGroupDataIs(const Pax::IpGenPrefix &prefix
 
 Kiv::Ptr<BootstrapMessage> BootstrapMessageIs() { return Kiv::make<BootstrapMessage>(); }
 
+Kiv::Ptr<BootstrapMessage> bootstrapHeaderOf(const BootstrapMessage &bsm) {
+  const auto copy = BootstrapMessageIs();
+  copy->fragmentTagIs(bsm.fragmentTag());
+  copy->forwardIs(bsm.forward());
+  copy->hashMaskLenIs(bsm.hashMaskLen());
+  copy->priorityIs(bsm.priority());
+  copy->bsrAddressIs(bsm.bsrAddress());
+  return copy;
+}
+
 BootstrapGroupData &BootstrapOptionalData::refill(size_t index) {
   if (index < groupData_.size() && groupData_[index]->refCount() == 1) return *groupData_[index];
   Kiv::Ptr<BootstrapGroupData> block;

@@ -94,6 +94,8 @@ class BootstrapMessage : public Message {
   Kiv::Ptr<BootstrapOptionalData> optionalData_;
 };
 Kiv::Ptr<BootstrapMessage> BootstrapMessageIs();
+/// A new message with the tag, flags and BSR of `bsm`, and no group block.
+Kiv::Ptr<BootstrapMessage> bootstrapHeaderOf(const BootstrapMessage &bsm);
 /// A readable form for traces.
 std::ostream &operator<<(std::ostream &out, const BootstrapMessage &bsm);
 

@@ -153,6 +153,7 @@ TEST_P(Collection, AScopeAnnouncesItselfEvenWithoutRps) {
   EXPECT_EQ(groups[0]->prefix(), v.a.scope(5));
   EXPECT_TRUE(groups[0]->adminScope());
   EXPECT_EQ(groups[0]->rpCount(), 0);
+  EXPECT_EQ(v.publishedRps(v.a.scope(5)), std::vector<Pax::IpGenAddr>{}) << "its groups do not fall back";
 }
 
 class Advertiser : public testing::TestWithParam<Addresses> {
@@ -260,6 +261,20 @@ TEST_P(Advertiser, ARangeThatIsNoLongerServedIsWithdrawnSoon) {
   EXPECT_EQ(sent[0]->holdTime(), 0);
   EXPECT_EQ(sent[0]->groupData()->groupInfo()->group, (std::vector<CrpGroup>{{v.a.group(2)}}));
   EXPECT_EQ(sent[1]->groupData()->groupInfo()->group, (std::vector<CrpGroup>{{v.a.group(1)}}));
+}
+
+TEST_P(Advertiser, AModeThatChangesIsToldSoonAndTheBidirectionalOneTakenBack) {
+  const auto crp = crpIs({v.a.group(1)});
+  crp->modeIs(Pim::Mode::bidir);
+  hearBsr(60);
+  v.advance(10);
+  v.port->advertised.clear();
+  crp->modeIs(Pim::Mode::sparse);
+  const auto sent = sentWithin(2.5);
+  ASSERT_EQ(sent.size(), 2u);
+  EXPECT_EQ(sent[0]->holdTime(), 0);
+  EXPECT_TRUE(sent[0]->groupData()->groupInfo()->group[0].bidir);
+  EXPECT_FALSE(sent[1]->groupData()->groupInfo()->group[0].bidir);
 }
 
 TEST_P(Advertiser, ALongerIntervalIsToldAtOnce) {

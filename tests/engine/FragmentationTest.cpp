@@ -106,6 +106,19 @@ TEST_P(Fragmentation, EveryRpGoesOutOnceInFragmentsThatFit) {
   }
 }
 
+TEST_P(Fragmentation, TwoGroupsOfOnePrefixAreNeverBothInPieces) {
+  TestVrf v(a);
+  v.intfIs(1, 576);
+  std::vector<Bsm::Rp> others = rps(140);
+  others.erase(others.begin(), others.begin() + 80);
+  v.hear(Bsm(a.host(200)).group(a.group(1), rps(80)).group(a.group(1), others).bidir());
+  for (const auto &sent : v.port->sent) {
+    for (const auto &group : sent.bsm->groupData()) {
+      if (group->fragmentRpCount() < group->rpCount()) EXPECT_NE(group->rpCount(), 60);
+    }
+  }
+}
+
 TEST_P(Fragmentation, ARelayedFragmentKeepsItsTotalsAndCountsWhatItHolds) {
   TestVrf v(a);
   v.intfIs(1, 600);
