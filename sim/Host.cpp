@@ -61,4 +61,23 @@ void Host::borderIs(const Pax::IpGenPrefix &zone, const Pax::IntfId &intfId) {
   status_->bsBorderIs(zone)->intfIdIs(intfId);
 }
 
+Kiv::Ptr<Bsr::BsrCandidate> Host::candidateBsrIs(const Pax::IpGenPrefix &zone, uint16_t priority) {
+  const bool ipv4 = zone.af() == Pax::AddressFamily::ipv4;
+  const Pax::IpGenAddr any = ipv4 ? Pax::IpGenAddr::v4(0) : Pax::IpGenAddr::v6(0, 0);
+  status_->crpPermitIs(Pax::IpGenPrefix(any, 0), true);
+  const auto candidate = status_->cbsrIs(zone);
+  candidate->addressIs(router_.address());
+  candidate->hashMaskLenIs(ipv4 ? 30 : 126);
+  candidate->bsPeriodIs(60);
+  candidate->priorityIs(priority);
+  return candidate;
+}
+
+Kiv::Ptr<Bsr::RpCandidate> Host::candidateRpIs(const Pax::IpGenPrefix &groups, uint16_t priority) {
+  const auto candidate = status_->crpIs(router_.address());
+  candidate->prefixSetIs(groups);
+  candidate->prefixOptionsIs(groups)->priorityIs(priority);
+  return candidate;
+}
+
 }  // namespace Sim

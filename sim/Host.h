@@ -34,6 +34,12 @@ class Host {
   Pax::IpGenAddr bsr(const Pax::IpGenPrefix &zone) const;
   /// Makes the interface a border for the zone.
   void borderIs(const Pax::IpGenPrefix &zone, const Pax::IntfId &intfId);
+  /// Makes the router a candidate BSR of the zone that accepts every candidate RP, or changes it.
+  Kiv::Ptr<Routing::Pim::Bsr::BsrCandidate> candidateBsrIs(const Pax::IpGenPrefix &zone, uint16_t priority);
+  void candidateBsrDel(const Pax::IpGenPrefix &zone) { status_->cbsrDel(zone); }
+  /// Makes the router a candidate RP of the groups, besides those it has.
+  Kiv::Ptr<Routing::Pim::Bsr::RpCandidate> candidateRpIs(const Pax::IpGenPrefix &groups, uint16_t priority = 192);
+  void candidateRpDel() { status_->crpDel(router_.address()); }
 
  private:
   void end(bool goodbye);
