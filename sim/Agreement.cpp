@@ -27,7 +27,8 @@ std::ostream &operator<<(std::ostream &out, const ZoneView &view) {
 }
 
 ZoneView zoneViewOf(const Host &host, const Pax::IpGenPrefix &zone) {
-  ZoneView view{.table = tableOfZone(host, zone)};
+  ZoneView view;
+  view.table = tableOfZone(host, zone);
   if (const auto elected = host.status().bootstrapRouter(zone)) {
     view.bsr = elected->ipAddr();
     view.priority = elected->priority();
