@@ -17,9 +17,11 @@ constexpr size_t logLines = 1000;
 
 }  // namespace
 
-Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configuration &configuration)
+Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configuration &configuration,
+               VrfHost::Started started)
     : family_(family),
       options_(options),
+      started_(std::move(started)),
       log_(logLines),
       watcher_(loop_),
       random_(std::random_device()()),
@@ -76,7 +78,7 @@ void Daemon::apply(const Configuration &configuration) {
     if (!configuration_.pim.contains(vrf)) vrfDel(vrf);
   }
   configurationApply(configuration_, *configColl_);
-  const VrfHost::Process process{loop_, watcher_, wheel_, random_, family_};
+  const VrfHost::Process process{loop_, watcher_, wheel_, random_, family_, started_};
   for (const auto &[vrf, pim] : configuration_.pim) {
     std::unique_ptr<VrfHost> &host = hosts_[vrf];
     if (host) {
