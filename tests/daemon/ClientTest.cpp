@@ -8,30 +8,6 @@ namespace {
 
 using Control::Rows;
 
-TEST(Table, ColumnsAreAlignedUnderTheirNames) {
-  const Rows rows = Rows::parse(R"([
-    {"vrf": "default", "interface": "eth0", "address": "10.0.0.1", "mtu": 1500, "dr": null, "isDr": true, "neighbors": 2,
-     "border": ["224.0.0.0/4", "239.1.0.0/16"]},
-    {"vrf": "blåfarge", "interface": "blue/eth1", "address": "fe80::1", "mtu": 9, "dr": "fe80::1", "isDr": false,
-     "neighbors": 10, "border": []}])");
-  EXPECT_EQ(Control::toTable(rows, Control::nounOf("interfaces")),
-            "vrf       interface  address    mtu  dr       isDr  neighbors  border\n"
-            "default   eth0       10.0.0.1  1500  -        yes           2  224.0.0.0/4,239.1.0.0/16\n"
-            "blåfarge  blue/eth1  fe80::1      9  fe80::1  no           10  -\n");
-  EXPECT_EQ(Control::toTable(Rows::array(), Control::nounOf("neighbors")),
-            "vrf  interface  address  addresses  drPriority  generationId  upTime  expires\n");
-}
-
-TEST(Table, CountersStandOneALine) {
-  const Rows rows = Rows::parse(
-      R"([{"vrf": "a", "rx": 12, "errors": {"rpfError": 3}, "packets": {"malformedBy": {"checksum": 1}}}])");
-  EXPECT_EQ(Control::toTable(rows, Control::nounOf("counters")),
-            "vrf                           a\n"
-            "rx                            12\n"
-            "errors.rpfError                3\n"
-            "packets.malformedBy.checksum   1\n");
-}
-
 TEST(CommandLine, TheClientTakesVerbNounAndOptionsInAnyOrder) {
   const auto options = Control::optionsFrom({"watch", "--json", "rp-set", "-6", "--vrf=blue"});
   EXPECT_EQ(options.action, Control::Options::Action::watch);

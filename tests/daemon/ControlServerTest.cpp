@@ -97,22 +97,6 @@ TEST_F(ControlServerTest, ClientsThatMisbehaveHarmOnlyThemselves) {
   EXPECT_EQ(huge.hear(2), "{\"error\":\"the request is too long\"}\n<closed>");
 }
 
-TEST_F(ControlServerTest, NoMoreClientsThanTheLimitAreHeld) {
-  const auto server = serve();
-  std::vector<std::unique_ptr<RawClient>> clients;
-  for (size_t i = 0; i < ControlServer::mostClients; ++i) {
-    clients.push_back(std::make_unique<RawClient>(context, path));
-    clients.back()->send("x\n");
-    EXPECT_EQ(clients.back()->hear(1), "<x>\n");
-  }
-  EXPECT_EQ(RawClient(context, path).hear(1), "<closed>");
-  clients.pop_back();
-  context.poll();
-  RawClient next(context, path);
-  next.send("x\n");
-  EXPECT_EQ(next.hear(1), "<x>\n");
-}
-
 TEST_F(ControlServerTest, OnlyOwnerAndGroupMayUseTheSocketWhichGoesWithTheServer) {
   auto server = serve();
   struct stat made {};
@@ -142,13 +126,6 @@ TEST_F(ControlServerTest, AStaleSocketIsReplacedAndALiveOneIsNot) {
   RawClient client(context, path);
   client.send("x\n");
   EXPECT_EQ(client.hear(1), "<x>\n");
-}
-
-TEST_F(ControlServerTest, AFileOfThatNameIsLeftAlone) {
-  const std::string file = directory.path() + "/precious";
-  std::ofstream(file) << "data";
-  EXPECT_THROW(ControlServer(context, file, nullptr), std::runtime_error);
-  EXPECT_EQ(std::ifstream(file).get(), 'd');
 }
 
 }  // namespace

@@ -68,21 +68,6 @@ TEST_F(DaemonTest, AnswersItsClientAndSaysWhatIsWrongWithARequest) {
   EXPECT_EQ(daemon->reply("\xff{\"verb\""), R"({"error":"a request is one line with a JSON object"})");
 }
 
-TEST_F(DaemonTest, TraceLevelsAreSetWhileItRunsAndTheLogTells) {
-  write(R"({"pim": {"no-such-ns-a": {}}})");
-  start();
-  EXPECT_EQ(ask({"trace", "", "", "Nowhere=9"}).get<std::string>().find("there is no trace module 'Nowhere'"), 0u);
-  EXPECT_EQ(ask({"trace", "", "", "Pim=x"}), "'Pim=x' is not MODULE=LEVEL with a level from 0 to 9");
-  int level = -1;
-  for (const Rows &row : ask({"trace", "", "", "Pim::Bsr::Daemon=7"})) {
-    if (row["module"] == "Pim::Bsr::Daemon") level = row["level"];
-  }
-  EXPECT_EQ(level, 7);
-  Tracelet::Registry::instance().levelIs("Pim::Bsr::Daemon", Tracelet::Registry::defaultLevel);
-  EXPECT_NE(ask({"show", "log", "", ""}).dump().find("VRF no-such-ns-a waits for namespace no-such-ns-a"),
-            std::string::npos);
-}
-
 TEST_F(DaemonTest, AReloadAppliesTheDifferenceAndABadFileChangesNothing) {
   write(R"({"pim": {"no-such-ns-a": {}, "no-such-ns-b": {}}})");
   start();
@@ -112,20 +97,6 @@ TEST_F(DaemonTest, ASecondAgentOnTheSocketIsRefused) {
   start();
   EXPECT_THROW(Daemon(Pax::AddressFamily::ipv4, options, Configuration()), std::runtime_error);
   EXPECT_EQ(vrfs(), Names());
-}
-
-TEST_F(DaemonTest, AClientSaysThatNoAgentRuns) {
-  EXPECT_THROW(
-      {
-        try {
-          Control::ask(options.socket, "PimBsr", {"show", "bsr", "", ""});
-        } catch (const std::runtime_error &error) {
-          EXPECT_EQ(error.what(),
-                    "PimBsr does not run: nobody listens on " + options.socket + " (No such file or directory)");
-          throw;
-        }
-      },
-      std::runtime_error);
 }
 
 }  // namespace

@@ -92,33 +92,5 @@ TEST(Show, AnRpThatAnInnerZoneHidesIsNotPublished) {
   EXPECT_EQ(rowsOf("rp-set", {viewOf(vrf)})[0]["published"], false);
 }
 
-TEST(Show, CountersAreThereByNameAlsoBeforeAVrfRuns) {
-  TestVrf vrf(ipv4);
-  learn(vrf);
-  Rows row = rowsOf("counters", {viewOf(vrf)})[0];
-  EXPECT_EQ(row["rxBsmSuccess"], 1);
-  EXPECT_EQ(row["errors"]["rpfError"], 0);
-  EXPECT_EQ(row["packets"]["received"], 1);
-  EXPECT_EQ(row["packets"]["malformedBy"].size(), Packet::decodeErrors - 1);
-
-  VrfView waiting{"red", Pax::AddressFamily::ipv4, 1, Kiv::make<Status>(L3::VrfName("red")), nullptr, nullptr, nullptr};
-  const Rows idle = rowsOf("counters", {waiting})[0];
-  EXPECT_EQ(namesOf(idle), namesOf(row));
-  EXPECT_EQ(idle["rx"], 0);
-  EXPECT_TRUE(rowsOf("interfaces", {waiting}).empty());
-}
-
-TEST(Show, NeighborsTellOnlyWhatTheyWereTold) {
-  TestVrf vrf(ipv6);
-  const auto neighbor = vrf.pimStatus->pimIntfIs(vrf.intfIs(1))->neighbor(vrf.neighbor(1));
-  neighbor->upTimeIs(vrf.time.now() - 3.25);
-  neighbor->expiresIs(Orb::never);
-  neighbor->secondaryIs(vrf.a.host(7));
-  neighbor->hasDrPriorityIs(true);
-  EXPECT_EQ(rowsOf("neighbors", {viewOf(vrf)}),
-            Rows::parse(R"([{"vrf": "default", "interface": "eth1", "address": "fe80::65", "addresses": ["2001:db8::7"],
-                             "drPriority": 1, "generationId": null, "upTime": 3.25, "expires": null}])"));
-}
-
 }  // namespace
 }  // namespace Routing::Pim::Bsr

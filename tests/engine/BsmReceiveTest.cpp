@@ -110,16 +110,6 @@ TEST_P(BsmReceive, TheZoneIsTheFirstBlockWithTheScopeBit) {
   EXPECT_EQ(v.bsr(v.a.global())->ipAddr(), v.a.host(2));
 }
 
-TEST_P(BsmReceive, ABorderOfOneZoneLetsTheOthersPass) {
-  TestVrf v(GetParam());
-  v.intfIs(1);
-  v.status->bsBorderIs(v.a.scope(5))->intfIdIs(v.intf(1));
-  v.hear(Bsm(v.a.host(1)).scope(v.a.scope(5)));
-  v.hear(Bsm(v.a.host(1)));
-  EXPECT_FALSE(v.bsr(v.a.scope(5)));
-  EXPECT_TRUE(v.bsr(v.a.global()));
-}
-
 TEST_P(BsmReceive, ASendThatFailsCountsAsError) {
   TestVrf v(GetParam());
   v.intfIs(1);

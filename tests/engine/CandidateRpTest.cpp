@@ -88,11 +88,6 @@ TEST_P(Collection, AnAdvertisementCancelsAWithdrawal) {
   EXPECT_EQ(announced(), (std::map<Pax::IpGenAddr, uint16_t>{{v.a.host(7), 180}}));
 }
 
-TEST_P(Collection, NothingComesOfAGoodbyeFromAStranger) {
-  v.hearCrp(7, us, {{prefix}}, 0);
-  EXPECT_FALSE(v.status->crpStatus(zone));
-}
-
 TEST_P(Collection, ANewRpPullsTheNextMessageForward) {
   v.hearCrp(8, us, {{v.a.group(2)}});
   v.advance(11);

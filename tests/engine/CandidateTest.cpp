@@ -232,18 +232,6 @@ TEST_P(Candidate, AnElectionOutlivesARestart) {
   EXPECT_EQ(v.port->sent[0].bsm->priority(), 64);
 }
 
-TEST_P(Candidate, ClearingTheFamilyEndsEveryMachineInOrder) {
-  elected();
-  Tracelet::CaptureSink log;
-  Tracelet::Registry::instance().levelIs("Pim::Bsr::Sm", 4);
-  v.status->afIs(Pax::AddressFamily::unknown);
-  Tracelet::Registry::instance().levelIs("Pim::Bsr::Sm", Tracelet::Registry::defaultLevel);
-  EXPECT_FALSE(v.sm->bsrSm().candidateSm(zone));
-  EXPECT_FALSE(v.bsr(zone));
-  v.status->afIs(v.a.af);
-  EXPECT_TRUE(v.sm->bsrSm().candidateSm(zone));
-}
-
 INSTANTIATE_TEST_SUITE_P(Families, Candidate, testing::Values(ipv4, ipv6),
                          [](const auto &info) { return info.param.ipv4() ? "IPv4" : "IPv6"; });
 

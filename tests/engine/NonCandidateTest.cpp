@@ -46,16 +46,6 @@ TEST_P(NonCandidate, TakesTheFirstBsrThenOnlyBetterOnesAndItsOwn) {
   }
 }
 
-TEST_P(NonCandidate, SetupTimeIsThatOfTheBsrNotOfTheMessage) {
-  v.hear(from(5, 64));
-  const double first = v.bsr(v.a.global())->setupTime();
-  advance(60);
-  v.hear(from(5, 64));
-  EXPECT_EQ(v.bsr(v.a.global())->setupTime(), first);
-  v.hear(from(6, 64));
-  EXPECT_EQ(v.bsr(v.a.global())->setupTime(), first + 60);
-}
-
 TEST_P(NonCandidate, ANewBsrClearsTheRpSetOfTheOld) {
   v.hear(from(5, 64).group(v.a.group(1), {{v.a.host(21), 150, 0}}));
   v.hear(from(6, 64).group(v.a.group(2), {{v.a.host(22), 150, 0}}));

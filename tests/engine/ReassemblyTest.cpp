@@ -73,17 +73,6 @@ TEST_P(Reassembly, AnotherTagOfTheSameBsrEndsTheCollectionOfTheLastMessage) {
   EXPECT_EQ(stored(), 5u);
 }
 
-TEST_P(Reassembly, PiecesOfOneMessageInSeveralGroupsAreCollectedApart) {
-  v.hear(Bsm(v.a.host(1)).tag(7).piece(prefix, 2, rps(11, 11)).piece(v.a.group(2), 3, rps(21, 22)));
-  v.hear(Bsm(v.a.host(1)).tag(7).piece(v.a.group(2), 3, rps(23, 23)));
-  EXPECT_EQ(stored(), 0u);
-  EXPECT_EQ(v.rps(v.a.global(), v.a.group(2))->size(), 3u);
-  EXPECT_TRUE(isOpen(7));
-  v.hear(Bsm(v.a.host(1)).tag(7).piece(prefix, 2, rps(12, 12)));
-  EXPECT_EQ(stored(), 2u);
-  EXPECT_FALSE(isOpen(7));
-}
-
 TEST_P(Reassembly, TheFragmentTimesCanBeSetByName) {
   EXPECT_TRUE(v.sm->bsrSm().attributeIs("fragmentTimeout", uint64_t{3}));
   EXPECT_TRUE(v.sm->bsrSm().attributeIs("fragmentInterval", uint64_t{2}));

@@ -54,19 +54,4 @@ TEST(EventLoopTest, AWheelThatGoesWhileItIsDueFiresNothing) {
   EXPECT_EQ(fired, 1);
 }
 
-TEST(EventLoopTest, TheClockStandsStillWithinATurn) {
-  Linux::EventLoop loop;
-  Alarm alarm(Kiv::make<Orb::TimerWheel>(loop, loop), [&] {
-    const double before = loop.now();
-    timespec nap{0, 2000000};
-    nanosleep(&nap, nullptr);
-    EXPECT_EQ(loop.now(), before);
-    loop.stop();
-  });
-  alarm.timeMinIs(loop.now());
-  const double before = loop.now();
-  loop.run();
-  EXPECT_GT(loop.now(), before);
-}
-
 }  // namespace

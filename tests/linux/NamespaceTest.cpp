@@ -9,19 +9,6 @@ using Pax::AddressFamily;
 
 class NamespaceTest : public Test::NetnsTest {};
 
-TEST_F(NamespaceTest, AVisitEndsAtHomeEvenWhenItThrows) {
-  const uint64_t home = Linux::namespaceInode("/proc/thread-self/ns/net");
-  const Linux::Namespace there(netns("a"));
-  const uint64_t visited = there.inside([] { return Linux::namespaceInode("/proc/thread-self/ns/net"); });
-  EXPECT_NE(visited, home);
-  EXPECT_EQ(visited, Linux::namespaceInode(Linux::namespacePath(nameOf("a"))));
-  EXPECT_THROW(there.inside([]() -> int { throw std::runtime_error("inside"); }), std::runtime_error);
-  EXPECT_EQ(Linux::namespaceInode("/proc/thread-self/ns/net"), home);
-  EXPECT_THROW(Linux::Namespace(nameOf("none")), std::system_error);
-  EXPECT_THROW(Linux::Namespace("/etc/hostname"), std::system_error) << "a file that is no namespace";
-  EXPECT_EQ(Linux::namespaceInode("/proc/thread-self/ns/net"), home);
-}
-
 TEST_F(NamespaceTest, AWatchedNameTellsOfComingGoingAndTakingOver) {
   Linux::NamespaceWatcher watcher(loop);
   std::string log;

@@ -87,15 +87,6 @@ TEST_F(NetlinkMonitorTest, ARenamedInterfaceGoesAndComesWithItsAddresses) {
   EXPECT_EQ(witness.log, "down address ") << "all of it before the element went";
 }
 
-TEST_F(NetlinkMonitorTest, InterfacesThatSwapNamesEndUpRight) {
-  ip("a", "addr add 10.1.0.1/24 dev a0\naddr add 10.2.0.1/24 dev a1\nlink set a0 up\nlink set a1 up");
-  const auto a = router(AddressFamily::ipv4);
-  ip("a", "link set a0 down\nlink set a1 down\nlink set a0 name x\nlink set a1 name a0\nlink set x name a1");
-  EXPECT_TRUE(waitFor([&] { return a->pimAddr("a0") == IpGenAddr::fromText("10.2.0.1") && a->intf("a1"); }));
-  EXPECT_EQ(a->pimAddr("a1"), IpGenAddr::fromText("10.1.0.1"));
-  EXPECT_EQ(a->interfaces->intfStatus().size(), 3u);
-}
-
 TEST_F(NetlinkMonitorTest, AnInterfaceMadeAgainHasANewIndexAndNothingOfTheOldOne) {
   ip("a", "addr add 10.1.0.1/24 dev a0\nlink set a0 up\nlink set a1 up");
   const auto a = router(AddressFamily::ipv4);
@@ -107,27 +98,6 @@ TEST_F(NetlinkMonitorTest, AnInterfaceMadeAgainHasANewIndexAndNothingOfTheOldOne
   EXPECT_EQ(a->links->intfId(index), nullptr);
   EXPECT_NE(witness.log.find("down"), std::string::npos);
   EXPECT_EQ(witness.log.find("late"), std::string::npos);
-}
-
-TEST_F(NetlinkMonitorTest, AnAddressHeldTwiceStaysUntilBothEntriesAreGone) {
-  ip("a", "addr add 10.1.0.1/24 dev a0\naddr add 10.1.0.1/16 dev a0");
-  const auto a = router(AddressFamily::ipv4);
-  ip("a", "addr del 10.1.0.1/24 dev a0\nlink set a0 mtu 1300");
-  ASSERT_TRUE(waitFor([&] { return a->intf("a0")->mtu() == 1300; }));
-  ASSERT_TRUE(a->intf("a0")->address(IpGenAddr::fromText("10.1.0.1")));
-  EXPECT_EQ(a->intf("a0")->address(IpGenAddr::fromText("10.1.0.1"))->subnet.length(), 16);
-  ip("a", "addr del 10.1.0.1/16 dev a0");
-  EXPECT_TRUE(waitFor([&] { return a->intf("a0")->address().empty(); }));
-}
-
-TEST_F(NetlinkMonitorTest, ABridgeThatLosesAPortDoesNotTakeTheInterfaceAway) {
-  ip("a", "addr add 10.1.0.1/24 dev a0\nlink add br0 type bridge\nlink set a0 master br0");
-  const auto a = router(AddressFamily::ipv4);
-  EXPECT_FALSE(a->monitor.inVrfDevice(a->id("a0")));
-  Witness witness(a->intf("a0"), *a->interfaces);
-  ip("a", "link set a0 nomaster\nlink set a0 mtu 1300");
-  EXPECT_TRUE(waitFor([&] { return a->intf("a0") && a->intf("a0")->mtu() == 1300; }));
-  EXPECT_EQ(witness.log, "");
 }
 
 /// Counts the traces that tell of lost events.

@@ -122,19 +122,6 @@ TEST(HelloSpeakerTest, theInterfaceStandsInStatusWhileConfiguredUpAndAddressed) 
   EXPECT_EQ(r.hello(r.hellos() - 1).holdTime(), 0);
 }
 
-TEST(HelloSpeakerTest, mtuIsWhatTheByteCountsMayFill) {
-  const struct {
-    Addresses a;
-    uint32_t link, usable;
-  } cases[] = {{ipv4, 1500, 1500}, {ipv4, 9000, 2100}, {ipv4, 576, 576},
-               {ipv6, 1500, 750},  {ipv6, 9000, 1050}, {ipv6, 1280, 640}};
-  for (const auto &c : cases) {
-    Router r(c.a);
-    r.intf->mtuIs(c.link);
-    EXPECT_EQ(r.pimIntf()->mtu(), c.usable) << c.link;
-  }
-}
-
 TEST(HelloSpeakerTest, aNewOrRestartedNeighborGetsOneTriggeredHelloWhichIsCountedOnceSent) {
   Router r(ipv4);
   r.pass(6);
@@ -156,16 +143,6 @@ TEST(HelloSpeakerTest, aNewOrRestartedNeighborGetsOneTriggeredHelloWhichIsCounte
   r.port->broken = true;
   r.pass(5);
   EXPECT_EQ(triggered(), 2u) << "what was not sent does not count";
-}
-
-TEST(HelloSpeakerTest, newcomersDoNotPutOffTheTriggeredHelloOfTheFirst) {
-  Router r(ipv4);
-  r.pass(6);
-  for (uint32_t n = 0; n < 50; ++n) {
-    r.hear(100 + n);
-    r.pass(0.1);
-  }
-  EXPECT_GE(r.pimIntf()->triggeredHelloSent(), 1u);
 }
 
 TEST(HelloSpeakerTest, aHelloGoesBeforeTheBootstrapMessageThatNeighborsWouldRefuse) {
@@ -233,25 +210,6 @@ TEST(HelloSpeakerTest, theDrHasTheHighestPriorityThenAddressAndPriorityOnlyIfAll
       EXPECT_TRUE(r.pimIntf()->isDr()) << c.what;
     }
   }
-}
-
-TEST(HelloSpeakerTest, aNewPriorityIsToldAtOnce) {
-  Router r(ipv4);
-  r.pass(6);
-  r.hear(20, 105, 1, 5);
-  r.speaker->parametersIs({true, 7});
-  EXPECT_EQ(r.hello(r.hellos() - 1).drPriority(), 7u);
-  EXPECT_TRUE(r.pimIntf()->isDr());
-}
-
-TEST(HelloSpeakerTest, speakingMayStopAndBeginAgain) {
-  Router r(ipv4);
-  r.pass(6);
-  r.speaker->parametersIs({false, 0});
-  EXPECT_EQ(r.hellosIn(100), 0u);
-  r.speaker->parametersIs({true, 0});
-  EXPECT_EQ(r.hellosIn(5), 1u);
-  EXPECT_NE(r.hello(1).generationId(), r.hello(0).generationId());
 }
 
 TEST(HelloSpeakerTest, aNewPrimaryAddressSaysGoodbyeFromTheOldAndHelloFromTheNew) {

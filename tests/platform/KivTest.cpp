@@ -198,21 +198,6 @@ TEST_F(Kiv_, AReactorThatComesDuringANotificationHearsOnlyTheNext) {
   EXPECT_EQ(late->heard, "green");
 }
 
-TEST_F(Kiv_, AReactorThatMovesAwayInANestedNotificationIsSkippedByTheOuterOne) {
-  const auto other = Kiv::make<Tree>();
-  Watcher second(tree);
-  watcher.then = [&](const std::string &what) {
-    if (what == "green") tree->labelIs("inner");
-  };
-  second.then = [&](const std::string &what) {
-    if (what == "label=inner") second.notifierIs(other);
-  };
-  tree->greenIs(false);
-  EXPECT_EQ(second.heard, "label=inner");
-  other->greenIs(false);
-  EXPECT_EQ(second.heard, "label=inner green");
-}
-
 TEST(KivLife, AnElementTakenOutLivesOnAndStillTellsItsReactors) {
   struct LeafWatcher : Leaf::Notifiee {
     void onSize() override { ++count; }
@@ -243,19 +228,6 @@ TEST(KivLife, AnEntityWhoseLastHolderGoesInItsOwnNotificationStaysForIt) {
     raw->nestDel(2);
   };
   raw->nestIs(2);
-}
-
-TEST(KivLife, APtrTakenInADestructorDoesNotDestroyTwice) {
-  static int destroyed;
-  struct Clinging : Kiv::Counted {
-    ~Clinging() override {
-      ++destroyed;
-      Kiv::Ptr<Clinging> again(this);
-    }
-  };
-  destroyed = 0;
-  Kiv::make<Clinging>();
-  EXPECT_EQ(destroyed, 1);
 }
 
 TEST_F(Kiv_, ADeletedKeyMayBelongToTheElementItself) {
@@ -324,20 +296,6 @@ TEST(KivTable, AWalkSurvivesWhatHappensToTheTable) {
     for (uint32_t key : {1, 2, 3}) table.insert(key, "");
     EXPECT_EQ(walk(table, [&](uint32_t key) { each.change(table, key); }), each.met) << each.name;
   }
-}
-
-TEST(KivTable, NestedWalksAreEachMovedOn) {
-  Numbers table;
-  for (uint32_t key : {1, 2, 3, 4}) table.insert(key, "");
-  std::vector<uint32_t> inner;
-  const auto outer = walk(table, [&](uint32_t key) {
-    if (key != 2) return;
-    inner = walk(table, [&](uint32_t at) {
-      if (at == 2) table.erase(2), table.erase(3);
-    });
-  });
-  EXPECT_EQ(inner, (std::vector<uint32_t>{1, 2, 4}));
-  EXPECT_EQ(outer, (std::vector<uint32_t>{1, 2, 4}));
 }
 
 TEST(KivTable, FindsWhatIsThereThroughGrowthAndErasure) {

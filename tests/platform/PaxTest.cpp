@@ -103,48 +103,6 @@ TEST(Pax, APrefixCoversItselfAndWhatIsInside) {
   EXPECT_EQ(IpGenPrefix(IpGenAddr::v4(0x0a000001), 200), IpGenPrefix::fromText("10.0.0.1/32"));
 }
 
-TEST(Pax, BytesAreInNetworkOrderAndOrderIsNumeric) {
-  const uint8_t bytes[] = {0xfe, 0x80, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2};
-  EXPECT_EQ(text(IpGenAddr::fromBytes(bytes)), "fe80::102");
-  EXPECT_TRUE(std::ranges::equal(IpGenAddr::fromBytes(bytes).bytes(), bytes));
-  EXPECT_EQ(text(IpGenAddr::fromBytes(std::span(bytes).first(4))), "254.128.0.0");
-  EXPECT_EQ(IpGenAddr::fromBytes(std::span(bytes).first(7)), IpGenAddr());
-  EXPECT_LT(IpGenAddr::fromText("9.255.255.255"), IpGenAddr::fromText("10.0.0.0"));
-  EXPECT_LT(IpGenAddr::fromText("255.255.255.255"), IpGenAddr::fromText("::"));
-  EXPECT_LT(IpGenAddr::fromText("1::ffff"), IpGenAddr::fromText("2::"));
-}
-
-TEST(Pax, KindsOfAddresses) {
-  const struct {
-    const char *address;
-    bool multicast, linkLocal, loopback;
-  } cases[] = {
-      {"223.255.255.255", false, false, false},
-      {"224.0.0.0", true, false, false},
-      {"240.0.0.0", false, false, false},
-      {"ff02::d", true, false, false},
-      {"169.254.9.9", false, true, false},
-      {"febf::1", false, true, false},
-      {"fec0::1", false, false, false},
-      {"127.8.8.8", false, false, true},
-      {"::1", false, false, true},
-      {"::2", false, false, false},
-  };
-  for (const auto &[given, multicast, linkLocal, loopback] : cases) {
-    const IpGenAddr address = IpGenAddr::fromText(given);
-    EXPECT_EQ(address.isMulticast(), multicast) << given;
-    EXPECT_EQ(address.isLinkLocal(), linkLocal) << given;
-    EXPECT_EQ(address.isLoopback(), loopback) << given;
-  }
-}
-
-TEST(Pax, OneNameInTwoNamespacesIsTwoInterfaces) {
-  EXPECT_EQ(IntfId("", "lo"), IntfId("default", "lo"));
-  EXPECT_NE(IntfId("blue", "lo"), IntfId("default", "lo"));
-  EXPECT_NE(IntfId(), IntfId("default", ""));
-  EXPECT_EQ(std::hash<IntfId>()(IntfId("", "lo")), std::hash<IntfId>()(IntfId("default", "lo")));
-}
-
 TEST(Pax, RangesAreHeldWhereValuesAreMade) {
   const auto refusal = [](auto make) -> std::string {
     try {

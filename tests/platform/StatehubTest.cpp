@@ -69,21 +69,6 @@ TEST_F(Statehub_, AWithdrawnPathIsWaitedForAgainButACompleteGroupKeepsIt) {
   EXPECT_NE(store.entity("car/speed"), speed);
 }
 
-TEST_F(Statehub_, GroupsMayGoBeforeOrAtCompletionAndPublishFromIt) {
-  auto early = group();
-  early.reset();
-  std::unique_ptr<Statehub::MountGroup> first = std::make_unique<Statehub::MountGroup>(store), second = group();
-  Kiv::Ptr<const Speed> reader;
-  first->mount("car/speed", reader);
-  first->whenComplete([&] {
-    first.reset();
-    store.publish("car/colour", Kiv::make<Colour>());
-  });
-  store.publish("car/speed", Kiv::make<Speed>());
-  EXPECT_EQ(completed, 1);
-  EXPECT_EQ(reader, speed);
-}
-
 using StatehubDeathTest = Statehub_;
 
 TEST_F(StatehubDeathTest, AnotherTypeOrASecondPublicationIsFatal) {

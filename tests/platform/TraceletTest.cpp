@@ -68,29 +68,6 @@ TEST_F(Traces, FileLinesSayWhenWhoAndHowImportantAndAreThereAtOnce) {
   EXPECT_THROW(Tracelet::FileSink(directory / "missing", "agent"), std::system_error);
 }
 
-TEST_F(Traces, AFileThatHasOutgrownItsLimitIsPutAside) {
-  Tracelet::FileSink file(directory, "agent", 200);
-  for (int i = 0; i < 11; ++i) file.line("m", 1, "line " + std::to_string(i));
-  EXPECT_LE(std::filesystem::file_size(directory / "agent.log"), 250u);
-  EXPECT_LE(std::filesystem::file_size(directory / "agent.log.1"), 250u);
-  EXPECT_NE(read(directory / "agent.log").find("line 10\n"), std::string::npos);
-  EXPECT_NE(read(directory / "agent.log.1").find("line 5\n"), std::string::npos);
-}
-
-TEST_F(Traces, TheRingKeepsTheLastLines) {
-  Tracelet::RingSink ring(3);
-  for (int i = 0; i < 5; ++i) ring.line("m", 1, std::to_string(i));
-  ASSERT_EQ(ring.lines().size(), 3u);
-  EXPECT_EQ(ring.lines().front().back(), '2');
-  EXPECT_EQ(ring.lines().back().back(), '4');
-}
-
-TEST_F(Traces, ASinkThatIsGoneGetsNothing) {
-  Tracelet::Module module("TraceletTest");
-  { Tracelet::CaptureSink gone; }
-  TRACELET(module, 1, "to nobody");
-}
-
 using TracesDeathTest = Traces;
 
 TEST_F(TracesDeathTest, ABrokenInvariantTellsItsExpressionInTheTraceAndOnStandardError) {
@@ -105,29 +82,6 @@ TEST_F(TracesDeathTest, ABrokenInvariantTellsItsExpressionInTheTraceAndOnStandar
       "Assertion failed: config\\(\\)");
   EXPECT_NE(read("/tmp/tracelet-death-test.log").find("Assertion failed: config()"), std::string::npos);
   std::filesystem::remove("/tmp/tracelet-death-test.log");
-}
-
-/// In a process of its own, since the choice is for good.
-[[noreturn]] void traceWith(const char *directory, bool disabled) {
-  if (directory) setenv("TRACELETDIR", directory, 1);
-  if (disabled) setenv("TRACELET_DISABLE", "1", 1);
-  Tracelet::Module module("TraceletTest");
-  const auto sink = Tracelet::sinkFromEnvironment("PimBsr");
-  Tracelet::StderrSink besides;
-  if (disabled) Registry::instance().sinkAdd(besides);
-  Registry::instance().levelIs("*", 9);
-  TRACELET(module, 1, "traced text");
-  Tracelet::Module later("TraceletLater");
-  TRACELET(later, 1, "later text");
-  std::_Exit(sink ? 0 : 7);
-}
-
-TEST_F(TracesDeathTest, TheEnvironmentChoosesWhereTracesGo) {
-  EXPECT_EXIT(traceWith(nullptr, false), testing::ExitedWithCode(0), "TraceletTest 1 traced text");
-  EXPECT_EXIT(traceWith("/nonexistent", false), testing::ExitedWithCode(0),
-              "/nonexistent/PimBsr.log(.|\n)*traced text");
-  EXPECT_EXIT(traceWith(directory.c_str(), true), testing::ExitedWithCode(7), "^$");
-  EXPECT_FALSE(std::filesystem::exists(directory / "PimBsr.log"));
 }
 
 }  // namespace
