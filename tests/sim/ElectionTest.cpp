@@ -30,9 +30,8 @@ class FiveCandidates {
   void start(const std::string &name) {
     const std::map<std::string, uint16_t> priority{{"r0", 10}, {"r1", 64}, {"r2", 0}, {"r3", 64}, {"r4", 63}};
     host(name).candidateBsrIs(global, priority.at(name));
-    if (name == "r1") host(name).candidateRpIs(story.addresses.group(1));
-    if (name == "r2") host(name).candidateRpIs(story.addresses.group(1));
-    if (name == "r2") host(name).candidateRpIs(story.addresses.group(2));
+    if (name == "r1" || name == "r2") host(name).candidateRpIs(group1);
+    if (name == "r2") host(name).candidateRpIs(group2);
     host(name).router().powerIs(true);
     host(name).start();
   }
@@ -54,22 +53,23 @@ class FiveCandidates {
     std::vector<const Sim::Host *> hosts;
     for (const std::string &name : among) hosts.push_back(&host(name));
     const Sim::ZoneView view = zoneViewOf(host(among[0]).runs() ? host(among[0]) : host(among[1]), zone);
+    Rps known;
+    for (const auto &[groups, entries] : view.table.group) {
+      auto &routers = known[groups];
+      for (const auto &[address, entry] : entries) routers.push_back(nameOf(address));
+    }
     std::ostringstream text;
     text << disagreement(hosts, zone) << view;
     why = text.str();
-    if (view.bsr != bsr || view.table.group.size() != rps.size()) return false;
-    for (const auto &[groups, routers] : rps) {
-      const auto known = view.table.group.find(groups);
-      if (known == view.table.group.end() || known->second.size() != routers.size()) return false;
-      for (const std::string &name : routers) {
-        if (!known->second.contains(address(name))) return false;
-      }
-    }
-    return disagreement(hosts, zone).empty();
+    return view.bsr == bsr && known == rps && disagreement(hosts, zone).empty();
   }
 
   Sim::Host &host(const std::string &name) { return story.host(name); }
   const Pax::IpGenAddr &address(const std::string &name) { return story.network.router(name).address(); }
+  std::string nameOf(const Pax::IpGenAddr &owned) {
+    const auto owner = std::find_if(names.begin(), names.end(), [&](auto &name) { return address(name) == owned; });
+    return owner == names.end() ? "nobody" : *owner;
+  }
   Sim::Link &link(const std::string &name) { return story.network.link(name); }
 
   static const inline Names names{"r0", "r1", "r2", "r3", "r4"};
