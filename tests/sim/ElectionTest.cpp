@@ -220,7 +220,7 @@ TEST_P(Election, TheBsrTellsOnlyOfTheBidirectionalRpsOfAPrefixThatHasBoth) {
   startAll();
   host("r2").candidateRpIs(group1)->modeIs(Pim::Mode::bidir);
   story.time().runFor(360);
-  EXPECT_TRUE(agree("r3", global, {{group1, {"r2"}}, {group2, {"r2"}}}, {"r0", "r1", "r2", "r4"})) << why;
+  ASSERT_TRUE(agree("r3", global, {{group1, {"r2"}}, {group2, {"r2"}}}, {"r0", "r1", "r2", "r4"})) << why;
   for (const char *name : {"r0", "r1", "r2", "r4"}) {
     EXPECT_EQ(host(name).rpSet().crpSet(group1)->rp(address("r2"))->pimMode(), Pim::Mode::bidir);
   }
