@@ -84,6 +84,7 @@ void PimBsrSm::handleFragmentTimerExpiry() {
   if (!initialized_) return;
   for (const uint16_t tag : bsmRxFragments_.keys()) {
     const auto fragments = bsmRxFragments(tag);
+    if (!fragments) continue;
     discardAged(*fragments);
     if (!fragments->groupRpData().empty()) continue;
     bsmRxFragmentsDel(tag);
@@ -94,7 +95,7 @@ void PimBsrSm::handleFragmentTimerExpiry() {
   VRF_TRACE(trace, 5, "Next fragmentTimerTimeout in " << fragmentInterval() << " seconds from now");
 }
 
-void PimBsrSm::discardAged(PimBsrRxFragments &fragments) {
+void PimBsrSm::discardAged(PimBsrRxFragments &fragments) const {
   for (const Pax::IpGenPrefix &prefix : fragments.groupRpData().keys()) {
     const auto fragment = *fragments.groupRpData().find(prefix);
     const double age = std::round(now() - fragment->creationTime());

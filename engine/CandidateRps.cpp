@@ -11,7 +11,7 @@ namespace {
 Tracelet::Module trace("Pim::Bsr::Sm");
 }
 
-void PimBsrSm::handleRpCandidate() { VRF_TRACE_ENTRY(trace); }
+void PimBsrSm::handleRpCandidate() const { VRF_TRACE_ENTRY(trace); }
 
 void PimBsrSm::handleCrp(const Pax::IpGenAddr &rpAddress) {
   if (const auto gone = crp_.erase(rpAddress)) gone->handleDel();

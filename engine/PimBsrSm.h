@@ -134,7 +134,7 @@ class PimBsrSm : public Kiv::Entity {
   BsrNonCandidateSm &nonCandidateSmIs(const Pax::IpGenPrefix &zone);
 
   // Candidate RPs (CandidateRps.cpp)
-  void handleRpCandidate();
+  void handleRpCandidate() const;
   void handleCrp(const Pax::IpGenAddr &rpAddress);
   void handleCrpMsg();
   void rpCandidateSmIs(const CrpOptions &options);
@@ -152,7 +152,7 @@ class PimBsrSm : public Kiv::Entity {
   struct Store;
   bool storeGroup(Store &store, const Packet::BootstrapGroupData &group);
   bool storeRp(Store &store, RpCandidateSet &set, const Packet::BootstrapGroupData &group,
-               const Packet::BootstrapRpData &rp);
+               const Packet::BootstrapRpData &data) const;
   Kiv::Ptr<RpCandidateSet> setToStoreInto(const Store &store, const Pax::IpGenPrefix &prefix,
                                           const Packet::BootstrapGroupData::RpList &rps);
 
@@ -162,7 +162,7 @@ class PimBsrSm : public Kiv::Entity {
   Kiv::Ptr<PimBsrRxFragments> bsmRxFragmentsIs(uint16_t tag);
   void handleBsmRxFragments(uint16_t tag);
   void handleFragmentTimerExpiry();
-  void discardAged(PimBsrRxFragments &fragments);
+  void discardAged(PimBsrRxFragments &fragments) const;
 
   // Sending (BsmForwarding.cpp, BsmFragmentation.cpp)
   bool usableForZone(const Pax::IpGenPrefix &zone, const Pax::IntfId &intfId, const PimIntf &pimIntf) const;

@@ -84,7 +84,7 @@ Kiv::Ptr<RpCandidateSet> PimBsrSm::setToStoreInto(const Store &store, const Pax:
 }
 
 bool PimBsrSm::storeRp(Store &store, RpCandidateSet &set, const Packet::BootstrapGroupData &group,
-                       const Packet::BootstrapRpData &data) {
+                       const Packet::BootstrapRpData &data) const {
   if (data.holdTime == 0) {
     set.rpDel(data.address);
     VRF_TRACE(trace, 4, "Deleted RP " << data.address << " since holdtime is 0");

@@ -43,6 +43,6 @@ IpGenPrefix allGroups(AddressFamily family);
 template <>
 struct std::hash<Pax::IpGenPrefix> {
   size_t operator()(const Pax::IpGenPrefix &prefix) const {
-    return std::hash<Pax::IpGenAddr>()(prefix.address()) + prefix.length() * 0x9e3779b9u;
+    return std::hash<Pax::IpGenAddr>()(prefix.address()) + prefix.length() * uint64_t{0x9e3779b9};
   }
 };

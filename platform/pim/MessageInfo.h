@@ -10,11 +10,11 @@ namespace Routing::Pim::IO {
 
 /// What arrived last. All fields are written before `message` changes and `count` grows.
 class ReceivedMessage : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE)                                          \
-  ATTRIBUTE(value, Pax::IntfId, intfId, IntfId, {})                    \
-  ATTRIBUTE(value, Pax::IpGenAddr, source, Source, {})                 \
-  ATTRIBUTE(value, Pax::IpGenAddr, destination, Destination, {})       \
-  ATTRIBUTE(pointer, Packet::Message, message, Message)                \
+#define ATTRIBUTES(ATTRIBUTE)                                    \
+  ATTRIBUTE(value, Pax::IntfId, intfId, IntfId, {})              \
+  ATTRIBUTE(value, Pax::IpGenAddr, source, Source, {})           \
+  ATTRIBUTE(value, Pax::IpGenAddr, destination, Destination, {}) \
+  ATTRIBUTE(pointer, Packet::Message, message, Message)          \
   ATTRIBUTE(counter, count, Count)
   KIV_ENTITY(ReceivedMessage, ATTRIBUTES)
 #undef ATTRIBUTES

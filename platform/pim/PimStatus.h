@@ -9,14 +9,14 @@ namespace Routing::Pim {
 
 /// A neighbour, keyed by the source address of its Hellos. Times are absolute seconds.
 class PimNeighbor : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE)                                           \
-  /* its other addresses on the link, from the Address List option */   \
-  ATTRIBUTE(set, Pax::IpGenAddr, secondary, Secondary)                  \
-  ATTRIBUTE(value, bool, hasDrPriority, HasDrPriority, false)           \
-  ATTRIBUTE(value, uint32_t, drPriority, DrPriority, 1)                 \
-  ATTRIBUTE(value, bool, hasGenerationId, HasGenerationId, false)       \
-  ATTRIBUTE(value, uint32_t, generationId, GenerationId, 0)             \
-  ATTRIBUTE(value, double, upTime, UpTime, 0)                           \
+#define ATTRIBUTES(ATTRIBUTE)                                         \
+  /* its other addresses on the link, from the Address List option */ \
+  ATTRIBUTE(set, Pax::IpGenAddr, secondary, Secondary)                \
+  ATTRIBUTE(value, bool, hasDrPriority, HasDrPriority, false)         \
+  ATTRIBUTE(value, uint32_t, drPriority, DrPriority, 1)               \
+  ATTRIBUTE(value, bool, hasGenerationId, HasGenerationId, false)     \
+  ATTRIBUTE(value, uint32_t, generationId, GenerationId, 0)           \
+  ATTRIBUTE(value, double, upTime, UpTime, 0)                         \
   ATTRIBUTE(value, double, expires, Expires, 0)
   KIV_ENTITY(PimNeighbor, ATTRIBUTES)
 #undef ATTRIBUTES
@@ -24,14 +24,14 @@ class PimNeighbor : public Kiv::Entity {
 
 /// One interface on which PIM is on and usable: it is up and has a PIM address.
 class PimIntf : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE)                                                         \
-  ATTRIBUTE(value, Pax::IpGenAddr, address, Address, {})                              \
+#define ATTRIBUTES(ATTRIBUTE)                                                           \
+  ATTRIBUTE(value, Pax::IpGenAddr, address, Address, {})                                \
   /* what the agent's byte counts may fill: min(link MTU, 2100), half of it for IPv6 */ \
-  ATTRIBUTE(value, uint32_t, mtu, Mtu, 0)                                             \
-  ATTRIBUTE(value, Pax::IpGenAddr, dr, Dr, {})                                        \
-  ATTRIBUTE(value, bool, isDr, IsDr, false)                                           \
-  ATTRIBUTE(map, Pax::IpGenAddr, PimNeighbor, neighbor, Neighbor)                     \
-  /* Hellos sent because of a new neighbour or Generation ID */                       \
+  ATTRIBUTE(value, uint32_t, mtu, Mtu, 0)                                               \
+  ATTRIBUTE(value, Pax::IpGenAddr, dr, Dr, {})                                          \
+  ATTRIBUTE(value, bool, isDr, IsDr, false)                                             \
+  ATTRIBUTE(map, Pax::IpGenAddr, PimNeighbor, neighbor, Neighbor)                       \
+  /* Hellos sent because of a new neighbour or Generation ID */                         \
   ATTRIBUTE(counter, triggeredHelloSent, TriggeredHelloSent)
   KIV_ENTITY(PimIntf, ATTRIBUTES)
 #undef ATTRIBUTES

@@ -10,12 +10,12 @@ namespace Routing::Pim {
 
 /// One RP of one group prefix. Times are absolute, in seconds of the platform's clock.
 class RpCandidate : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE)                                              \
-  ATTRIBUTE(value, Mode, pimMode, PimMode, Mode::sparse)                   \
-  ATTRIBUTE(value, RpPriority, priority, Priority, rpPriorityUnset)        \
-  ATTRIBUTE(value, CrpHoldTime, holdTime, HoldTime, 0)                     \
-  ATTRIBUTE(value, RpHashMaskLen, hashMaskLen, HashMaskLen, 0)             \
-  ATTRIBUTE(value, double, setupTime, SetupTime, 0)                        \
+#define ATTRIBUTES(ATTRIBUTE)                                       \
+  ATTRIBUTE(value, Mode, pimMode, PimMode, Mode::sparse)            \
+  ATTRIBUTE(value, RpPriority, priority, Priority, rpPriorityUnset) \
+  ATTRIBUTE(value, CrpHoldTime, holdTime, HoldTime, 0)              \
+  ATTRIBUTE(value, RpHashMaskLen, hashMaskLen, HashMaskLen, 0)      \
+  ATTRIBUTE(value, double, setupTime, SetupTime, 0)                 \
   ATTRIBUTE(value, double, expires, Expires, 0)
   KIV_ENTITY(RpCandidate, ATTRIBUTES)
 #undef ATTRIBUTES
@@ -34,8 +34,8 @@ class RpCandidateStatus : public Kiv::NamedEntity {
  public:
   using NamedEntity::NamedEntity;
 
-#define ATTRIBUTES(ATTRIBUTE)                                 \
-  ATTRIBUTE(value, uint32_t, rpSetType, RpSetType, 0)         \
+#define ATTRIBUTES(ATTRIBUTE)                         \
+  ATTRIBUTE(value, uint32_t, rpSetType, RpSetType, 0) \
   ATTRIBUTE(map, Pax::IpGenPrefix, RpCandidateSet, crpSet, CrpSet)
   KIV_ENTITY(RpCandidateStatus, ATTRIBUTES)
 #undef ATTRIBUTES
