@@ -40,15 +40,15 @@ constexpr std::array errorFields{
     Field<PimBsrErrorCounters>{"unknownDestError", &PimBsrErrorCounters::unknownDestError},
 };
 constexpr std::array packetFields{
-    Field<IO::PacketCounters>{"received", &IO::PacketCounters::received},
-    Field<IO::PacketCounters>{"sent", &IO::PacketCounters::sent},
-    Field<IO::PacketCounters>{"sendFailed", &IO::PacketCounters::sendFailed},
-    Field<IO::PacketCounters>{"malformed", &IO::PacketCounters::malformed},
-    Field<IO::PacketCounters>{"wrongFamily", &IO::PacketCounters::wrongFamily},
-    Field<IO::PacketCounters>{"pimOff", &IO::PacketCounters::pimOff},
-    Field<IO::PacketCounters>{"noConsumer", &IO::PacketCounters::noConsumer},
-    Field<IO::PacketCounters>{"noFwdNoHello", &IO::PacketCounters::noFwdNoHello},
-    Field<IO::PacketCounters>{"noFwdOwnAddress", &IO::PacketCounters::noFwdOwnAddress},
+    Field<Flume::PacketCounters>{"received", &Flume::PacketCounters::received},
+    Field<Flume::PacketCounters>{"sent", &Flume::PacketCounters::sent},
+    Field<Flume::PacketCounters>{"sendFailed", &Flume::PacketCounters::sendFailed},
+    Field<Flume::PacketCounters>{"malformed", &Flume::PacketCounters::malformed},
+    Field<Flume::PacketCounters>{"wrongFamily", &Flume::PacketCounters::wrongFamily},
+    Field<Flume::PacketCounters>{"pimOff", &Flume::PacketCounters::pimOff},
+    Field<Flume::PacketCounters>{"noConsumer", &Flume::PacketCounters::noConsumer},
+    Field<Flume::PacketCounters>{"noFwdNoHello", &Flume::PacketCounters::noFwdNoHello},
+    Field<Flume::PacketCounters>{"noFwdOwnAddress", &Flume::PacketCounters::noFwdOwnAddress},
 };
 
 template <class Fields, class Record>
@@ -58,7 +58,7 @@ Rows toJson(const Fields &fields, const Record &record) {
   return json;
 }
 
-Rows packetsOf(const IO::PacketCounters &counters) {
+Rows packetsOf(const Flume::PacketCounters &counters) {
   Rows json = toJson(packetFields, counters);
   Rows &reasons = json["malformedBy"] = Rows::object();
   for (size_t i = 0; i < counters.malformedBy.size(); ++i) {
@@ -79,7 +79,7 @@ void showCounters(const VrfView &view, Rows &rows) {
   CounterVisitor visitor(row);
   counters->describe(visitor);
   row["errors"] = toJson(errorFields, counters->errCounters());
-  row["packets"] = packetsOf(view.packets ? *view.packets : IO::PacketCounters());
+  row["packets"] = packetsOf(view.packets ? *view.packets : Flume::PacketCounters());
   rows.push_back(std::move(row));
 }
 

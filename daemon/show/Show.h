@@ -21,7 +21,7 @@ struct VrfView {
   Kiv::Ptr<const Status> status;
   Kiv::Ptr<const Pim::Status> pimStatus;
   PimBsrSm *bsrSm = nullptr;
-  const IO::PacketCounters *packets = nullptr;
+  const Flume::PacketCounters *packets = nullptr;
 };
 
 /// The rows of a noun that VRFs have, sorted by VRF and then by the noun's own keys. Throws

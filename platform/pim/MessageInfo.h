@@ -51,6 +51,9 @@ class MessageInfo : public Kiv::Counted, public MessageConsumer {
   TransmitMessage tx_;
 };
 
+/// Sets every message counter of the table to zero.
+inline void messageCountersClear(Flume::MessageCounters &counters) { counters.packets = {}; }
+
 /// The packet channel of a VRF: a MessageInfo per registered message type. Delivers from its
 /// registration on until its own end.
 class PamManager : public Kiv::Counted {

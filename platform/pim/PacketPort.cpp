@@ -33,7 +33,12 @@ std::ostream &operator<<(std::ostream &out, const Incoming &packet) {
 
 PacketPort::PacketPort(Pax::AddressFamily family, const Kiv::Ptr<const Status> &status,
                        const Kiv::Ptr<RouteLookup> &routes)
-    : family_(family), status_(status), routes_(routes), codec_(family) {}
+    : family_(family),
+      status_(status),
+      routes_(routes),
+      codec_(family),
+      messageCounters_(Kiv::make<Flume::MessageCounters>()),
+      counters_(messageCounters_->packets) {}
 
 void PacketPort::consumerIs(Packet::MessageType type, MessageConsumer *consumer) {
   consumer_[static_cast<size_t>(type)] = consumer;

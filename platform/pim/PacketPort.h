@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <span>
 
+#include "platform/flume/MessageCounters.h"
 #include "platform/pax/IntfId.h"
 #include "platform/pim/Codec.h"
 #include "platform/pim/Packet.h"
@@ -12,21 +13,6 @@
 #include "platform/routing/RouteLookup.h"
 
 namespace Routing::Pim::IO {
-
-/// Packets that were dropped before they reached any consumer, by reason, and those handed on.
-struct PacketCounters {
-  uint32_t received = 0;
-  uint32_t sent = 0;
-  uint32_t sendFailed = 0;
-  uint32_t malformed = 0;  ///< the codec's reasons are in malformedBy
-  uint32_t wrongFamily = 0;
-  uint32_t pimOff = 0;           ///< PIM is not on at the arrival interface
-  uint32_t noConsumer = 0;       ///< a type that nobody takes: not read here (Join/Prune, ...), or no consumer
-  uint32_t noFwdNoHello = 0;     ///< no-forward Bootstrap message from a source without Hello state
-  uint32_t noFwdOwnAddress = 0;  ///< no-forward Bootstrap message that names us as BSR
-  uint32_t badHello = 0;         ///< not to ALL-PIM-ROUTERS, or from an address that is no neighbour's
-  std::array<uint32_t, Packet::decodeErrors> malformedBy{};
-};
 
 /// A packet that arrived; the payload begins with the PIM header.
 struct Incoming {
@@ -69,8 +55,8 @@ class PacketPort : public Kiv::Counted {
   PacketPort(Pax::AddressFamily family, const Kiv::Ptr<const Status> &status, const Kiv::Ptr<RouteLookup> &routes);
 
   Pax::AddressFamily af() const { return family_; }
-  const PacketCounters &counters() const { return counters_; }
-  void countersClear() { counters_ = {}; }
+  const Kiv::Ptr<Flume::MessageCounters> &messageCounters() const { return messageCounters_; }
+  const Flume::PacketCounters &counters() const { return messageCounters_->packets; }
 
   /// At most one consumer a type; null ends it.
   void consumerIs(Packet::MessageType type, MessageConsumer *consumer);
@@ -107,7 +93,8 @@ class PacketPort : public Kiv::Counted {
   Packet::Codec codec_;
   std::array<MessageConsumer *, 16> consumer_{};
   BeforeBootstrap *beforeBootstrap_ = nullptr;
-  PacketCounters counters_;
+  const Kiv::Ptr<Flume::MessageCounters> messageCounters_;
+  Flume::PacketCounters &counters_;
   std::vector<uint8_t> buffer_;
 };
 

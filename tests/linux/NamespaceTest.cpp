@@ -86,7 +86,9 @@ TEST_F(NamespaceTest, AtRestNothingTurns) {
   const Linux::VrfPlatform vrf(loop, watcher, random, parameters);
   settle();
   ASSERT_TRUE(vrf.complete());
-  EXPECT_LE(settle(), 1) << "the deadline itself";
+  // The deadline is one; namespaces that others make at the same time wake the watch for them too.
+  // A loop that spins turns thousands of times.
+  EXPECT_LE(settle(), 50);
 }
 
 TEST_F(NamespaceTest, TwoVrfsOfOneProcessBecomeNeighbors) {

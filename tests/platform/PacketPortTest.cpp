@@ -15,7 +15,7 @@ namespace Test {
 namespace {
 
 using namespace Routing::Pim::Packet;
-using Routing::Pim::IO::PacketCounters;
+using Routing::Pim::Flume::PacketCounters;
 
 /// A router with PIM on at eth1, onLink(1) there, where it knows onLink(2); host(1) is its own.
 struct PortFixture {

@@ -1,0 +1,69 @@
+/// Access lists as operators configure them: rules by sequence number, the first that matches
+/// decides, and what no rule matches is denied.
+#pragma once
+
+#include <string>
+
+#include "platform/kiv/Attributes.h"
+#include "platform/pax/IpGenPrefix.h"
+#include "platform/pax/Ranged.h"
+
+namespace Acl {
+
+struct VniRule {
+  using Rep = uint32_t;
+  static constexpr uint64_t least = 0, most = 16777215;
+  static constexpr Rep initial = 0;
+  static constexpr const char *text = "IpFilterBase::vni < 0 or > 16777215 not allowed";
+};
+struct TniRule : VniRule {
+  static constexpr const char *text = "IpFilterBase::tni < 0 or > 16777215 not allowed";
+};
+
+enum class Action : uint8_t { permit, deny };
+std::ostream &operator<<(std::ostream &out, Action action);
+
+/// What a rule matches. Only the source field decides what an ACL permits here; a source of length
+/// zero matches every address of the family.
+struct IpFilterBase {
+  Pax::IpGenPrefix source;
+  Pax::Ranged<VniRule> vni;  ///< virtual network identifier, 24 bits
+  Pax::Ranged<TniRule> tni;  ///< tunnel identifier, 24 bits
+  bool operator==(const IpFilterBase &) const = default;
+};
+
+struct IpRule {
+  Action action = Action::deny;
+  IpFilterBase filter;
+  bool operator==(const IpRule &) const = default;
+};
+std::ostream &operator<<(std::ostream &out, const IpRule &rule);
+
+/// One set of rules. It may be changed in place, or built aside and put in force whole through
+/// `AclConfig::currCfg`.
+class AclSubConfig : public Kiv::Entity {
+#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(values, uint32_t, IpRule, ruleBySequence, RuleBySequence)
+  KIV_ENTITY(AclSubConfig, ATTRIBUTES)
+#undef ATTRIBUTES
+};
+
+class AclConfig : public Kiv::NamedEntity {
+ public:
+  using NamedEntity::NamedEntity;
+#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(pointer, AclSubConfig, currCfg, CurrCfg)
+  KIV_ENTITY(AclConfig, ATTRIBUTES)
+#undef ATTRIBUTES
+};
+
+namespace Input {
+
+/// All ACLs of one address family, by name.
+class Config : public Kiv::Entity {
+#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, std::string, AclConfig, acl, Acl)
+  KIV_ENTITY(Config, ATTRIBUTES)
+#undef ATTRIBUTES
+};
+
+}  // namespace Input
+
+}  // namespace Acl
