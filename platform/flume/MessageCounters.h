@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "platform/kiv/Attributes.h"
-#include "platform/pim/Packet.h"
+#include "platform/pim/Codec.h"
 
 namespace Routing::Pim::Flume {
 
