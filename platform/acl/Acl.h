@@ -27,8 +27,8 @@ std::ostream &operator<<(std::ostream &out, Action action);
 /// zero matches every address of the family.
 struct IpFilterBase {
   Pax::IpGenPrefix source;
-  Pax::Ranged<VniRule> vni;  ///< virtual network identifier, 24 bits
-  Pax::Ranged<TniRule> tni;  ///< tunnel identifier, 24 bits
+  Pax::Ranged<VniRule> vni{};  ///< virtual network identifier, 24 bits
+  Pax::Ranged<TniRule> tni{};  ///< tunnel identifier, 24 bits
   bool operator==(const IpFilterBase &) const = default;
 };
 

@@ -1,0 +1,55 @@
+#include "platform/ip/SourceIntf.h"
+
+namespace Ip {
+
+/// Keeps one entry of the directory true to the interface that has its name now, if any.
+class SourceIntfSm::KivIntfStatus : public IntfStatus::Notifiee {
+ public:
+  explicit KivIntfStatus(const Kiv::Ptr<SourceIntf> &sourceIntf) : sourceIntf_(sourceIntf) {}
+  void intfStatusIs(const Kiv::Ptr<const IntfStatus> &intfStatus) {
+    notifierIs(intfStatus);
+    sourceIntf_->presentIs(notifier() != nullptr);
+    onIpAddr();
+  }
+  void onIpAddr() override { sourceIntf_->ipAddrIs(notifier() ? notifier()->ipAddr() : Pax::IpGenAddr()); }
+
+ private:
+  const Kiv::Ptr<SourceIntf> sourceIntf_;
+};
+
+class SourceIntfSm::KivAllIntfStatusDir : public AllIntfStatusDir::Notifiee {
+ public:
+  explicit KivAllIntfStatusDir(SourceIntfSm &sourceIntfSm) : sourceIntfSm_(sourceIntfSm) {
+    notifierIs(sourceIntfSm.allIntfStatusDir_);
+  }
+  void onIntfStatus(const Pax::IntfId &intfId) override {
+    const auto tracked = sourceIntfSm_.kivIntfStatus_.find(intfId);
+    if (tracked == sourceIntfSm_.kivIntfStatus_.end()) return;
+    tracked->second->intfStatusIs(notifier()->intfStatus(intfId));
+  }
+
+ private:
+  SourceIntfSm &sourceIntfSm_;
+};
+
+SourceIntfSm::SourceIntfSm(const Kiv::Ptr<SourceIntfDir> &sourceIntfDir,
+                           const Kiv::Ptr<const AllIntfStatusDir> &allIntfStatusDir)
+    : sourceIntfDir_(sourceIntfDir),
+      allIntfStatusDir_(allIntfStatusDir),
+      kivAllIntfStatusDir_(std::make_unique<KivAllIntfStatusDir>(*this)) {
+  for (const Pax::IntfId &intfId : sourceIntfDir_->sourceIntf().keys()) sourceIntfIs(intfId);
+}
+
+SourceIntfSm::~SourceIntfSm() = default;
+
+Kiv::Ptr<const SourceIntf> SourceIntfSm::sourceIntfIs(const Pax::IntfId &intfId) {
+  const Kiv::Ptr<SourceIntf> sourceIntf = sourceIntfDir_->sourceIntfIs(intfId);
+  std::unique_ptr<KivIntfStatus> &tracked = kivIntfStatus_[intfId];
+  if (!tracked) {
+    tracked = std::make_unique<KivIntfStatus>(sourceIntf);
+    tracked->intfStatusIs(allIntfStatusDir_->intfStatus(intfId));
+  }
+  return sourceIntf;
+}
+
+}  // namespace Ip
