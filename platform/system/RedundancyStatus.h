@@ -1,0 +1,28 @@
+/// Whether this controller is the active or the standby one of a redundant pair.
+#pragma once
+
+#include "platform/kiv/Attributes.h"
+
+namespace Redundancy {
+
+/// How two controllers share the router. The numbers are the platform's.
+enum class Protocol : uint8_t {
+  none = 0,
+  hotStandby = 3,  ///< the standby controller runs its agents and keeps their state
+};
+std::ostream &operator<<(std::ostream &out, Protocol protocol);
+
+enum class ControllerMode : uint8_t { unknown = 0, standby = 4, active = 5 };
+std::ostream &operator<<(std::ostream &out, ControllerMode mode);
+
+/// Written by the platform; whoever writes both sets the mode first, so that no reader takes an
+/// active controller for a standby one in between.
+class RedundancyStatus : public Kiv::Entity {
+#define ATTRIBUTES(ATTRIBUTE)                                    \
+  ATTRIBUTE(value, Protocol, protocol, Protocol, Protocol::none) \
+  ATTRIBUTE(value, ControllerMode, mode, Mode, ControllerMode::unknown)
+  KIV_ENTITY(RedundancyStatus, ATTRIBUTES)
+#undef ATTRIBUTES
+};
+
+}  // namespace Redundancy
