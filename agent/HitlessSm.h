@@ -1,0 +1,70 @@
+/// Readies one VRF for a hitless shutdown.
+#pragma once
+
+#include "model/Config.h"
+#include "model/Status.h"
+#include "platform/orb/TimerWheel.h"
+#include "platform/system/Hitless.h"
+
+namespace Routing::Pim::Bsr {
+
+/// When the shutdown is asked for, every candidate RP of this router gets a longer interval, which
+/// its advertiser tells the BSRs at once, so that they keep our RPs while the agent is away. A short
+/// time later, which those advertisements need to arrive, the VRF is recorded as completed. There is
+/// no way back: the intervals stay as long as the machine's process lives.
+class HitlessSm {
+ public:
+  /// Without a shutdown status (null) the machine does nothing.
+  HitlessSm(const Kiv::Ptr<const Config> &config, const Kiv::Ptr<Status> &status,
+            const Kiv::Ptr<Orb::TimerWheel> &timerWheel,
+            const Kiv::Ptr<const McastCommon::HitlessShutdownStatus> &shutdownStatus,
+            const Kiv::Ptr<McastCommon::HitlessVrfStatus> &vrfStatus, const L3::VrfName &vrf);
+  HitlessSm(const HitlessSm &) = delete;
+  HitlessSm &operator=(const HitlessSm &) = delete;
+
+  /// Seconds between advertisements from then on.
+  uint32_t hitlessCrpInterval() const { return hitlessCrpInterval_.number(); }
+  void hitlessCrpIntervalIs(const CrpAdvInterval &interval) { hitlessCrpInterval_ = interval; }
+  /// Seconds until the VRF counts as completed.
+  double hitlessNotifyDelay() const { return hitlessNotifyDelay_; }
+  void hitlessNotifyDelayIs(double delay) { hitlessNotifyDelay_ = delay; }
+  const Orb::Timer &hitlessTimer() const { return hitlessTimer_; }
+  bool initialized() const { return initialized_; }
+
+ private:
+  class KivShutdownStatus : public McastCommon::HitlessShutdownStatus::Notifiee {
+   public:
+    explicit KivShutdownStatus(HitlessSm &sm) : sm_(sm) { notifierIs(sm.shutdownStatus_); }
+    void onShutdown() override { sm_.doHitlessShutdown(); }
+
+   private:
+    HitlessSm &sm_;
+  };
+  class KivHitlessTimer : public Orb::Timer {
+   public:
+    KivHitlessTimer(HitlessSm &sm, const Kiv::Ptr<Orb::TimerWheel> &wheel) : Timer(wheel), sm_(sm) {}
+    void onTime() override { sm_.handleHitlessTimerExpiry(); }
+
+   private:
+    HitlessSm &sm_;
+  };
+
+  const std::string &vrfName() const { return vrf_.text(); }
+  void handleInitialized();
+  void doHitlessShutdown();
+  void handleHitlessTimerExpiry();
+
+  const Kiv::Ptr<const Config> config_;
+  const Kiv::Ptr<Status> status_;
+  const Orb::TimerWheel &timerWheel_;
+  const Kiv::Ptr<const McastCommon::HitlessShutdownStatus> shutdownStatus_;
+  const Kiv::Ptr<McastCommon::HitlessVrfStatus> vrfStatus_;
+  const L3::VrfName vrf_;
+  CrpAdvInterval hitlessCrpInterval_ = 120;
+  double hitlessNotifyDelay_ = 5.0;
+  bool initialized_ = false;
+  KivHitlessTimer hitlessTimer_;
+  KivShutdownStatus kivShutdownStatus_;
+};
+
+}  // namespace Routing::Pim::Bsr
