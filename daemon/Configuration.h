@@ -1,12 +1,13 @@
-/// What a configuration file says, as plain data: checked, defaults filled in.
+/// What a configuration file says, as plain data: checked, defaults filled in. Times in seconds.
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
-#include "platform/pax/IntfId.h"
-#include "platform/pax/Ranged.h"
+#include "model/Config.h"
+#include "platform/acl/Acl.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -19,16 +20,63 @@ struct PimVrf {
   bool operator==(const PimVrf &) const = default;
 };
 
-/// Configuration of the agent in one VRF. Times in seconds.
+/// A candidacy for one zone, or for each zone that one ACL permits.
+struct ZoneCandidacy {
+  explicit ZoneCandidacy(Pax::AddressFamily family) : hashMaskLen(Pax::addressBits(family) - 2) {}
+  uint16_t priority = 64;
+  uint32_t hashMaskLen;
+  uint32_t interval = 60;
+  bool operator==(const ZoneCandidacy &) const = default;
+};
+
+/// An interface that is a candidate BSR.
+struct BsrCandidacy {
+  std::map<Pax::IpGenPrefix, ZoneCandidacy> group;
+  std::map<std::string, ZoneCandidacy> acl;
+  bool operator==(const BsrCandidacy &) const = default;
+};
+
+/// One range that an RP serves, or those that one ACL permits.
+struct RangeOptions {
+  RpPriority priority = 192;
+  bool operator==(const RangeOptions &) const = default;
+};
+
+/// An interface that is a candidate RP.
+struct RpCandidacy {
+  std::map<Pax::IpGenPrefix, RangeOptions> groupRange;
+  std::map<std::string, RangeOptions> acl;
+  Mode mode = Mode::sparse;
+  uint32_t advInterval = 60;
+  bool operator==(const RpCandidacy &) const = default;
+};
+
+/// Configuration of the agent in one VRF.
 struct VrfSettings {
   uint32_t holdTime = 130;
   uint32_t szTimeout = 1300;
+  std::map<Pax::IntfId, BsrCandidacy> bsrCandidateConfig;
+  std::map<Pax::IntfId, RpCandidacy> rpCandidateConfig;
+  std::set<std::string> crpFilterAcl;
   bool operator==(const VrfSettings &) const = default;
 };
 
+/// The groups for which an interface is a border.
+struct IntfSettings {
+  std::set<Pax::IpGenPrefix> bsrBorderGrp;
+  std::set<std::string> bsrBorderAcl;
+  bool operator==(const IntfSettings &) const = default;
+};
+
+/// The rules of one ACL in their order.
+using AclRules = std::vector<Acl::IpRule>;
+
 struct Configuration {
+  Pax::AddressFamily family = Pax::AddressFamily::ipv4;
   std::map<L3::VrfName, PimVrf> pim;
   std::map<L3::VrfName, VrfSettings> vrfConfig;  ///< one for each VRF of `pim`
+  std::map<Pax::IntfId, IntfSettings> intfConfig;
+  std::map<std::string, AclRules> acl;
   bool operator==(const Configuration &) const = default;
 };
 

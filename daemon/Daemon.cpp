@@ -27,6 +27,7 @@ Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configur
       random_(std::random_device()()),
       wheel_(Kiv::make<Orb::TimerWheel>(loop_, loop_)),
       configColl_(Kiv::make<ConfigColl>()),
+      aclConfig_(Kiv::make<Acl::Input::Config>()),
       clearConfigColl_(Kiv::make<ClearConfigColl>()),
       statusColl_(Kiv::make<StatusColl>()),
       signals_(loop_.context(), SIGTERM, SIGINT, SIGHUP) {
@@ -77,7 +78,7 @@ void Daemon::apply(const Configuration &configuration) {
   for (const auto &[vrf, pim] : std::exchange(configuration_, configuration).pim) {
     if (!configuration_.pim.contains(vrf)) vrfDel(vrf);
   }
-  configurationApply(configuration_, *configColl_);
+  configurationApply(configuration_, *configColl_, *aclConfig_);
   const VrfHost::Process process{loop_, watcher_, wheel_, random_, family_, started_};
   for (const auto &[vrf, pim] : configuration_.pim) {
     std::unique_ptr<VrfHost> &host = hosts_[vrf];

@@ -56,6 +56,7 @@ class Daemon {
   Orb::Random random_;
   const Kiv::Ptr<Orb::TimerWheel> wheel_;
   const Kiv::Ptr<ConfigColl> configColl_;
+  const Kiv::Ptr<Acl::Input::Config> aclConfig_;
   const Kiv::Ptr<ClearConfigColl> clearConfigColl_;
   const Kiv::Ptr<StatusColl> statusColl_;
   boost::asio::signal_set signals_;

@@ -94,9 +94,9 @@ TEST(ConfigFile, AGoodFileIsReadWithItsDefaults) {
   wanted.pim["default"] = {"", {{"default", "eth0"}, {"default", "eth1"}}, true, 0};
   wanted.pim["blue"] = {"blue", {{"blue", "eth0"}}, false, 5};
   wanted.pim["red"] = {"ns-red", {}, true, 0};
-  wanted.vrfConfig["default"] = {130, 1300};
-  wanted.vrfConfig["blue"] = {60, 600};
-  wanted.vrfConfig["red"] = {90, 100};
+  wanted.vrfConfig["default"] = {130, 1300, {}, {}, {}};
+  wanted.vrfConfig["blue"] = {60, 600, {}, {}, {}};
+  wanted.vrfConfig["red"] = {90, 100, {}, {}, {}};
   EXPECT_EQ(loaded.configuration, wanted);
 }
 
@@ -111,7 +111,8 @@ class Listener : public Config::Notifiee {
 
 TEST(ConfigApply, AReloadWritesOnlyWhatDiffers) {
   const auto coll = Kiv::make<ConfigColl>();
-  const auto apply = [&](const char *text) { configurationApply(configurationFromText(text).configuration, *coll); };
+  const auto acls = Kiv::make<Acl::Input::Config>();
+  const auto apply = [&](const char *text) { configurationApply(configurationFromText(text).configuration, *coll, *acls); };
   apply(R"({"pim": {"default": {}, "red": {}}})");
   const auto config = coll->vrfConfig("default");
   ASSERT_TRUE(config);
