@@ -30,6 +30,8 @@ void ContainerSm::handleInitialized() {
   pimCrpMsgStatus_ = Kiv::make<PimCrpMsgStatus>("pimCrpMsgStatus");
   timerWheel_ = Kiv::make<Orb::TimerWheel>(*container_.clock, *container_.waker, Orb::TimerWheel::Parameters());
   configSm_ = std::make_unique<ConfigSm>(container_.config, container_.vrfIntfConfig, container_.clearConfig, status);
+  rpHashSm_ = std::make_unique<RpHashSm>(container_.rpCandidateStatus, Mode::sparse);
+  bidirRpHashSm_ = std::make_unique<RpHashSm>(container_.rpCandidateStatus, Mode::bidir);
   bsrSm_ =
       Kiv::make<PimBsrSm>(status, container_.pimStatus, pimBsmStatus_, pimCrpMsgStatus_, container_.rpCandidateStatus,
                           timerWheel_, container_.allIntfStatusDir, *container_.random);

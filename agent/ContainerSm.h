@@ -7,6 +7,7 @@
 #include "model/InternalStatus.h"
 #include "platform/pim/MessageInfo.h"
 #include "platform/pim/PimRpfTable.h"
+#include "platform/pim/RpHash.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -25,6 +26,8 @@ class ContainerSm {
   ContainerSm &operator=(const ContainerSm &) = delete;
 
   const Container &container() const { return container_; }
+  const RpHashSm &rpHashSm() const { return *rpHashSm_; }
+  const RpHashSm &bidirRpHashSm() const { return *bidirRpHashSm_; }
   PimBsrSm &bsrSm() const { return *bsrSm_; }
   BootstrapMessageSm &bsrIOSm() const { return *bsrIOSm_; }
 
@@ -40,6 +43,8 @@ class ContainerSm {
   Kiv::Ptr<PimCrpMsgStatus> pimCrpMsgStatus_;
   Kiv::Ptr<Orb::TimerWheel> timerWheel_;
   std::unique_ptr<ConfigSm> configSm_;
+  std::unique_ptr<RpHashSm> rpHashSm_;
+  std::unique_ptr<RpHashSm> bidirRpHashSm_;
   Kiv::Ptr<PimBsrSm> bsrSm_;
   std::unique_ptr<BootstrapMessageSm> bsrIOSm_;
   std::unique_ptr<CrpMessageSm> crpIOSm_;

@@ -58,6 +58,11 @@ void readOperands(const Texts &operands, Options &options) {
     if (!options.noun) throw UsageError("there is no noun '" + operands[1] + "'");
     options.request.noun = operands[1];
     next = 2;
+    if (*options.noun->operand) {
+      if (operands.size() < 3) throw UsageError("'" + operands[1] + "' needs a " + options.noun->operand);
+      options.request.argument = operands[2];
+      next = 3;
+    }
   } else if (*verb->operands && operands.size() > 1) {
     options.request.argument = operands[1];
     next = 2;

@@ -19,10 +19,11 @@ Cell cellOf(const Rows &value) {
   if (value.is_boolean()) return {value.get<bool>() ? "yes" : "no"};
   if (value.is_string()) return {value.get<std::string>()};
   if (value.is_number_float()) return {std::to_string(std::llround(value.get<double>())), true};
-  if (!value.is_array()) return {value.dump(), value.is_number()};
+  if (!value.is_structured()) return {value.dump(), value.is_number()};
+  const char *separator = value.is_array() ? "," : " ";
   std::string joined;
   for (const Rows &element : value) {
-    if (!joined.empty()) joined += ',';
+    if (!joined.empty()) joined += separator;
     joined += cellOf(element).text;
   }
   return {joined.empty() ? "-" : joined};

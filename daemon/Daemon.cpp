@@ -122,7 +122,7 @@ Rows Daemon::answer(const Control::Request &request) {
 }
 
 Rows Daemon::show(const Control::Request &request) {
-  if (request.noun != "log") return rowsOf(request.noun, views(request.vrf));
+  if (request.noun != "log") return rowsOf(request.noun, views(request.vrf), request.argument);
   Rows rows = Rows::array();
   for (const std::string &line : log_.lines()) {
     Rows row;
@@ -148,7 +148,11 @@ std::vector<VrfView> Daemon::views(const std::string &vrf) const {
       view.pimStatus = platform->pimStatus();
       view.packets = &platform->port()->counters();
     }
-    if (const auto *containerSm = host->containerSm()) view.bsrSm = &containerSm->bsrSm();
+    if (const auto *containerSm = host->containerSm()) {
+      view.bsrSm = &containerSm->bsrSm();
+      view.rpHashSm = &containerSm->rpHashSm();
+      view.bidirRpHashSm = &containerSm->bidirRpHashSm();
+    }
     views.push_back(std::move(view));
   }
   if (!vrf.empty() && views.empty()) throw std::invalid_argument("there is no VRF '" + vrf + "'");

@@ -38,6 +38,18 @@ constexpr std::array rpSet{
     expires,
     Column{"published", "whether it is in the VRF's published RP set"},
 };
+constexpr std::array rp{
+    vrf,
+    Column{"group", "the group asked about"},
+    Column{"zone", "group prefix of the scope zone that decides for it"},
+    Column{"bsr", "address of the zone's BSR"},
+    Column{"prefix", "the longest prefix with an RP set that covers the group"},
+    Column{"rp", "address of its RP"},
+    Column{"mode", "sparsemode or bidir"},
+    Column{"priority", "priority of the RP, the lowest wins"},
+    Column{"hash", "hash of group and RP, the highest wins among equal priorities"},
+    Column{"candidates", "every RP of the prefix and mode with its priority and hash, the best first"},
+};
 constexpr std::array interfaces{
     vrf,
     Column{"interface", "the interface, as VRF/NAME outside the default VRF"},
@@ -68,6 +80,7 @@ constexpr std::array log{Column{"line", "time, module, level and text"}};
 constexpr std::array allNouns{
     Noun{"bsr", "the elected BSR of each scope zone", bsr},
     Noun{"rp-set", "the RPs learned from the BSRs", rpSet},
+    Noun{.name = "rp", .help = "the RP that serves a group", .columns = rp, .operand = "GROUP"},
     Noun{"interfaces", "the interfaces on which PIM is on and usable", interfaces},
     Noun{"neighbors", "the PIM neighbours", neighbors},
     Noun{"counters", "message counters of each VRF", counters, Noun::Layout::fields, true},
@@ -88,6 +101,10 @@ const Entry *entryOf(std::span<const Entry> entries, std::string_view name) {
   return found == entries.end() ? nullptr : &*found;
 }
 
+std::string withOperand(std::string_view name, std::string_view operand) {
+  return std::string(name) + (operand.empty() ? "" : " ") + std::string(operand);
+}
+
 void helpLine(std::ostream &out, std::string_view name, std::string_view help) {
   out << "  " << std::left << std::setw(22) << name << ' ' << help << '\n';
 }
@@ -103,16 +120,16 @@ std::string helpText() {
   std::ostringstream out;
   out << "Verbs:\n";
   for (const Verb &verb : verbs()) {
-    helpLine(out, std::string(verb.name) + (*verb.operands ? " " : "") + verb.operands, verb.help);
+    helpLine(out, withOperand(verb.name, verb.operands), verb.help);
   }
   out << "Nouns:\n";
-  for (const Noun &noun : nouns()) helpLine(out, noun.name, noun.help);
+  for (const Noun &noun : nouns()) helpLine(out, withOperand(noun.name, noun.operand), noun.help);
   return out.str();
 }
 
 std::string helpText(const Noun &noun) {
   std::ostringstream out;
-  out << noun.name << ": " << noun.help << '\n';
+  out << withOperand(noun.name, noun.operand) << ": " << noun.help << '\n';
   for (const Column &column : noun.columns) helpLine(out, column.name, column.help);
   if (noun.hasMore) out << "  and every counter by its own name\n";
   return out.str();

@@ -26,6 +26,7 @@ struct Noun {
   Layout layout = Layout::table;
   /// Rows have further fields, which come in front of the last columns.
   bool hasMore = false;
+  const char *operand = "";  ///< what the noun has to be given, as the help shows it
 };
 
 struct Verb {

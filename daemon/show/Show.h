@@ -8,6 +8,7 @@
 #include "model/Status.h"
 #include "platform/pim/PacketPort.h"
 #include "platform/pim/PimStatus.h"
+#include "platform/pim/RpHash.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -22,15 +23,20 @@ struct VrfView {
   Kiv::Ptr<const Pim::Status> pimStatus;
   PimBsrSm *bsrSm = nullptr;
   const Flume::PacketCounters *packets = nullptr;
+  const RpHashSm *rpHashSm = nullptr;
+  const RpHashSm *bidirRpHashSm = nullptr;
 };
 
 /// The rows of a noun that VRFs have, sorted by VRF and then by the noun's own keys. Throws
-/// std::invalid_argument when it is none. `views` are sorted by VRF.
-Rows rowsOf(std::string_view noun, const std::vector<VrfView> &views);
+/// std::invalid_argument when it is none, or when the argument is not what the noun needs. `views` are
+/// sorted by VRF.
+Rows rowsOf(std::string_view noun, const std::vector<VrfView> &views, const std::string &argument = "");
 
 // Each appends the rows of one VRF.
 void showBsr(const VrfView &view, Rows &rows);
 void showRpSet(const VrfView &view, Rows &rows);
+/// The RPs that serve the group, a row for each mode in which there is one.
+void showRp(const VrfView &view, const std::string &group, Rows &rows);
 void showInterfaces(const VrfView &view, Rows &rows);
 void showNeighbors(const VrfView &view, Rows &rows);
 void showCounters(const VrfView &view, Rows &rows);

@@ -21,7 +21,9 @@ VrfView viewOf(const TestVrf &vrf) {
           vrf.status,
           vrf.pimStatus,
           vrf.sm ? &vrf.sm->bsrSm() : nullptr,
-          &vrf.port->counters()};
+          &vrf.port->counters(),
+          vrf.sm ? &vrf.sm->rpHashSm() : nullptr,
+          vrf.sm ? &vrf.sm->bidirRpHashSm() : nullptr};
 }
 
 std::vector<std::string> namesOf(const Rows &row) {
@@ -44,7 +46,7 @@ TEST(Show, RowsHaveTheColumnsOfTheirNounInOrder) {
   learn(vrf);
   for (const Control::Noun &noun : Control::nouns()) {
     if (std::string(noun.name) == "log") continue;  // has no rows by VRF
-    const Rows rows = rowsOf(noun.name, {viewOf(vrf)});
+    const Rows rows = rowsOf(noun.name, {viewOf(vrf)}, *noun.operand ? "225.1.0.1" : "");
     ASSERT_FALSE(rows.empty()) << noun.name;
     std::vector<std::string> columns;
     for (const Control::Column &column : noun.columns) columns.push_back(column.name);
@@ -90,6 +92,44 @@ TEST(Show, AnRpThatAnInnerZoneHidesIsNotPublished) {
   vrf.hear(Bsm(vrf.a.host(2)).scope(vrf.a.scope(1)));
   EXPECT_EQ(rowsOf("bsr", {viewOf(vrf)}).size(), 2u);
   EXPECT_EQ(rowsOf("rp-set", {viewOf(vrf)})[0]["published"], false);
+}
+
+TEST(Show, TheRpOfAGroupComesFromTheZoneThatDecidesForIt) {
+  TestVrf vrf(ipv4);
+  vrf.intfIs(1);
+  vrf.hear(Bsm(vrf.a.host(1))
+               .group(vrf.a.group(1), {{vrf.a.host(1), 150, 0}, {vrf.a.host(2), 150, 0}, {vrf.a.host(3), 150, 9}})
+               .group(vrf.a.group(2), {{vrf.a.host(4), 150, 0}})
+               .bidir()
+               .group(vrf.a.global(), {{vrf.a.host(9), 150, 0}}));
+  vrf.hear(Bsm(vrf.a.host(8)).scope(vrf.a.scope(1)).group(vrf.a.inScope(1, 1), {{vrf.a.host(5), 150, 0}}));
+  EXPECT_EQ(rowsOf("rp", {viewOf(vrf)}, "225.1.2.3"),
+            Rows::parse(R"([{"vrf": "default", "group": "225.1.2.3", "zone": "224.0.0.0/4", "bsr": "10.0.0.1",
+      "prefix": "225.1.0.0/16", "rp": "10.0.0.2", "mode": "sparsemode", "priority": 0, "hash": 1913029976, "candidates":
+      [{"rp": "10.0.0.2", "priority": 0, "hash": 1913029976}, {"rp": "10.0.0.1", "priority": 0, "hash": 749967889},
+       {"rp": "10.0.0.3", "priority": 9, "hash": 809514731}]}])"));
+  const struct {
+    const char *group, *answer;
+  } cases[] = {
+      {"225.2.0.1", "225.2.0.0/16 bidir 10.0.0.4 of 10.0.0.1 in 224.0.0.0/4"},
+      {"238.0.0.1", "224.0.0.0/4 sparsemode 10.0.0.9 of 10.0.0.1 in 224.0.0.0/4"},
+      {"239.1.1.1", "239.1.1.0/24 sparsemode 10.0.0.5 of 10.0.0.8 in 239.1.0.0/16"},
+      {"239.1.2.1", ""},
+  };
+  for (const auto &c : cases) {
+    std::string answer;
+    for (const Rows &row : rowsOf("rp", {viewOf(vrf)}, c.group)) {
+      const auto text = [&](const char *name) { return row[name].get<std::string>(); };
+      answer += text("prefix") + " " + text("mode") + " " + text("rp") + " of " + text("bsr") + " in " + text("zone");
+    }
+    EXPECT_EQ(answer, c.answer) << c.group;
+  }
+  for (const char *bad : {"", "225.1.0.0/16", "10.0.0.1", "ff0e::1", "rp"}) {
+    EXPECT_THROW(rowsOf("rp", {viewOf(vrf)}, bad), std::invalid_argument) << bad;
+  }
+  EXPECT_THROW(rowsOf("bsr", {viewOf(vrf)}, "225.1.0.1"), std::invalid_argument);
+  vrf.stop();
+  EXPECT_TRUE(rowsOf("rp", {viewOf(vrf)}, "225.1.2.3").empty());
 }
 
 }  // namespace
