@@ -3,6 +3,8 @@
 
 #include "model/Config.h"
 #include "model/Status.h"
+#include "platform/acl/Acl.h"
+#include "platform/flume/MessageCounters.h"
 #include "platform/ip/IntfStatus.h"
 #include "platform/orb/Random.h"
 #include "platform/orb/TimerWheel.h"
@@ -28,7 +30,9 @@ struct Container {
   Kiv::Ptr<RpCandidateStatus> rpCandidateStatus;  ///< the RP set published for this VRF
 
   Kiv::Ptr<const Pim::Status> pimStatus;
+  Kiv::Ptr<Flume::MessageCounters> pimCounters;
   Kiv::Ptr<const Ip::AllIntfStatusDir> allIntfStatusDir;
+  Kiv::Ptr<const Acl::Input::Config> ipAclConfig;
   Kiv::Ptr<RouteLookup> routes;
   Kiv::Ptr<IO::PacketPort> packetPort;
 };

@@ -18,6 +18,8 @@ ContainerSm::~ContainerSm() = default;
 
 void ContainerSm::handleInitialized() {
   TRACELET(trace, 4, "<Vrf:" << container_.vrf << ">Initializing ContainerSm");
+  sourceIntfDir_ = Kiv::make<Ip::SourceIntfDir>("sourceIntfDir");
+  sourceIntfSm_ = std::make_unique<Ip::SourceIntfSm>(sourceIntfDir_, container_.allIntfStatusDir);
   const Kiv::Ptr<Status> &status = container_.status;
   status->afIs(container_.af);
   container_.rpCandidateStatus->rpSetTypeIs(rpSetTypeBsr);
@@ -29,7 +31,8 @@ void ContainerSm::handleInitialized() {
   pimBsmStatus_ = Kiv::make<PimBsmStatus>("pimBsmStatus");
   pimCrpMsgStatus_ = Kiv::make<PimCrpMsgStatus>("pimCrpMsgStatus");
   timerWheel_ = Kiv::make<Orb::TimerWheel>(*container_.clock, *container_.waker, Orb::TimerWheel::Parameters());
-  configSm_ = std::make_unique<ConfigSm>(container_.config, container_.vrfIntfConfig, container_.clearConfig, status);
+  configSm_ = std::make_unique<ConfigSm>(container_.config, container_.vrfIntfConfig, container_.clearConfig, status,
+                                         container_.pimCounters, sourceIntfSm_.get(), container_.ipAclConfig);
   rpHashSm_ = std::make_unique<RpHashSm>(container_.rpCandidateStatus, Mode::sparse);
   bidirRpHashSm_ = std::make_unique<RpHashSm>(container_.rpCandidateStatus, Mode::bidir);
   bsrSm_ =

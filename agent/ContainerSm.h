@@ -5,6 +5,7 @@
 
 #include "agent/Container.h"
 #include "model/InternalStatus.h"
+#include "platform/ip/SourceIntf.h"
 #include "platform/pim/MessageInfo.h"
 #include "platform/pim/PimRpfTable.h"
 #include "platform/pim/RpHash.h"
@@ -26,6 +27,7 @@ class ContainerSm {
   ContainerSm &operator=(const ContainerSm &) = delete;
 
   const Container &container() const { return container_; }
+  const ConfigSm &configSm() const { return *configSm_; }
   const RpHashSm &rpHashSm() const { return *rpHashSm_; }
   const RpHashSm &bidirRpHashSm() const { return *bidirRpHashSm_; }
   PimBsrSm &bsrSm() const { return *bsrSm_; }
@@ -35,6 +37,8 @@ class ContainerSm {
   void handleInitialized();
 
   const Container container_;
+  Kiv::Ptr<Ip::SourceIntfDir> sourceIntfDir_;
+  std::unique_ptr<Ip::SourceIntfSm> sourceIntfSm_;
   Kiv::Ptr<IO::PamManager> pimPamManager_;
   Kiv::Ptr<IO::MessageInfo> rxBootstrapMsgInfo_;
   Kiv::Ptr<IO::MessageInfo> rxCrpAdvMsgInfo_;

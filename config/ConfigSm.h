@@ -1,47 +1,139 @@
 /// Translates a VRF's configuration into the status that the engine works from.
+///
+/// Each configured thing has a reactor that follows it: KivBsrCandidateConfig and
+/// KivRpCandidateConfig a candidate interface, KivActiveConfig a border interface, ConfigSm::KivAcl
+/// the rules of an ACL, KivBsrConfigAclSm what an ACL permits. What several sources serve is counted,
+/// and is in status while the count is above zero.
 #pragma once
 
+#include <map>
+#include <memory>
+#include <string>
+
+#include "config/BsrConfigAcl.h"
+#include "config/PrefixRefCount.h"
 #include "model/Config.h"
 #include "model/Status.h"
+#include "platform/acl/Acl.h"
+#include "platform/flume/MessageCounters.h"
+#include "platform/ip/SourceIntf.h"
 
 namespace Routing::Pim::Bsr {
 
-/// One per running VRF. Publishes the two timeouts; both are evaluated at start.
+class KivActiveConfig;
+class KivBsrCandidateConfig;
+class KivBsrConfigAclSm;
+class KivRpCandidateConfig;
+
+/// One per running VRF. On status of an earlier run it first removes what the configuration no
+/// longer supports. Its end writes no status.
 class ConfigSm {
  public:
+  /// Of the VRF's own; `sourceIntfSm` outlives this. None may be missing.
   ConfigSm(const Kiv::Ptr<const Config> &config, const Kiv::Ptr<const VrfIntfConfig> &vrfIntfConfig,
-           const Kiv::Ptr<const ClearConfig> &clearConfig, const Kiv::Ptr<Status> &status);
+           const Kiv::Ptr<const ClearConfig> &clearConfig, const Kiv::Ptr<Status> &status,
+           const Kiv::Ptr<Flume::MessageCounters> &pimCounters, Ip::SourceIntfSm *sourceIntfSm,
+           const Kiv::Ptr<const Acl::Input::Config> &ipAclConfig);
+  ~ConfigSm();
+  ConfigSm(const ConfigSm &) = delete;
+  ConfigSm &operator=(const ConfigSm &) = delete;
 
   /// Publishes the hold time. The scoped-zone timeout is not recomputed: it keeps the value of the
   /// last change of its own configuration.
   void handleBsrHoldTime();
-  /// Publishes the scoped-zone timeout, raised to ten hold times where it is lower (RFC 5059
+  /// Publishes the scoped-zone timeout, raised to ten times the hold time where it is lower (RFC 5059
   /// section 5: SZ_Timeout).
   void handleSzTimeout();
+  /// Sets the VRF's message counters to zero.
+  void handleClearCounters();
 
- private:
-  class KivConfig : public Config::Notifiee {
-   public:
-    explicit KivConfig(ConfigSm &configSm) : configSm_(configSm) { notifierIs(configSm.config_); }
-    void onHoldTime() override { configSm_.handleBsrHoldTime(); }
-    void onSzTimeout() override { configSm_.handleSzTimeout(); }
-
-   private:
-    ConfigSm &configSm_;
-  };
-
+  const std::string &vrfName() const { return status_->name(); }
   const Kiv::Ptr<const Config> &config() const { return config_; }
   const Kiv::Ptr<const VrfIntfConfig> &vrfIntfConfig() const { return vrfIntfConfig_; }
-  const Kiv::Ptr<const ClearConfig> &clearConfig() const { return clearConfig_; }
   const Kiv::Ptr<Status> &status() const { return status_; }
-  const std::string &vrfName() const { return status_->name(); }
+  Ip::SourceIntfSm *sourceIntfSm() const { return sourceIntfSm_; }
+  const Kiv::Ptr<const Acl::Input::Config> &ipAclConfig() const { return ipAclConfig_; }
+
+  using BsrConfigAcls = std::map<std::string, Kiv::Ptr<BsrConfigAcl>>;
+  const BsrConfigAcls &bsrConfigAcl() const { return bsrConfigAcl_; }
+  /// Empty when no configuration in force names the ACL.
+  Kiv::Ptr<BsrConfigAcl> bsrConfigAcl(const std::string &acl) const;
+  /// Finds it, or creates it with what the ACL's current rules permit.
+  Kiv::Ptr<BsrConfigAcl> bsrConfigAclIs(const std::string &acl);
+  /// To be called whenever a use has ended: deletes it when no user is left.
+  void bsrConfigAclRelease(const std::string &acl);
+
+  /// The counts by role and interface. For the reactors to change, for others to read.
+  PrefixRefCounts<BsrBorderPrefixRefCount> borderPfxRefCount;
+  PrefixRefCounts<BsrCandidatePrefixRefCount> cbsrPfxRefCount;
+  PrefixRefCounts<RpCandidatePrefixRefCount> crpPfxRefCount;
+  const PrefixRefCount &crpFilterAclPfxRefCount() const { return crpFilterAclPfxRefCount_; }
+
+  /// The reactor of a candidate or border interface; null when it is not configured as such.
+  KivActiveConfig *activeConfig(const Pax::IntfId &intfId) const;
+  KivBsrCandidateConfig *bsrCandidateConfig(const Pax::IntfId &intfId) const;
+  KivRpCandidateConfig *rpCandidateConfig(const Pax::IntfId &intfId) const;
+
+  /// A unicast prefix of a filter ACL came or went.
+  void doFilterAclPrefixActivate(const Pax::IpGenPrefix &prefix);
+  void doFilterAclPrefixDeactivate(const Pax::IpGenPrefix &prefix);
+  /// A candidate RP has left status: an interface that has the same address may serve it now.
+  void handleCrpDel(const Pax::IpGenAddr &address);
+
+ private:
+  class KivAcl;
+  class KivIpAclConfig;
+  class KivConfig;
+  class KivVrfIntfConfig;
+  class KivClearConfig;
+
+  const Kiv::Ptr<const ClearConfig> &clearConfig() const { return clearConfig_; }
   void handleInitialized();
+  void handleBsrCandidateConfig(const Pax::IntfId &intfId);
+  void handleRpCandidateConfig(const Pax::IntfId &intfId);
+  void handleIntfConfig(const Pax::IntfId &intfId);
+
+  void handleAcl(const std::string &acl);
+  void doBuildBsrConfigAcl();
+  Kiv::Ptr<BsrConfigAcl> doCreateBsrConfigAcl(const std::string &acl);
+  void doResolve(BsrConfigAcl &bsrConfigAcl);
+
+  void handleFilterAcl(const std::string &acl);
+  void doFilterAclAdd(const std::string &acl);
+  void doFilterAclRemove(const std::string &acl);
+  void doPermitAll(bool permitAll);
+
+  void doRemoveExtraStatusEntries();
+  void doRemoveExtraBorders();
+  void doRemoveExtraCandidateBsrs();
+  void doRemoveExtraZoneOwners();
+  void doRemoveExtraCandidateRps();
+  void doRemoveExtraPermits();
+  bool isUsable(const Pax::IntfId &intfId);
+  bool permitsGroup(const std::string &acl, const Pax::IpGenPrefix &prefix) const;
 
   const Kiv::Ptr<const Config> config_;
   const Kiv::Ptr<const VrfIntfConfig> vrfIntfConfig_;
   const Kiv::Ptr<const ClearConfig> clearConfig_;
   const Kiv::Ptr<Status> status_;
-  KivConfig kivConfig_;
+  const Kiv::Ptr<Flume::MessageCounters> pimCounters_;
+  Ip::SourceIntfSm *const sourceIntfSm_;
+  const Kiv::Ptr<const Acl::Input::Config> ipAclConfig_;
+  Pax::IpGenPrefix globalOrNonScopedZone_;
+  Pax::IpGenPrefix zeroPfx_;
+
+  BsrConfigAcls bsrConfigAcl_;
+  PrefixRefCount crpFilterAclPfxRefCount_;
+  bool permitAll_ = false;  ///< "no filter ACL is named" counts as a source of zeroPfx
+  std::map<std::string, std::unique_ptr<KivBsrConfigAclSm>> bsrConfigAclSm_;
+  std::map<std::string, std::unique_ptr<KivAcl>> acl_;
+  std::map<Pax::IntfId, std::unique_ptr<KivActiveConfig>> activeConfig_;
+  std::map<Pax::IntfId, std::unique_ptr<KivBsrCandidateConfig>> bsrCandidateConfig_;
+  std::map<Pax::IntfId, std::unique_ptr<KivRpCandidateConfig>> rpCandidateConfig_;
+  std::unique_ptr<KivIpAclConfig> kivIpAclConfig_;
+  std::unique_ptr<KivConfig> kivConfig_;
+  std::unique_ptr<KivVrfIntfConfig> kivVrfIntfConfig_;
+  std::unique_ptr<KivClearConfig> kivClearConfig_;
 };
 
 }  // namespace Routing::Pim::Bsr

@@ -57,7 +57,7 @@ void Daemon::awaitSignal() {
 }
 
 std::vector<std::string> Daemon::reload() {
-  const LoadedConfiguration loaded = configurationFromFile(options_.config);
+  const LoadedConfiguration loaded = configurationFromFile(options_.config, family_);
   std::vector<std::string> errors;
   for (const Finding &error : loaded.findings.errors) errors.push_back(toText(options_.config, error));
   for (const std::string &error : errors) TRACELET(trace, 1, error);
@@ -87,7 +87,7 @@ void Daemon::apply(const Configuration &configuration) {
       continue;
     }
     const VrfHost::Entities entities{configColl_->vrfConfig(vrf), clearConfigColl_->vrfClearConfigIs(vrf),
-                                     statusColl_->vrfStatusIs(vrf)};
+                                     statusColl_->vrfStatusIs(vrf), aclConfig_};
     host = std::make_unique<VrfHost>(process, vrf, pim, entities);
   }
 }

@@ -94,6 +94,8 @@ void VrfHost::run() {
   container.rpCandidateStatus = rpCandidateStatus_;
   container.pimStatus = platform_->pimStatus();
   container.allIntfStatusDir = platform_->interfaces();
+  container.ipAclConfig = entities_.ipAclConfig;
+  container.pimCounters = platform_->port()->messageCounters();
   container.routes = platform_->routes();
   container.packetPort = platform_->port();
   containerSm_ = std::make_unique<ContainerSm>(container);

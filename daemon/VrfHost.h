@@ -33,6 +33,7 @@ class VrfHost {
     Kiv::Ptr<const Config> config;
     Kiv::Ptr<const ClearConfig> clearConfig;
     Kiv::Ptr<Status> status;
+    Kiv::Ptr<const Acl::Input::Config> ipAclConfig;
   };
 
   VrfHost(const Process &process, const L3::VrfName &vrf, const PimVrf &pim, const Entities &entities);

@@ -47,6 +47,17 @@ class PimBsrCounters : public Kiv::NamedEntity {
     ++(changed.*field);
     errCountersIs(changed);
   }
+  /// Sets every counter to zero.
+  void clear() {
+    for (const auto set :
+         {&PimBsrCounters::rxIs, &PimBsrCounters::rxSuccessIs, &PimBsrCounters::rxErrorIs, &PimBsrCounters::txIs,
+          &PimBsrCounters::txSuccessIs, &PimBsrCounters::txErrorIs, &PimBsrCounters::rxBsmIs,
+          &PimBsrCounters::rxBsmSuccessIs, &PimBsrCounters::rxBsmErrorIs, &PimBsrCounters::rxCrpAdvIs,
+          &PimBsrCounters::rxCrpAdvSuccessIs, &PimBsrCounters::rxCrpAdvErrorIs}) {
+      (this->*set)(0);
+    }
+    errCountersIs({});
+  }
 };
 
 }  // namespace Routing::Pim::Bsr

@@ -6,11 +6,16 @@ namespace Sim {
 
 namespace Bsr = Routing::Pim::Bsr;
 
+namespace {
+const Pax::IntfId loopback(L3::defaultVrf, "lo");
+}
+
 Host::Host(Router &router)
     : router_(router),
       config_(Kiv::make<Bsr::Config>()),
       vrfIntfConfig_(Kiv::make<Bsr::VrfIntfConfig>(L3::defaultVrf)),
-      clearConfig_(Kiv::make<Bsr::ClearConfig>()) {
+      clearConfig_(Kiv::make<Bsr::ClearConfig>()),
+      ipAclConfig_(Kiv::make<Acl::Input::Config>()) {
   storeNew();
 }
 
@@ -32,6 +37,8 @@ void Host::start(const Router::HelloParameters &parameters) {
   container.pimStatus = router_.pimStatus();
   container.allIntfStatusDir = router_.allIntfStatusDir();
   container.routes = router_.routes();
+  container.pimCounters = router_.port()->messageCounters();
+  container.ipAclConfig = ipAclConfig_;
   container.packetPort = router_.port();
   agent_ = std::make_unique<Bsr::ContainerSm>(container);
 }
@@ -58,26 +65,28 @@ Pax::IpGenAddr Host::bsr(const Pax::IpGenPrefix &zone) const {
 }
 
 void Host::borderIs(const Pax::IpGenPrefix &zone, const Pax::IntfId &intfId) {
-  status_->bsBorderIs(zone)->intfIdIs(intfId);
+  const auto intfConfig = Kiv::make<Bsr::IntfConfig>();
+  intfConfig->bsrBorderGrpIs(zone);
+  vrfIntfConfig_->intfConfigIs(intfId, intfConfig);
 }
 
-Kiv::Ptr<Bsr::BsrCandidate> Host::candidateBsrIs(const Pax::IpGenPrefix &zone, uint16_t priority) {
-  const bool ipv4 = zone.af() == Pax::AddressFamily::ipv4;
-  const Pax::IpGenAddr any = ipv4 ? Pax::IpGenAddr::v4(0) : Pax::IpGenAddr::v6(0, 0);
-  status_->crpPermitIs(Pax::IpGenPrefix(any, 0), true);
-  const auto candidate = status_->cbsrIs(zone);
-  candidate->addressIs(router_.address());
-  candidate->hashMaskLenIs(ipv4 ? 30 : 126);
-  candidate->bsPeriodIs(60);
-  candidate->priorityIs(priority);
+void Host::candidateBsrIs(const Pax::IpGenPrefix &zone, uint16_t priority) {
+  const auto group = config_->bsrCandidateConfigIs(loopback)->groupIs(zone);
+  group->hashMaskLenIs(zone.af() == Pax::AddressFamily::ipv4 ? 30 : 126);
+  group->priorityIs(priority);
+}
+
+void Host::candidateBsrDel(const Pax::IpGenPrefix &zone) {
+  if (const auto candidate = config_->bsrCandidateConfig(loopback)) candidate->groupDel(zone);
+}
+
+Kiv::Ptr<Bsr::RpCandidateConfig> Host::candidateRpIs(const Pax::IpGenPrefix &groups, uint16_t priority) {
+  const auto candidate = config_->rpCandidateConfigIs(loopback);
+  candidate->groupRangeOptionsIs(groups)->priorityIs(priority);
+  candidate->groupRangeIs(groups);
   return candidate;
 }
 
-Kiv::Ptr<Bsr::RpCandidate> Host::candidateRpIs(const Pax::IpGenPrefix &groups, uint16_t priority) {
-  const auto candidate = status_->crpIs(router_.address());
-  candidate->prefixSetIs(groups);
-  candidate->prefixOptionsIs(groups)->priorityIs(priority);
-  return candidate;
-}
+void Host::candidateRpDel() { config_->rpCandidateConfigDel(loopback); }
 
 }  // namespace Sim

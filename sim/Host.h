@@ -25,6 +25,7 @@ class Host {
 
   Router &router() const { return router_; }
   Routing::Pim::Bsr::Config &config() { return *config_; }
+  Acl::Input::Config &ipAclConfig() { return *ipAclConfig_; }
   const Routing::Pim::Bsr::Status &status() const { return *status_; }
   const Routing::Pim::RpCandidateStatus &rpSet() const { return *rpSet_; }
   /// While it runs.
@@ -34,12 +35,13 @@ class Host {
   Pax::IpGenAddr bsr(const Pax::IpGenPrefix &zone) const;
   /// Makes the interface a border for the zone.
   void borderIs(const Pax::IpGenPrefix &zone, const Pax::IntfId &intfId);
-  /// Makes the router a candidate BSR of the zone that accepts every candidate RP, or changes it.
-  Kiv::Ptr<Routing::Pim::Bsr::BsrCandidate> candidateBsrIs(const Pax::IpGenPrefix &zone, uint16_t priority);
-  void candidateBsrDel(const Pax::IpGenPrefix &zone) { status_->cbsrDel(zone); }
-  /// Makes the router a candidate RP of the groups, besides those it has.
-  Kiv::Ptr<Routing::Pim::Bsr::RpCandidate> candidateRpIs(const Pax::IpGenPrefix &groups, uint16_t priority = 192);
-  void candidateRpDel() { status_->crpDel(router_.address()); }
+  /// Makes the router, with the address of its loopback interface, a candidate BSR of the zone, or
+  /// changes its priority.
+  void candidateBsrIs(const Pax::IpGenPrefix &zone, uint16_t priority);
+  void candidateBsrDel(const Pax::IpGenPrefix &zone);
+  /// Makes the router, likewise, a candidate RP of the groups, besides those it has.
+  Kiv::Ptr<Routing::Pim::Bsr::RpCandidateConfig> candidateRpIs(const Pax::IpGenPrefix &groups, uint16_t priority = 192);
+  void candidateRpDel();
 
  private:
   void end(bool goodbye);
@@ -49,6 +51,7 @@ class Host {
   const Kiv::Ptr<Routing::Pim::Bsr::Config> config_;
   const Kiv::Ptr<Routing::Pim::Bsr::VrfIntfConfig> vrfIntfConfig_;
   const Kiv::Ptr<Routing::Pim::Bsr::ClearConfig> clearConfig_;
+  const Kiv::Ptr<Acl::Input::Config> ipAclConfig_;
   Kiv::Ptr<Routing::Pim::Bsr::Status> status_;
   Kiv::Ptr<Routing::Pim::RpCandidateStatus> rpSet_;
   std::unique_ptr<Routing::Pim::Bsr::ContainerSm> agent_;

@@ -60,4 +60,13 @@ IpGenPrefix allGroups(AddressFamily family) {
   return {};
 }
 
+IpGenPrefix allAddresses(AddressFamily family) {
+  switch (family) {
+    case AddressFamily::ipv4: return {IpGenAddr::v4(0), 0};
+    case AddressFamily::ipv6: return {IpGenAddr::v6(0, 0), 0};
+    case AddressFamily::unknown: break;
+  }
+  return {};
+}
+
 }  // namespace Pax

@@ -37,6 +37,8 @@ std::ostream &operator<<(std::ostream &out, const IpGenPrefix &prefix);
 
 /// All multicast groups, which is the global zone: 224.0.0.0/4 or ff00::/8. Empty for an unknown family.
 IpGenPrefix allGroups(AddressFamily family);
+/// All addresses: 0.0.0.0/0 or ::/0. Empty for an unknown family.
+IpGenPrefix allAddresses(AddressFamily family);
 
 }  // namespace Pax
 

@@ -38,6 +38,11 @@ void Router::addressIs(const Pax::IpGenAddr &address) {
   network_.ownerIs(address, *this);
 }
 
+void Router::addressDel(const Pax::IpGenAddr &address) {
+  loopback_->addressDel(address);
+  Ip::chooseAddresses(*loopback_, network_.af());
+}
+
 bool Router::owns(const Pax::IpGenAddr &address) const {
   return loopback_->address().contains(address) || std::any_of(intfs_.begin(), intfs_.end(), [&](const Intf &intf) {
            return intf.status()->address().contains(address);

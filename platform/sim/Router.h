@@ -32,8 +32,9 @@ class Router {
   uint32_t index() const { return index_; }
   /// Of its loopback interface "lo", reachable by every path.
   const Pax::IpGenAddr &address() const { return address_; }
-  /// Gives "lo" another address.
+  /// Gives "lo" another address, or takes one.
   void addressIs(const Pax::IpGenAddr &address);
+  void addressDel(const Pax::IpGenAddr &address);
   bool owns(const Pax::IpGenAddr &address) const;
 
   /// The next interface, "eth0" and on, joined to the link. PIM is on there whenever it runs.

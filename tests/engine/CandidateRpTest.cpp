@@ -14,7 +14,6 @@ class Collection : public testing::TestWithParam<Addresses> {
  protected:
   Collection() : v(GetParam()), zone(v.a.global()), prefix(v.a.group(1)), us(v.a.host(50)) {
     v.intfIs(1);
-    v.permitAll();
     v.candidateIs(zone, 50, 64);
     v.advance(11);
   }
@@ -298,7 +297,6 @@ TEST_P(Advertiser, MoreThan255RangesAreCountedAs255) {
 }
 
 TEST_P(Advertiser, TheBsrItselfIsToldWithoutThePacketChannel) {
-  v.permitAll();
   v.candidateIs(zone, 7, 64);
   crpIs({v.a.group(1)});
   v.advance(20);

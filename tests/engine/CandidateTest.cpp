@@ -72,7 +72,6 @@ TEST_P(Candidate, EachStateAnswersEachMessage) {
     const auto candidate = w.candidateIs(zone, 50, 64);
     if (row.from == State::cBsr) w.hear(Bsm(w.a.host(60), 64));
     if (row.from == State::eBsr) {
-      w.permitAll();
       w.advance(bestDelay());
       w.hearCrp(7, w.a.host(50), {{w.a.group(1)}});
       w.advance(21);  // its last message is longer ago than the least interval
@@ -109,7 +108,6 @@ TEST_P(Candidate, ASenderOfLesserWeightIsAnsweredAtOnceButNotFlooded) {
 }
 
 TEST_P(Candidate, ADeposedBsrDropsItsCollectionAndALostBsrIsReplaced) {
-  v.permitAll();
   elected();
   v.hearCrp(7, v.a.host(50), {{v.a.group(1)}});
   EXPECT_EQ(v.publishedRps(v.a.group(1)), std::vector{v.a.host(7)});
@@ -191,10 +189,9 @@ TEST_P(Candidate, APeriodThatTheHoldTimeDoesNotOutlastRaisesTheTimeout) {
 }
 
 TEST_P(Candidate, UnconfiguringTheElectedSaysGoodbyeAndTakesItsCollectionAlong) {
-  v.permitAll();
   elected();
   v.hearCrp(7, v.a.host(50), {{v.a.group(1)}});
-  v.status->cbsrDel(zone);
+  v.candidateDel(zone);
   ASSERT_EQ(v.port->sent.size(), 1u);
   EXPECT_EQ(v.port->sent[0].bsm->priority(), 0);
   EXPECT_FALSE(v.bsr(zone));
@@ -205,7 +202,7 @@ TEST_P(Candidate, UnconfiguringTheElectedSaysGoodbyeAndTakesItsCollectionAlong) 
 TEST_P(Candidate, AfterUnconfiguringTheBsrOfOthersIsStillTimedOut) {
   v.candidateIs(zone, 50, 64);
   v.hear(better());
-  v.status->cbsrDel(zone);
+  v.candidateDel(zone);
   ASSERT_TRUE(v.machine(zone));
   EXPECT_TRUE(v.bsr(zone));
   v.advance(131);

@@ -142,26 +142,33 @@ TEST_P(Election, FollowsEveryChangeOfACandidate) {
   struct Row {
     const char *name;
     const char *candidate;
-    std::function<void(Bsr::BsrCandidate &)> change;
+    std::function<void(Sim::Host &)> change;
     Pax::IpGenAddr bsr;
   };
+  const auto priority = [&](uint16_t value) { return [=](Sim::Host &host) { host.candidateBsrIs(global, value); }; };
+  const auto move = [&](const Pax::IpGenAddr &to) {
+    return [=](Sim::Host &host) {
+      host.candidateBsrIs(global, 64);
+      host.router().addressIs(to);
+      host.router().addressDel(host.router().address());
+    };
+  };
+  const auto hashMask = [&](Sim::Host &host) {
+    for (const auto &[intfId, candidate] : host.config().bsrCandidateConfig())
+      candidate->group(global)->hashMaskLenIs(24);
+  };
   const Row rows[] = {
-      {"the BSR worse", "r3", [](auto &candidate) { candidate.priorityIs(20); }, address("r1")},
-      {"the BSR better", "r3", [](auto &candidate) { candidate.priorityIs(200); }, address("r3")},
-      {"another better", "r0", [](auto &candidate) { candidate.priorityIs(65); }, address("r0")},
-      {"another worse", "r1", [](auto &candidate) { candidate.priorityIs(1); }, address("r3")},
-      {"a higher address", "r3", [&](auto &candidate) { candidate.addressIs(high); }, high},
-      {"a lower address", "r3", [&](auto &candidate) { candidate.addressIs(low); }, address("r1")},
-      {"another's address", "r1", [&](auto &candidate) { candidate.addressIs(high); }, high},
-      {"hash mask length", "r3", [](auto &candidate) { candidate.hashMaskLenIs(24); }, address("r3")},
+      {"the BSR worse", "r3", priority(20), address("r1")},  {"the BSR better", "r3", priority(200), address("r3")},
+      {"another better", "r0", priority(65), address("r0")}, {"another worse", "r1", priority(1), address("r3")},
+      {"a higher address", "r3", move(high), high},          {"a lower address", "r3", move(low), address("r1")},
+      {"another's address", "r0", move(high), high},         {"hash mask length", "r3", hashMask, address("r3")},
   };
   for (const Row &row : rows) {
     SCOPED_TRACE(row.name);
     FiveCandidates network(GetParam());
     network.tree();
     network.startAll();
-    for (const auto &other : {low, high}) network.host(row.candidate).router().addressIs(other);
-    row.change(*network.host(row.candidate).candidateBsrIs(global, 64));
+    row.change(network.host(row.candidate));
     network.story.time().runFor(130 + 180 + 60);
     EXPECT_TRUE(network.agreeOn(row.bsr, global, network.bothRps)) << network.why;
     EXPECT_EQ(zoneViewOf(network.host("r2"), global).hashMaskLen,

@@ -84,8 +84,10 @@ class TestVrf {
     container.status = status;
     container.rpCandidateStatus = published;
     container.pimStatus = pimStatus;
-    container.allIntfStatusDir = Kiv::make<Ip::AllIntfStatusDir>();
+    container.allIntfStatusDir = interfaces;
     container.routes = routes;
+    container.pimCounters = port->messageCounters();
+    container.ipAclConfig = Kiv::make<Acl::Input::Config>();
     container.packetPort = port;
     start();
   }
@@ -119,15 +121,16 @@ class TestVrf {
   Kiv::Ptr<Bsr::BsrCandidate> candidateIs(const Pax::IpGenPrefix &zone, uint32_t n, uint16_t priority,
                                           uint32_t bsPeriod = 60) {
     routes->answer[a.host(n)] = {Routing::RouteAnswer::Kind::local, {}};
-    const auto candidate = status->cbsrIs(zone);
-    candidate->addressIs(a.host(n));
-    candidate->priorityIs(priority);
-    candidate->hashMaskLenIs(30);
-    candidate->bsPeriodIs(bsPeriod);
-    return candidate;
+    const Pax::IntfId intfId("default", "lo" + std::to_string(n));
+    interfaces->intfStatusIs(intfId)->ipAddrIs(a.host(n));
+    const auto group = config->bsrCandidateConfigIs(intfId)->groupIs(zone);
+    group->intervalIs(bsPeriod);
+    group->hashMaskLenIs(30);
+    group->priorityIs(priority);
+    return status->cbsr(zone);
   }
-  void permitAll() {
-    status->crpPermitIs(Pax::IpGenPrefix(a.ipv4() ? Pax::IpGenAddr::v4(0) : Pax::IpGenAddr::v6(0, 0), 0), true);
+  void candidateDel(const Pax::IpGenPrefix &zone) {
+    for (const auto &[intfId, candidate] : config->bsrCandidateConfig()) candidate->groupDel(zone);
   }
   /// An advertisement of RP host(n) for one range, from a router behind eth1.
   void hearCrp(uint32_t n, const Pax::IpGenAddr &bsr, const std::vector<Pim::Packet::CrpGroup> &groups,
@@ -164,6 +167,7 @@ class TestVrf {
   Kiv::Ptr<Bsr::Status> status = Kiv::make<Bsr::Status>(L3::VrfName("default"));
   Kiv::Ptr<Pim::RpCandidateStatus> published = Kiv::make<Pim::RpCandidateStatus>("default");
   Kiv::Ptr<Pim::Status> pimStatus = Kiv::make<Pim::Status>("default");
+  Kiv::Ptr<Ip::AllIntfStatusDir> interfaces = Kiv::make<Ip::AllIntfStatusDir>();
   Kiv::Ptr<FakeRoutes> routes = Kiv::make<FakeRoutes>();
   Kiv::Ptr<FakePort> port = Kiv::make<FakePort>(a.af, pimStatus, routes);
   Bsr::Container container;

@@ -1,0 +1,101 @@
+#include "config/KivActiveConfig.h"
+
+#include "model/VrfTrace.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+Tracelet::Module trace("Pim::Bsr::ConfigSm");
+}
+
+KivActiveConfig::KivActiveConfig(ConfigSm &configSm, const Pax::IntfId &intfId,
+                                 const Kiv::Ptr<const IntfConfig> &config)
+    : configSm_(configSm), intfId_(intfId) {
+  notifierIs(config);
+}
+
+void KivActiveConfig::handleInitialized() { notifierReplay(); }
+
+void KivActiveConfig::handleDel() {
+  VRF_TRACE_ENTRY(trace);
+  for (const Pax::IpGenPrefix &prefix : notifier()->bsrBorderGrp().keys()) doGroupRemove(prefix);
+  for (const std::string &acl : notifier()->bsrBorderAcl().keys()) doAclRemove(acl);
+}
+
+void KivActiveConfig::handleBsrBorderGrp(const Pax::IpGenPrefix &prefix) {
+  VRF_TRACE_ENTRY(trace);
+  if (notifier()->bsrBorderGrp(prefix)) {
+    doGroupAdd(prefix);
+  } else {
+    doGroupRemove(prefix);
+  }
+}
+
+void KivActiveConfig::handleBsrBorderAcl(const std::string &acl) {
+  VRF_TRACE_ENTRY(trace);
+  if (notifier()->bsrBorderAcl(acl)) {
+    doAclAdd(acl);
+  } else {
+    doAclRemove(acl);
+  }
+}
+
+void KivActiveConfig::doGroupAdd(const Pax::IpGenPrefix &prefix) {
+  if (configSm_.borderPfxRefCount.counterIs(intfId_, prefix)) {
+    VRF_TRACE(trace, 4, "Created refcount object for interface " << intfId_);
+  }
+  Status &status = *configSm_.status();
+  if (!status.bsBorder(prefix)) {
+    status.bsBorderIs(prefix);
+    VRF_TRACE(trace, 4, "Created group " << prefix << " BSR Border set");
+  }
+  status.bsBorder(prefix)->intfIdIs(intfId_);
+  VRF_TRACE(trace, 4, "Added interface " << intfId_ << " into " << prefix << " BSR border set.");
+  const uint32_t count = configSm_.borderPfxRefCount.counterInc(intfId_, prefix);
+  VRF_TRACE(trace, 4, "PrefixCounter for prefix " << prefix << " is " << count);
+}
+
+void KivActiveConfig::doGroupRemove(const Pax::IpGenPrefix &prefix) {
+  const uint32_t count = configSm_.borderPfxRefCount.counterDec(intfId_, prefix);
+  VRF_TRACE(trace, 4, "PrefixCounter for prefix " << prefix << " is " << count);
+  if (count > 0) return;
+  if (configSm_.borderPfxRefCount.counterDel(intfId_, prefix)) {
+    VRF_TRACE(trace, 4, "Deleted refcount object for interface " << intfId_);
+  }
+  Status &status = *configSm_.status();
+  const Kiv::Ptr<PimBsrBorder> border = status.bsBorder(prefix);
+  if (!border) return;
+  border->intfIdDel(intfId_);
+  VRF_TRACE(trace, 4, "Deleted interface " << intfId_ << " from " << prefix << " BSR border set.");
+  if (!border->intfId().empty()) return;
+  status.bsBorderDel(prefix);
+  VRF_TRACE(trace, 4, "Deleted group " << prefix << " BSR border set");
+}
+
+void KivActiveConfig::doAclAdd(const std::string &acl) {
+  const Kiv::Ptr<BsrConfigAcl> bsrConfigAcl = configSm_.bsrConfigAclIs(acl);
+  bsrConfigAcl->borderIntfIs(intfId_);
+  VRF_TRACE(trace, 4, "Added interface " << intfId_ << " to BsrConfigAcl object for acl " << acl);
+  for (const Pax::IpGenPrefix &prefix : bsrConfigAcl->grpPrefix().keys()) doGroupAdd(prefix);
+}
+
+void KivActiveConfig::doAclRemove(const std::string &acl) {
+  const Kiv::Ptr<BsrConfigAcl> bsrConfigAcl = configSm_.bsrConfigAcl(acl);
+  if (!bsrConfigAcl || !bsrConfigAcl->borderIntf(intfId_)) return;
+  bsrConfigAcl->borderIntfDel(intfId_);
+  VRF_TRACE(trace, 4, "Deleted interface " << intfId_ << " from BsrConfigAcl object for acl " << acl);
+  for (const Pax::IpGenPrefix &prefix : bsrConfigAcl->grpPrefix().keys()) doGroupRemove(prefix);
+  configSm_.bsrConfigAclRelease(acl);
+}
+
+void KivActiveConfig::doAclPrefixActivate(const std::string &acl, const Pax::IpGenPrefix &prefix) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << acl << ", " << prefix << " )");
+  doGroupAdd(prefix);
+}
+
+void KivActiveConfig::doAclPrefixDeactivate(const std::string &acl, const Pax::IpGenPrefix &prefix) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << acl << ", " << prefix << " )");
+  doGroupRemove(prefix);
+}
+
+}  // namespace Routing::Pim::Bsr

@@ -1,0 +1,35 @@
+/// An interface that is a BSR border, by explicit ranges and by ACLs.
+#pragma once
+
+#include "config/ConfigSm.h"
+
+namespace Routing::Pim::Bsr {
+
+/// Puts the interface into `Status.bsBorder` for every prefix that one of its sources names.
+class KivActiveConfig : public IntfConfig::Notifiee {
+ public:
+  KivActiveConfig(ConfigSm &configSm, const Pax::IntfId &intfId, const Kiv::Ptr<const IntfConfig> &config);
+  void onBsrBorderGrp(const Pax::IpGenPrefix &prefix) override { handleBsrBorderGrp(prefix); }
+  void onBsrBorderAcl(const std::string &acl) override { handleBsrBorderAcl(acl); }
+
+  void handleInitialized();
+  /// The configuration or the interface has left the VRF: withdraws all that it held.
+  void handleDel();
+  /// The ACL, which the interface uses, starts or stops to permit the prefix.
+  void doAclPrefixActivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
+  void doAclPrefixDeactivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
+
+ private:
+  void handleBsrBorderGrp(const Pax::IpGenPrefix &prefix);
+  void handleBsrBorderAcl(const std::string &acl);
+  void doGroupAdd(const Pax::IpGenPrefix &prefix);
+  void doGroupRemove(const Pax::IpGenPrefix &prefix);
+  void doAclAdd(const std::string &acl);
+  void doAclRemove(const std::string &acl);
+  const std::string &vrfName() const { return configSm_.vrfName(); }
+
+  ConfigSm &configSm_;
+  const Pax::IntfId intfId_;
+};
+
+}  // namespace Routing::Pim::Bsr

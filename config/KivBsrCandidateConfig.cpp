@@ -1,0 +1,195 @@
+#include "config/KivBsrCandidateConfig.h"
+
+#include "config/KivBsrCandidateEntry.h"
+#include "model/VrfTrace.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+Tracelet::Module trace("Pim::Bsr::ConfigSm");
+}
+
+KivBsrCandidateConfig::KivBsrCandidateConfig(ConfigSm &configSm, const Pax::IntfId &intfId,
+                                             const Kiv::Ptr<const BsrCandidateConfig> &config)
+    : configSm_(configSm),
+      intfId_(intfId),
+      kivIntf_(*this, configSm.sourceIntfSm()->sourceIntfIs(intfId)),
+      address_(kivIntf_.notifier()->ipAddr()) {
+  notifierIs(config);
+  for (const auto &[prefix, entry] : config->group()) group_[prefix] = std::make_unique<KivGroup>(*this, prefix, entry);
+  for (const auto &[acl, entry] : config->acl()) acl_[acl] = std::make_unique<KivAcl>(*this, acl, entry);
+}
+
+KivBsrCandidateConfig::~KivBsrCandidateConfig() = default;
+
+void KivBsrCandidateConfig::handleInitialized() {
+  VRF_TRACE_ENTRY(trace);
+  if (initialized_) return;
+  VRF_TRACE(trace, 4, "New BSR candidate configured for interface " << intfId_);
+  if (address_.isZero()) {
+    VRF_TRACE(trace, 4,
+              "Deferred initialization since IP address "
+              "for interface "
+                  << intfId_ << " is not set");
+    return;
+  }
+  initialized_ = true;
+  for (KivEntry *entry : entries()) entry->handleInitialize();
+}
+
+void KivBsrCandidateConfig::handleDel() {
+  VRF_TRACE_ENTRY(trace);
+  for (KivEntry *entry : entries()) entry->handleDel();
+}
+
+void KivBsrCandidateConfig::handleGroup(const Pax::IpGenPrefix &prefix) {
+  VRF_TRACE_ENTRY(trace);
+  if (const auto present = group_.find(prefix); present != group_.end()) {
+    present->second->handleDel();
+    group_.erase(present);
+  }
+  if (const Kiv::Ptr<BsrCandidateGroup> config = notifier()->group(prefix)) {
+    (group_[prefix] = std::make_unique<KivGroup>(*this, prefix, config))->handleInitialize();
+  }
+}
+
+void KivBsrCandidateConfig::handleAcl(const std::string &acl) {
+  VRF_TRACE_ENTRY(trace);
+  if (const auto present = acl_.find(acl); present != acl_.end()) {
+    present->second->handleDel();
+    acl_.erase(present);
+  }
+  if (const Kiv::Ptr<BsrCandidateAcl> config = notifier()->acl(acl)) {
+    (acl_[acl] = std::make_unique<KivAcl>(*this, acl, config))->handleInitialize();
+  }
+}
+
+void KivBsrCandidateConfig::handleIpAddress() {
+  VRF_TRACE_ENTRY(trace);
+  const Pax::IpGenAddr before = std::exchange(address_, kivIntf_.notifier()->ipAddr());
+  if (!initialized_) {
+    if (address_.isZero()) return;
+    VRF_TRACE(trace, 4, "Interface " << intfId_ << " assigned IP " << address_ << " for the first time.");
+    handleInitialized();
+  } else if (!address_.isZero()) {
+    VRF_TRACE(trace, 4, "Interface " << intfId_ << " assigned IP " << address_);
+    doAddressIs();
+  } else if (!before.isZero()) {
+    VRF_TRACE(trace, 4, "Interface " << intfId_ << " IP unset");
+    for (const Pax::IpGenPrefix &zone : zones()) doCandidateDel(zone);
+  } else {
+    VRF_TRACE(trace, 4, "Interface " << intfId_ << " IP already unset. Nothing to do.");
+  }
+}
+
+// What was counted meanwhile gets its element; what could not be counted without address follows.
+void KivBsrCandidateConfig::doAddressIs() {
+  for (const Pax::IpGenPrefix &zone : zones()) {
+    if (const Kiv::Ptr<BsrCandidate> candidate = ownCandidate(zone)) {
+      candidate->addressIs(address_);
+    } else {
+      doRemainingSource(zone);
+    }
+  }
+  for (KivEntry *entry : entries()) {
+    if (!entry->initialized()) entry->handleInitialize();
+  }
+}
+
+void KivBsrCandidateConfig::doAclPrefixActivate(const std::string &acl, const Pax::IpGenPrefix &prefix) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << acl << ", " << prefix << " )");
+  VRF_TRACE(trace, 4, "Writing to Status for cbsr in zone " << prefix);
+  acl_.at(acl)->doAclPrefixAdd(prefix);
+}
+
+void KivBsrCandidateConfig::doAclPrefixDeactivate(const std::string &acl, const Pax::IpGenPrefix &prefix) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << acl << ", " << prefix << " )");
+  acl_.at(acl)->doAclPrefixRemove(prefix);
+}
+
+std::vector<std::string> KivBsrCandidateConfig::sources(const Pax::IpGenPrefix &zone) const {
+  std::vector<std::string> names;
+  for (const KivEntry *entry : entries()) {
+    if (entry->offers(zone)) names.push_back(entry->name());
+  }
+  return names;
+}
+
+std::vector<KivBsrCandidateConfig::KivEntry *> KivBsrCandidateConfig::entries() const {
+  std::vector<KivEntry *> all;
+  for (const auto &[prefix, entry] : group_) all.push_back(entry.get());
+  for (const auto &[acl, entry] : acl_) all.push_back(entry.get());
+  return all;
+}
+
+Kiv::Ptr<BsrCandidate> KivBsrCandidateConfig::ownCandidate(const Pax::IpGenPrefix &zone) const {
+  const Kiv::Ptr<BsrCandidate> candidate = status().cbsr(zone);
+  return candidate && candidate->intfId() == intfId_ ? candidate : nullptr;
+}
+
+// The zones that are counted.
+std::vector<Pax::IpGenPrefix> KivBsrCandidateConfig::zones() const {
+  const auto *refCount = configSm_.cbsrPfxRefCount.find(intfId_);
+  return refCount ? refCount->counter().keys() : std::vector<Pax::IpGenPrefix>();
+}
+
+void KivBsrCandidateConfig::doCounterIs(const Pax::IpGenPrefix &zone) {
+  if (configSm_.cbsrPfxRefCount.counterIs(intfId_, zone)) {
+    VRF_TRACE(trace, 4, "Created refcount object for interface " << intfId_);
+  }
+}
+
+void KivBsrCandidateConfig::doCounterInc(const Pax::IpGenPrefix &zone) {
+  const uint32_t count = configSm_.cbsrPfxRefCount.counterInc(intfId_, zone);
+  VRF_TRACE(trace, 4, "PrefixCounter for prefix " << zone << " is " << count);
+}
+
+// The priority, which completes a new candidate, comes last.
+void KivBsrCandidateConfig::doWrite(const Pax::IpGenPrefix &zone, const KivEntry &source) {
+  const Kiv::Ptr<BsrCandidate> candidate = status().cbsrIs(zone);
+  candidate->addressIs(address_);
+  candidate->intfIdIs(intfId_);
+  candidate->bsPeriodIs(source.interval());
+  candidate->hashMaskLenIs(source.hashMaskLen());
+  candidate->priorityIs(source.priority());
+  VRF_TRACE(trace, 4,
+            "Created candidate BSR for zone " << zone << " with IP " << address_ << ", Priority=" << source.priority()
+                                              << ", HashMaskLen=" << source.hashMaskLen()
+                                              << ", Interval=" << source.interval());
+}
+
+// Whether that was the zone's last source.
+bool KivBsrCandidateConfig::doCounterDec(const Pax::IpGenPrefix &zone) {
+  const uint32_t count = configSm_.cbsrPfxRefCount.counterDec(intfId_, zone);
+  VRF_TRACE(trace, 4, "PrefixCounter for prefix " << zone << " is " << count);
+  if (count > 0) {
+    doRemainingSource(zone);
+    return false;
+  }
+  if (configSm_.cbsrPfxRefCount.counterDel(intfId_, zone)) {
+    VRF_TRACE(trace, 4, "Deleted refcount object for interface " << intfId_);
+  }
+  return true;
+}
+
+bool KivBsrCandidateConfig::doCandidateDel(const Pax::IpGenPrefix &zone) {
+  if (!ownCandidate(zone)) return false;
+  status().cbsrDel(zone);
+  return true;
+}
+
+// The values in status are those of a source that offers the zone.
+void KivBsrCandidateConfig::doRemainingSource(const Pax::IpGenPrefix &zone) {
+  if (address_.isZero()) return;
+  const Kiv::Ptr<BsrCandidate> candidate = status().cbsr(zone);
+  if (candidate && candidate->intfId() != intfId_) return;
+  const KivEntry *first = nullptr;
+  for (const KivEntry *entry : entries()) {
+    if (!entry->offers(zone)) continue;
+    if (candidate && entry->wrote(*candidate)) return;
+    if (!first) first = entry;
+  }
+  if (first) doWrite(zone, *first);
+}
+
+}  // namespace Routing::Pim::Bsr

@@ -1,0 +1,86 @@
+/// An interface that is a candidate BSR, for explicit zones and for the zones that ACLs permit.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "config/ConfigSm.h"
+
+namespace Routing::Pim::Bsr {
+
+/// Publishes a `Status.cbsr` element for every zone that an initialized entry of the interface
+/// offers, while the interface has an address. Where several entries offer a zone the last write
+/// stands; when its source goes, another one writes its own values.
+///
+/// One zone is served by one interface. While a reload moves a zone, an addition takes the element
+/// over, and everything else touches it only while it is this interface's.
+class KivBsrCandidateConfig : public BsrCandidateConfig::Notifiee {
+ public:
+  KivBsrCandidateConfig(ConfigSm &configSm, const Pax::IntfId &intfId,
+                        const Kiv::Ptr<const BsrCandidateConfig> &config);
+  ~KivBsrCandidateConfig() override;
+  void onGroup(const Pax::IpGenPrefix &prefix) override { handleGroup(prefix); }
+  void onAcl(const std::string &acl) override { handleAcl(acl); }
+
+  /// Puts every complete entry into status; deferred until the interface has an address.
+  void handleInitialized();
+  void handleDel();
+  /// The ACL, which the interface uses, starts or stops to permit the prefix.
+  void doAclPrefixActivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
+  void doAclPrefixDeactivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
+
+  const Pax::IntfId &intfId() const { return intfId_; }
+  /// Zero while the interface has none.
+  const Pax::IpGenAddr &address() const { return address_; }
+  /// "group" and the names of the ACLs whose initialized entries offer the zone.
+  std::vector<std::string> sources(const Pax::IpGenPrefix &zone) const;
+
+ private:
+  class KivEntry;
+  template <class EntryConfig>
+  class KivEntryOf;
+  class KivGroup;
+  class KivAcl;
+
+  class KivIntf : public Ip::SourceIntf::Notifiee {
+   public:
+    KivIntf(KivBsrCandidateConfig &candidate, const Kiv::Ptr<const Ip::SourceIntf> &intf) : candidate_(candidate) {
+      notifierIs(intf);
+    }
+    void onIpAddr() override { candidate_.handleIpAddress(); }
+
+   private:
+    KivBsrCandidateConfig &candidate_;
+  };
+
+  void handleGroup(const Pax::IpGenPrefix &prefix);
+  void handleAcl(const std::string &acl);
+  void handleIpAddress();
+  void doAddressDel();
+  void doAddressIs();
+
+  /// Every entry, the explicit groups first.
+  std::vector<KivEntry *> entries() const;
+  Kiv::Ptr<BsrCandidate> ownCandidate(const Pax::IpGenPrefix &zone) const;
+  std::vector<Pax::IpGenPrefix> zones() const;
+  void doCounterIs(const Pax::IpGenPrefix &zone);
+  void doCounterInc(const Pax::IpGenPrefix &zone);
+  void doWrite(const Pax::IpGenPrefix &zone, const KivEntry &source);
+  bool doCounterDec(const Pax::IpGenPrefix &zone);
+  bool doCandidateDel(const Pax::IpGenPrefix &zone);
+  void doRemainingSource(const Pax::IpGenPrefix &zone);
+  const std::string &vrfName() const { return configSm_.vrfName(); }
+  Status &status() const { return *configSm_.status(); }
+
+  ConfigSm &configSm_;
+  const Pax::IntfId intfId_;
+  KivIntf kivIntf_;
+  Pax::IpGenAddr address_;
+  bool initialized_ = false;
+  std::map<Pax::IpGenPrefix, std::unique_ptr<KivGroup>> group_;
+  std::map<std::string, std::unique_ptr<KivAcl>> acl_;
+};
+
+}  // namespace Routing::Pim::Bsr

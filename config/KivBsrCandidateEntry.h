@@ -1,0 +1,100 @@
+/// The entries of a candidate-BSR interface: zones by group prefix, and zones by ACL.
+#pragma once
+
+#include "config/KivBsrCandidateConfig.h"
+
+namespace Routing::Pim::Bsr {
+
+/// What both kinds do alike. An entry is initialized once it has all its values and the interface
+/// has an address; until it is removed then, whatever becomes of either.
+class KivBsrCandidateConfig::KivEntry {
+ public:
+  explicit KivEntry(KivBsrCandidateConfig &candidate) : candidate_(candidate) {}
+  virtual ~KivEntry() = default;
+
+  bool initialized() const { return initialized_; }
+  void handleInitialize();
+  virtual void handleDel() = 0;
+
+  virtual uint16_t priority() const = 0;
+  virtual uint32_t hashMaskLen() const = 0;
+  virtual uint32_t interval() const = 0;
+  virtual std::string name() const = 0;
+  /// Whether it is initialized and a source of the zone.
+  bool offers(const Pax::IpGenPrefix &zone) const { return initialized_ && hasZone(zone); }
+  /// Whether the candidate's values are this entry's.
+  bool wrote(const BsrCandidate &candidate) const;
+
+ protected:
+  void handlePriority();
+  void handleHashMaskLen();
+  void handleInterval();
+  virtual bool hasZone(const Pax::IpGenPrefix &zone) const = 0;
+  virtual std::vector<Pax::IpGenPrefix> zones() const = 0;
+  /// Claims what the entry is named by, and serves its zones.
+  virtual void doAdd() = 0;
+
+  KivBsrCandidateConfig *kivBsrCandidateConfig() const { return &candidate_; }
+  Status &status() const { return candidate_.status(); }
+  const std::string &vrfName() const { return candidate_.vrfName(); }
+
+  KivBsrCandidateConfig &candidate_;
+  bool initialized_ = false;
+
+ private:
+  template <class Write>
+  void changed(const char *what, uint32_t value, Write write);
+};
+
+template <class EntryConfig>
+class KivBsrCandidateConfig::KivEntryOf : public KivEntry, public EntryConfig::Notifiee {
+ public:
+  KivEntryOf(KivBsrCandidateConfig &candidate, const Kiv::Ptr<const EntryConfig> &config) : KivEntry(candidate) {
+    this->notifierIs(config);
+  }
+  void onPriority() override { handlePriority(); }
+  void onHashMaskLen() override { handleHashMaskLen(); }
+  void onInterval() override { handleInterval(); }
+  uint16_t priority() const override { return this->notifier()->priority(); }
+  uint32_t hashMaskLen() const override { return this->notifier()->hashMaskLen(); }
+  uint32_t interval() const override { return this->notifier()->interval(); }
+};
+
+class KivBsrCandidateConfig::KivGroup : public KivEntryOf<BsrCandidateGroup> {
+ public:
+  KivGroup(KivBsrCandidateConfig &candidate, const Pax::IpGenPrefix &prefix,
+           const Kiv::Ptr<const BsrCandidateGroup> &config)
+      : KivEntryOf(candidate, config), prefix_(prefix) {}
+  void handleDel() override;
+  std::string name() const override { return "group"; }
+
+ private:
+  void doAdd() override;
+  void doGroupAdd(const Pax::IpGenPrefix &prefix);
+  void doGroupRemove(const Pax::IpGenPrefix &prefix);
+  bool hasZone(const Pax::IpGenPrefix &zone) const override { return zone == prefix_; }
+  std::vector<Pax::IpGenPrefix> zones() const override { return {prefix_}; }
+
+  const Pax::IpGenPrefix prefix_;
+};
+
+class KivBsrCandidateConfig::KivAcl : public KivEntryOf<BsrCandidateAcl> {
+ public:
+  KivAcl(KivBsrCandidateConfig &candidate, const std::string &acl, const Kiv::Ptr<const BsrCandidateAcl> &config)
+      : KivEntryOf(candidate, config), acl_(acl) {}
+  void handleDel() override;
+  std::string name() const override { return acl_; }
+  void doAclPrefixAdd(const Pax::IpGenPrefix &zone);
+  void doAclPrefixRemove(const Pax::IpGenPrefix &zone);
+
+ private:
+  void doAdd() override;
+  void doAclAdd(const std::string &acl);
+  void doAclRemove(const std::string &acl);
+  bool hasZone(const Pax::IpGenPrefix &zone) const override;
+  std::vector<Pax::IpGenPrefix> zones() const override;
+
+  const std::string acl_;
+};
+
+}  // namespace Routing::Pim::Bsr

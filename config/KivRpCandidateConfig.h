@@ -1,0 +1,102 @@
+/// An interface that is a candidate RP, for explicit group ranges and for those that ACLs permit.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "config/ConfigSm.h"
+
+namespace Routing::Pim::Bsr {
+
+/// Publishes a `Status.crp` element under the interface's address while it serves a prefix. Each
+/// range and each ACL that permits a prefix counts as a source of it. A priority that is configured
+/// for a prefix, by its range or by an ACL, is in the element's `prefixOptions`; where several are
+/// configured, the last write stands.
+///
+/// An address serves one interface: while another interface's element stands under it, this one
+/// counts as having no usable address, and starts when that element goes.
+class KivRpCandidateConfig : public RpCandidateConfig::Notifiee {
+ public:
+  KivRpCandidateConfig(ConfigSm &configSm, const Pax::IntfId &intfId, const Kiv::Ptr<const RpCandidateConfig> &config);
+  ~KivRpCandidateConfig() override;
+  void onGroupRange(const Pax::IpGenPrefix &prefix) override { handleGroupRange(prefix); }
+  void onGroupRangeOptions(const Pax::IpGenPrefix &prefix) override { handleGroupRangeOptions(prefix); }
+  void onAcl(const std::string &acl) override { handleAcl(acl); }
+  void onAclOptions(const std::string &acl) override { handleAclOptions(acl); }
+  void onMode() override { handleMode(); }
+  void onAdvInterval() override { handleAdvInterval(); }
+
+  void handleInitialized();
+  void handleDel();
+  /// The element that stood under the address is gone.
+  void handleAddressFree(const Pax::IpGenAddr &address);
+  /// The ACL, which the interface uses, starts or stops to permit the prefix.
+  void doAclPrefixActivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
+  void doAclPrefixDeactivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
+
+ private:
+  class KivGroupRangeOptions;
+  class KivAclOptions;
+
+  class KivIntf : public Ip::SourceIntf::Notifiee {
+   public:
+    KivIntf(KivRpCandidateConfig &candidate, const Kiv::Ptr<const Ip::SourceIntf> &intf) : candidate_(candidate) {
+      notifierIs(intf);
+    }
+    void onIpAddr() override { candidate_.handleIpAddress(); }
+
+   private:
+    KivRpCandidateConfig &candidate_;
+  };
+
+  void handleIpAddress();
+  void handleGroupRange(const Pax::IpGenPrefix &prefix);
+  void handleGroupRangeOptions(const Pax::IpGenPrefix &prefix);
+  void handleAcl(const std::string &acl);
+  void handleAclOptions(const std::string &acl);
+  void handleMode();
+  void handleAdvInterval();
+
+  void doStart();
+  void doPasses();
+  void doRemove();
+  void doGroupAdd(const Pax::IpGenPrefix &prefix);
+  void doGroupRemove(const Pax::IpGenPrefix &prefix);
+  void doGroupOptionsAdd(const Pax::IpGenPrefix &prefix, RpPriority priority);
+  void doGroupOptionsRemove(const Pax::IpGenPrefix &prefix);
+  void doAclAdd(const std::string &acl);
+  void doAclRegister(const std::string &acl);
+  void doAclPrefixAdd(const std::string &acl, const Pax::IpGenPrefix &prefix);
+  void doAclRemove(const std::string &acl);
+  void doAclOptionsAdd(const std::string &acl, RpPriority priority);
+  void doAclOptionsRemove(const std::string &acl);
+  void doAclDetach(const std::string &acl);
+
+  /// This interface's element, empty while there is none.
+  Kiv::Ptr<RpCandidate> crp() const;
+  bool isUsable();
+  bool isTaken(const Pax::IpGenAddr &address) const;
+  void doCrpIs();
+  void doCrpDelIfIdle();
+  void doCounterIs(const Pax::IpGenPrefix &prefix);
+  void doCounterInc(const Pax::IpGenPrefix &prefix);
+  void doPriorityIs(const Pax::IpGenPrefix &prefix, RpPriority priority);
+  void doPrioritySettle(const Pax::IpGenPrefix &prefix, const char *because);
+  std::vector<RpPriority> priorities(const Pax::IpGenPrefix &prefix) const;
+  std::vector<Pax::IpGenPrefix> prefixesOf(const std::string &acl) const;
+  bool usesAcl(const std::string &acl) const;
+  const std::string &vrfName() const { return configSm_.vrfName(); }
+  Status &status() const { return *configSm_.status(); }
+
+  ConfigSm &configSm_;
+  const Pax::IntfId intfId_;
+  KivIntf kivIntf_;
+  Pax::IpGenAddr address_;  ///< that of the element; zero while not initialized
+  bool initialized_ = false;
+  std::map<Pax::IpGenPrefix, std::unique_ptr<KivGroupRangeOptions>> groupRangeOptions_;
+  std::map<std::string, std::unique_ptr<KivAclOptions>> aclOptions_;
+};
+
+}  // namespace Routing::Pim::Bsr
