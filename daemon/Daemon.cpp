@@ -17,11 +17,9 @@ constexpr size_t logLines = 1000;
 
 }  // namespace
 
-Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configuration &configuration,
-               VrfHost::Started started)
+Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configuration &configuration)
     : family_(family),
       options_(options),
-      started_(std::move(started)),
       log_(logLines),
       watcher_(loop_),
       random_(std::random_device()()),
@@ -79,7 +77,7 @@ void Daemon::apply(const Configuration &configuration) {
     if (!configuration_.pim.contains(vrf)) vrfDel(vrf);
   }
   configurationApply(configuration_, *configColl_, *aclConfig_);
-  const VrfHost::Process process{loop_, watcher_, wheel_, random_, family_, started_};
+  const VrfHost::Process process{loop_, watcher_, wheel_, random_, family_};
   for (const auto &[vrf, pim] : configuration_.pim) {
     std::unique_ptr<VrfHost> &host = hosts_[vrf];
     if (host) {

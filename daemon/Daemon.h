@@ -21,8 +21,7 @@ class Daemon {
  public:
   /// Takes the socket before it touches any VRF, so that a second agent does no harm. Throws
   /// std::runtime_error when there is one, or when the system does not let an agent run.
-  Daemon(Pax::AddressFamily family, const Options &options, const Configuration &configuration,
-         VrfHost::Started started = {});
+  Daemon(Pax::AddressFamily family, const Options &options, const Configuration &configuration);
   ~Daemon();
 
   /// Until a signal, or stop().
@@ -49,7 +48,6 @@ class Daemon {
 
   const Pax::AddressFamily family_;
   const Options options_;
-  const VrfHost::Started started_;
   Tracelet::RingSink log_;
   Linux::EventLoop loop_;
   Linux::NamespaceWatcher watcher_;

@@ -26,20 +26,19 @@ void setTraceLevels(const Options &options) {
   }
 }
 
-int runAgent(Pax::AddressFamily family, const Options &options, const VrfHost::Started &started) {
+int runAgent(Pax::AddressFamily family, const Options &options) {
   const LoadedConfiguration loaded = configurationFromFile(options.config);
   if (!report(options.config, loaded.findings)) return badUsage;
   if (options.action == Options::Action::check) return done;
   const auto sink = Tracelet::sinkFromEnvironment(Control::programName(family));
   std::signal(SIGPIPE, SIG_IGN);  // standard error may be a pipe whose reader has gone
-  Daemon(family, options, loaded.configuration, started).run();
+  Daemon(family, options, loaded.configuration).run();
   return done;
 }
 
 }  // namespace
 
-int runProgram(Pax::AddressFamily family, const std::vector<std::string> &arguments,
-               const std::function<void(Status &status)> &started) {
+int runProgram(Pax::AddressFamily family, const std::vector<std::string> &arguments) {
   const std::string name = Control::programName(family);
   try {
     const Options options = optionsFrom(family, arguments);
@@ -50,7 +49,7 @@ int runProgram(Pax::AddressFamily family, const std::vector<std::string> &argume
       case Options::Action::check:
       case Options::Action::run: break;
     }
-    return runAgent(family, options, started);
+    return runAgent(family, options);
   } catch (const UsageError &error) {
     std::cerr << name << ": " << error.what() << "\nTry '" << name << " --help'.\n";
     return badUsage;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -8,11 +7,8 @@
 
 namespace Routing::Pim::Bsr {
 
-class Status;
-
 /// The whole program of one family. Returns the exit code: 0 done, 1 failed, 2 bad usage or
-/// configuration. `started`, if any, is told of the status of each VRF whose machines have started.
-int runProgram(Pax::AddressFamily family, const std::vector<std::string> &arguments,
-               const std::function<void(Status &status)> &started = {});
+/// configuration.
+int runProgram(Pax::AddressFamily family, const std::vector<std::string> &arguments);
 
 }  // namespace Routing::Pim::Bsr

@@ -100,7 +100,6 @@ void VrfHost::run() {
   container.packetPort = platform_->port();
   containerSm_ = std::make_unique<ContainerSm>(container);
   reason_.clear();
-  if (process_.started) process_.started(*entities_.status);
 }
 
 void VrfHost::close() {

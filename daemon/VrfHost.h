@@ -1,7 +1,6 @@
 /// One VRF of the agent, for as long as the configuration names it.
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -18,8 +17,6 @@ namespace Routing::Pim::Bsr {
 /// otherwise is traced and tried again every ten seconds.
 class VrfHost {
  public:
-  /// Told of the status of a VRF whose machines have just started.
-  using Started = std::function<void(Status &status)>;
   /// What all VRFs of the process share; it outlives them.
   struct Process {
     Linux::EventLoop &loop;
@@ -27,7 +24,6 @@ class VrfHost {
     Kiv::Ptr<Orb::TimerWheel> wheel;
     Orb::Random &random;
     Pax::AddressFamily family;
-    Started started = {};  ///< may be empty
   };
   struct Entities {
     Kiv::Ptr<const Config> config;
