@@ -1,0 +1,75 @@
+#include "platform/acl/AclConfigAggregatorSm.h"
+
+namespace Acl {
+
+class AclConfigAggregatorSm::KivInput : public Input::Config::Notifiee {
+ public:
+  KivInput(AclConfigAggregatorSm &sm, const Kiv::Ptr<const Input::Config> &input) : sm_(sm) {
+    notifierIs(input);
+    notifierReplay();
+  }
+  void onAcl(const std::string &acl) override { sm_.handleAcl(acl); }
+
+ private:
+  AclConfigAggregatorSm &sm_;
+};
+
+class AclConfigAggregatorSm::KivDir : public Kiv::Dir<Input::Config>::Notifiee {
+ public:
+  KivDir(AclConfigAggregatorSm &sm, const Kiv::Ptr<const Kiv::Dir<Input::Config>> &dir) : sm_(sm) {
+    notifierIs(dir);
+    notifierReplay();
+  }
+  void onEntry(const std::string &name) override { sm_.handleInput(name); }
+
+ private:
+  AclConfigAggregatorSm &sm_;
+};
+
+// Hands the rules in force on, whole.
+class AclConfigAggregatorSm::KivAcl : public AclConfig::Notifiee {
+ public:
+  KivAcl(AclConfigAggregatorSm &sm, const Kiv::Ptr<const AclConfig> &acl) : sm_(sm) { notifierIs(acl); }
+  void onCurrCfg() override { sm_.aclConfig_->aclIs(notifier()->name())->currCfgIs(notifier()->currCfg()); }
+
+ private:
+  AclConfigAggregatorSm &sm_;
+};
+
+AclConfigAggregatorSm::AclConfigAggregatorSm(const Kiv::Ptr<const Kiv::Dir<Input::Config>> &input,
+                                             const Kiv::Ptr<const Input::Config> &cli,
+                                             const Kiv::Ptr<Input::Config> &aclConfig)
+    : input_(input), cli_(cli), aclConfig_(aclConfig) {
+  kivCli_ = std::make_unique<KivInput>(*this, cli_);
+  kivDir_ = std::make_unique<KivDir>(*this, input_);
+}
+
+AclConfigAggregatorSm::~AclConfigAggregatorSm() = default;
+
+void AclConfigAggregatorSm::handleInput(const std::string &name) {
+  kivInput_.erase(name);
+  if (const Kiv::Ptr<Input::Config> input = input_->entry(name)) {
+    kivInput_[name] = std::make_unique<KivInput>(*this, input);
+  }
+  for (const std::string &acl : aclConfig_->acl().keys()) handleAcl(acl);
+}
+
+void AclConfigAggregatorSm::handleAcl(const std::string &acl) {
+  const Kiv::Ptr<const AclConfig> wanted = inForce(acl);
+  const auto present = acl_.find(acl);
+  if (present != acl_.end() && present->second->notifier() == wanted.get()) return;
+  acl_.erase(acl);
+  if (!wanted) return aclConfig_->aclDel(acl);
+  acl_[acl] = std::make_unique<KivAcl>(*this, wanted);
+  aclConfig_->aclIs(acl)->currCfgIs(wanted->currCfg());
+}
+
+Kiv::Ptr<const AclConfig> AclConfigAggregatorSm::inForce(const std::string &acl) const {
+  if (const Kiv::Ptr<AclConfig> own = cli_->acl(acl)) return own;
+  for (const auto &[name, input] : input_->entry()) {
+    if (const Kiv::Ptr<AclConfig> given = input->acl(acl)) return given;
+  }
+  return nullptr;
+}
+
+}  // namespace Acl

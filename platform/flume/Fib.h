@@ -1,0 +1,36 @@
+/// The unicast tables of a VRF, as they are mounted. A route is asked for per address; the table is
+/// not mirrored, so what is mounted is the way to ask.
+#pragma once
+
+#include "platform/kiv/Attributes.h"
+#include "platform/routing/RouteLookup.h"
+
+namespace Flume {
+
+namespace Fib {
+
+/// "routing/status", and "routing/vrf/status/NAME" outside the default VRF.
+class RouteStatus : public Kiv::Entity {
+#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(pointer, Routing::RouteLookup, routes, Routes)
+  KIV_ENTITY(RouteStatus, ATTRIBUTES)
+#undef ATTRIBUTES
+};
+
+/// "forwarding/status" likewise. Nothing here reads what it holds.
+class ForwardingStatus : public Kiv::Entity {
+#define ATTRIBUTES(ATTRIBUTE)
+  KIV_ENTITY(ForwardingStatus, ATTRIBUTES)
+#undef ATTRIBUTES
+};
+
+}  // namespace Fib
+
+namespace Fib6 {
+
+/// The same of IPv6: "routing6/...", "forwarding6/...".
+class RouteStatus : public Fib::RouteStatus {};
+class ForwardingStatus : public Fib::ForwardingStatus {};
+
+}  // namespace Fib6
+
+}  // namespace Flume

@@ -1,0 +1,17 @@
+/// A directory: entities of one type by name.
+#pragma once
+
+#include <string>
+
+#include "platform/kiv/Attributes.h"
+
+namespace Kiv {
+
+template <class Type>
+class Dir : public Entity {
+#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, std::string, Type, entry, Entry)
+  KIV_ENTITY(Dir, ATTRIBUTES)
+#undef ATTRIBUTES
+};
+
+}  // namespace Kiv
