@@ -170,6 +170,10 @@ KivRpCandidateConfig *ConfigSm::rpCandidateConfig(const Pax::IntfId &intfId) con
   return find(rpCandidateConfig_, intfId);
 }
 
+void ConfigSm::handleCbsrDel(const Pax::IpGenPrefix &zone) {
+  for (const auto &[intfId, reactor] : bsrCandidateConfig_) reactor->handleZoneFree(zone);
+}
+
 void ConfigSm::handleCrpDel(const Pax::IpGenAddr &address) {
   for (const auto &[intfId, reactor] : rpCandidateConfig_) reactor->handleAddressFree(address);
 }

@@ -77,6 +77,8 @@ class ConfigSm {
   /// A unicast prefix of a filter ACL came or went.
   void doFilterAclPrefixActivate(const Pax::IpGenPrefix &prefix);
   void doFilterAclPrefixDeactivate(const Pax::IpGenPrefix &prefix);
+  /// A zone of the candidate BSRs has left status: another interface that still offers it serves it now.
+  void handleCbsrDel(const Pax::IpGenPrefix &zone);
   /// A candidate RP has left status: an interface that has the same address may serve it now.
   void handleCrpDel(const Pax::IpGenAddr &address);
 

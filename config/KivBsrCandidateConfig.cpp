@@ -175,6 +175,7 @@ bool KivBsrCandidateConfig::doCounterDec(const Pax::IpGenPrefix &zone) {
 bool KivBsrCandidateConfig::doCandidateDel(const Pax::IpGenPrefix &zone) {
   if (!ownCandidate(zone)) return false;
   status().cbsrDel(zone);
+  configSm_.handleCbsrDel(zone);
   return true;
 }
 

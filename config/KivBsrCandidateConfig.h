@@ -27,6 +27,8 @@ class KivBsrCandidateConfig : public BsrCandidateConfig::Notifiee {
   /// Puts every complete entry into status; deferred until the interface has an address.
   void handleInitialized();
   void handleDel();
+  /// The zone's element, which another interface had taken over, is gone.
+  void handleZoneFree(const Pax::IpGenPrefix &zone) { doRemainingSource(zone); }
   /// The ACL, which the interface uses, starts or stops to permit the prefix.
   void doAclPrefixActivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
   void doAclPrefixDeactivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
@@ -58,7 +60,6 @@ class KivBsrCandidateConfig : public BsrCandidateConfig::Notifiee {
   void handleGroup(const Pax::IpGenPrefix &prefix);
   void handleAcl(const std::string &acl);
   void handleIpAddress();
-  void doAddressDel();
   void doAddressIs();
 
   /// Every entry, the explicit groups first.
