@@ -1,13 +1,5 @@
-/// The configuration file: JSON, comments allowed, everything checked before anything is used.
-///
-///   { "pim":       { VRF: { "namespace": NAME, "interfaces": [NAME...], "hello": "speak" | "listen",
-///                           "drPriority": 0..4294967295 } },
-///     "vrfConfig": { VRF: { "holdTime": 1..65535, "szTimeout": 1..655350 } } }
-///
-/// The VRF "default" is the namespace that the program starts in; another VRF's namespace has the
-/// VRF's name unless it says otherwise. `hello` is "speak" and `drPriority` 0 by default, `holdTime`
-/// 130 and `szTimeout` ten times `holdTime`. The bounds of the two times keep them within what
-/// Bootstrap messages can carry as hold times (16 bits), and ten times that.
+/// The configuration file: JSON, comments allowed, everything checked before anything is used. What
+/// its members are is said in daemon/file/Description.h, and for operators in docs/operator.md.
 #pragma once
 
 #include <string>
@@ -25,8 +17,8 @@ struct LoadedConfiguration {
   bool good() const { return findings.errors.empty(); }
 };
 
-LoadedConfiguration configurationFromText(std::string_view text);
+LoadedConfiguration configurationFromText(std::string_view text, Pax::AddressFamily family);
 /// Nothing throws: a file that cannot be read is an error with an empty place.
-LoadedConfiguration configurationFromFile(const std::string &file);
+LoadedConfiguration configurationFromFile(const std::string &file, Pax::AddressFamily family);
 
 }  // namespace Routing::Pim::Bsr

@@ -1,7 +1,6 @@
 #include "daemon/ObjectReader.h"
 
 #include <algorithm>
-#include <set>
 
 #include "daemon/JsonText.h"
 
@@ -35,6 +34,8 @@ ObjectReader::ObjectReader(const json &value, std::string path, Findings &findin
 std::string ObjectReader::path(std::string_view name) const { return pathTo(path_, name); }
 
 bool ObjectReader::has(std::string_view name) const { return value_.is_object() && value_.contains(name); }
+
+bool ObjectReader::hasEntries(std::string_view name) const { return has(name) && value_.at(name) != json::object(); }
 
 const json *ObjectReader::find(const char *name) {
   known_.emplace_back(name);
@@ -71,28 +72,18 @@ std::optional<std::string> ObjectReader::word(const char *name, const std::vecto
   return std::nullopt;
 }
 
-std::vector<std::string> ObjectReader::texts(const char *name,
-                                             const std::function<std::string(const std::string &)> &check) {
-  std::vector<std::string> result;
-  const json *member = find(name);
-  if (!member) return result;
-  if (!member->is_array()) {
-    findings_.error(path(name), shown(*member) + " is no list");
-    return result;
+void ObjectReader::elements(const char *name, const Member &element) {
+  const json *found = find(name);
+  if (!found) return;
+  if (!found->is_array()) {
+    findings_.error(path(name), shown(*found) + " is no list");
+    return;
   }
-  std::set<std::string> seen;
-  for (size_t i = 0; i < member->size(); ++i) {
-    const json &element = (*member)[i];
-    const std::string wrong = !element.is_string()                              ? "is no text"
-                              : !seen.insert(element.get<std::string>()).second ? "is listed twice"
-                                                                                : check(element.get<std::string>());
-    if (wrong.empty()) {
-      result.push_back(element.get<std::string>());
-    } else {
-      findings_.error(pathTo(path(name), std::to_string(i)), shown(element) + " " + wrong);
-    }
+  size_t index = 0;
+  for (const json &value : *found) {
+    const std::string number = std::to_string(index++);
+    element(number, value, pathTo(path(name), number));
   }
-  return result;
 }
 
 void ObjectReader::each(const char *name, const Member &member) {

@@ -25,15 +25,18 @@ class ObjectReader {
 
   const std::string &path() const { return path_; }
   std::string path(std::string_view name) const;
+  bool isObject() const { return value_.is_object(); }
   bool has(std::string_view name) const;
+  /// Whether there is such a member, other than an empty object.
+  bool hasEntries(std::string_view name) const;
 
   /// A whole number from `least` to `most`.
   std::optional<uint64_t> number(const char *name, uint64_t least, uint64_t most);
   std::optional<std::string> text(const char *name);
   /// One of the words given.
   std::optional<std::string> word(const char *name, const std::vector<std::string> &words);
-  /// A list of texts that are all different. `check` returns what is wrong with one, or nothing.
-  std::vector<std::string> texts(const char *name, const std::function<std::string(const std::string &)> &check);
+  /// The elements of a member that is a list, each with its number as its name.
+  void elements(const char *name, const Member &element);
   /// The members of a member that is an object with free names.
   void each(const char *name, const Member &member);
 

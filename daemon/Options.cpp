@@ -22,6 +22,7 @@ po::options_description describe(Pax::AddressFamily family) {
       ("socket", po::value<std::string>()->value_name("PATH")->default_value(Control::defaultSocket(family)),
        "the socket that pimbsrctl talks to")                                        //
       ("check", "validate the configuration and exit: 0 good, 2 with every error")  //
+      ("schema", "print the JSON Schema of the configuration file and exit")        //
       ("trace", po::value<Texts>()->value_name("MODULE=LEVEL")->composing(),
        "trace a module up to a level from 0 to 9; * is every module; may be repeated")  //
       ("version", "print the version and exit")                                         //
@@ -32,6 +33,7 @@ po::options_description describe(Pax::AddressFamily family) {
 Options::Action actionOf(const po::variables_map &given) {
   if (given.count("help")) return Options::Action::help;
   if (given.count("version")) return Options::Action::version;
+  if (given.count("schema")) return Options::Action::schema;
   return given.count("check") ? Options::Action::check : Options::Action::run;
 }
 

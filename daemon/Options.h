@@ -17,7 +17,7 @@ class UsageError : public std::runtime_error {
 };
 
 struct Options {
-  enum class Action { run, check, version, help };
+  enum class Action { run, check, schema, version, help };
   Action action = Action::run;
   std::string config;
   std::string socket;

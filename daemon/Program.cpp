@@ -5,6 +5,7 @@
 
 #include "daemon/Daemon.h"
 #include "daemon/control/Defaults.h"
+#include "daemon/file/Schema.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -27,7 +28,7 @@ void setTraceLevels(const Options &options) {
 }
 
 int runAgent(Pax::AddressFamily family, const Options &options) {
-  const LoadedConfiguration loaded = configurationFromFile(options.config);
+  const LoadedConfiguration loaded = configurationFromFile(options.config, family);
   if (!report(options.config, loaded.findings)) return badUsage;
   if (options.action == Options::Action::check) return done;
   const auto sink = Tracelet::sinkFromEnvironment(Control::programName(family));
@@ -46,6 +47,7 @@ int runProgram(Pax::AddressFamily family, const std::vector<std::string> &argume
     switch (options.action) {
       case Options::Action::help: std::cout << usage(family); return done;
       case Options::Action::version: std::cout << name << ' ' << PIMBSR_VERSION << '\n'; return done;
+      case Options::Action::schema: std::cout << schemaText(family); return done;
       case Options::Action::check:
       case Options::Action::run: break;
     }

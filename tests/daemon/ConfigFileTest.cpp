@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include "daemon/ConfigApply.h"
+#include <filesystem>
+#include <fstream>
+
+#include "daemon/file/Effective.h"
+#include "daemon/file/Schema.h"
 
 namespace Routing::Pim::Bsr {
 namespace {
@@ -13,21 +17,30 @@ std::vector<std::string> texts(const std::vector<Finding> &findings) {
   return result;
 }
 
-struct Bad {
+constexpr auto ipv4 = Pax::AddressFamily::ipv4, ipv6 = Pax::AddressFamily::ipv6;
+
+struct Case {
   std::string text;
-  std::vector<std::string> errors;
+  std::vector<std::string> findings;
 };
+
+/// A file with the VRF default and these settings for it; more members may follow them.
+std::string file(const std::string &settings, const std::string &more = "") {
+  return R"({"pim": {"default": {}}, "vrfConfig": {"default": {)" + settings + "}}" + more + "}";
+}
+std::string bsr(const std::string &interfaces) { return R"("bsrCandidateConfig": {)" + interfaces + "}"; }
+std::string rp(const std::string &interfaces) { return R"("rpCandidateConfig": {)" + interfaces + "}"; }
 
 TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
   const std::string name101(101, 'v');
   const std::string name151(151, 'n');
-  const Bad table[] = {
+  const Case table[] = {
       {"", {"F:1:1: syntax error while parsing value - unexpected end of input; expected '[', '{', or a literal"}},
       {"{ \"pim\": {},\n  }",
        {"F:2:3: syntax error while parsing object key - unexpected '}'; expected string literal"}},
       {"[]", {"F: a list is no object"}},
       {R"({"pim": []})", {"F:/pim: a list is no object"}},
-      {R"({"pin": {}})", {"F:/pin: unknown name; known here: pim, vrfConfig"}},
+      {R"({"pin": {}})", {"F:/pin: unknown name; known here: pim, vrfConfig, intfConfig, acl"}},
       {R"({"pim": {"default": 7}})", {"F:/pim/default: 7 is no object"}},
       {R"({"pim": {"default": {"interface": []}}})",
        {"F:/pim/default/interface: unknown name; known here: namespace, interfaces, hello, drPriority"}},
@@ -48,7 +61,7 @@ TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
        {"F:/pim/red/namespace: NamespaceName::bytes > 150 not allowed"}},
       {R"({"pim": {"red": {}, "tan": {"namespace": "red"}}})",
        {"F:/pim/tan: namespace red is that of VRF red already"}},
-      {R"({"pim": {"a b": {}}})", {"F:/pim/a b: is no VRF name (not empty, without blanks and '/')"}},
+      {R"({"pim": {"a b": {}}})", {"F:/pim/a b: \"a b\" is no VRF name (not empty, without blanks and '/')"}},
       {R"({"pim": {"default": {"hello": "speak", "hello": "listen"}, "default": {}}})",
        {"F:/pim/default/hello: is given twice", "F:/pim/default: is given twice"}},
       {R"({"vrfConfig": {"red": {}}})", {"F:/vrfConfig/red: there is no VRF red in pim"}},
@@ -56,7 +69,8 @@ TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
            "vrfConfig": {"default": {"holdTime": 0, "szTimeout": 1.5, "holdtime": 3}}})",
        {"F:/vrfConfig/default/holdTime: 0 is no whole number from 1 to 65535",
         "F:/vrfConfig/default/szTimeout: 1.5 is no whole number from 1 to 655350",
-        "F:/vrfConfig/default/holdtime: unknown name; known here: holdTime, szTimeout"}},
+        "F:/vrfConfig/default/holdtime: unknown name; known here: holdTime, szTimeout, bsrCandidateConfig, "
+        "rpCandidateConfig, crpFilterAcl"}},
       {R"({"pim": {"default": {}}, "vrfConfig": {"default": {"holdTime": -1}}})",
        {"F:/vrfConfig/default/holdTime: -1 is no whole number from 1 to 65535"}},
       {R"({"pim": {"default": {"drPriority": 1e999}}})", {"F:1:40: number overflow parsing '1e999'"}},
@@ -69,62 +83,183 @@ TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
         }() +
         ": is nested too deeply"}},
   };
-  for (const Bad &bad : table)
-    EXPECT_EQ(texts(configurationFromText(bad.text).findings.errors), bad.errors) << bad.text;
+  for (const Case &bad : table) {
+    EXPECT_EQ(texts(configurationFromText(bad.text, ipv4).findings.errors), bad.findings) << bad.text;
+  }
+}
+
+TEST(ConfigFile, EveryFaultOfCandidatesBordersAndAclsIsNamedWithItsPlace) {
+  const std::string at = "F:/vrfConfig/default/";
+  const Case table[] = {
+      {file(bsr(R"("lo": {"group": {"224.0.0.0/4": {"priority": 256, "hashMaskLen": 33, "interval": 21846}}})")),
+       {at + "bsrCandidateConfig/lo/group/224.0.0.0/4/priority: 256 is no whole number from 0 to 255",
+        at + "bsrCandidateConfig/lo/group/224.0.0.0/4/hashMaskLen: 33 is no whole number from 0 to 32",
+        at + "bsrCandidateConfig/lo/group/224.0.0.0/4/interval: 21846 is no whole number from 1 to 21845"}},
+      {file(rp(R"("lo": {"groupRange": {"224.0.0.0/4": {"priority": 256}}, "mode": "dense", "advInterval": 21846})")),
+       {at + "rpCandidateConfig/lo/groupRange/224.0.0.0/4/priority: 256 is no whole number from 0 to 255",
+        at + "rpCandidateConfig/lo/mode: \"dense\" is none of sparsemode, bidir",
+        at + "rpCandidateConfig/lo/advInterval: 21846 is no whole number from 1 to 21845"}},
+      {file(bsr(R"("lo": {"group": {"239.1.0.0/8": {}, "ff0e::/16": {}, "10.0.0.0/8": {}, "239.1.1.1": {}}})")),
+       {at + "bsrCandidateConfig/lo/group/10.0.0.0/8: \"10.0.0.0/8\" is no range of groups, which are 224.0.0.0/4",
+        at + "bsrCandidateConfig/lo/group/239.1.0.0/8: \"239.1.0.0/8\" has bits set behind its length; "
+             "the prefix is 239.0.0.0/8",
+        at + "bsrCandidateConfig/lo/group/239.1.1.1: \"239.1.1.1\" is no IPv4 prefix",
+        at + "bsrCandidateConfig/lo/group/ff0e::/16: \"ff0e::/16\" is no IPv4 prefix"}},
+      {file(bsr(R"("lo": {"group": {}}, "a/b": {"acl": {}}, "eth0": 3)") + "," + rp(R"("lo": {})")),
+       {at + "bsrCandidateConfig/a/b: \"a/b\" is no interface name (1 to 15 bytes, without blanks, '/' and ':')",
+        at + "bsrCandidateConfig/eth0: 3 is no object",
+        at + "bsrCandidateConfig/lo: is a candidate BSR without a zone (group or acl)",
+        at + "rpCandidateConfig/lo: is a candidate RP without a range (groupRange or acl)"}},
+      {file(bsr(R"("lo": {"acl": {"A": {}}})") + "," + rp(R"("lo": {"acl": {"B": {}}})") + R"(, "crpFilterAcl": ["C"])",
+            R"(, "intfConfig": {"lo": {"bsrBorderAcl": ["D", "D"]}})"),
+       {"F:/intfConfig/lo/bsrBorderAcl/1: \"D\" is listed twice",
+        at + "bsrCandidateConfig/lo/acl/A: there is no ACL A in acl",
+        at + "rpCandidateConfig/lo/acl/B: there is no ACL B in acl", at + "crpFilterAcl/0: there is no ACL C in acl",
+        "F:/intfConfig/lo/bsrBorderAcl/0: there is no ACL D in acl"}},
+      // One zone of two interfaces: by group, by name of the ACL, by what ACLs permit.
+      {file(bsr(R"("a": {"group": {"224.0.0.0/4": {}}, "acl": {"A": {}}},
+                   "b": {"group": {"224.0.0.0/4": {}}, "acl": {"A": {}, "B": {}}})"),
+            R"(, "acl": {"A": [{"permit": "239.1.0.0/16"}], "B": [{"permit": "239.1.0.0/17"},
+                         {"permit": "239.1.128.0/17"}]})"),
+       {at + "bsrCandidateConfig/b/group/224.0.0.0/4: zone 224.0.0.0/4 is offered by a already",
+        at + "bsrCandidateConfig/b/acl/A: the zones of ACL A are offered by a already",
+        at + "bsrCandidateConfig/b/acl/B: zone 239.1.0.0/16, which ACL B permits, is offered by a already"}},
+      {R"({"acl": {"": [], "A": {}, "B": [7, {}, {"permit": "any", "deny": "any"}, {"permit": "all"},
+                                          {"deny": "10.0.0.1/8"}, {"allow": "any"}]}})",
+       {"F:/acl/: an ACL needs a name", "F:/acl/A: an object is no list", "F:/acl/B/0: 7 is no object",
+        "F:/acl/B/1: needs one of permit and deny", "F:/acl/B/2: needs one of permit and deny",
+        "F:/acl/B/3/permit: \"all\" is no IPv4 prefix",
+        "F:/acl/B/4/deny: \"10.0.0.1/8\" has bits set behind its length; the prefix is 10.0.0.0/8",
+        "F:/acl/B/5: needs one of permit and deny", "F:/acl/B/5/allow: unknown name; known here: permit, deny"}},
+      {R"({"pim": {"blue": {"interfaces": ["eth0", "eth1"]}, "red": {"interfaces": ["eth0"]}},
+           "intfConfig": {"eth0": {}, "eth1": {}, "blue/eth1": {}, "tan/eth1": {}, "red/": {}, "eth2": {},
+                          "red/eth1": {"bsrBorderGrp": ["239.1.0.0/16", "239.001.0.0/16"]}}})",
+       {"F:/intfConfig/eth0: \"eth0\" is not listed in exactly one VRF of pim; say which by VRF/eth0",
+        "F:/intfConfig/eth1: is given twice, also as /intfConfig/blue/eth1",
+        "F:/intfConfig/eth2: \"eth2\" is not listed in exactly one VRF of pim; say which by VRF/eth2",
+        "F:/intfConfig/red/: \"\" is no interface name (1 to 15 bytes, without blanks, '/' and ':')",
+        "F:/intfConfig/red/eth1/bsrBorderGrp/1: \"239.001.0.0/16\" is no IPv4 prefix",
+        "F:/intfConfig/tan/eth1: there is no VRF tan in pim"}},
+  };
+  for (const Case &bad : table) {
+    EXPECT_EQ(texts(configurationFromText(bad.text, ipv4).findings.errors), bad.findings) << bad.text;
+  }
+  const auto loaded = configurationFromText(
+      file(bsr(R"("lo": {"group": {"FF0E::/16": {"hashMaskLen": 128}, "ff0e:0::/16": {}, "224.0.0.0/4": {}}},
+                  "eth0": {"group": {"ff0e::/16": {}}})")),
+      ipv6);
+  EXPECT_EQ(texts(loaded.findings.errors),
+            (std::vector<std::string>{
+                at + "bsrCandidateConfig/lo/group/224.0.0.0/4: \"224.0.0.0/4\" is no IPv6 prefix",
+                at + "bsrCandidateConfig/lo/group/FF0E::/16/hashMaskLen: 128 is no whole number from 0 to 127",
+                at + "bsrCandidateConfig/lo/group/ff0e:0::/16: is given twice, also as "
+                     "/vrfConfig/default/bsrCandidateConfig/lo/group/FF0E::/16",
+                at + "bsrCandidateConfig/lo/group/FF0E::/16: zone ff0e::/16 is offered by eth0 already"}));
+}
+
+TEST(ConfigFile, WhatIsDoubtfulIsAWarning) {
+  const std::string at = "F:/vrfConfig/default/";
+  const std::string serves = rp(R"("lo": {"groupRange": {"239.1.0.0/16": {}}})");
+  const std::string zone = bsr(R"("lo": {"group": {"239.1.0.0/16": {}}})") + "," + serves;
+  const std::string acls = bsr(R"("lo": {"acl": {"A": {}}})") + "," + serves;
+  const Case table[] = {
+      {file(zone), {}},
+      {file(R"("holdTime": 129, )" + zone), {at + "holdTime: 129 is under 2 x interval + 10 = 130"}},
+      {file(R"("holdTime": 129, "szTimeout": 1289)"),
+       {at + "szTimeout: 1289 is under 10 x holdTime and counts as 1290"}},
+      {file(bsr(R"("lo": {"group": {"224.0.0.0/4": {}, "225.0.0.0/8": {}}})") + "," + serves),
+       {at + "bsrCandidateConfig/lo/group/225.0.0.0/8: zone 225.0.0.0/8 is outside 239.0.0.0/8, where administrative "
+             "scopes are",
+        at + "bsrCandidateConfig/lo/group/225.0.0.0/8: no candidate RP of this router serves a range inside zone "
+             "225.0.0.0/8"}},
+      {file(zone, R"(, "intfConfig": {"e": {"bsrBorderGrp": ["239.2.0.0/16", "239.0.0.0/8"]},
+                                      "f": {"bsrBorderGrp": ["239.1.0.0/16", "224.0.0.0/4"]}})"),
+       {"F:/intfConfig/e/bsrBorderGrp/1: border 239.0.0.0/8 does not block zone 239.1.0.0/16, only the zone of its own "
+        "range"}},
+      {file(acls, R"(, "acl": {"A": [{"permit": "239.1.0.0/17"}, {"permit": "239.1.128.0/17"}]})"),
+       {"F:/acl/A/0: 239.1.0.0/17 is joined with what else the ACL permits and counts as 239.1.0.0/16",
+        "F:/acl/A/1: 239.1.128.0/17 is joined with what else the ACL permits and counts as 239.1.0.0/16"}},
+      {file(acls, R"(, "acl": {"A": [{"permit": "any"}]})"),
+       {at + "bsrCandidateConfig/lo/acl/A: ACL A permits no range of groups"}},
+  };
+  for (const Case &doubtful : table) {
+    const auto loaded = configurationFromText(doubtful.text, ipv4);
+    EXPECT_TRUE(loaded.good()) << doubtful.text;
+    EXPECT_EQ(texts(loaded.findings.warnings), doubtful.findings) << doubtful.text;
+  }
 }
 
 TEST(ConfigFile, AFileThatCannotBeReadIsAnError) {
-  EXPECT_EQ(texts(configurationFromFile("/nonexistent/x.json").findings.errors),
+  EXPECT_EQ(texts(configurationFromFile("/nonexistent/x.json", ipv4).findings.errors),
             std::vector<std::string>{"F: cannot be read: No such file or directory"});
-  EXPECT_EQ(texts(configurationFromFile("/").findings.errors),
+  EXPECT_EQ(texts(configurationFromFile("/", ipv4).findings.errors),
             std::vector<std::string>{"F: cannot be read: Is a directory"});
+}
+
+void expectSameWhenShownAndLoaded(const Configuration &configuration) {
+  const auto again = configurationFromText(configurationJson(configuration).dump(), configuration.family);
+  EXPECT_EQ(texts(again.findings.errors), std::vector<std::string>());
+  EXPECT_EQ(again.configuration, configuration) << configurationJson(configuration);
 }
 
 TEST(ConfigFile, AGoodFileIsReadWithItsDefaults) {
   const auto loaded = configurationFromText(R"(
-    // two VRFs with the same interface names
-    { "pim": { "default": { "interfaces": ["eth0", "eth1"] },
-               "blue": { "interfaces": ["eth0"], "hello": "listen", "drPriority": 5 },
+    // interfaces of the same name, and one that has its border by its bare name
+    { "pim": { "default": { "interfaces": ["eth0"] },
+               "blue": { "interfaces": ["eth0", "eth7"], "hello": "listen", "drPriority": 5 },
                "red": { "namespace": "ns-red" } },
-      "vrfConfig": { "blue": { "holdTime": 60 }, "red": { "holdTime": 90, "szTimeout": 100 } } })");
+      "vrfConfig": { "blue": { "bsrCandidateConfig": { "lo": { "group": { "ff0e::/16": { "interval": 20 } },
+                                                               "acl": { "A": { "priority": 0 } } } },
+                               "rpCandidateConfig": { "lo": { "groupRange": { "FF3E:0::/32": {} }, "mode": "bidir" } } },
+                     "red": { "holdTime": 90, "crpFilterAcl": ["A"] } },
+      "intfConfig": { "eth7": { "bsrBorderAcl": ["A"] }, "eth0": {}, "default/eth7": {}, "red/eth7": {} },
+      "acl": { "A": [ { "deny": "any" }, { "permit": "2001:DB8::/32" } ] } })",
+                                            ipv6);
   EXPECT_EQ(texts(loaded.findings.errors), std::vector<std::string>());
-  EXPECT_EQ(texts(loaded.findings.warnings),
-            std::vector<std::string>{"F:/vrfConfig/red/szTimeout: 100 is under 10 x holdTime and counts as 900"});
-  Configuration wanted;
-  wanted.pim["default"] = {"", {{"default", "eth0"}, {"default", "eth1"}}, true, 0};
-  wanted.pim["blue"] = {"blue", {{"blue", "eth0"}}, false, 5};
-  wanted.pim["red"] = {"ns-red", {}, true, 0};
-  wanted.vrfConfig["default"] = {130, 1300, {}, {}, {}};
-  wanted.vrfConfig["blue"] = {60, 600, {}, {}, {}};
-  wanted.vrfConfig["red"] = {90, 100, {}, {}, {}};
-  EXPECT_EQ(loaded.configuration, wanted);
+  EXPECT_EQ(configurationJson(loaded.configuration), nlohmann::ordered_json::parse(R"(
+    { "pim": { "blue": { "namespace": "blue", "interfaces": ["eth0", "eth7"], "hello": "listen", "drPriority": 5 },
+               "default": { "interfaces": ["eth0"], "hello": "speak", "drPriority": 0 },
+               "red": { "namespace": "ns-red", "interfaces": [], "hello": "speak", "drPriority": 0 } },
+      "vrfConfig": {
+        "blue": { "holdTime": 130, "szTimeout": 1300,
+                  "bsrCandidateConfig": {
+                    "lo": { "group": { "ff0e::/16": { "priority": 64, "hashMaskLen": 126, "interval": 20 } },
+                            "acl": { "A": { "priority": 0, "hashMaskLen": 126, "interval": 60 } } } },
+                  "rpCandidateConfig": {
+                    "lo": { "groupRange": { "ff3e::/32": { "priority": 192 } }, "acl": {},
+                            "mode": "bidir", "advInterval": 60 } },
+                  "crpFilterAcl": [] },
+        "default": { "holdTime": 130, "szTimeout": 1300, "bsrCandidateConfig": {}, "rpCandidateConfig": {},
+                     "crpFilterAcl": [] },
+        "red": { "holdTime": 90, "szTimeout": 900, "bsrCandidateConfig": {}, "rpCandidateConfig": {},
+                 "crpFilterAcl": ["A"] } },
+      "intfConfig": { "blue/eth7": { "bsrBorderGrp": [], "bsrBorderAcl": ["A"] },
+                      "eth0": { "bsrBorderGrp": [], "bsrBorderAcl": [] },
+                      "default/eth7": { "bsrBorderGrp": [], "bsrBorderAcl": [] },
+                      "red/eth7": { "bsrBorderGrp": [], "bsrBorderAcl": [] } },
+      "acl": { "A": [ { "deny": "any" }, { "permit": "2001:db8::/32" } ] } })"));
+  expectSameWhenShownAndLoaded(loaded.configuration);
 }
 
-/// Writes down what it hears of one VRF's configuration.
-class Listener : public Config::Notifiee {
- public:
-  explicit Listener(const Kiv::Ptr<Config> &config) { notifierIs(config); }
-  std::vector<std::string> heard;
-  void onHoldTime() override { heard.push_back("holdTime " + std::to_string(notifier()->holdTime())); }
-  void onSzTimeout() override { heard.push_back("szTimeout " + std::to_string(notifier()->szTimeout())); }
-};
+TEST(ConfigFile, EveryExampleIsLoadedWithoutAWarning) {
+  size_t examples = 0;
+  for (const auto &entry : std::filesystem::directory_iterator(SOURCE_DIR "/examples")) {
+    const std::string name = entry.path().string();
+    const auto loaded = configurationFromFile(name, name.find("ipv6") == name.npos ? ipv4 : ipv6);
+    EXPECT_EQ(texts(loaded.findings.errors), std::vector<std::string>()) << name;
+    EXPECT_EQ(texts(loaded.findings.warnings), std::vector<std::string>()) << name;
+    expectSameWhenShownAndLoaded(loaded.configuration);
+    ++examples;
+  }
+  EXPECT_GE(examples, 8u);
+}
 
-TEST(ConfigApply, AReloadWritesOnlyWhatDiffers) {
-  const auto coll = Kiv::make<ConfigColl>();
-  const auto acls = Kiv::make<Acl::Input::Config>();
-  const auto apply = [&](const char *text) { configurationApply(configurationFromText(text).configuration, *coll, *acls); };
-  apply(R"({"pim": {"default": {}, "red": {}}})");
-  const auto config = coll->vrfConfig("default");
-  ASSERT_TRUE(config);
-  Listener listener(config);
-
-  apply(R"({"pim": {"default": {"interfaces": ["eth0"]}, "red": {}}})");
-  EXPECT_TRUE(listener.heard.empty());
-  apply(R"({"pim": {"default": {}, "tan": {}}, "vrfConfig": {"default": {"holdTime": 60}}})");
-  EXPECT_EQ(listener.heard, (std::vector<std::string>{"holdTime 60", "szTimeout 600"}));
-  EXPECT_EQ(coll->vrfConfig("default"), config);
-  EXPECT_FALSE(coll->vrfConfig("red"));
-  EXPECT_TRUE(coll->vrfConfig("tan"));
+TEST(ConfigFile, TheSchemasInTheDocumentationAreCurrent) {
+  for (const auto &[family, name] : {std::pair(ipv4, "config-schema.json"), std::pair(ipv6, "config-schema6.json")}) {
+    std::stringstream kept;
+    kept << std::ifstream(SOURCE_DIR "/docs/" + std::string(name)).rdbuf();
+    EXPECT_TRUE(kept.str() == schemaText(family)) << "print docs/" << name << " anew with --schema";
+  }
 }
 
 }  // namespace

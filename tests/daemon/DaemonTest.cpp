@@ -19,7 +19,7 @@ class DaemonTest : public ::testing::Test {
 
   void write(const std::string &text) { std::ofstream(options.config) << text; }
   void start() {
-    const auto loaded = configurationFromFile(options.config);
+    const auto loaded = configurationFromFile(options.config, Pax::AddressFamily::ipv4);
     ASSERT_TRUE(loaded.good());
     daemon.emplace(Pax::AddressFamily::ipv4, options, loaded.configuration);
   }

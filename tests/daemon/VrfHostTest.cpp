@@ -23,8 +23,8 @@ class VrfHostTest : public ::Test::NetnsTest {
   Linux::NamespaceWatcher watcher{loop};
   Orb::Random random{1};
   const Kiv::Ptr<Orb::TimerWheel> wheel = Kiv::make<Orb::TimerWheel>(loop, loop);
-  const VrfHost::Entities entities{Kiv::make<Config>(), Kiv::make<ClearConfig>(),
-                                   Kiv::make<Status>(L3::VrfName("red"))};
+  const VrfHost::Entities entities{Kiv::make<Config>(), Kiv::make<ClearConfig>(), Kiv::make<Status>(L3::VrfName("red")),
+                                   Kiv::make<Acl::Input::Config>()};
 };
 
 TEST_F(VrfHostTest, RunsWhileItsNamespaceIsThereAndKeepsItsStatus) {

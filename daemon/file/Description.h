@@ -1,0 +1,138 @@
+/// The one description of the configuration file: which members there are, of what kind, within what
+/// bounds, and what they mean. The reader, the JSON Schema and the effective configuration all come
+/// from it; a member's default is what its field starts with.
+///
+/// describe(members, settings) hands each member of one object to `members`, which is one of
+/// MemberReader, MemberSchema and MemberWriter. These have
+///
+///   scope()                                      where the object stands
+///   number(name, field, least, most, help)       a whole number
+///   computed(name, field, least, most, help)     the same; 0 until it is computed where none is given
+///   word(name, field, words, help)               one of a few words, each for a value
+///   text(name, field, form, help)                a text
+///   list(name, field, form, help)                a list of texts for a set or a vector
+///   map(name, field, form, help)                 an object with free names for a map of what is described
+///   either(action, words, field, form, help)     exactly one member, whose name says which value
+///   needsOne(names, lack)                        of these maps one at least has an entry
+#pragma once
+
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "daemon/file/Forms.h"
+
+namespace Routing::Pim::Bsr {
+
+template <class Type>
+using Words = std::vector<std::pair<const char *, Type>>;
+
+// Hold times are 16 bits on the wire: 3 x the interval at most.
+inline constexpr uint64_t intervalMost = 21845;
+inline constexpr uint64_t holdTimeMost = 65535;
+inline constexpr uint64_t priorityMost = 255;
+
+template <class Members>
+void describe(Members &members, PimVrf &pim) {
+  members.text(
+      "namespace", pim.networkNamespace, namespaceNames(members.scope()),
+      "Its network namespace, under /run/netns or a path; the VRF's name when not given. The VRF \"default\" has "
+      "none: it is the namespace that the program starts in.");
+  members.list("interfaces", pim.interfaces, interfaceNames(members.scope()), "Where PIM is on.");
+  members.word("hello", pim.speak, Words<bool>{{"speak", true}, {"listen", false}},
+               "\"speak\" sends Hellos; \"listen\" where another PIM daemon on this router does.");
+  members.number("drPriority", pim.drPriority, 0, UINT32_MAX,
+                 "DR priority of our Hellos, or that of the daemon that sends them.");
+}
+
+template <class Members>
+void describe(Members &members, ZoneCandidacy &candidacy) {
+  const uint64_t lengthMost = std::min<uint64_t>(Pax::addressBits(members.scope().file.family), hashMaskLenUnset - 1);
+  members.number("priority", candidacy.priority, 0, priorityMost, "Priority as BSR; the higher wins.");
+  members.number("hashMaskLen", candidacy.hashMaskLen, 0, lengthMost,
+                 "Bits of a group that choose among RPs: groups alike in these have the same RP.");
+  members.number("interval", candidacy.interval, 1, intervalMost, "Bootstrap period, seconds.");
+}
+
+template <class Members>
+void describe(Members &members, BsrCandidacy &candidacy) {
+  members.map("group", candidacy.group, groupRanges(members.scope()),
+              "By group range: a zone to be BSR of. The range of all groups is the global zone.");
+  members.map("acl", candidacy.acl, aclNames(), "By ACL: every group prefix that it permits is a zone.");
+  members.needsOne({"group", "acl"}, "is a candidate BSR without a zone (group or acl)");
+}
+
+template <class Members>
+void describe(Members &members, RangeOptions &options) {
+  members.number("priority", options.priority, 0, priorityMost, "Priority as RP; the lower wins.");
+}
+
+template <class Members>
+void describe(Members &members, RpCandidacy &candidacy) {
+  members.map("groupRange", candidacy.groupRange, groupRanges(members.scope()), "By group range: what the RP serves.");
+  members.map("acl", candidacy.acl, aclNames(), "By ACL: every group prefix that it permits is served.");
+  members.word("mode", candidacy.mode, Words<Mode>{{"sparsemode", Mode::sparse}, {"bidir", Mode::bidir}},
+               "PIM mode of the RP.");
+  members.number("advInterval", candidacy.advInterval, 1, intervalMost, "Seconds between advertisements.");
+  members.needsOne({"groupRange", "acl"}, "is a candidate RP without a range (groupRange or acl)");
+}
+
+template <class Members>
+void describe(Members &members, VrfSettings &settings) {
+  members.computed("holdTime", settings.holdTime, 1, holdTimeMost,
+                   "Seconds without a Bootstrap message after which a BSR is lost. When not given: 2 x the largest "
+                   "interval of the VRF's candidates + 10, 130 without a candidate.");
+  members.computed("szTimeout", settings.szTimeout, 1, 10 * holdTimeMost,
+                   "Seconds after that until a scoped zone is forgotten, at least 10 x holdTime, which it is when not "
+                   "given.");
+  members.map("bsrCandidateConfig", settings.bsrCandidateConfig, interfaceNames(members.scope()),
+              "By interface: candidate BSRs. The BSR has the interface's first global address.");
+  members.map("rpCandidateConfig", settings.rpCandidateConfig, interfaceNames(members.scope()),
+              "By interface: candidate RPs. The RP has the interface's first global address.");
+  members.list(
+      "crpFilterAcl", settings.crpFilterAcl, aclNames(),
+      "ACLs of the candidate RPs that are believed while this router is the BSR; all are where none is named.");
+}
+
+template <class Members>
+void describe(Members &members, IntfSettings &settings) {
+  members.list("bsrBorderGrp", settings.bsrBorderGrp, groupRanges(members.scope()),
+               "Zones whose Bootstrap messages do not pass the interface; each blocks the zone of just that range.");
+  members.list("bsrBorderAcl", settings.bsrBorderAcl, aclNames(),
+               "The same for every group prefix that an ACL permits.");
+}
+
+template <class Members>
+void describe(Members &members, Acl::IpRule &rule) {
+  members.either(rule.action, Words<Acl::Action>{{"permit", Acl::Action::permit}, {"deny", Acl::Action::deny}},
+                 rule.filter.source, aclSources(members.scope()), "A prefix without host bits, or any.");
+}
+
+template <class Members>
+void describe(Members &members, Configuration &file) {
+  members.map("pim", file.pim, vrfNames(), "By name: the VRFs, each a network namespace.");
+  members.map("vrfConfig", file.vrfConfig, vrfNamesPresent(members.scope()), "By VRF: timers and candidates.");
+  members.map("intfConfig", file.intfConfig, interfaceKeys(members.scope()),
+              "By interface, NAME or VRF/NAME: where borders are.");
+  members.map("acl", file.acl, aclNames(),
+              "By name: access lists. The first rule that matches decides; what none matches is denied.");
+}
+
+/// What the members of a new element start with.
+template <class Type>
+Type initial(const Scope &scope) {
+  if constexpr (std::is_constructible_v<Type, Pax::AddressFamily>) {
+    return Type(scope.file.family);
+  } else {
+    return Type();
+  }
+}
+
+/// Where an element stands: the names of `pim` and `vrfConfig` are VRFs.
+template <class Key>
+Scope scopeOf(const Scope &scope, const Key &) {
+  return scope;
+}
+inline Scope scopeOf(const Scope &scope, const L3::VrfName &vrf) { return {scope.file, vrf.text()}; }
+
+}  // namespace Routing::Pim::Bsr

@@ -1,0 +1,171 @@
+#include "daemon/file/Forms.h"
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+
+#include "daemon/ObjectReader.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+
+using Kiv::RangeError;
+
+bool isBlank(char c) { return std::strchr(" \t\n\v\f\r", c) != nullptr; }
+
+template <class Type>
+std::string toText(const Type &value) {
+  return Kiv::toText(Kiv::toValue(value));
+}
+
+// The kernel's own rule.
+constexpr const char *interfacePattern = "[^/:\\s]{1,15}";
+
+void checkInterface(const std::string &name) {
+  const bool good = !name.empty() && name.size() <= 15 && name != "." && name != ".." &&
+                    std::none_of(name.begin(), name.end(), [](char c) { return c == '/' || c == ':' || isBlank(c); });
+  if (good) return;
+  throw RangeError(shown(name) + " is no interface name (1 to 15 bytes, without blanks, '/' and ':')");
+}
+
+void checkPresent(const Scope &scope, const L3::VrfName &vrf) {
+  if (!scope.file.pim.contains(vrf)) throw RangeError("there is no VRF " + vrf.text() + " in pim");
+}
+
+/// The only VRF of `pim` with an interface of this name.
+std::optional<Pax::IntfId> onlyListed(const Configuration &file, const std::string &name) {
+  std::optional<Pax::IntfId> only;
+  for (const auto &[vrf, pim] : file.pim) {
+    const Pax::IntfId intfId(vrf.text(), name);
+    if (std::find(pim.interfaces.begin(), pim.interfaces.end(), intfId) == pim.interfaces.end()) continue;
+    if (only) return std::nullopt;
+    only = intfId;
+  }
+  return only;
+}
+
+Pax::IntfId interfaceOfBareName(const Scope &scope, const std::string &name) {
+  checkInterface(name);
+  if (const auto only = onlyListed(scope.file, name)) return *only;
+  if (scope.file.pim.contains(L3::defaultVrf)) return {L3::defaultVrf, name};
+  throw RangeError(shown(name) + " is not listed in exactly one VRF of pim; say which by VRF/" + name);
+}
+
+Pax::IntfId readInterfaceKey(const Scope &scope, const std::string &text) {
+  const size_t slash = text.find('/');
+  if (slash == text.npos) return interfaceOfBareName(scope, text);
+  const std::string name = text.substr(slash + 1);
+  const L3::VrfName vrf = vrfNames().read(text.substr(0, slash));
+  checkInterface(name);
+  checkPresent(scope, vrf);
+  return {vrf.text(), name};
+}
+
+std::string writeInterfaceKey(const Scope &scope, const Pax::IntfId &intfId) {
+  const std::string name(intfId.name());
+  const bool elsewhere = intfId.vrf() == L3::defaultVrf && onlyListed(scope.file, name).value_or(intfId) != intfId;
+  return elsewhere ? std::string(L3::defaultVrf) + "/" + name : toText(intfId);
+}
+
+const char *familyName(Pax::AddressFamily family) { return family == Pax::AddressFamily::ipv6 ? "IPv6" : "IPv4"; }
+
+template <class Type>
+std::optional<Type> parsed(std::string_view text) {
+  try {
+    return Type::fromText(text);
+  } catch (const RangeError &) {
+    return std::nullopt;
+  }
+}
+
+Pax::IpGenPrefix readPrefix(Pax::AddressFamily family, const std::string &text) {
+  const auto prefix = parsed<Pax::IpGenPrefix>(text);
+  if (!prefix || prefix->af() != family) throw RangeError(shown(text) + " is no " + familyName(family) + " prefix");
+  if (parsed<Pax::IpGenAddr>(text.substr(0, text.find('/'))) == prefix->address()) return *prefix;
+  throw RangeError(shown(text) + " has bits set behind its length; the prefix is " + toText(*prefix));
+}
+
+std::string prefixPattern(Pax::AddressFamily family, const char *ipv4First, const char *ipv6First) {
+  if (family == Pax::AddressFamily::ipv6) {
+    return std::string(ipv6First) + "[0-9a-fA-F:.]*/([0-9]|[1-9][0-9]|1[01][0-9]|12[0-8])";
+  }
+  return std::string(ipv4First) + "(\\.[0-9]{1,3}){3}/([0-9]|[12][0-9]|3[0-2])";
+}
+
+std::string whole(const std::string &pattern) { return "^" + pattern + "$"; }
+
+}  // namespace
+
+Form<L3::VrfName> vrfNames() {
+  const auto read = [](const std::string &name) {
+    const bool good =
+        !name.empty() && std::none_of(name.begin(), name.end(), [](char c) { return c == '/' || isBlank(c); });
+    if (!good) throw RangeError(shown(name) + " is no VRF name (not empty, without blanks and '/')");
+    return L3::VrfName(name);
+  };
+  return {read, toText<L3::VrfName>, whole("[^/\\s]{1,100}")};
+}
+
+Form<L3::VrfName> vrfNamesPresent(const Scope &scope) {
+  Form<L3::VrfName> form = vrfNames();
+  form.read = [scope, any = form.read](const std::string &name) {
+    const L3::VrfName vrf = any(name);
+    checkPresent(scope, vrf);
+    return vrf;
+  };
+  return form;
+}
+
+Form<Pax::NamespaceName> namespaceNames(const Scope &scope) {
+  const auto read = [isDefault = scope.vrf == L3::defaultVrf](const std::string &name) {
+    if (isDefault) throw RangeError("the VRF default is the namespace that the program starts in and names none");
+    if (name.empty() || name == "." || name == "..") throw RangeError(shown(name) + " is no namespace name");
+    return Pax::NamespaceName(name);
+  };
+  return {read, toText<Pax::NamespaceName>, whole(".{1,150}")};
+}
+
+Form<Pax::IntfId> interfaceNames(const Scope &scope) {
+  const auto read = [vrf = scope.vrf](const std::string &name) {
+    checkInterface(name);
+    return Pax::IntfId(vrf, name);
+  };
+  return {read, [](const Pax::IntfId &intfId) { return std::string(intfId.name()); }, whole(interfacePattern)};
+}
+
+Form<Pax::IntfId> interfaceKeys(const Scope &scope) {
+  return {[scope](const std::string &text) { return readInterfaceKey(scope, text); },
+          [scope](const Pax::IntfId &intfId) { return writeInterfaceKey(scope, intfId); },
+          whole(std::string("([^/\\s]{1,100}/)?") + interfacePattern)};
+}
+
+Form<Pax::IpGenPrefix> groupRanges(const Scope &scope) {
+  const auto family = scope.file.family;
+  const auto read = [family](const std::string &text) {
+    const Pax::IpGenPrefix prefix = readPrefix(family, text);
+    const Pax::IpGenPrefix groups = Pax::allGroups(family);
+    if (!groups.covers(prefix)) throw RangeError(shown(text) + " is no range of groups, which are " + toText(groups));
+    return prefix;
+  };
+  return {read, toText<Pax::IpGenPrefix>, whole(prefixPattern(family, "2(2[4-9]|3[0-9])", "[fF][fF]"))};
+}
+
+Form<Pax::IpGenPrefix> aclSources(const Scope &scope) {
+  const auto family = scope.file.family;
+  const auto zero = family == Pax::AddressFamily::ipv6 ? Pax::IpGenAddr::v6(0, 0) : Pax::IpGenAddr::v4(0);
+  const Pax::IpGenPrefix any(zero, 0);
+  return {[any, family](const std::string &text) { return text == "any" ? any : readPrefix(family, text); },
+          [any](const Pax::IpGenPrefix &prefix) { return prefix == any ? "any" : toText(prefix); },
+          whole("(any|" + prefixPattern(family, "[0-9]{1,3}", "") + ")")};
+}
+
+Form<std::string> aclNames() {
+  const auto read = [](const std::string &name) {
+    if (name.empty()) throw RangeError("an ACL needs a name");
+    return name;
+  };
+  return {read, toText<std::string>, whole(".+")};
+}
+
+}  // namespace Routing::Pim::Bsr

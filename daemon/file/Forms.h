@@ -1,0 +1,43 @@
+/// The texts that stand for values in a configuration file: how each is read, written and described.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "daemon/Configuration.h"
+
+namespace Routing::Pim::Bsr {
+
+/// Where in the file a member stands.
+struct Scope {
+  const Configuration &file;  ///< what has been read of it so far, or all of it
+  std::string vrf;            ///< the VRF whose part it is, if it is in one's
+};
+
+/// The form of one kind of text.
+template <class Type>
+struct Form {
+  /// Throws Kiv::RangeError, whose text says what is wrong.
+  std::function<Type(const std::string &text)> read;
+  std::function<std::string(const Type &value)> write;
+  /// The regular expression of the texts, as a JSON Schema has it. It lets through some that are
+  /// refused (a prefix with host bits), and none the other way round.
+  std::string pattern;
+};
+
+Form<L3::VrfName> vrfNames();
+/// Only those that `pim` names.
+Form<L3::VrfName> vrfNamesPresent(const Scope &scope);
+Form<Pax::NamespaceName> namespaceNames(const Scope &scope);
+/// NAME, an interface of the VRF of the scope.
+Form<Pax::IntfId> interfaceNames(const Scope &scope);
+/// NAME or VRF/NAME. A bare name that `pim` lists in exactly one VRF is of that one, any other of the
+/// default VRF.
+Form<Pax::IntfId> interfaceKeys(const Scope &scope);
+/// A prefix of the family without host bits, all of whose addresses are groups.
+Form<Pax::IpGenPrefix> groupRanges(const Scope &scope);
+/// "any", or a prefix of the family without host bits.
+Form<Pax::IpGenPrefix> aclSources(const Scope &scope);
+Form<std::string> aclNames();
+
+}  // namespace Routing::Pim::Bsr
