@@ -37,14 +37,14 @@ Rows candidatesOf(const std::vector<RpHashSm::Candidate> &candidates) {
 
 }  // namespace
 
-void showRp(const VrfView &view, const std::string &text, Rows &rows) {
-  const Pax::IpGenAddr group = groupFrom(text, view.af);
+void showRp(const VrfView &view, const std::string &group, Rows &rows) {
+  const Pax::IpGenAddr address = groupFrom(group, view.af);
   for (const RpHashSm *rpHashSm : {view.rpHashSm, view.bidirRpHashSm}) {
-    const auto answer = rpHashSm ? rpHashSm->rpOf(group) : std::nullopt;
+    const auto answer = rpHashSm ? rpHashSm->rpOf(address) : std::nullopt;
     if (!answer) continue;
     const Pax::IpGenPrefix zone = zoneOf(view, answer->prefix);
     const auto bsr = view.status->bootstrapRouter(zone);
-    Rows row{{"vrf", toJson(view.vrf)}, {"group", toJson(group)}, {"zone", toJson(zone)}};
+    Rows row{{"vrf", toJson(view.vrf)}, {"group", toJson(address)}, {"zone", toJson(zone)}};
     row["bsr"] = bsr ? toJson(bsr->ipAddr()) : nullptr;
     row["prefix"] = toJson(answer->prefix);
     row["rp"] = toJson(answer->best().rp);
