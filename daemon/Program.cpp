@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "daemon/Daemon.h"
+#include "daemon/SystemWarnings.h"
 #include "daemon/control/Defaults.h"
 #include "daemon/file/Schema.h"
 
@@ -28,7 +29,7 @@ void setTraceLevels(const Options &options) {
 }
 
 int runAgent(Pax::AddressFamily family, const Options &options) {
-  const LoadedConfiguration loaded = configurationFromFile(options.config, family);
+  const LoadedConfiguration loaded = configurationForHere(options.config, family);
   if (!report(options.config, loaded.findings)) return badUsage;
   if (options.action == Options::Action::check) return done;
   const auto sink = Tracelet::sinkFromEnvironment(Control::programName(family));
