@@ -63,9 +63,13 @@ void readOperands(const Texts &operands, Options &options) {
       options.request.argument = operands[2];
       next = 3;
     }
-  } else if (*verb->operands && operands.size() > 1) {
-    options.request.argument = operands[1];
-    next = 2;
+  } else {
+    options.noun = verb->answer;
+    const bool hasOperand = *verb->operands && operands.size() > 1;
+    if (*verb->operands && *verb->operands != '[' && !hasOperand) {
+      throw UsageError("'" + operands[0] + "' needs '" + verb->operands + "'");
+    }
+    if (hasOperand) options.request.argument = operands[1], next = 2;
   }
   if (operands.size() > next) throw UsageError("'" + operands[next] + "' is too much");
 }

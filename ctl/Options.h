@@ -23,7 +23,7 @@ struct Options {
   std::string program;  ///< the agent asked, for messages
   std::string socket;
   Request request;
-  const Noun *noun = nullptr;  ///< null where the verb takes none
+  const Noun *noun = nullptr;  ///< how the answer is laid out; null: as it comes
 };
 
 /// Throws UsageError.

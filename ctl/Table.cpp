@@ -109,6 +109,7 @@ std::string toTable(const Rows &rows, const Noun *noun) {
   switch (noun->layout) {
     case Noun::Layout::table: return tableOf(rows, columns);
     case Noun::Layout::fields: return fieldsOf(rows);
+    case Noun::Layout::file: return rows.empty() ? "" : rows[0].dump(2) + '\n';
     case Noun::Layout::lines: break;
   }
   return linesOf(rows, columns.front());

@@ -5,7 +5,9 @@
 #include <stdexcept>
 
 #include "daemon/ConfigApply.h"
+#include "daemon/SystemWarnings.h"
 #include "daemon/control/Nouns.h"
+#include "daemon/file/Effective.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -14,6 +16,19 @@ namespace {
 Tracelet::Module trace("Pim::Bsr::Daemon");
 
 constexpr size_t logLines = 1000;
+
+std::string joined(const std::vector<std::string> &lines) {
+  std::string all;
+  for (const std::string &line : lines) all += (all.empty() ? "" : "\n") + line;
+  return all;
+}
+
+template <class Lines>
+Rows rowsOfLines(const Lines &lines) {
+  Rows rows = Rows::array();
+  for (const std::string &line : lines) rows.push_back({{"line", line}});
+  return rows;
+}
 
 }  // namespace
 
@@ -105,13 +120,21 @@ std::string Daemon::reply(std::string_view line) {
 }
 
 Rows Daemon::answer(const Control::Request &request) {
-  if (request.verb == "show") return show(request);
-  if (request.verb == "reload") return reloadRows();
-  if (request.verb != "trace") throw std::invalid_argument("there is no verb '" + request.verb + "'");
-  std::string error;
-  if (!request.argument.empty() && !traceLevelIs(traceLevelFrom(request.argument), error)) {
-    throw std::invalid_argument(error);
+  const Control::Verb *verb = Control::verbOf(request.verb);
+  if (!verb) throw std::invalid_argument("there is no verb '" + request.verb + "'");
+  if (!verb->takesNoun && !*verb->operands && !request.argument.empty()) {
+    throw std::invalid_argument("'" + request.verb + "' takes no argument");
   }
+  if (request.verb == "reload") return reloadRows();
+  if (request.verb == "check") return checkRows();
+  if (request.verb == "clear") return clear(request);
+  if (request.verb == "trace") return traceRows(request.argument);
+  return show(request);
+}
+
+Rows Daemon::traceRows(const std::string &level) {
+  std::string error;
+  if (!level.empty() && !traceLevelIs(traceLevelFrom(level), error)) throw std::invalid_argument(error);
   Rows rows = Rows::array();
   for (const auto &[module, level] : Tracelet::Registry::instance().levels()) {
     rows.push_back({{"module", module}, {"level", level}});
@@ -120,20 +143,37 @@ Rows Daemon::answer(const Control::Request &request) {
 }
 
 Rows Daemon::show(const Control::Request &request) {
-  if (request.noun != "log") return rowsOf(request.noun, views(request.vrf), request.argument);
-  Rows rows = Rows::array();
-  for (const std::string &line : log_.lines()) {
-    Rows row;
-    row["line"] = line;
-    rows.push_back(std::move(row));
-  }
-  return rows;
+  const bool ofAgent = request.noun == "log" || request.noun == "config";
+  if (!ofAgent) return rowsOf(request.noun, views(request.vrf), request.argument);
+  if (!request.argument.empty()) throw std::invalid_argument("'" + request.noun + "' takes no argument");
+  if (request.noun == "config") return Rows::array({configurationJson(configuration_)});
+  return rowsOfLines(log_.lines());
 }
 
 Rows Daemon::reloadRows() {
-  std::string all;
-  for (const std::string &error : reload()) all += (all.empty() ? "" : "\n") + error;
-  if (!all.empty()) throw std::invalid_argument(all);
+  const std::vector<std::string> errors = reload();
+  if (!errors.empty()) throw std::invalid_argument(joined(errors));
+  return Rows::array();
+}
+
+Rows Daemon::checkRows() const {
+  const Findings findings = configurationForHere(options_.config, family_).findings;
+  std::vector<std::string> lines;
+  for (const Finding &error : findings.errors) lines.push_back(toText(options_.config, error));
+  for (const Finding &warning : findings.warnings) lines.push_back("warning: " + toText(options_.config, warning));
+  if (!findings.errors.empty()) throw std::invalid_argument(joined(lines));
+  return rowsOfLines(lines);
+}
+
+Rows Daemon::clear(const Control::Request &request) {
+  if (request.argument != "counters") throw std::invalid_argument("'clear' needs 'counters'");
+  bool found = request.vrf.empty();
+  for (const L3::VrfName &vrf : clearConfigColl_->vrfClearConfig().keys()) {
+    if (!request.vrf.empty() && vrf.text() != request.vrf) continue;
+    clearConfigColl_->vrfClearConfig(vrf)->countersCountInc(1);
+    found = true;
+  }
+  if (!found) throw std::invalid_argument("there is no VRF '" + request.vrf + "'");
   return Rows::array();
 }
 
@@ -141,12 +181,23 @@ std::vector<VrfView> Daemon::views(const std::string &vrf) const {
   std::vector<VrfView> views;
   for (const auto &[name, host] : hosts_) {
     if (!vrf.empty() && name.text() != vrf) continue;
-    VrfView view{name, family_, loop_.now(), host->status(), nullptr, nullptr, nullptr};
+    VrfView view;
+    view.vrf = name;
+    view.af = family_;
+    view.now = loop_.now();
+    view.config = configColl_->vrfConfig(name);
+    for (const auto &[intfId, config] : configColl_->intfConfig()) {
+      if (intfId.vrf() == name.text()) view.intfConfig.emplace(intfId, config);
+    }
+    view.ipAclConfig = aclConfig_;
+    view.status = host->status();
     if (const auto *platform = host->platform()) {
+      view.interfaces = platform->interfaces();
       view.pimStatus = platform->pimStatus();
       view.packets = &platform->port()->counters();
     }
     if (const auto *containerSm = host->containerSm()) {
+      view.configSm = &containerSm->configSm();
       view.bsrSm = &containerSm->bsrSm();
       view.rpHashSm = &containerSm->rpHashSm();
       view.bidirRpHashSm = &containerSm->bidirRpHashSm();

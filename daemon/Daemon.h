@@ -35,6 +35,7 @@ class Daemon {
   std::string reply(std::string_view line);
 
   const ConfigColl &configColl() const { return *configColl_; }
+  const ClearConfigColl &clearConfigColl() const { return *clearConfigColl_; }
   const Configuration &configuration() const { return configuration_; }
 
  private:
@@ -44,6 +45,9 @@ class Daemon {
   Rows answer(const Control::Request &request);
   Rows show(const Control::Request &request);
   Rows reloadRows();
+  Rows checkRows() const;
+  Rows clear(const Control::Request &request);
+  Rows traceRows(const std::string &level);
   std::vector<VrfView> views(const std::string &vrf) const;
 
   const Pax::AddressFamily family_;

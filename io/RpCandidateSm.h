@@ -31,6 +31,10 @@ class RpCandidateSm {
   RpCandidateSm(const RpCandidateSm &) = delete;
   RpCandidateSm &operator=(const RpCandidateSm &) = delete;
 
+  const CrpOptions &crpOptions() const { return crpOptions_; }
+  /// By zone, what its BSR is told.
+  const Kiv::Table<Pax::IpGenPrefix, Kiv::Ptr<RpCandidatePrefixSet>> &crpAdvSet() const { return crpAdvSet_; }
+  double nextAdvertisement() const { return crpAdvTimer_.timeMin(); }
   bool advertises(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) const;
 
   /// Sends one message to the BSR of each zone. `shutdown` says goodbye (hold time 0) for all that

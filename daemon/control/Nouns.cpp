@@ -13,6 +13,8 @@ constexpr Column vrf{"vrf", "the VRF"};
 constexpr Column zone{"zone", "group prefix of the scope zone"};
 constexpr Column upTime{"upTime", "seconds since it was learned"};
 constexpr Column expires{"expires", "seconds until it ends"};
+constexpr Column active{"active", "whether it is in force"};
+constexpr Column reason{"reason", "what of it is not in force, and why"};
 
 constexpr std::array bsr{
     vrf,
@@ -24,6 +26,56 @@ constexpr std::array bsr{
     Column{"elected", "whether this router is the BSR"},
     upTime,
     expires,
+};
+constexpr std::array candidateBsr{
+    vrf,
+    zone,
+    Column{"interface", "the interface whose address it has"},
+    Column{"address", "that address"},
+    Column{"priority", "BSR priority, the highest wins"},
+    Column{"hashMaskLen", "hash mask length"},
+    Column{"interval", "seconds between Bootstrap messages as the BSR"},
+    Column{"state", "cBsr, pBsr (about to be elected) or eBsr"},
+    Column{"elected", "whether it is the BSR"},
+    Column{"sources", "what offers the zone: group, or ACLs by name"},
+    active,
+    reason,
+};
+constexpr std::array candidateRp{
+    vrf,
+    Column{"rp", "address of the RP"},
+    Column{"interface", "the interface whose address that is"},
+    Column{"mode", "sparsemode or bidir"},
+    Column{"interval", "seconds between advertisements"},
+    Column{"groups", "prefixes served, each with its priority"},
+    active,
+    reason,
+    Column{"zones", "where it advertises: zone, BSR, groups, seconds until the next advertisement"},
+};
+constexpr std::array border{
+    vrf,
+    Column{"prefix", "group prefix of the zone whose messages do not pass"},
+    Column{"interfaces", "the interfaces that are its border"},
+    Column{"sources", "what names the prefix: group, or ACLs by name"},
+    active,
+    reason,
+};
+constexpr std::array acl{
+    vrf,
+    Column{"acl", "name of the ACL"},
+    Column{"exists", "whether it is defined"},
+    Column{"groups", "group prefixes that it permits"},
+    Column{"unicast", "other prefixes that it permits"},
+    Column{"users", "roles and interfaces that name it; the filter has no interface"},
+    active,
+    reason,
+};
+constexpr std::array filter{
+    vrf,
+    Column{"prefix", "addresses of candidate RPs that are believed while this router is the BSR"},
+    Column{"sources", "the ACLs that permit them; none where no filter is configured and all are believed"},
+    active,
+    reason,
 };
 constexpr std::array rpSet{
     vrf,
@@ -75,23 +127,40 @@ constexpr std::array counters{
     Column{"errors", "messages that the agent refused, by reason"},
     Column{"packets", "packets that never reached the agent, by reason, and those received and sent"},
 };
+constexpr std::array config{
+    Column{"pim", "the VRFs and where PIM is on"},
+    Column{"vrfConfig", "timers, candidates and filters of each VRF"},
+    Column{"intfConfig", "borders of each interface"},
+    Column{"acl", "the ACLs"},
+};
+constexpr std::array finding{Column{"line", "FILE:PATH: message"}};
 constexpr std::array log{Column{"line", "time, module, level and text"}};
 
 constexpr std::array allNouns{
     Noun{"bsr", "the elected BSR of each scope zone", bsr},
+    Noun{"candidate-bsr", "this router's candidacies for BSR", candidateBsr},
+    Noun{"candidate-rp", "this router's candidate RPs", candidateRp},
     Noun{"rp-set", "the RPs learned from the BSRs", rpSet},
     Noun{.name = "rp", .help = "the RP that serves a group", .columns = rp, .operand = "GROUP"},
+    Noun{"border", "the BSR borders", border},
+    Noun{"acl", "the ACLs and who uses them", acl},
+    Noun{"filter", "the candidate RPs that are believed", filter},
     Noun{"interfaces", "the interfaces on which PIM is on and usable", interfaces},
     Noun{"neighbors", "the PIM neighbours", neighbors},
     Noun{"counters", "message counters of each VRF", counters, Noun::Layout::fields, true},
+    Noun{"config", "the configuration in force with its defaults, to be loaded again", config, Noun::Layout::file},
     Noun{"log", "the last trace lines", log, Noun::Layout::lines},
 };
+
+constexpr Noun findings{"findings", "what a configuration file has wrong", finding, Noun::Layout::lines};
 
 constexpr std::array allVerbs{
     Verb{"show", "NOUN", "show it once", true},
     Verb{"watch", "NOUN", "show it every second until interrupted", true},
     Verb{"trace", "[MODULE=LEVEL]", "set a trace level, * for every module; without an operand list them", false},
+    Verb{"check", "", "validate the configuration file and load nothing", false, &findings},
     Verb{"reload", "", "read the configuration file again", false},
+    Verb{"clear", "counters", "set the message counters to zero", false},
 };
 
 template <class Entry>

@@ -19,6 +19,7 @@ struct Noun {
     table,   ///< a line a row, under a header
     fields,  ///< a line a field, for rows with many
     lines,   ///< the only column, as it is
+    file,    ///< the only row, as a JSON file
   };
   const char *name;
   const char *help;
@@ -31,9 +32,10 @@ struct Noun {
 
 struct Verb {
   const char *name;
-  const char *operands;  ///< as the help shows them
+  const char *operands;  ///< as the help shows them; in brackets if they may be left out
   const char *help;
   bool takesNoun;
+  const Noun *answer = nullptr;  ///< how its rows are laid out; null: a table of what they have
 };
 
 std::span<const Noun> nouns();

@@ -14,8 +14,13 @@ struct Producer {
 };
 constexpr std::array producers{
     Producer{"bsr", showBsr},
+    Producer{"candidate-bsr", showCandidateBsr},
+    Producer{"candidate-rp", showCandidateRp},
     Producer{"rp-set", showRpSet},
     Producer{"rp", nullptr, showRp},
+    Producer{"border", showBorder},
+    Producer{"acl", showAcl},
+    Producer{"filter", showFilter},
     Producer{"interfaces", showInterfaces},
     Producer{"neighbors", showNeighbors},
     Producer{"counters", showCounters},

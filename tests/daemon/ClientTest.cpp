@@ -15,6 +15,7 @@ TEST(CommandLine, TheClientTakesVerbNounAndOptionsInAnyOrder) {
   EXPECT_EQ(options.socket, "/run/pimbsr/PimBsr6.sock");
   EXPECT_TRUE(options.json);
   EXPECT_EQ(Control::optionsFrom({"trace", "*=9"}).request.argument, "*=9");
+  EXPECT_EQ(Control::optionsFrom({"clear", "counters"}).request.argument, "counters");
   EXPECT_EQ(Control::optionsFrom({"show", "rp", "225.1.1.1"}).request.argument, "225.1.1.1");
   EXPECT_EQ(Control::optionsFrom({"reload"}).socket, "/run/pimbsr/PimBsr.sock");
 
@@ -27,6 +28,7 @@ TEST(CommandLine, TheClientTakesVerbNounAndOptionsInAnyOrder) {
       {"show", "rp"},
       {"show", "rp", "225.1.1.1", "more"},
       {"reload", "now"},
+      {"clear"},
       {"show", "bsr", "-4", "-6"},
       {"show", "bsr", "--js"},
       {"show", "bsr", "--socket"},

@@ -92,6 +92,54 @@ TEST_F(DaemonTest, AReloadAppliesTheDifferenceAndABadFileChangesNothing) {
   daemon->run();
 }
 
+TEST_F(DaemonTest, CheckTellsWhatAReloadWouldAndLoadsNothing) {
+  write(R"({"pim": {"no-such-ns-a": {}}})");
+  start();
+  write(R"({"pim": {"no-such-ns-b": {}}, "vrfConfig": {"no-such-ns-b": {"holdTime": 100, "szTimeout": 7}}})");
+  const std::string at = options.config + ":/vrfConfig/no-such-ns-b/";
+  const Rows warnings = ask({"check", "", "", ""});
+  ASSERT_EQ(warnings.size(), 1u);
+  EXPECT_EQ(warnings[0]["line"].get<std::string>().find("warning: " + at + "szTimeout: "), 0u) << warnings;
+  write(R"({"pim": {"no-such-ns-b": {}}, "vrfConfig": {"no-such-ns-b": {"holdTime": 0, "szTimeout": true}}})");
+  const std::string errors = ask({"check", "", "", ""});
+  EXPECT_NE(errors.find(at + "holdTime: "), errors.npos) << errors;
+  EXPECT_NE(errors.find("\n" + at + "szTimeout: "), errors.npos) << errors;
+  EXPECT_EQ(vrfs(), Names{"no-such-ns-a"});
+}
+
+TEST_F(DaemonTest, TheConfigurationShownCanBeLoadedAgain) {
+  write(R"({"pim": {"no-such-ns-a": {}}, "acl": {"A": [{"permit": "any"}]},
+            "vrfConfig": {"no-such-ns-a": {"rpCandidateConfig": {"eth0": {"groupRange": {"225.0.0.0/8": {}}}}}}})");
+  start();
+  const Rows shown = ask({"show", "config", "", ""});
+  ASSERT_EQ(shown.size(), 1u);
+  EXPECT_EQ(shown[0]["vrfConfig"]["no-such-ns-a"]["rpCandidateConfig"]["eth0"]["advInterval"], 60);
+  write(shown[0].dump());
+  const auto again = configurationFromFile(options.config, Pax::AddressFamily::ipv4);
+  EXPECT_TRUE(again.good());
+  EXPECT_EQ(again.configuration, daemon->configuration());
+}
+
+TEST_F(DaemonTest, CountersAreClearedInTheVrfNamedOrInAll) {
+  write(R"({"pim": {"no-such-ns-a": {}, "no-such-ns-b": {}}})");
+  start();
+  const auto cleared = [&] {
+    std::vector<uint32_t> counts;
+    for (const char *vrf : {"no-such-ns-a", "no-such-ns-b"}) {
+      counts.push_back(daemon->clearConfigColl().vrfClearConfig(vrf)->countersCount());
+    }
+    return counts;
+  };
+  EXPECT_EQ(ask({"clear", "", "", "counters"}), Rows::array());
+  EXPECT_EQ(cleared(), (std::vector<uint32_t>{1, 1}));
+  EXPECT_EQ(ask({"clear", "", "no-such-ns-b", "counters"}), Rows::array());
+  EXPECT_EQ(cleared(), (std::vector<uint32_t>{1, 2}));
+  EXPECT_EQ(ask({"clear", "", "red", "counters"}), "there is no VRF 'red'");
+  EXPECT_EQ(ask({"clear", "", "", "rps"}), "'clear' needs 'counters'");
+  EXPECT_EQ(ask({"reload", "", "", "now"}), "'reload' takes no argument");
+  EXPECT_EQ(ask({"show", "config", "", "now"}), "'config' takes no argument");
+}
+
 TEST_F(DaemonTest, ASecondAgentOnTheSocketIsRefused) {
   write("{}");
   start();

@@ -15,15 +15,23 @@ using ::Test::ipv6;
 using ::Test::TestVrf;
 
 VrfView viewOf(const TestVrf &vrf) {
-  return {"default",
-          vrf.a.af,
-          vrf.time.now(),
-          vrf.status,
-          vrf.pimStatus,
-          vrf.sm ? &vrf.sm->bsrSm() : nullptr,
-          &vrf.port->counters(),
-          vrf.sm ? &vrf.sm->rpHashSm() : nullptr,
-          vrf.sm ? &vrf.sm->bidirRpHashSm() : nullptr};
+  VrfView view;
+  view.vrf = "default";
+  view.af = vrf.a.af;
+  view.now = vrf.time.now();
+  view.config = vrf.config;
+  for (const auto &[intfId, config] : vrf.borders->intfConfig()) view.intfConfig.emplace(intfId, config);
+  view.ipAclConfig = vrf.acls;
+  view.status = vrf.status;
+  view.interfaces = vrf.interfaces;
+  view.pimStatus = vrf.pimStatus;
+  view.packets = &vrf.port->counters();
+  if (!vrf.sm) return view;
+  view.configSm = &vrf.sm->configSm();
+  view.bsrSm = &vrf.sm->bsrSm();
+  view.rpHashSm = &vrf.sm->rpHashSm();
+  view.bidirRpHashSm = &vrf.sm->bidirRpHashSm();
+  return view;
 }
 
 std::vector<std::string> namesOf(const Rows &row) {
@@ -41,11 +49,158 @@ void learn(TestVrf &vrf) {
   vrf.time.advanceTo(vrf.time.now() + 10);
 }
 
+void aclIs(TestVrf &vrf, const std::string &name, const char *prefix) {
+  const auto rules = Kiv::make<Acl::AclSubConfig>();
+  rules->ruleBySequenceIs(1, {Acl::Action::permit, {Pax::IpGenPrefix::fromText(prefix)}});
+  vrf.acls->aclIs(name)->currCfgIs(rules);
+}
+
+/// eth1 and eth2 have one address, eth3 has none, and there is no eth9.
+void configure(TestVrf &vrf) {
+  const auto prefix = [](const char *text) { return Pax::IpGenPrefix::fromText(text); };
+  const Pax::IntfId eth1 = vrf.intf(1), eth2 = vrf.intf(2), eth3 = vrf.intf(3), eth4 = vrf.intf(4), eth9 = vrf.intf(9);
+  vrf.interfaces->intfStatusIs(eth1)->ipAddrIs(vrf.a.host(1));
+  vrf.interfaces->intfStatusIs(eth2)->ipAddrIs(vrf.a.host(1));
+  vrf.interfaces->intfStatusIs(eth3);
+  vrf.interfaces->intfStatusIs(eth4)->ipAddrIs(vrf.a.host(4));
+  aclIs(vrf, "GROUPS", "239.1.0.0/16");
+  aclIs(vrf, "HOSTS", "10.0.0.0/8");
+  aclIs(vrf, "IDLE", "10.0.0.0/8");
+
+  const auto complete = [](const auto &entry, uint16_t priority) {
+    entry->hashMaskLenIs(30);
+    entry->priorityIs(priority);
+  };
+  const auto bsrs = vrf.config->bsrCandidateConfigIs(eth1);
+  complete(bsrs->groupIs(prefix("239.1.0.0/16")), 10);
+  for (const char *acl : {"GROUPS", "HOSTS", "MISSING"}) complete(bsrs->aclIs(acl), 20);
+  bsrs->groupIs(prefix("239.2.0.0/16"))->hashMaskLenIs(30);
+  bsrs->groupIs(prefix("239.3.0.0/16"))->priorityIs(0);
+  complete(vrf.config->bsrCandidateConfigIs(eth3)->groupIs(prefix("239.4.0.0/16")), 0);
+  complete(vrf.config->bsrCandidateConfigIs(eth9)->groupIs(prefix("239.5.0.0/16")), 0);
+
+  const auto rangeIs = [&](const Pax::IntfId &intfId) {
+    const auto rp = vrf.config->rpCandidateConfigIs(intfId);
+    rp->groupRangeOptionsIs(prefix("225.1.0.0/16"))->priorityIs(5);
+    rp->groupRangeIs(prefix("225.1.0.0/16"));
+    return rp;
+  };
+  rangeIs(eth1)->aclIs("GROUPS");
+  for (const Pax::IntfId &intfId : {eth2, eth3, eth9}) rangeIs(intfId);
+  vrf.config->rpCandidateConfigIs(eth4)->aclIs("HOSTS");
+  vrf.config->rpCandidateConfigIs(vrf.intf(5));
+  vrf.interfaces->intfStatusIs(vrf.intf(5))->ipAddrIs(vrf.a.host(5));
+
+  const auto borderIs = [&](const Pax::IntfId &intfId, const char *zone) {
+    const auto border = Kiv::make<IntfConfig>();
+    border->bsrBorderGrpIs(prefix(zone));
+    vrf.borders->intfConfigIs(intfId, border);
+    return border;
+  };
+  borderIs(eth1, "239.1.0.0/16")->bsrBorderAclIs("MISSING");
+  borderIs(eth2, "239.2.0.0/16")->bsrBorderAclIs("GROUPS");
+  borderIs(eth9, "239.3.0.0/16");
+  for (const char *acl : {"HOSTS", "GROUPS"}) vrf.config->crpFilterAclIs(acl);
+}
+
+/// The columns of each row; texts without their quotation marks.
+std::string brief(const Rows &rows, const std::vector<std::string> &columns) {
+  std::string text;
+  for (const Rows &row : rows) {
+    std::string line;
+    for (const std::string &column : columns) {
+      const Rows &value = row.at(column);
+      line += (line.empty() ? "" : " | ") + (value.is_string() ? value.get<std::string>() : value.dump());
+    }
+    text += line + "\n";
+  }
+  return text;
+}
+
+TEST(Show, WhatIsConfiguredIsThereWithTheReasonWhyItIsNotInForce) {
+  const struct {
+    const char *noun;
+    std::vector<std::string> columns;
+    const char *rows;
+  } cases[] = {
+      {"candidate-bsr",
+       {"zone", "interface", "address", "priority", "hashMaskLen", "sources", "active", "reason"},
+       R"(null | eth1 | 10.0.0.1 | 20 | 30 | ["HOSTS"] | false | ACL HOSTS permits no group
+null | eth1 | 10.0.0.1 | 20 | 30 | ["MISSING"] | false | ACL MISSING is not defined
+239.1.0.0/16 | eth1 | 10.0.0.1 | 20 | 30 | ["group","GROUPS"] | true | null
+239.2.0.0/16 | eth1 | 10.0.0.1 | null | 30 | ["group"] | false | priority not set
+239.3.0.0/16 | eth1 | 10.0.0.1 | 0 | null | ["group"] | false | hash mask length not set
+239.4.0.0/16 | eth3 | null | 0 | 30 | ["group"] | false | eth3 has no address
+239.5.0.0/16 | eth9 | null | 0 | 30 | ["group"] | false | eth9 does not exist
+)"},
+      {"candidate-rp",
+       {"rp", "interface", "groups", "active", "reason"},
+       R"(10.0.0.1 | eth1 | [{"prefix":"225.1.0.0/16","priority":5},{"prefix":"239.1.0.0/16","priority":null}] | true | null
+10.0.0.1 | eth2 | [{"prefix":"225.1.0.0/16","priority":5}] | false | eth1 serves 10.0.0.1
+null | eth3 | [{"prefix":"225.1.0.0/16","priority":5}] | false | eth3 has no address
+10.0.0.4 | eth4 | [] | false | ACL HOSTS permits no group
+10.0.0.5 | eth5 | [] | false | serves no group
+null | eth9 | [{"prefix":"225.1.0.0/16","priority":5}] | false | eth9 does not exist
+)"},
+      {"border",
+       {"prefix", "interfaces", "sources", "active", "reason"},
+       R"(239.1.0.0/16 | ["eth1","eth2"] | ["GROUPS","group"] | true | null
+239.2.0.0/16 | ["eth2"] | ["group"] | true | null
+239.3.0.0/16 | ["eth9"] | ["group"] | false | eth9 does not exist
+null | ["eth1"] | ["MISSING"] | false | ACL MISSING is not defined
+)"},
+      {"filter",
+       {"prefix", "sources", "active", "reason"},
+       R"(10.0.0.0/8 | ["HOSTS"] | true | null
+null | ["GROUPS"] | false | ACL GROUPS permits nobody
+)"},
+      {"acl",
+       {"acl", "exists", "groups", "unicast", "active", "reason"},
+       R"(GROUPS | true | ["239.1.0.0/16"] | [] | false | ACL GROUPS permits nobody
+HOSTS | true | [] | ["10.0.0.0/8"] | false | ACL HOSTS permits no group
+IDLE | true | [] | ["10.0.0.0/8"] | false | not used in this VRF
+MISSING | false | [] | [] | false | ACL MISSING is not defined
+)"},
+  };
+  TestVrf vrf(ipv4);
+  configure(vrf);
+  for (const auto &c : cases) EXPECT_EQ(brief(rowsOf(c.noun, {viewOf(vrf)}), c.columns), c.rows) << c.noun;
+  EXPECT_EQ(
+      rowsOf("acl", {viewOf(vrf)})[3]["users"],
+      Rows::parse(R"([{"role": "border", "interface": "eth1"}, {"role": "candidate-bsr", "interface": "eth1"}])"));
+
+  vrf.stop();
+  for (const auto &c : cases) {
+    for (const Rows &row : rowsOf(c.noun, {viewOf(vrf)}))
+      EXPECT_TRUE(!row["active"] && row["reason"].is_string()) << row;
+  }
+}
+
+TEST(Show, ACandidateRpTellsWhereItAdvertises) {
+  TestVrf vrf(ipv4);
+  vrf.intfIs(1);
+  configure(vrf);
+  vrf.hear(Bsm(vrf.a.host(8)));
+  EXPECT_EQ(rowsOf("candidate-rp", {viewOf(vrf)})[0]["zones"][0]["bsr"], "10.0.0.8");
+  vrf.advance(30);  // the quick ones are over
+  const double next = rowsOf("candidate-rp", {viewOf(vrf)})[0]["zones"][0]["nextAdvertisement"];
+  EXPECT_EQ(rowsOf("candidate-rp", {viewOf(vrf)})[0]["zones"],
+            Rows::parse(R"([{"zone": "224.0.0.0/4", "bsr": "10.0.0.8", "groups": ["225.1.0.0/16"],
+                             "nextAdvertisement": )" +
+                        Rows(next).dump() + "}]"));
+  const size_t sent = vrf.port->advertised.size();
+  vrf.advance(next - 0.5);
+  EXPECT_EQ(vrf.port->advertised.size(), sent);
+  vrf.advance(1);
+  EXPECT_EQ(vrf.port->advertised.size(), sent + 1);
+}
+
 TEST(Show, RowsHaveTheColumnsOfTheirNounInOrder) {
   TestVrf vrf(ipv4);
   learn(vrf);
+  configure(vrf);
   for (const Control::Noun &noun : Control::nouns()) {
-    if (std::string(noun.name) == "log") continue;  // has no rows by VRF
+    if (noun.layout == Control::Noun::Layout::lines || noun.layout == Control::Noun::Layout::file) continue;
     const Rows rows = rowsOf(noun.name, {viewOf(vrf)}, *noun.operand ? "225.1.0.1" : "");
     ASSERT_FALSE(rows.empty()) << noun.name;
     std::vector<std::string> columns;

@@ -79,7 +79,7 @@ class TestVrf {
     container.waker = &time;
     container.random = &random;
     container.config = config;
-    container.vrfIntfConfig = Kiv::make<Bsr::VrfIntfConfig>("default");
+    container.vrfIntfConfig = borders;
     container.clearConfig = Kiv::make<Bsr::ClearConfig>();
     container.status = status;
     container.rpCandidateStatus = published;
@@ -87,7 +87,7 @@ class TestVrf {
     container.allIntfStatusDir = interfaces;
     container.routes = routes;
     container.pimCounters = port->messageCounters();
-    container.ipAclConfig = Kiv::make<Acl::Input::Config>();
+    container.ipAclConfig = acls;
     container.packetPort = port;
     start();
   }
@@ -164,6 +164,8 @@ class TestVrf {
   ManualTime time;
   Orb::Random random;
   Kiv::Ptr<Bsr::Config> config = Kiv::make<Bsr::Config>();
+  Kiv::Ptr<Bsr::VrfIntfConfig> borders = Kiv::make<Bsr::VrfIntfConfig>("default");
+  Kiv::Ptr<Acl::Input::Config> acls = Kiv::make<Acl::Input::Config>();
   Kiv::Ptr<Bsr::Status> status = Kiv::make<Bsr::Status>(L3::VrfName("default"));
   Kiv::Ptr<Pim::RpCandidateStatus> published = Kiv::make<Pim::RpCandidateStatus>("default");
   Kiv::Ptr<Pim::Status> pimStatus = Kiv::make<Pim::Status>("default");

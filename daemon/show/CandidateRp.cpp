@@ -1,0 +1,117 @@
+#include <map>
+#include <set>
+
+#include "config/ConfigSm.h"
+#include "daemon/show/Json.h"
+#include "daemon/show/Reasons.h"
+#include "io/RpCandidateSm.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+
+using Priorities = std::map<Pax::IpGenPrefix, RpPriority>;
+
+/// What it would serve.
+Priorities configuredGroups(const VrfView &view, const RpCandidateConfig &config) {
+  Priorities groups;
+  for (const std::string &acl : config.acl().keys()) {
+    const auto options = config.aclOptions(acl);
+    for (const Pax::IpGenPrefix &prefix : permittedBy(view, acl).groups) {
+      groups[prefix] = options ? options->priority() : rpPriorityUnset;
+    }
+  }
+  for (const Pax::IpGenPrefix &prefix : config.groupRange().keys()) {
+    const auto options = config.groupRangeOptions(prefix);
+    groups[prefix] = options ? options->priority() : rpPriorityUnset;
+  }
+  return groups;
+}
+
+Priorities servedGroups(const RpCandidate &crp) {
+  Priorities groups;
+  for (const Pax::IpGenPrefix &prefix : crp.prefixSet().keys()) {
+    const auto options = crp.prefixOptions(prefix);
+    groups[prefix] = options ? options->priority() : rpPriorityUnset;
+  }
+  return groups;
+}
+
+/// The first thing in the way of the whole candidacy, or of one of its ACLs.
+std::string whyNotServed(const VrfView &view, const Pax::IntfId &intfId, const RpCandidateConfig &config,
+                         const Kiv::Ptr<RpCandidate> &present) {
+  const std::string why = whyNoAddress(view, intfId);
+  if (!why.empty()) return why;
+  if (present && present->intfId() != intfId) {
+    std::ostringstream text;
+    text << present->intfId() << " serves " << addressOf(view, intfId);
+    return text.str();
+  }
+  for (const std::string &acl : sortedKeys(config.acl())) {
+    if (const std::string lack = whyNoGroup(view, acl); !lack.empty()) return lack;
+  }
+  return config.groupRange().empty() && config.acl().empty() ? "serves no group" : "";
+}
+
+/// What the RP's machines, one for each priority, advertise to a zone.
+struct Advertised {
+  std::set<Pax::IpGenPrefix> groups;
+  double next = Orb::never;
+};
+
+Rows zonesOf(const VrfView &view, const Pax::IpGenAddr &rp) {
+  std::map<Pax::IpGenPrefix, Advertised> zones;
+  for (const auto &[options, machine] : view.bsrSm->rpCandidateSm()) {
+    if (options.rpAddress != rp) continue;
+    for (const auto &[zone, set] : machine->crpAdvSet()) {
+      if (set->prefixSet().empty()) continue;
+      Advertised &advertised = zones[zone];
+      for (const Pax::IpGenPrefix &prefix : set->prefixSet().keys()) advertised.groups.insert(prefix);
+      advertised.next = std::min(advertised.next, machine->nextAdvertisement());
+    }
+  }
+  Rows json = Rows::array();
+  for (const auto &[zone, advertised] : zones) {
+    const auto bsr = view.status->bootstrapRouter(zone);
+    Rows groups = Rows::array();
+    for (const Pax::IpGenPrefix &group : advertised.groups) groups.push_back(toJson(group));
+    json.push_back({{"zone", toJson(zone)},
+                    {"bsr", bsr ? toJson(bsr->ipAddr()) : nullptr},
+                    {"groups", groups},
+                    {"nextAdvertisement", secondsBetween(view.now, advertised.next)}});
+  }
+  return json;
+}
+
+Rows groupsOf(const Priorities &priorities) {
+  Rows json = Rows::array();
+  for (const auto &[prefix, priority] : priorities) {
+    json.push_back({{"prefix", toJson(prefix)}, {"priority", priority == rpPriorityUnset ? Rows() : toJson(priority)}});
+  }
+  return json;
+}
+
+Rows rowOf(const VrfView &view, const Pax::IntfId &intfId, const RpCandidateConfig &config) {
+  const Pax::IpGenAddr address = addressOf(view, intfId);
+  const auto present = view.configSm ? view.status->crp(address) : nullptr;
+  const bool active = present && present->intfId() == intfId;
+  Rows row{{"vrf", toJson(view.vrf)},
+           {"rp", toJson(address)},
+           {"interface", toJson(intfId)},
+           {"mode", toJson(config.mode())},
+           {"interval", toJson(config.advInterval())},
+           {"groups", groupsOf(active ? servedGroups(*present) : configuredGroups(view, config))}};
+  addReason(row, active, whyNotServed(view, intfId, config, present));
+  row["zones"] = active && view.bsrSm ? zonesOf(view, address) : Rows::array();
+  return row;
+}
+
+}  // namespace
+
+void showCandidateRp(const VrfView &view, Rows &rows) {
+  for (const Pax::IntfId &intfId : sortedKeys(view.config->rpCandidateConfig())) {
+    rows.push_back(rowOf(view, intfId, *view.config->rpCandidateConfig(intfId)));
+  }
+}
+
+}  // namespace Routing::Pim::Bsr
