@@ -374,7 +374,10 @@ std::string life(const Addresses &addresses, uint32_t seed) {
     } while (!restart && !isOneReload(configured, wanted));
     if (restart) {
       world.stop();
-      std::erase_if(before, [](const auto &line) { return line.first.starts_with("zone"); });
+      // Entries without address are given up, and elements of which nothing remains.
+      std::erase_if(before, [&](const auto &line) {
+        return line.first.starts_with("zone") || (changes > 0 && line.first.starts_with("crp "));
+      });
     }
     world.apply(wanted);
     if (restart) world.start();
