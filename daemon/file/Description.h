@@ -16,6 +16,7 @@
 ///   needsOne(names, lack)                        of these maps one at least has an entry
 #pragma once
 
+#include <algorithm>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -121,7 +122,7 @@ void describe(Members &members, Configuration &file) {
 /// What the members of a new element start with.
 template <class Type>
 Type initial(const Scope &scope) {
-  if constexpr (std::is_constructible_v<Type, Pax::AddressFamily>) {
+  if constexpr (!std::is_aggregate_v<Type> && std::is_constructible_v<Type, Pax::AddressFamily>) {
     return Type(scope.file.family);
   } else {
     return Type();
