@@ -4,7 +4,7 @@
 #include "engine/PimBsrSm.h"
 #include "io/BootstrapMessageSm.h"
 #include "io/CrpMessageSm.h"
-#include "platform/tracelet/Tracelet.h"
+#include "model/VrfTrace.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -12,37 +12,78 @@ namespace {
 Tracelet::Module trace("Pim::Bsr::Agent");
 }
 
-ContainerSm::ContainerSm(const Container &container) : container_(container) { handleInitialized(); }
+ContainerSm::ContainerSm(Container &container) : container_(container), kivIpStatus_(*this) { handleInitialized(); }
 
-ContainerSm::~ContainerSm() = default;
+ContainerSm::~ContainerSm() { handleDestruction(); }
 
 void ContainerSm::handleInitialized() {
-  TRACELET(trace, 4, "<Vrf:" << container_.vrf << ">Initializing ContainerSm");
+  VRF_TRACE(trace, 4, "Initializing ContainerSm");
+  const Kiv::Ptr<const Ip::AllIntfStatusDir> &vrfIpStatus = container_.vrfIpStatus;
+  for (const Pax::IntfId &intfId : container_.vrfIntfConfig->intfConfig().keys()) handleIntfVrfChange(intfId);
+  for (const Pax::IntfId &intfId : vrfIpStatus->intfStatus().keys()) handleIntfVrfChange(intfId);
   sourceIntfDir_ = Kiv::make<Ip::SourceIntfDir>("sourceIntfDir");
-  sourceIntfSm_ = std::make_unique<Ip::SourceIntfSm>(sourceIntfDir_, container_.allIntfStatusDir);
+  sourceIntfSm_ = std::make_unique<Ip::SourceIntfSm>(sourceIntfDir_, vrfIpStatus);
   const Kiv::Ptr<Status> &status = container_.status;
   status->afIs(container_.af);
   container_.rpCandidateStatus->rpSetTypeIs(rpSetTypeBsr);
-  pimPamManager_ = Kiv::make<IO::PamManager>(container_.packetPort, IO::PamManager::Parameters{});
-  rxBootstrapMsgInfo_ = pimPamManager_->messageInfoIs(Packet::MessageType::bootstrap);
-  rxCrpAdvMsgInfo_ = pimPamManager_->messageInfoIs(Packet::MessageType::crpAdv);
+  doPimPamManagerIs();
   status->countersIs("BsrCounters");
-  rpfTable_ = Kiv::make<PimRpfTable>(container_.routes, container_.pimStatus);
+  doRpfTableIs();
   pimBsmStatus_ = Kiv::make<PimBsmStatus>("pimBsmStatus");
   pimCrpMsgStatus_ = Kiv::make<PimCrpMsgStatus>("pimCrpMsgStatus");
   timerWheel_ = Kiv::make<Orb::TimerWheel>(*container_.clock, *container_.waker, Orb::TimerWheel::Parameters());
   configSm_ = std::make_unique<ConfigSm>(container_.config, container_.vrfIntfConfig, container_.clearConfig, status,
                                          container_.pimCounters, sourceIntfSm_.get(), container_.ipAclConfig);
   rpHashSm_ = std::make_unique<RpHashSm>(container_.rpCandidateStatus, Mode::sparse);
-  bidirRpHashSm_ = std::make_unique<RpHashSm>(container_.rpCandidateStatus, Mode::bidir);
-  bsrSm_ =
-      Kiv::make<PimBsrSm>(status, container_.pimStatus, pimBsmStatus_, pimCrpMsgStatus_, container_.rpCandidateStatus,
-                          timerWheel_, container_.allIntfStatusDir, *container_.random);
+  if (container_.bidirRpHashStatus) {
+    bidirRpHashSm_ = std::make_unique<RpHashSm>(container_.rpCandidateStatus, Mode::bidir);
+  }
+  bsrSm_ = Kiv::make<PimBsrSm>(status, container_.pimStatus, pimBsmStatus_, pimCrpMsgStatus_,
+                               container_.rpCandidateStatus, timerWheel_, vrfIpStatus, *container_.random);
   bsrIOSm_ = std::make_unique<BootstrapMessageSm>(pimPamManager_, status, pimBsmStatus_, rxBootstrapMsgInfo_, rpfTable_,
                                                   *container_.clock);
-  crpIOSm_ =
-      std::make_unique<CrpMessageSm>(pimPamManager_, status, pimCrpMsgStatus_, rxCrpAdvMsgInfo_, container_.routes);
+  crpIOSm_ = std::make_unique<CrpMessageSm>(pimPamManager_, status, pimCrpMsgStatus_, rxCrpAdvMsgInfo_,
+                                            unicastRoutingStatus_->routes());
+  hitlessSm_ =
+      std::make_unique<HitlessSm>(container_.config, status, timerWheel_, container_.hitlessClientShutdownStatus,
+                                  container_.hitlessClientVrfStatus, container_.vrf);
   initialized_ = true;
+}
+
+void ContainerSm::doPimPamManagerIs() {
+  pimPamManager_ = Kiv::make<IO::PamManager>(container_.packetPort, IO::PamManager::Parameters{});
+  rxBootstrapMsgInfo_ = pimPamManager_->messageInfoIs(Packet::MessageType::bootstrap);
+  rxCrpAdvMsgInfo_ = pimPamManager_->messageInfoIs(Packet::MessageType::crpAdv);
+}
+
+void ContainerSm::doRpfTableIs() {
+  const bool ipv6 = container_.af == Pax::AddressFamily::ipv6;
+  uribRouteShadowSm_ = Kiv::make<UribRouteShadowSm>(ipv6 ? "PimBsr6Urib" : "PimBsrUrib", container_.uribStatus);
+  mribTrieBuilder_ = Kiv::make<MribTrieBuilder>("PimBsrMrib", container_.mribStatus);
+  unicastRoutingStatus_ = Kiv::make<UnicastRoutingStatus>(uribRouteShadowSm_, mribTrieBuilder_);
+  rpfTable_ = Kiv::make<PimRpfTable>(unicastRoutingStatus_->routes(), container_.pimStatus);
+}
+
+// What remains goes with the members, the last one first.
+void ContainerSm::handleDestruction() {
+  VRF_TRACE_ENTRY(trace);
+  kivIpStatus_.notifierIs(nullptr);
+}
+
+// An interface came into this VRF, or left it.
+void ContainerSm::handleIntfVrfChange(const Pax::IntfId &intfId) {
+  VRF_TRACE_ENTRY(trace);
+  VrfIntfConfig &own = *container_.vrfIntfConfig;
+  if (const Kiv::Ptr<const IntfConfig> config = container_.configColl->intfConfig(intfId);
+      config && container_.vrfIpStatus->intfStatus(intfId)) {
+    VRF_TRACE(trace, 4, "Adding Bsr Intf config(" << intfId << ") to vrf" << container_.vrf);
+    own.intfConfigIs(intfId, config);
+  } else if (own.intfConfig(intfId)) {
+    VRF_TRACE(trace, 4, "Removing Bsr Intf config(" << intfId << ") from vrf" << container_.vrf);
+    own.intfConfigDel(intfId);
+  } else if (config) {
+    VRF_TRACE(trace, 4, "Bsr Intf config(" << intfId << ") missing in vrf" << container_.vrf);
+  }
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -4,11 +4,13 @@
 #include <memory>
 
 #include "agent/Container.h"
+#include "agent/HitlessSm.h"
 #include "model/InternalStatus.h"
 #include "platform/ip/SourceIntf.h"
 #include "platform/pim/MessageInfo.h"
 #include "platform/pim/PimRpfTable.h"
 #include "platform/pim/RpHash.h"
+#include "platform/routing/UnicastRouting.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -18,30 +20,52 @@ class CrpMessageSm;
 class PimBsrSm;
 
 /// Creates the VRF's machines in the order in which each finds what it needs, and destroys them in
-/// exact reverse. It writes no status when it goes: the status stays for the next one.
+/// exact reverse. It writes no status and sends nothing when it goes: the status stays for the next
+/// one.
 class ContainerSm {
  public:
-  explicit ContainerSm(const Container &container);
+  /// The container outlives this.
+  explicit ContainerSm(Container &container);
   ~ContainerSm();
   ContainerSm(const ContainerSm &) = delete;
   ContainerSm &operator=(const ContainerSm &) = delete;
 
   const Container &container() const { return container_; }
   const ConfigSm &configSm() const { return *configSm_; }
-  const RpHashSm &rpHashSm() const { return *rpHashSm_; }
-  const RpHashSm &bidirRpHashSm() const { return *bidirRpHashSm_; }
   PimBsrSm &bsrSm() const { return *bsrSm_; }
   BootstrapMessageSm &bsrIOSm() const { return *bsrIOSm_; }
+  const RpHashSm &rpHashSm() const { return *rpHashSm_; }
+  /// Null in a VRF without bidirectional RP hash status.
+  const RpHashSm *bidirRpHashSm() const { return bidirRpHashSm_.get(); }
+  bool initialized() const { return initialized_; }
 
  private:
-  void handleInitialized();
+  class KivIpStatus : public Ip::AllIntfStatusDir::Notifiee {
+   public:
+    explicit KivIpStatus(ContainerSm &sm) : sm_(sm) { notifierIs(sm.container_.vrfIpStatus); }
+    void onIntfStatus(const Pax::IntfId &intfId) override { sm_.handleIntfVrfChange(intfId); }
 
-  const Container container_;
+   private:
+    ContainerSm &sm_;
+  };
+
+  const std::string &vrfName() const { return container_.vrf.text(); }
+  void handleInitialized();
+  void handleDestruction();
+  void handleIntfVrfChange(const Pax::IntfId &intfId);
+  void doPimPamManagerIs();
+  void doRpfTableIs();
+
+  Container &container_;
+  KivIpStatus kivIpStatus_;
   Kiv::Ptr<Ip::SourceIntfDir> sourceIntfDir_;
   std::unique_ptr<Ip::SourceIntfSm> sourceIntfSm_;
   Kiv::Ptr<IO::PamManager> pimPamManager_;
   Kiv::Ptr<IO::MessageInfo> rxBootstrapMsgInfo_;
   Kiv::Ptr<IO::MessageInfo> rxCrpAdvMsgInfo_;
+  Kiv::Ptr<UribRouteShadowSm> uribRouteShadowSm_;
+  Kiv::Ptr<MribTrieBuilder> mribTrieBuilder_;
+  Kiv::Ptr<UnicastRoutingStatus> unicastRoutingStatus_;
   Kiv::Ptr<PimRpfTable> rpfTable_;
   Kiv::Ptr<PimBsmStatus> pimBsmStatus_;
   Kiv::Ptr<PimCrpMsgStatus> pimCrpMsgStatus_;
@@ -52,6 +76,7 @@ class ContainerSm {
   Kiv::Ptr<PimBsrSm> bsrSm_;
   std::unique_ptr<BootstrapMessageSm> bsrIOSm_;
   std::unique_ptr<CrpMessageSm> crpIOSm_;
+  std::unique_ptr<HitlessSm> hitlessSm_;
   bool initialized_ = false;
 };
 

@@ -39,17 +39,16 @@ Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configur
       watcher_(loop_),
       random_(std::random_device()()),
       wheel_(Kiv::make<Orb::TimerWheel>(loop_, loop_)),
-      configColl_(Kiv::make<ConfigColl>()),
-      aclConfig_(Kiv::make<Acl::Input::Config>()),
-      clearConfigColl_(Kiv::make<ClearConfigColl>()),
-      statusColl_(Kiv::make<StatusColl>()),
-      signals_(loop_.context(), SIGTERM, SIGINT, SIGHUP) {
+      system_(store_, family),
+      signals_(loop_.context(), SIGTERM, SIGINT, SIGHUP),
+      agent_(makeAgent(family, {store_, loop_, loop_, random_})) {
   Tracelet::Registry::instance().sinkAdd(log_);
   control_.emplace(loop_.context(), options.socket, [this](std::string_view line) { return reply(line); });
   apply(configuration);
   for (const auto &[vrf, host] : hosts_) {
     if (host->isForbidden()) throw std::runtime_error("VRF " + vrf.text() + ": " + host->reason());
   }
+  agent_->doInit();
   awaitSignal();
   TRACELET(trace, 3, "Started with " << hosts_.size() << " VRFs");
 }
@@ -57,6 +56,7 @@ Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configur
 Daemon::~Daemon() {
   TRACELET(trace, 3, "Stopping");
   control_.reset();
+  agent_.reset();
   hosts_.clear();
 }
 
@@ -91,24 +91,21 @@ void Daemon::apply(const Configuration &configuration) {
   for (const auto &[vrf, pim] : std::exchange(configuration_, configuration).pim) {
     if (!configuration_.pim.contains(vrf)) vrfDel(vrf);
   }
-  configurationApply(configuration_, *configColl_, *aclConfig_);
-  const VrfHost::Process process{loop_, watcher_, wheel_, random_, family_};
+  configurationApply(configuration_, *system_.configColl, *system_.aclCli);
+  const VrfHost::Process process{loop_, watcher_, wheel_, random_, system_};
   for (const auto &[vrf, pim] : configuration_.pim) {
     std::unique_ptr<VrfHost> &host = hosts_[vrf];
     if (host) {
       host->pimIs(pim);
-      continue;
+    } else {
+      host = std::make_unique<VrfHost>(process, vrf, pim);
     }
-    const VrfHost::Entities entities{configColl_->vrfConfig(vrf), clearConfigColl_->vrfClearConfigIs(vrf),
-                                     statusColl_->vrfStatusIs(vrf), aclConfig_};
-    host = std::make_unique<VrfHost>(process, vrf, pim, entities);
   }
 }
 
 void Daemon::vrfDel(const L3::VrfName &vrf) {
   hosts_.erase(vrf);
-  clearConfigColl_->vrfClearConfigDel(vrf);
-  statusColl_->vrfStatusDel(vrf);
+  system_.vrfDel(vrf);
 }
 
 std::string Daemon::reply(std::string_view line) {
@@ -168,9 +165,9 @@ Rows Daemon::checkRows() const {
 Rows Daemon::clear(const Control::Request &request) {
   if (request.argument != "counters") throw std::invalid_argument("'clear' needs 'counters'");
   bool found = request.vrf.empty();
-  for (const L3::VrfName &vrf : clearConfigColl_->vrfClearConfig().keys()) {
+  for (const L3::VrfName &vrf : system_.clearConfigColl->vrfClearConfig().keys()) {
     if (!request.vrf.empty() && vrf.text() != request.vrf) continue;
-    clearConfigColl_->vrfClearConfig(vrf)->countersCountInc(1);
+    system_.clearConfigColl->vrfClearConfig(vrf)->countersCountInc(1);
     found = true;
   }
   if (!found) throw std::invalid_argument("there is no VRF '" + request.vrf + "'");
@@ -181,26 +178,27 @@ std::vector<VrfView> Daemon::views(const std::string &vrf) const {
   std::vector<VrfView> views;
   for (const auto &[name, host] : hosts_) {
     if (!vrf.empty() && name.text() != vrf) continue;
+    if (!system_.statusColl->vrfStatus(name)) continue;
     VrfView view;
     view.vrf = name;
     view.af = family_;
     view.now = loop_.now();
-    view.config = configColl_->vrfConfig(name);
-    for (const auto &[intfId, config] : configColl_->intfConfig()) {
+    view.config = system_.configColl->vrfConfig(name);
+    for (const auto &[intfId, config] : system_.configColl->intfConfig()) {
       if (intfId.vrf() == name.text()) view.intfConfig.emplace(intfId, config);
     }
-    view.ipAclConfig = aclConfig_;
-    view.status = host->status();
+    view.ipAclConfig = system_.aclCli;
+    view.status = system_.statusColl->vrfStatus(name);
     if (const auto *platform = host->platform()) {
       view.interfaces = platform->interfaces();
       view.pimStatus = platform->pimStatus();
       view.packets = &platform->port()->counters();
     }
-    if (const auto *containerSm = host->containerSm()) {
+    if (const auto *containerSm = agent_->containerSm(name)) {
       view.configSm = &containerSm->configSm();
       view.bsrSm = &containerSm->bsrSm();
       view.rpHashSm = &containerSm->rpHashSm();
-      view.bidirRpHashSm = &containerSm->bidirRpHashSm();
+      view.bidirRpHashSm = containerSm->bidirRpHashSm();
     }
     views.push_back(std::move(view));
   }

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 
+#include "agent/Agent.h"
 #include "daemon/ConfigFile.h"
 #include "daemon/ControlServer.h"
 #include "daemon/Options.h"
@@ -34,8 +35,8 @@ class Daemon {
   /// The reply line to a request line of the control protocol.
   std::string reply(std::string_view line);
 
-  const ConfigColl &configColl() const { return *configColl_; }
-  const ClearConfigColl &clearConfigColl() const { return *clearConfigColl_; }
+  const ConfigColl &configColl() const { return *system_.configColl; }
+  const ClearConfigColl &clearConfigColl() const { return *system_.clearConfigColl; }
   const Configuration &configuration() const { return configuration_; }
 
  private:
@@ -57,14 +58,13 @@ class Daemon {
   Linux::NamespaceWatcher watcher_;
   Orb::Random random_;
   const Kiv::Ptr<Orb::TimerWheel> wheel_;
-  const Kiv::Ptr<ConfigColl> configColl_;
-  const Kiv::Ptr<Acl::Input::Config> aclConfig_;
-  const Kiv::Ptr<ClearConfigColl> clearConfigColl_;
-  const Kiv::Ptr<StatusColl> statusColl_;
+  Statehub::Store store_;
+  SystemState system_;
   boost::asio::signal_set signals_;
   std::optional<ControlServer> control_;
   Configuration configuration_;
   std::map<L3::VrfName, std::unique_ptr<VrfHost>> hosts_;
+  std::unique_ptr<Agent> agent_;
 };
 
 }  // namespace Routing::Pim::Bsr

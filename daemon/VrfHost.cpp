@@ -20,14 +20,9 @@ bool contains(const std::vector<Pax::IntfId> &interfaces, const Pax::IntfId &int
 
 }  // namespace
 
-VrfHost::VrfHost(const Process &process, const L3::VrfName &vrf, const PimVrf &pim, const Entities &entities)
-    : process_(process),
-      vrf_(vrf),
-      entities_(entities),
-      pim_(pim),
-      vrfIntfConfig_(Kiv::make<VrfIntfConfig>(vrf.text())),
-      rpCandidateStatus_(Kiv::make<RpCandidateStatus>(vrf.text())),
-      retry_(*this, process.wheel) {
+VrfHost::VrfHost(const Process &process, const L3::VrfName &vrf, const PimVrf &pim)
+    : process_(process), vrf_(vrf), pim_(pim), retry_(*this, process.wheel) {
+  process_.system.vrfIs(vrf_, pim_.networkNamespace);
   open();
 }
 
@@ -37,6 +32,8 @@ void VrfHost::pimIs(const PimVrf &pim) {
   const PimVrf before = std::exchange(pim_, pim);
   if (before.networkNamespace != pim.networkNamespace) {
     close();
+    process_.system.namespaceExistsIs(vrf_, false);
+    process_.system.vrfIs(vrf_, pim_.networkNamespace);
     open();
   } else if (platform_) {
     const auto &hello = platform_->hello();
@@ -58,11 +55,12 @@ void VrfHost::open() {
   forbidden_ = false;
   const std::string &name = pim_.networkNamespace.text();
   if (!name.empty() && Linux::namespaceInode(Linux::namespacePath(name)) == 0) return waitForNamespace();
+  process_.system.namespaceExistsIs(vrf_, true);
   reason_ = "interfaces and addresses";
   try {
     platform_ = std::make_unique<Linux::VrfPlatform>(
         process_.loop, process_.watcher, process_.random,
-        Linux::VrfPlatform::Parameters{vrf_.text(), name, process_.family, helloParameters(), [this] { run(); },
+        Linux::VrfPlatform::Parameters{vrf_.text(), name, process_.system.af, helloParameters(), [this] { publish(); },
                                        [this] { handleVanished(); }});
     for (const Pax::IntfId &intfId : pim_.interfaces) platform_->hello()->intfIs(intfId);
   } catch (const std::system_error &error) {
@@ -75,43 +73,27 @@ void VrfHost::open() {
   }
 }
 
-void VrfHost::run() {
-  TRACELET(trace, 3, "VRF " << vrf_ << " starts");
+void VrfHost::publish() {
   for (const Pax::IntfId &intfId : pim_.interfaces) {
     if (!platform_->inVrfDevice(intfId)) continue;
     TRACELET(trace, 1, "Interface " << intfId << " belongs to a vrf device, whose routes are not looked at");
   }
-  Container container;
-  container.vrf = vrf_;
-  container.af = process_.family;
-  container.clock = &process_.loop;
-  container.waker = &process_.loop;
-  container.random = &process_.random;
-  container.config = entities_.config;
-  container.vrfIntfConfig = vrfIntfConfig_;
-  container.clearConfig = entities_.clearConfig;
-  container.status = entities_.status;
-  container.rpCandidateStatus = rpCandidateStatus_;
-  container.pimStatus = platform_->pimStatus();
-  container.allIntfStatusDir = platform_->interfaces();
-  container.ipAclConfig = entities_.ipAclConfig;
-  container.pimCounters = platform_->port()->messageCounters();
-  container.routes = platform_->routes();
-  container.packetPort = platform_->port();
-  containerSm_ = std::make_unique<ContainerSm>(container);
   reason_.clear();
+  process_.system.pimIs(vrf_,
+                        {platform_->interfaces(), platform_->pimStatus(), platform_->routes(), platform_->port()});
 }
 
 void VrfHost::close() {
   awaited_.reset();
-  containerSm_.reset();
+  process_.system.pimDel(vrf_);
   if (platform_) platform_->hello()->shutDown();
   platform_.reset();
 }
 
 void VrfHost::handleVanished() {
   TRACELET(trace, 2, "VRF " << vrf_ << " stops: namespace " << pim_.networkNamespace << " is gone");
-  containerSm_.reset();
+  process_.system.namespaceExistsIs(vrf_, false);
+  process_.system.pimDel(vrf_);
   platform_.reset();
   open();
 }

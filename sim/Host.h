@@ -3,13 +3,15 @@
 
 #include <memory>
 
-#include "agent/ContainerSm.h"
+#include "agent/Agent.h"
+#include "agent/SystemState.h"
 #include "platform/sim/Router.h"
 
 namespace Sim {
 
-/// Keeps what outlives the agent's process (configuration, status, published RP set) and starts and
-/// ends that process: PIM Hellos and the agent's machines together. The router outlives its host.
+/// Keeps what outlives the agent's process (the state store with configuration, status and published
+/// RP set) and starts and ends that process: PIM Hellos and the agent together, in the default VRF.
+/// The router outlives its host.
 class Host {
  public:
   explicit Host(Router &router);
@@ -24,12 +26,12 @@ class Host {
   void powerOn() { router_.powerIs(true); }
 
   Router &router() const { return router_; }
-  Routing::Pim::Bsr::Config &config() { return *config_; }
-  Acl::Input::Config &ipAclConfig() { return *ipAclConfig_; }
-  const Routing::Pim::Bsr::Status &status() const { return *status_; }
-  const Routing::Pim::RpCandidateStatus &rpSet() const { return *rpSet_; }
+  Routing::Pim::Bsr::SystemState &system() { return system_; }
+  Routing::Pim::Bsr::Config &config() { return *system_.configColl->vrfConfigIs(vrf); }
+  const Routing::Pim::Bsr::Status &status() const { return *system_.statusColl->vrfStatus(vrf); }
+  const Routing::Pim::RpCandidateStatus &rpSet() const { return **system_.rpCandidateStatusColl->vrfStatus(vrf); }
   /// While it runs.
-  const Routing::Pim::Bsr::ContainerSm &agent() const { return *agent_; }
+  const Routing::Pim::Bsr::Agent &agent() const { return *agent_; }
 
   /// The elected BSR of the zone; unset when there is none.
   Pax::IpGenAddr bsr(const Pax::IpGenPrefix &zone) const;
@@ -47,14 +49,12 @@ class Host {
   void end(bool goodbye);
   void storeNew();
 
+  static const L3::VrfName vrf;
+
   Router &router_;
-  const Kiv::Ptr<Routing::Pim::Bsr::Config> config_;
-  const Kiv::Ptr<Routing::Pim::Bsr::VrfIntfConfig> vrfIntfConfig_;
-  const Kiv::Ptr<Routing::Pim::Bsr::ClearConfig> clearConfig_;
-  const Kiv::Ptr<Acl::Input::Config> ipAclConfig_;
-  Kiv::Ptr<Routing::Pim::Bsr::Status> status_;
-  Kiv::Ptr<Routing::Pim::RpCandidateStatus> rpSet_;
-  std::unique_ptr<Routing::Pim::Bsr::ContainerSm> agent_;
+  Statehub::Store store_;
+  Routing::Pim::Bsr::SystemState system_;
+  std::unique_ptr<Routing::Pim::Bsr::Agent> agent_;
 };
 
 }  // namespace Sim

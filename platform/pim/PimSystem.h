@@ -6,6 +6,7 @@
 #include "platform/pim/PacketPort.h"
 #include "platform/pim/PimStatus.h"
 #include "platform/pim/RpCandidateStatus.h"
+#include "platform/pim/RpHashStatus.h"
 
 namespace Routing::Pim {
 
@@ -34,14 +35,6 @@ class RpCandidateStatusColl : public Kiv::Entity {
 /// PIM's own configuration.
 class ConfigColl : public Kiv::Entity {
   KIV_ENTITY(ConfigColl, NO_ATTRIBUTES)
-};
-/// The RP of each group, and of each group prefix, that PIM has looked up. Ours are looked up when
-/// somebody asks (RpHashSm), so these stay empty.
-class RpHashStatus : public Kiv::Entity {
-  KIV_ENTITY(RpHashStatus, NO_ATTRIBUTES)
-};
-class RpPrefixHashStatus : public Kiv::Entity {
-  KIV_ENTITY(RpPrefixHashStatus, NO_ATTRIBUTES)
 };
 /// Static RPs of one mode in one VRF.
 class RpConfig : public Kiv::Entity {

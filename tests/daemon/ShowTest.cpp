@@ -30,7 +30,7 @@ VrfView viewOf(const TestVrf &vrf) {
   view.configSm = &vrf.sm->configSm();
   view.bsrSm = &vrf.sm->bsrSm();
   view.rpHashSm = &vrf.sm->rpHashSm();
-  view.bidirRpHashSm = &vrf.sm->bidirRpHashSm();
+  view.bidirRpHashSm = vrf.sm->bidirRpHashSm();
   return view;
 }
 

@@ -1,5 +1,7 @@
 #include "daemon/VrfHost.h"
 
+#include "agent/Agent.h"
+
 #include "tests/linux/Netns.h"
 
 namespace Routing::Pim::Bsr {
@@ -23,38 +25,45 @@ class VrfHostTest : public ::Test::NetnsTest {
   Linux::NamespaceWatcher watcher{loop};
   Orb::Random random{1};
   const Kiv::Ptr<Orb::TimerWheel> wheel = Kiv::make<Orb::TimerWheel>(loop, loop);
-  const VrfHost::Entities entities{Kiv::make<Config>(), Kiv::make<ClearConfig>(), Kiv::make<Status>(L3::VrfName("red")),
-                                   Kiv::make<Acl::Input::Config>()};
+  Statehub::Store store;
+  SystemState system{store, Pax::AddressFamily::ipv4};
+  Agent4 agent{{store, loop, loop, random}};
+  const VrfHost::Process process{loop, watcher, wheel, random, system};
+  const ContainerSm *running() { return agent.containerSm("red"); }
+  void SetUp() override {
+    NetnsTest::SetUp();
+    agent.doInit();
+  }
 };
 
 TEST_F(VrfHostTest, RunsWhileItsNamespaceIsThereAndKeepsItsStatus) {
-  VrfHost host({loop, watcher, wheel, random, Pax::AddressFamily::ipv4}, "red", {nameOf("a"), {eth7}}, entities);
+  VrfHost host(process, "red", {nameOf("a"), {eth7}});
   EXPECT_EQ(host.reason(), "namespace " + nameOf("a"));
   makeNamespace();
-  ASSERT_TRUE(waitFor([&] { return host.containerSm() && isPimOn(host, eth7); }));
+  ASSERT_TRUE(waitFor([&] { return running() && isPimOn(host, eth7); }));
   EXPECT_EQ(host.reason(), "");
-  const auto counters = entities.status->counters();
+  const auto counters = system.statusColl->vrfStatus("red")->counters();
   ASSERT_TRUE(counters);
 
   netnsDel("a");
-  ASSERT_TRUE(waitFor([&] { return !host.containerSm() && !host.platform(); }));
+  ASSERT_TRUE(waitFor([&] { return !running() && !host.platform(); }));
   EXPECT_EQ(host.reason(), "namespace " + nameOf("a"));
   makeNamespace();
-  ASSERT_TRUE(waitFor([&] { return host.containerSm() && isPimOn(host, eth7); }));
-  EXPECT_EQ(entities.status->counters(), counters);
+  ASSERT_TRUE(waitFor([&] { return running() && isPimOn(host, eth7); }));
+  EXPECT_EQ(system.statusColl->vrfStatus("red")->counters(), counters);
 }
 
 TEST_F(VrfHostTest, AReloadMovesPimToOtherInterfacesAndToAnotherNamespace) {
   makeNamespace();
-  VrfHost host({loop, watcher, wheel, random, Pax::AddressFamily::ipv4}, "red", {nameOf("a"), {eth7}}, entities);
-  ASSERT_TRUE(waitFor([&] { return host.containerSm() && isPimOn(host, eth7); }));
-  const ContainerSm *const running = host.containerSm();
+  VrfHost host(process, "red", {nameOf("a"), {eth7}});
+  ASSERT_TRUE(waitFor([&] { return running() && isPimOn(host, eth7); }));
+  const ContainerSm *const before = running();
   host.pimIs({nameOf("a"), {eth8}});
   EXPECT_TRUE(waitFor([&] { return isPimOn(host, eth8) && !isPimOn(host, eth7); }));
-  EXPECT_EQ(host.containerSm(), running);
+  EXPECT_EQ(running(), before);
 
   host.pimIs({nameOf("b"), {eth8}});
-  EXPECT_FALSE(host.containerSm());
+  EXPECT_FALSE(running());
   EXPECT_EQ(host.reason(), "namespace " + nameOf("b"));
 }
 

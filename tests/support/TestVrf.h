@@ -79,13 +79,19 @@ class TestVrf {
     container.waker = &time;
     container.random = &random;
     container.config = config;
+    container.configColl = Kiv::make<Bsr::ConfigColl>();
     container.vrfIntfConfig = borders;
     container.clearConfig = Kiv::make<Bsr::ClearConfig>();
     container.status = status;
     container.rpCandidateStatus = published;
     container.pimStatus = pimStatus;
-    container.allIntfStatusDir = interfaces;
-    container.routes = routes;
+    container.vrfIpStatus = interfaces;
+    const auto uribStatus = Kiv::make<Flume::Fib::RouteStatus>();
+    uribStatus->routesIs(routes);
+    container.uribStatus = uribStatus;
+    container.bidirRpHashStatus = Kiv::make<Pim::RpHashStatus>("rpHash");
+    container.hitlessClientVrfStatus = hitlessVrfStatus;
+    container.hitlessClientShutdownStatus = hitlessShutdownStatus;
     container.pimCounters = port->messageCounters();
     container.ipAclConfig = acls;
     container.packetPort = port;
@@ -172,6 +178,8 @@ class TestVrf {
   Kiv::Ptr<Ip::AllIntfStatusDir> interfaces = Kiv::make<Ip::AllIntfStatusDir>();
   Kiv::Ptr<FakeRoutes> routes = Kiv::make<FakeRoutes>();
   Kiv::Ptr<FakePort> port = Kiv::make<FakePort>(a.af, pimStatus, routes);
+  Kiv::Ptr<McastCommon::HitlessVrfStatus> hitlessVrfStatus = Kiv::make<McastCommon::HitlessVrfStatus>();
+  Kiv::Ptr<McastCommon::HitlessShutdownStatus> hitlessShutdownStatus = Kiv::make<McastCommon::HitlessShutdownStatus>();
   Bsr::Container container;
   std::unique_ptr<Bsr::ContainerSm> sm;
 

@@ -1,0 +1,184 @@
+#include "agent/Agent.h"
+
+#include "agent/RootSm.h"
+#include "platform/tracelet/Require.h"
+#include "platform/tracelet/Tracelet.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+
+Tracelet::Module trace("Pim::Bsr::Agent");
+
+constexpr uint32_t maxRoutes = 12000;
+constexpr const char *bootStage = "NetworkAgent";
+constexpr const char *shutdownStage = "NetworkAgentShutdown";
+
+}  // namespace
+
+// Fires on the next turn of the loop after the last VRF stopped, or none was there to begin with.
+class Agent::KivNoVrfTimer : public Orb::Timer {
+ public:
+  KivNoVrfTimer(Agent &agent, const Kiv::Ptr<Orb::TimerWheel> &wheel) : Timer(wheel), agent_(agent) {}
+  void onTime() override { agent_.handleNoVrf(); }
+
+ private:
+  Agent &agent_;
+};
+
+class Agent::KivShutdownStatus : public McastCommon::HitlessShutdownStatus::Notifiee {
+ public:
+  explicit KivShutdownStatus(Agent &agent) : agent_(agent) { notifierIs(agent.hitlessClientShutdownStatus_); }
+  void onShutdown() override { agent_.handleHitlessCompleted(); }
+
+ private:
+  Agent &agent_;
+};
+
+Agent::Agent(Pax::AddressFamily af, const Process &process)
+    : af_(af),
+      name_(agentName(af)),
+      process_(process),
+      paths_(af),
+      timerWheel_(Kiv::make<Orb::TimerWheel>(process.clock, process.waker)),
+      hitlessClientVrfStatus_(Kiv::make<McastCommon::HitlessVrfStatus>()),
+      hitlessClientShutdownStatus_(Kiv::make<McastCommon::HitlessShutdownStatus>()),
+      noVrfTimer_(std::make_unique<KivNoVrfTimer>(*this, timerWheel_)),
+      kivShutdownStatus_(std::make_unique<KivShutdownStatus>(*this)) {}
+
+Agent::~Agent() {
+  redundancyStatusSm_.reset();
+  shutdownStagesHelper_.reset();
+  bootStagesHelper_.reset();
+  doCleanup();
+}
+
+void Agent::doInit() {
+  TRACELET(trace, 4, name_ << " mounts its state");
+  mountGroup_ = std::make_unique<Statehub::MountGroup>(process_.store);
+  mounts_.mount(*mountGroup_, paths_);
+  doAfInit(*mountGroup_);
+  mountGroup_->whenComplete([this] { doMountsComplete(); });
+}
+
+void Agent::doMountsComplete() {
+  TRACELET(trace, 4, name_ << " has its state mounted");
+  mounts_.aclConfig = Kiv::make<Acl::Input::Config>();
+  aclConfigAggregatorSm_ =
+      std::make_unique<Acl::AclConfigAggregatorSm>(mounts_.aclInput, mounts_.aclCli, mounts_.aclConfig);
+  redundancyStatusSm_ =
+      std::make_unique<RedundancyStatusSm>(mounts_.redundancyStatus, [this](bool standby) { standbyModeIs(standby); });
+  const auto doStage = [this](std::string_view stageClass, std::string_view stage) {
+    this->doStage(stageClass, stage);
+  };
+  bootStagesHelper_ = std::make_unique<Stage::StagesHelper>(Stage::bootStageClass, mounts_.bootStageInput,
+                                                            mounts_.bootStageStatus, doStage);
+  shutdownStagesHelper_ = std::make_unique<Stage::StagesHelper>(Stage::shutdownStageClass, mounts_.shutdownStageInput,
+                                                                mounts_.shutdownStageStatus, doStage);
+  doAfMountsComplete();
+  mountsComplete_ = true;
+  handleStandbyMode();
+  bootStagesHelper_->handleInitialized();
+  shutdownStagesHelper_->handleInitialized();
+}
+
+void Agent::standbyModeIs(bool standby) {
+  if (standbyMode_ == standby) return;
+  standbyMode_ = standby;
+  if (mountsComplete_) handleStandbyMode();
+}
+
+void Agent::handleStandbyMode() {
+  TRACELET(trace, 9, __PRETTY_FUNCTION__);
+  if (standbyMode_) {
+    TRACELET(trace, 4, "Standby supe. Cleaning up any instance of Sm");
+    doCleanup();
+    handleHitlessCompleted();
+  } else {
+    rootSmIs(af_, maxRoutes);
+  }
+}
+
+void Agent::doCleanup() {
+  rootSm_.reset();
+  containerSm_.clear();
+  containerColl_.clear();
+}
+
+void Agent::rootSmIs(Pax::AddressFamily af, uint32_t maxRoutes) {
+  if (rootSm_) return;
+  rootSm_ = std::make_unique<RootSm>(*this, af, maxRoutes);
+  rootSm_->handleInitialized();
+}
+
+void Agent::doStage(std::string_view stageClass, std::string_view stage) {
+  TRACELET(trace, 4,
+           "doStage"
+               << ", stageClass: " << stageClass << ", stage: " << stage);
+  if (stageClass == Stage::bootStageClass) doBootStage(stage);
+  if (stageClass == Stage::shutdownStageClass) doShutdownStage(stage);
+}
+
+void Agent::doBootStage(std::string_view stage) {
+  if (stage == bootStage) bootStagesHelper_->stageComplete(bootStage);
+}
+
+void Agent::doShutdownStage(std::string_view stage) {
+  if (stage == shutdownStage) hitlessClientShutdownStatus_->shutdownIs(true);
+}
+
+// A VRF stopped, or completed, or the shutdown began.
+void Agent::handleHitlessCompleted() {
+  if (!shutdown()) return;
+  if (containerSm_.empty()) {
+    noVrfTimer_->timeMinIs(process_.clock.now());
+  } else if (rootSm_) {
+    rootSm_->handleHitlessCompletedVrf();
+  }
+}
+
+void Agent::handleNoVrf() {
+  if (!containerSm_.empty()) return;
+  TRACELET(trace, 4, "No VRF runs that the shutdown would have to wait for");
+  doShutdownStageComplete();
+}
+
+void Agent::doShutdownStageComplete() {
+  if (shutdownStagesHelper_) shutdownStagesHelper_->stageComplete(shutdownStage);
+}
+
+Container *Agent::container(const L3::VrfName &vrf) const {
+  const auto found = containerColl_.find(vrf);
+  return found == containerColl_.end() ? nullptr : found->second.get();
+}
+
+const ContainerSm *Agent::containerSm(const L3::VrfName &vrf) const {
+  const auto found = containerSm_.find(vrf);
+  return found == containerSm_.end() ? nullptr : found->second.get();
+}
+
+Container &Agent::containerIs(const L3::VrfName &vrf) {
+  std::unique_ptr<Container> &container = containerColl_[vrf];
+  if (!container) container = std::make_unique<Container>();
+  container->vrf = vrf;
+  container->clock = &process_.clock;
+  container->waker = &process_.waker;
+  container->random = &process_.random;
+  return *container;
+}
+
+void Agent::containerSmIs(const L3::VrfName &vrf) {
+  containerSm_[vrf] = std::make_unique<ContainerSm>(*containerColl_.at(vrf));
+}
+
+void Agent::containerSmDel(const L3::VrfName &vrf) {
+  if (containerSm_.erase(vrf) > 0) handleHitlessCompleted();
+}
+
+std::unique_ptr<Agent> makeAgent(Pax::AddressFamily af, const Agent::Process &process) {
+  if (af == Pax::AddressFamily::ipv4) return std::make_unique<Agent4>(process);
+  REQUIRE_AS(af == Pax::AddressFamily::ipv6, "0 && \"Unsupported Address Family\"");
+  return std::make_unique<Agent6>(process);
+}
+
+}  // namespace Routing::Pim::Bsr

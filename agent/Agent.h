@@ -1,0 +1,128 @@
+/// The agent of one address family, as one process runs it.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "agent/Container.h"
+#include "agent/ContainerSm.h"
+#include "agent/Mounts.h"
+#include "agent/RedundancyStatusSm.h"
+#include "platform/acl/AclConfigAggregatorSm.h"
+
+namespace Routing::Pim::Bsr {
+
+class RootSm;
+
+/// Mounts what it needs, and runs the protocol in every VRF that qualifies while this controller is
+/// not the standby one. What does not depend on the family is here, the rest in Agent4 and Agent6.
+/// Its end, like a change to standby, keeps all status and sends nothing.
+class Agent {
+ public:
+  /// The loop that drives an agent: its clock, and whom its timers wake. Outlives the agent.
+  struct Process {
+    Statehub::Store &store;
+    Orb::Clock &clock;
+    Orb::Waker &waker;
+    Orb::Random &random;
+  };
+
+  virtual ~Agent();
+  Agent(const Agent &) = delete;
+  Agent &operator=(const Agent &) = delete;
+
+  /// Mounts. The rest follows when everything is there, which may be inside this call.
+  void doInit();
+
+  const std::string &name() const { return name_; }
+  Pax::AddressFamily af() const { return af_; }
+  bool standbyMode() const { return standbyMode_; }
+  /// Whether a hitless shutdown has begun.
+  bool shutdown() const { return hitlessClientShutdownStatus_->shutdown(); }
+  /// Null while the mounts are pending, and in standby.
+  const RootSm *rootSm() const { return rootSm_.get(); }
+
+  using ContainerColl = std::map<L3::VrfName, std::unique_ptr<Container>>;
+  using ContainerSms = std::map<L3::VrfName, std::unique_ptr<ContainerSm>>;
+  const ContainerColl &containerColl() const { return containerColl_; }
+  /// Null when the VRF is not known.
+  Container *container(const L3::VrfName &vrf) const;
+  /// Those that run, and one of them; null when the VRF does not run.
+  const ContainerSms &containerSm() const { return containerSm_; }
+  const ContainerSm *containerSm(const L3::VrfName &vrf) const;
+
+ protected:
+  Agent(Pax::AddressFamily af, const Process &process);
+  /// Mounts what only the family has.
+  virtual void doAfInit(Statehub::MountGroup &group) = 0;
+  virtual void doAfMountsComplete() = 0;
+
+ private:
+  friend class RootSm;
+  class KivNoVrfTimer;
+  class KivShutdownStatus;
+
+  void doMountsComplete();
+  void standbyModeIs(bool standby);
+  void handleStandbyMode();
+  void doCleanup();
+  void rootSmIs(Pax::AddressFamily af, uint32_t maxRoutes);
+  void doStage(std::string_view stageClass, std::string_view stage);
+  void doBootStage(std::string_view stage);
+  void doShutdownStage(std::string_view stage);
+  void handleHitlessCompleted();
+  void handleNoVrf();
+  void doShutdownStageComplete();
+
+  Container &containerIs(const L3::VrfName &vrf);
+  void containerDel(const L3::VrfName &vrf) { containerColl_.erase(vrf); }
+  void containerSmIs(const L3::VrfName &vrf);
+  void containerSmDel(const L3::VrfName &vrf);
+
+  const Pax::AddressFamily af_;
+  const std::string name_;
+  const Process process_;
+  const MountPaths paths_;
+  const Kiv::Ptr<Orb::TimerWheel> timerWheel_;
+  Mounts mounts_;
+  std::unique_ptr<Statehub::MountGroup> mountGroup_;
+  bool standbyMode_ = false;
+  bool mountsComplete_ = false;
+  const Kiv::Ptr<McastCommon::HitlessVrfStatus> hitlessClientVrfStatus_;
+  const Kiv::Ptr<McastCommon::HitlessShutdownStatus> hitlessClientShutdownStatus_;
+  std::unique_ptr<Acl::AclConfigAggregatorSm> aclConfigAggregatorSm_;
+  ContainerColl containerColl_;
+  ContainerSms containerSm_;
+  std::unique_ptr<RootSm> rootSm_;
+  std::unique_ptr<KivNoVrfTimer> noVrfTimer_;
+  std::unique_ptr<KivShutdownStatus> kivShutdownStatus_;
+  std::unique_ptr<Stage::StagesHelper> bootStagesHelper_;
+  std::unique_ptr<Stage::StagesHelper> shutdownStagesHelper_;
+  std::unique_ptr<RedundancyStatusSm> redundancyStatusSm_;
+};
+
+/// "PimBsr", of IPv4.
+class Agent4 : public Agent {
+ public:
+  explicit Agent4(const Process &process) : Agent(Pax::AddressFamily::ipv4, process) {}
+
+ private:
+  void doAfInit(Statehub::MountGroup &) override {}
+  void doAfMountsComplete() override {}
+};
+
+/// "PimBsr6", of IPv6.
+class Agent6 : public Agent {
+ public:
+  explicit Agent6(const Process &process) : Agent(Pax::AddressFamily::ipv6, process) {}
+
+ private:
+  void doAfInit(Statehub::MountGroup &) override {}
+  void doAfMountsComplete() override {}
+};
+
+/// The agent of the family; any other than IPv4 and IPv6 is fatal.
+std::unique_ptr<Agent> makeAgent(Pax::AddressFamily af, const Agent::Process &process);
+
+}  // namespace Routing::Pim::Bsr

@@ -1,0 +1,69 @@
+/// Where the state stands that an agent mounts, by address family.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platform/pax/IpGenAddr.h"
+#include "platform/pax/Ranged.h"
+#include "platform/pim/Types.h"
+
+namespace Routing::Pim::Bsr {
+
+/// "PimBsr" or "PimBsr6". Any other family is fatal.
+const char *agentName(Pax::AddressFamily af);
+
+/// The paths of one family. Times and units are those of the entities there.
+class MountPaths {
+ public:
+  explicit MountPaths(Pax::AddressFamily af) : af_(af), agent_(agentName(af)) {}
+
+  std::string routeStatus(const L3::VrfName &vrf) const { return unicast("routing", vrf); }
+  std::string forwardingStatus(const L3::VrfName &vrf) const { return unicast("forwarding", vrf); }
+  std::string mribStatusColl() const { return routing() + "/multicast/rib/status"; }
+  std::string mfibConfig() const { return routing() + "/multicast/fib/config"; }
+  std::string mcastBoundaryStatus() const { return routing() + "/multicast/boundary/status"; }
+
+  std::string stageInput(std::string_view kind) const { return stage("stageInput", kind); }
+  std::string stageAgentStatus(std::string_view kind) const { return stage("stageAgentStatus", kind); }
+  static std::string stageProgress(std::string_view kind) { return "stage/" + std::string(kind) + "/progress"; }
+  static std::string stageCompletion(std::string_view kind) {
+    return "stage/" + std::string(kind) + "/completionstatus";
+  }
+  static std::string redundancyStatus() { return "redundancy/status"; }
+
+  std::string bsrConfigColl() const { return pim("bsr/config"); }
+  std::string bsrClearConfigColl() const { return pim("bsr/clear"); }
+  std::string bsrStatusColl() const { return pim("bsr/status"); }
+  std::string rpCandidateStatusColl() const { return pim("rpcandidate/status"); }
+  std::string groupStatusColl(Mode mode) const { return pim("group/status/" + modeName(mode)); }
+  std::string rpConfigColl(Mode mode) const { return pim("rp/config/" + modeName(mode)); }
+  std::string pimConfigColl() const { return pim("config"); }
+  std::string pimGlobalStatus() const { return pim("status/global"); }
+  std::string pimStatusColl() const { return pim("status"); }
+  std::string messageCounters(const L3::VrfName &vrf) const { return pim("counters/" + vrf.text() + "/bsr"); }
+  std::string channelStatus(const L3::VrfName &vrf) const { return pim("io/" + vrf.text()); }
+
+  static std::string allVrfStatusLocal() { return "ip/vrf/status/local"; }
+  static std::string aclInput() { return "acl/config/input"; }
+  static std::string aclCli() { return "acl/config/cli"; }
+  static std::string allIntfStatusDir() { return "interface/status/all"; }
+  static std::string allIntfStatusLocalDir() { return "interface/status/local"; }
+  /// "kni/ns/%s/status", of a network namespace; "default" for the one without name.
+  static std::string kniStatus(const Pax::NamespaceName &name) {
+    return "kni/ns/" + (name.empty() ? std::string(L3::defaultVrf) : name.text()) + "/status";
+  }
+
+ private:
+  std::string routing() const { return root("routing"); }
+  std::string root(std::string_view table) const;
+  std::string unicast(std::string_view table, const L3::VrfName &vrf) const;
+  std::string pim(const std::string &what) const { return routing() + "/pim/" + what; }
+  std::string stage(std::string_view what, std::string_view kind) const;
+  static std::string modeName(Mode mode);
+
+  const Pax::AddressFamily af_;
+  const std::string agent_;
+};
+
+}  // namespace Routing::Pim::Bsr

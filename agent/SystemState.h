@@ -1,0 +1,60 @@
+/// What the system around an agent publishes in the state store. Whoever runs an agent, on Linux or
+/// in a simulation, keeps one of these per agent process and writes through it.
+#pragma once
+
+#include "agent/Mounts.h"
+
+namespace Routing::Pim::Bsr {
+
+/// Publishes every path that an agent mounts, at construction the collections of all VRFs. The store
+/// and this live longer than the agent, so what it learned outlasts it.
+class SystemState {
+ public:
+  SystemState(Statehub::Store &store, Pax::AddressFamily af);
+  SystemState(const SystemState &) = delete;
+  SystemState &operator=(const SystemState &) = delete;
+
+  /// What PIM has in a VRF that it runs in.
+  struct Services {
+    Kiv::Ptr<Ip::AllIntfStatusDir> interfaces;  ///< all known
+    Kiv::Ptr<Pim::Status> pimStatus;
+    Kiv::Ptr<RouteLookup> routes;
+    Kiv::Ptr<IO::PacketPort> port;
+  };
+
+  /// The VRF exists, with default configuration where it has none yet; its network namespace may
+  /// come and go.
+  void vrfIs(const L3::VrfName &vrf, const Pax::NamespaceName &namespaceName = {});
+  void namespaceExistsIs(const L3::VrfName &vrf, bool exists);
+  /// PIM runs in the VRF: counts as enabled when everything else is published. Withdrawn in reverse.
+  void pimIs(const L3::VrfName &vrf, const Services &services);
+  void pimDel(const L3::VrfName &vrf);
+  void vrfDel(const L3::VrfName &vrf);
+
+  const Pax::AddressFamily af;
+  const Kiv::Ptr<Redundancy::RedundancyStatus> redundancyStatus;
+  const Kiv::Ptr<Stage::AgentConfig> bootStageInput, shutdownStageInput;
+  const Kiv::Ptr<Stage::AgentStatus> bootStageStatus, shutdownStageStatus;
+  const Kiv::Ptr<ConfigColl> configColl;
+  const Kiv::Ptr<ClearConfigColl> clearConfigColl;
+  const Kiv::Ptr<StatusColl> statusColl;
+  const Kiv::Ptr<RpCandidateStatusColl> rpCandidateStatusColl;
+  const Kiv::Ptr<GroupStatusColl> groupStatusColl, bidirGroupStatusColl;
+  const Kiv::Ptr<RpConfigColl> rpConfigColl, bidirRpConfigColl;
+  const Kiv::Ptr<GlobalStatus> pimGlobalStatus;
+  const Kiv::Ptr<Pim::StatusColl> pimStatusColl;
+  const Kiv::Ptr<Multicast::Rib::StatusColl> mribStatusColl;
+  const Kiv::Ptr<Ip::AllVrfStatusLocal> allVrfStatusLocal;
+  const Kiv::Ptr<Interface::AllIntfStatusDir> allIntfStatusDir;
+  const Kiv::Ptr<Acl::Input::Config> aclCli;
+
+ private:
+  template <class RouteStatus, class ForwardingStatus>
+  void publishTables(const L3::VrfName &vrf, const Kiv::Ptr<RouteLookup> &routes);
+  Pax::NamespaceName namespaceOf(const L3::VrfName &vrf) const;
+
+  Statehub::Store &store_;
+  const MountPaths paths_;
+};
+
+}  // namespace Routing::Pim::Bsr
