@@ -37,6 +37,7 @@ struct Container {
   Kiv::Ptr<const ClearConfig> clearConfig;
   Kiv::Ptr<const Pim::ConfigColl> pimConfigColl;
   Kiv::Ptr<const Ip::AllIntfStatusDir> vrfIpStatus;
+  Kiv::Ptr<PimAttrLogSm> pimAttrLogSm;
   Kiv::Ptr<const RpHashStatus> rpHashStatus, bidirRpHashStatus;
   Kiv::Ptr<const RpPrefixHashStatus> rpPrefixHashStatus, bidirRpPrefixHashStatus;
   Kiv::Ptr<const GroupStatus> groupMrtStatus, bidirGroupMrtStatus;

@@ -44,6 +44,8 @@ void ContainerSm::handleInitialized() {
                                                   *container_.clock);
   crpIOSm_ = std::make_unique<CrpMessageSm>(pimPamManager_, status, pimCrpMsgStatus_, rxCrpAdvMsgInfo_,
                                             unicastRoutingStatus_->routes());
+  ipGenIntfSm_ = Kiv::make<Ip::IpGenIntfSm>();
+  pimIOSm_ = Kiv::make<IO::PimIOSm>();
   hitlessSm_ =
       std::make_unique<HitlessSm>(container_.config, status, timerWheel_, container_.hitlessClientShutdownStatus,
                                   container_.hitlessClientVrfStatus, container_.vrf);

@@ -76,6 +76,8 @@ class ContainerSm {
   Kiv::Ptr<PimBsrSm> bsrSm_;
   std::unique_ptr<BootstrapMessageSm> bsrIOSm_;
   std::unique_ptr<CrpMessageSm> crpIOSm_;
+  Kiv::Ptr<Ip::IpGenIntfSm> ipGenIntfSm_;
+  Kiv::Ptr<IO::PimIOSm> pimIOSm_;
   std::unique_ptr<HitlessSm> hitlessSm_;
   bool initialized_ = false;
 };

@@ -296,6 +296,7 @@ void RootSm::doFill(Container &container, const Start &start) {
   container.clearConfig = mounts_.clearConfigColl->vrfClearConfig(vrf);
   container.pimConfigColl = mounts_.pimConfigColl;
   container.vrfIpStatus = *mounts_.allIntfStatusDir->vrfIntfStatus(vrf);
+  container.pimAttrLogSm = Kiv::make<PimAttrLogSm>();
   container.groupMrtStatus = mounts_.groupStatusColl->vrfStatus(vrf);
   container.rpHashStatus = container.groupMrtStatus->rpHashStatus();
   container.rpPrefixHashStatus = container.groupMrtStatus->rpPrefixHashStatus();

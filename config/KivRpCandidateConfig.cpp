@@ -327,14 +327,13 @@ bool KivRpCandidateConfig::isTaken(const Pax::IpGenAddr &address) const {
   return present && present->intfId() != intfId_;
 }
 
-// With everything that was configured before it existed.
+// With what was configured before it existed; the priority of an ACL comes with its prefixes.
 void KivRpCandidateConfig::doCrpIs() {
   const Kiv::Ptr<RpCandidate> created = status().crpIs(address_);
   created->intfIdIs(intfId_);
   created->intervalIs(notifier()->advInterval());
   created->modeIs(notifier()->mode());
   for (const auto &[prefix, options] : groupRangeOptions_) options->handlePriority();
-  for (const auto &[acl, options] : aclOptions_) options->handlePriority();
 }
 
 void KivRpCandidateConfig::doCrpDelIfIdle() {

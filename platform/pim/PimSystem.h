@@ -63,7 +63,14 @@ class GroupStatusColl : public Kiv::Entity {
 #undef ATTRIBUTES
 };
 
+/// Logs the attributes of PIM for a debugger; `show state` does that here.
+class PimAttrLogSm : public Kiv::Counted {};
+
 namespace IO {
+
+/// Would drive PIM's own messages in the VRF. The Hello speaker, which lives as long as PIM runs
+/// there, does that here, whether the agent runs or not.
+class PimIOSm : public Kiv::Counted {};
 
 /// The packet channel of a VRF, as it is mounted.
 class ChannelStatus : public Kiv::Entity {
