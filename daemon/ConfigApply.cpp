@@ -81,10 +81,10 @@ class Application {
     }
     for (const auto &[vrf, settings] : wanted_.vrfConfig) prefixesIs(vrf, settings);
     for (const std::string &name : changedAcls(before_, wanted_)) rulesIs(name, wanted_.acl.at(name));
-    for (const auto &[vrf, settings] : wanted_.vrfConfig) entriesIs(*coll_.vrfConfig(vrf), settings);
+    for (const auto &[vrf, settings] : wanted_.vrfConfig) entriesIs(*coll_.vrfConfigIs(vrf), settings);
     for (const auto &[intfId, settings] : wanted_.intfConfig) bordersIs(*coll_.intfConfigIs(intfId), settings);
-    for (const auto &[vrf, settings] : wanted_.vrfConfig) othersDel(*coll_.vrfConfig(vrf), settings);
-    for (const auto &[intfId, settings] : wanted_.intfConfig) bordersDel(*coll_.intfConfig(intfId), settings);
+    for (const auto &[vrf, settings] : wanted_.vrfConfig) othersDel(*coll_.vrfConfigIs(vrf), settings);
+    for (const auto &[intfId, settings] : wanted_.intfConfig) bordersDel(*coll_.intfConfigIs(intfId), settings);
     deleteOthers(coll_.intfConfig(), wanted_.intfConfig, [this](const auto &intfId) { coll_.intfConfigDel(intfId); });
     deleteOthers(coll_.vrfConfig(), wanted_.vrfConfig, [this](const auto &vrf) { coll_.vrfConfigDel(vrf); });
     deleteOthers(acls_.acl(), wanted_.acl, [this](const auto &name) { acls_.aclDel(name); });
@@ -124,7 +124,7 @@ class Application {
 
   /// What does not hang on the rules of ACLs.
   void prefixesIs(const L3::VrfName &vrf, const VrfSettings &settings) {
-    const auto config = coll_.vrfConfig(vrf);
+    const auto config = coll_.vrfConfigIs(vrf);
     const OfferedZones offered = offeredZones(before_, vrf);
     for (const auto &[intfId, candidacy] : settings.bsrCandidateConfig) {
       const auto candidate = config->bsrCandidateConfigIs(intfId);
@@ -145,12 +145,12 @@ class Application {
 
   static void entriesIs(Config &config, const VrfSettings &settings) {
     for (const auto &[intfId, candidacy] : settings.bsrCandidateConfig) {
-      const auto candidate = config.bsrCandidateConfig(intfId);
+      const auto candidate = config.bsrCandidateConfigIs(intfId);
       for (const auto &[zone, values] : candidacy.group) candidacyIs(*candidate->groupIs(zone), values);
       for (const auto &[acl, values] : candidacy.acl) candidacyIs(*candidate->aclIs(acl), values);
     }
     for (const auto &[intfId, candidacy] : settings.rpCandidateConfig) {
-      const auto candidate = config.rpCandidateConfig(intfId);
+      const auto candidate = config.rpCandidateConfigIs(intfId);
       for (const auto &[acl, options] : candidacy.acl) {
         candidate->aclIs(acl);
         candidate->aclOptionsIs(acl)->priorityIs(options.priority);
@@ -171,10 +171,10 @@ class Application {
 
   static void othersDel(Config &config, const VrfSettings &wanted) {
     for (const auto &[intfId, candidacy] : wanted.bsrCandidateConfig) {
-      bsrEntriesDel(*config.bsrCandidateConfig(intfId), candidacy);
+      bsrEntriesDel(*config.bsrCandidateConfigIs(intfId), candidacy);
     }
     for (const auto &[intfId, candidacy] : wanted.rpCandidateConfig) {
-      rpEntriesDel(*config.rpCandidateConfig(intfId), candidacy);
+      rpEntriesDel(*config.rpCandidateConfigIs(intfId), candidacy);
     }
     deleteOthers(config.bsrCandidateConfig(), wanted.bsrCandidateConfig,
                  [&](const auto &intfId) { config.bsrCandidateConfigDel(intfId); });
