@@ -2,17 +2,11 @@
 #pragma once
 
 #include <boost/asio/signal_set.hpp>
-#include <map>
 #include <memory>
 #include <optional>
 
-#include "agent/Agent.h"
-#include "daemon/ConfigFile.h"
+#include "daemon/Answers.h"
 #include "daemon/ControlServer.h"
-#include "daemon/Options.h"
-#include "daemon/VrfHost.h"
-#include "daemon/show/Show.h"
-#include "platform/tracelet/Sinks.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -33,7 +27,7 @@ class Daemon {
   /// Reads the file again. Every error, as FILE:PATH: message; none when it was applied.
   std::vector<std::string> reload();
   /// The reply line to a request line of the control protocol.
-  std::string reply(std::string_view line);
+  std::string reply(std::string_view line) { return answers_.reply(line); }
 
   const ConfigColl &configColl() const { return *system_.configColl; }
   const ClearConfigColl &clearConfigColl() const { return *system_.clearConfigColl; }
@@ -43,13 +37,6 @@ class Daemon {
   void apply(const Configuration &configuration);
   void vrfDel(const L3::VrfName &vrf);
   void awaitSignal();
-  Rows answer(const Control::Request &request);
-  Rows show(const Control::Request &request);
-  Rows reloadRows();
-  Rows checkRows() const;
-  Rows clear(const Control::Request &request);
-  Rows traceRows(const std::string &level);
-  std::vector<VrfView> views(const std::string &vrf) const;
 
   const Pax::AddressFamily family_;
   const Options options_;
@@ -63,8 +50,9 @@ class Daemon {
   boost::asio::signal_set signals_;
   std::optional<ControlServer> control_;
   Configuration configuration_;
-  std::map<L3::VrfName, std::unique_ptr<VrfHost>> hosts_;
+  VrfHosts hosts_;
   std::unique_ptr<Agent> agent_;
+  Answers answers_;
 };
 
 }  // namespace Routing::Pim::Bsr
