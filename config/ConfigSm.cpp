@@ -101,6 +101,7 @@ void ConfigSm::handleInitialized() {
   REQUIRE(clearConfig());
   REQUIRE(sourceIntfSm());
   REQUIRE(ipAclConfig());
+  REQUIRE_AS(status_->af() != Pax::AddressFamily::unknown, "0 && \"Unknown Address Family not supported\"");
   globalOrNonScopedZone_ = Pax::allGroups(status_->af());
   zeroPfx_ = Pax::allAddresses(status_->af());
   kivIpAclConfig_ = std::make_unique<KivIpAclConfig>(*this);

@@ -29,7 +29,7 @@ class KivRpCandidateConfig;
 /// longer supports. Its end writes no status.
 class ConfigSm {
  public:
-  /// Of the VRF's own; `sourceIntfSm` outlives this. None may be missing.
+  /// Of the VRF's own; `sourceIntfSm` outlives this. None may be missing but `pimCounters`.
   ConfigSm(const Kiv::Ptr<const Config> &config, const Kiv::Ptr<const VrfIntfConfig> &vrfIntfConfig,
            const Kiv::Ptr<const ClearConfig> &clearConfig, const Kiv::Ptr<Status> &status,
            const Kiv::Ptr<Flume::MessageCounters> &pimCounters, Ip::SourceIntfSm *sourceIntfSm,

@@ -40,14 +40,14 @@ void KivActiveConfig::handleBsrBorderAcl(const std::string &acl) {
   }
 }
 
-void KivActiveConfig::doGroupAdd(const Pax::IpGenPrefix &prefix) {
+void KivActiveConfig::doGroupAdd(const Pax::IpGenPrefix &prefix, const char *set) {
   if (configSm_.borderPfxRefCount.counterIs(intfId_, prefix)) {
     VRF_TRACE(trace, 4, "Created refcount object for interface " << intfId_);
   }
   Status &status = *configSm_.status();
   if (!status.bsBorder(prefix)) {
     status.bsBorderIs(prefix);
-    VRF_TRACE(trace, 4, "Created group " << prefix << " BSR Border set");
+    VRF_TRACE(trace, 4, "Created group " << prefix << set);
   }
   status.bsBorder(prefix)->intfIdIs(intfId_);
   VRF_TRACE(trace, 4, "Added interface " << intfId_ << " into " << prefix << " BSR border set.");
@@ -76,7 +76,7 @@ void KivActiveConfig::doAclAdd(const std::string &acl) {
   const Kiv::Ptr<BsrConfigAcl> bsrConfigAcl = configSm_.bsrConfigAclIs(acl);
   bsrConfigAcl->borderIntfIs(intfId_);
   VRF_TRACE(trace, 4, "Added interface " << intfId_ << " to BsrConfigAcl object for acl " << acl);
-  for (const Pax::IpGenPrefix &prefix : bsrConfigAcl->grpPrefix().keys()) doGroupAdd(prefix);
+  for (const Pax::IpGenPrefix &prefix : bsrConfigAcl->grpPrefix().keys()) doAclPrefixAdd(prefix);
 }
 
 void KivActiveConfig::doAclRemove(const std::string &acl) {
@@ -90,7 +90,7 @@ void KivActiveConfig::doAclRemove(const std::string &acl) {
 
 void KivActiveConfig::doAclPrefixActivate(const std::string &acl, const Pax::IpGenPrefix &prefix) {
   VRF_TRACE_ENTRY_WITH(trace, " ( " << acl << ", " << prefix << " )");
-  doGroupAdd(prefix);
+  doAclPrefixAdd(prefix);
 }
 
 void KivActiveConfig::doAclPrefixDeactivate(const std::string &acl, const Pax::IpGenPrefix &prefix) {

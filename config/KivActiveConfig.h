@@ -22,7 +22,8 @@ class KivActiveConfig : public IntfConfig::Notifiee {
  private:
   void handleBsrBorderGrp(const Pax::IpGenPrefix &prefix);
   void handleBsrBorderAcl(const std::string &acl);
-  void doGroupAdd(const Pax::IpGenPrefix &prefix);
+  void doGroupAdd(const Pax::IpGenPrefix &prefix, const char *set = " BSR Border set");
+  void doAclPrefixAdd(const Pax::IpGenPrefix &prefix) { doGroupAdd(prefix, " BSR border set"); }
   void doGroupRemove(const Pax::IpGenPrefix &prefix);
   void doAclAdd(const std::string &acl);
   void doAclRemove(const std::string &acl);

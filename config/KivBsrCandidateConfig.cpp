@@ -144,14 +144,14 @@ void KivBsrCandidateConfig::doCounterInc(const Pax::IpGenPrefix &zone) {
   VRF_TRACE(trace, 4, "PrefixCounter for prefix " << zone << " is " << count);
 }
 
-// The priority, which completes a new candidate, comes last.
+// The period, which completes a new candidate, comes last.
 void KivBsrCandidateConfig::doWrite(const Pax::IpGenPrefix &zone, const KivEntry &source) {
   const Kiv::Ptr<BsrCandidate> candidate = status().cbsrIs(zone);
   candidate->addressIs(address_);
   candidate->intfIdIs(intfId_);
-  candidate->bsPeriodIs(source.interval());
-  candidate->hashMaskLenIs(source.hashMaskLen());
   candidate->priorityIs(source.priority());
+  candidate->hashMaskLenIs(source.hashMaskLen());
+  candidate->bsPeriodIs(source.interval());
   VRF_TRACE(trace, 4,
             "Created candidate BSR for zone " << zone << " with IP " << address_ << ", Priority=" << source.priority()
                                               << ", HashMaskLen=" << source.hashMaskLen()
@@ -187,7 +187,7 @@ void KivBsrCandidateConfig::doRemainingSource(const Pax::IpGenPrefix &zone) {
   const KivEntry *first = nullptr;
   for (const KivEntry *entry : entries()) {
     if (!entry->offers(zone)) continue;
-    if (candidate && entry->wrote(*candidate)) return;
+    if (candidate && entry->hasValuesOf(*candidate)) return;
     if (!first) first = entry;
   }
   if (first) doWrite(zone, *first);

@@ -34,8 +34,6 @@ class KivBsrCandidateConfig : public BsrCandidateConfig::Notifiee {
   void doAclPrefixDeactivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
 
   const Pax::IntfId &intfId() const { return intfId_; }
-  /// Zero while the interface has none.
-  const Pax::IpGenAddr &address() const { return address_; }
   /// "group" and the names of the ACLs whose initialized entries offer the zone.
   std::vector<std::string> sources(const Pax::IpGenPrefix &zone) const;
 
@@ -78,7 +76,7 @@ class KivBsrCandidateConfig : public BsrCandidateConfig::Notifiee {
   ConfigSm &configSm_;
   const Pax::IntfId intfId_;
   KivIntf kivIntf_;
-  Pax::IpGenAddr address_;
+  Pax::IpGenAddr address_;  ///< zero while the interface has none
   bool initialized_ = false;
   std::map<Pax::IpGenPrefix, std::unique_ptr<KivGroup>> group_;
   std::map<std::string, std::unique_ptr<KivAcl>> acl_;

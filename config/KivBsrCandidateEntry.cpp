@@ -27,7 +27,7 @@ void KivBsrCandidateConfig::KivEntry::handleInitialize() {
   initialized_ = true;
 }
 
-bool KivBsrCandidateConfig::KivEntry::wrote(const BsrCandidate &candidate) const {
+bool KivBsrCandidateConfig::KivEntry::hasValuesOf(const BsrCandidate &candidate) const {
   return candidate.priority() == priority() && candidate.hashMaskLen() == hashMaskLen() &&
          candidate.bsPeriod() == interval();
 }

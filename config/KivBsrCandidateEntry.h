@@ -23,7 +23,7 @@ class KivBsrCandidateConfig::KivEntry {
   /// Whether it is initialized and a source of the zone.
   bool offers(const Pax::IpGenPrefix &zone) const { return initialized_ && hasZone(zone); }
   /// Whether the candidate's values are this entry's.
-  bool wrote(const BsrCandidate &candidate) const;
+  bool hasValuesOf(const BsrCandidate &candidate) const;
 
  protected:
   void handlePriority();

@@ -182,8 +182,8 @@ void KivRpCandidateConfig::handleGroupRangeOptions(const Pax::IpGenPrefix &prefi
 
 // An entry whose priority is not set yet is none.
 void KivRpCandidateConfig::doGroupOptionsAdd(const Pax::IpGenPrefix &prefix, RpPriority priority) {
-  if (priority == rpPriorityUnset) return doGroupOptionsRemove(prefix);
   if (!crp()) return;
+  if (priority == rpPriorityUnset) return doPrioritySettle(prefix, "");
   doPriorityIs(prefix, priority);
   VRF_TRACE(trace, 4, "Created priority " << priority << " to prefix " << prefix << " to C-RP " << address_);
 }

@@ -114,9 +114,12 @@ class Application {
         if (others(zone)) candidate->groupDel(zone);
       }
       for (const std::string &acl : candidate->acl().keys()) {
-        const Prefixes zones = permittedGroups(before_, acl);
+        // Of what it permits now, and of what its rules are about to permit.
         const bool kept = valueOr(candidacies, intfId).acl.contains(acl);
-        if (!kept && std::any_of(zones.begin(), zones.end(), others)) candidate->aclDel(acl);
+        for (const Configuration *rules : {&before_, &wanted_}) {
+          const Prefixes zones = permittedGroups(*rules, acl);
+          if (!kept && std::any_of(zones.begin(), zones.end(), others)) candidate->aclDel(acl);
+        }
         if (byAnother(wanted.acl, acl, intfId)) candidate->aclDel(acl);
       }
     }

@@ -1,6 +1,8 @@
 #include "daemon/SystemWarnings.h"
 
 #include <algorithm>
+#include <boost/asio/steady_timer.hpp>
+#include <chrono>
 #include <system_error>
 
 #include "daemon/Zones.h"
@@ -41,13 +43,23 @@ void judgeInterfaces(const L3::VrfName &vrf, const PimVrf &pim, const SystemView
   }
 }
 
+/// How long the kernel may take to tell of a namespace's interfaces; what it does not tell is passed over.
+constexpr std::chrono::seconds patience(1);
+
 void askSystem(const Configuration &configuration, const L3::VrfName &vrf, Findings &findings) {
   Linux::EventLoop loop;
   const auto interfaces = Kiv::make<Ip::AllIntfStatusDir>();
   Linux::NetlinkMonitor monitor(loop, Linux::Namespace(configuration.pim.at(vrf).networkNamespace.text()), interfaces,
                                 Kiv::make<Linux::LinkTable>(),
                                 {vrf.text(), configuration.family, [&loop] { loop.stop(); }});
+  bool known = true;
+  boost::asio::steady_timer deadline(loop.context(), patience);
+  deadline.async_wait([&](const boost::system::error_code &) {
+    known = false;
+    loop.stop();
+  });
   loop.run();
+  if (!known) return;
   const auto inVrfDevice = [&monitor](const Pax::IntfId &intfId) { return monitor.inVrfDevice(intfId); };
   findSystemWarnings(configuration, vrf, {interfaces, inVrfDevice}, findings);
 }

@@ -3,16 +3,17 @@
 #include "daemon/Zones.h"
 #include "daemon/file/Checks.h"
 #include "daemon/file/Entries.h"
+#include "platform/linux/Namespace.h"
 
 namespace Routing::Pim::Bsr {
 
 namespace {
 
 void findNamespacesTwice(const Configuration &configuration, Findings &findings) {
-  std::map<Pax::NamespaceName, L3::VrfName> owners;
+  std::map<std::string, L3::VrfName> owners;
   for (const auto &[vrf, pim] : configuration.pim) {
     if (pim.networkNamespace.empty()) continue;
-    const auto [owner, isFirst] = owners.emplace(pim.networkNamespace, vrf);
+    const auto [owner, isFirst] = owners.emplace(Linux::namespacePath(pim.networkNamespace.text()), vrf);
     if (isFirst) continue;
     findings.error(entryPath({"pim", vrf.text()}),
                    "namespace " + pim.networkNamespace.text() + " is that of VRF " + owner->second.text() + " already");

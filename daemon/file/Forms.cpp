@@ -99,9 +99,9 @@ std::string whole(const std::string &pattern) { return "^" + pattern + "$"; }
 
 Form<L3::VrfName> vrfNames() {
   const auto read = [](const std::string &name) {
-    const bool good =
-        !name.empty() && std::none_of(name.begin(), name.end(), [](char c) { return c == '/' || isBlank(c); });
-    if (!good) throw RangeError(shown(name) + " is no VRF name (not empty, without blanks and '/')");
+    const bool good = !name.empty() && name != "." && name != ".." &&
+                      std::none_of(name.begin(), name.end(), [](char c) { return c == '/' || isBlank(c); });
+    if (!good) throw RangeError(shown(name) + " is no VRF name (not empty, '.' or '..', without blanks and '/')");
     return L3::VrfName(name);
   };
   return {read, toText<L3::VrfName>, whole("[^/\\s]{1,100}")};

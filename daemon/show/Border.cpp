@@ -52,14 +52,15 @@ void showBorder(const VrfView &view, Rows &rows) {
   const Borders borders = bordersOf(view);
   for (const auto &[prefix, border] : borders.byPrefix) {
     const auto inForce = view.configSm ? view.status->bsBorder(prefix) : nullptr;
-    bool inStatus = true;
+    bool active = false;
     std::string reason;
     for (const Pax::IntfId &intfId : border.interfaces) {
-      if (!inForce || !inForce->intfId(intfId)) inStatus = false;
-      if (reason.empty()) reason = whyAbsent(view, intfId);
+      const std::string why = whyAbsent(view, intfId);
+      active = active || (why.empty() && inForce && inForce->intfId(intfId));
+      if (reason.empty()) reason = why;
     }
     rows.push_back(rowOf(view, toJson(prefix), border));
-    addReason(rows.back(), inStatus && reason.empty(), reason);
+    addReason(rows.back(), active, reason);
   }
   for (const auto &[acl, lacking] : borders.lacking) {
     rows.push_back(rowOf(view, nullptr, lacking.first));

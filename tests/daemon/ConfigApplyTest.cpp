@@ -175,6 +175,10 @@ TEST(ConfigApply, AReloadWritesWhatDiffersInTheOrderInWhichNothingThatStaysIsAwa
        R"("acl": {"B": [{"deny": "any"}], "A": )" PERMIT("239.1.0.0/16") "}, " BSR(
            R"("lo": {"acl": {"A": {}}}, "eth0": {"acl": {"B": {}}})"),
        {"rules of B", "rules of A"}},
+      {R"("acl": {"A": )" PERMIT("239.1.0.0/16") "}, " BSR(
+           R"("lo": {"acl": {"A": {}}}, "eth0": {"group": {"239.2.0.0/16": {}}})"),
+       R"("acl": {"A": )" PERMIT("239.2.0.0/16") "}, " BSR(R"("eth0": {"group": {"239.2.0.0/16": {}}})"),
+       {"-acl A", "rules of A", "-bsrCandidateConfig lo"}},
       // A filter is never without an ACL in between, which would let everybody in.
       {R"("acl": {"A": [], "B": []}, "vrfConfig": {"default": {"crpFilterAcl": ["A"]}})",
        R"("acl": {"B": []}, "vrfConfig": {"default": {"crpFilterAcl": ["B"]}})",

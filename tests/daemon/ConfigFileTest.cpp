@@ -63,7 +63,7 @@ TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
        {"F:/pim/red/namespace: NamespaceName::bytes > 150 not allowed"}},
       {R"({"pim": {"red": {}, "tan": {"namespace": "red"}}})",
        {"F:/pim/tan: namespace red is that of VRF red already"}},
-      {R"({"pim": {"a b": {}}})", {"F:/pim/a b: \"a b\" is no VRF name (not empty, without blanks and '/')"}},
+      {R"({"pim": {"a b": {}}})", {"F:/pim/a b: \"a b\" is no VRF name (not empty, '.' or '..', without blanks and '/')"}},
       {R"({"pim": {"default": {"hello": "speak", "hello": "listen"}, "default": {}}})",
        {"F:/pim/default/hello: is given twice", "F:/pim/default: is given twice"}},
       {R"({"vrfConfig": {"red": {}}})", {"F:/vrfConfig/red: there is no VRF red in pim"}},

@@ -1,0 +1,107 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <optional>
+
+#include "config/ConfigSm.h"
+#include "platform/tracelet/Sinks.h"
+
+namespace Routing::Pim::Bsr {
+namespace {
+
+const Pax::IntfId lo("default", "lo"), eth0("default", "eth0");
+
+struct Vrf {
+  Vrf() { status->afIs(Pax::AddressFamily::ipv4); }
+  void addressIs(const Pax::IntfId &intfId, const char *address) {
+    interfaces->intfStatusIs(intfId)->ipAddrIs(*address ? Pax::IpGenAddr::fromText(address) : Pax::IpGenAddr());
+  }
+  void start() { sm.emplace(config, borders, clear, status, nullptr, &sourceIntfSm, acls); }
+  Kiv::Ptr<BsrCandidateGroup> zoneIs(const Pax::IntfId &intfId) {
+    const auto group = config->bsrCandidateConfigIs(intfId)->groupIs(zone);
+    group->hashMaskLenIs(30);
+    group->priorityIs(64);
+    return group;
+  }
+
+  const Pax::IpGenPrefix zone = Pax::IpGenPrefix::fromText("239.1.0.0/16");
+  const Kiv::Ptr<Config> config = Kiv::make<Config>();
+  const Kiv::Ptr<VrfIntfConfig> borders = Kiv::make<VrfIntfConfig>("default");
+  const Kiv::Ptr<ClearConfig> clear = Kiv::make<ClearConfig>();
+  const Kiv::Ptr<Status> status = Kiv::make<Status>(L3::VrfName("default"));
+  const Kiv::Ptr<Acl::Input::Config> acls = Kiv::make<Acl::Input::Config>();
+  const Kiv::Ptr<Ip::AllIntfStatusDir> interfaces = Kiv::make<Ip::AllIntfStatusDir>();
+  Ip::SourceIntfSm sourceIntfSm{Kiv::make<Ip::SourceIntfDir>("sourceIntfDir"), interfaces};
+  std::optional<ConfigSm> sm;
+};
+
+TEST(ConfigTrace, SaysWhyAThingIsNotInForce) {
+  Vrf vrf;
+  vrf.start();
+  const Tracelet::CaptureSink traces;
+  struct Row {
+    std::function<void()> act;
+    const char *text;
+  };
+  auto &config = *vrf.config;
+  const auto entry = [&] { return config.bsrCandidateConfig(lo)->group(vrf.zone); };
+  const Row table[] = {
+      {[&] { config.holdTimeIs(60); }, "BSR Hold Time is 60"},
+      {[&] { config.szTimeoutIs(300); }, "Scoped Zone timeout 300 secs too low. Setting it to 600 secs in status"},
+      {[&] { config.szTimeoutIs(600); }, "Scoped Zone timeout is 600 secs"},
+      {[&] { config.bsrCandidateConfigIs(lo); },
+       "Deferred initialization since IP address for interface lo is not set"},
+      {[&] { vrf.addressIs(lo, "10.0.0.1"); }, "Interface lo assigned IP 10.0.0.1 for the first time."},
+      {[&] { config.bsrCandidateConfig(lo)->groupIs(vrf.zone)->priorityIs(64); },
+       "Skipping initialization since priority or hashmask lengths are not set"},
+      {[&] { entry()->hashMaskLenIs(30); },
+       "Created candidate BSR for zone 239.1.0.0/16 with IP 10.0.0.1, Priority=64, HashMaskLen=30, Interval=60"},
+      {[&] { entry()->priorityIs(65); },
+       "Priority for Candidate BSR in Zone 239.1.0.0/16 with IP 10.0.0.1 changed to 65"},
+      {[&] { vrf.addressIs(lo, ""); }, "Interface lo IP unset"},
+      {[&] { config.rpCandidateConfigIs(eth0)->groupRangeIs(vrf.zone); },
+       "Deferred C-RP initialization since IP address for interface eth0 is not set"},
+      {[&] { vrf.addressIs(eth0, "10.0.0.2"); }, "Created C-RP 10.0.0.2"},
+      {[&] { config.rpCandidateConfig(eth0)->advIntervalIs(90); },
+       "Advertisement interface for Candidate C-RP 10.0.0.2 changed to 90"},
+      {[&] { config.rpCandidateConfig(eth0)->groupRangeDel(vrf.zone); },
+       "Deleted candidate RP 10.0.0.2 since it doest serve any group"},
+      {[&] { config.crpFilterAclIs("none"); }, "Filter ACL none permits nobody"},
+  };
+  for (const Row &row : table) {
+    row.act();
+    EXPECT_TRUE(traces.contains(std::string("<Vrf:default>") + row.text)) << row.text;
+  }
+  config.holdTimeIs(90);
+  EXPECT_EQ(vrf.status->bsTimeout(), 90u);
+  EXPECT_EQ(vrf.status->szTimeout(), 600u) << "judged when it was set";
+}
+
+// A priority without value is none: it neither counts nor ends what it belongs to.
+TEST(ConfigTrace, APriorityThatIsNotSetHarmsNothing) {
+  Vrf vrf;
+  vrf.addressIs(lo, "10.0.0.1");
+  vrf.start();
+  const auto candidate = vrf.config->rpCandidateConfigIs(lo);
+  const auto options = candidate->groupRangeOptionsIs(vrf.zone);
+  candidate->groupRangeIs(vrf.zone);
+  const auto crp = [&] { return vrf.status->crp(Pax::IpGenAddr::fromText("10.0.0.1")); };
+  ASSERT_TRUE(crp() && crp()->prefixSet(vrf.zone));
+  EXPECT_TRUE(crp()->prefixOptions().empty());
+  options->priorityIs(7);
+  EXPECT_EQ(crp()->prefixOptions(vrf.zone)->priority(), 7);
+  options->priorityIs(rpPriorityUnset);
+  EXPECT_TRUE(crp()->prefixOptions().empty());
+}
+
+TEST(ConfigTrace, TwoInterfacesOfOneZoneAreFatal) {
+  Vrf vrf;
+  vrf.addressIs(lo, "10.0.0.1");
+  vrf.addressIs(eth0, "10.0.0.2");
+  vrf.zoneIs(lo);
+  vrf.start();
+  EXPECT_DEATH(vrf.zoneIs(eth0), "Assertion failed: intfId == kivBsrCandidateConfig\\(\\)->intfId\\(\\)");
+}
+
+}  // namespace
+}  // namespace Routing::Pim::Bsr
