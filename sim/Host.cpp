@@ -12,16 +12,24 @@ const Pax::IntfId loopback(L3::defaultVrf, "lo");
 
 const L3::VrfName Host::vrf(L3::defaultVrf);
 
-Host::Host(Router &router) : router_(router), system_(store_, router.network().af()) {
+Host::Host(Router &router) : router_(router), vrfs_{&router}, system_(store_, router.network().af()) {
   system_.vrfIs(vrf);
   storeNew();
 }
 
 Host::~Host() { crash(); }
 
+void Host::vrfIs(Router &router) {
+  vrfs_.push_back(&router);
+  system_.vrfIs(router.vrf(), router.vrf());
+  system_.namespaceExistsIs(router.vrf(), true);
+}
+
 void Host::start(const Router::HelloParameters &parameters) {
-  router_.pimStart(parameters);
-  system_.pimIs(vrf, {router_.allIntfStatusDir(), router_.pimStatus(), router_.routes(), router_.port()});
+  for (Router *router : vrfs_) {
+    router->pimStart(parameters);
+    system_.pimIs(router->vrf(), {router->allIntfStatusDir(), router->pimStatus(), router->routes(), router->port()});
+  }
   VirtualTime &time = router_.network().time();
   agent_ = Bsr::makeAgent(router_.network().af(), {store_, time, time, router_.random()});
   agent_->doInit();
@@ -29,20 +37,29 @@ void Host::start(const Router::HelloParameters &parameters) {
 
 void Host::end(bool goodbye) {
   agent_ = nullptr;
-  system_.pimDel(vrf);
-  router_.pimStop(goodbye);
+  for (Router *router : vrfs_) {
+    system_.pimDel(router->vrf());
+    router->pimStop(goodbye);
+  }
 }
 
 void Host::powerOff() {
   crash();
-  router_.powerIs(false);
+  powerIs(false);
   storeNew();
 }
 
 void Host::storeNew() {
-  system_.statusColl->vrfStatusDel(vrf);
-  system_.statusColl->vrfStatusIs(vrf);
-  system_.rpCandidateStatusColl->vrfStatusIs(vrf, Kiv::make<Routing::Pim::RpCandidateStatus>(vrf.text()));
+  for (const Router *router : vrfs_) {
+    const L3::VrfName name = router->vrf();
+    system_.statusColl->vrfStatusDel(name);
+    system_.statusColl->vrfStatusIs(name);
+    system_.rpCandidateStatusColl->vrfStatusIs(name, Kiv::make<Routing::Pim::RpCandidateStatus>(name.text()));
+  }
+}
+
+void Host::powerIs(bool power) {
+  for (Router *router : vrfs_) router->powerIs(power);
 }
 
 Pax::IpGenAddr Host::bsr(const Pax::IpGenPrefix &zone) const {

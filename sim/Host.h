@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "agent/Agent.h"
 #include "agent/SystemState.h"
@@ -10,12 +11,14 @@
 namespace Sim {
 
 /// Keeps what outlives the agent's process (the state store with configuration, status and published
-/// RP set) and starts and ends that process: PIM Hellos and the agent together, in the default VRF.
-/// The router outlives its host.
+/// RP set) and starts and ends that process: PIM Hellos and the agent together. The router is the
+/// default VRF, which most members speak of; it and those of other VRFs outlive the host.
 class Host {
  public:
   explicit Host(Router &router);
   ~Host();
+  /// One more VRF of the same box, before it starts.
+  void vrfIs(Router &router);
 
   void start(const Router::HelloParameters &parameters = {});
   void stop() { end(true); }    ///< in order: says goodbye to the neighbours
@@ -23,9 +26,10 @@ class Host {
   bool runs() const { return agent_ != nullptr; }
   /// A power failure takes what was stored along, the configuration aside.
   void powerOff();
-  void powerOn() { router_.powerIs(true); }
+  void powerOn() { powerIs(true); }
 
   Router &router() const { return router_; }
+  const std::vector<Router *> &vrfs() const { return vrfs_; }  ///< the default VRF first
   Routing::Pim::Bsr::SystemState &system() { return system_; }
   Routing::Pim::Bsr::Config &config() { return *system_.configColl->vrfConfigIs(vrf); }
   const Routing::Pim::Bsr::Status &status() const { return *system_.statusColl->vrfStatus(vrf); }
@@ -48,10 +52,12 @@ class Host {
  private:
   void end(bool goodbye);
   void storeNew();
+  void powerIs(bool power);
 
   static const L3::VrfName vrf;
 
   Router &router_;
+  std::vector<Router *> vrfs_;
   Statehub::Store store_;
   Routing::Pim::Bsr::SystemState system_;
   std::unique_ptr<Routing::Pim::Bsr::Agent> agent_;

@@ -17,11 +17,11 @@ uint64_t mix(uint64_t number) {
 
 uint64_t Network::seedFor(uint64_t use) const { return mix(mix(seed_) + use * 0x9e3779b97f4a7c15); }
 
-Router &Network::router(const std::string &name) {
+Router &Network::router(const std::string &name, const std::string &vrf) {
   Router *&router = routerByName_[name];
   if (!router) {
     const auto index = static_cast<uint32_t>(routers_.size());
-    router = routers_.emplace_back(std::make_unique<Router>(*this, name, index, seedFor(2 * index))).get();
+    router = routers_.emplace_back(std::make_unique<Router>(*this, name, vrf, index, seedFor(2 * index))).get();
   }
   return *router;
 }

@@ -23,8 +23,8 @@ class Network {
   Pax::AddressFamily af() const { return family_; }
   VirtualTime &time() { return time_; }
 
-  /// Creates the router, or finds it.
-  Router &router(const std::string &name);
+  /// Creates the router, or finds it. It makes up the VRF.
+  Router &router(const std::string &name, const std::string &vrf = L3::defaultVrf);
   /// Creates a link of its own name.
   Link &linkIs(const std::string &name, const LinkParameters &parameters);
   /// Creates the link and joins the routers to it, each created if need be, in that order.

@@ -11,18 +11,17 @@ namespace {
 
 constexpr uint32_t hopsMost = 64;
 
-Pax::IntfId intfNamed(const std::string &name) { return {L3::defaultVrf, name}; }
-
 }  // namespace
 
-Router::Router(Network &network, std::string name, uint32_t index, uint64_t seed)
+Router::Router(Network &network, std::string name, const std::string &vrf, uint32_t index, uint64_t seed)
     : network_(network),
       name_(std::move(name)),
+      vrf_(vrf),
       index_(index),
       address_(loopbackAddress(network.af(), index)),
       random_(seed),
       interfaces_(Kiv::make<Ip::AllIntfStatusDir>()),
-      loopback_(interfaces_->intfStatusIs(intfNamed("lo"))),
+      loopback_(interfaces_->intfStatusIs({vrf_, "lo"})),
       routes_(Kiv::make<Routes>(network, *this)),
       wheel_(Kiv::make<Orb::TimerWheel>(network.time(), network.time())) {
   loopback_->mtuIs(65536);
@@ -50,7 +49,7 @@ bool Router::owns(const Pax::IpGenAddr &address) const {
 }
 
 Intf &Router::join(Link &link) {
-  const Pax::IntfId intfId = intfNamed("eth" + std::to_string(intfs_.size()));
+  const Pax::IntfId intfId(vrf_, "eth" + std::to_string(intfs_.size()));
   Intf &intf = intfs_.emplace_back(*this, link, intfId, interfaces_->intfStatusIs(intfId));
   intfById_.emplace(intfId, &intf);
   link.memberIs(intf);

@@ -18,17 +18,18 @@ namespace Sim {
 
 class Network;
 
-/// One VRF of one family, the default one; another VRF of the same box would be another Router with
-/// the same power. Owned by the Network. Forwards unicast packets along the routes while it has power.
+/// One VRF of one family; another VRF of the same box is another Router with the same power. Owned by
+/// the Network. Forwards unicast packets along the routes while it has power.
 class Router {
  public:
   using HelloParameters = Routing::Pim::IO::HelloSpeaker::Parameters;
 
-  Router(Network &network, std::string name, uint32_t index, uint64_t seed);
+  Router(Network &network, std::string name, const std::string &vrf, uint32_t index, uint64_t seed);
   ~Router();
 
   Network &network() const { return network_; }
   const std::string &name() const { return name_; }
+  const std::string &vrf() const { return vrf_; }
   uint32_t index() const { return index_; }
   /// Of its loopback interface "lo", reachable by every path.
   const Pax::IpGenAddr &address() const { return address_; }
@@ -73,6 +74,7 @@ class Router {
 
   Network &network_;
   const std::string name_;
+  const std::string vrf_;
   const uint32_t index_;
   const Pax::IpGenAddr address_;
   Orb::Random random_;
