@@ -1,0 +1,154 @@
+/// The lab's routers without a kernel: the same agents on simulated routers and virtual time. Reads
+/// commands, a line each, and acts on them; lab/run-lab speaks to it as it does to namespaces and
+/// pimbsrctl.
+///
+///   FAMILY router VRF NAME ADDRESS   a router's VRF, with the address of its "lo"; "default" comes first
+///   FAMILY link VRF NAME NAME        joins two, each with its next interface, eth0 and on
+///   FAMILY start NAME FILE           an agent with this configuration
+///   FAMILY kill NAME                 as SIGKILL does; the router goes on forwarding
+///   FAMILY run SECONDS
+///   FAMILY now                       prints the milliseconds that have passed
+///   FAMILY show NAME NOUN            prints the line that "pimbsrctl --json show NOUN" prints
+///
+/// Exit 0 at the end of its input, 1 with the reason at a command that it cannot follow.
+#include <algorithm>
+#include <cmath>
+#include <iostream>
+#include <map>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+
+#include "daemon/ConfigApply.h"
+#include "daemon/ConfigFile.h"
+#include "daemon/show/Show.h"
+#include "platform/sim/Network.h"
+#include "sim/Host.h"
+
+namespace {
+
+using namespace Routing::Pim::Bsr;
+
+class Simulation {
+ public:
+  explicit Simulation(Pax::AddressFamily family) : network_(family, 1) {}
+
+  void act(const std::string &verb, std::istream &arguments);
+
+ private:
+  void routerIs(const std::string &vrf, const std::string &name, const std::string &address);
+  void start(const std::string &name, const std::string &file);
+  void show(const std::string &name, const std::string &noun);
+  VrfView viewOf(Sim::Host &host, Sim::Router &router) const;
+
+  static std::string nameIn(const std::string &vrf, const std::string &name) { return name + " of " + vrf; }
+  Sim::Host &host(const std::string &name) {
+    const auto found = host_.find(name);
+    if (found == host_.end()) throw std::invalid_argument("there is no router " + name);
+    return *found->second;
+  }
+
+  Sim::Network network_;
+  std::map<std::string, std::unique_ptr<Sim::Host>> host_;
+};
+
+void Simulation::act(const std::string &verb, std::istream &arguments) {
+  double seconds = 0;
+  std::string first, second, third;
+  if (verb == "run" && arguments >> seconds) {
+    network_.time().runFor(seconds);
+  } else if (verb == "now") {
+    std::cout << std::llround((network_.time().now() - Sim::VirtualTime::start) * 1000) << std::endl;
+  } else if (verb == "kill" && arguments >> first) {
+    host(first).crash();
+  } else if (verb == "start" && arguments >> first >> second) {
+    start(first, second);
+  } else if (verb == "show" && arguments >> first >> second) {
+    show(first, second);
+  } else if (verb == "router" && arguments >> first >> second >> third) {
+    routerIs(first, second, third);
+  } else if (verb == "link" && arguments >> first >> second >> third) {
+    network_.linkIs(first + ": " + second + " - " + third, {nameIn(first, second), nameIn(first, third)});
+  } else {
+    throw std::invalid_argument("not understood");
+  }
+}
+
+void Simulation::routerIs(const std::string &vrf, const std::string &name, const std::string &address) {
+  Sim::Router &router = network_.router(nameIn(vrf, name), vrf);
+  router.addressDel(router.address());
+  router.addressIs(Pax::IpGenAddr::fromText(address));
+  if (vrf == L3::defaultVrf) {
+    host_[name] = std::make_unique<Sim::Host>(router);
+  } else {
+    host(name).vrfIs(router);
+  }
+}
+
+void Simulation::start(const std::string &name, const std::string &file) {
+  Sim::Host &started = host(name);
+  const LoadedConfiguration loaded = configurationFromFile(file, network_.af());
+  if (!loaded.good()) throw std::invalid_argument(toText(file, loaded.findings.errors.front()));
+  for (Sim::Router *router : started.vrfs()) {
+    std::vector<Pax::IntfId> interfaces;
+    for (const Sim::Intf &intf : router->intfs()) interfaces.push_back(intf.intfId());
+    const auto pim = loaded.configuration.pim.find(router->vrf());
+    // A simulated router has PIM on all its interfaces.
+    if (pim == loaded.configuration.pim.end() || pim->second.interfaces != interfaces) {
+      throw std::invalid_argument(file + ": has not the interfaces of VRF " + router->vrf());
+    }
+  }
+  configurationApply(loaded.configuration, *started.system().configColl, *started.system().aclCli);
+  started.start();
+}
+
+void Simulation::show(const std::string &name, const std::string &noun) {
+  std::vector<VrfView> views;
+  for (Sim::Router *router : host(name).vrfs()) views.push_back(viewOf(host(name), *router));
+  std::sort(views.begin(), views.end(), [](const VrfView &a, const VrfView &b) { return a.vrf < b.vrf; });
+  std::cout << rowsOf(noun, views) << std::endl;
+}
+
+VrfView Simulation::viewOf(Sim::Host &host, Sim::Router &router) const {
+  const SystemState &system = host.system();
+  VrfView view;
+  view.vrf = router.vrf();
+  view.af = network_.af();
+  view.now = router.wheel()->now();
+  view.config = system.configColl->vrfConfig(view.vrf);
+  for (const auto &[intfId, config] : system.configColl->intfConfig()) {
+    if (intfId.vrf() == router.vrf()) view.intfConfig.emplace(intfId, config);
+  }
+  view.ipAclConfig = system.aclCli;
+  view.status = system.statusColl->vrfStatus(view.vrf);
+  view.interfaces = router.allIntfStatusDir();
+  if (!host.runs()) return view;
+  view.pimStatus = router.pimStatus();
+  view.packets = &router.port()->counters();
+  if (const ContainerSm *containerSm = host.agent().containerSm(view.vrf)) {
+    view.configSm = &containerSm->configSm();
+    view.bsrSm = &containerSm->bsrSm();
+    view.rpHashSm = &containerSm->rpHashSm();
+    view.bidirRpHashSm = containerSm->bidirRpHashSm();
+  }
+  return view;
+}
+
+}  // namespace
+
+int main() {
+  Simulation ipv4(Pax::AddressFamily::ipv4), ipv6(Pax::AddressFamily::ipv6);
+  for (std::string line; std::getline(std::cin, line);) {
+    std::istringstream words(line);
+    std::string family, verb;
+    words >> family >> verb;
+    try {
+      if (family != "4" && family != "6") throw std::invalid_argument("the family is 4 or 6");
+      (family == "4" ? ipv4 : ipv6).act(verb, words);
+    } catch (const std::exception &error) {
+      std::cerr << "simulator: " << line << ": " << error.what() << std::endl;
+      return 1;
+    }
+  }
+  return 0;
+}
