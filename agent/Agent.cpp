@@ -54,6 +54,7 @@ Agent::~Agent() {
 }
 
 void Agent::doInit() {
+  if (mountGroup_) return;
   TRACELET(trace, 4, name_ << " mounts its state");
   mountGroup_ = std::make_unique<Statehub::MountGroup>(process_.store);
   mounts_.mount(*mountGroup_, paths_);
@@ -124,7 +125,9 @@ void Agent::doBootStage(std::string_view stage) {
 }
 
 void Agent::doShutdownStage(std::string_view stage) {
-  if (stage == shutdownStage) hitlessClientShutdownStatus_->shutdownIs(true);
+  if (stage != shutdownStage) return;
+  if (shutdown()) handleHitlessCompleted();  // asked for again
+  hitlessClientShutdownStatus_->shutdownIs(true);
 }
 
 // A VRF stopped, or completed, or the shutdown began.

@@ -32,7 +32,8 @@ class Agent {
   Agent(const Agent &) = delete;
   Agent &operator=(const Agent &) = delete;
 
-  /// Mounts. The rest follows when everything is there, which may be inside this call.
+  /// Mounts. The rest follows when everything is there, which may be inside this call. A second call
+  /// does nothing.
   void doInit();
 
   const std::string &name() const { return name_; }

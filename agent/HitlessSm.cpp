@@ -36,6 +36,7 @@ void HitlessSm::doHitlessShutdown() {
 }
 
 void HitlessSm::handleHitlessTimerExpiry() {
+  VRF_TRACE_ENTRY(trace);
   hitlessTimer_.timeMinIs(Orb::never);
   vrfStatus_->completedVrfIs(vrf_);
 }

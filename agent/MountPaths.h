@@ -49,9 +49,9 @@ class MountPaths {
   static std::string aclCli() { return "acl/config/cli"; }
   static std::string allIntfStatusDir() { return "interface/status/all"; }
   static std::string allIntfStatusLocalDir() { return "interface/status/local"; }
-  /// "kni/ns/%s/status", of a network namespace; "default" for the one without name.
+  /// "kni/ns/%s/status", of a network namespace; the one without name has a path that no name gives.
   static std::string kniStatus(const Pax::NamespaceName &name) {
-    return "kni/ns/" + (name.empty() ? std::string(L3::defaultVrf) : name.text()) + "/status";
+    return name.empty() ? "kni/status" : "kni/ns/" + name.text() + "/status";
   }
 
  private:

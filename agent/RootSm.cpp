@@ -36,6 +36,9 @@ class RootSm::Start {
   explicit Start(Statehub::Store &store) : mounts(store) {}
 
   Statehub::MountGroup mounts;
+  /// While the machines are being made the VRF is left alone, and looked at afterwards if need be.
+  bool makesMachines = false;
+  bool lookAgain = false;
   Kiv::Ptr<const ::Flume::Fib::RouteStatus> uribStatus;
   Kiv::Ptr<const ::Flume::Fib::ForwardingStatus> uribFec;
   Kiv::Ptr<const ::Flume::Fib6::RouteStatus> urib6Status;
@@ -82,7 +85,7 @@ class RootSm::Kivs {
   class KivIntfs : public Interface::AllIntfStatusDir::Notifiee {
    public:
     KivIntfs(RootSm &sm, const Kiv::Ptr<const Interface::AllIntfStatusDir> &dir) : sm_(sm) { notifierIs(dir); }
-    void onVrfIntfStatus(const L3::VrfName &vrf) override { sm_.handleVrf(vrf); }
+    void onVrfIntfStatus(const L3::VrfName &vrf) override { sm_.handleVrfIntfStatus(vrf); }
 
    private:
     RootSm &sm_;
@@ -165,7 +168,7 @@ void RootSm::handleInitialized() {
   doRemoveExtraVrfs();
   kivs_ = std::make_unique<Kivs>(*this);
   for (const L3::VrfName &vrf : mounts_.allVrfStatusLocal->vrfStatus().keys()) handleVrf(vrf);
-  doDistributeIntfConfig();
+  for (const Pax::IntfId &intfId : mounts_.configColl->intfConfig().keys()) handleBsrIntfConfig(intfId);
 }
 
 // Of VRFs that an earlier run knew.
@@ -179,8 +182,12 @@ void RootSm::doRemoveExtraVrfs() {
   }
 }
 
-void RootSm::doDistributeIntfConfig() {
-  for (const Pax::IntfId &intfId : mounts_.configColl->intfConfig().keys()) handleBsrIntfConfig(intfId);
+void RootSm::doDistributeIntfConfig(const L3::VrfName &vrf) {
+  const auto *intfs = mounts_.allIntfStatusDir->vrfIntfStatus(vrf);
+  if (!intfs) return;
+  for (const Pax::IntfId &intfId : (*intfs)->intfStatus().keys()) {
+    if (mounts_.configColl->intfConfig(intfId)) handleBsrIntfConfig(intfId);
+  }
 }
 
 std::string RootSm::reason(const L3::VrfName &vrf) const {
@@ -190,6 +197,10 @@ std::string RootSm::reason(const L3::VrfName &vrf) const {
 
 void RootSm::handleVrf(const L3::VrfName &vrf) {
   TRACELET(trace, 9, __PRETTY_FUNCTION__ << " ( " << vrf << " )");
+  if (const auto start = start_.find(vrf); start != start_.end() && start->second->makesMachines) {
+    start->second->lookAgain = true;
+    return;
+  }
   if (mounts_.allVrfStatusLocal->vrfStatus(vrf)) {
     if (!agent_.container(vrf)) handleVrfAdd(vrf);
     if (checkMounts(vrf)) {
@@ -205,16 +216,16 @@ void RootSm::handleVrf(const L3::VrfName &vrf) {
 
 void RootSm::handleVrfAdd(const L3::VrfName &vrf) {
   TRACELET(trace, 4, "VRF " << vrf << " is new");
+  const Kiv::Ptr<Status> status = mounts_.statusColl->vrfStatusIs(vrf);
   if (!mounts_.rpCandidateStatusColl->vrfStatus(vrf)) {
     mounts_.rpCandidateStatusColl->vrfStatusIs(vrf, Kiv::make<RpCandidateStatus>(vrf.text()));
   }
-  const Kiv::Ptr<Status> status = mounts_.statusColl->vrfStatusIs(vrf);
   Container &container = agent_.containerIs(vrf);
   container.status = status;
   container.rpCandidateStatus = *mounts_.rpCandidateStatusColl->vrfStatus(vrf);
   container.vrfIntfConfig = Kiv::make<VrfIntfConfig>(vrf.text());
   removeExtraRps(*status, *container.rpCandidateStatus);
-  doDistributeIntfConfig();
+  doDistributeIntfConfig(vrf);
 }
 
 void RootSm::handleVrfDel(const L3::VrfName &vrf) {
@@ -248,13 +259,7 @@ std::string RootSm::missingMount(const L3::VrfName &vrf) const {
 }
 
 void RootSm::handlePimEnabled(const L3::VrfName &vrf) {
-  if (agent_.containerSm(vrf) || start_.contains(vrf)) return;
-  if (!mounts_.configColl->vrfConfig(vrf) || !mounts_.clearConfigColl->vrfClearConfig(vrf) ||
-      !mounts_.pimStatusColl->vrfStatus(vrf)) {
-    reason_[vrf] = "missing in Config";
-    TRACELET(trace, 4, "( " << vrf << " ), missing in Config");
-    return;
-  }
+  if (agent_.containerSm(vrf) || start_.contains(vrf) || !hasDefaults(vrf)) return;
   TRACELET(trace, 4, "Pim is enabled for vrf " << vrf);
   Start &start = *(start_[vrf] = std::make_unique<Start>(agent_.process_.store));
   const MountPaths &paths = agent_.paths_;
@@ -271,17 +276,32 @@ void RootSm::handlePimEnabled(const L3::VrfName &vrf) {
   start.mounts.whenComplete([this, vrf] { handleStartMounted(vrf); });
 }
 
+// What the platform gives a VRF before PIM counts as enabled there.
+bool RootSm::hasDefaults(const L3::VrfName &vrf) {
+  if (mounts_.configColl->vrfConfig(vrf) && mounts_.clearConfigColl->vrfClearConfig(vrf) &&
+      mounts_.pimStatusColl->vrfStatus(vrf)) {
+    return true;
+  }
+  reason_[vrf] = "missing in Config";
+  TRACELET(trace, 4, "( " << vrf << " ), missing in Config");
+  return false;
+}
+
 void RootSm::doKniInit(const L3::VrfName &vrf, Start &start) {
   const auto status = mounts_.allVrfStatusLocal->vrfStatus(vrf);
   start.mounts.mount(MountPaths::kniStatus(status->namespaceName()), start.kernelVrfIntfStatusDir);
 }
 
 void RootSm::handleStartMounted(const L3::VrfName &vrf) {
-  const std::unique_ptr<Start> start = std::move(start_.at(vrf));
+  Start &start = *start_.at(vrf);
+  if (hasDefaults(vrf)) {
+    start.makesMachines = true;
+    doFill(*agent_.container(vrf), start);
+    agent_.containerSmIs(vrf);
+  }
+  const bool lookAgain = start.lookAgain;
   start_.erase(vrf);
-  Container &container = *agent_.container(vrf);
-  doFill(container, *start);
-  agent_.containerSmIs(vrf);
+  if (lookAgain) handleVrf(vrf);
 }
 
 void RootSm::doFill(Container &container, const Start &start) {
@@ -325,6 +345,11 @@ void RootSm::handlePimDisabled(const L3::VrfName &vrf) {
   agent_.containerSmDel(vrf);
 }
 
+void RootSm::handleVrfIntfStatus(const L3::VrfName &vrf) {
+  if (agent_.container(vrf)) doDistributeIntfConfig(vrf);
+  handleVrf(vrf);
+}
+
 void RootSm::handleBsrIntfConfig(const Pax::IntfId &intfId) {
   TRACELET(trace, 9, __PRETTY_FUNCTION__ << " ( " << intfId << " )");
   if (const Kiv::Ptr<const IntfConfig> config = mounts_.configColl->intfConfig(intfId)) {
@@ -344,17 +369,18 @@ void RootSm::handleBsrIntfConfig(const Pax::IntfId &intfId) {
 }
 
 void RootSm::handleHitlessCompletedVrf() {
+  TRACELET(trace, 9, __PRETTY_FUNCTION__);
   const auto &completed = agent_.hitlessClientVrfStatus_->completedVrf();
   if (completed.empty()) {
-    TRACELET(trace, 4, "(), No VRFs have completed.");
+    TRACELET(trace, 4, __func__ << "(), No VRFs have completed.");
     return;
   }
   for (const auto &[vrf, running] : agent_.containerSm()) {
     if (completed.contains(vrf)) continue;
-    TRACELET(trace, 4, "(), in progress for VRF " << vrf);
+    TRACELET(trace, 4, __func__ << "(), in progress for VRF " << vrf);
     return;
   }
-  TRACELET(trace, 4, "(), completed for all VRFs");
+  TRACELET(trace, 4, __func__ << "(), completed for all VRFs");
   agent_.doShutdownStageComplete();
 }
 

@@ -39,17 +39,19 @@ class RootSm {
   void handlePimEnabled(const L3::VrfName &vrf);
   void handlePimDisabled(const L3::VrfName &vrf);
   void handleStartMounted(const L3::VrfName &vrf);
+  bool hasDefaults(const L3::VrfName &vrf);
   void doFill(Container &container, const Start &start);
+  void handleVrfIntfStatus(const L3::VrfName &vrf);
   void handleBsrIntfConfig(const Pax::IntfId &intfId);
   void doKniInit(const L3::VrfName &vrf, Start &start);
   void doRemoveExtraVrfs();
-  void doDistributeIntfConfig();
+  void doDistributeIntfConfig(const L3::VrfName &vrf);
 
   Agent &agent_;
   const Pax::AddressFamily af_;
   const uint32_t maxRoutes_;
   const Mounts &mounts_;
-  std::map<L3::VrfName, std::unique_ptr<Start>> start_;
+  std::map<L3::VrfName, std::unique_ptr<Start>> start_;  // those that mount, or make their machines
   std::map<L3::VrfName, std::string> reason_;
   std::unique_ptr<Kivs> kivs_;
 };
