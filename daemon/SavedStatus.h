@@ -1,0 +1,25 @@
+/// The part of a VRF's status that is saved, as JSON.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <utility>
+#include <vector>
+
+#include "model/Status.h"
+
+namespace Routing::Pim::Bsr {
+
+nlohmann::json savedJson(const Status &status);
+
+/// What values are checked against.
+struct SavedRange {
+  Pax::AddressFamily af;
+  double now;
+};
+/// Throws a std::exception for anything that this agent would not have saved, with some of it written.
+void readStatus(const nlohmann::json &json, const SavedRange &range, Status &status);
+
+/// Its members, by name; throws Kiv::RangeError unless it is an object.
+const nlohmann::json::object_t &membersOf(const nlohmann::json &json);
+
+}  // namespace Routing::Pim::Bsr

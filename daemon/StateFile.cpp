@@ -1,0 +1,153 @@
+#include "daemon/StateFile.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <memory>
+
+#include "agent/MountPaths.h"
+#include "daemon/EntityJson.h"
+#include "daemon/SavedStatus.h"
+#include "platform/tracelet/Tracelet.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+
+Tracelet::Module trace("Pim::Bsr::StateFile");
+
+constexpr double saveInterval = 5;
+
+}  // namespace
+
+/// Hears of changes, also of VRFs that come later.
+class StateFile::KivStatusColl : public StatusColl::Notifiee {
+ public:
+  explicit KivStatusColl(StateFile &file) : file_(file) {
+    notifierIs(file.statusColl_);
+    notifierReplay();
+  }
+  void onVrfStatus(const L3::VrfName &vrf) override {
+    vrf_.erase(vrf);
+    if (const auto status = notifier()->vrfStatus(vrf)) vrf_[vrf] = std::make_unique<KivStatus>(file_, status);
+    file_.handleChange();
+  }
+
+ private:
+  /// Messages that were taken, and our own.
+  class KivCounters : public PimBsrCounters::Notifiee {
+   public:
+    explicit KivCounters(StateFile &file) : file_(file) {}
+    void onRxSuccess() override { file_.handleChange(); }
+    void onTxSuccess() override { file_.handleChange(); }
+
+   private:
+    StateFile &file_;
+  };
+  class KivStatus : public Status::Notifiee {
+   public:
+    KivStatus(StateFile &file, const Kiv::Ptr<const Status> &status) : file_(file), kivCounters_(file) {
+      notifierIs(status);
+      onCounters();
+    }
+    void onCounters() override { kivCounters_.notifierIs(notifier()->counters()); }
+    void onBootstrapRouter(const Pax::IpGenPrefix &) override { file_.handleChange(); }
+    void onCrpStatus(const Pax::IpGenPrefix &) override { file_.handleChange(); }
+    void onCbsr(const Pax::IpGenPrefix &) override { file_.handleChange(); }
+
+   private:
+    StateFile &file_;
+    KivCounters kivCounters_;
+  };
+
+  StateFile &file_;
+  std::map<L3::VrfName, std::unique_ptr<KivStatus>> vrf_;
+};
+
+StateFile::StateFile(Identity identity, const Kiv::Ptr<StatusColl> &statusColl, const Orb::Clock &clock,
+                     const Kiv::Ptr<Orb::TimerWheel> &wheel)
+    : identity_(std::move(identity)),
+      statusColl_(statusColl),
+      clock_(clock),
+      timer_(*this, wheel),
+      kivStatusColl_(std::make_unique<KivStatusColl>(*this)) {}
+
+StateFile::~StateFile() = default;
+
+std::string StateFile::thisBoot() {
+  std::string boot;
+  std::getline(std::ifstream("/proc/sys/kernel/random/boot_id"), boot);
+  return boot;
+}
+
+void StateFile::handleChange() {
+  if (!timer_.armed()) timer_.timeMinIs(std::max(clock_.now(), savedAt_ + saveInterval));
+}
+
+void StateFile::load() {
+  std::ifstream file(identity_.path);
+  if (!file) {
+    TRACELET(trace, 4, "No state is read from " << identity_.path << ": " << std::strerror(errno));
+    return;
+  }
+  try {
+    const auto json = nlohmann::json::parse(file);
+    if (json.at("agent") != agentName(identity_.af)) throw Kiv::RangeError("it is of another agent");
+    if (identity_.boot.empty() || json.at("boot") != identity_.boot) throw Kiv::RangeError("it is of another boot");
+    // Into a copy first: a file is taken whole or not at all.
+    read(json, *Kiv::make<StatusColl>());
+    read(json, *statusColl_);
+    TRACELET(trace, 3, "State read from " << identity_.path);
+  } catch (const std::exception &error) {
+    TRACELET(trace, 1, "The state in " << identity_.path << " is ignored: " << error.what());
+  }
+}
+
+void StateFile::read(const nlohmann::json &json, StatusColl &statusColl) const {
+  for (const auto &[vrf, saved] : membersOf(json.at("vrfStatus"))) {
+    readStatus(saved, {identity_.af, clock_.now()}, *statusColl.vrfStatusIs(vrf));
+  }
+}
+
+std::string StateFile::text() const {
+  auto vrfs = nlohmann::json::object();
+  for (const auto &[vrf, status] : statusColl_->vrfStatus()) vrfs[vrf.text()] = savedJson(*status);
+  const nlohmann::json json{{"agent", agentName(identity_.af)}, {"boot", identity_.boot}, {"vrfStatus", vrfs}};
+  return json.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+}
+
+void StateFile::save() {
+  timer_.timeMinIs(Orb::never);
+  savedAt_ = clock_.now();
+  std::string now = text();
+  if (now == saved_) return;
+  const std::string error = write(now);
+  if (error.empty()) {
+    saved_ = std::move(now);
+  } else if (!failed_) {
+    TRACELET(trace, 1, "The state cannot be saved in " << identity_.path << ": " << error);
+  }
+  failed_ = !error.empty();
+}
+
+// What went wrong; empty when nothing did.
+std::string StateFile::write(const std::string &text) const {
+  namespace fs = std::filesystem;
+  const std::string fresh = identity_.path + ".new";
+  try {
+    const fs::path directory = fs::path(identity_.path).parent_path();
+    if (!directory.empty()) fs::create_directories(directory);
+    std::ofstream file(fresh, std::ios::trunc);
+    file.write(text.data(), static_cast<std::streamsize>(text.size()));
+    file.close();
+    if (!file) return std::strerror(errno);
+    fs::rename(fresh, identity_.path);
+  } catch (const fs::filesystem_error &error) {
+    return error.code().message();
+  }
+  return {};
+}
+
+}  // namespace Routing::Pim::Bsr

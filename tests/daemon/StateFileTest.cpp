@@ -1,0 +1,153 @@
+#include "daemon/StateFile.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "daemon/SavedStatus.h"
+#include "tests/daemon/TemporaryDirectory.h"
+#include "tests/support/TestVrf.h"
+
+namespace Routing::Pim::Bsr {
+namespace {
+
+using ::Test::Addresses;
+
+/// A VRF that follows the BSR of the global zone and is itself that of scope 1, and a file that
+/// follows it.
+class StateFileTest : public ::testing::TestWithParam<Addresses> {
+ protected:
+  StateFileTest() { restartOn(*coll); }
+
+  /// The VRF's machines start anew, on this status.
+  void restartOn(StatusColl &statusColl) {
+    v.stop();
+    v.status = v.container.status = statusColl.vrfStatusIs("default");
+    v.published = v.container.rpCandidateStatus = Kiv::make<RpCandidateStatus>("default");
+    v.start();
+  }
+  void learn() {
+    v.intfIs(1);
+    hear();
+    v.candidateIs(scope, 1, 64);
+    v.advance(20);
+    v.hearCrp(8, v.a.host(1), {{v.a.inScope(1, 1)}}, 150);
+    v.advance(7);
+  }
+  void hear() {
+    v.hear(::Test::Bsm(v.a.host(5), 70).group(v.a.group(1), {{v.a.host(20), 150, 5}, {v.a.host(21), 90, 7}}));
+  }
+  std::string text() const {
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
+  }
+  Kiv::Ptr<StatusColl> loaded(const std::string &boot = "this boot") {
+    const auto result = Kiv::make<StatusColl>();
+    StateFile({path, v.a.af, boot}, result, v.time, wheel).load();
+    return result;
+  }
+
+  ::Test::TemporaryDirectory directory;
+  const std::string path = directory.path() + "/run/state";
+  ::Test::TestVrf v{GetParam()};
+  const Pax::IpGenPrefix scope = v.a.scope(1);
+  const Kiv::Ptr<Orb::TimerWheel> wheel = Kiv::make<Orb::TimerWheel>(v.time, v.time);
+  const Kiv::Ptr<StatusColl> coll = Kiv::make<StatusColl>();
+  StateFile file{{path, v.a.af, "this boot"}, coll, v.time, wheel};
+};
+
+TEST_P(StateFileTest, WhatWasLearnedOutlivesACrash) {
+  learn();
+  const auto before = savedJson(*v.status);
+  v.stop();
+  v.advance(60);
+  const auto again = loaded();
+  ASSERT_TRUE(again->vrfStatus("default"));
+  EXPECT_EQ(savedJson(*again->vrfStatus("default")), before);
+
+  restartOn(*again);
+  EXPECT_EQ(v.status->cbsr(scope)->state(), BsrCandidateState::eBsr);
+  EXPECT_EQ(v.bsr(v.a.global())->ipAddr(), v.a.host(5));
+  EXPECT_EQ(v.publishedRps(v.a.group(1)), (std::vector{v.a.host(20), v.a.host(21)}));
+  EXPECT_EQ(v.publishedRps(v.a.inScope(1, 1)), std::vector{v.a.host(8)});
+  v.advance(4);
+  EXPECT_EQ(v.publishedRps(v.a.group(1)), std::vector{v.a.host(20)}) << "it keeps the rest of its hold time";
+}
+
+TEST_P(StateFileTest, AFileThatDoesNotFitIsIgnoredAsAWhole) {
+  learn();
+  const std::string good = text();
+  const std::string bsr = Kiv::toText(Kiv::toValue(v.a.host(5)));
+  struct Case {
+    std::string from, to;
+  };
+  const Case cases[] = {
+      {"this boot", "another boot"},
+      {"\"PimBsr", "\"BimPsr"},
+      {good, ""},
+      {good, "\xff\0[[[{"},
+      {good, "[]"},
+      {good, good.substr(0, good.size() / 2)},
+      {"\"vrfStatus\"", "\"vrf\""},
+      {"\"" + bsr + "\"", v.a.ipv4() ? "\"fd00::5\"" : "\"10.0.0.5\""},
+      {"\"" + bsr + "\"", "\"" + Kiv::toText(Kiv::toValue(Pax::allPimRouters(v.a.af))) + "\""},
+      {"\"" + bsr + "\"", "5"},
+      {Kiv::toText(Kiv::toValue(v.a.global())), "10.0.0.0/8"},
+      {"\"priority\": 5", "\"priority\": 256"},
+      {"\"holdTime\": 150", "\"holdTime\": 65536"},
+      {"\"holdTime\": 150", "\"holdTime\": -1"},
+      {"\"expires\": ", "\"expires\": 9"},
+      {"\"expires\"", "\"expired\""},
+      {"\"setupTime\": ", "\"setupTime\": 9"},
+      {"\"elected\": true", "\"elected\": false"},
+  };
+  for (const Case &one : cases) {
+    std::string bad = good;
+    ASSERT_NE(bad.find(one.from), bad.npos) << one.from;
+    bad.replace(bad.find(one.from), one.from.size(), one.to);
+    std::ofstream(path) << bad;
+    const Tracelet::CaptureSink sink(1);
+    EXPECT_TRUE(loaded()->vrfStatus().empty()) << one.from << " as " << one.to;
+    EXPECT_EQ(sink.count("is ignored"), 1u);
+  }
+  EXPECT_TRUE(loaded("")->vrfStatus().empty());
+}
+
+TEST_P(StateFileTest, ItIsWrittenAfterChangesAndNotAtRest) {
+  learn();
+  v.stop();
+  v.advance(10);
+  EXPECT_TRUE(v.time.idle());
+  restartOn(*coll);
+  std::ofstream(path) << "touched";
+  hear();
+  v.advance(0.1);
+  EXPECT_NE(text(), "touched") << "a first change is saved at once";
+  std::ofstream(path) << "touched";
+  hear();
+  v.advance(4.8);
+  EXPECT_EQ(text(), "touched") << "and the next ones not within five seconds";
+  v.advance(0.2);
+  EXPECT_NE(text(), "touched");
+  EXPECT_FALSE(std::ifstream(path + ".new"));
+}
+
+TEST_P(StateFileTest, AFileThatCannotBeWrittenIsTracedOnceUntilItCan) {
+  std::ofstream(directory.path() + "/run") << "no directory";
+  const Tracelet::CaptureSink sink(1);
+  learn();
+  hear();
+  file.save();
+  EXPECT_EQ(sink.count("cannot be saved in " + path), 1u);
+  std::filesystem::remove(directory.path() + "/run");
+  file.save();
+  EXPECT_FALSE(text().empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, StateFileTest, testing::Values(::Test::ipv4, ::Test::ipv6),
+                         [](const auto &info) { return info.param.ipv4() ? "IPv4" : "IPv6"; });
+
+}  // namespace
+}  // namespace Routing::Pim::Bsr
