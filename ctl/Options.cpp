@@ -1,5 +1,6 @@
 #include "ctl/Options.h"
 
+#include <algorithm>
 #include <boost/program_options.hpp>
 #include <sstream>
 
@@ -46,6 +47,18 @@ void readAgent(const po::variables_map &given, Options &options) {
   options.socket = given.count("socket") ? given["socket"].as<std::string>() : defaultSocket(family);
 }
 
+// The words that `shape` stands for, from `next` on; none where it is in brackets and left out.
+std::string takeArgument(const Texts &operands, const std::string &shape, size_t &next) {
+  const size_t words = shape.empty() ? 0 : 1 + std::count(shape.begin(), shape.end(), ' ');
+  if (operands.size() < next + words) {
+    if (shape.empty() || (shape[0] == '[' && operands.size() == next)) return {};
+    throw UsageError("'" + operands[next - 1] + "' needs '" + shape + "'");
+  }
+  std::string argument;
+  for (size_t i = 0; i < words; ++i) argument += (i > 0 ? " " : "") + operands[next++];
+  return argument;
+}
+
 void readOperands(const Texts &operands, Options &options) {
   if (operands.empty()) throw UsageError("a verb is missing");
   const Verb *verb = verbOf(operands[0]);
@@ -57,19 +70,11 @@ void readOperands(const Texts &operands, Options &options) {
     options.noun = nounOf(operands[1]);
     if (!options.noun) throw UsageError("there is no noun '" + operands[1] + "'");
     options.request.noun = operands[1];
-    next = 2;
-    if (*options.noun->operand) {
-      if (operands.size() < 3) throw UsageError("'" + operands[1] + "' needs a " + options.noun->operand);
-      options.request.argument = operands[2];
-      next = 3;
-    }
+    options.request.argument = takeArgument(operands, options.noun->operand, next = 2);
+    if (options.noun->about && !options.request.argument.empty()) options.noun = options.noun->about;
   } else {
     options.noun = verb->answer;
-    const bool hasOperand = *verb->operands && operands.size() > 1;
-    if (*verb->operands && *verb->operands != '[' && !hasOperand) {
-      throw UsageError("'" + operands[0] + "' needs '" + verb->operands + "'");
-    }
-    if (hasOperand) options.request.argument = operands[1], next = 2;
+    options.request.argument = takeArgument(operands, verb->operands, next);
   }
   if (operands.size() > next) throw UsageError("'" + operands[next] + "' is too much");
 }

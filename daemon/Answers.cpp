@@ -1,7 +1,9 @@
 #include "daemon/Answers.h"
 
+#include <array>
 #include <stdexcept>
 
+#include "daemon/Options.h"
 #include "daemon/SystemWarnings.h"
 #include "daemon/control/Nouns.h"
 #include "daemon/file/Effective.h"
@@ -23,7 +25,16 @@ Rows rowsOfLines(const Lines &lines) {
   return rows;
 }
 
+std::invalid_argument needs(const std::string &verb) {
+  return std::invalid_argument("'" + verb + "' needs '" + Control::verbOf(verb)->operands + "'");
+}
+
 }  // namespace
+
+struct Answers::Handler {
+  const char *verb;
+  Rows (Answers::*rows)(const Control::Request &request);
+};
 
 std::string Answers::reply(std::string_view line) {
   try {
@@ -39,14 +50,19 @@ Rows Answers::answer(const Control::Request &request) {
   if (!verb->takesNoun && !*verb->operands && !request.argument.empty()) {
     throw std::invalid_argument("'" + request.verb + "' takes no argument");
   }
-  if (request.verb == "reload") return reload();
-  if (request.verb == "check") return check();
-  if (request.verb == "clear") return clear(request);
-  if (request.verb == "trace") return traceLevels(request.argument);
+  static constexpr std::array handlers{
+      Handler{"reload", &Answers::reload}, Handler{"check", &Answers::check},
+      Handler{"clear", &Answers::clear},   Handler{"trace", &Answers::traceLevels},
+      Handler{"stage", &Answers::stage},   Handler{"redundancy", &Answers::redundancy},
+  };
+  for (const Handler &handler : handlers) {
+    if (request.verb == handler.verb) return (this->*handler.rows)(request);
+  }
   return show(request);
 }
 
-Rows Answers::traceLevels(const std::string &level) {
+Rows Answers::traceLevels(const Control::Request &request) {
+  const std::string &level = request.argument;
   std::string error;
   if (!level.empty() && !traceLevelIs(traceLevelFrom(level), error)) throw std::invalid_argument(error);
   Rows rows = Rows::array();
@@ -56,22 +72,52 @@ Rows Answers::traceLevels(const std::string &level) {
   return rows;
 }
 
-Rows Answers::show(const Control::Request &request) const {
-  const bool ofAgent = request.noun == "log" || request.noun == "config";
-  if (!ofAgent) return rowsOf(request.noun, views(request.vrf), request.argument);
-  if (!request.argument.empty()) throw std::invalid_argument("'" + request.noun + "' takes no argument");
-  if (request.noun == "config") return Rows::array({configurationJson(process_.configuration)});
-  return rowsOfLines(process_.log.lines());
+Rows Answers::show(const Control::Request &request) {
+  const std::string &noun = request.noun;
+  const Control::Noun *known = Control::nounOf(noun);
+  if (!known) throw std::invalid_argument("there is no noun '" + noun + "'");
+  if (!*known->operand && !request.argument.empty()) throw std::invalid_argument("'" + noun + "' takes no argument");
+  if (noun == "config") return Rows::array({configurationJson(process_.configuration)});
+  if (noun == "log") return rowsOfLines(process_.log.lines());
+  if (noun == "agent") return agentRows(processView());
+  if (noun == "vrf") return vrfRows(processView(), request.vrf);
+  if (noun == "state") return stateRows(processView(), request.argument);
+  return rowsOf(noun, views(request.vrf), request.argument);
 }
 
-Rows Answers::reload() {
-  const std::vector<std::string> errors = process_.reload();
-  if (!errors.empty()) throw std::invalid_argument(joined(errors));
+ProcessView Answers::processView() const {
+  return {process_.agent, process_.system, process_.store, process_.hosts, process_.loading};
+}
+
+// The mode first, so that nobody takes an active agent for a standby one in between.
+Rows Answers::redundancy(const Control::Request &request) {
+  const bool standby = request.argument == "standby";
+  if (!standby && request.argument != "active") throw needs(request.verb);
+  using Mode = Redundancy::ControllerMode;
+  process_.system.redundancyStatus->modeIs(standby ? Mode::standby : Mode::active);
+  process_.system.redundancyStatus->protocolIs(Redundancy::Protocol::hotStandby);
+  return Rows::array({{{"redundancy", request.argument}}});
+}
+
+Rows Answers::stage(const Control::Request &request) {
+  const size_t blank = request.argument.find(' ');
+  const std::string kind = request.argument.substr(0, blank);
+  const std::string name = blank == std::string::npos ? "" : request.argument.substr(blank + 1);
+  const bool boot = kind == "boot";
+  if (name.empty() || (!boot && kind != "shutdown")) throw needs(request.verb);
+  const SystemState &system = process_.system;
+  (boot ? system.bootStageInput : system.shutdownStageInput)->stageIs(name);
+  const auto &status = boot ? system.bootStageStatus : system.shutdownStageStatus;
+  return Rows::array({{{"kind", kind}, {"stage", name}, {"complete", status->completeStage(name)}}});
+}
+
+Rows Answers::reload(const Control::Request &) {
+  if (!process_.reload()) throw std::invalid_argument(process_.loading.error);
   return Rows::array();
 }
 
-Rows Answers::check() const {
-  const std::string &file = process_.options.config;
+Rows Answers::check(const Control::Request &) {
+  const std::string &file = process_.loading.file;
   const Findings findings = configurationForHere(file, process_.system.af).findings;
   std::vector<std::string> lines;
   for (const Finding &error : findings.errors) lines.push_back(toText(file, error));
@@ -81,7 +127,7 @@ Rows Answers::check() const {
 }
 
 Rows Answers::clear(const Control::Request &request) {
-  if (request.argument != "counters") throw std::invalid_argument("'clear' needs 'counters'");
+  if (request.argument != "counters") throw needs(request.verb);
   const auto &coll = *process_.system.clearConfigColl;
   bool found = request.vrf.empty();
   for (const L3::VrfName &vrf : coll.vrfClearConfig().keys()) {

@@ -2,19 +2,13 @@
 #pragma once
 
 #include <functional>
-#include <map>
-#include <memory>
 
-#include "agent/Agent.h"
 #include "daemon/ConfigFile.h"
-#include "daemon/Options.h"
-#include "daemon/VrfHost.h"
+#include "daemon/show/Process.h"
 #include "daemon/show/Show.h"
 #include "platform/tracelet/Sinks.h"
 
 namespace Routing::Pim::Bsr {
-
-using VrfHosts = std::map<L3::VrfName, std::unique_ptr<VrfHost>>;
 
 /// Reads the process that it is asked about and, for the verbs that say so, writes to it. Whatever is
 /// wrong with a request becomes the reply.
@@ -22,14 +16,15 @@ class Answers {
  public:
   /// The process; all of it outlives the answers.
   struct Process {
-    const Options &options;
     const Orb::Clock &clock;
+    const Statehub::Store &store;
     SystemState &system;
     const VrfHosts &hosts;
     const Agent &agent;
+    const Loading &loading;
     const Configuration &configuration;
     const Tracelet::RingSink &log;
-    std::function<std::vector<std::string>()> reload;  ///< gives every error
+    std::function<bool()> reload;  ///< false when `loading` has the errors
   };
 
   explicit Answers(Process process) : process_(std::move(process)) {}
@@ -40,12 +35,17 @@ class Answers {
   std::string reply(std::string_view line);
 
  private:
+  struct Handler;
+
   Rows answer(const Control::Request &request);
-  Rows show(const Control::Request &request) const;
-  Rows reload();
-  Rows check() const;
+  Rows show(const Control::Request &request);
+  Rows reload(const Control::Request &request);
+  Rows check(const Control::Request &request);
   Rows clear(const Control::Request &request);
-  Rows traceLevels(const std::string &level);
+  Rows traceLevels(const Control::Request &request);
+  Rows redundancy(const Control::Request &request);
+  Rows stage(const Control::Request &request);
+  ProcessView processView() const;
   VrfView view(const L3::VrfName &vrf, const VrfHost &host) const;
   std::vector<VrfView> views(const std::string &vrf) const;
 

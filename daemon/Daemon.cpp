@@ -27,13 +27,16 @@ Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configur
       system_(store_, family),
       signals_(loop_.context(), SIGTERM, SIGINT, SIGHUP),
       agent_(makeAgent(family, {store_, loop_, loop_, random_})),
-      answers_({options_, loop_, system_, hosts_, *agent_, configuration_, log_, [this] { return reload(); }}) {
+      stateFile_({options.state, family, StateFile::thisBoot()}, system_.statusColl, loop_, wheel_),
+      answers_({loop_, store_, system_, hosts_, *agent_, loading_, configuration_, log_, [this] { return reload(); }}) {
   Tracelet::Registry::instance().sinkAdd(log_);
   control_.emplace(loop_.context(), options.socket, [this](std::string_view line) { return reply(line); });
+  loading_.file = options.config;
   apply(configuration);
   for (const auto &[vrf, host] : hosts_) {
     if (host->isForbidden()) throw std::runtime_error("VRF " + vrf.text() + ": " + host->reason());
   }
+  stateFile_.load();
   agent_->doInit();
   awaitSignal();
   TRACELET(trace, 3, "Started with " << hosts_.size() << " VRFs");
@@ -42,6 +45,7 @@ Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configur
 Daemon::~Daemon() {
   TRACELET(trace, 3, "Stopping");
   control_.reset();
+  stateFile_.save();
   agent_.reset();
   hosts_.clear();
 }
@@ -55,21 +59,24 @@ void Daemon::awaitSignal() {
   });
 }
 
-std::vector<std::string> Daemon::reload() {
+bool Daemon::reload() {
   const LoadedConfiguration loaded = configurationForHere(options_.config, family_);
-  std::vector<std::string> errors;
-  for (const Finding &error : loaded.findings.errors) errors.push_back(toText(options_.config, error));
-  for (const std::string &error : errors) TRACELET(trace, 1, error);
-  if (!errors.empty()) {
+  if (!loaded.good()) {
+    loading_.error.clear();
+    for (const Finding &error : loaded.findings.errors) {
+      const std::string line = toText(options_.config, error);
+      TRACELET(trace, 1, line);
+      loading_.error += (loading_.error.empty() ? "" : "\n") + line;
+    }
     TRACELET(trace, 1, "The configuration stays as it was");
-    return errors;
+    return false;
   }
   for (const Finding &warning : loaded.findings.warnings) {
     TRACELET(trace, 2, "warning: " << toText(options_.config, warning));
   }
   apply(loaded.configuration);
   TRACELET(trace, 3, "Configuration loaded from " << options_.config);
-  return errors;
+  return true;
 }
 
 // VRFs that go do so first: another may take over their namespace.
@@ -78,6 +85,8 @@ void Daemon::apply(const Configuration &configuration) {
     if (!configuration_.pim.contains(vrf)) vrfDel(vrf);
   }
   configurationApply(configuration_, *system_.configColl, *system_.aclCli);
+  loading_.at = timestamp();
+  loading_.error.clear();
   const VrfHost::Process process{loop_, watcher_, wheel_, random_, system_};
   for (const auto &[vrf, pim] : configuration_.pim) {
     std::unique_ptr<VrfHost> &host = hosts_[vrf];

@@ -7,6 +7,8 @@
 
 #include "daemon/Answers.h"
 #include "daemon/ControlServer.h"
+#include "daemon/Options.h"
+#include "daemon/StateFile.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -24,8 +26,8 @@ class Daemon {
   void stop() { loop_.stop(); }
   Linux::EventLoop &loop() { return loop_; }
 
-  /// Reads the file again. Every error, as FILE:PATH: message; none when it was applied.
-  std::vector<std::string> reload();
+  /// Reads the file again. False when it has errors and was not applied.
+  bool reload();
   /// The reply line to a request line of the control protocol.
   std::string reply(std::string_view line) { return answers_.reply(line); }
 
@@ -50,8 +52,10 @@ class Daemon {
   boost::asio::signal_set signals_;
   std::optional<ControlServer> control_;
   Configuration configuration_;
+  Loading loading_;
   VrfHosts hosts_;
   std::unique_ptr<Agent> agent_;
+  StateFile stateFile_;
   Answers answers_;
 };
 

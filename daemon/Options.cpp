@@ -20,7 +20,9 @@ po::options_description describe(Pax::AddressFamily family) {
       ("config", po::value<std::string>()->value_name("FILE")->default_value(Control::defaultConfigFile(family)),
        "the configuration file")  //
       ("socket", po::value<std::string>()->value_name("PATH")->default_value(Control::defaultSocket(family)),
-       "the socket that pimbsrctl talks to")                                        //
+       "the socket that pimbsrctl talks to")  //
+      ("state", po::value<std::string>()->value_name("FILE")->default_value(Control::defaultStateFile(family)),
+       "what was learned, kept for a restart")                                      //
       ("check", "validate the configuration and exit: 0 good, 2 with every error")  //
       ("schema", "print the JSON Schema of the configuration file and exit")        //
       ("trace", po::value<Texts>()->value_name("MODULE=LEVEL")->composing(),
@@ -46,7 +48,11 @@ Options optionsFrom(Pax::AddressFamily family, const std::vector<std::string> &a
     // No operands are taken, and no option may be shortened.
     const int style = po::command_line_style::unix_style & ~po::command_line_style::allow_guessing;
     po::store(po::command_line_parser(arguments).options(described).positional({}).style(style).run(), given);
-    Options options{actionOf(given), given["config"].as<std::string>(), given["socket"].as<std::string>(), {}};
+    Options options{actionOf(given),
+                    given["config"].as<std::string>(),
+                    given["socket"].as<std::string>(),
+                    given["state"].as<std::string>(),
+                    {}};
     if (given.count("trace")) {
       for (const std::string &text : given["trace"].as<Texts>()) options.trace.push_back(traceLevelFrom(text));
     }

@@ -21,6 +21,7 @@ struct Options {
   Action action = Action::run;
   std::string config;
   std::string socket;
+  std::string state;
   std::vector<std::pair<std::string, int>> trace;  ///< module, level
 };
 

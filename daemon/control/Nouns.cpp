@@ -16,6 +16,22 @@ constexpr Column expires{"expires", "seconds until it ends"};
 constexpr Column active{"active", "whether it is in force"};
 constexpr Column reason{"reason", "what of it is not in force, and why"};
 
+constexpr std::array agent{
+    Column{"agent", "PimBsr or PimBsr6"},
+    Column{"version", "its version"},
+    Column{"redundancy", "active or standby"},
+    Column{"shutdown", "whether a hitless shutdown was asked for"},
+    Column{"pendingVrfs", "the VRFs that are not ready for it"},
+    Column{"file", "the configuration file"},
+    Column{"loadedAt", "when the configuration in force was loaded"},
+    Column{"lastError", "why a reload since then was refused"},
+};
+constexpr std::array vrfs{
+    vrf,
+    Column{"namespace", "its network namespace; empty for the one that the agent started in"},
+    Column{"state", "unknown, known or running"},
+    Column{"reason", "what it still waits for"},
+};
 constexpr std::array bsr{
     vrf,
     zone,
@@ -133,10 +149,18 @@ constexpr std::array config{
     Column{"intfConfig", "borders of each interface"},
     Column{"acl", "the ACLs"},
 };
+constexpr std::array state{
+    Column{"path", "where it stands in the state store"},
+    Column{"type", "what stands there; with a PATH, which may lead on into it, what it holds, as JSON"},
+};
 constexpr std::array finding{Column{"line", "FILE:PATH: message"}};
 constexpr std::array log{Column{"line", "time, module, level and text"}};
 
+constexpr Noun entity{"entity", "what an entity holds", state, Noun::Layout::file};
+
 constexpr std::array allNouns{
+    Noun{"agent", "the agent itself", agent, Noun::Layout::fields},
+    Noun{"vrf", "every configured VRF, and whether the agent runs there", vrfs},
     Noun{"bsr", "the elected BSR of each scope zone", bsr},
     Noun{"candidate-bsr", "this router's candidacies for BSR", candidateBsr},
     Noun{"candidate-rp", "this router's candidate RPs", candidateRp},
@@ -149,6 +173,7 @@ constexpr std::array allNouns{
     Noun{"neighbors", "the PIM neighbours", neighbors},
     Noun{"counters", "message counters of each VRF", counters, Noun::Layout::fields, true},
     Noun{"config", "the configuration in force with its defaults, to be loaded again", config, Noun::Layout::file},
+    Noun{.name = "state", .help = "the state store", .columns = state, .operand = "[PATH]", .about = &entity},
     Noun{"log", "the last trace lines", log, Noun::Layout::lines},
 };
 
@@ -161,6 +186,8 @@ constexpr std::array allVerbs{
     Verb{"check", "", "validate the configuration file and load nothing", false, &findings},
     Verb{"reload", "", "read the configuration file again", false},
     Verb{"clear", "counters", "set the message counters to zero", false},
+    Verb{"redundancy", "active|standby", "run, or stand by: keep what was learned and send nothing", false},
+    Verb{"stage", "boot|shutdown STAGE", "run a stage of an upgrade; tell whether it is complete", false},
 };
 
 template <class Entry>

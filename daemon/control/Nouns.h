@@ -27,7 +27,8 @@ struct Noun {
   Layout layout = Layout::table;
   /// Rows have further fields, which come in front of the last columns.
   bool hasMore = false;
-  const char *operand = "";  ///< what the noun has to be given, as the help shows it
+  const char *operand = "";     ///< what the noun is given, as the help shows it; in brackets if it may be left out
+  const Noun *about = nullptr;  ///< how the rows about an operand are laid out, where that differs
 };
 
 struct Verb {

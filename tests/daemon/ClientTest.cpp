@@ -17,6 +17,10 @@ TEST(CommandLine, TheClientTakesVerbNounAndOptionsInAnyOrder) {
   EXPECT_EQ(Control::optionsFrom({"trace", "*=9"}).request.argument, "*=9");
   EXPECT_EQ(Control::optionsFrom({"clear", "counters"}).request.argument, "counters");
   EXPECT_EQ(Control::optionsFrom({"show", "rp", "225.1.1.1"}).request.argument, "225.1.1.1");
+  EXPECT_EQ(Control::optionsFrom({"stage", "boot", "NetworkAgent"}).request.argument, "boot NetworkAgent");
+  EXPECT_EQ(Control::optionsFrom({"show", "state"}).noun->layout, Control::Noun::Layout::table);
+  EXPECT_EQ(Control::optionsFrom({"show", "state", "a/b"}).noun->layout, Control::Noun::Layout::file);
+  EXPECT_EQ(Control::optionsFrom({"show", "state", "a/b"}).request.argument, "a/b");
   EXPECT_EQ(Control::optionsFrom({"reload"}).socket, "/run/pimbsr/PimBsr.sock");
 
   const std::vector<std::vector<std::string>> bad{
@@ -29,6 +33,10 @@ TEST(CommandLine, TheClientTakesVerbNounAndOptionsInAnyOrder) {
       {"show", "rp", "225.1.1.1", "more"},
       {"reload", "now"},
       {"clear"},
+      {"redundancy"},
+      {"stage", "boot"},
+      {"stage", "boot", "NetworkAgent", "more"},
+      {"show", "state", "a/b", "more"},
       {"show", "bsr", "-4", "-6"},
       {"show", "bsr", "--js"},
       {"show", "bsr", "--socket"},

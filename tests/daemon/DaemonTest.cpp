@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "ctl/Client.h"
+#include "daemon/control/Nouns.h"
 #include "tests/daemon/TemporaryDirectory.h"
 
 namespace Routing::Pim::Bsr {
@@ -15,7 +16,10 @@ namespace {
 /// A daemon whose VRFs wait for namespaces that never come, so that it needs no privilege.
 class DaemonTest : public ::testing::Test {
  protected:
-  DaemonTest() { options.config = directory.path() + "/c.json", options.socket = directory.path() + "/s"; }
+  DaemonTest() {
+    options.config = directory.path() + "/c.json", options.socket = directory.path() + "/s";
+    options.state = directory.path() + "/state";
+  }
 
   void write(const std::string &text) { std::ofstream(options.config) << text; }
   void start() {
@@ -138,6 +142,58 @@ TEST_F(DaemonTest, CountersAreClearedInTheVrfNamedOrInAll) {
   EXPECT_EQ(ask({"clear", "", "", "rps"}), "'clear' needs 'counters'");
   EXPECT_EQ(ask({"reload", "", "", "now"}), "'reload' takes no argument");
   EXPECT_EQ(ask({"show", "config", "", "now"}), "'config' takes no argument");
+}
+
+TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
+  write(R"({"pim": {"no-such-ns-a": {}, "no-such-ns-b": {}}})");
+  start();
+  const std::string good = daemon->reply(R"({"verb": "show", "noun": "agent"})");
+  write("{");
+  ask({"reload", "", "", ""});
+  const std::string state = "routing/pim/bsr/config";
+  struct Case {
+    Control::Request request;
+    std::string answer;  ///< as it begins
+  };
+  const Case cases[] = {
+      {{"show", "vrf", "no-such-ns-b", ""},
+       R"([{"vrf":"no-such-ns-b","namespace":"no-such-ns-b","state":"known","reason":"namespace no-such-ns-b"}])"},
+      {{"show", "vrf", "red", ""}, "\"there is no VRF 'red'\""},
+      {{"show", "agent", "", "now"}, "\"'agent' takes no argument\""},
+      {{"show", "state", "", ""}, R"([{"path":"acl/config/cli","type":"Config"},)"},
+      {{"show", "state", "", state + "/vrfConfig/no-such-ns-a/holdTime"}, "[130]"},
+      {{"show", "state", "", state + "s"}, "\"there is no state under 'routing/pim/bsr/configs'\""},
+      {{"redundancy", "", "", "standby"}, R"([{"redundancy":"standby"}])"},
+      {{"show", "vrf", "no-such-ns-a", ""},
+       R"([{"vrf":"no-such-ns-a","namespace":"no-such-ns-a","state":"unknown","reason":"namespace)"},
+      {{"redundancy", "", "", "sleeping"}, "\"'redundancy' needs 'active|standby'\""},
+      {{"show", "state", "", "redundancy/status"}, R"([{"mode":"standby","protocol":"hotStandby"}])"},
+      {{"redundancy", "", "", "active"}, R"([{"redundancy":"active"}])"},
+      {{"stage", "", "", "boot NetworkAgent"}, R"([{"kind":"boot","stage":"NetworkAgent","complete":true}])"},
+      {{"stage", "", "", "boot Weather"}, R"([{"kind":"boot","stage":"Weather","complete":false}])"},
+      {{"stage", "", "", "shutdown"}, "\"'stage' needs 'boot|shutdown STAGE'\""},
+      {{"stage", "", "", "reboot NetworkAgent"}, "\"'stage' needs 'boot|shutdown STAGE'\""},
+      {{"stage", "", "", "shutdown NetworkAgentShutdown"}, R"([{"kind":"shutdown",)"},
+      {{"stage", "", "", "shutdown NetworkAgentShutdown"},
+       R"([{"kind":"shutdown","stage":"NetworkAgentShutdown","complete":true}])"},
+  };
+  for (const Case &one : cases) {
+    EXPECT_EQ(ask(one.request).dump().substr(0, one.answer.size()), one.answer) << Control::toLine(one.request);
+  }
+  for (const char *noun : {"agent", "vrf", "state"}) {
+    Names names, columns;
+    const Rows rows = ask({"show", noun, "", ""});
+    for (const auto &member : rows[0].items()) names.push_back(member.key());
+    for (const Control::Column &column : Control::nounOf(noun)->columns) columns.emplace_back(column.name);
+    EXPECT_EQ(names, columns);
+  }
+  const Rows agent = ask({"show", "agent", "", ""})[0];
+  EXPECT_EQ(agent["redundancy"], "active");
+  EXPECT_EQ(agent["shutdown"], true);
+  EXPECT_EQ(agent["pendingVrfs"], Rows::array());
+  EXPECT_EQ(agent["lastError"].get<std::string>().find(options.config + ":1:"), 0u) << agent;
+  EXPECT_NE(good.find(R"("shutdown":false)"), good.npos);
+  EXPECT_NE(good.find(R"("lastError":null)"), good.npos);
 }
 
 TEST_F(DaemonTest, ASecondAgentOnTheSocketIsRefused) {
