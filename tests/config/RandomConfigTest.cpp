@@ -115,7 +115,7 @@ class World {
   }
 
  private:
-  void handleSzTimeout() { szTimeout = std::max<uint64_t>(config_->szTimeout(), config_->holdTime() * 10); }
+  void handleSzTimeout() { szTimeout = std::max<uint64_t>(config_->szTimeout(), uint64_t{config_->holdTime()} * 10); }
 
   /// Brings one line to the entities; `nothing` takes it away.
   void carry(const Words &at, const std::string &value) {
