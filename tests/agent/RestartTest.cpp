@@ -1,0 +1,119 @@
+// An agent that starts on the status of an earlier one.
+#include <gtest/gtest.h>
+
+#include "tests/agent/World.h"
+
+namespace Test {
+namespace {
+
+using Restart = BothFamilies;
+
+/// Notes what comes (+) and goes (-) in the configured parts of a VRF's status.
+struct Recorder : Bsr::Status::Notifiee {
+  explicit Recorder(const Kiv::Ptr<Bsr::Status> &status) { notifierIs(status); }
+  void onCbsr(const Pax::IpGenPrefix &zone) override { noted += notifier()->cbsr(zone) ? '+' : '-'; }
+  void onCrp(const Pax::IpGenAddr &rp) override { noted += notifier()->crp(rp) ? '+' : '-'; }
+  void onBsBorder(const Pax::IpGenPrefix &zone) override { noted += notifier()->bsBorder(zone) ? '+' : '-'; }
+  std::string noted;
+};
+
+TEST_P(Restart, RemovesWhatIsConfiguredNoMoreBeforeItWritesAnythingNew) {
+  const Pax::IpGenPrefix global = a.global(), scope = a.scope(5), other = a.scope(7);
+  const Pax::IntfId eth1("default", "eth1");
+  const auto unchanged = [](World &) {};
+  const auto smaller = [&](World &w) {
+    w.config("default").bsrCandidateConfig({"default", "lo50"})->groupDel(scope);
+    w.config("default").rpCandidateConfigDel({"default", "lo51"});
+    w.system.configColl->intfConfigDel(eth1);
+  };
+  const auto different = [&](World &w) {
+    smaller(w);
+    w.candidateIs("default", other, 50);
+    w.candidateRpIs("default", a.group(2), 52);
+    w.system.configColl->intfConfigIs(eth1)->bsrBorderGrpIs(a.scope(8));
+  };
+  struct Row {
+    const char *name;
+    std::function<void(World &)> edit;
+    std::string noted;
+    std::vector<Pax::IpGenPrefix> zones;
+    std::vector<Pax::IpGenAddr> rps;
+    std::vector<Pax::IpGenPrefix> borders;
+  };
+  for (const Row &row : {Row{"unchanged", unchanged, "", {global, scope}, {a.host(51)}, {a.scope(6)}},
+                         Row{"smaller", smaller, "---", {global}, {}, {}},
+                         Row{"different", different, "---+++", {global, other}, {a.host(52)}, {a.scope(8)}}}) {
+    SCOPED_TRACE(row.name);
+    World w(GetParam());
+    w.add("default").interfaces->intfStatusIs(eth1);
+    w.candidateIs("default", global, 50);
+    w.candidateIs("default", scope, 50);
+    w.candidateRpIs("default", a.group(1), 51);
+    w.system.configColl->intfConfigIs(eth1)->bsrBorderGrpIs(a.scope(6));
+    w.start();
+    w.advance(w.bestDelay() + 1);
+    const Kiv::Ptr<Bsr::Status> status = w.status("default");
+    ASSERT_TRUE(status->cbsr(global)->elected() && status->cbsr(scope)->elected());
+    const double since = w.bsr("default")->setupTime();
+    w.stop();
+    w.advance(7);
+    row.edit(w);
+    const Recorder recorder(status);
+    w.start();
+    EXPECT_EQ(recorder.noted, row.noted);
+    EXPECT_EQ(status->cbsr().keys(), row.zones);
+    EXPECT_EQ(status->crp().keys(), row.rps);
+    EXPECT_EQ(status->bsBorder().keys(), row.borders);
+    EXPECT_EQ(status->cbsr(global)->state(), Bsr::BsrCandidateState::eBsr);
+    EXPECT_EQ(w.bsr("default")->setupTime(), since);
+    w.advance(3000);
+    EXPECT_EQ(status->bootstrapRouter().keys(), row.zones) << "a zone that was given up ends";
+  }
+}
+
+TEST_P(Restart, WhatWasLearnedLastsForTheTimeoutAndTheRestOfItsHoldTime) {
+  for (const bool standby : {false, true}) {
+    World w(GetParam());
+    World::Vrf &vrf = w.add("default");
+    w.start();
+    vrf.hear(Bsm(a.host(60)).group(a.group(1), {{a.host(70), 150, 1}}).group(a.group(2), {{a.host(71), 400, 1}}));
+    w.advance(50);
+    standby ? w.standbyIs(true) : w.stop();
+    w.advance(50);
+    const auto published = *w.system.rpCandidateStatusColl->vrfStatus("default");
+    const auto rps = [&] { return published->crpSet().size(); };
+    EXPECT_EQ(rps(), 2u);
+    standby ? w.standbyIs(false) : w.start();
+    w.advance(49.9);
+    EXPECT_EQ(rps(), 2u);
+    w.advance(0.2);
+    EXPECT_EQ(rps(), 1u) << "150 seconds have passed since it was told";
+    w.advance(79.7);
+    EXPECT_EQ(w.bsr("default")->ipAddr(), a.host(60));
+    w.advance(0.2);
+    EXPECT_FALSE(w.bsr("default")) << "130 seconds after the start";
+    EXPECT_EQ(vrf.sent(), 1u) << "nothing but the message that was passed on";
+  }
+}
+
+TEST_P(Restart, ForgetsVrfsThatAreGoneAndRpsThatNoZoneKnows) {
+  w.add("default");
+  w.add("blue");
+  w.start();
+  w.stop();
+  w.system.vrfDel("blue");
+  const auto published = *w.system.rpCandidateStatusColl->vrfStatus("default");
+  published->crpSetIs(a.group(1))->rpIs(a.host(70));
+  const Kiv::Ptr<Bsr::Status> blue = w.status("blue");
+  w.start();
+  EXPECT_FALSE(w.status("blue"));
+  EXPECT_FALSE(w.system.rpCandidateStatusColl->vrfStatus("blue"));
+  EXPECT_TRUE(published->crpSet().empty());
+  w.add("blue");
+  EXPECT_NE(w.status("blue"), blue);
+}
+
+FOR_BOTH_FAMILIES(Restart);
+
+}  // namespace
+}  // namespace Test
