@@ -79,7 +79,9 @@ StateFile::~StateFile() = default;
 std::string StateFile::thisBoot() {
   std::string boot;
   std::getline(std::ifstream("/proc/sys/kernel/random/boot_id"), boot);
-  return boot;
+  std::error_code error;
+  const auto network = std::filesystem::read_symlink("/proc/self/ns/net", error);
+  return boot.empty() || error ? "" : boot + " " + network.string();
 }
 
 void StateFile::handleChange() {

@@ -11,7 +11,8 @@ namespace Routing::Pim::Bsr {
 
 /// Holds of each VRF the elected BSRs, the RPs learned and this router's own elections, in the form of
 /// the generic view of the store; the rest of the status follows from the configuration. Its times are
-/// of the boot clock, so it counts for one boot of the machine only.
+/// of the boot clock, so it counts for one boot of the machine only, and for agents in one network
+/// namespace: another one's interfaces have other neighbours.
 ///
 /// It is written, under another name first, on save() and after changes, at most every five seconds.
 /// Changes come with messages or with a BSR's end and are noticed by these; RPs that expire in between
@@ -21,7 +22,7 @@ class StateFile {
   struct Identity {
     std::string path;
     Pax::AddressFamily af;
-    std::string boot;  ///< of the machine; empty if not known, then no file is of this boot
+    std::string boot;  ///< as of thisBoot(); when empty, no file is of this boot
   };
 
   StateFile(Identity identity, const Kiv::Ptr<StatusColl> &statusColl, const Orb::Clock &clock,
@@ -36,7 +37,7 @@ class StateFile {
   /// Writes the file if it would change. The first of several failures is traced.
   void save();
 
-  /// Of the running machine; empty if it cannot be read.
+  /// The boot of the machine and the network namespace of the process; empty if that cannot be read.
   static std::string thisBoot();
 
  private:
