@@ -96,7 +96,8 @@ json candidateJson(const BsrCandidate &candidate) {
 json learnedJson(const RpCandidateStatus &learned) {
   json sets = json::object();
   for (const auto &[prefix, set] : learned.crpSet()) {
-    sets[Kiv::toText(Kiv::toValue(prefix))] = toJson(*set).at("rp");
+    json saved = toJson(*set);
+    sets[Kiv::toText(Kiv::toValue(prefix))] = std::move(saved.at("rp"));
   }
   return sets;
 }
@@ -118,7 +119,7 @@ json savedJson(const Status &status) {
   for (const auto &[zone, learned] : status.crpStatus()) {
     if (learned->status()) crp[text(zone)] = learnedJson(*learned->status());
   }
-  return {{"cbsr", cbsr}, {"bootstrapRouter", bsr}, {"crpStatus", crp}};
+  return {{"cbsr", std::move(cbsr)}, {"bootstrapRouter", std::move(bsr)}, {"crpStatus", std::move(crp)}};
 }
 
 void readStatus(const json &json, const SavedRange &range, Status &status) { Reader(range, status).read(json); }

@@ -116,7 +116,8 @@ void StateFile::read(const nlohmann::json &json, StatusColl &statusColl) const {
 std::string StateFile::text() const {
   auto vrfs = nlohmann::json::object();
   for (const auto &[vrf, status] : statusColl_->vrfStatus()) vrfs[vrf.text()] = savedJson(*status);
-  const nlohmann::json json{{"agent", agentName(identity_.af)}, {"boot", identity_.boot}, {"vrfStatus", vrfs}};
+  const nlohmann::json json{
+      {"agent", agentName(identity_.af)}, {"boot", identity_.boot}, {"vrfStatus", std::move(vrfs)}};
   return json.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
