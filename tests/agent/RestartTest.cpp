@@ -102,6 +102,7 @@ TEST_P(Restart, ForgetsVrfsThatAreGoneAndRpsThatNoZoneKnows) {
   w.start();
   w.stop();
   w.system.vrfDel("blue");
+  w.system.pimDel("default");
   const auto published = *w.system.rpCandidateStatusColl->vrfStatus("default");
   published->crpSetIs(a.group(1))->rpIs(a.host(70));
   const Kiv::Ptr<Bsr::Status> blue = w.status("blue");

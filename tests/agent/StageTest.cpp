@@ -77,11 +77,16 @@ TEST_P(Stages, AShutdownThatIsAskedForAgainIsCompleteAtOnceAndANewProcessKnowsOf
   Tracelet::CaptureSink log;
   w.add("default");
   w.candidateRpIs("default", a.group(1), 51);
+  w.system.pimDel("default");
   w.start();
   const auto interval = [&] { return w.status("default")->crp(a.host(51))->interval().number(); };
   w.system.shutdownStageInput->stageIs(shutdown);
+  w.pimIs("default");
   w.advance(1);
+  EXPECT_FALSE(w.system.shutdownStageStatus->completeStage(shutdown)) << "a VRF came first";
   w.add("late");
+  w.system.pimDel("late");
+  w.pimIs("late");
   EXPECT_TRUE(log.contains("(), No VRFs have completed."));
   w.advance(5);
   EXPECT_TRUE(log.contains("(), in progress for VRF late"));

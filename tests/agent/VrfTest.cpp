@@ -51,7 +51,6 @@ TEST_P(VrfLife, AVrfRunsExactlyWhileEverythingItNeedsIsThere) {
   };
   for (const Row &row : rows) row.take();
   w.start();
-  w.agent->doInit();  // once more does no harm
   for (const Row &row : rows) {
     expectWaiting(row);
     row.give();
@@ -68,6 +67,9 @@ TEST_P(VrfLife, AVrfRunsExactlyWhileEverythingItNeedsIsThere) {
   }
   EXPECT_EQ(w.status("blue"), status);
   EXPECT_EQ(w.agent->container("blue"), container);
+  w.agent->doInit();  // once more does no harm
+  w.system.aclCli->aclIs("A");
+  EXPECT_TRUE(container->ipAclConfig->acl("A"));
 }
 
 TEST_P(VrfLife, TheDefaultVrfNeedsNoNamespaceAndNobodyTakesItsPath) {
@@ -104,6 +106,10 @@ TEST_P(VrfLife, AStartThatWaitsOrIsDisturbedHappensOnce) {
     w.start();
     w.stop();  // while it waits
     w.start();
+    w.system.mribStatusColl->vrfStatusDel("blue");
+    w.store.publish(path, channel);
+    EXPECT_FALSE(w.runs("blue")) << "waits for something else now";
+    w.store.withdraw(path);
     lookAgain(w);
     EXPECT_FALSE(w.runs("blue"));
     const Meddler meddler(w.status("blue"), [&] { disturbance(w); });
@@ -189,6 +195,8 @@ TEST_P(VrfLife, BorderConfigurationFollowsAnInterfaceFromVrfToVrf) {
     w.system.configColl->intfConfigIs(vrf[name]->intf("eth5"))->bsrBorderGrpIs(a.scope(6));
   };
   const auto borderDel = [&](const char *name) { w.system.configColl->intfConfigDel(vrf[name]->intf("eth5")); };
+  const Action pimOff = [&] { w.system.pimGlobalStatus->enabledVrfDel("blue"); };
+  const Action pimOn = [&] { w.system.pimGlobalStatus->enabledVrfIs("blue"); };
   struct Row {
     const char *what;
     Action action;
@@ -203,20 +211,23 @@ TEST_P(VrfLife, BorderConfigurationFollowsAnInterfaceFromVrfToVrf) {
       {"is no border while stopped", [&] { borderDel("blue"); }, "blue ", ""},
       {"starts", [&] { w.pimIs("blue"); }, "", ""},
       {"is a border again", [&] { borderIs("blue"); }, "blue ", "blue "},
-      {"goes while stopped", [&] { w.system.pimDel("blue"), go("blue"); }, "blue ", "blue "},
-      {"starts without", [&] { w.pimIs("blue"); }, "", ""},
-      {"comes while stopped", [&] { w.system.pimDel("blue"), come("blue"); }, "", ""},
-      {"starts with", [&] { w.pimIs("blue"); }, "blue ", "blue "},
-      {"VRF deleted and re-created with PIM to come",
-       [&] { w.system.vrfDel("blue"), w.add("blue"), w.system.pimGlobalStatus->enabledVrfDel("blue"); }, "blue ",
+      {"goes while stopped", [&] { pimOff(), go("blue"); }, "blue ", "blue "},
+      {"starts without", pimOn, "", ""},
+      {"comes while stopped", [&] { pimOff(), come("blue"); }, "", ""},
+      {"starts with", pimOn, "blue ", "blue "},
+      {"VRF deleted", [&] { w.system.vrfDel("blue"); }, "", ""},
+      {"re-created, with its interfaces and PIM to come",
+       [&] { w.system.vrfIs("blue"), w.system.allIntfStatusDir->vrfIntfStatusIs("blue", vrf["blue"]->interfaces); }, "",
        "blue "},
-      {"agent restarts with the VRF waiting", [&] { w.stop(), w.start(); }, "blue ", "blue "},
+      {"agent restarts while it waits", [&] { w.stop(), w.start(); }, "", "blue "},
+      {"PIM comes", [&] { w.add("blue"); }, "blue ", "blue "},
   };
   w.start();
   for (const Row &row : rows) {
     row.action();
     std::string borders, known;
     for (const char *name : {"default", "blue"}) {
+      if (!w.agent->container(name)) continue;
       if (Bsr::isBorder(*w.status(name), a.scope(6), vrf[name]->intf("eth5"))) borders += std::string(name) + ' ';
       if (!w.agent->container(name)->vrfIntfConfig->intfConfig().empty()) known += std::string(name) + ' ';
     }

@@ -52,7 +52,6 @@ class Life : public testing::TestWithParam<uint64_t> {
     return *hosts[box]->system().configColl->vrfConfigIs(router.vrf());
   }
   bool once(uint32_t chances) { return random.next() % chances == 0; }
-
   void standbyIs(Sim::Host &host, bool standby) {
     using Redundancy::ControllerMode;
     host.system().redundancyStatus->modeIs(standby ? ControllerMode::standby : ControllerMode::active);
@@ -86,16 +85,14 @@ class Life : public testing::TestWithParam<uint64_t> {
       case 4: return system.allVrfStatusLocal->vrfStatus(vrf) ? system.vrfDel(vrf) : vrfIs(host, router);
       case 5: return system.namespaceExistsIs(vrf, once(2));
       case 6: return router.intf(intf.intfId())->upIs(!intf.isUp());
-      case 7: return borderIs(system, intf.intfId(), once(2));
+      case 7:
+        if (once(2)) return system.configColl->intfConfigDel(intf.intfId());
+        return system.configColl->intfConfigIs(intf.intfId())
+            ->bsrBorderGrpIs(once(2) ? story.addresses.scope(5) : story.addresses.global());
       case 8: return once(2) ? config(box, router).bsrCandidateConfigDel(loopback(router)) : configureAll(box);
       case 9:
         if (router.intfs().size() < 3) router.join(lan);
     }
-  }
-  void borderIs(Bsr::SystemState &system, const Pax::IntfId &intfId, bool border) {
-    if (!border) return system.configColl->intfConfigDel(intfId);
-    system.configColl->intfConfigIs(intfId)->bsrBorderGrpIs(once(2) ? story.addresses.scope(5)
-                                                                    : story.addresses.global());
   }
   void repairAll() {
     for (uint32_t box = 0; box < boxes; ++box) {
