@@ -48,15 +48,6 @@ TEST_P(Hitless, TheBsrHearsOfTheLongerIntervalBeforeTheVrfIsCompleted) {
   EXPECT_FALSE(sm->hitlessTimer().armed());
 }
 
-TEST_P(Hitless, AVrfThatStartsDuringTheShutdownCompletesTooEvenWithoutRps) {
-  shutdown->shutdownIs(true);
-  startHitless();
-  v.advance(4.9);
-  EXPECT_FALSE(isCompleted());
-  v.advance(0.2);
-  EXPECT_TRUE(isCompleted());
-}
-
 TEST_P(Hitless, AMachineThatEndsOrWasNeverAskedCompletesNothing) {
   startHitless();
   shutdown->shutdownIs(true);
