@@ -18,7 +18,16 @@ namespace {
 
 Tracelet::Module trace("Pim::Bsr::StateFile");
 
+namespace fs = std::filesystem;
+
 constexpr double saveInterval = 5;
+
+/// A device is neither read nor replaced.
+bool isOther(const std::string &path) {
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  return fs::exists(status) && !fs::is_regular_file(status);
+}
 
 }  // namespace
 
@@ -80,7 +89,7 @@ std::string StateFile::thisBoot() {
   std::string boot;
   std::getline(std::ifstream("/proc/sys/kernel/random/boot_id"), boot);
   std::error_code error;
-  const auto network = std::filesystem::read_symlink("/proc/self/ns/net", error);
+  const auto network = fs::read_symlink("/proc/self/ns/net", error);
   return boot.empty() || error ? "" : boot + " " + network.string();
 }
 
@@ -89,9 +98,10 @@ void StateFile::handleChange() {
 }
 
 void StateFile::load() {
-  std::ifstream file(identity_.path);
-  if (!file) {
-    TRACELET(trace, 4, "No state is read from " << identity_.path << ": " << std::strerror(errno));
+  std::ifstream file;
+  if (!isOther(identity_.path)) file.open(identity_.path);
+  if (!file.is_open()) {
+    TRACELET(trace, 3, "There is no state to be read in " << identity_.path);
     return;
   }
   try {
@@ -137,7 +147,7 @@ void StateFile::save() {
 
 // What went wrong; empty when nothing did.
 std::string StateFile::write(const std::string &text) const {
-  namespace fs = std::filesystem;
+  if (isOther(identity_.path)) return "it is no regular file";
   const std::string fresh = identity_.path + ".new";
   try {
     const fs::path directory = fs::path(identity_.path).parent_path();

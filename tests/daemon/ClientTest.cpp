@@ -50,6 +50,7 @@ TEST(CommandLine, TheAgentHasTheDefaultsOfItsFamilyAndRefusesTheRest) {
   const auto options = Bsr::optionsFrom(ipv6, {"--trace", "A=1", "--check", "--trace=*=9"});
   EXPECT_EQ(options.action, Bsr::Options::Action::check);
   EXPECT_EQ(options.config, "/etc/pimbsr/PimBsr6.json");
+  EXPECT_EQ(options.state, "/run/pimbsr/PimBsr6.state");
   EXPECT_EQ(options.socket, "/run/pimbsr/PimBsr6.sock");
   EXPECT_EQ(options.trace, (std::vector<std::pair<std::string, int>>{{"A", 1}, {"*", 9}}));
   for (const std::vector<std::string> &arguments : std::vector<std::vector<std::string>>{

@@ -1,6 +1,7 @@
 #include "daemon/StateFile.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <fstream>
 #include <sstream>
@@ -142,6 +143,12 @@ TEST_P(StateFileTest, AFileThatCannotBeWrittenIsTracedOnceUntilItCan) {
   file.save();
   EXPECT_EQ(sink.count("cannot be saved in " + path), 1u);
   std::filesystem::remove(directory.path() + "/run");
+  std::filesystem::create_directory(directory.path() + "/run");
+  ::mkfifo(path.c_str(), 0600);
+  file.save();
+  EXPECT_TRUE(loaded()->vrfStatus().empty());
+  EXPECT_TRUE(std::filesystem::is_fifo(path)) << "nothing but a file is replaced";
+  std::filesystem::remove(path);
   file.save();
   EXPECT_FALSE(text().empty());
 }
