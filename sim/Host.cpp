@@ -1,6 +1,7 @@
 #include "sim/Host.h"
 
 #include "platform/sim/Network.h"
+#include "platform/tracelet/Require.h"
 
 namespace Sim {
 
@@ -60,6 +61,12 @@ void Host::storeNew() {
 
 void Host::powerIs(bool power) {
   for (Router *router : vrfs_) router->powerIs(power);
+}
+
+const Bsr::Status &Host::status() const {
+  const auto status = system_.statusColl->vrfStatus(vrf);
+  REQUIRE(status);
+  return *status;
 }
 
 Pax::IpGenAddr Host::bsr(const Pax::IpGenPrefix &zone) const {

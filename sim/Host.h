@@ -32,7 +32,7 @@ class Host {
   const std::vector<Router *> &vrfs() const { return vrfs_; }  ///< the default VRF first
   Routing::Pim::Bsr::SystemState &system() { return system_; }
   Routing::Pim::Bsr::Config &config() { return *system_.configColl->vrfConfigIs(vrf); }
-  const Routing::Pim::Bsr::Status &status() const { return *system_.statusColl->vrfStatus(vrf); }
+  const Routing::Pim::Bsr::Status &status() const;
   const Routing::Pim::RpCandidateStatus &rpSet() const { return **system_.rpCandidateStatusColl->vrfStatus(vrf); }
   /// While it runs.
   const Routing::Pim::Bsr::Agent &agent() const { return *agent_; }

@@ -21,7 +21,8 @@ Router &Network::router(const std::string &name, const std::string &vrf) {
   Router *&router = routerByName_[name];
   if (!router) {
     const auto index = static_cast<uint32_t>(routers_.size());
-    router = routers_.emplace_back(std::make_unique<Router>(*this, name, vrf, index, seedFor(2 * index))).get();
+    router =
+        routers_.emplace_back(std::make_unique<Router>(*this, name, vrf, index, seedFor(2 * uint64_t{index}))).get();
   }
   return *router;
 }
@@ -30,8 +31,8 @@ Link &Network::linkIs(const std::string &name, const LinkParameters &parameters)
   REQUIRE(!linkByName_.contains(name));
   const auto index = static_cast<uint32_t>(links_.size());
   const Pax::IpGenPrefix subnet = linkSubnet(family_, index);
-  Link &link = *links_.emplace_back(
-      std::make_unique<Link>(time_, name, subnet, parameters, seedFor(2 * index + 1), [this] { topologyChanged(); }));
+  Link &link = *links_.emplace_back(std::make_unique<Link>(
+      time_, name, subnet, parameters, seedFor(2 * uint64_t{index} + 1), [this] { topologyChanged(); }));
   linkByName_[name] = &link;
   linkBySubnet_[subnet] = &link;
   return link;
