@@ -33,10 +33,10 @@ std::invalid_argument needs(const std::string &verb) {
 
 struct Answers::Handler {
   const char *verb;
-  Rows (Answers::*rows)(const Control::Request &request);
+  Rows (Answers::*rows)(const Control::Request &request) const;
 };
 
-std::string Answers::reply(std::string_view line) {
+std::string Answers::reply(std::string_view line) const {
   try {
     return Control::rowsLine(answer(Control::requestFromLine(line)));
   } catch (const std::exception &error) {
@@ -44,7 +44,7 @@ std::string Answers::reply(std::string_view line) {
   }
 }
 
-Rows Answers::answer(const Control::Request &request) {
+Rows Answers::answer(const Control::Request &request) const {
   const Control::Verb *verb = Control::verbOf(request.verb);
   if (!verb) throw std::invalid_argument("there is no verb '" + request.verb + "'");
   if (!verb->takesNoun && !*verb->operands && !request.argument.empty()) {
@@ -61,7 +61,7 @@ Rows Answers::answer(const Control::Request &request) {
   return show(request);
 }
 
-Rows Answers::traceLevels(const Control::Request &request) {
+Rows Answers::traceLevels(const Control::Request &request) const {
   const std::string &level = request.argument;
   std::string error;
   if (!level.empty() && !traceLevelIs(traceLevelFrom(level), error)) throw std::invalid_argument(error);
@@ -72,7 +72,7 @@ Rows Answers::traceLevels(const Control::Request &request) {
   return rows;
 }
 
-Rows Answers::show(const Control::Request &request) {
+Rows Answers::show(const Control::Request &request) const {
   const std::string &noun = request.noun;
   const Control::Noun *known = Control::nounOf(noun);
   if (!known) throw std::invalid_argument("there is no noun '" + noun + "'");
@@ -90,7 +90,7 @@ ProcessView Answers::processView() const {
 }
 
 // The mode first, so that nobody takes an active agent for a standby one in between.
-Rows Answers::redundancy(const Control::Request &request) {
+Rows Answers::redundancy(const Control::Request &request) const {
   const bool standby = request.argument == "standby";
   if (!standby && request.argument != "active") throw needs(request.verb);
   using Mode = Redundancy::ControllerMode;
@@ -99,7 +99,7 @@ Rows Answers::redundancy(const Control::Request &request) {
   return Rows::array({{{"redundancy", request.argument}}});
 }
 
-Rows Answers::stage(const Control::Request &request) {
+Rows Answers::stage(const Control::Request &request) const {
   const size_t blank = request.argument.find(' ');
   const std::string kind = request.argument.substr(0, blank);
   const std::string name = blank == std::string::npos ? "" : request.argument.substr(blank + 1);
@@ -111,12 +111,12 @@ Rows Answers::stage(const Control::Request &request) {
   return Rows::array({{{"kind", kind}, {"stage", name}, {"complete", status->completeStage(name)}}});
 }
 
-Rows Answers::reload(const Control::Request &) {
+Rows Answers::reload(const Control::Request &) const {
   if (!process_.reload()) throw std::invalid_argument(process_.loading.error);
   return Rows::array();
 }
 
-Rows Answers::check(const Control::Request &) {
+Rows Answers::check(const Control::Request &) const {
   const std::string &file = process_.loading.file;
   const Findings findings = configurationForHere(file, process_.system.af).findings;
   std::vector<std::string> lines;
@@ -126,7 +126,7 @@ Rows Answers::check(const Control::Request &) {
   return rowsOfLines(lines);
 }
 
-Rows Answers::clear(const Control::Request &request) {
+Rows Answers::clear(const Control::Request &request) const {
   if (request.argument != "counters") throw needs(request.verb);
   const auto &coll = *process_.system.clearConfigColl;
   bool found = request.vrf.empty();

@@ -32,19 +32,19 @@ class Answers {
   Answers &operator=(const Answers &) = delete;
 
   /// The reply line to a request line.
-  std::string reply(std::string_view line);
+  std::string reply(std::string_view line) const;
 
  private:
   struct Handler;
 
-  Rows answer(const Control::Request &request);
-  Rows show(const Control::Request &request);
-  Rows reload(const Control::Request &request);
-  Rows check(const Control::Request &request);
-  Rows clear(const Control::Request &request);
-  Rows traceLevels(const Control::Request &request);
-  Rows redundancy(const Control::Request &request);
-  Rows stage(const Control::Request &request);
+  Rows answer(const Control::Request &request) const;
+  Rows show(const Control::Request &request) const;
+  Rows reload(const Control::Request &request) const;
+  Rows check(const Control::Request &request) const;
+  Rows clear(const Control::Request &request) const;
+  Rows traceLevels(const Control::Request &request) const;
+  Rows redundancy(const Control::Request &request) const;
+  Rows stage(const Control::Request &request) const;
   ProcessView processView() const;
   VrfView view(const L3::VrfName &vrf, const VrfHost &host) const;
   std::vector<VrfView> views(const std::string &vrf) const;

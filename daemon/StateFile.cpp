@@ -59,7 +59,7 @@ class StateFile::KivStatusColl : public StatusColl::Notifiee {
    public:
     KivStatus(StateFile &file, const Kiv::Ptr<const Status> &status) : file_(file), kivCounters_(file) {
       notifierIs(status);
-      onCounters();
+      kivCounters_.notifierIs(status->counters());
     }
     void onCounters() override { kivCounters_.notifierIs(notifier()->counters()); }
     void onBootstrapRouter(const Pax::IpGenPrefix &) override { file_.handleChange(); }

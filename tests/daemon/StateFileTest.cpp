@@ -88,7 +88,7 @@ TEST_P(StateFileTest, AFileThatDoesNotFitIsIgnoredAsAWhole) {
       {"this boot", "another boot"},
       {"\"PimBsr", "\"BimPsr"},
       {good, ""},
-      {good, "\xff\0[[[{"},
+      {good, "\xff[[[{"},
       {good, "[]"},
       {good, good.substr(0, good.size() / 2)},
       {"\"vrfStatus\"", "\"vrf\""},
