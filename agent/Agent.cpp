@@ -57,7 +57,6 @@ void Agent::doInit() {
   if (mountGroup_) return;
   TRACELET(trace, 4, name_ << " mounts its state");
   mountGroup_ = std::make_unique<Statehub::MountGroup>(process_.store);
-  mounts_.mount(*mountGroup_, paths_);
   doAfInit(*mountGroup_);
   mountGroup_->whenComplete([this] { doMountsComplete(); });
 }
@@ -175,7 +174,9 @@ void Agent::containerSmIs(const L3::VrfName &vrf) {
 }
 
 void Agent::containerSmDel(const L3::VrfName &vrf) {
-  if (containerSm_.erase(vrf) > 0) handleHitlessCompleted();
+  if (containerSm_.erase(vrf) == 0) return;
+  hitlessClientVrfStatus_->completedVrfDel(vrf);
+  handleHitlessCompleted();
 }
 
 std::unique_ptr<Agent> makeAgent(Pax::AddressFamily af, const Agent::Process &process) {

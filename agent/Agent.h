@@ -16,7 +16,7 @@ namespace Routing::Pim::Bsr {
 class RootSm;
 
 /// Mounts what it needs, and runs the protocol in every VRF that qualifies while this controller is
-/// not the standby one. What does not depend on the family is here, the rest in Agent4 and Agent6.
+/// not the standby one. The families differ in the paths that they mount.
 /// Its end, like a change to standby, keeps all status and sends nothing.
 class Agent {
  public:
@@ -55,9 +55,11 @@ class Agent {
 
  protected:
   Agent(Pax::AddressFamily af, const Process &process);
-  /// Mounts what only the family has.
+  /// Mounts everything, under the paths of the family.
   virtual void doAfInit(Statehub::MountGroup &group) = 0;
-  virtual void doAfMountsComplete() = 0;
+  /// Everything is there; what only the family has is to be added.
+  virtual void doAfMountsComplete() {}
+  Mounts mounts_;
 
  private:
   friend class RootSm;
@@ -86,7 +88,6 @@ class Agent {
   const Process process_;
   const MountPaths paths_;
   const Kiv::Ptr<Orb::TimerWheel> timerWheel_;
-  Mounts mounts_;
   std::unique_ptr<Statehub::MountGroup> mountGroup_;
   bool standbyMode_ = false;
   bool mountsComplete_ = false;
@@ -109,8 +110,7 @@ class Agent4 : public Agent {
   explicit Agent4(const Process &process) : Agent(Pax::AddressFamily::ipv4, process) {}
 
  private:
-  void doAfInit(Statehub::MountGroup &) override {}
-  void doAfMountsComplete() override {}
+  void doAfInit(Statehub::MountGroup &group) override { mounts_.mount(group, MountPaths(Pax::AddressFamily::ipv4)); }
 };
 
 /// "PimBsr6", of IPv6.
@@ -119,8 +119,7 @@ class Agent6 : public Agent {
   explicit Agent6(const Process &process) : Agent(Pax::AddressFamily::ipv6, process) {}
 
  private:
-  void doAfInit(Statehub::MountGroup &) override {}
-  void doAfMountsComplete() override {}
+  void doAfInit(Statehub::MountGroup &group) override { mounts_.mount(group, MountPaths(Pax::AddressFamily::ipv6)); }
 };
 
 /// The agent of the family; any other than IPv4 and IPv6 is fatal.

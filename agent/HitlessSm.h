@@ -11,7 +11,7 @@ namespace Routing::Pim::Bsr {
 /// When the shutdown is asked for, every candidate RP of this router gets a longer interval, which
 /// its advertiser tells the BSRs at once, so that they keep our RPs while the agent is away. A short
 /// time later, which those advertisements need to arrive, the VRF is recorded as completed. There is
-/// no way back: the intervals stay as long as the machine's process lives.
+/// no way back: the intervals stay until the process ends or their configuration changes.
 class HitlessSm {
  public:
   /// Without a shutdown status (null) the machine does nothing.

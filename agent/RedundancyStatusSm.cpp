@@ -8,7 +8,7 @@ RedundancyStatusSm::RedundancyStatusSm(const Kiv::Ptr<const Redundancy::Redundan
   handleRedundancyStatus();
 }
 
-/// A router without a second controller, or whose second one takes over from nothing, has no standby agents.
+// Only a pair that keeps state on both controllers has standby agents.
 void RedundancyStatusSm::handleRedundancyStatus() {
   standbyModeIs_(redundancyStatus_->protocol() == Redundancy::Protocol::hotStandby &&
                  redundancyStatus_->mode() != Redundancy::ControllerMode::active);

@@ -106,6 +106,11 @@ void SystemState::pimDel(const L3::VrfName &vrf) {
   store_.withdraw(paths_.messageCounters(vrf));
 }
 
+void SystemState::standbyIs(bool standby) {
+  redundancyStatus->modeIs(standby ? Redundancy::ControllerMode::standby : Redundancy::ControllerMode::active);
+  redundancyStatus->protocolIs(Redundancy::Protocol::hotStandby);
+}
+
 void SystemState::vrfDel(const L3::VrfName &vrf) {
   pimDel(vrf);
   allVrfStatusLocal->vrfStatusDel(vrf);

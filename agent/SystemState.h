@@ -30,6 +30,8 @@ class SystemState {
   void pimIs(const L3::VrfName &vrf, const Services &services);
   void pimDel(const L3::VrfName &vrf);
   void vrfDel(const L3::VrfName &vrf);
+  /// Of a redundant pair of controllers, this is the standby one, or the active one.
+  void standbyIs(bool standby);
 
   const Pax::AddressFamily af;
   const Kiv::Ptr<Redundancy::RedundancyStatus> redundancyStatus;

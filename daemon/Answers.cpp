@@ -89,13 +89,10 @@ ProcessView Answers::processView() const {
   return {process_.agent, process_.system, process_.store, process_.hosts, process_.loading};
 }
 
-// The mode first, so that nobody takes an active agent for a standby one in between.
 Rows Answers::redundancy(const Control::Request &request) const {
   const bool standby = request.argument == "standby";
   if (!standby && request.argument != "active") throw needs(request.verb);
-  using Mode = Redundancy::ControllerMode;
-  process_.system.redundancyStatus->modeIs(standby ? Mode::standby : Mode::active);
-  process_.system.redundancyStatus->protocolIs(Redundancy::Protocol::hotStandby);
+  process_.system.standbyIs(standby);
   return Rows::array({{{"redundancy", request.argument}}});
 }
 

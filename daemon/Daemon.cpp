@@ -27,7 +27,8 @@ Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configur
       system_(store_, family),
       signals_(loop_.context(), SIGTERM, SIGINT, SIGHUP),
       agent_(makeAgent(family, {store_, loop_, loop_, random_})),
-      stateFile_({options.state, family, StateFile::thisBoot()}, system_.statusColl, loop_, wheel_),
+      stateFile_({options.state, family, StateFile::thisBoot()}, {system_.statusColl, system_.rpCandidateStatusColl},
+                 loop_, wheel_),
       answers_({loop_, store_, system_, hosts_, *agent_, loading_, configuration_, log_, [this] { return reload(); }}) {
   Tracelet::Registry::instance().sinkAdd(log_);
   control_.emplace(loop_.context(), options.socket, [this](std::string_view line) { return reply(line); });
@@ -37,6 +38,7 @@ Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configur
     if (host->isForbidden()) throw std::runtime_error("VRF " + vrf.text() + ": " + host->reason());
   }
   stateFile_.load();
+  if (options_.standby) system_.standbyIs(true);
   agent_->doInit();
   awaitSignal();
   TRACELET(trace, 3, "Started with " << hosts_.size() << " VRFs");
@@ -89,11 +91,10 @@ void Daemon::apply(const Configuration &configuration) {
   loading_.error.clear();
   const VrfHost::Process process{loop_, watcher_, wheel_, random_, system_};
   for (const auto &[vrf, pim] : configuration_.pim) {
-    std::unique_ptr<VrfHost> &host = hosts_[vrf];
-    if (host) {
-      host->pimIs(pim);
+    if (const auto host = hosts_.find(vrf); host != hosts_.end()) {
+      host->second->pimIs(pim);
     } else {
-      host = std::make_unique<VrfHost>(process, vrf, pim);
+      hosts_.emplace(vrf, std::make_unique<VrfHost>(process, vrf, pim));
     }
   }
 }

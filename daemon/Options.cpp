@@ -23,6 +23,7 @@ po::options_description describe(Pax::AddressFamily family) {
        "the socket that pimbsrctl talks to")  //
       ("state", po::value<std::string>()->value_name("FILE")->default_value(Control::defaultStateFile(family)),
        "what was learned, kept for a restart")                                      //
+      ("standby", "start as the standby controller")                                //
       ("check", "validate the configuration and exit: 0 good, 2 with every error")  //
       ("schema", "print the JSON Schema of the configuration file and exit")        //
       ("trace", po::value<Texts>()->value_name("MODULE=LEVEL")->composing(),
@@ -52,6 +53,7 @@ Options optionsFrom(Pax::AddressFamily family, const std::vector<std::string> &a
                     given["config"].as<std::string>(),
                     given["socket"].as<std::string>(),
                     given["state"].as<std::string>(),
+                    given.count("standby") > 0,
                     {}};
     if (given.count("trace")) {
       for (const std::string &text : given["trace"].as<Texts>()) options.trace.push_back(traceLevelFrom(text));

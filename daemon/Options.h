@@ -22,6 +22,7 @@ struct Options {
   std::string config;
   std::string socket;
   std::string state;
+  bool standby = false;                            ///< start as the standby controller
   std::vector<std::pair<std::string, int>> trace;  ///< module, level
 };
 

@@ -27,7 +27,8 @@ void readAttributes(const json &json, Kiv::Entity &entity) {
 
 class Reader {
  public:
-  Reader(const SavedRange &range, Status &status) : range_(range), status_(status) {}
+  Reader(const SavedRange &range, Status &status, RpCandidateStatus &published)
+      : range_(range), status_(status), published_(published) {}
 
   void read(const json &json) {
     for (const auto &[zone, saved] : membersOf(json.at("cbsr"))) readCandidate(saved, *status_.cbsrIs(groups(zone)));
@@ -35,10 +36,9 @@ class Reader {
       readBsr(saved, *status_.bootstrapRouterIs(groups(zone)));
     }
     for (const auto &[zone, saved] : membersOf(json.at("crpStatus"))) {
-      const auto learned = status_.crpStatusIs(groups(zone))->statusIs("");
-      learned->rpSetTypeIs(rpSetTypeBsr);
-      for (const auto &[prefix, set] : membersOf(saved)) readSet(set, *learned->crpSetIs(groups(prefix)));
+      readSets(saved, *status_.crpStatusIs(groups(zone))->statusIs(""));
     }
+    readSets(json.at("published"), published_);
   }
 
  private:
@@ -70,6 +70,10 @@ class Reader {
     expect(bsr.hashMaskLen() <= 255, "hashMaskLen");  // any that a message can tell
     expectTimes(bsr.setupTime(), bsr.expiryTime(), UINT32_MAX);
   }
+  void readSets(const json &json, RpCandidateStatus &sets) const {
+    sets.rpSetTypeIs(rpSetTypeBsr);
+    for (const auto &[prefix, set] : membersOf(json)) readSet(set, *sets.crpSetIs(groups(prefix)));
+  }
   void readSet(const json &json, RpCandidateSet &set) const {
     for (const auto &[address, saved] : membersOf(json)) {
       const auto rp = Pax::IpGenAddr::fromText(address);
@@ -85,6 +89,7 @@ class Reader {
 
   const SavedRange range_;
   Status &status_;
+  RpCandidateStatus &published_;
 };
 
 json candidateJson(const BsrCandidate &candidate) {
@@ -93,7 +98,7 @@ json candidateJson(const BsrCandidate &candidate) {
   return saved;
 }
 
-json learnedJson(const RpCandidateStatus &learned) {
+json setsJson(const RpCandidateStatus &learned) {
   json sets = json::object();
   for (const auto &[prefix, set] : learned.crpSet()) {
     json saved = toJson(*set);
@@ -109,7 +114,7 @@ const json::object_t &membersOf(const json &json) {
   return json.get_ref<const json::object_t &>();
 }
 
-json savedJson(const Status &status) {
+json savedJson(const Status &status, const RpCandidateStatus &published) {
   json cbsr = json::object(), bsr = json::object(), crp = json::object();
   const auto text = [](const Pax::IpGenPrefix &zone) { return Kiv::toText(Kiv::toValue(zone)); };
   for (const auto &[zone, candidate] : status.cbsr()) {
@@ -117,11 +122,16 @@ json savedJson(const Status &status) {
   }
   for (const auto &[zone, elected] : status.bootstrapRouter()) bsr[text(zone)] = toJson(*elected);
   for (const auto &[zone, learned] : status.crpStatus()) {
-    if (learned->status()) crp[text(zone)] = learnedJson(*learned->status());
+    if (learned->status()) crp[text(zone)] = setsJson(*learned->status());
   }
-  return {{"cbsr", std::move(cbsr)}, {"bootstrapRouter", std::move(bsr)}, {"crpStatus", std::move(crp)}};
+  return {{"cbsr", std::move(cbsr)},
+          {"bootstrapRouter", std::move(bsr)},
+          {"crpStatus", std::move(crp)},
+          {"published", setsJson(published)}};
 }
 
-void readStatus(const json &json, const SavedRange &range, Status &status) { Reader(range, status).read(json); }
+void readStatus(const json &json, const SavedRange &range, Status &status, RpCandidateStatus &published) {
+  Reader(range, status, published).read(json);
+}
 
 }  // namespace Routing::Pim::Bsr

@@ -35,7 +35,7 @@ bool isOther(const std::string &path) {
 class StateFile::KivStatusColl : public StatusColl::Notifiee {
  public:
   explicit KivStatusColl(StateFile &file) : file_(file) {
-    notifierIs(file.statusColl_);
+    notifierIs(file.contents_.statusColl);
     notifierReplay();
   }
   void onVrfStatus(const L3::VrfName &vrf) override {
@@ -75,10 +75,10 @@ class StateFile::KivStatusColl : public StatusColl::Notifiee {
   std::map<L3::VrfName, std::unique_ptr<KivStatus>> vrf_;
 };
 
-StateFile::StateFile(Identity identity, const Kiv::Ptr<StatusColl> &statusColl, const Orb::Clock &clock,
+StateFile::StateFile(Identity identity, const Contents &contents, const Orb::Clock &clock,
                      const Kiv::Ptr<Orb::TimerWheel> &wheel)
     : identity_(std::move(identity)),
-      statusColl_(statusColl),
+      contents_(contents),
       clock_(clock),
       timer_(*this, wheel),
       kivStatusColl_(std::make_unique<KivStatusColl>(*this)) {}
@@ -109,23 +109,29 @@ void StateFile::load() {
     if (json.at("agent") != agentName(identity_.af)) throw Kiv::RangeError("it is of another agent");
     if (identity_.boot.empty() || json.at("boot") != identity_.boot) throw Kiv::RangeError("it is of another boot");
     // Into a copy first: a file is taken whole or not at all.
-    read(json, *Kiv::make<StatusColl>());
-    read(json, *statusColl_);
+    read(json, {Kiv::make<StatusColl>(), Kiv::make<RpCandidateStatusColl>()});
+    read(json, contents_);
     TRACELET(trace, 3, "State read from " << identity_.path);
   } catch (const std::exception &error) {
     TRACELET(trace, 1, "The state in " << identity_.path << " is ignored: " << error.what());
   }
 }
 
-void StateFile::read(const nlohmann::json &json, StatusColl &statusColl) const {
+void StateFile::read(const nlohmann::json &json, const Contents &contents) const {
   for (const auto &[vrf, saved] : membersOf(json.at("vrfStatus"))) {
-    readStatus(saved, {identity_.af, clock_.now()}, *statusColl.vrfStatusIs(vrf));
+    const auto published = Kiv::make<RpCandidateStatus>(vrf);
+    readStatus(saved, {identity_.af, clock_.now()}, *contents.statusColl->vrfStatusIs(vrf), *published);
+    contents.rpCandidateStatusColl->vrfStatusIs(vrf, published);
   }
 }
 
 std::string StateFile::text() const {
   auto vrfs = nlohmann::json::object();
-  for (const auto &[vrf, status] : statusColl_->vrfStatus()) vrfs[vrf.text()] = savedJson(*status);
+  const RpCandidateStatus none("");
+  for (const auto &[vrf, status] : contents_.statusColl->vrfStatus()) {
+    const auto *published = contents_.rpCandidateStatusColl->vrfStatus(vrf);
+    vrfs[vrf.text()] = savedJson(*status, published ? **published : none);
+  }
   const nlohmann::json json{
       {"agent", agentName(identity_.af)}, {"boot", identity_.boot}, {"vrfStatus", std::move(vrfs)}};
   return json.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";

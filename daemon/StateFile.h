@@ -6,10 +6,11 @@
 
 #include "model/Status.h"
 #include "platform/orb/TimerWheel.h"
+#include "platform/pim/PimSystem.h"
 
 namespace Routing::Pim::Bsr {
 
-/// Holds of each VRF the elected BSRs, the RPs learned and this router's own elections, in the form of
+/// Holds of each VRF the elected BSRs, the RPs learned and published, and its own elections, in the form of
 /// the generic view of the store; the rest of the status follows from the configuration. Its times are
 /// of the boot clock, so it counts for one boot of the machine only, and for agents in one network
 /// namespace: another one's interfaces have other neighbours.
@@ -25,7 +26,13 @@ class StateFile {
     std::string boot;  ///< as of thisBoot(); when empty, no file is of this boot
   };
 
-  StateFile(Identity identity, const Kiv::Ptr<StatusColl> &statusColl, const Orb::Clock &clock,
+  /// What is saved, and read back.
+  struct Contents {
+    Kiv::Ptr<StatusColl> statusColl;
+    Kiv::Ptr<RpCandidateStatusColl> rpCandidateStatusColl;
+  };
+
+  StateFile(Identity identity, const Contents &contents, const Orb::Clock &clock,
             const Kiv::Ptr<Orb::TimerWheel> &wheel);
   ~StateFile();
   StateFile(const StateFile &) = delete;
@@ -52,12 +59,12 @@ class StateFile {
   };
 
   void handleChange();
-  void read(const nlohmann::json &json, StatusColl &statusColl) const;
+  void read(const nlohmann::json &json, const Contents &contents) const;
   std::string text() const;
   std::string write(const std::string &text) const;
 
   const Identity identity_;
-  const Kiv::Ptr<StatusColl> statusColl_;
+  const Contents contents_;
   const Orb::Clock &clock_;
   SaveTimer timer_;
   double savedAt_ = 0;

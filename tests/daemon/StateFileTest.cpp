@@ -19,13 +19,15 @@ using ::Test::Addresses;
 /// follows it.
 class StateFileTest : public ::testing::TestWithParam<Addresses> {
  protected:
-  StateFileTest() { restartOn(*coll); }
+  StateFileTest() { restartOn(contents); }
 
   /// The VRF's machines start anew, on this status.
-  void restartOn(StatusColl &statusColl) {
+  void restartOn(const StateFile::Contents &on) {
     v.stop();
-    v.status = v.container.status = statusColl.vrfStatusIs("default");
-    v.published = v.container.rpCandidateStatus = Kiv::make<RpCandidateStatus>("default");
+    v.status = v.container.status = on.statusColl->vrfStatusIs("default");
+    if (const auto *published = on.rpCandidateStatusColl->vrfStatus("default")) v.published = *published;
+    on.rpCandidateStatusColl->vrfStatusIs("default", v.published);
+    v.container.rpCandidateStatus = v.published;
     v.start();
   }
   void learn() {
@@ -44,8 +46,8 @@ class StateFileTest : public ::testing::TestWithParam<Addresses> {
     text << std::ifstream(path).rdbuf();
     return text.str();
   }
-  Kiv::Ptr<StatusColl> loaded(const std::string &boot = "this boot") {
-    const auto result = Kiv::make<StatusColl>();
+  StateFile::Contents loaded(const std::string &boot = "this boot") {
+    const StateFile::Contents result{Kiv::make<StatusColl>(), Kiv::make<RpCandidateStatusColl>()};
     StateFile({path, v.a.af, boot}, result, v.time, wheel).load();
     return result;
   }
@@ -55,26 +57,39 @@ class StateFileTest : public ::testing::TestWithParam<Addresses> {
   ::Test::TestVrf v{GetParam()};
   const Pax::IpGenPrefix scope = v.a.scope(1);
   const Kiv::Ptr<Orb::TimerWheel> wheel = Kiv::make<Orb::TimerWheel>(v.time, v.time);
-  const Kiv::Ptr<StatusColl> coll = Kiv::make<StatusColl>();
-  StateFile file{{path, v.a.af, "this boot"}, coll, v.time, wheel};
+  const StateFile::Contents contents{Kiv::make<StatusColl>(), Kiv::make<RpCandidateStatusColl>()};
+  StateFile file{{path, v.a.af, "this boot"}, contents, v.time, wheel};
 };
 
 TEST_P(StateFileTest, WhatWasLearnedOutlivesACrash) {
   learn();
-  const auto before = savedJson(*v.status);
+  const auto before = savedJson(*v.status, *v.published);
   v.stop();
   v.advance(60);
   const auto again = loaded();
-  ASSERT_TRUE(again->vrfStatus("default"));
-  EXPECT_EQ(savedJson(*again->vrfStatus("default")), before);
+  ASSERT_TRUE(again.statusColl->vrfStatus("default"));
+  EXPECT_EQ(savedJson(*again.statusColl->vrfStatus("default"), **again.rpCandidateStatusColl->vrfStatus("default")),
+            before);
 
-  restartOn(*again);
+  restartOn(again);
   EXPECT_EQ(v.status->cbsr(scope)->state(), BsrCandidateState::eBsr);
   EXPECT_EQ(v.bsr(v.a.global())->ipAddr(), v.a.host(5));
   EXPECT_EQ(v.publishedRps(v.a.group(1)), (std::vector{v.a.host(20), v.a.host(21)}));
   EXPECT_EQ(v.publishedRps(v.a.inScope(1, 1)), std::vector{v.a.host(8)});
   v.advance(4);
   EXPECT_EQ(v.publishedRps(v.a.group(1)), std::vector{v.a.host(20)}) << "it keeps the rest of its hold time";
+}
+
+TEST_P(StateFileTest, TheRpsOfALostBsrStayInUse) {
+  learn();
+  v.advance(131);
+  ASSERT_FALSE(v.bsr(v.a.global()));
+  ASSERT_TRUE(v.publishedRps(v.a.group(1)));
+  file.save();
+  restartOn(loaded());
+  EXPECT_TRUE(v.publishedRps(v.a.group(1)));
+  v.advance(200);
+  EXPECT_FALSE(v.publishedRps(v.a.group(1)));
 }
 
 TEST_P(StateFileTest, AFileThatDoesNotFitIsIgnoredAsAWhole) {
@@ -110,10 +125,10 @@ TEST_P(StateFileTest, AFileThatDoesNotFitIsIgnoredAsAWhole) {
     bad.replace(bad.find(one.from), one.from.size(), one.to);
     std::ofstream(path) << bad;
     const Tracelet::CaptureSink sink(1);
-    EXPECT_TRUE(loaded()->vrfStatus().empty()) << one.from << " as " << one.to;
+    EXPECT_TRUE(loaded().statusColl->vrfStatus().empty()) << one.from << " as " << one.to;
     EXPECT_EQ(sink.count("is ignored"), 1u);
   }
-  EXPECT_TRUE(loaded("")->vrfStatus().empty());
+  EXPECT_TRUE(loaded("").statusColl->vrfStatus().empty());
 }
 
 TEST_P(StateFileTest, ItIsWrittenAfterChangesAndNotAtRest) {
@@ -121,7 +136,7 @@ TEST_P(StateFileTest, ItIsWrittenAfterChangesAndNotAtRest) {
   v.stop();
   v.advance(10);
   EXPECT_TRUE(v.time.idle());
-  restartOn(*coll);
+  restartOn(contents);
   std::ofstream(path) << "touched";
   hear();
   v.advance(0.1);
@@ -146,7 +161,7 @@ TEST_P(StateFileTest, AFileThatCannotBeWrittenIsTracedOnceUntilItCan) {
   std::filesystem::create_directory(directory.path() + "/run");
   ::mkfifo(path.c_str(), 0600);
   file.save();
-  EXPECT_TRUE(loaded()->vrfStatus().empty());
+  EXPECT_TRUE(loaded().statusColl->vrfStatus().empty());
   EXPECT_TRUE(std::filesystem::is_fifo(path)) << "nothing but a file is replaced";
   std::filesystem::remove(path);
   file.save();
