@@ -278,12 +278,13 @@ void RootSm::handlePimEnabled(const L3::VrfName &vrf) {
 
 // What the platform gives a VRF before PIM counts as enabled there.
 bool RootSm::hasDefaults(const L3::VrfName &vrf) {
-  if (mounts_.configColl->vrfConfig(vrf) && mounts_.clearConfigColl->vrfClearConfig(vrf) &&
-      mounts_.pimStatusColl->vrfStatus(vrf)) {
-    return true;
-  }
-  reason_[vrf] = "missing in Config";
-  TRACELET(trace, 4, "( " << vrf << " ), missing in Config");
+  const char *missing = !mounts_.configColl->vrfConfig(vrf)             ? "missing in Config"
+                        : !mounts_.clearConfigColl->vrfClearConfig(vrf) ? "missing in ClearConfig"
+                        : !mounts_.pimStatusColl->vrfStatus(vrf)        ? "missing in Pim status"
+                                                                        : nullptr;
+  if (!missing) return true;
+  reason_[vrf] = missing;
+  TRACELET(trace, 4, "( " << vrf << " ), " << missing);
   return false;
 }
 

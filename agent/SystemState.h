@@ -10,7 +10,7 @@ namespace Routing::Pim::Bsr {
 /// and this live longer than the agent, so what it learned outlasts it.
 class SystemState {
  public:
-  SystemState(Statehub::Store &store, Pax::AddressFamily af);
+  SystemState(Statehub::Store &store, Pax::AddressFamily family);
   SystemState(const SystemState &) = delete;
   SystemState &operator=(const SystemState &) = delete;
 

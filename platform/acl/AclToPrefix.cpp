@@ -37,7 +37,7 @@ struct Number {
 namespace boost::icl {
 template <>
 struct is_discrete<AclPrefix::Number> {
-  typedef is_discrete type;
+  using type = is_discrete;
   static constexpr bool value = true;
 };
 }  // namespace boost::icl
