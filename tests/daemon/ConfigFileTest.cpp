@@ -42,9 +42,7 @@ TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
       {"{ \"pim\": {},\n  }",
        {"F:2:3: syntax error while parsing object key - unexpected '}'; expected string literal"}},
       {"[]", {"F: a list is no object"}},
-      {R"({"pim": []})", {"F:/pim: a list is no object"}},
       {R"({"pin": {}})", {"F:/pin: unknown name; known here: pim, vrfConfig, intfConfig, acl"}},
-      {R"({"pim": {"default": 7}})", {"F:/pim/default: 7 is no object"}},
       {R"({"pim": {"default": {"interface": []}}})",
        {"F:/pim/default/interface: unknown name; known here: namespace, interfaces, hello, drPriority"}},
       {R"({"pim": {"default": {"namespace": "x"}}})",
@@ -74,8 +72,6 @@ TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
         "F:/vrfConfig/default/szTimeout: 1.5 is no whole number from 1 to 655350",
         "F:/vrfConfig/default/holdtime: unknown name; known here: holdTime, szTimeout, bsrCandidateConfig, "
         "rpCandidateConfig, crpFilterAcl"}},
-      {R"({"pim": {"default": {}}, "vrfConfig": {"default": {"holdTime": -1}}})",
-       {"F:/vrfConfig/default/holdTime: -1 is no whole number from 1 to 65535"}},
       {R"({"pim": {"default": {"drPriority": 1e999}}})", {"F:1:40: number overflow parsing '1e999'"}},
       {std::string(100, '['),
        {"F:" +

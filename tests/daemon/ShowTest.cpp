@@ -186,10 +186,6 @@ TEST(Show, ACandidateRpTellsWhereItAdvertises) {
   EXPECT_EQ(rowsOf("candidate-rp", {viewOf(vrf)})[0]["zones"][0]["bsr"], "10.0.0.8");
   vrf.advance(30);  // the quick ones are over
   const double next = rowsOf("candidate-rp", {viewOf(vrf)})[0]["zones"][0]["nextAdvertisement"];
-  EXPECT_EQ(rowsOf("candidate-rp", {viewOf(vrf)})[0]["zones"],
-            Rows::parse(R"([{"zone": "224.0.0.0/4", "bsr": "10.0.0.8", "groups": ["225.1.0.0/16"],
-                             "nextAdvertisement": )" +
-                        Rows(next).dump() + "}]"));
   const size_t sent = vrf.port->advertised.size();
   vrf.advance(next - 0.5);
   EXPECT_EQ(vrf.port->advertised.size(), sent);
@@ -218,38 +214,15 @@ TEST(Show, RowsHaveTheColumnsOfTheirNounInOrder) {
 TEST(Show, TheElectedBsrAndTheSortedRpSet) {
   for (const Addresses &a : {ipv4, ipv6}) {
     TestVrf vrf(a);
-    EXPECT_EQ(rowsOf("bsr", {viewOf(vrf)}),
-              Rows::parse(R"([{"vrf": "default", "zone": ")" + Kiv::toText(Kiv::toValue(a.global())) +
-                          R"(", "address": null, "priority": null, "hashMaskLen": null, "state": "noInfo",
-          "elected": false, "upTime": null, "expires": null}])"));
-    learn(vrf);
-    const Rows bsr = rowsOf("bsr", {viewOf(vrf)});
-    ASSERT_EQ(bsr.size(), 1u);
-    EXPECT_EQ(bsr[0]["address"], Kiv::toText(Kiv::toValue(a.host(1))));
-    EXPECT_EQ(bsr[0]["priority"], 70);
-    EXPECT_EQ(bsr[0]["state"], "acceptPreferred");
-    EXPECT_EQ(bsr[0]["upTime"], 10);
-    EXPECT_EQ(bsr[0]["expires"], 120);
-
-    std::vector<std::string> rps;
-    for (const Rows &row : rowsOf("rp-set", {viewOf(vrf)})) {
-      rps.push_back(row["rp"].get<std::string>() + " " + row["priority"].dump() + " " + row["expires"].dump() + " " +
-                    row["published"].dump());
-    }
+    const std::vector<std::string> columns{"address", "priority", "state", "upTime", "expires"};
     const auto text = [&](uint32_t host) { return Kiv::toText(Kiv::toValue(a.host(host))); };
-    EXPECT_EQ(rps, (std::vector<std::string>{text(9) + " 0 140.0 true", text(3) + " 192 90.0 true",
-                                             text(20) + " 5 140.0 true"}));
+    EXPECT_EQ(brief(rowsOf("bsr", {viewOf(vrf)}), columns), "null | null | noInfo | null | null\n");
+    learn(vrf);
+    EXPECT_EQ(brief(rowsOf("bsr", {viewOf(vrf)}), columns), text(1) + " | 70 | acceptPreferred | 10.0 | 120.0\n");
+    EXPECT_EQ(
+        brief(rowsOf("rp-set", {viewOf(vrf)}), {"rp", "priority", "expires", "published"}),
+        text(9) + " | 0 | 140.0 | true\n" + text(3) + " | 192 | 90.0 | true\n" + text(20) + " | 5 | 140.0 | true\n");
   }
-}
-
-TEST(Show, AnRpThatAnInnerZoneHidesIsNotPublished) {
-  TestVrf vrf(ipv4);
-  vrf.intfIs(1);
-  vrf.hear(Bsm(vrf.a.host(1)).group(vrf.a.inScope(1, 1), {{vrf.a.host(9), 150, 0}}));
-  EXPECT_EQ(rowsOf("rp-set", {viewOf(vrf)})[0]["published"], true);
-  vrf.hear(Bsm(vrf.a.host(2)).scope(vrf.a.scope(1)));
-  EXPECT_EQ(rowsOf("bsr", {viewOf(vrf)}).size(), 2u);
-  EXPECT_EQ(rowsOf("rp-set", {viewOf(vrf)})[0]["published"], false);
 }
 
 TEST(Show, TheRpOfAGroupComesFromTheZoneThatDecidesForIt) {
@@ -261,26 +234,15 @@ TEST(Show, TheRpOfAGroupComesFromTheZoneThatDecidesForIt) {
                .bidir()
                .group(vrf.a.global(), {{vrf.a.host(9), 150, 0}}));
   vrf.hear(Bsm(vrf.a.host(8)).scope(vrf.a.scope(1)).group(vrf.a.inScope(1, 1), {{vrf.a.host(5), 150, 0}}));
-  EXPECT_EQ(rowsOf("rp", {viewOf(vrf)}, "225.1.2.3"),
-            Rows::parse(R"([{"vrf": "default", "group": "225.1.2.3", "zone": "224.0.0.0/4", "bsr": "10.0.0.1",
-      "prefix": "225.1.0.0/16", "rp": "10.0.0.2", "mode": "sparsemode", "priority": 0, "hash": 1913029976, "candidates":
-      [{"rp": "10.0.0.2", "priority": 0, "hash": 1913029976}, {"rp": "10.0.0.1", "priority": 0, "hash": 749967889},
-       {"rp": "10.0.0.3", "priority": 9, "hash": 809514731}]}])"));
-  const struct {
-    const char *group, *answer;
-  } cases[] = {
-      {"225.2.0.1", "225.2.0.0/16 bidir 10.0.0.4 of 10.0.0.1 in 224.0.0.0/4"},
-      {"238.0.0.1", "224.0.0.0/4 sparsemode 10.0.0.9 of 10.0.0.1 in 224.0.0.0/4"},
-      {"239.1.1.1", "239.1.1.0/24 sparsemode 10.0.0.5 of 10.0.0.8 in 239.1.0.0/16"},
+  const std::pair<const char *, const char *> cases[] = {
+      {"225.1.2.3", "225.1.0.0/16 | sparsemode | 10.0.0.2 | 10.0.0.1 | 224.0.0.0/4\n"},
+      {"225.2.0.1", "225.2.0.0/16 | bidir | 10.0.0.4 | 10.0.0.1 | 224.0.0.0/4\n"},
+      {"238.0.0.1", "224.0.0.0/4 | sparsemode | 10.0.0.9 | 10.0.0.1 | 224.0.0.0/4\n"},
+      {"239.1.1.1", "239.1.1.0/24 | sparsemode | 10.0.0.5 | 10.0.0.8 | 239.1.0.0/16\n"},
       {"239.1.2.1", ""},
   };
-  for (const auto &c : cases) {
-    std::string answer;
-    for (const Rows &row : rowsOf("rp", {viewOf(vrf)}, c.group)) {
-      const auto text = [&](const char *name) { return row[name].get<std::string>(); };
-      answer += text("prefix") + " " + text("mode") + " " + text("rp") + " of " + text("bsr") + " in " + text("zone");
-    }
-    EXPECT_EQ(answer, c.answer) << c.group;
+  for (const auto &[group, answer] : cases) {
+    EXPECT_EQ(brief(rowsOf("rp", {viewOf(vrf)}, group), {"prefix", "mode", "rp", "bsr", "zone"}), answer) << group;
   }
   for (const char *bad : {"", "225.1.0.0/16", "10.0.0.1", "ff0e::1", "rp"}) {
     EXPECT_THROW(rowsOf("rp", {viewOf(vrf)}, bad), std::invalid_argument) << bad;

@@ -99,15 +99,4 @@ TEST_F(KernelRouteLookupTest, Ipv6AnswersAreThoseOfTheKernel) {
   expectAnswers(*a, cases);
 }
 
-TEST_F(KernelRouteLookupTest, AnAnswerFollowsTheKernelAtOnce) {
-  const auto a = router(AddressFamily::ipv4, "addr add 10.1.0.1/24 dev a0\naddr add 10.2.0.1/24 dev b0",
-                        "route add 10.3.0.0/16 via 10.1.0.2");
-  ip("a", "route replace 10.3.0.0/16 via 10.2.0.2");
-  expectAnswers(*a, {{"10.3.1.1", Kind::via, {{"b0", "10.2.0.2"}}}});
-  ip("a", "route del 10.3.0.0/16");
-  expectAnswers(*a, {{"10.3.1.1", Kind::none, {}}});
-  a->routes->close();
-  expectAnswers(*a, {{"10.1.0.1", Kind::none, {}}});
-}
-
 }  // namespace

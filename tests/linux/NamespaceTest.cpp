@@ -91,35 +91,4 @@ TEST_F(NamespaceTest, AtRestNothingTurns) {
   EXPECT_LE(settle(), 50);
 }
 
-TEST_F(NamespaceTest, TwoVrfsOfOneProcessBecomeNeighbors) {
-  for (const AddressFamily family : {AddressFamily::ipv4, AddressFamily::ipv6}) {
-    const std::string one = family == AddressFamily::ipv4 ? "a" : "c",
-                      other = family == AddressFamily::ipv4 ? "b" : "d";
-    netns(one);
-    netns(other);
-    link(one, "eth0", other, "eth0");
-    ip(one, "addr add 10.1.0.1/24 dev eth0");
-    ip(other, "addr add 10.1.0.2/24 dev eth0");
-    Linux::NamespaceWatcher watcher(loop);
-    Orb::Random random(1);
-    const auto make = [&](const std::string &what) {
-      Linux::VrfPlatform::Parameters parameters;
-      parameters.vrf = what;
-      parameters.networkNamespace = nameOf(what);
-      parameters.family = family;
-      auto vrf = std::make_unique<Linux::VrfPlatform>(loop, watcher, random, parameters);
-      vrf->hello()->intfIs(Pax::IntfId(what, "eth0"));
-      return vrf;
-    };
-    const auto first = make(one), second = make(other);
-    const auto neighbors = [](const Linux::VrfPlatform &vrf) {
-      const auto intf = vrf.pimStatus()->pimIntf(Pax::IntfId(vrf.vrf(), "eth0"));
-      return intf ? intf->neighbor().size() : 0;
-    };
-    EXPECT_TRUE(waitFor([&] { return neighbors(*first) == 1 && neighbors(*second) == 1; })) << family;
-    first->hello()->shutDown();
-    EXPECT_TRUE(waitFor([&] { return neighbors(*second) == 0; })) << family << ": the goodbye";
-  }
-}
-
 }  // namespace

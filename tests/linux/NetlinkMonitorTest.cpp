@@ -87,19 +87,6 @@ TEST_F(NetlinkMonitorTest, ARenamedInterfaceGoesAndComesWithItsAddresses) {
   EXPECT_EQ(witness.log, "down address ") << "all of it before the element went";
 }
 
-TEST_F(NetlinkMonitorTest, AnInterfaceMadeAgainHasANewIndexAndNothingOfTheOldOne) {
-  ip("a", "addr add 10.1.0.1/24 dev a0\nlink set a0 up\nlink set a1 up");
-  const auto a = router(AddressFamily::ipv4);
-  const uint32_t index = a->links->index(a->id("a0"));
-  Witness witness(a->intf("a0"), *a->interfaces);
-  ip("a", "link del a0\nlink add a0 type veth peer name a1");
-  ASSERT_TRUE(waitFor([&] { return a->intf("a0") && a->links->index(a->id("a0")) != index; }));
-  EXPECT_TRUE(a->intf("a0")->address().empty());
-  EXPECT_EQ(a->links->intfId(index), nullptr);
-  EXPECT_NE(witness.log.find("down"), std::string::npos);
-  EXPECT_EQ(witness.log.find("late"), std::string::npos);
-}
-
 /// Counts the traces that tell of lost events.
 class Losses : public Tracelet::Sink {
  public:

