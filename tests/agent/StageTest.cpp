@@ -103,6 +103,20 @@ TEST_P(Stages, AShutdownThatIsAskedForAgainIsCompleteAtOnceAndANewProcessKnowsOf
   EXPECT_FALSE(w.agent->shutdown());
 }
 
+TEST_P(Stages, TheBsrHearsOfTheLongerIntervalBeforeTheShutdownIsComplete) {
+  World::Vrf &vrf = w.add("default");
+  w.candidateRpIs("default", a.group(1), 51);
+  w.start();
+  vrf.hear(Bsm(a.host(60)));
+  w.advance(10);
+  vrf.port->advertised.clear();
+  w.system.shutdownStageInput->stageIs(shutdown);
+  w.advance(4.9);
+  ASSERT_EQ(vrf.port->advertised.size(), 1u);
+  EXPECT_EQ(vrf.port->advertised[0]->holdTime(), 360);
+  EXPECT_FALSE(w.system.shutdownStageStatus->completeStage(shutdown));
+}
+
 FOR_BOTH_FAMILIES(Stages);
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/agent/World.h"
+#include "tests/support/EntityLines.h"
 
 namespace Test {
 namespace {
@@ -165,13 +166,13 @@ TEST_P(VrfLife, WhatStopsKeepsStillAndWhatReturnsWorks) {
     blue.hear(part);  // timers run, and half a group waits for the rest
     ASSERT_TRUE(w.status("blue")->cbsr(scope)->elected());
     const Kiv::Ptr<Bsr::Status> status = w.status("blue");
-    const std::string before = EntityText(*status).text;
+    const Lines before = linesOf(*status);
     blue.port->sent.clear(), blue.port->advertised.clear();
     row.leave();
     hear();
     w.advance(500);
     EXPECT_EQ(blue.sent(), 0u);
-    EXPECT_EQ(EntityText(*status).text, before);
+    EXPECT_EQ(linesOf(*status), before);
     EXPECT_TRUE(w.time.idle());
     EXPECT_EQ(w.status("blue"), row.keepsStatus ? status : nullptr);
     row.come();
@@ -258,18 +259,11 @@ TEST_P(VrfLife, AnElectionGoesOnAfterStandby) {
   EXPECT_EQ(stepAside(100), Bsr::BsrCandidateState::eBsr);
   EXPECT_EQ(w.bsr("default")->setupTime(), since);
   vrf.hear(Bsm(a.host(60)));
-  const double lost = w.bsr("default")->setupTime();
   w.advance(40);
   EXPECT_EQ(stepAside(30), Bsr::BsrCandidateState::pBsr) << "asks itself whether the BSR it knew is still there";
   w.advance(2);
   EXPECT_EQ(w.bsr("default")->ipAddr(), a.host(60));
   EXPECT_EQ(vrf.sent(), 0u);
-  vrf.hear(Bsm(a.host(60)));
-  w.advance(120);
-  EXPECT_EQ(candidate->state(), Bsr::BsrCandidateState::cBsr);
-  EXPECT_EQ(w.bsr("default")->setupTime(), lost);
-  w.advance(10 + w.bestDelay() + 20);
-  EXPECT_EQ(w.bsr("default")->ipAddr(), a.host(50)) << "after one timeout";
 }
 
 TEST_P(VrfLife, ManyVrfsWithManyZones) {

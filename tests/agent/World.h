@@ -18,25 +18,6 @@ namespace Test {
 
 namespace Bsr = Routing::Pim::Bsr;
 
-/// All that an entity describes of itself.
-class EntityText : public Kiv::Visitor {
- public:
-  explicit EntityText(const Kiv::Entity &entity) { entity.describe(*this); }
-  std::string text;
-
-  void attribute(std::string_view name, const Kiv::Value &value) override { element(std::string(name), value); }
-  void child(std::string_view, const Kiv::Entity *entity) override { text += entity ? EntityText(*entity).text : ""; }
-  void enter(std::string_view name) override { text += std::string(name) + '\n'; }
-  void key(const Kiv::Value &key) override { text += Kiv::toText(key) + '\n'; }
-  void element(const Kiv::Value &name, const Kiv::Value &value) override {
-    key(Kiv::toText(name) + Kiv::toText(value));
-  }
-  void element(const Kiv::Value &name, const Kiv::Entity &entity) override {
-    key(Kiv::toText(name) + EntityText(entity).text);
-  }
-  void leave() override {}
-};
-
 class World {
  public:
   /// A VRF as the platform has it, with one PIM interface, eth1, and a neighbour there.

@@ -77,23 +77,6 @@ TEST(ConfigTrace, SaysWhyAThingIsNotInForce) {
   EXPECT_EQ(vrf.status->szTimeout(), 600u) << "judged when it was set";
 }
 
-// A priority without value is none: it neither counts nor ends what it belongs to.
-TEST(ConfigTrace, APriorityThatIsNotSetHarmsNothing) {
-  Vrf vrf;
-  vrf.addressIs(lo, "10.0.0.1");
-  vrf.start();
-  const auto candidate = vrf.config->rpCandidateConfigIs(lo);
-  const auto options = candidate->groupRangeOptionsIs(vrf.zone);
-  candidate->groupRangeIs(vrf.zone);
-  const auto crp = [&] { return vrf.status->crp(Pax::IpGenAddr::fromText("10.0.0.1")); };
-  ASSERT_TRUE(crp() && crp()->prefixSet(vrf.zone));
-  EXPECT_TRUE(crp()->prefixOptions().empty());
-  options->priorityIs(7);
-  EXPECT_EQ(crp()->prefixOptions(vrf.zone)->priority(), 7);
-  options->priorityIs(rpPriorityUnset);
-  EXPECT_TRUE(crp()->prefixOptions().empty());
-}
-
 TEST(ConfigTrace, TwoInterfacesOfOneZoneAreFatal) {
   Vrf vrf;
   vrf.addressIs(lo, "10.0.0.1");

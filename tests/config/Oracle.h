@@ -9,11 +9,9 @@
 #include <vector>
 
 #include "platform/acl/AclToPrefix.h"
+#include "tests/support/EntityLines.h"
 
 namespace Test {
-
-/// A place as words, and the value there: "" for the mere presence of an element.
-using Lines = std::map<std::string, std::string>;
 
 /// Configuration (I an interface, P a prefix, A an ACL, C "PRIORITY HASHMASKLEN INTERVAL"):
 ///   address I = ADDRESS or "-"   bsr I   bsr I group P = C   bsr I acl A = C

@@ -18,29 +18,6 @@ using Pax::IpGenPrefix;
 using Random = std::mt19937;
 namespace Bsr = Routing::Pim::Bsr;
 
-/// All that an entity describes of itself, as lines.
-class LineWriter : public Kiv::Visitor {
- public:
-  LineWriter(Lines &lines, const std::string &at) : lines_(lines), at_(at) {}
-  void attribute(std::string_view name, const Kiv::Value &value) override {
-    lines_[at_ + std::string(name)] = Kiv::toText(value);
-  }
-  void child(std::string_view, const Kiv::Entity *) override {}
-  void enter(std::string_view name) override { outer_ = std::exchange(at_, at_ + std::string(name) + ' '); }
-  void key(const Kiv::Value &key) override { attribute(Kiv::toText(key), std::string()); }
-  void element(const Kiv::Value &key, const Kiv::Value &value) override { attribute(Kiv::toText(key), value); }
-  void element(const Kiv::Value &value, const Kiv::Entity &entity) override {
-    key(value);
-    LineWriter inner(lines_, at_ + Kiv::toText(value) + ' ');
-    entity.describe(inner);
-  }
-  void leave() override { at_ = outer_; }
-
- private:
-  Lines &lines_;
-  std::string at_, outer_;
-};
-
 /// What differs: lines of `from` with "-", of `to` with "+".
 std::string difference(const Lines &from, const Lines &to) {
   std::string text;
@@ -94,13 +71,10 @@ class World {
 
   /// Status, and the counts and resolved ACLs behind it.
   Lines state() const {
-    Lines lines;
-    LineWriter writer(lines, "");
-    status->describe(writer);
+    Lines lines = linesOf(*status);
     for (const auto &[name, acl] : configSm_->bsrConfigAcl()) {
       lines["acl " + name] = "";
-      LineWriter aclWriter(lines, "acl " + name + ' ');
-      acl->describe(aclWriter);
+      lines.merge(linesOf(*acl, "acl " + name + ' '));
     }
     const auto counts = [&](const std::string &name, const auto &counter) {
       for (const auto &[prefix, count] : counter) lines[path(name, prefix)] = std::to_string(count);
@@ -395,31 +369,6 @@ std::string life(const Addresses &addresses, uint32_t seed) {
     before = now;
   }
   return "";
-}
-
-// Between the two writes of the reload, two interfaces offer the zone.
-TEST(RandomConfig, AZoneThatWasTakenOverForAMomentGoesBack) {
-  Lines old{{"times", "130 1300"},
-            {"address lo", "10.0.0.1"},
-            {"address eth0", "10.0.0.2"},
-            {"bsr eth0", ""},
-            {"bsr eth0 group 239.1.0.0/16", "9 30 60"},
-            {"bsr lo", ""},
-            {"bsr lo acl A", "5 30 60"},
-            {"acl A", ""},
-            {"acl A rule 1", "+239.2.0.0/16"}};
-  Lines wanted = old;
-  wanted["acl A rule 1"] = "+239.1.0.0/16";
-  wanted.erase("bsr lo acl A");
-  for (uint32_t seed = 1; seed <= 4; ++seed) {
-    Random random(seed);
-    World world(Pax::AddressFamily::ipv4, random);
-    world.start();
-    for (const Lines &lines : {old, wanted}) {
-      world.apply(lines);
-      EXPECT_EQ(faults(world, {}, world.state()), "");
-    }
-  }
 }
 
 TEST(RandomConfig, StatusIsWhatTheConfigurationSaysAfterEveryChange) {

@@ -97,19 +97,6 @@ TEST_P(BsmReceive, AQuickRefreshIsTakenOnceWithoutTheWayBack) {
   EXPECT_TRUE(log.contains("lastBsm=NULL"));
 }
 
-TEST_P(BsmReceive, TheZoneIsTheFirstBlockWithTheScopeBit) {
-  TestVrf v(GetParam());
-  v.intfIs(1);
-  v.hear(Bsm(v.a.host(1)).scope(v.a.scope(5)));
-  v.hear(Bsm(v.a.host(2)).group(v.a.scope(6), {{v.a.host(9), 150, 0}}));
-  v.hear(Bsm(v.a.host(2)));
-  EXPECT_TRUE(v.sm->bsrIOSm().lastBsm(v.a.scope(5)));
-  EXPECT_FALSE(v.sm->bsrIOSm().lastBsm(v.a.scope(6)));
-  EXPECT_TRUE(v.sm->bsrIOSm().lastBsm(v.a.global())->groupData().empty());
-  EXPECT_EQ(v.bsr(v.a.scope(5))->ipAddr(), v.a.host(1));
-  EXPECT_EQ(v.bsr(v.a.global())->ipAddr(), v.a.host(2));
-}
-
 TEST_P(BsmReceive, ASendThatFailsCountsAsError) {
   TestVrf v(GetParam());
   v.intfIs(1);

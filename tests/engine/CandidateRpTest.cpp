@@ -58,7 +58,7 @@ TEST_P(Collection, BidirectionalWinsWhicheverComesFirst) {
   EXPECT_EQ(rp(7)->holdTime(), 180) << "the sparse one was ignored";
 }
 
-TEST_P(Collection, AWithdrawnRpIsListedOnceWithHoldTimeZero) {
+TEST_P(Collection, AWithdrawnRpIsListedOnceWithHoldTimeZeroUnlessItComesBack) {
   v.hearCrp(7, us, {{prefix}});
   v.hearCrp(8, us, {{v.a.group(2)}});
   v.advance(70);
@@ -75,9 +75,6 @@ TEST_P(Collection, AWithdrawnRpIsListedOnceWithHoldTimeZero) {
   EXPECT_EQ(announced(), (std::map<Pax::IpGenAddr, uint16_t>{{v.a.host(7), 0}}));
   v.advance(60);
   EXPECT_EQ(announced(), (std::map<Pax::IpGenAddr, uint16_t>{}));
-}
-
-TEST_P(Collection, AnAdvertisementCancelsAWithdrawal) {
   v.hearCrp(7, us, {{prefix}});
   v.advance(20);
   v.hearCrp(7, us, {{prefix}}, 0);
@@ -87,28 +84,14 @@ TEST_P(Collection, AnAdvertisementCancelsAWithdrawal) {
   EXPECT_EQ(announced(), (std::map<Pax::IpGenAddr, uint16_t>{{v.a.host(7), 180}}));
 }
 
-TEST_P(Collection, ANewRpPullsTheNextMessageForward) {
-  v.hearCrp(8, us, {{v.a.group(2)}});
-  v.advance(11);
-  ASSERT_GT(bsTimer(), 10);
-  v.hearCrp(7, us, {{prefix}});
-  EXPECT_EQ(bsTimer(), 10);
-  v.advance(4);
-  v.hearCrp(9, us, {{prefix}});
-  EXPECT_EQ(bsTimer(), 6) << "already due soon enough";
-}
-
-TEST_P(Collection, AnAdvertisementForAnotherBsrIsAnError) {
+TEST_P(Collection, OnlyAdvertisementsToUsFromSourcesInTheFilterCount) {
+  const Pax::IpGenPrefix all = v.status->crpPermit().keys().front();
+  v.status->crpPermitIs(Pax::IpGenPrefix::host(v.a.host(7)), true);
+  v.status->crpPermitDel(all);
   v.hearCrp(7, v.a.host(51), {{prefix}});
   EXPECT_FALSE(rp(7));
   EXPECT_EQ(v.counters().rxCrpAdvError(), 1u);
   EXPECT_EQ(v.counters().errCounters().notBsrError, 1u);
-}
-
-TEST_P(Collection, SourcesOutsideTheFilterAreDenied) {
-  const Pax::IpGenPrefix all = v.status->crpPermit().keys().front();
-  v.status->crpPermitIs(Pax::IpGenPrefix::host(v.a.host(7)), true);
-  v.status->crpPermitDel(all);
   v.hearCrp(7, us, {{prefix}});
   v.hearCrp(8, us, {{prefix}});
   EXPECT_TRUE(rp(7));
@@ -137,17 +120,6 @@ TEST_P(Collection, AtMostTheBest255RpsOfAPrefixAreSent) {
   EXPECT_EQ(seen.size(), 255u);
   EXPECT_FALSE(seen.contains(v.a.host(100))) << "the worst go: lesser priority, lower address";
   EXPECT_TRUE(seen.contains(v.a.host(109)));
-}
-
-TEST_P(Collection, AScopeAnnouncesItselfEvenWithoutRps) {
-  v.candidateIs(v.a.scope(5), 50, 64);
-  v.advance(11);
-  const auto &groups = v.port->sent.back().bsm->groupData();
-  ASSERT_EQ(groups.size(), 1u);
-  EXPECT_EQ(groups[0]->prefix(), v.a.scope(5));
-  EXPECT_TRUE(groups[0]->adminScope());
-  EXPECT_EQ(groups[0]->rpCount(), 0);
-  EXPECT_EQ(v.publishedRps(v.a.scope(5)), std::vector<Pax::IpGenAddr>{}) << "its groups do not fall back";
 }
 
 class Advertiser : public testing::TestWithParam<Addresses> {
@@ -215,74 +187,25 @@ TEST_P(Advertiser, AScopeThatComesAndGoesMovesItsPrefixes) {
   EXPECT_FALSE(told.contains(v.a.host(61)));
 }
 
-TEST_P(Advertiser, TheEndOfACandidateIsAGoodbyeForAllItAdvertised) {
+TEST_P(Advertiser, ARangeOrModeThatEndsIsWithdrawnSoonAndTheRestToldAnew) {
   const auto crp = crpIs({v.a.group(1), v.a.group(2)});
-  hearBsr(60);
-  v.advance(10);
-  v.port->advertised.clear();
-  for (const auto n : {1u, 2u}) crp->prefixSetDel(v.a.group(n));
-  v.status->crpDel(v.a.host(7));
-  ASSERT_EQ(v.port->advertised.size(), 1u);
-  EXPECT_EQ(v.port->advertised[0]->holdTime(), 0);
-  EXPECT_EQ(v.port->advertised[0]->groupData()->groupInfo()->group.size(), 2u);
-  EXPECT_TRUE(v.sm->bsrSm().rpCandidateSm().empty());
-}
-
-TEST_P(Advertiser, AChangedPriorityMovesToAnotherMachineWithoutGoodbye) {
-  const auto crp = crpIs({v.a.group(1)});
-  hearBsr(60);
-  v.advance(10);
-  crp->prefixOptions(v.a.group(1))->priorityIs(20);
-  EXPECT_EQ(v.sm->bsrSm().rpCandidateSm().size(), 1u);
-  const auto sent = sentWithin(7);
-  ASSERT_EQ(sent.size(), 3u);
-  for (const auto &message : sent) {
-    EXPECT_EQ(message->priority(), 20);
-    EXPECT_NE(message->holdTime(), 0);
-  }
-  crp->prefixOptions(v.a.group(1))->priorityIs(256);
-  EXPECT_TRUE(v.sm->bsrSm().rpCandidateSm().empty()) << "256 is no priority";
-}
-
-TEST_P(Advertiser, ARangeThatIsNoLongerServedIsWithdrawnSoon) {
-  const auto crp = crpIs({v.a.group(1), v.a.group(2)});
-  hearBsr(60);
-  v.advance(10);
-  v.port->advertised.clear();
-  crp->prefixSetDel(v.a.group(2));
-  const auto sent = sentWithin(2.5);
-  ASSERT_EQ(sent.size(), 2u);
-  EXPECT_EQ(sent[0]->holdTime(), 0);
-  EXPECT_EQ(sent[0]->groupData()->groupInfo()->group, (std::vector<CrpGroup>{{v.a.group(2)}}));
-  EXPECT_EQ(sent[1]->groupData()->groupInfo()->group, (std::vector<CrpGroup>{{v.a.group(1)}}));
-}
-
-TEST_P(Advertiser, AModeThatChangesIsToldSoonAndTheBidirectionalOneTakenBack) {
-  const auto crp = crpIs({v.a.group(1)});
   crp->modeIs(Pim::Mode::bidir);
   hearBsr(60);
+  using Groups = std::vector<CrpGroup>;
+  const CrpGroup bidir{v.a.group(1), false, true}, sparse{v.a.group(1)};
+  const auto expectWithdrawn = [&](const Groups &gone, const Groups &rest) {
+    const auto sent = sentWithin(2.5);
+    ASSERT_EQ(sent.size(), 2u);
+    EXPECT_EQ(sent[0]->holdTime(), 0);
+    EXPECT_EQ(sent[0]->groupData()->groupInfo()->group, gone);
+    EXPECT_EQ(sent[1]->groupData()->groupInfo()->group, rest);
+  };
   v.advance(10);
-  v.port->advertised.clear();
+  crp->prefixSetDel(v.a.group(2));
+  expectWithdrawn({{v.a.group(2), false, true}}, {bidir});
+  v.advance(10);
   crp->modeIs(Pim::Mode::sparse);
-  const auto sent = sentWithin(2.5);
-  ASSERT_EQ(sent.size(), 2u);
-  EXPECT_EQ(sent[0]->holdTime(), 0);
-  EXPECT_TRUE(sent[0]->groupData()->groupInfo()->group[0].bidir);
-  EXPECT_FALSE(sent[1]->groupData()->groupInfo()->group[0].bidir);
-}
-
-TEST_P(Advertiser, ALongerIntervalIsToldAtOnce) {
-  const auto crp = crpIs({v.a.group(1)});
-  hearBsr(60);
-  v.advance(10);
-  v.port->advertised.clear();
-  crp->intervalIs(120);
-  ASSERT_EQ(v.port->advertised.size(), 1u);
-  EXPECT_EQ(v.port->advertised[0]->holdTime(), 360);
-  crp->intervalIs(30);
-  EXPECT_EQ(v.port->advertised.size(), 1u);
-  hearBsr(60);
-  EXPECT_EQ(sentWithin(31).size(), 1u);
+  expectWithdrawn({bidir}, {sparse});
 }
 
 TEST_P(Advertiser, MoreThan255RangesAreCountedAs255) {

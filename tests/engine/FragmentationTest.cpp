@@ -119,22 +119,6 @@ TEST_P(Fragmentation, TwoGroupsOfOnePrefixAreNeverBothInPieces) {
   }
 }
 
-TEST_P(Fragmentation, ARelayedFragmentKeepsItsTotalsAndCountsWhatItHolds) {
-  TestVrf v(a);
-  v.intfIs(1, 600);
-  v.hear(Bsm(a.host(200)).tag(3).piece(a.group(1), 250, rps(50)));
-  size_t placed = 0;
-  for (const auto &sent : v.port->sent) {
-    for (const auto &group : sent.bsm->groupData()) {
-      if (group->prefix() != a.group(1)) continue;
-      EXPECT_EQ(group->rpCount(), 250);
-      EXPECT_EQ(group->fragmentRpCount(), group->rpList().size());
-      placed += group->rpList().size();
-    }
-  }
-  EXPECT_EQ(placed, 50u);
-}
-
 TEST_P(Fragmentation, ANewNeighbourGetsTheLastMessagesFromItsDrOnly) {
   TestVrf v(a);
   v.intfIs(1);

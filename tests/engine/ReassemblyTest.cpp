@@ -73,16 +73,6 @@ TEST_P(Reassembly, AnotherTagOfTheSameBsrEndsTheCollectionOfTheLastMessage) {
   EXPECT_EQ(stored(), 5u);
 }
 
-TEST_P(Reassembly, TheFragmentTimesCanBeSetByName) {
-  EXPECT_TRUE(v.sm->bsrSm().attributeIs("fragmentTimeout", uint64_t{3}));
-  EXPECT_TRUE(v.sm->bsrSm().attributeIs("fragmentInterval", uint64_t{2}));
-  hearPiece(7, 5, 11, 13);
-  advance(3.9);
-  EXPECT_TRUE(isOpen(7));
-  advance(0.2);
-  EXPECT_FALSE(isOpen(7));
-}
-
 TEST_P(Reassembly, MoreRpsThanAnnouncedIsFatal) {
   hearPiece(7, 5, 11, 13);
   EXPECT_DEATH(hearPiece(7, 5, 21, 23), "fragment->rpCount\\(\\) == fragment->rps\\(\\)");

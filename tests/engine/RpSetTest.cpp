@@ -14,39 +14,11 @@ class RpSet : public testing::TestWithParam<Addresses> {
  protected:
   RpSet() : v(GetParam()), prefix(v.a.group(1)), rp(v.a.host(21)) { v.intfIs(1); }
   void advance(double seconds) { v.time.advanceTo(v.time.now() + seconds); }
-  Bsm bsm(uint16_t holdTime) { return Bsm(v.a.host(1)).group(prefix, {{rp, holdTime, 7}}); }
 
   TestVrf v;
   const Pax::IpGenPrefix prefix;
   const Pax::IpGenAddr rp;
 };
-
-TEST_P(RpSet, AnRpIsLearnedRefreshedAndWithdrawn) {
-  v.hear(bsm(150).bidir());
-  const double learned = v.time.now();
-  advance(60);
-  v.hear(bsm(150).bidir().hashMaskLen(20));
-  for (const auto &set : {v.set(v.a.global(), prefix), v.published->crpSet(prefix)}) {
-    const auto entry = set->rp(rp);
-    EXPECT_EQ(entry->setupTime(), learned);
-    EXPECT_EQ(entry->expires(), learned + 60 + 150);
-    EXPECT_EQ(entry->priority(), 7);
-    EXPECT_EQ(entry->holdTime(), 150);
-    EXPECT_EQ(entry->hashMaskLen().number(), 20);
-    EXPECT_EQ(entry->pimMode(), Pim::Mode::bidir);
-  }
-  v.hear(bsm(0));
-  EXPECT_EQ(v.set(v.a.global(), prefix), nullptr) << "a set without RPs goes";
-  EXPECT_EQ(v.published->crpSet(prefix), nullptr);
-}
-
-TEST_P(RpSet, AnRpThatIsNoLongerListedGoesWithItsHoldTime) {
-  v.hear(Bsm(v.a.host(1)).group(prefix, {{rp, 100, 0}, {v.a.host(22), 200, 0}}));
-  advance(99);
-  EXPECT_EQ(v.publishedRps(prefix)->size(), 2u);
-  advance(1.1);
-  EXPECT_EQ(v.publishedRps(prefix), std::vector{v.a.host(22)});
-}
 
 TEST_P(RpSet, AHashMaskLengthOverTheLimitEndsTheStoreNotTheMachine) {
   v.hear(Bsm(v.a.host(1)).hashMaskLen(129).group(v.a.group(2), {{rp, 0, 0}}).group(prefix, {{rp, 150, 0}}));
@@ -54,25 +26,6 @@ TEST_P(RpSet, AHashMaskLengthOverTheLimitEndsTheStoreNotTheMachine) {
   EXPECT_EQ(v.published->crpSet(prefix), nullptr);
   advance(131);
   EXPECT_FALSE(v.bsr(v.a.global())) << "its timer was armed";
-}
-
-TEST_P(RpSet, AScopeTakesItsPrefixesOverAndGivesThemBack) {
-  const auto zone = v.a.scope(5);
-  const auto inside = v.a.inScope(5, 1);
-  v.hear(Bsm(v.a.host(1)).group(inside, {{v.a.host(31), 1000, 0}}));
-  EXPECT_EQ(v.publishedRps(inside), std::vector{v.a.host(31)});
-  v.hear(Bsm(v.a.host(2)).scope(zone));
-  EXPECT_EQ(v.publishedRps(inside), std::nullopt) << "the scope has no RP for it, and no other zone may serve it";
-  EXPECT_EQ(v.publishedRps(zone), std::vector<Pax::IpGenAddr>{}) << "its own prefix stays, empty";
-  v.hear(Bsm(v.a.host(2)).scope(zone).group(inside, {{v.a.host(32), 300, 0}}));
-  EXPECT_EQ(v.publishedRps(inside), std::vector{v.a.host(32)});
-  for (int i = 0; i < 4; ++i) {
-    advance(60);
-    v.hear(Bsm(v.a.host(1)).group(inside, {{v.a.host(31), 1000, 0}}));
-  }
-  ASSERT_FALSE(v.bsr(zone));
-  EXPECT_EQ(v.publishedRps(inside), std::vector{v.a.host(31)}) << "the scope is gone, the global zone serves again";
-  EXPECT_EQ(v.publishedRps(zone), std::nullopt);
 }
 
 /// The zones with a BSR, and what stands published of a dead zone that alone has a set for the prefix.

@@ -52,6 +52,16 @@ class Chaos : public testing::TestWithParam<uint64_t> {
     }
   }
 
+  /// Nobody publishes what was never said.
+  void expectOnly(const Sim::RpTable &said) {
+    for (const auto &name : names) {
+      for (const auto &[prefix, rps] : Sim::tableOf(story.host(name).rpSet()).group) {
+        ASSERT_TRUE(said.group.contains(prefix)) << prefix;
+        for (const auto &[rp, entry] : rps) ASSERT_EQ(entry, said.group.at(prefix).at(rp)) << rp;
+      }
+    }
+  }
+
   Story story;
   Orb::Random random;
   std::vector<std::string> names;
@@ -61,7 +71,7 @@ TEST_P(Chaos, IsForgottenSoonAfterItsEnd) {
   const Pax::IpGenPrefix global = story.addresses.global(), scope = story.addresses.scope(5);
   Sim::Feeder &feeder = story.feeder("feeder");
   const Sim::RpTable scoped = story.table(scope, 5, 30, 1);
-  Sim::RpTable table = story.table(global, 20, 8);
+  Sim::RpTable table = story.table(global, 8, 60);
   story.feed(feeder, global, table);
   story.feed(feeder, scope, scoped);
   table.group.insert(scoped.group.begin(), scoped.group.end());
@@ -70,6 +80,7 @@ TEST_P(Chaos, IsForgottenSoonAfterItsEnd) {
   for (int fault = 0; fault < 300; ++fault) {
     oneFault();
     story.time().runFor(random.uniform(0, 20));
+    ASSERT_NO_FATAL_FAILURE(expectOnly(table));
   }
   repairAll();
   // Neighbours found, two rounds of messages, and what was learned wrongly would have ended.
