@@ -61,7 +61,7 @@ class TestVrf {
   static Pax::IntfId intf(uint32_t n) { return {"default", "eth" + std::to_string(n)}; }
   Pax::IpGenAddr neighbor(uint32_t n) const { return a.onLink(100 + n); }
   /// Routes an address through the neighbour on eth<n>.
-  void routeIs(const Pax::IpGenAddr &address, uint32_t n) {
+  void routeIs(const Pax::IpGenAddr &address, uint32_t n) const {
     routes->answer[address] = {Routing::RouteAnswer::Kind::via, {{intf(n), neighbor(n)}}};
   }
 
@@ -83,7 +83,7 @@ class TestVrf {
     group->priorityIs(priority);
     return status->cbsr(zone);
   }
-  void candidateDel(const Pax::IpGenPrefix &zone) {
+  void candidateDel(const Pax::IpGenPrefix &zone) const {
     for (const auto &[intfId, candidate] : config->bsrCandidateConfig()) candidate->groupDel(zone);
   }
   /// An advertisement of RP host(n) for one range, from a router behind eth1.
