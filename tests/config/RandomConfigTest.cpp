@@ -371,6 +371,29 @@ std::string life(const Addresses &addresses, uint32_t seed) {
   return "";
 }
 
+// Between the two writes of the reload, two interfaces offer the zone.
+TEST(RandomConfig, AZoneThatWasTakenOverForAMomentGoesBack) {
+  const Lines wanted{{"times", "130 1300"},
+                     {"address lo", "10.0.0.1"},
+                     {"address eth0", "10.0.0.2"},
+                     {"bsr eth0", ""},
+                     {"bsr eth0 group 239.1.0.0/16", "9 30 60"},
+                     {"bsr lo", ""},
+                     {"acl A", ""},
+                     {"acl A rule 1", "+239.1.0.0/16"}};
+  Lines old = wanted;
+  old["acl A rule 1"] = "+239.2.0.0/16";
+  old["bsr lo acl A"] = "5 30 60";
+  for (uint32_t seed = 1; seed <= 4; ++seed) {
+    Random random(seed);
+    World world(Pax::AddressFamily::ipv4, random);
+    world.start();
+    world.apply(old);
+    world.apply(wanted);
+    EXPECT_EQ(faults(world, {}, world.state()), "");
+  }
+}
+
 TEST(RandomConfig, StatusIsWhatTheConfigurationSaysAfterEveryChange) {
   for (const Addresses &addresses : {ipv4, ipv6}) {
     for (uint32_t seed = 1; seed <= 12; ++seed) {

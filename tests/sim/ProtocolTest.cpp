@@ -10,14 +10,14 @@ class Protocol : public testing::TestWithParam<Addresses> {
  protected:
   Protocol() : story(GetParam()), global(story.addresses.global()), scope(story.addresses.scope(5)) {}
 
-  /// A feeder and the agents a, b and c in a row, all with the zone's table.
-  Sim::Feeder &learnedChain(const Pax::IpGenPrefix &zone, const Sim::RpTable &table, double period = 60) {
+  /// A feeder and the agents a, b and c in a row, all with the table.
+  Sim::Feeder &learnedChain(const Sim::RpTable &table) {
     story.chain({"feeder", "a", "b", "c"}, {1500});
     story.start({"a", "b", "c"});
-    Sim::Feeder &feeder = story.feeder("feeder", period);
-    story.feed(feeder, zone, table);
+    Sim::Feeder &feeder = story.feeder("feeder");
+    story.feed(feeder, global, table);
     feeder.start();
-    EXPECT_TRUE(story.within(15, [&] { return story.everyAgentHas(zone, feeder, table); }));
+    EXPECT_TRUE(story.within(15, [&] { return story.everyAgentHas(global, feeder, table); }));
     return feeder;
   }
 
@@ -28,7 +28,7 @@ class Protocol : public testing::TestWithParam<Addresses> {
 
 TEST_P(Protocol, TheBsrOfADeadFeederLeavesAfterTheHoldTimeAndItsRpsAfterTheirs) {
   const Sim::RpTable table = story.table(global, 40, 4, 0, 200);  // in several fragments
-  Sim::Feeder &feeder = learnedChain(global, table);
+  Sim::Feeder &feeder = learnedChain(table);
   story.time().runFor(60);
   const double last = story.time().now();  // of the last message, but for the delays of the chain
   feeder.die();
@@ -62,34 +62,9 @@ TEST_P(Protocol, ARouterThatStartsLateIsToldByTheDr) {
   EXPECT_TRUE(story.everyAgentHas(scope, feeder, both));
 }
 
-TEST_P(Protocol, ARouterThatRestartsKeepsItsRpSet) {
-  for (const bool orderly : {true, false}) {
-    SCOPED_TRACE(orderly ? "stopped" : "crashed");
-    Story story(GetParam());
-    story.chain({"feeder", "a", "b", "c"}, {1500});
-    story.start({"a", "b", "c"});
-    Sim::Feeder &feeder = story.feeder("feeder");
-    const Sim::RpTable table = story.table(global, 30, 3);
-    story.feed(feeder, global, table);
-    feeder.start();
-    ASSERT_TRUE(story.within(15, [&] { return story.everyAgentHas(global, feeder, table); }));
-    Sim::Host &b = story.host("b");
-    orderly ? b.stop() : b.crash();
-    story.time().runFor(20);
-    b.start();
-    const auto isShort = [&] { return !story.everyAgentHas(global, feeder, table); };
-    EXPECT_FALSE(story.within(600, isShort)) << "at " << story.time().now();
-    feeder.die();
-    story.time().runFor(131);
-    EXPECT_EQ(b.bsr(global), Pax::IpGenAddr());
-    story.time().runFor(150);
-    EXPECT_EQ(Sim::tableOf(b.rpSet()), nothing);
-  }
-}
-
 TEST_P(Protocol, ABetterBsrTakesOverAndTheOtherReturnsWhenItIsGone) {
   const Sim::RpTable worseTable = story.table(global, 3, 4, 0), betterTable = story.table(global, 2, 5, 1);
-  Sim::Feeder &worse = learnedChain(global, worseTable);
+  Sim::Feeder &worse = learnedChain(worseTable);
   story.chain({"c", "better"}, {1500});
   Sim::Feeder &better = story.feeder("better");
   story.feed(better, global, betterTable, 65);
@@ -111,7 +86,7 @@ TEST_P(Protocol, ABetterBsrTakesOverAndTheOtherReturnsWhenItIsGone) {
 
 TEST_P(Protocol, AnRpThatTheBsrNamesNoMoreEndsWithItsHoldTimeAndOneWithHoldTimeZeroAtOnce) {
   Sim::RpTable table = story.table(global, 1, 3);
-  Sim::Feeder &feeder = learnedChain(global, table);
+  Sim::Feeder &feeder = learnedChain(table);
   auto &rps = table.group.begin()->second;
   Sim::RpTable told = table;
   told.group.begin()->second.begin()->second.holdTime = 0;
@@ -125,20 +100,6 @@ TEST_P(Protocol, AnRpThatTheBsrNamesNoMoreEndsWithItsHoldTimeAndOneWithHoldTimeZ
   EXPECT_TRUE(story.everyAgentHas(global, feeder, table));
   story.time().runFor(2);
   EXPECT_TRUE(story.everyAgentHas(global, feeder, fewer));
-}
-
-TEST_P(Protocol, AScopeTakesItsPrefixesFromTheGlobalZoneAndGivesThemBack) {
-  // Both zones name RPs for the same prefixes; the scope's count while it has a BSR.
-  const Sim::RpTable scoped = story.table(scope, 2, 2, 1);
-  Sim::RpTable wide = story.table(scope, 2, 3, 2);
-  wide.group.erase(scope);
-  Sim::Feeder &feeder = learnedChain(global, wide);
-  story.feed(feeder, scope, scoped);
-  EXPECT_TRUE(story.within(1, [&] { return story.everyAgentHas(global, feeder, scoped); }));
-  feeder.zoneDel(scope);
-  const auto isWide = [&] { return story.everyAgentHas(global, feeder, wide); };
-  EXPECT_TRUE(story.within(130 + 150 + 1300 + 61, isWide));
-  EXPECT_EQ(story.host("c").bsr(scope), Pax::IpGenAddr());
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, Protocol, testing::Values(ipv4, ipv6),
