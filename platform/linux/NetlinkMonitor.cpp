@@ -218,7 +218,7 @@ void NetlinkMonitor::addressDel(const AddressMessage &message) {
 }
 
 // The kernel may hold an address twice, with two prefix lengths.
-void NetlinkMonitor::publish(Link &link, const Pax::IpGenAddr &address) {
+void NetlinkMonitor::publish(Link &link, const Pax::IpGenAddr &address) const {
   const Kiv::Ptr<Ip::IntfStatus> status = link.status;
   const auto entry = std::find_if(link.address.begin(), link.address.end(),
                                   [&](const AddressEntry &present) { return present.message.address == address; });

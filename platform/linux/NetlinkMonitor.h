@@ -69,7 +69,7 @@ class NetlinkMonitor {
   void addressIs(const AddressMessage &message);
   void addressDel(const AddressMessage &message);
   /// Brings the status of one address in line with the kernel's entries for it.
-  void publish(Link &link, const Pax::IpGenAddr &address);
+  void publish(Link &link, const Pax::IpGenAddr &address) const;
 
   const Parameters parameters_;
   const Kiv::Ptr<Ip::AllIntfStatusDir> interfaces_;

@@ -268,6 +268,7 @@ TEST_P(VrfLife, AnElectionGoesOnAfterStandby) {
 
 TEST_P(VrfLife, ManyVrfsWithManyZones) {
   std::vector<std::string> names;
+  names.reserve(256);
   for (int i = 0; i < 256; ++i) names.push_back("v" + std::to_string(i));
   for (const std::string &name : names) {
     w.add(name);

@@ -59,7 +59,11 @@ TEST(ConfigTrace, SaysWhyAThingIsNotInForce) {
       {[&] { entry()->priorityIs(65); },
        "Priority for Candidate BSR in Zone 239.1.0.0/16 with IP 10.0.0.1 changed to 65"},
       {[&] { vrf.addressIs(lo, ""); }, "Interface lo IP unset"},
-      {[&] { config.rpCandidateConfigIs(eth0)->groupRangeIs(vrf.zone); },
+      // A priority that is not set yet ends nothing, here or when the address comes.
+      {[&] {
+         config.rpCandidateConfigIs(eth0)->groupRangeOptionsIs(vrf.zone);
+         config.rpCandidateConfig(eth0)->groupRangeIs(vrf.zone);
+       },
        "Deferred C-RP initialization since IP address for interface eth0 is not set"},
       {[&] { vrf.addressIs(eth0, "10.0.0.2"); }, "Created C-RP 10.0.0.2"},
       {[&] { config.rpCandidateConfig(eth0)->advIntervalIs(90); },

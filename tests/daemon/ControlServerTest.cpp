@@ -35,7 +35,7 @@ class RawClient {
       }
     }
   }
-  void endSending() { ::shutdown(socket_, SHUT_WR); }
+  void endSending() const { ::shutdown(socket_, SHUT_WR); }
 
   /// What the server says until `lines` lines are there or it closes, letting it work meanwhile.
   std::string hear(int lines) {
