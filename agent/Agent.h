@@ -16,8 +16,8 @@ namespace Routing::Pim::Bsr {
 class RootSm;
 
 /// Mounts what it needs, and runs the protocol in every VRF that qualifies while this controller is
-/// not the standby one. The families differ in the paths that they mount.
-/// Its end, like a change to standby, keeps all status and sends nothing.
+/// not the standby one. The families differ in the paths that they mount. Its end, like a change to
+/// standby, keeps all status and sends nothing.
 class Agent {
  public:
   /// The loop that drives an agent: its clock, and whom its timers wake. Outlives the agent.

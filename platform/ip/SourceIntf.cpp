@@ -8,7 +8,6 @@ class SourceIntfSm::KivIntfStatus : public IntfStatus::Notifiee {
   explicit KivIntfStatus(const Kiv::Ptr<SourceIntf> &sourceIntf) : sourceIntf_(sourceIntf) {}
   void intfStatusIs(const Kiv::Ptr<const IntfStatus> &intfStatus) {
     notifierIs(intfStatus);
-    sourceIntf_->presentIs(notifier() != nullptr);
     onIpAddr();
   }
   void onIpAddr() override { sourceIntf_->ipAddrIs(notifier() ? notifier()->ipAddr() : Pax::IpGenAddr()); }
@@ -36,9 +35,7 @@ SourceIntfSm::SourceIntfSm(const Kiv::Ptr<SourceIntfDir> &sourceIntfDir,
                            const Kiv::Ptr<const AllIntfStatusDir> &allIntfStatusDir)
     : sourceIntfDir_(sourceIntfDir),
       allIntfStatusDir_(allIntfStatusDir),
-      kivAllIntfStatusDir_(std::make_unique<KivAllIntfStatusDir>(*this)) {
-  for (const Pax::IntfId &intfId : sourceIntfDir_->sourceIntf().keys()) sourceIntfIs(intfId);
-}
+      kivAllIntfStatusDir_(std::make_unique<KivAllIntfStatusDir>(*this)) {}
 
 SourceIntfSm::~SourceIntfSm() = default;
 

@@ -14,10 +14,7 @@ class SourceIntf : public Kiv::Entity {
   explicit SourceIntf(const Pax::IntfId &intfId) : intfId_(intfId) {}
   const Pax::IntfId &intfId() const { return intfId_; }
 
-#define ATTRIBUTES(ATTRIBUTE)                          \
-  ATTRIBUTE(value, Pax::IpGenAddr, ipAddr, IpAddr, {}) \
-  /* whether the system has the interface */           \
-  ATTRIBUTE(value, bool, present, Present, false)
+#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(value, Pax::IpGenAddr, ipAddr, IpAddr, {})
   KIV_ENTITY(SourceIntf, ATTRIBUTES)
 #undef ATTRIBUTES
 
@@ -46,7 +43,6 @@ class SourceIntfSm {
 
   /// Tracks the interface from now on, whether it exists or not; the entry is up to date on return.
   Kiv::Ptr<const SourceIntf> sourceIntfIs(const Pax::IntfId &intfId);
-  const SourceIntfDir &sourceIntfDir() const { return *sourceIntfDir_; }
 
  private:
   class KivIntfStatus;
