@@ -10,8 +10,9 @@ namespace {
 Tracelet::Module trace("Pim::Bsr::Sm");
 }
 
-void PimBsrSm::forwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
-  if (!initialized_) return;
+bool PimBsrSm::forwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  if (!initialized_) return false;
+  bool wentOut = false;
   const uint32_t length = doComputeBsmLength(*bsm);
   VRF_TRACE(trace, 8, "BSM length is " << length);
   for (const Pax::IntfId &intfId : pimStatus_->pimIntf().keys()) {
@@ -19,8 +20,10 @@ void PimBsrSm::forwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::B
     if (!pimIntf || pimIntf->neighbor().empty() || !usableForZone(zone, intfId, *pimIntf)) continue;
     VRF_TRACE(trace, 8, "MTU of interface " << intfId << " is " << pimIntf->mtu());
     sendBsm(zone, length, intfId, pimIntf->mtu(), bsm);
+    wentOut = true;
   }
   bsmFragmentsDelAll();
+  return wentOut;
 }
 
 void PimBsrSm::doForwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
@@ -85,6 +88,7 @@ void PimBsrSm::KivPimIntf::handleDrChange() {
 }
 
 void PimBsrSm::KivPimIntf::handleTriggeredHelloSent() {
+  sm_.handleTriggeredHelloSent();
   const bool wasDr = std::exchange(wasDr_, false);
   if (!isDr_ && !wasDr) return;
   VRF_TRACE(trace, 4,

@@ -21,9 +21,9 @@ bool better(const Packet::BootstrapRpData &one, const Packet::BootstrapRpData &o
 
 }  // namespace
 
-void BsrCandidateSm::doSendBsm(bool shutDown) {
+bool BsrCandidateSm::doSendBsm(bool shutDown) {
   VRF_TRACE_ENTRY_WITH(trace, " ( shutdown=" << (shutDown ? "True" : "False") << " )");
-  if (!initialized_) return;
+  if (!initialized_) return false;
   const auto bsm = Packet::BootstrapMessageIs();
   bsm->forwardIs(true);
   bsm->fragmentTagIs(static_cast<uint16_t>(random_.next()));
@@ -44,9 +44,8 @@ void BsrCandidateSm::doSendBsm(bool shutDown) {
   for (const Pax::IpGenPrefix &prefix : prefixes) {
     if (!scoped || prefix != zone_) doAddGroupData(*bsm, prefix, setOf(prefix).get());
   }
-  lastOriginated_ = bsrSm_.now();
   lastBsm_.bsmIs(bsm, bsrSm_.now());
-  bsrSm_.forwardBsm(zone_, bsm);
+  return bsrSm_.forwardBsm(zone_, bsm);
 }
 
 /// A block of the prefix's RPs; none for an empty set, the own block of a scoped zone aside.
@@ -81,7 +80,7 @@ Packet::BootstrapGroupData::RpList BsrCandidateSm::rpsToList(const Pax::IpGenPre
   if (!sparseRps.empty() && !bidirRps.empty()) {
     VRF_TRACE(trace, 1, "RPs of both modes for " << prefix << ". Sending only the bidirectional ones");
   }
-  const WithdrawnRps withdrawn = takeWithdrawn(prefix);
+  const auto withdrawn = takeWithdrawn(prefix);
   bidir = !bidirRps.empty() || (sparseRps.empty() && !withdrawn.empty() && withdrawn.begin()->second == Mode::bidir);
   Packet::BootstrapGroupData::RpList rps = bidirRps.empty() ? std::move(sparseRps) : std::move(bidirRps);
   std::sort(rps.begin(), rps.end(), better);
@@ -94,13 +93,19 @@ Packet::BootstrapGroupData::RpList BsrCandidateSm::rpsToList(const Pax::IpGenPre
   return rps;
 }
 
-/// Those to be listed now; what a message should not be filled with waits for the next.
-BsrCandidateSm::WithdrawnRps BsrCandidateSm::takeWithdrawn(const Pax::IpGenPrefix &prefix) {
-  WithdrawnRps taken;
+/// Those to be listed now, the least often listed first; what a message should not be filled with
+/// waits for the next.
+std::vector<std::pair<Pax::IpGenAddr, Mode>> BsrCandidateSm::takeWithdrawn(const Pax::IpGenPrefix &prefix) {
   const auto waiting = withdrawn_.find(prefix);
-  if (waiting == withdrawn_.end()) return taken;
-  while (taken.size() < mostWithdrawn && !waiting->second.empty()) {
-    taken.insert(waiting->second.extract(waiting->second.begin()));
+  if (waiting == withdrawn_.end()) return {};
+  std::vector<WithdrawnRps::iterator> order;
+  for (auto rp = waiting->second.begin(); rp != waiting->second.end(); ++rp) order.push_back(rp);
+  std::ranges::stable_sort(order, std::greater(), [](const auto &rp) { return rp->second.listingsLeft; });
+  order.resize(std::min(order.size(), mostWithdrawn));
+  std::vector<std::pair<Pax::IpGenAddr, Mode>> taken;
+  for (const auto &rp : order) {
+    taken.emplace_back(rp->first, rp->second.mode);
+    if (--rp->second.listingsLeft == 0) waiting->second.erase(rp);
   }
   if (waiting->second.empty()) withdrawn_.erase(waiting);
   return taken;

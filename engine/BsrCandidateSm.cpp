@@ -71,6 +71,8 @@ void BsrCandidateSm::handleInitialized() {
     doUpdateElectedBsr();
     // At the start of the VRF the message machines are not there yet: it goes out on the next turn.
     announcing_ = true;
+    announced_ = false;
+    resumed_ = bsrSm_.now();
     doArmBsTimer(0);
     if (const auto own = bsrStatus_->bootstrapRouter(zone_)) own->expiryTimeIs(bsrSm_.now() + candidate_->bsPeriod());
   } else {
@@ -127,6 +129,7 @@ void BsrCandidateSm::handleBsm() {
 }
 
 void BsrCandidateSm::handlePreferredBsm(const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  VRF_TRACE_ENTRY(trace);
   stateIs(BsrCandidateState::cBsr);
   TRACE_STATE();
   const auto held = bsrStatus_->bootstrapRouter(zone_);
@@ -135,7 +138,6 @@ void BsrCandidateSm::handlePreferredBsm(const Kiv::Ptr<Packet::BootstrapMessage>
   if (changed) {
     VRF_TRACE(trace, 4, "Clearing RP Set for zone " << zone_ << " since we have a new BSR");
     bsrSm_.clearRpSet(zone_);
-    withdrawn_.clear();
   }
   storedBsr_ = {bsm->bsrAddress(), bsm->priority(), bsm->hashMaskLen()};
   doUpdateElectedBsr();
@@ -173,18 +175,49 @@ void BsrCandidateSm::handleNonPreferredBsm(const Kiv::Ptr<Packet::BootstrapMessa
   REQUIRE_AS(false, "Invalid Candidate BSR state");
 }
 
-/// Tells a sender of lesser weight who is the BSR: at once, but not sooner than BS_Min_Interval after
-/// our last message, so that nobody can make us flood the network.
+/// Tells a sender of lesser weight at once who is the BSR. The bucket keeps others from making us
+/// flood the network; an answer that has to wait goes out as soon as there is a token.
 void BsrCandidateSm::doAnswer() {
-  const double wait = lastOriginated_ + bsMinInterval - bsrSm_.now();
-  if (wait > 0) {
-    if (bsTimer_.timeMin() > bsrSm_.now() + wait) doArmBsTimer(wait);
-  } else {
-    doSendBsm(false);
-    doArmBsTimer(candidate_->bsPeriod());
+  if (answers_.take(bsrSm_.now())) {
+    doOriginate(candidate_->bsPeriod());
+  } else if (bsTimer_.timeMin() > answers_.readyAt()) {
+    bsTimer_.timeMinIs(answers_.readyAt());
+    doWriteExpiry();
+    answering_ = true;
   }
-  doWriteExpiry();
   VRF_TRACE(trace, 5, "Next Expiry Time is " << bsTimer_.timeMin() - bsrSm_.now() << " seconds");
+}
+
+/// Originates a message and arms the timer for the next: in `interval` seconds, or sooner while
+/// something has to be told again.
+void BsrCandidateSm::doOriginate(double interval) {
+  const bool wentOut = doSendBsm(false);
+  if (!withdrawn_.empty()) interval = std::min(interval, bsMinInterval);
+  doArmBsTimer(announcing_ ? soonerWhileAnnouncing(wentOut, interval) : interval);
+  doWriteExpiry();
+}
+
+/// After a restart no neighbour is known at first, and then one after the other within ten seconds,
+/// which the first Hellos take. By then all can be told; if nobody can, it is tried again.
+double BsrCandidateSm::soonerWhileAnnouncing(bool wentOut, double interval) {
+  announced_ |= wentOut;
+  const double early = resumed_ + bsMinInterval - bsrSm_.now();
+  if (early > 0) return std::min(interval, early);
+  if (!wentOut) return std::min(interval, bsMinInterval);
+  announcing_ = false;
+  return interval;
+}
+
+void BsrCandidateSm::handleTriggeredHelloSent() {
+  VRF_TRACE_ENTRY(trace);
+  if (announcing_ && !announced_) doArmBsTimer(0);
+}
+
+/// What an elected BSR still had to tell is no longer ours to tell.
+void BsrCandidateSm::handleElectionEnd() {
+  answering_ = false;
+  announcing_ = false;
+  withdrawn_.clear();
 }
 
 void BsrCandidateSm::handleBsrTimerExpiry() {
@@ -206,10 +239,8 @@ void BsrCandidateSm::handleBsrTimerExpiry() {
   storeSelf();
   candidate_->electedIs(true);
   bsrSm_.keepOwnSet(zone_);
-  doSendBsm(false);
-  const bool settled = withdrawn_.empty() && (std::exchange(announcing_, false) || bsrSm_.hasRps(zone_));
-  doArmBsTimer(settled ? candidate_->bsPeriod() : bsMinInterval);
-  doWriteExpiry();
+  if (std::exchange(answering_, false)) answers_.take(bsrSm_.now());
+  doOriginate(announcing_ || bsrSm_.hasRps(zone_) ? candidate_->bsPeriod() : bsMinInterval);
   VRF_TRACE(trace, 5, "Next Expiry Time in " << bsTimer_.timeMin() - bsrSm_.now() << " seconds");
 }
 
@@ -345,6 +376,7 @@ void BsrCandidateSm::KivCandidate::handleElected() {
     sm_.doUpdateElectedBsr();
   } else {
     VRF_TRACE(trace, 4, "We, " << notifier()->address() << " are no longer BSR for zone " << sm_.zone_);
+    sm_.handleElectionEnd();
     sm_.doDelElectedBsr();
   }
 }

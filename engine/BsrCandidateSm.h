@@ -9,6 +9,7 @@
 
 #include "engine/LastBsm.h"
 #include "engine/PimBsrSm.h"
+#include "platform/orb/TokenBucket.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -16,10 +17,14 @@ namespace Routing::Pim::Bsr {
 /// is set; an attribute that becomes unset makes it inert again.
 class BsrCandidateSm {
  public:
-  /// Seconds: what a newly elected BSR with nothing to announce waits before its next message, how
-  /// soon a change of the RP set is announced, and the least time between two messages that others
-  /// provoke (RFC 5059 section 5: BS_Min_Interval).
+  /// Seconds: what a newly elected BSR with nothing to announce waits before its next message, and how
+  /// soon a change of the RP set is announced or told again (RFC 5059 section 5: BS_Min_Interval).
   static constexpr double bsMinInterval = 10;
+  /// So many senders of lesser weight are answered at once, then one more in each interval (seconds).
+  static constexpr uint32_t answerBurst = 5;
+  static constexpr double answerInterval = 2;
+  /// In so many consecutive messages a withdrawn RP is listed with hold time 0.
+  static constexpr uint8_t withdrawalListings = 3;
   /// BSR priority of the last message of a candidate that goes, so that others take over.
   static constexpr uint8_t bsMinPriority = 0;
 
@@ -35,11 +40,16 @@ class BsrCandidateSm {
 
   /// Takes an accepted message of the zone.
   void bsmIs(const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
-  /// Originates one message; `shutDown` gives it BSR priority 0, so that others take over.
-  void doSendBsm(bool shutDown);
+  /// Originates one message; `shutDown` gives it BSR priority 0, so that others take over. Whether it
+  /// went out on any interface.
+  bool doSendBsm(bool shutDown);
+  /// A triggered Hello has gone out to a new neighbour, who can now hear us.
+  void handleTriggeredHelloSent();
   /// Merges one advertised range into the zone's RP set (RFC 5059 section 3.3).
   void doAddCrp(const Kiv::Ptr<Packet::CrpGroupInfo> &groupInfo, const Pax::IpGenAddr &rpAddress, RpPriority priority,
                 CrpHoldTime holdTime);
+  /// A zone inside ours has got a BSR, which collects that zone's ranges from now on: we give them up.
+  void handleInnerZone(const Pax::IpGenPrefix &inner);
   /// Seconds to wait before we take over (RFC 5059 section 5: BS_Rand_Override).
   uint32_t bs_rand_override() const;
 
@@ -103,6 +113,9 @@ class BsrCandidateSm {
   void doComputeBsTimeout(const char *lead);
   void doShortenBsTimer();
   void doAnswer();
+  void doOriginate(double interval);
+  double soonerWhileAnnouncing(bool wentOut, double interval);
+  void handleElectionEnd();
   void doArmBsTimer(double seconds);
   void doWriteExpiry();
   void doUpdateElectedBsr();
@@ -110,9 +123,13 @@ class BsrCandidateSm {
   void storeSelf();
 
   // Originating (BsmOrigination.cpp)
-  using WithdrawnRps = std::map<Pax::IpGenAddr, Mode>;
+  struct Withdrawn {
+    Mode mode;
+    uint8_t listingsLeft = withdrawalListings;
+  };
+  using WithdrawnRps = std::map<Pax::IpGenAddr, Withdrawn>;
   void doAddGroupData(Packet::BootstrapMessage &bsm, const Pax::IpGenPrefix &prefix, const RpCandidateSet *set);
-  WithdrawnRps takeWithdrawn(const Pax::IpGenPrefix &prefix);
+  std::vector<std::pair<Pax::IpGenAddr, Mode>> takeWithdrawn(const Pax::IpGenPrefix &prefix);
   Packet::BootstrapGroupData::RpList rpsToList(const Pax::IpGenPrefix &prefix, const RpCandidateSet *set, bool &bidir);
 
   // Collecting (CrpCollection.cpp)
@@ -132,9 +149,12 @@ class BsrCandidateSm {
   StoredBsr storedBsr_;
   Kiv::Ptr<Packet::BootstrapMessage> bsm_;
   LastBsm lastBsm_;
-  double lastOriginated_ = 0;
-  bool announcing_ = false;                             // an election that outlived a restart has yet to be announced
-  std::map<Pax::IpGenPrefix, WithdrawnRps> withdrawn_;  // to be listed once with hold time 0
+  Orb::TokenBucket answers_{answerBurst, answerInterval};
+  bool answering_ = false;   // the timer is armed for an answer that had to wait
+  bool announcing_ = false;  // an election that outlived a restart has yet to reach the neighbours
+  bool announced_ = false;   // one of these messages went out
+  double resumed_ = 0;       // time of that restart
+  std::map<Pax::IpGenPrefix, WithdrawnRps> withdrawn_;  // to be listed with hold time 0
   KivBsTimer bsTimer_;
   KivBsrStatus kivBsrStatus_;
   KivCandidate kivCandidate_;

@@ -34,6 +34,7 @@ BsrNonCandidateSm::BsrNonCandidateSm(PimBsrSm &bsrSm, const Pax::IpGenPrefix &zo
 }
 
 void BsrNonCandidateSm::handleInitialized() {
+  VRF_TRACE_ENTRY(trace);
   state_ = isGlobalZone() ? BsrNonCandidateState::acceptAny : BsrNonCandidateState::noInfo;
   if (const auto bsr = bsrStatus_->bootstrapRouter(zone_)) {
     state_ = BsrNonCandidateState::acceptPreferred;
@@ -50,6 +51,7 @@ void BsrNonCandidateSm::bsmIs(const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
 }
 
 void BsrNonCandidateSm::handleBsm() {
+  VRF_TRACE_ENTRY(trace);
   const Kiv::Ptr<Packet::BootstrapMessage> bsm = bsm_;
   if (!initialized_ || !bsm) {
     VRF_TRACE(trace, 1, "Initialized=" << (initialized_ ? "True" : "False") << ", bsm=" << (bsm ? "set" : "none"));

@@ -14,6 +14,7 @@ Tracelet::Module trace("Pim::Bsr::Sm");
 void PimBsrSm::handleRpCandidate() const { VRF_TRACE_ENTRY(trace); }
 
 void PimBsrSm::handleCrp(const Pax::IpGenAddr &rpAddress) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << rpAddress << " )");
   if (const auto gone = crp_.erase(rpAddress)) gone->handleDel();
   if (const auto crp = bsrStatus_->crp(rpAddress)) {
     crp_.insert(rpAddress, std::make_unique<KivCrp>(*this, rpAddress, crp));
@@ -83,8 +84,8 @@ bool PimBsrSm::advertisedByAnother(const CrpOptions &options, const Pax::IpGenPr
 }
 
 void PimBsrSm::handleCrpMsg() {
-  if (!initialized_) return;
   VRF_TRACE_ENTRY(trace);
+  if (!initialized_) return;
   const auto groupInfo = crpMsgStatus_->groupInfo();
   if (!groupInfo || groupInfo->group.empty()) return;
   const Pax::IpGenPrefix zone = bsrTrie_->longestMatch(groupInfo->group.front().prefix);

@@ -27,7 +27,7 @@ void BsrCandidateSm::doAddCrp(const Kiv::Ptr<Packet::CrpGroupInfo> &groupInfo, c
     set->rpDel(rpAddress);
     rp = nullptr;
     if (holdTime == 0) {  // it is gone here; everybody else has to be told
-      withdrawn_[group.prefix].insert_or_assign(rpAddress, Mode::sparse);
+      withdrawn_[group.prefix].insert_or_assign(rpAddress, Withdrawn{Mode::sparse});
       doPullBsTimer();
     }
   } else if (rp && rp->pimMode() == Mode::bidir && !group.bidir) {
@@ -75,14 +75,26 @@ Kiv::Ptr<RpCandidateSet> BsrCandidateSm::crpSetToAddTo(const Pax::IpGenPrefix &p
   return status->crpSetIs(prefix);
 }
 
-/// The entry ends with the next turn; the next message tells everybody.
+/// The entry ends with the next turn; the next messages tell everybody.
 void BsrCandidateSm::withdrawCrp(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rpAddress,
                                  Pim::RpCandidate &rp) {
-  withdrawn_[prefix].insert_or_assign(rpAddress, rp.pimMode());
+  withdrawn_[prefix].insert_or_assign(rpAddress, Withdrawn{rp.pimMode()});
   rp.holdTimeIs(0);
   rp.expiresIs(bsrSm_.now());
   VRF_TRACE(trace, 4, rpAddress << " updated with holdtime 0");
   doPullBsTimer();
+}
+
+void BsrCandidateSm::handleInnerZone(const Pax::IpGenPrefix &inner) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << inner << " )");
+  const auto zoneStatus = bsrStatus_->crpStatus(zone_);
+  if (!candidate_->elected() || !zoneStatus || !zoneStatus->status()) return;
+  for (const auto &[prefix, set] : zoneStatus->status()->crpSet()) {
+    if (!inner.covers(prefix)) continue;
+    for (const auto &[address, rp] : set->rp()) {
+      if (rp->holdTime() != 0) withdrawCrp(prefix, address, *rp);
+    }
+  }
 }
 
 /// A change of the RP set is announced soon (RFC 5059 section 3.3).

@@ -129,8 +129,8 @@ void PimBsrSm::handleBsm() {
 }
 
 void PimBsrSm::handleBsrCandidate() {
-  if (!initialized_) return;
   VRF_TRACE_ENTRY(trace);
+  if (!initialized_) return;
   for (const Pax::IpGenPrefix &zone : bsrStatus_->cbsr().keys()) handleBsrCandidate(zone);
 }
 
@@ -219,11 +219,13 @@ BsrNonCandidateSm &PimBsrSm::nonCandidateSmIs(const Pax::IpGenPrefix &zone) {
 void PimBsrSm::nonCandidateSmDel(const Pax::IpGenPrefix &zone) { nonCandidateSm_.erase(zone); }
 
 void PimBsrSm::handleBootstrapRouter(const Pax::IpGenPrefix &zone) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << zone << " )");
   bsr_.erase(zone);
   if (const auto bsr = bsrStatus_->bootstrapRouter(zone)) bsr_.insert(zone, std::make_unique<KivBsr>(*this, bsr));
 }
 
 void PimBsrSm::handleCrpStatus(const Pax::IpGenPrefix &zone) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << zone << " )");
   if (!bsrTrie_) return;
   if (const auto gone = crpZoneStatus_.erase(zone)) gone->handleDel();
   if (const auto zoneStatus = bsrStatus_->crpStatus(zone)) {
@@ -232,9 +234,19 @@ void PimBsrSm::handleCrpStatus(const Pax::IpGenPrefix &zone) {
 }
 
 void PimBsrSm::handleBsrTrie(const Pax::IpGenPrefix &zone) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << zone << " )");
   if (std::exchange(settledVersion_, bsrTrie_->version()) == bsrTrie_->version()) return;  // same zones, another BSR
   published_->settleWithin(zone);
   removeEmptySet(zone, zone);
+  if (!bsrStatus_->bootstrapRouter(zone)) return;
+  for (const auto &[outer, machine] : candidateSm_) {
+    if (outer != zone && outer.covers(zone)) machine->handleInnerZone(zone);
+  }
+}
+
+void PimBsrSm::handleTriggeredHelloSent() {
+  VRF_TRACE_ENTRY(trace);
+  for (const auto &[zone, machine] : candidateSm_) machine->handleTriggeredHelloSent();
 }
 
 void PimBsrSm::KivBsr::handleHashMaskLen() {

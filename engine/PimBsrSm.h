@@ -91,8 +91,8 @@ class PimBsrSm : public Kiv::Entity {
   void bsmRxFragmentsDel(uint16_t tag);
 
   /// Floods a message out of every PIM interface that has a neighbour and is no border of the zone,
-  /// the one that it came in on included (RFC 5059 section 3.4).
-  void forwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
+  /// the one that it came in on included (RFC 5059 section 3.4). Whether it went out on any.
+  bool forwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
   /// The same for a message that came in, unless its no-forward bit is set.
   void doForwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
   /// Remembers an accepted message; collections of an earlier tag end.
@@ -144,6 +144,7 @@ class PimBsrSm : public Kiv::Entity {
 
   // Reactors come and go with what they watch.
   void handlePimIntf(const Pax::IntfId &intfId);
+  void handleTriggeredHelloSent();
   void handleBootstrapRouter(const Pax::IpGenPrefix &zone);
   void handleCrpStatus(const Pax::IpGenPrefix &zone);
   void handleBsrTrie(const Pax::IpGenPrefix &zone);

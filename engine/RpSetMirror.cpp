@@ -24,6 +24,7 @@ Kiv::Ptr<Pim::RpCandidate> PimBsrSm::KivRp::twin() const {
 }
 
 void PimBsrSm::KivRp::handleInitialized() {
+  VRF_TRACE_ENTRY(trace);
   if (!crpSet_.publishes()) return;
   crpSet_.publishedSet().rpIs(address_);
   VRF_TRACE(
@@ -32,6 +33,7 @@ void PimBsrSm::KivRp::handleInitialized() {
 }
 
 void PimBsrSm::KivRp::handlePriority() {
+  VRF_TRACE_ENTRY(trace);
   const auto rp = twin();
   if (!rp) return;
   rp->priorityIs(notifier()->priority());
@@ -41,6 +43,7 @@ void PimBsrSm::KivRp::handlePriority() {
 }
 
 void PimBsrSm::KivRp::handleHoldtime() {
+  VRF_TRACE_ENTRY(trace);
   const auto rp = twin();
   if (!rp) return;
   rp->holdTimeIs(notifier()->holdTime());
@@ -50,6 +53,7 @@ void PimBsrSm::KivRp::handleHoldtime() {
 }
 
 void PimBsrSm::KivRp::handleHashMaskLen() {
+  VRF_TRACE_ENTRY(trace);
   const auto rp = twin();
   if (!rp) return;
   rp->hashMaskLenIs(notifier()->hashMaskLen());
@@ -59,6 +63,7 @@ void PimBsrSm::KivRp::handleHashMaskLen() {
 }
 
 void PimBsrSm::KivRp::handleMode() {
+  VRF_TRACE_ENTRY(trace);
   const auto rp = twin();
   if (!rp) return;
   rp->pimModeIs(notifier()->pimMode());
@@ -68,6 +73,7 @@ void PimBsrSm::KivRp::handleMode() {
 }
 
 void PimBsrSm::KivRp::handleSetuptime() {
+  VRF_TRACE_ENTRY(trace);
   const auto rp = twin();
   if (!rp) return;
   rp->setupTimeIs(notifier()->setupTime());
@@ -93,6 +99,7 @@ void PimBsrSm::KivRp::setHoldtimer() {
 }
 
 void PimBsrSm::KivRp::handleHoldtimeExpired() {
+  VRF_TRACE_ENTRY(trace);
   VRF_TRACE(trace, 4,
             "Deleting RP " << address_ << " from prefix " << crpSet_.prefix() << " and zone " << crpSet_.zone());
   const auto zoneStatus = crpSet_.sm().bsrStatus()->crpStatus(crpSet_.zone());
@@ -102,6 +109,7 @@ void PimBsrSm::KivRp::handleHoldtimeExpired() {
 }
 
 void PimBsrSm::KivRp::handleDel() {
+  VRF_TRACE_ENTRY(trace);
   PimBsrSm &sm = crpSet_.sm();
   const Pax::IpGenPrefix zone = crpSet_.zone();
   const Pax::IpGenPrefix prefix = crpSet_.prefix();
@@ -131,6 +139,7 @@ PimBsrSm::KivCrpSet::KivCrpSet(PimBsrSm &sm, const Pax::IpGenPrefix &zone, const
 }
 
 void PimBsrSm::KivCrpSet::handleInitialized() {
+  VRF_TRACE_ENTRY(trace);
   initialized_ = true;
   if (!publishes()) return;
   sm_.published().setFor(zone_, prefix_);
@@ -148,6 +157,7 @@ void PimBsrSm::KivCrpSet::onRp(const Pax::IpGenAddr &address) {
 }
 
 void PimBsrSm::KivCrpSet::handleDel() {
+  VRF_TRACE_ENTRY(trace);
   VRF_TRACE(trace, 5, "Deleted zone " << zone_ << " RP set " << prefix_);
   if (publishes()) {
     if (sm_.published().withdraw(prefix_)) {

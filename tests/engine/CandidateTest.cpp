@@ -95,18 +95,6 @@ TEST_P(Candidate, EachStateAnswersEachMessage) {
   }
 }
 
-TEST_P(Candidate, ASenderOfLesserWeightIsAnsweredAtOnceButNotFlooded) {
-  elected();
-  v.advance(10);  // its second message
-  v.advance(10);  // and its third
-  v.port->sent.clear();
-  v.advance(5);
-  v.hear(worse());
-  EXPECT_TRUE(v.port->sent.empty());
-  v.advance(5);
-  EXPECT_EQ(v.port->sent.size(), 1u);
-}
-
 TEST_P(Candidate, ADeposedBsrDropsItsCollection) {
   elected();
   v.hearCrp(7, v.a.host(50), {{v.a.group(1)}});
