@@ -104,6 +104,42 @@ TEST_P(Candidate, ADeposedBsrDropsItsCollection) {
   EXPECT_EQ(v.publishedRps(v.a.group(2)), std::vector{v.a.host(8)});
 }
 
+TEST_P(Candidate, AResumedBsrAnnouncesItselfUntilNeighborsCanHearIt) {
+  const auto neighborsAre = [&](bool present) {
+    const auto pimIntf = v.pimStatus->pimIntf(v.intf(1));
+    if (!present) return pimIntf->neighborDel(v.neighbor(1));
+    pimIntf->neighborIs(v.neighbor(1));
+    pimIntf->triggeredHelloSentInc();
+  };
+  // Seconds from the start to the first neighbour, and those at which messages go out within a period.
+  const std::vector<std::pair<double, std::vector<double>>> rows{{3, {3, 10}}, {10.5, {10.5}}, {25, {25}}};
+  for (const auto &[heard, expected] : rows) {
+    SCOPED_TRACE(heard);
+    elected();
+    v.hearCrp(7, v.a.host(50), {{v.a.group(1)}});
+    v.stop();
+    neighborsAre(false);
+    v.start();
+    std::vector<double> sent;
+    for (double t = 0; t < 69; t += 0.5) {
+      if (t == heard || t == heard + 2) neighborsAre(true);
+      v.advance(0.125);
+      if (!std::exchange(v.port->sent, {}).empty()) sent.push_back(t);
+      v.advance(0.375);
+    }
+    EXPECT_EQ(sent, expected);
+    v.candidateDel(zone);
+  }
+  elected();
+  v.stop();
+  v.start();
+  v.hear(better());
+  v.advance(1);
+  neighborsAre(true);
+  v.advance(60);
+  EXPECT_EQ(state(), State::cBsr) << "an election that was lost is not announced any more";
+}
+
 TEST_P(Candidate, TheOverrideDelayFollowsTheWeights) {
   struct Row {
     uint16_t mine;
