@@ -1,11 +1,12 @@
 // An hour of protocol in a network of a hundred routers: how long it takes to converge, to replace a
 // dead BSR and to add and withdraw an RP, in virtual seconds, beside what the timers of RFC 5059 allow
-// at best. Several networks with seeds of their own; the exit status is 1 if in any of them the routers
-// do not agree in time or at the end of the hour.
+// at best. Several networks with seeds of their own, as many as the argument says; the exit status is 1
+// if in any of them the routers do not agree in time or at the end of the hour.
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <iostream>
 #include <limits>
@@ -19,7 +20,6 @@ namespace {
 constexpr double bsTimeout = 130, bsMinInterval = 10, leastRandOverride = 5;
 constexpr double rpHoldTime = 180;  // three times the interval of advertisements
 constexpr double step = 0.1;        // how exactly times are taken
-constexpr uint64_t seeds = 10;
 
 /// A grid of agents. Three candidate BSRs, the first the best, and four candidate RPs stand apart in it;
 /// each RP serves one range of all and one of its own.
@@ -178,12 +178,12 @@ void anHour(Grid &grid, double phase, Report &report) {
   report.endIs(grid.agree(0, Grid::rpsWithoutOne));
 }
 
-bool reportOf(Pax::AddressFamily family, const char *name) {
+bool reportOf(Pax::AddressFamily family, const char *name, uint64_t seeds) {
   Report report;
   for (uint64_t seed = 1; seed <= seeds; ++seed) {
     Grid grid(family, seed);
     // Faults fall at all points of the period of 60 s.
-    anHour(grid, static_cast<double>(seed) * 60 / seeds, report);
+    anHour(grid, static_cast<double>(seed) * 60 / static_cast<double>(seeds), report);
   }
   report.print(name);
   if (!report.good()) std::cout << "  THE ROUTERS DID NOT AGREE\n";
@@ -192,10 +192,13 @@ bool reportOf(Pax::AddressFamily family, const char *name) {
 
 }  // namespace
 
-int main() {
+// sim_report [NETWORKS]
+int main(int argc, char **argv) {
+  const uint64_t seeds = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 10;
+  if (seeds == 0) return 2;
   std::printf("%u routers, an hour, 3 candidate BSRs, 4 candidate RPs; virtual seconds until all agree\n",
               Grid::routers);
-  const bool ipv4 = reportOf(Pax::AddressFamily::ipv4, "IPv4");
-  const bool ipv6 = reportOf(Pax::AddressFamily::ipv6, "IPv6");
+  const bool ipv4 = reportOf(Pax::AddressFamily::ipv4, "IPv4", seeds);
+  const bool ipv6 = reportOf(Pax::AddressFamily::ipv6, "IPv6", seeds);
   return ipv4 && ipv6 ? 0 : 1;
 }

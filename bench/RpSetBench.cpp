@@ -86,27 +86,31 @@ struct Router {
   Kiv::Ptr<Pim::Status> pimStatus = Kiv::make<Pim::Status>("default");
   Kiv::Ptr<Routes> routes = Kiv::make<Routes>();
   Kiv::Ptr<Port> port = Kiv::make<Port>(Pax::AddressFamily::ipv4, pimStatus, routes);
-  Kiv::Ptr<Pim::RpCandidateStatus> published = Kiv::make<Pim::RpCandidateStatus>("default");
+  Pim::Bsr::Container container;
   std::unique_ptr<Pim::Bsr::ContainerSm> sm;
 
   Router() {
     const auto pimIntf = pimStatus->pimIntfIs(eth0);
     pimIntf->mtuIs(2100);
     pimIntf->neighborIs(neighbor);
-    Pim::Bsr::Container container;
+    const auto uribStatus = Kiv::make<Flume::Fib::RouteStatus>();
+    uribStatus->routesIs(routes);
     container.vrf = "default";
     container.af = Pax::AddressFamily::ipv4;
     container.clock = &time;
     container.waker = &time;
     container.random = &random;
     container.config = Kiv::make<Pim::Bsr::Config>();
+    container.configColl = Kiv::make<Pim::Bsr::ConfigColl>();
     container.vrfIntfConfig = Kiv::make<Pim::Bsr::VrfIntfConfig>("default");
     container.clearConfig = Kiv::make<Pim::Bsr::ClearConfig>();
     container.status = Kiv::make<Pim::Bsr::Status>(L3::VrfName("default"));
-    container.rpCandidateStatus = published;
+    container.rpCandidateStatus = Kiv::make<Pim::RpCandidateStatus>("default");
     container.pimStatus = pimStatus;
-    container.allIntfStatusDir = Kiv::make<Ip::AllIntfStatusDir>();
-    container.routes = routes;
+    container.vrfIpStatus = Kiv::make<Ip::AllIntfStatusDir>();
+    container.uribStatus = uribStatus;
+    container.pimCounters = port->messageCounters();
+    container.ipAclConfig = Kiv::make<Acl::Input::Config>();
     container.packetPort = port;
     sm = std::make_unique<Pim::Bsr::ContainerSm>(container);
   }
@@ -114,6 +118,7 @@ struct Router {
     time.time += 1;
     for (const auto &message : bytes) port->hear(message);
   }
+  size_t learned() const { return container.rpCandidateStatus->crpSet().size(); }
 };
 
 double perRp(benchmark::State &state, uint32_t groups) {
@@ -126,6 +131,7 @@ void refresh(benchmark::State &state) {
   Router router;
   router.hear(bytes);
   router.hear(bytes);
+  if (router.learned() != groups) state.SkipWithError("not every group is learned");
   const size_t before = allocations;
   for (auto _ : state) router.hear(bytes);
   state.counters["allocations"] =
@@ -175,6 +181,7 @@ void learn(benchmark::State &state) {
     state.ResumeTiming();
     router->hear(bytes);
     state.PauseTiming();
+    if (router->learned() != groups) state.SkipWithError("not every group is learned");
     grown = mallinfo2().uordblks - before;
     router.reset();
     state.ResumeTiming();
