@@ -44,7 +44,7 @@ void judgeInterfaces(const L3::VrfName &vrf, const PimVrf &pim, const SystemView
 }
 
 /// How long the kernel may take to tell of a namespace's interfaces; what it does not tell is passed over.
-constexpr std::chrono::seconds patience(1);
+constexpr std::chrono::seconds patience(5);
 
 void askSystem(const Configuration &configuration, const L3::VrfName &vrf, Findings &findings) {
   Linux::EventLoop loop;

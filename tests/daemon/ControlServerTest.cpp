@@ -13,6 +13,8 @@
 namespace Routing::Pim::Bsr {
 namespace {
 
+constexpr std::chrono::seconds patience(60);
+
 /// A client of which nothing is expected: bytes out, whatever comes back in.
 class RawClient {
  public:
@@ -30,7 +32,7 @@ class RawClient {
       const ssize_t count = ::send(socket_, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
       if (count > 0) {
         sent += static_cast<size_t>(count);
-      } else if (errno != EAGAIN || context_.run_one_for(std::chrono::seconds(5)) == 0) {
+      } else if (errno != EAGAIN || context_.run_one_for(patience) == 0) {
         return;  // refused to take more
       }
     }
@@ -47,7 +49,7 @@ class RawClient {
         lines -= byte == '\n' ? 1 : 0;
       } else if (count == 0 || errno != EAGAIN) {
         return heard + "<closed>";
-      } else if (context_.run_one_for(std::chrono::seconds(5)) == 0) {
+      } else if (context_.run_one_for(patience) == 0) {
         return heard + "<nothing>";
       }
     }

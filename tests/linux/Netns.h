@@ -36,7 +36,7 @@ class NetnsTest : public ::testing::Test {
   void link(const std::string &what, const std::string &end, const std::string &otherWhat, const std::string &otherEnd);
 
   /// Turns the loop until `holds`; false when it does not within a generous deadline.
-  bool waitFor(const std::function<bool()> &holds, double seconds = 20);
+  bool waitFor(const std::function<bool()> &holds, double seconds = 120);
   /// Turns the loop for a little while, to see that something does not come; returns the turns.
   int settle();
 
