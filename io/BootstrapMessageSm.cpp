@@ -31,6 +31,7 @@ void BootstrapMessageSm::handleInitialize() {
   REQUIRE(bsrStatus());
   REQUIRE(bsmInfo());
   REQUIRE(bsmStatus());
+  VRF_TRACE_ENTRY(trace);
   kivBsrStatus_.notifierIs(bsrStatus_);
   kivBsmInfo_.notifierIs(bsmInfo_->rx());
   kivBsmStatus_.notifierIs(bsmStatus_);
@@ -146,6 +147,7 @@ void BootstrapMessageSm::accept(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Pac
 }
 
 void BootstrapMessageSm::handleTransmission() {
+  VRF_TRACE_ENTRY(trace);
   if (!initialized_) return;
   IO::TransmitMessage &channel = bsmInfo_->tx();
   const uint32_t before = channel.count();

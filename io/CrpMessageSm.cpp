@@ -29,6 +29,7 @@ void CrpMessageSm::handleInitialize() {
   REQUIRE(crpMsgStatus());
   REQUIRE(crpMsgInfo());
   REQUIRE(ucastRouteStatus());
+  VRF_TRACE_ENTRY(trace);
   kivBsrStatus_.notifierIs(bsrStatus_);
   kivCrpMsgInfo_.notifierIs(crpMsgInfo_->rx());
   kivCrpMsgStatus_.notifierIs(crpMsgStatus_);
