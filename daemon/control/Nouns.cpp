@@ -105,6 +105,7 @@ constexpr std::array rpSet{
     upTime,
     expires,
     Column{"published", "whether it is in the VRF's published RP set"},
+    Column{"announced", "on the zone's BSR: whether its last message listed it"},
 };
 constexpr std::array rp{
     vrf,

@@ -49,7 +49,11 @@ constexpr std::array packetFields{
     Field<Flume::PacketCounters>{"noConsumer", &Flume::PacketCounters::noConsumer},
     Field<Flume::PacketCounters>{"noFwdNoHello", &Flume::PacketCounters::noFwdNoHello},
     Field<Flume::PacketCounters>{"noFwdOwnAddress", &Flume::PacketCounters::noFwdOwnAddress},
+    Field<Flume::PacketCounters>{"badHello", &Flume::PacketCounters::badHello},
 };
+static_assert(sizeof(PimBsrErrorCounters) == errorFields.size() * sizeof(uint32_t), "a counter is missing");
+static_assert(sizeof(Flume::PacketCounters) == (packetFields.size() + Packet::decodeErrors) * sizeof(uint32_t),
+              "a counter is missing");
 
 template <class Fields, class Record>
 Rows toJson(const Fields &fields, const Record &record) {

@@ -1,11 +1,33 @@
+#include <optional>
+#include <set>
+
 #include "daemon/show/Json.h"
 #include "daemon/show/Show.h"
+#include "engine/BsrCandidateSm.h"
 
 namespace Routing::Pim::Bsr {
 
 namespace {
 
+/// The RPs that our last message listed, by group, address and whether as bidirectional.
+using Announced = std::set<std::tuple<Pax::IpGenPrefix, Pax::IpGenAddr, bool>>;
+
+/// Nothing where we are not the zone's BSR.
+std::optional<Announced> announcedIn(const VrfView &view, const Pax::IpGenPrefix &zone) {
+  const auto candidate = view.status->cbsr(zone);
+  const BsrCandidateSm *machine = view.bsrSm ? view.bsrSm->candidateSm(zone) : nullptr;
+  if (!machine || !candidate || !candidate->elected()) return std::nullopt;
+  Announced announced;
+  for (const auto &bsm : machine->lastBsm().all()) {
+    for (const auto &group : bsm->groupData()) {
+      for (const auto &rp : group->rpList()) announced.emplace(group->prefix(), rp.address, group->bidir());
+    }
+  }
+  return announced;
+}
+
 void showZone(const VrfView &view, const Pax::IpGenPrefix &zone, const RpCandidateStatus &learned, Rows &rows) {
+  const std::optional<Announced> announced = announcedIn(view, zone);
   for (const Pax::IpGenPrefix &group : sortedKeys(learned.crpSet())) {
     const auto set = learned.crpSet(group);
     const auto published = view.bsrSm ? view.bsrSm->published().setOfOwner(zone, group) : nullptr;
@@ -22,6 +44,8 @@ void showZone(const VrfView &view, const Pax::IpGenPrefix &zone, const RpCandida
                       {"upTime", secondsBetween(rp->setupTime(), view.now)},
                       {"expires", secondsBetween(view.now, rp->expires())},
                       {"published", published && published->rp(address)}});
+      Rows &told = rows.back()["announced"];
+      if (announced) told = announced->contains({group, address, rp->pimMode() == Mode::bidir});
     }
   }
 }

@@ -219,10 +219,34 @@ TEST(Show, TheElectedBsrAndTheSortedRpSet) {
     EXPECT_EQ(brief(rowsOf("bsr", {viewOf(vrf)}), columns), "null | null | noInfo | null | null\n");
     learn(vrf);
     EXPECT_EQ(brief(rowsOf("bsr", {viewOf(vrf)}), columns), text(1) + " | 70 | acceptPreferred | 10.0 | 120.0\n");
-    EXPECT_EQ(
-        brief(rowsOf("rp-set", {viewOf(vrf)}), {"rp", "priority", "expires", "published"}),
-        text(9) + " | 0 | 140.0 | true\n" + text(3) + " | 192 | 90.0 | true\n" + text(20) + " | 5 | 140.0 | true\n");
+    EXPECT_EQ(brief(rowsOf("rp-set", {viewOf(vrf)}), {"rp", "priority", "expires", "published", "announced"}),
+              text(9) + " | 0 | 140.0 | true | null\n" + text(3) + " | 192 | 90.0 | true | null\n" + text(20) +
+                  " | 5 | 140.0 | true | null\n");
   }
+}
+
+TEST(Show, TheBsrTellsWhichRpsItsLastMessageLeftOut) {
+  TestVrf vrf(ipv4);
+  vrf.intfIs(1);
+  vrf.candidateIs(vrf.a.global(), 50, 64);
+  vrf.advance(11);
+  const auto hear = [&](uint32_t rp, bool bidir) {
+    vrf.hearCrp(rp, vrf.a.host(50), {{vrf.a.group(1), false, bidir}, {vrf.a.group(rp), false, bidir}});
+  };
+  for (const uint32_t rp : {6, 7}) hear(rp, false);
+  hear(8, true);
+  vrf.advance(10.5);
+  for (const uint32_t rp : {7, 9}) hear(rp, true);  // to be announced with the next
+  EXPECT_EQ(brief(rowsOf("rp-set", {viewOf(vrf)}), {"group", "rp", "mode", "announced"}),
+            R"(225.1.0.0/16 | 10.0.0.6 | sparsemode | false
+225.1.0.0/16 | 10.0.0.7 | bidir | false
+225.1.0.0/16 | 10.0.0.8 | bidir | true
+225.1.0.0/16 | 10.0.0.9 | bidir | false
+225.6.0.0/16 | 10.0.0.6 | sparsemode | true
+225.7.0.0/16 | 10.0.0.7 | bidir | false
+225.8.0.0/16 | 10.0.0.8 | bidir | true
+225.9.0.0/16 | 10.0.0.9 | bidir | false
+)");
 }
 
 TEST(Show, TheRpOfAGroupComesFromTheZoneThatDecidesForIt) {
