@@ -88,29 +88,6 @@ TEST_P(Collection, AWithdrawnRpIsListedThreeTimesWithHoldTimeZeroUnlessItComesBa
   EXPECT_EQ(announced(), (std::map<Pax::IpGenAddr, uint16_t>{{v.a.host(7), 180}}));
 }
 
-TEST_P(Collection, OnlyAdvertisementsToUsFromSourcesInTheFilterCount) {
-  const Pax::IpGenPrefix all = v.status->crpPermit().keys().front();
-  v.status->crpPermitIs(Pax::IpGenPrefix::host(v.a.host(7)), true);
-  v.status->crpPermitDel(all);
-  v.hearCrp(7, v.a.host(51), {{prefix}});
-  EXPECT_FALSE(rp(7));
-  EXPECT_EQ(v.counters().rxCrpAdvError(), 1u);
-  EXPECT_EQ(v.counters().errCounters().notBsrError, 1u);
-  v.hearCrp(7, us, {{prefix}});
-  v.hearCrp(8, us, {{prefix}});
-  EXPECT_TRUE(rp(7));
-  EXPECT_FALSE(rp(8));
-  EXPECT_EQ(v.counters().errCounters().deniedError, 1u);
-}
-
-TEST_P(Collection, NoGroupsMeanAllAndSeveralArriveOneByOne) {
-  v.hearCrp(7, us, {});
-  EXPECT_EQ(v.rps(zone, zone), std::vector{v.a.host(7)});
-  v.hearCrp(8, us, {{v.a.group(2)}, {v.a.group(3)}, {v.a.group(4)}});
-  EXPECT_EQ(v.set(zone, v.a.group(4))->rp().size(), 1u);
-  EXPECT_EQ(v.counters().rxCrpAdvSuccess(), 2u);
-}
-
 TEST_P(Collection, AtMostTheBest255RpsOfAPrefixAreSent) {
   for (uint32_t n = 100; n < 360; ++n) v.hearCrp(n, us, {{prefix}}, 180, n < 110 ? 9 : 1);
   v.advance(60);
@@ -221,15 +198,6 @@ TEST_P(Advertiser, MoreThan255RangesAreCountedAs255) {
   v.advance(2.1);
   EXPECT_TRUE(log.contains("Configured prefixes are greater than 255. Publishing only the maximum possible."));
   EXPECT_EQ(v.sm->container().packetPort->counters().sendFailed, 0u);
-}
-
-TEST_P(Advertiser, TheBsrItselfIsToldWithoutThePacketChannel) {
-  v.candidateIs(zone, 7, 64);
-  crpIs({v.a.group(1)});
-  v.advance(20);
-  EXPECT_TRUE(v.port->advertised.empty());
-  EXPECT_EQ(v.rps(zone, v.a.group(1)), std::vector{v.a.host(7)});
-  EXPECT_EQ(v.counters().rxCrpAdv(), v.counters().rxCrpAdvSuccess());
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, Collection, testing::Values(ipv4, ipv6),

@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
+#include <map>
 #include <memory>
+#include <random>
 
 #include "platform/kiv/Attributes.h"
 #include "platform/pax/IpGenPrefix.h"
@@ -224,77 +227,55 @@ TEST_F(Kiv_, ADeletedKeyMayBelongToTheElementItself) {
   EXPECT_EQ(second.heard, "o1 gone o1 gone o2=cat o2 gone");
 }
 
-using Numbers = Kiv::Table<uint32_t, std::string>;
+/// A table of texts by number beside a plain list of its elements by age, under random changes.
+struct TableAndList {
+  explicit TableAndList(uint32_t seed) : random(seed) {}
+  uint32_t below(uint32_t n) { return static_cast<uint32_t>(random() % n); }
+  void change(uint32_t inserts) {
+    const uint32_t key = below(keys) * 2654435761u;
+    const auto found = std::ranges::find(list, key, [](const auto &each) { return each.second; });
+    ASSERT_EQ(table.contains(key), found != list.end());
+    if (found != list.end()) {
+      ASSERT_EQ(table.erase(key), std::to_string(key));
+      list.erase(found);
+    } else if (below(100) < inserts) {
+      table.insert(key, std::to_string(key));
+      list[++age] = key;
+    } else {
+      ASSERT_EQ(table.erase(key), "");
+    }
+  }
+  /// Meets what is behind the last met in the list, whatever happens on the way.
+  void walk(uint32_t depth) {
+    uint64_t at = 0;
+    for (const auto &[key, value] : table) {
+      const auto due = list.upper_bound(at);
+      ASSERT_TRUE(due != list.end() && key == due->second && value == std::to_string(key));
+      at = due->first;
+      if (below(4) == 0) table.erase(key), list.erase(at);
+      for (uint32_t n = below(3); n > 0; --n) change(30);
+      if (depth > 0 && below(20) == 0) walk(depth - 1);
+      if (testing::Test::HasFatalFailure()) return;
+    }
+    ASSERT_EQ(list.upper_bound(at), list.end());
+  }
 
-/// The keys that a walk meets while `visit` changes the table.
-std::vector<uint32_t> walk(Numbers &table, const std::function<void(uint32_t)> &visit) {
-  std::vector<uint32_t> met;
-  for (const auto &[key, value] : table) {
-    met.push_back(key);
-    visit(uint32_t{key});
-  }
-  return met;
-}
+  std::mt19937 random;
+  uint32_t keys = 5;
+  uint64_t age = 0;
+  Kiv::Table<uint32_t, std::string> table;
+  std::map<uint64_t, uint32_t> list;
+};
 
-TEST(KivTable, AWalkSurvivesWhatHappensToTheTable) {
-  using Change = std::function<void(Numbers &, uint32_t)>;
-  const struct {
-    const char *name;
-    Change change;
-    std::vector<uint32_t> met;
-  } cases[] = {
-      {"the element itself goes", [](auto &t, auto k) { t.erase(k); }, {1, 2, 3}},
-      {"the next one goes", [](auto &t, auto k) { t.erase(k + 1); }, {1, 3}},
-      {"an earlier one goes", [](auto &t, auto k) { t.erase(k - 1); }, {1, 2, 3}},
-      {"all go",
-       [](auto &t, auto) {
-         for (auto key : t.keys()) t.erase(key);
-       },
-       {1}},
-      {"one is appended",
-       [](auto &t, auto k) {
-         if (k == 3) t.insert(9, "");
-       },
-       {1, 2, 3, 9}},
-      {"the last is replaced",
-       [](auto &t, auto k) {
-         if (k == 3) t.erase(3), t.insert(9, "");
-       },
-       {1, 2, 3, 9}},
-      {"a fresh table grows large",
-       [](auto &t, auto k) {
-         if (k == 3)
-           for (uint32_t i = 4; i < 40; ++i) t.insert(i, "");
-       },
-       [] {
-         std::vector<uint32_t> all(39);
-         for (uint32_t i = 0; i < 39; ++i) all[i] = i + 1;
-         return all;
-       }()},
-  };
-  for (const auto &each : cases) {
-    Numbers table;
-    for (uint32_t key : {1, 2, 3}) table.insert(key, "");
-    EXPECT_EQ(walk(table, [&](uint32_t key) { each.change(table, key); }), each.met) << each.name;
+TEST(KivTable, KeepsItsOrderAndItsWalksThroughEveryChange) {
+  const uint32_t seed = std::random_device()();
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  TableAndList both(seed);
+  for (int round = 0; round < 2000 && !HasFatalFailure(); ++round) {
+    both.keys = round < 1000 ? 5 : 300;  // a small one, then a hashed one
+    both.change(80);
+    both.walk(1);
   }
-}
-
-TEST(KivTable, FindsWhatIsThereThroughGrowthAndErasure) {
-  Numbers table;
-  std::vector<uint32_t> order;
-  for (uint32_t i = 0; i < 3000; ++i) {
-    const uint32_t key = i * 2654435761u;
-    table.insert(key, std::to_string(i));
-    order.push_back(key);
-    if (i % 3 == 0) EXPECT_EQ(table.erase(order[i / 3]), std::to_string(i / 3));
-  }
-  for (uint32_t i = 0; i < 3000; ++i) {
-    const std::string *found = table.find(order[i]);
-    ASSERT_EQ(found != nullptr, i >= 1000) << i;
-    if (found) ASSERT_EQ(*found, std::to_string(i));
-  }
-  EXPECT_EQ(table.keys(), std::vector<uint32_t>(order.begin() + 1000, order.end())) << "order of insertion";
-  EXPECT_EQ(table.erase(77), "");
 }
 
 TEST_F(Kiv_, ScalarsAreSetByNameWithinTheirTypes) {

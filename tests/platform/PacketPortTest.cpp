@@ -8,6 +8,7 @@
 #include "platform/tracelet/Sinks.h"
 #include "tests/support/Addresses.h"
 #include "tests/support/BsmBuilder.h"
+#include "tests/support/Counts.h"
 #include "tests/support/PacketText.h"
 #include "tests/support/WirePort.h"
 
@@ -15,7 +16,6 @@ namespace Test {
 namespace {
 
 using namespace Routing::Pim::Packet;
-using Routing::Pim::Flume::PacketCounters;
 
 /// A router with PIM on at eth1, onLink(1) there, where it knows onLink(2); host(1) is its own.
 struct PortFixture {
@@ -32,52 +32,6 @@ struct PortFixture {
   Kiv::Ptr<WirePort> port = Kiv::make<WirePort>(a.af, status, routes);
 };
 
-TEST(PacketPortTest, whatIsNotForTheAgentIsDroppedAndCountedByItsReason) {
-  for (const Addresses &a : {ipv4, ipv6}) {
-    const Addresses &other = a.ipv4() ? ipv6 : ipv4;
-    const Kiv::Ptr<BootstrapMessage> forward = Bsm(a.host(9));
-    const Kiv::Ptr<BootstrapMessage> noForward = Bsm(a.host(9)).noForward();
-    const Kiv::Ptr<BootstrapMessage> ours = Bsm(a.host(1)).noForward();
-    const Kiv::Ptr<BootstrapMessage> oursForward = Bsm(a.host(1));
-    const auto hello = Kiv::make<HelloMessage>();
-    const auto advertisement = Kiv::make<CrpAdvMessage>();
-    advertisement->rpAddressIs(a.host(7));
-    const Pax::IpGenAddr all = Pax::allPimRouters(a.af);
-    const struct {
-      const char *what;
-      Kiv::Ptr<Message> message;
-      Pax::IpGenAddr source, destination;
-      bool on;
-      uint32_t PacketCounters::*counter;
-    } cases[] = {
-        {"taken", forward, a.onLink(2), all, true, &PacketCounters::received},
-        {"forwardable from a stranger", forward, a.onLink(3), all, true, &PacketCounters::received},
-        {"forwardable of our own", oursForward, a.onLink(2), all, true, &PacketCounters::received},
-        {"no-forward from a neighbor", noForward, a.onLink(2), all, true, &PacketCounters::received},
-        {"no-forward from a stranger", noForward, a.onLink(3), all, true, &PacketCounters::noFwdNoHello},
-        {"no-forward of our own", ours, a.onLink(2), all, true, &PacketCounters::noFwdOwnAddress},
-        {"advertisement from afar", advertisement, a.host(7), a.host(1), true, &PacketCounters::received},
-        {"PIM off", forward, a.onLink(2), all, false, &PacketCounters::pimOff},
-        {"other family", forward, other.onLink(2), Pax::allPimRouters(other.af), true, &PacketCounters::wrongFamily},
-        {"nobody asked", hello, a.onLink(3), all, true, &PacketCounters::noConsumer},
-    };
-    for (const auto &c : cases) {
-      PortFixture f(a);
-      Routing::Pim::IO::PamManager manager(f.port, {});
-      const auto bsms = manager.messageInfoIs(MessageType::bootstrap);
-      const auto advertisements = manager.messageInfoIs(MessageType::crpAdv);
-      std::vector<uint8_t> bytes;
-      Codec(a.af).encode(*c.message, c.source, c.destination, bytes);
-      const Tracelet::CaptureSink traces(1);
-      f.port->hear(c.on ? f.eth1 : f.eth2, c.source, c.destination, bytes);
-      EXPECT_EQ(f.port->counters().*c.counter, 1u) << c.what;
-      const bool isTaken = c.counter == &PacketCounters::received;
-      EXPECT_EQ(bsms->rx()->count() + advertisements->rx()->count(), isTaken ? 1u : 0u) << c.what;
-      EXPECT_EQ(traces.count("Dropping"), isTaken || c.counter == &PacketCounters::noConsumer ? 0u : 1u) << c.what;
-    }
-  }
-}
-
 class Listener : public Routing::Pim::IO::MessageConsumer, public Routing::Pim::IO::BeforeBootstrap {
  public:
   uint32_t heard = 0;
@@ -86,45 +40,81 @@ class Listener : public Routing::Pim::IO::MessageConsumer, public Routing::Pim::
   void helloFirst(const Pax::IntfId &intfId) override { first(intfId); }
 };
 
-TEST(PacketPortTest, aHelloCountsOnlyFromANeighborToAll) {
+TEST(PacketPortTest, whatIsNotForTheAgentIsDroppedAndCountedByItsReasonAlone) {
   for (const Addresses &a : {ipv4, ipv6}) {
+    const Addresses &other = a.ipv4() ? ipv6 : ipv4;
+    const Pax::IpGenAddr all = Pax::allPimRouters(a.af), neighbor = a.onLink(2), stranger = a.onLink(3);
+    const Kiv::Ptr<Message> forward = Kiv::Ptr<BootstrapMessage>(Bsm(a.host(9)));
+    const Kiv::Ptr<Message> ours = Kiv::Ptr<BootstrapMessage>(Bsm(a.host(1)));
+    const Kiv::Ptr<Message> noForward = Kiv::Ptr<BootstrapMessage>(Bsm(a.host(9)).noForward());
+    const Kiv::Ptr<Message> oursNoForward = Kiv::Ptr<BootstrapMessage>(Bsm(a.host(1)).noForward());
+    const Kiv::Ptr<Message> hello = Kiv::make<HelloMessage>();
+    const auto advertisement = Kiv::make<CrpAdvMessage>();
+    advertisement->rpAddressIs(a.host(7));
+    const auto broken = [](auto &bytes) { bytes[2] ^= 1; };
+    const auto cut = [&](auto &bytes) {
+      bytes.resize(bytes.size() / 2);
+      seal(bytes, neighbor, all);
+    };
+    const auto foreign = [&](auto &bytes) {
+      const Kiv::Ptr<BootstrapMessage> bsm = Bsm(other.host(9)).group(other.group(1), {});
+      Codec(other.af).encode(*bsm, neighbor, all, bytes);
+      seal(bytes, neighbor, all);
+    };
+    const auto joinPrune = [&](auto &bytes) { bytes[0] = 0x23; };
+    const Counts received{{"received", 1}}, badHello{{"badHello", 1}}, wrongFamily{{"wrongFamily", 1}};
     const struct {
+      const char *what;
+      Kiv::Ptr<Message> message;
       Pax::IpGenAddr source, destination;
-      bool isTaken;
+      Counts counts;
+      std::function<void(std::vector<uint8_t> &)> change = nullptr;
+      bool pimOff = false;
     } cases[] = {
-        {a.onLink(3), Pax::allPimRouters(a.af), true},
-        {a.onLink(3), a.onLink(1), false},
-        {a.host(3), Pax::allPimRouters(a.af), a.ipv4()},
-        {a.ipv4() ? Pax::IpGenAddr::v4(0) : Pax::IpGenAddr::v6(0, 0), Pax::allPimRouters(a.af), false},
-        {a.group(1).address(), Pax::allPimRouters(a.af), false},
+        {"taken", forward, neighbor, all, received},
+        {"forwardable from a stranger", forward, stranger, all, received},
+        {"forwardable of our own", ours, neighbor, all, received},
+        {"no-forward from a neighbor", noForward, neighbor, all, received},
+        {"no-forward from a stranger", noForward, stranger, all, {{"noFwdNoHello", 1}}},
+        {"no-forward of our own", oursNoForward, neighbor, all, {{"noFwdOwnAddress", 1}}},
+        {"advertisement from afar", advertisement, a.host(7), a.host(1), received},
+        {"PIM off", forward, neighbor, all, {{"pimOff", 1}}, nullptr, true},
+        {"source of the other family", forward, other.onLink(2), all, wrongFamily},
+        {"destination of the other family", forward, neighbor, Pax::allPimRouters(other.af), wrongFamily},
+        {"BSR of the other family", forward, neighbor, all, {{"malformed", 1}, {"family", 1}}, foreign},
+        {"too short", forward, neighbor, all, {{"malformed", 1}, {"truncated", 1}}, cut},
+        {"broken", forward, neighbor, all, {{"malformed", 1}, {"checksum", 1}}, broken},
+        {"other routers' talk", forward, neighbor, all, {{"noConsumer", 1}}, joinPrune},
+        {"Hello from a stranger", hello, stranger, all, received},
+        {"Hello to us alone", hello, stranger, a.onLink(1), badHello},
+        {"Hello from afar", hello, a.host(3), all, a.ipv4() ? received : badHello},
+        {"Hello from nowhere", hello, a.ipv4() ? Pax::IpGenAddr::v4(0) : Pax::IpGenAddr::v6(0, 0), all, badHello},
+        {"Hello from a group", hello, a.group(1).address(), all, badHello},
     };
     for (const auto &c : cases) {
       PortFixture f(a);
-      Listener listener;
-      f.port->consumerIs(MessageType::hello, &listener);
+      auto manager = Kiv::make<Routing::Pim::IO::PamManager>(f.port, Routing::Pim::IO::PamManager::Parameters{});
+      const auto bsms = manager->messageInfoIs(MessageType::bootstrap);
+      const auto advertisements = manager->messageInfoIs(MessageType::crpAdv);
+      Listener hellos;
+      f.port->consumerIs(MessageType::hello, &hellos);
       std::vector<uint8_t> bytes;
-      Codec(a.af).encode(HelloMessage(), c.source, c.destination, bytes);
-      f.port->hear(f.eth1, c.source, c.destination, bytes);
-      EXPECT_EQ(listener.heard, c.isTaken ? 1u : 0u) << c.source << " to " << c.destination;
-      EXPECT_EQ(f.port->counters().badHello, c.isTaken ? 0u : 1u) << c.source << " to " << c.destination;
+      Codec(a.af).encode(*c.message, c.source, c.destination, bytes);
+      if (c.change) c.change(bytes);
+      const auto counts = [&] {
+        const Counts before = countsOf(f.port->counters());
+        f.port->hear(c.pimOff ? f.eth2 : f.eth1, c.source, c.destination, bytes);
+        return grown(before, countsOf(f.port->counters()));
+      };
+      const Tracelet::CaptureSink traces(1);
+      EXPECT_EQ(counts(), c.counts) << c.what;
+      const bool isTaken = c.counts == received;
+      EXPECT_EQ(bsms->rx()->count() + advertisements->rx()->count() + hellos.heard, isTaken ? 1u : 0u) << c.what;
+      EXPECT_EQ(traces.count("Dropping"), isTaken || c.counts.contains("noConsumer") ? 0u : 1u) << c.what;
+      manager = nullptr;
+      if (isTaken && c.message != hello) EXPECT_EQ(counts(), (Counts{{"noConsumer", 1}})) << c.what;
     }
   }
-}
-
-TEST(PacketPortTest, malformedIsCountedByTheReasonAndOtherRoutersTalkIsNot) {
-  PortFixture f(ipv4);
-  const auto hear = [&](const std::string &hex) {
-    std::vector<uint8_t> bytes = bytesOf(hex);
-    seal(bytes, ipv4.onLink(2), Pax::allPimRouters(ipv4.af));
-    f.port->hear(f.eth1, ipv4.onLink(2), Pax::allPimRouters(ipv4.af), bytes);
-  };
-  hear("24000000 0000 1e40 010000000000");
-  hear("24000000 0000 1e");
-  hear("23000000 01000a000001 00000000");  // a Join/Prune
-  EXPECT_EQ(f.port->counters().malformed, 2u);
-  EXPECT_EQ(f.port->counters().malformedBy[static_cast<size_t>(DecodeError::unicast)], 1u);
-  EXPECT_EQ(f.port->counters().malformedBy[static_cast<size_t>(DecodeError::truncated)], 1u);
-  EXPECT_EQ(f.port->counters().noConsumer, 1u);
 }
 
 TEST(PacketPortTest, aBootstrapMessageLeavesFromThePimAddressAfterAHelloAndCountsWhenSent) {
@@ -154,8 +144,7 @@ TEST(PacketPortTest, aBootstrapMessageLeavesFromThePimAddressAfterAHelloAndCount
     tx.intfIdIs(f.eth1);
     tx.countInc();
     EXPECT_EQ(tx.count(), 1u);
-    EXPECT_EQ(f.port->counters().sent, 2u);
-    EXPECT_EQ(f.port->counters().sendFailed, 4u);  // a Hello and the message each time
+    EXPECT_EQ(grown({}, countsOf(f.port->counters())), (Counts{{"sent", 2}, {"sendFailed", 4}})) << "Hellos, too";
     EXPECT_EQ(traces.count("Cannot send"), 4u);
   }
 }

@@ -2,6 +2,9 @@
 #include <gtest/gtest.h>
 
 #include "tests/sim/Story.h"
+#include "tests/support/BsmBuilder.h"
+#include "tests/support/Counts.h"
+#include "tests/support/PacketText.h"
 
 namespace Test {
 namespace {
@@ -100,6 +103,52 @@ TEST_P(Protocol, AnRpThatTheBsrNamesNoMoreEndsWithItsHoldTimeAndOneWithHoldTimeZ
   EXPECT_TRUE(story.everyAgentHas(global, feeder, table));
   story.time().runFor(2);
   EXPECT_TRUE(story.everyAgentHas(global, feeder, fewer));
+}
+
+TEST_P(Protocol, TwoHopsAwayIsSeenWhatPassesAndWhoPassesItOnCountsWhatComesBack) {
+  Sim::Feeder &feeder = learnedChain(story.table(global, 2, 2));
+  story.time().runFor(20);
+  const Addresses &a = story.addresses;
+  const Sim::Intf &intf = feeder.router().intfs()[0];
+  const Pax::IpGenAddr bsr = feeder.router().address();
+  const auto router = [&](const char *name) -> Sim::Router & { return story.network.router(name); };
+  Sim::Link &far = story.network.link("b-c");
+  story.host("a").borderIs(scope, router("a").intfAt(story.network.link("feeder-a")).intfId());
+  std::vector<std::string> seen;
+  far.tapIs([&](const Sim::Packet &packet) {
+    const auto result = Routing::Pim::Packet::Codec(a.af).decode(packet.payload, packet.source, packet.destination);
+    if (result.message->type() == Routing::Pim::Packet::MessageType::bootstrap) seen.push_back(textOf(*result.message));
+  });
+  const Counts heard{{"rx", 1}, {"rxBsm", 1}}, taken = heard + Counts{{"rxSuccess", 1}, {"rxBsmSuccess", 1}};
+  const Counts sent{{"tx", 1}, {"txSuccess", 1}}, nothing;
+  const auto dropped = [&](const char *why) { return heard + Counts{{"rxError", 1}, {"rxBsmError", 1}, {why, 1}}; };
+  const Counts passed = taken + dropped("rpf") + sent + sent;
+  const struct {
+    const char *what;
+    Kiv::Ptr<Routing::Pim::Packet::BootstrapMessage> bsm;
+    Counts counts[3];  // of a, b and c
+  } rows[] = {
+      {"of the BSR", Bsm(bsr).group(a.group(9), {{a.host(9), 150, 3}}), {passed, passed, taken + sent}},
+      {"without way back", Bsm(router("c").address(), 255), {dropped("rpf")}},
+      {"no-forward", Bsm(bsr, 255).noForward(), {dropped("noFwdBsm")}},
+      {"over the border", Bsm(bsr, 255).scope(scope), {dropped("denied")}},
+      {"of a lesser BSR", Bsm(intf.address(), 63), {taken}},
+  };
+  for (const auto &row : rows) {
+    SCOPED_TRACE(row.what);
+    const auto counts = [&](size_t n) { return countsOf(*story.host({"abc"[n]}).status().counters()); };
+    const Counts before[] = {counts(0), counts(1), counts(2)};
+    seen.clear();
+    feeder.router().port()->send(intf.intfId(), *row.bsm);
+    story.time().runFor(0.5);
+    for (size_t n = 0; n < 3; ++n) EXPECT_EQ(grown(before[n], counts(n)), row.counts[n]);
+    std::vector<std::string> expected;
+    for (const char *name : {"b", "c"}) {
+      row.bsm->sourceIs(router(name).intfAt(far).nextHopAddress());
+      if (row.counts[1] != nothing) expected.push_back(textOf(*row.bsm));
+    }
+    EXPECT_EQ(seen, expected);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, Protocol, testing::Values(ipv4, ipv6),

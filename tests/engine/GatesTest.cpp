@@ -1,0 +1,284 @@
+// The gates between the packet channel and the engine: the order of their tests, what passes, and every
+// counter of it.
+
+#include <gtest/gtest.h>
+
+#include "engine/PimBsrTrieBuilder.h"
+#include "io/PimBsrCrpPermitTrieBuilderSm.h"
+#include "tests/support/Counts.h"
+#include "tests/support/TestVrf.h"
+
+namespace Test {
+namespace {
+
+using BsmPtr = Kiv::Ptr<Pim::Packet::BootstrapMessage>;
+
+/// A VRF with eth1, whose neighbour is the way to host(1).
+struct Router : TestVrf {
+  explicit Router(const Addresses &addresses) : TestVrf(addresses) {
+    intfIs(1);
+    routeIs(a.host(1), 1);
+  }
+  Counts counts() const {
+    Counts all = countsOf(port->counters());
+    all.merge(countsOf(counters()));
+    return all;
+  }
+  /// Every counter that grows meanwhile.
+  template <class Action>
+  Counts counted(const Action &action) const {
+    const Counts before = counts();
+    action();
+    return grown(before, counts());
+  }
+  /// From the neighbour, whatever the BSR.
+  Counts countsOfHearing(const BsmPtr &bsm) const {
+    return counted([&] { port->hear(intf(1), neighbor(1), Pax::allPimRouters(a.af), *bsm); });
+  }
+  BsmPtr bsm() const { return Bsm(a.host(1)).group(a.group(1), {{a.host(9), 150, 0}}); }
+};
+
+struct Gates : testing::TestWithParam<Addresses> {
+  const Addresses a = GetParam();
+  Router r{a};
+};
+
+const Counts taken{{"received", 1}, {"rx", 1}, {"rxSuccess", 1}, {"rxBsm", 1}, {"rxBsmSuccess", 1}};
+const Counts sent{{"sent", 1}, {"tx", 1}, {"txSuccess", 1}}, failed{{"sendFailed", 1}, {"tx", 1}, {"txError", 1}};
+const Counts adopted{{"rx", 1}, {"rxSuccess", 1}, {"rxCrpAdv", 1}, {"rxCrpAdvSuccess", 1}};
+const Counts denied{{"rx", 1}, {"rxError", 1}, {"rxCrpAdv", 1}, {"rxCrpAdvError", 1}, {"denied", 1}};
+Counts dropped(const char *reason) {
+  return {{"received", 1}, {"rx", 1}, {"rxError", 1}, {"rxBsm", 1}, {"rxBsmError", 1}, {reason, 1}};
+}
+
+/// A message that fails no test yet.
+struct Arrival {
+  Router &r;
+  BsmPtr bsm = r.bsm();
+  Pax::IntfId intfId = r.intf(1);
+  Pax::IpGenAddr source = r.neighbor(1), destination = Pax::allPimRouters(r.a.af);
+};
+// Each of these fails one test of the Bootstrap gate.
+using Fault = void (*)(Arrival &);
+const Fault unicast = [](Arrival &m) { m.destination = m.r.a.onLink(1); };
+const Fault elsewhere = [](Arrival &m) { m.destination = m.r.a.group(1).address(); };
+const Fault late = [](Arrival &m) { m.bsm->forwardIs(false), m.r.advance(60.5); };
+const Fault known = [](Arrival &m) { m.r.hear(m.r.bsm()), m.bsm->forwardIs(false); };
+const Fault noWay = [](Arrival &m) { m.r.routes->answer.clear(); };
+const Fault stranger = [](Arrival &m) { m.source = m.r.a.onLink(77); };
+const Fault otherLink = [](Arrival &m) { m.intfId = m.r.intfIs(2); };
+const Fault border = [](Arrival &m) {
+  for (uint32_t n : {1, 2}) m.r.status->bsBorderIs(m.r.a.global())->intfIdIs(m.r.intf(n));
+};
+
+TEST_P(Gates, OfTwoTestsThatAMessageFailsTheFirstCountsAndNothingElseChanges) {
+  const std::string start = "<Vrf:default>RX - Error - ", dropping = start + "Dropping BSM since BSM src ";
+  const std::string quick = start + "Dropping BSM. We expect no-forward BSM only if quick refresh. lastBsm=";
+  const std::string isUnicast = start + "Unicast BSM not supported.192.168.0.1";
+  const std::string isElsewhere = start + "Do not know what we are dealing with here: 225.1.0.0";
+  const std::string isNot = " is not from neighbor 192.168.0.101(eth1) for BSR address 10.0.0.1";
+  const struct {
+    const char *reason;
+    std::vector<Fault> faults;
+    std::string trace;  // of IPv4
+  } rows[] = {
+      {"unicastBsm", {unicast, late}, isUnicast},
+      {"unicastBsm", {unicast, noWay}, isUnicast},
+      {"unknownDest", {known, elsewhere}, isElsewhere},
+      {"unknownDest", {elsewhere, stranger}, isElsewhere},
+      {"noFwdBsm", {late, border}, quick + "Set, TimeSince startup=60.5, bsPeriod=60"},
+      {"noFwdBsm", {known, border}, quick + "NULL, TimeSince startup=0, bsPeriod=60"},
+      {"rpf", {noWay, border}, dropping + "192.168.0.101 for BSR address 10.0.0.1 - RPF neighbor not available."},
+      {"rpf", {stranger, border}, dropping + "192.168.0.77(eth1)" + isNot},
+      {"rpf", {otherLink, border}, dropping + "192.168.0.101(eth2)" + isNot},
+      {"denied",
+       {border},
+       "<Vrf:default>RX: Error - Dropping BSM since the interface eth1 the message arrived on is a BSR border for "
+       "group224.0.0.0/4"},
+  };
+  for (const auto &row : rows) {
+    SCOPED_TRACE(&row - rows);
+    Router router(a);
+    Arrival m{router};
+    for (const Fault fault : row.faults) fault(m);
+    const auto last = router.sm->bsrIOSm().lastBsm(a.global());
+    const auto bsr = router.bsr(a.global());
+    const Tracelet::CaptureSink traces(1);
+    EXPECT_EQ(router.counted([&] { router.port->hear(m.intfId, m.source, m.destination, *m.bsm); }),
+              dropped(row.reason));
+    EXPECT_EQ(router.sm->bsrIOSm().lastBsm(a.global()), last);
+    EXPECT_EQ(router.bsr(a.global()), bsr);
+    ASSERT_EQ(traces.lines().size(), 1u);
+    if (a.ipv4()) EXPECT_EQ(traces.lines()[0], row.trace);
+  }
+}
+
+TEST_P(Gates, TheFirstBlockWithTheZoneBitIsTheZoneWhoseBorderAndLastMessageCount) {
+  const Pax::IpGenPrefix global = a.global(), scope = a.scope(5), group = a.group(1);
+  const struct {
+    BsmPtr bsm;
+    Pax::IpGenPrefix zone, border;
+    uint32_t on;
+    bool passes;
+  } rows[] = {
+      {Bsm(a.host(1)), global, scope, 1, true},
+      {Bsm(a.host(1)), global, global, 2, true},
+      {Bsm(a.host(1)).scope(scope), scope, scope, 1, false},
+      {Bsm(a.host(1)).scope(scope), scope, global, 1, true},
+      {Bsm(a.host(1)).group(group, {}).scope(scope), global, scope, 1, true},
+      {Bsm(a.host(1)).group(scope, {}), global, scope, 1, true},
+  };
+  for (const auto &row : rows) {
+    SCOPED_TRACE(&row - rows);
+    Router router(a);
+    router.status->bsBorderIs(row.border)->intfIdIs(router.intf(row.on));
+    EXPECT_EQ(router.countsOfHearing(row.bsm), row.passes ? taken + sent : dropped("denied"));
+    for (const auto &zone : {global, scope}) {
+      EXPECT_EQ(bool(router.sm->bsrIOSm().lastBsm(zone)), row.passes && zone == row.zone);
+      EXPECT_EQ(bool(router.bsr(zone)), row.passes && zone == row.zone);
+    }
+  }
+}
+
+TEST_P(Gates, ANoForwardMessageNeedsNoWayBackForOnePeriodOfItsZone) {
+  const struct {
+    uint32_t period;  // of our candidate; 0 for one whose period is not set
+    bool candidate;
+    double since;
+    bool passes;
+  } rows[] = {{0, false, 60, true}, {0, false, 60.5, false}, {0, true, 60, true},    {0, true, 60.5, false},
+              {20, true, 20, true}, {20, true, 20.5, false}, {100, true, 100, true}, {100, true, 100.5, false}};
+  for (const auto &row : rows) {
+    SCOPED_TRACE(&row - rows);
+    Router router(a);
+    router.hear(Bsm(a.host(1)).scope(a.scope(5)));
+    router.routes->answer.clear();
+    if (row.candidate) router.status->cbsrIs(a.global())->bsPeriodIs(row.period);
+    router.advance(row.since);
+    const BsmPtr bsm = Bsm(a.host(1)).noForward().group(a.group(1), {});
+    EXPECT_EQ(router.countsOfHearing(bsm), row.passes ? taken : dropped("noFwdBsm")) << "not flooded";
+    EXPECT_EQ(router.countsOfHearing(bsm), dropped("noFwdBsm")) << "one is enough";
+  }
+}
+
+TEST_P(Gates, AStartCountsAnewWhatIsOfAllMessagesAndCountersThatComeAreTaken) {
+  Bsr::PimBsrCounters &counters = *r.status->counters();
+  for (const auto &[name, count] : countsOf(counters)) counters.attributeIs(name, uint64_t{7});
+  counters.errCountersIs({7, 7, 7, 7, 7, 7});
+  r.stop();
+  const Tracelet::CaptureSink traces;
+  r.start();
+  for (const auto &[name, count] : countsOf(counters)) {
+    EXPECT_EQ(count, name.starts_with("rxBsm") || name.starts_with("rxCrpAdv") ? 7 : 0) << name;
+  }
+  r.status->countersDel();
+  r.hear(r.bsm());
+  r.hearCrp(7, a.host(50), {});
+  r.status->countersIs("BsrCounters");
+  EXPECT_EQ(r.countsOfHearing(r.bsm()), taken + sent);
+  EXPECT_EQ(r.counted([&] { r.hearCrp(7, a.host(50), {}); }),
+            (adopted + Counts{{"received", 1}, {"rxError", 1}, {"rxCrpAdvError", 1}, {"notBsr", 1}}));
+  for (const char *handler : {"BootstrapMessageSm::handleInitialize()", "BootstrapMessageSm::handleTransmission()",
+                              "CrpMessageSm::handleInitialize()", "CrpMessageSm::handleCrpAdvMessage()"}) {
+    EXPECT_TRUE(traces.contains(std::string("<Vrf:default>void Routing::Pim::Bsr::") + handler)) << handler;
+  }
+}
+
+TEST_P(Gates, WhatIsSentCountsAsSentOrFailedAndWhatWeTellOurselvesAsNeither) {
+  r.status->crpIs(a.host(7))->prefixOptionsIs(a.group(1))->priorityIs(10);
+  r.status->crp(a.host(7))->prefixSetIs(a.group(1));
+  r.hear(r.bsm());
+  r.advance(30);
+  const auto anInterval = [&] { return r.counted([&] { r.advance(60); }); };
+  EXPECT_EQ(anInterval(), sent);
+  EXPECT_EQ(r.port->advertised.back()->destination(), a.host(1));
+  r.hear(r.bsm());
+  r.port->broken = true;
+  const Tracelet::CaptureSink traces(1);
+  EXPECT_EQ(anInterval(), failed);
+  EXPECT_EQ(traces.count("<Vrf:default>TX - Error sending CRP Advertisement"), 1u);
+  EXPECT_EQ(r.countsOfHearing(r.bsm()), taken + failed);
+  r.port->broken = false;
+  r.candidateIs(a.global(), 7, 255);
+  r.advance(300);
+  EXPECT_EQ(anInterval(), (sent + adopted + Counts{{"txSuccess", 1}}));
+  EXPECT_EQ(r.rps(a.global(), a.group(1)), std::vector{a.host(7)});
+  for (const Pax::IpGenPrefix &everybody : r.status->crpPermit().keys()) r.status->crpPermitDel(everybody);
+  EXPECT_EQ(anInterval(), (sent + denied + Counts{{"txSuccess", 1}}));
+}
+
+TEST_P(Gates, AnAdvertisementIsJudgedByItsSourceAndAllItsRangesTaken) {
+  r.candidateIs(a.global(), 50, 64);
+  r.advance(11);
+  const auto hear = [&](uint32_t rp, const std::vector<Pim::Packet::CrpGroup> &groups, uint32_t bsr = 50) {
+    return r.counted([&] { r.hearCrp(rp, a.host(bsr), groups); });
+  };
+  const Pax::IpGenPrefix all = r.status->crpPermit().keys().front(), some(a.host(0), 24);
+  const Counts received{{"received", 1}}, notBsr{{"rxError", 1}, {"rxCrpAdvError", 1}, {"notBsr", 1}};
+  r.status->crpPermitIs(Pax::IpGenPrefix::host(a.host(7)), true);
+  r.status->crpPermitDel(all);
+  EXPECT_EQ(hear(8, {{a.group(1)}}), denied + received);
+  EXPECT_EQ(r.rps(a.global(), a.group(1)), std::nullopt);
+  EXPECT_EQ(hear(7, {{a.group(1)}, {a.group(2), false, true}, {a.group(3)}}), adopted + received);
+  for (uint32_t n : {1, 2, 3}) EXPECT_EQ(r.rps(a.global(), a.group(n)), std::vector{a.host(7)});
+  EXPECT_EQ(hear(7, {{a.group(1)}, {a.group(2)}}, 51), adopted + received + notBsr + notBsr) << "not to us";
+  Pim::Packet::CrpAdvMessage ofAnother;  // the filter is for sources
+  ofAnother.rpAddressIs(a.host(8));
+  EXPECT_EQ(r.counted([&] { r.port->hear(r.intf(1), a.host(7), a.host(50), ofAnother); }), adopted + received);
+  r.status->crpPermitIs(some, true);
+  EXPECT_EQ(hear(8, {}), adopted + received);
+  EXPECT_EQ(r.rps(a.global(), a.global()), std::vector{a.host(8)}) << "no range means all";
+  r.status->crpPermitDel(some);
+  EXPECT_EQ(hear(8, {}), denied + received);
+}
+
+TEST_P(Gates, TheTriesCountTheirUpdates) {
+  const auto status = Kiv::make<Bsr::Status>(L3::VrfName("default"));
+  const auto permitted = Kiv::make<Routing::TrieGen>("permitted", a.af), zones = Kiv::make<Routing::TrieGen>("", a.af);
+  for (uint32_t n : {1, 2}) status->crpPermitIs(Pax::IpGenPrefix::host(a.host(n)), true);
+  const Bsr::PimBsrCrpPermitTrieBuilderSm permits(status, permitted);
+  EXPECT_EQ(permits.trieUpdates(), 4u) << "two for each that was there";
+  status->crpPermitIs(Pax::IpGenPrefix::host(a.host(3)), true);
+  status->crpPermitDel(Pax::IpGenPrefix::host(a.host(1)));
+  EXPECT_EQ(permits.trieUpdates(), 6u);
+  EXPECT_EQ(permitted->size(), 2u);
+  status->bootstrapRouterIs(a.global());
+  const Bsr::PimBsrTrieBuilderSm bsrs(status, zones);
+  EXPECT_EQ(bsrs.trieUpdates(), 1u);
+  status->bootstrapRouterIs(a.scope(5))->ipAddrIs(a.host(1));
+  status->bootstrapRouterDel(a.global());
+  EXPECT_EQ(bsrs.trieUpdates(), 3u) << "a change of address is none";
+  EXPECT_EQ(zones->routes(), std::vector{a.scope(5)});
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, Gates, testing::Values(ipv4, ipv6),
+                         [](const auto &info) { return info.param.ipv4() ? "IPv4" : "IPv6"; });
+
+TEST(Weight, OrdersBsrsOfOneFamilyAndIsReadBackFromItsText) {
+  using Bsr::CrpOptions;
+  using Bsr::PimBsrWeight;
+  for (const Addresses &a : {ipv4, ipv6}) {
+    const PimBsrWeight ordered[] = {{}, {4, a.host(9)}, {5, a.host(1)}, {5, a.host(2)}, {5, a.host(0x800000)}};
+    for (const PimBsrWeight &one : ordered) {
+      for (const PimBsrWeight &other : ordered) EXPECT_EQ(one < other, &one < &other) << one.toString();
+      EXPECT_EQ(PimBsrWeight(one.toString()), one);
+      EXPECT_EQ(!one, &one == ordered);
+    }
+  }
+  EXPECT_LT(PimBsrWeight(4, ipv6.host(1)), PimBsrWeight(5, ipv4.host(1))) << "the priority is enough";
+  EXPECT_EQ(PimBsrWeight(5, ipv4.host(1)).toString(),
+            "Value('Routing::Pim::Bsr::PimBsrWeight', ** {'priority': 5, 'ipAddr': 10.0.0.1})");
+  const CrpOptions options(ipv4.host(1), 5);
+  EXPECT_EQ(options.toString(), "Value('Routing::Pim::Bsr::CrpOptions', ** {'rpAddress': 10.0.0.1, 'priority': 5})");
+  EXPECT_EQ(CrpOptions(options.toString()), options);
+  EXPECT_THROW(CrpOptions(PimBsrWeight().toString()), Kiv::RangeError);
+}
+
+TEST(WeightDeathTest, FamiliesDoNotCompare) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_DEATH((void)(Bsr::PimBsrWeight(5, ipv4.host(1)) < Bsr::PimBsrWeight(5, ipv6.host(1))),
+               "Assertion failed: ipAddr\\(\\) \\.af\\(\\) == weight\\.ipAddr\\(\\)\\.af\\(\\)");
+}
+
+}  // namespace
+}  // namespace Test

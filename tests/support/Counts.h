@@ -1,0 +1,56 @@
+/// Every counter by its name, and by how much each has grown.
+#pragma once
+
+#include <bit>
+#include <map>
+#include <sstream>
+#include <string>
+
+#include "platform/flume/MessageCounters.h"
+#include "tests/support/EntityLines.h"
+
+namespace Test {
+
+using Counts = std::map<std::string, int64_t>;
+
+/// All numbers that the entity describes; those of a record, "a=1 b=2", each by its own name.
+inline Counts countsOf(const Kiv::Entity &entity) {
+  Counts counts;
+  for (const auto &[name, value] : linesOf(entity)) {
+    std::istringstream fields(value.find('=') == value.npos ? name + "=" + value : value);
+    for (std::string field, number; std::getline(fields, field, '=') && fields >> number; fields >> std::ws) {
+      counts[field] = std::stoll(number);
+    }
+  }
+  return counts;
+}
+
+inline Counts countsOf(const Routing::Pim::Flume::PacketCounters &packets) {
+  constexpr const char *names[] = {"received", "sent",       "sendFailed",   "malformed",       "wrongFamily",
+                                   "pimOff",   "noConsumer", "noFwdNoHello", "noFwdOwnAddress", "badHello"};
+  using Routing::Pim::Packet::DecodeError;
+  Counts counts;
+  size_t n = 0;
+  for (const uint32_t number : std::bit_cast<std::array<uint32_t, 10 + Routing::Pim::Packet::decodeErrors>>(packets)) {
+    counts[n < 10 ? names[n] : toText(static_cast<DecodeError>(n - 10))] = number;
+    ++n;
+  }
+  return counts;
+}
+
+/// Those that differ, with the difference.
+inline Counts grown(const Counts &before, const Counts &after) {
+  Counts growth;
+  for (const auto &[name, value] : after) {
+    const auto old = before.find(name);
+    if (const int64_t by = value - (old == before.end() ? 0 : old->second)) growth[name] = by;
+  }
+  return growth;
+}
+
+inline Counts operator+(Counts some, const Counts &others) {
+  for (const auto &[name, by] : others) some[name] += by;
+  return some;
+}
+
+}  // namespace Test
