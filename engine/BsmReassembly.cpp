@@ -20,11 +20,14 @@ Kiv::Ptr<PimBsrRxFragment> PimBsrSm::collectGroup(const Packet::BootstrapMessage
             "RP Count=" << unsigned{group.rpCount()} << " RP Frag Count=" << unsigned{group.fragmentRpCount()}
                         << " Fragment Tag=" << bsm.fragmentTag());
   const auto fragments = bsmRxFragmentsIs(bsm.fragmentTag());
-  const auto fragment = fragments->groupRpDataIs(group.prefix(), group.rpCount(), now());
+  const bool isNew = !fragments->groupRpData(group.prefix());
+  const auto fragment = fragments->groupRpDataIs(group.prefix());
+  if (isNew) {
+    fragment->rpCountIs(group.rpCount());
+    fragment->creationTimeIs(now());
+  }
   if (fragment->rpCount() != fragment->rps()) {
-    for (const Packet::BootstrapRpData &rp : group.rpList()) {
-      fragment->rpIs(rp.address) = {rp.holdTime, rp.priority};
-    }
+    for (const Packet::BootstrapRpData &rp : group.rpList()) fragment->rpIs(rp.address, {rp.holdTime, rp.priority});
   }
   if (fragment->rps() < fragment->rpCount()) return nullptr;
   REQUIRE_AS(fragment->rpCount() == fragment->rps(), "fragment->rpCount() == fragment->rps()");
@@ -58,17 +61,19 @@ void PimBsrSm::bsmRxFragmentsDel(uint16_t tag) {
   if (bsmRxFragments_.erase(tag)) handleBsmRxFragments(tag);
 }
 
-void PimBsrSm::doKeepBsm(LastBsm &lastBsm, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+void PimBsrSm::doKeepBsm(LastBsm &lastBsm, Kiv::Ptr<PimBsrRxFragments> &lastBsmFragments,
+                         const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
   lastBsm.bsmIs(bsm, now());
-  if (lastBsm.fragments && lastBsm.fragments->fragTag() != bsm->fragmentTag()) {
-    const uint16_t tag = lastBsm.fragments->fragTag();
+  if (lastBsmFragments && lastBsmFragments->fragTag() != bsm->fragmentTag()) {
+    const uint16_t tag = lastBsmFragments->fragTag();
     bsmRxFragmentsDel(tag);
     VRF_TRACE(trace, 4, "Removing saved fragments related to tag " << tag);
   }
-  lastBsm.fragments = bsmRxFragments(bsm->fragmentTag());
+  lastBsmFragments = bsmRxFragments(bsm->fragmentTag());
 }
 
 void PimBsrSm::handleBsmRxFragments(uint16_t tag) {
+  VRF_TRACE_ENTRY(trace);
   if (!initialized_) return;
   if (bsmRxFragments_.contains(tag) && bsmRxFragments_.size() == 1) {
     fragmentTimer_->timeMinIs(now() + fragmentInterval());
@@ -81,6 +86,7 @@ void PimBsrSm::handleBsmRxFragments(uint16_t tag) {
 }
 
 void PimBsrSm::handleFragmentTimerExpiry() {
+  VRF_TRACE_ENTRY(trace);
   if (!initialized_) return;
   for (const uint16_t tag : bsmRxFragments_.keys()) {
     const auto fragments = bsmRxFragments(tag);
@@ -96,13 +102,14 @@ void PimBsrSm::handleFragmentTimerExpiry() {
 }
 
 void PimBsrSm::discardAged(PimBsrRxFragments &fragments) const {
-  for (const Pax::IpGenPrefix &prefix : fragments.groupRpData().keys()) {
-    const auto fragment = *fragments.groupRpData().find(prefix);
+  for (const auto &element : fragments.groupRpData()) {
+    const Kiv::Ptr<PimBsrRxFragment> fragment = element.value;
     const double age = std::round(now() - fragment->creationTime());
-    VRF_TRACE(trace, 1, "fragment " << prefix << " around for " << age << " seconds");
+    VRF_TRACE(trace, 1, "fragment " << fragment->prefix() << " around for " << age << " seconds");
     if (age < fragmentTimeout()) continue;
-    VRF_TRACE(trace, 1, "Deleted Group fragment " << prefix << " due to timeout. Num Rps=" << fragment->rps());
-    fragments.groupRpDataDel(prefix);
+    VRF_TRACE(trace, 1,
+              "Deleted Group fragment " << fragment->prefix() << " due to timeout. Num Rps=" << fragment->rps());
+    fragments.groupRpDataDel(fragment->prefix());
   }
 }
 

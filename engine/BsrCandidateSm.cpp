@@ -146,7 +146,7 @@ void BsrCandidateSm::handlePreferredBsm(const Kiv::Ptr<Packet::BootstrapMessage>
   doArmBsTimer(bsTimeout_);
   doWriteExpiry();
   VRF_TRACE(trace, 5, " Next Expiry Timer expires in about " << bsTimeout_ << " secs from now");
-  bsrSm_.doKeepBsm(lastBsm_, bsm);
+  bsrSm_.doKeepBsm(lastBsm_, lastBsmFragments_, bsm);
 }
 
 void BsrCandidateSm::handleNonPreferredBsm(const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
@@ -218,6 +218,7 @@ void BsrCandidateSm::handleElectionEnd() {
   answering_ = false;
   announcing_ = false;
   withdrawn_.clear();
+  lastBsm_.clear();
 }
 
 void BsrCandidateSm::handleBsrTimerExpiry() {

@@ -36,6 +36,13 @@ class BsrCandidateSm {
   BsrCandidateState state() const { return state_; }
   const Kiv::Ptr<BsrCandidate> &candidate() const { return candidate_; }
   const LastBsm &lastBsm() const { return lastBsm_; }
+  /// The groups of the last messages that are still incomplete; null when there are none.
+  const Kiv::Ptr<PimBsrRxFragments> &lastBsmFragments() const { return lastBsmFragments_; }
+  /// Takes over what the zone's machine of the other kind had kept.
+  void lastBsmIs(const LastBsm &lastBsm, const Kiv::Ptr<PimBsrRxFragments> &lastBsmFragments) {
+    lastBsm_ = lastBsm;
+    lastBsmFragments_ = lastBsmFragments;
+  }
   double nextExpiry() const { return bsTimer_.timeMin(); }
 
   /// Takes an accepted message of the zone.
@@ -149,6 +156,7 @@ class BsrCandidateSm {
   StoredBsr storedBsr_;
   Kiv::Ptr<Packet::BootstrapMessage> bsm_;
   LastBsm lastBsm_;
+  Kiv::Ptr<PimBsrRxFragments> lastBsmFragments_;
   Orb::TokenBucket answers_{answerBurst, answerInterval};
   bool answering_ = false;   // the timer is armed for an answer that had to wait
   bool announcing_ = false;  // an election that outlived a restart has yet to reach the neighbours

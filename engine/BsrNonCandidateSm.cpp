@@ -69,7 +69,7 @@ void BsrNonCandidateSm::handleBsm() {
   }
   bsrSm_.doForwardBsm(zone_, bsm);
   bsrSm_.storeRpSet(zone_, bsm, false);
-  bsrSm_.doKeepBsm(lastBsm_, bsm);
+  bsrSm_.doKeepBsm(lastBsm_, lastBsmFragments_, bsm);
   doArmBsTimer();
 }
 

@@ -21,6 +21,13 @@ class BsrNonCandidateSm {
 
   BsrNonCandidateState state() const { return state_; }
   const LastBsm &lastBsm() const { return lastBsm_; }
+  /// The groups of the last messages that are still incomplete; null when there are none.
+  const Kiv::Ptr<PimBsrRxFragments> &lastBsmFragments() const { return lastBsmFragments_; }
+  /// Takes over what the zone's machine of the other kind had kept.
+  void lastBsmIs(const LastBsm &lastBsm, const Kiv::Ptr<PimBsrRxFragments> &lastBsmFragments) {
+    lastBsm_ = lastBsm;
+    lastBsmFragments_ = lastBsmFragments;
+  }
   /// Takes an accepted message of the zone.
   void bsmIs(const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
 
@@ -72,6 +79,7 @@ class BsrNonCandidateSm {
   bool initialized_ = false;
   Kiv::Ptr<Packet::BootstrapMessage> bsm_;
   LastBsm lastBsm_;
+  Kiv::Ptr<PimBsrRxFragments> lastBsmFragments_;
   KivBsTimer bsTimer_;
   KivSzTimer szTimer_;
   KivBsrStatus kivBsrStatus_;

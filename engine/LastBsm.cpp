@@ -10,19 +10,18 @@ bool hasRps(const Packet::BootstrapMessage &bsm) {
   return std::ranges::any_of(bsm.groupData(), [](const auto &group) { return !group->rpList().empty(); });
 }
 
-bool isWhole(const Packet::BootstrapGroupData &group) { return group.fragmentRpCount() == group.rpCount(); }
-
 bool repeats(const Packet::BootstrapGroupData &one, const Packet::BootstrapGroupData &other) {
-  if (one.rpList().empty() || other.rpList().empty() || one.prefix() != other.prefix()) return false;
-  if (isWhole(one) || isWhole(other)) return true;
+  if (one.rpList().empty() || other.rpList().empty()) return false;
+  if (one.prefix() != other.prefix() || one.bidir() != other.bidir()) return false;
+  if (!one.isPiece() || !other.isPiece()) return true;
   return std::any_of(one.rpList().begin(), one.rpList().end(), [&](const auto &rp) {
     return std::any_of(other.rpList().begin(), other.rpList().end(),
                        [&](const auto &known) { return known.address == rp.address; });
   });
 }
 
-/// Whether both carry a group whole, or pieces of it that share an RP. A zone's own block heads
-/// every fragment, so blocks without RPs say nothing, unless neither message has anything else.
+/// Whether both carry a group of one mode whole, or pieces of it that share an RP. A zone's own block
+/// heads every fragment, so blocks without RPs say nothing, unless neither message has anything else.
 bool repeats(const Packet::BootstrapMessage &one, const Packet::BootstrapMessage &other) {
   for (const auto &block : one.groupData()) {
     for (const auto &known : other.groupData()) {

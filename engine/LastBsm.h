@@ -3,7 +3,6 @@
 
 #include <vector>
 
-#include "engine/RxFragments.h"
 #include "platform/pim/Packet.h"
 
 namespace Routing::Pim::Bsr {
@@ -11,7 +10,7 @@ namespace Routing::Pim::Bsr {
 /// A message in fragments is several accepted messages with one tag. Kept are the newest message
 /// and those of the same tag and BSR that were accepted within `window` seconds before it, so that
 /// a refresh and a message to a new neighbour offer the whole RP set. A message that repeats a block
-/// of a kept one (a whole group, or a piece with an RP of it) replaces it, so that a
+/// of a kept one (a whole group of one mode, or a piece with an RP of it) replaces it, so that a
 /// sender with a constant tag makes nothing grow.
 class LastBsm {
  public:
@@ -22,9 +21,6 @@ class LastBsm {
 
   /// A copy of the list, oldest first: what is done with the messages may change what is kept.
   std::vector<Kiv::Ptr<Packet::BootstrapMessage>> all() const;
-
-  /// The groups of these messages that are still incomplete; null when there are none.
-  Kiv::Ptr<PimBsrRxFragments> fragments;
 
  private:
   struct Kept {

@@ -138,21 +138,26 @@ void PimBsrSm::handleBsrCandidate(const Pax::IpGenPrefix &zone) {
   VRF_TRACE_ENTRY_WITH(trace, " ( " << zone << " )");
   if (!initialized_) return;
   if (bsrStatus_->cbsr(zone)) {
-    if (nonCandidateSm(zone)) {
+    LastBsm lastBsm;
+    Kiv::Ptr<PimBsrRxFragments> lastBsmFragments;
+    if (const BsrNonCandidateSm *predecessor = nonCandidateSm(zone)) {
+      lastBsm = predecessor->lastBsm();
+      lastBsmFragments = predecessor->lastBsmFragments();
       nonCandidateSmDel(zone);
       VRF_TRACE(trace, 4, "Deleted " << zone << " NonCandidate SM");
     }
     if (!candidateSm(zone)) {
       candidateSmIs(zone);
+      candidateSm(zone)->lastBsmIs(lastBsm, lastBsmFragments);
       VRF_TRACE(trace, 4, "Instantiated Candidate SM for zone " << zone);
     }
   } else if (candidateSm(zone)) {
     doUnconfigureCandidate(zone);
-    if (bsrStatus_->bootstrapRouter(zone)) maybeInitNonCandidateSm();
   }
 }
 
-/// An elected candidate says goodbye and takes its own collection with it.
+/// An elected candidate says goodbye and takes its own collection and messages with it. Another leaves
+/// the messages to the machine that goes on following the BSR.
 void PimBsrSm::doUnconfigureCandidate(const Pax::IpGenPrefix &zone) {
   BsrCandidateSm &machine = *candidateSm(zone);
   if (machine.candidate()->elected()) {
@@ -161,10 +166,15 @@ void PimBsrSm::doUnconfigureCandidate(const Pax::IpGenPrefix &zone) {
     clearRpSet(zone);
     bsrStatus_->crpStatusDel(zone);
   }
+  const LastBsm lastBsm = machine.lastBsm();
+  const Kiv::Ptr<PimBsrRxFragments> lastBsmFragments = machine.lastBsmFragments();
   candidateSmDel(zone);
   VRF_TRACE(trace, 4,
             "Deleted Candidate SM"
                 << " for zone " << zone);
+  if (!bsrStatus_->bootstrapRouter(zone)) return;
+  maybeInitNonCandidateSm();
+  nonCandidateSm(zone)->lastBsmIs(lastBsm, lastBsmFragments);
 }
 
 void PimBsrSm::handleCandidateSm(const Pax::IpGenPrefix &zone) {

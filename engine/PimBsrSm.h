@@ -95,8 +95,9 @@ class PimBsrSm : public Kiv::Entity {
   bool forwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
   /// The same for a message that came in, unless its no-forward bit is set.
   void doForwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
-  /// Remembers an accepted message; collections of an earlier tag end.
-  void doKeepBsm(LastBsm &lastBsm, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
+  /// Remembers an accepted message and what is still incomplete of it; collections of an earlier tag end.
+  void doKeepBsm(LastBsm &lastBsm, Kiv::Ptr<PimBsrRxFragments> &lastBsmFragments,
+                 const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
   /// Sends one message on one interface, with the forward bit given.
   void doSendTriggeredBsm(const Pax::IpGenPrefix &zone, bool forward, const Pax::IntfId &intfId,
                           const Kiv::Ptr<Packet::BootstrapMessage> &bsm);

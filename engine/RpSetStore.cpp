@@ -37,7 +37,7 @@ void PimBsrSm::refreshRpSet(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet:
 }
 
 bool PimBsrSm::storeGroup(Store &store, const Packet::BootstrapGroupData &group) {
-  const bool split = group.fragmentRpCount() != 0 && group.fragmentRpCount() != group.rpCount();
+  const bool split = group.isPiece();
   const Packet::BootstrapGroupData::RpList *rps = &group.rpList();
   if (split) {
     const auto collected = collectGroup(store.bsm, group);

@@ -1,59 +1,56 @@
 /// Group blocks of Bootstrap messages that arrive split over several fragments (RFC 5059 section 4.1).
 #pragma once
 
-#include <cstdint>
+#include <ostream>
 
-#include "platform/kiv/Table.h"
+#include "platform/kiv/Attributes.h"
 #include "platform/pax/IpGenPrefix.h"
-#include "platform/pim/Packet.h"
+#include "platform/pim/Types.h"
 
 namespace Routing::Pim::Bsr {
 
 /// The RPs collected so far for one group prefix of one fragment tag. RPs are keyed by address: a
 /// repeated one replaces the earlier hold time and priority.
-class PimBsrRxFragment : public Kiv::Counted {
+class PimBsrRxFragment : public Kiv::Entity {
  public:
   struct Rp {
     CrpHoldTime holdTime = 0;
     uint8_t priority = 0;
+    bool operator==(const Rp &) const = default;
+    friend std::ostream &operator<<(std::ostream &out, const Rp &rp) {
+      return out << rp.holdTime << " s, priority " << unsigned{rp.priority};
+    }
   };
 
-  /// `rpCount` is the group's total, from the piece that opens the collection.
-  PimBsrRxFragment(uint8_t rpCount, double creationTime) : rpCount_(rpCount), creationTime_(creationTime) {}
-  uint8_t rpCount() const { return rpCount_; }
-  double creationTime() const { return creationTime_; }
-  size_t rps() const { return rp_.size(); }
-  const Kiv::Table<Pax::IpGenAddr, Rp> &rp() const { return rp_; }
-  /// Finds or creates.
-  Rp &rpIs(const Pax::IpGenAddr &address) {
-    Rp *present = rp_.find(address);
-    return present ? *present : rp_.insert(address, {});
-  }
+#define ATTRIBUTES(ATTRIBUTE)                                                   \
+  /* the group's total, and the time, of the piece that opens the collection */ \
+  ATTRIBUTE(value, uint8_t, rpCount, RpCount, 0)                                \
+  ATTRIBUTE(value, double, creationTime, CreationTime, 0)                       \
+  ATTRIBUTE(values, Pax::IpGenAddr, Rp, rp, Rp)
+  KIV_ENTITY(PimBsrRxFragment, ATTRIBUTES)
+#undef ATTRIBUTES
+
+ public:
+  explicit PimBsrRxFragment(const Pax::IpGenPrefix &prefix) : prefix_(prefix) {}
+  const Pax::IpGenPrefix &prefix() const { return prefix_; }
+  size_t rps() const { return rp().size(); }
 
  private:
-  const uint8_t rpCount_;
-  const double creationTime_;
-  Kiv::Table<Pax::IpGenAddr, Rp> rp_;
+  const Pax::IpGenPrefix prefix_;
 };
 
 /// The incomplete groups of one fragment tag.
-class PimBsrRxFragments : public Kiv::Counted {
+class PimBsrRxFragments : public Kiv::Entity {
+#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, Pax::IpGenPrefix, PimBsrRxFragment, groupRpData, GroupRpData)
+  KIV_ENTITY(PimBsrRxFragments, ATTRIBUTES)
+#undef ATTRIBUTES
+
  public:
   explicit PimBsrRxFragments(uint16_t fragTag) : fragTag_(fragTag) {}
   uint16_t fragTag() const { return fragTag_; }
 
-  using GroupRpData = Kiv::Table<Pax::IpGenPrefix, Kiv::Ptr<PimBsrRxFragment>>;
-  const GroupRpData &groupRpData() const { return groupRpData_; }
-  /// Finds or creates.
-  Kiv::Ptr<PimBsrRxFragment> groupRpDataIs(const Pax::IpGenPrefix &prefix, uint8_t rpCount, double now) {
-    if (const auto *present = groupRpData_.find(prefix)) return *present;
-    return groupRpData_.insert(prefix, Kiv::make<PimBsrRxFragment>(rpCount, now));
-  }
-  void groupRpDataDel(const Pax::IpGenPrefix &prefix) { groupRpData_.erase(prefix); }
-
  private:
   const uint16_t fragTag_;
-  GroupRpData groupRpData_;
 };
 
 }  // namespace Routing::Pim::Bsr

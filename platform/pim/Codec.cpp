@@ -211,8 +211,7 @@ DecodeError Codec::readBootstrap(Cursor &in, bool forward, BootstrapMessage &mes
   while (in.left() > 0) {
     BootstrapGroupData &block = blocks.refill(count++);
     if (const DecodeError error = readBlock(in, block); error != DecodeError::none) return error;
-    const bool isPartial = block.fragmentRpCount_ > 0 && block.fragmentRpCount_ < block.rpCount_;
-    if (isPartial) partial_.push_back(block.prefix_);
+    if (block.isPiece()) partial_.push_back(block.prefix_);
   }
   blocks.refilled(count);
   std::sort(partial_.begin(), partial_.end());

@@ -44,6 +44,8 @@ class BootstrapGroupData : public Kiv::Counted {
   KIV_FIELD(bool, bidir, false)           ///< B bit
   KIV_FIELD(uint8_t, rpCount, 0)          ///< RPs of the group in all fragments
   KIV_FIELD(uint8_t, fragmentRpCount, 0)  ///< RPs in this fragment
+  /// Whether other fragments have the rest of the group.
+  bool isPiece() const { return fragmentRpCount() != 0 && fragmentRpCount() != rpCount(); }
 
   using RpList = std::vector<BootstrapRpData>;
   const RpList &rpList() const { return rpList_; }

@@ -53,7 +53,9 @@ TEST_P(Reassembly, AnIncompleteGroupGoesAtTheFirstRunPastItsAge) {
   advance(4);
   v.hear(Bsm(v.a.host(1)).tag(8).scope(v.a.scope(5)).piece(v.a.inScope(5, 1), 4, rps(11, 12)));
   Tracelet::CaptureSink log;
-  advance(25.9);
+  advance(2);
+  hearPiece(7, 5, 11, 13);  // once more: it grows no younger
+  advance(23.9);
   EXPECT_TRUE(isOpen(7)) << "runs at 10 and 20 found it too young";
   advance(0.2);
   EXPECT_FALSE(isOpen(7));
@@ -69,7 +71,10 @@ TEST_P(Reassembly, AnotherTagOfTheSameBsrEndsTheCollectionOfTheLastMessage) {
   hearPiece(7, 5, 11, 13);
   hearPiece(8, 5, 11, 13);
   EXPECT_FALSE(isOpen(7));
-  hearPiece(8, 5, 14, 15);
+  v.candidateIs(v.a.global(), 2, 0);
+  hearPiece(9, 5, 11, 13);
+  EXPECT_FALSE(isOpen(8)) << "also where we have become a candidate";
+  hearPiece(9, 5, 14, 15);
   EXPECT_EQ(stored(), 5u);
 }
 
