@@ -175,6 +175,9 @@ class PimBsrSm : public Kiv::Entity {
                           const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
   PimBsrTxFragments &buildFragments(const Pax::IpGenPrefix &zone, uint32_t mtu, uint32_t totalLength,
                                     const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
+  using GroupData = Packet::BootstrapOptionalData::GroupData;
+  void doSplitLater(const Pax::IpGenPrefix &zone, uint8_t zoneRpCount, PimBsrTxFragments &fragments,
+                    const Kiv::Ptr<Packet::BootstrapGroupData> &group, GroupData &inPieces);
   void bsmFragmentsDelAll();
 
   const Kiv::Ptr<Bsr::Status> bsrStatus_;
@@ -195,7 +198,7 @@ class PimBsrSm : public Kiv::Entity {
   std::unique_ptr<KivFragmentTimer> fragmentTimer_;
   Kiv::Table<uint16_t, Kiv::Ptr<PimBsrRxFragments>> bsmRxFragments_;
   Kiv::Table<uint32_t, std::unique_ptr<PimBsrTxFragments>> bsmFragments_;  // by MTU, for one pass
-  std::vector<Kiv::Ptr<Packet::BootstrapGroupData>> splitGroupRpData_;     // groups waiting to be split
+  GroupData splitGroupRpData_;                                             // groups waiting to be split
   std::vector<Packet::BootstrapRpData> collectedRps_;                      // RPs of a completed group
   const RpCandidateSet *filling_ = nullptr;                                // the set being stored into
 

@@ -19,14 +19,24 @@ class GroupPlacement {
 
   bool placeWhole() {
     for (uint32_t i = 0; i < fragments_.numFragments(); ++i) {
-      if (!fitsWhole(i)) continue;
-      addZoneBlockFirst(i);
-      addBlock(i, 0, group_.rpList().size(), group_.fragmentRpCount());
-      fragments_.fragment(i).length += bsmGroupLength + bsmRpLength * group_.rpCount();
-      VRF_TRACE(trace, 8, "Length of fragment " << i << " is " << fragments_.fragment(i).length);
-      return true;
+      const uint32_t length = fragments_.fragment(i).length();
+      const uint32_t need = length + (needsZoneBlock(i) ? bsmGroupLength : 0) + wholeLength();
+      if (need <= mtu_) {
+        addWhole(i);
+        return true;
+      }
+      VRF_TRACE(
+          trace, 8,
+          "Fragment " << i << " does not have space. Required Space:" << need << ", Available space:" << mtu_ - length);
     }
     return false;
+  }
+
+  bool appendWhole() {
+    if (emptyLength() + wholeLength() > mtu_) return false;
+    fragments_.fragmentAppend();
+    addWhole(fragments_.numFragments() - 1);
+    return true;
   }
 
   /// A relayed fragment's list may be shorter than the group's RP count: the split ends with it.
@@ -55,19 +65,16 @@ class GroupPlacement {
   }
   bool needsZoneBlock(uint32_t i) const { return zoneBlockHeads() && fragments_.fragment(i).isEmpty(); }
 
-  bool fitsWhole(uint32_t i) const {
-    const uint32_t length = fragments_.fragment(i).length;
-    uint32_t need = length + bsmGroupLength + bsmRpLength * group_.rpCount();
-    if (needsZoneBlock(i)) need += bsmGroupLength;
-    if (need <= mtu_) return true;
-    VRF_TRACE(
-        trace, 8,
-        "Fragment " << i << " does not have space. Required Space:" << need << ", Available space:" << mtu_ - length);
-    return false;
-  }
+  uint32_t wholeLength() const { return bsmGroupLength + bsmRpLength * group_.rpCount(); }
+  /// Of a fragment before the first block of the group.
+  uint32_t emptyLength() const { return bsmHeaderLength + (zoneBlockHeads() ? bsmGroupLength : 0); }
+  bool emptyFragmentTakesRp() const { return mtu_ > emptyLength() + bsmGroupLength + bsmRpLength; }
 
-  bool emptyFragmentTakesRp() const {
-    return mtu_ > bsmHeaderLength + (zoneBlockHeads() ? bsmGroupLength : 0) + bsmGroupLength + bsmRpLength;
+  void addWhole(uint32_t i) {
+    addZoneBlockFirst(i);
+    addBlock(i, 0, group_.rpList().size(), group_.fragmentRpCount());
+    fragments_.fragment(i).lengthInc(wholeLength());
+    VRF_TRACE(trace, 8, "Length of fragment " << i << " is " << fragments_.fragment(i).length());
   }
 
   void addZoneBlockFirst(uint32_t i) {
@@ -76,15 +83,15 @@ class GroupPlacement {
     block->adminScopeIs(true);
     block->rpCountIs(zoneRpCount_);
     PimBsrTxFragment &fragment = fragments_.fragment(i);
-    fragment.bsm->optionalData()->groupDataEnq(block);
-    fragment.length += bsmGroupLength;
+    fragment.bsm()->optionalData()->groupDataEnq(block);
+    fragment.lengthInc(bsmGroupLength);
     VRF_TRACE(trace, 8, "Adding zone " << zone_ << " information to fragment " << i);
   }
 
   /// As many RPs from `placed` on as fragment i takes; returns their number.
   size_t addPiece(uint32_t i, size_t placed) {
     PimBsrTxFragment &fragment = fragments_.fragment(i);
-    const uint32_t free = mtu_ > fragment.length ? mtu_ - fragment.length : 0;
+    const uint32_t free = mtu_ > fragment.length() ? mtu_ - fragment.length() : 0;
     if (free <= bsmGroupLength + bsmRpLength) {
       VRF_TRACE(trace, 8, "Fragment " << i << " does not have space. Available space:" << free);
       return 0;
@@ -96,7 +103,7 @@ class GroupPlacement {
                                                << " Rps ( max " << fit << " )    into fragment " << i << " with "
                                                << count << " to house prefix " << group_.prefix());
     addBlock(i, placed, count, static_cast<uint8_t>(count));
-    fragment.length += bsmGroupLength + bsmRpLength * static_cast<uint32_t>(count);
+    fragment.lengthInc(bsmGroupLength + bsmRpLength * static_cast<uint32_t>(count));
     return count;
   }
 
@@ -108,7 +115,7 @@ class GroupPlacement {
     block->fragmentRpCountIs(fragmentRpCount);
     const auto begin = group_.rpList().begin() + static_cast<std::ptrdiff_t>(first);
     block->rpListIs({begin, begin + static_cast<std::ptrdiff_t>(count)});
-    fragments_.fragment(i).bsm->optionalData()->groupDataEnq(block);
+    fragments_.fragment(i).bsm()->optionalData()->groupDataEnq(block);
   }
 
   const Pax::IpGenPrefix &zone_;
@@ -121,19 +128,25 @@ class GroupPlacement {
 
 }  // namespace
 
-PimBsrTxFragments::PimBsrTxFragments(const Kiv::Ptr<const Packet::BootstrapMessage> &source, uint32_t numFragments)
-    : source_(source) {
+PimBsrTxFragments::PimBsrTxFragments(uint32_t mtu, const Kiv::Ptr<const Packet::BootstrapMessage> &source,
+                                     uint32_t numFragments)
+    : mtu_(mtu), source_(source) {
   fragment_.reserve(numFragments);
   for (uint32_t i = 0; i < numFragments; ++i) fragmentAppend();
 }
 
-void PimBsrTxFragments::fragmentAppend() { fragment_.push_back({Packet::bootstrapHeaderOf(*source_)}); }
+void PimBsrTxFragments::fragmentAppend() { fragment_.emplace_back(Packet::bootstrapHeaderOf(*source_)); }
 
 int32_t doAddGroupData(const Pax::IpGenPrefix &zone, uint8_t zoneRpCount, PimBsrTxFragments &fragments, uint32_t mtu,
                        const Packet::BootstrapGroupData &group, bool split, const std::string &vrfName) {
   GroupPlacement placement(zone, zoneRpCount, fragments, mtu, group, vrfName);
   if (placement.placeWhole()) return 0;
   return split && placement.placeSplit() ? 0 : -1;
+}
+
+bool appendGroupData(const Pax::IpGenPrefix &zone, uint8_t zoneRpCount, PimBsrTxFragments &fragments,
+                     const Packet::BootstrapGroupData &group, const std::string &vrfName) {
+  return GroupPlacement(zone, zoneRpCount, fragments, fragments.mtu(), group, vrfName).appendWhole();
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -19,24 +19,32 @@ inline constexpr uint32_t bsmRpLength = 12;
 inline constexpr uint32_t bsmLeastMtu = bsmHeaderLength + bsmGroupLength + 2 * bsmRpLength + 1;
 
 /// One fragment and the bytes that it fills so far.
-struct PimBsrTxFragment {
-  Kiv::Ptr<Packet::BootstrapMessage> bsm;
-  uint32_t length = bsmHeaderLength;
-  bool isEmpty() const { return length == bsmHeaderLength; }
+class PimBsrTxFragment {
+ public:
+  explicit PimBsrTxFragment(Kiv::Ptr<Packet::BootstrapMessage> bsm) : bsm_(std::move(bsm)) {}
+  const Kiv::Ptr<Packet::BootstrapMessage> &bsm() const { return bsm_; }
+  KIV_FIELD(uint32_t, length, bsmHeaderLength)
+  void lengthInc(uint32_t by) { lengthIs(length() + by); }
+  bool isEmpty() const { return length() == bsmHeaderLength; }
+
+ private:
+  Kiv::Ptr<Packet::BootstrapMessage> bsm_;
 };
 
 /// The fragments of one message for one MTU, in sending order.
 class PimBsrTxFragments {
  public:
   /// `source` gives each fragment its tag, flags and BSR.
-  PimBsrTxFragments(const Kiv::Ptr<const Packet::BootstrapMessage> &source, uint32_t numFragments);
+  PimBsrTxFragments(uint32_t mtu, const Kiv::Ptr<const Packet::BootstrapMessage> &source, uint32_t numFragments);
 
+  uint32_t mtu() const { return mtu_; }
   uint32_t numFragments() const { return static_cast<uint32_t>(fragment_.size()); }
   PimBsrTxFragment &fragment(uint32_t index) { return fragment_[index]; }
   const std::vector<PimBsrTxFragment> &fragment() const { return fragment_; }
   void fragmentAppend();
 
  private:
+  const uint32_t mtu_;
   const Kiv::Ptr<const Packet::BootstrapMessage> source_;
   std::vector<PimBsrTxFragment> fragment_;
 };
@@ -47,5 +55,9 @@ class PimBsrTxFragments {
 /// fragment gets the zone's own block first. 0 on success, -1 when the group was not placed.
 int32_t doAddGroupData(const Pax::IpGenPrefix &zone, uint8_t zoneRpCount, PimBsrTxFragments &fragments, uint32_t mtu,
                        const Packet::BootstrapGroupData &group, bool split, const std::string &vrfName);
+/// Places the group whole, into a fragment appended for it. False, with nothing appended, if that
+/// would not hold it either.
+bool appendGroupData(const Pax::IpGenPrefix &zone, uint8_t zoneRpCount, PimBsrTxFragments &fragments,
+                     const Packet::BootstrapGroupData &group, const std::string &vrfName);
 
 }  // namespace Routing::Pim::Bsr
