@@ -3,6 +3,7 @@
 #include "engine/LastBsm.h"
 #include "engine/Reactors.h"
 #include "model/VrfTrace.h"
+#include "platform/pim/HelloSpeaker.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -73,6 +74,7 @@ void PimBsrSm::handOver(const Pax::IntfId &oif, const Kiv::Ptr<Packet::Bootstrap
 }
 
 void PimBsrSm::handlePimIntf(const Pax::IntfId &intfId) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << intfId << " )");
   pimIntf_.erase(intfId);
   if (const auto pimIntf = pimStatus_->pimIntf(intfId)) {
     pimIntf_.insert(intfId, std::make_unique<KivPimIntf>(*this, intfId, pimIntf));
@@ -80,20 +82,36 @@ void PimBsrSm::handlePimIntf(const Pax::IntfId &intfId) {
 }
 
 void PimBsrSm::KivPimIntf::handleDrChange() {
+  VRF_TRACE_ENTRY(trace);
   if (isDr_ && !notifier()->isDr()) {
     VRF_TRACE(trace, 4, "We are no longer DR on interface " << intfId_ << ". Generating changeroute event");
-    wasDr_ = true;
+    wasDr_ = !isNewcomer();
   }
   isDr_ = notifier()->isDr();
 }
 
 void PimBsrSm::KivPimIntf::handleTriggeredHelloSent() {
+  VRF_TRACE_ENTRY(trace);
   sm_.handleTriggeredHelloSent();
-  const bool wasDr = std::exchange(wasDr_, false);
+  const bool wasDr = std::exchange(wasDr_, false) || isDrWithoutTheNew();
   if (!isDr_ && !wasDr) return;
   VRF_TRACE(trace, 4,
             "Send No Forward BSM since " << (isDr_ ? "we are DR " : "we were DR ") << " on interface " << intfId_);
   doSendNoFwdBsm();
+}
+
+/// Whoever came later is new: first Hellos, the answers to them, and what follows the answers take up to
+/// five seconds each.
+double PimBsrSm::KivPimIntf::newSince() const { return sm_.now() - 3 * IO::HelloSpeaker::triggeredDelayMost; }
+
+/// A newcomer, to whom all are new, leaves out the DR alone: where everybody starts, not everybody sends.
+bool PimBsrSm::KivPimIntf::isDrWithoutTheNew() const {
+  const PimIntf &pimIntf = *notifier();
+  const bool weAreNew = isNewcomer();
+  const auto takesPart = [&](const Pax::IpGenAddr &address, const PimNeighbor &neighbor) {
+    return weAreNew ? address != pimIntf.dr() : neighbor.upTime() <= newSince();
+  };
+  return pimIntf.electedDr(takesPart) == pimIntf.address();
 }
 
 void PimBsrSm::KivPimIntf::doSendNoFwdBsm() {

@@ -186,6 +186,7 @@ class PimBsrSm : public Kiv::Entity {
   const Kiv::Ptr<PimCrpMsgStatus> crpMsgStatus_;
   const Kiv::Ptr<RpCandidateStatus> rpCandidateStatus_;
   const Kiv::Ptr<Orb::TimerWheel> timerWheel_;
+  const double startTime_ = now();
   const Kiv::Ptr<const Ip::AllIntfStatusDir> allIntfStatusDir_;
   Orb::Random &random_;
 

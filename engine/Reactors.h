@@ -114,7 +114,9 @@ class PimBsrSm::KivBsr : public ElectedBsrStatus::Notifiee {
   PimBsrSm &sm_;
 };
 
-/// Follows one PIM interface: a new neighbour gets the last messages from its DR.
+/// Follows one PIM interface: a new or restarted neighbour gets the last messages from the DR, and
+/// from the router that is DR without the neighbours that are new (RFC 5059 section 3.5): where the
+/// DR itself has restarted, nobody else has anything to send.
 class PimBsrSm::KivPimIntf : public PimIntf::Notifiee {
  public:
   KivPimIntf(PimBsrSm &sm, const Pax::IntfId &intfId, const Kiv::Ptr<const PimIntf> &pimIntf)
@@ -129,6 +131,9 @@ class PimBsrSm::KivPimIntf : public PimIntf::Notifiee {
   void handleDrChange();
   void handleTriggeredHelloSent();
   void doSendNoFwdBsm();
+  double newSince() const;
+  bool isNewcomer() const { return sm_.startTime_ > newSince(); }
+  bool isDrWithoutTheNew() const;
 
   PimBsrSm &sm_;
   const Pax::IntfId intfId_;

@@ -7,6 +7,7 @@
 namespace Sim {
 
 using namespace Routing::Pim::Packet;
+using Routing::Pim::Mode;
 
 namespace {
 
@@ -112,8 +113,9 @@ RpTable tableOf(const Routing::Pim::RpCandidateStatus &status) {
   RpTable table;
   for (const auto &[prefix, set] : status.crpSet()) {
     auto &rps = table.group[prefix];
-    for (const auto &[address, rp] : set->rp())
-      rps[address] = {rp->holdTime(), rp->priority(), rp->hashMaskLen().number()};
+    for (const auto &[address, rp] : set->rp()) {
+      rps[address] = {rp->holdTime(), rp->priority(), rp->hashMaskLen().number(), rp->pimMode() == Mode::bidir};
+    }
   }
   return table;
 }

@@ -14,6 +14,7 @@ struct RpEntry {
   uint16_t holdTime = 150;
   uint16_t priority = 192;
   uint8_t hashMaskLen = 30;  ///< learned from the message, not from the entry
+  bool bidir = false;
   bool operator==(const RpEntry &) const = default;
 };
 
@@ -27,7 +28,7 @@ struct RpTable {
 /// The size and the first few entries.
 std::ostream &operator<<(std::ostream &out, const RpTable &table);
 
-/// What a router has learned or published, times and modes aside.
+/// What a router has learned or published, times aside.
 RpTable tableOf(const Routing::Pim::RpCandidateStatus &status);
 
 /// A Bootstrap Router of one zone as others see it.

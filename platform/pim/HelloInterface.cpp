@@ -243,18 +243,10 @@ void HelloSpeaker::Interface::neighborDel(Pax::IpGenAddr address) {
   electDr();
 }
 
-// RFC 7761 section 4.3.2.
 void HelloSpeaker::Interface::electDr() {
-  const auto &neighbors = pimIntf_->neighbor();
-  bool isPriorityUsed = true;
-  for (const auto &[address, neighbor] : neighbors) isPriorityUsed = isPriorityUsed && neighbor->hasDrPriority();
-  const Pax::IpGenAddr own = pimIntf_->address();
-  auto best = std::pair(isPriorityUsed ? speaker_.parameters_.drPriority : 0, own);
-  for (const auto &[address, neighbor] : neighbors) {
-    best = std::max(best, std::pair(isPriorityUsed ? neighbor->drPriority() : 0, address));
-  }
-  pimIntf_->drIs(best.second);
-  pimIntf_->isDrIs(best.second == own);
+  pimIntf_->drPriorityIs(speaker_.parameters_.drPriority);
+  pimIntf_->drIs(pimIntf_->electedDr([](const auto &, const auto &) { return true; }));
+  pimIntf_->isDrIs(pimIntf_->dr() == pimIntf_->address());
 }
 
 }  // namespace Routing::Pim::IO

@@ -1,6 +1,8 @@
 /// Status of PIM on the interfaces of a VRF: neighbours, DR, MTU. Written by the Hello speaker.
 #pragma once
 
+#include <functional>
+
 #include "platform/kiv/Attributes.h"
 #include "platform/pax/IntfId.h"
 #include "platform/pax/IpGenPrefix.h"
@@ -28,6 +30,8 @@ class PimIntf : public Kiv::Entity {
   ATTRIBUTE(value, Pax::IpGenAddr, address, Address, {})                                \
   /* what the agent's byte counts may fill: min(link MTU, 2100), half of it for IPv6 */ \
   ATTRIBUTE(value, uint32_t, mtu, Mtu, 0)                                               \
+  /* ours, as Hellos tell it */                                                         \
+  ATTRIBUTE(value, uint32_t, drPriority, DrPriority, 0)                                 \
   ATTRIBUTE(value, Pax::IpGenAddr, dr, Dr, {})                                          \
   ATTRIBUTE(value, bool, isDr, IsDr, false)                                             \
   ATTRIBUTE(map, Pax::IpGenAddr, PimNeighbor, neighbor, Neighbor)                       \
@@ -39,6 +43,9 @@ class PimIntf : public Kiv::Entity {
  public:
   /// The neighbour with this address, primary or listed; its primary address goes to `primary`.
   Kiv::Ptr<PimNeighbor> neighborOwning(const Pax::IpGenAddr &address, Pax::IpGenAddr &primary) const;
+  /// The DR among us and the neighbours that take part (RFC 7761 section 4.3.2).
+  using TakesPart = std::function<bool(const Pax::IpGenAddr &address, const PimNeighbor &neighbor)>;
+  Pax::IpGenAddr electedDr(const TakesPart &takesPart) const;
 };
 
 class Status : public Kiv::NamedEntity {

@@ -3,13 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <set>
 
 #include "tests/support/TestVrf.h"
 
 namespace Test {
 namespace {
 
-using Blocks = std::map<Pax::IpGenPrefix, std::vector<Pax::IpGenAddr>>;
+/// The RP count and the RPs of each group and mode.
+using Groups = std::map<std::pair<Pax::IpGenPrefix, bool>, std::pair<unsigned, std::vector<Bsm::Rp>>>;
 
 class Fragmentation : public testing::TestWithParam<Addresses> {
  protected:
@@ -17,7 +19,7 @@ class Fragmentation : public testing::TestWithParam<Addresses> {
 
   std::vector<Bsm::Rp> rps(uint32_t count) {
     std::vector<Bsm::Rp> result;
-    for (uint32_t n = 1; n <= count; ++n) result.push_back({a.host(n), 150, static_cast<uint8_t>(n)});
+    for (uint32_t n = 1; n <= count; ++n) result.push_back({a.host(n), uint16_t(100 + n), static_cast<uint8_t>(n)});
     return result;
   }
   static uint32_t length(const Pim::Packet::BootstrapMessage &bsm) {
@@ -25,20 +27,21 @@ class Fragmentation : public testing::TestWithParam<Addresses> {
     for (const auto &group : bsm.groupData()) result += 12 + 12 * static_cast<uint32_t>(group->rpList().size());
     return result;
   }
+  Groups groupsOf(const std::vector<FakePort::Sent> &messages) const {
+    Groups groups;
+    for (const auto &message : messages) {
+      for (const auto &group : message.bsm->groupData()) {
+        if (group->prefix() == a.global()) continue;  // heads fragments of the global zone in IPv6
+        auto &[rpCount, list] = groups[{group->prefix(), group->bidir()}];
+        rpCount = group->rpCount();
+        list.insert(list.end(), group->rpList().begin(), group->rpList().end());
+      }
+    }
+    return groups;
+  }
 
   const Addresses a;
 };
-
-TEST_P(Fragmentation, AMessageThatJustFitsGoesWholeAndOneByteLessCutsIt) {
-  TestVrf v(a);
-  v.intfIs(1, 36 + 2 * 48);
-  v.intfIs(2, 36 + 2 * 48 - 1);
-  v.hear(Bsm(a.host(200)).group(a.group(1), rps(3)).group(a.group(2), rps(3)));
-  ASSERT_EQ(v.port->sent.size(), 3u);
-  EXPECT_EQ(v.port->sent[0].bsm->groupData().size(), 2u);
-  EXPECT_EQ(v.port->sent[1].intfId, v.intf(2));
-  EXPECT_EQ(v.port->sent[2].intfId, v.intf(2));
-}
 
 TEST_P(Fragmentation, FloodsTheArrivalInterfaceTooButNoBorderNorWhereNobodyIs) {
   TestVrf v(a);
@@ -54,34 +57,40 @@ TEST_P(Fragmentation, FloodsTheArrivalInterfaceTooButNoBorderNorWhereNobodyIs) {
 }
 
 /// Random messages over random MTUs: every RP of the source once and in order, no fragment over the
-/// MTU, the zone's block first in scoped zones, counts that hold.
+/// MTU, the zone's block first in scoped zones, counts and modes that hold, and of the two groups of a
+/// prefix never both in pieces: one is left out, and counted, if it fits no fragment whole.
 TEST_P(Fragmentation, EveryRpGoesOutOnceInFragmentsThatFit) {
   const uint64_t seed = std::random_device()();
   SCOPED_TRACE("seed " + std::to_string(seed));
   std::mt19937 random(static_cast<uint32_t>(seed));
   const auto pick = [&](uint32_t n) { return static_cast<uint32_t>(random() % n); };
   for (int round = 0; round < 400; ++round) {
-    const uint32_t mtu = a.ipv4() ? 73 + pick(2028) : 288 + pick(763);
+    const uint32_t least = a.ipv4() ? 73 : 288, greatest = a.ipv4() ? 2100 : 1050;
     const bool scoped = pick(2) == 0;
     TestVrf v(a);
-    v.intfIs(1, mtu);
     Bsm source(a.host(200), 9);
     source.tag(static_cast<uint16_t>(pick(65536)));
-    Blocks expected;
     const Pax::IpGenPrefix zone = scoped ? a.scope(5) : a.global();
     if (scoped) source.scope(zone, rps(pick(3) == 0 ? pick(256) : 0));
-    const uint32_t most = std::vector<uint32_t>{1, 4, 30, 256}[pick(4)];
+    const uint32_t most = std::vector<uint32_t>{1, 4, 30, 255}[pick(4)];
+    if (scoped && pick(4) == 0) source.scope(zone, rps(1 + pick(most))).bidir();
     for (uint32_t n = pick(120); n > 0; --n) {
-      source.group(scoped ? a.inScope(5, n) : a.group(n), rps(1 + pick(most - 1 ? most - 1 : 1)));
+      const Pax::IpGenPrefix prefix = scoped ? a.inScope(5, n) : a.group(n);
+      const bool first = pick(2) == 0;
+      const uint32_t count = 1 + pick(most), elsewhere = pick(8) == 0 ? 5 : 0;
+      source.piece(prefix, static_cast<uint8_t>(std::min(count + elsewhere, 255u)), rps(count)).bidir(first);
+      if (pick(3) == 0) source.group(prefix, rps(1 + pick(most))).bidir(!first);
     }
     const Kiv::Ptr<Pim::Packet::BootstrapMessage> bsm = source;
-    for (const auto &group : bsm->groupData()) {
-      auto &list = expected[group->prefix()];
-      for (const auto &rp : group->rpList()) list.push_back(rp.address);
-    }
+    Groups expected = groupsOf({{v.intf(1), bsm, 0}});
+    const uint32_t whole = v.sm->bsrSm().doComputeBsmLength(*bsm);
+    const uint32_t mtu = pick(8) ? least + pick(greatest - least + 1) : std::clamp(whole - pick(2), least, greatest);
+    SCOPED_TRACE("mtu " + std::to_string(mtu) + (scoped ? " scoped" : " global"));
+    v.intfIs(1, mtu);
     v.sm->bsrSm().forwardBsm(zone, bsm);
+    if (whole <= mtu) ASSERT_EQ(v.port->sent.size(), 1u);
 
-    Blocks seen;
+    std::map<Pax::IpGenPrefix, std::set<bool>> inPieces;
     for (const auto &[intfId, fragment, bytes] : v.port->sent) {
       ASSERT_LE(length(*fragment), mtu);
       ASSERT_LE(bytes + (a.ipv4() ? 20 : 40), a.ipv4() ? mtu : 2 * mtu) << "as the link counts it";
@@ -96,64 +105,61 @@ TEST_P(Fragmentation, EveryRpGoesOutOnceInFragmentsThatFit) {
       }
       for (const auto &group : groups) {
         ASSERT_EQ(group->fragmentRpCount(), group->rpList().size());
-        ASSERT_LE(group->fragmentRpCount(), group->rpCount());
-        auto &list = seen[group->prefix()];
-        for (const auto &rp : group->rpList()) list.push_back(rp.address);
+        if (group->isPiece()) inPieces[group->prefix()].insert(group->bidir());
       }
     }
-    if (!a.ipv4()) seen.erase(a.global());  // heads fragments of the global zone
-    ASSERT_EQ(seen, expected) << "mtu " << mtu << (scoped ? " scoped" : " global");
-  }
-}
-
-TEST_P(Fragmentation, TwoGroupsOfOnePrefixAreNeverBothInPieces) {
-  TestVrf v(a);
-  v.intfIs(1, 576);
-  std::vector<Bsm::Rp> others = rps(140);
-  others.erase(others.begin(), others.begin() + 80);
-  v.hear(Bsm(a.host(200)).group(a.group(1), rps(80)).group(a.group(1), others).bidir());
-  for (const auto &sent : v.port->sent) {
-    for (const auto &group : sent.bsm->groupData()) {
-      if (group->fragmentRpCount() < group->rpCount()) EXPECT_NE(group->rpCount(), 60);
-    }
+    for (const auto &[prefix, modes] : inPieces) ASSERT_EQ(modes.size(), 1u) << prefix;
+    const auto seen = groupsOf(v.port->sent);
+    const auto leftOut = std::erase_if(expected, [&](const auto &group) {
+      const uint32_t head = group.first.first != zone && (scoped || !a.ipv4()) ? 12 : 0;
+      return !seen.contains(group.first) && 36 + head + 12 + 12 * group.second.first > mtu;
+    });
+    ASSERT_EQ(seen, expected);
+    ASSERT_EQ(v.counters().txError(), leftOut);
+    ASSERT_EQ(v.counters().tx(), v.port->sent.size() + leftOut);
   }
 }
 
 TEST_P(Fragmentation, ANewNeighbourGetsTheLastMessagesFromItsDrOnly) {
   TestVrf v(a);
   v.intfIs(1);
-  v.intfIs(2);
-  v.hear(Bsm(a.host(200)).tag(3).group(a.group(1), rps(3)));
-  v.hear(Bsm(a.host(200)).tag(3).group(a.group(2), rps(3)));
-  v.hear(Bsm(a.host(200)).scope(a.scope(5)));
-  v.hear(Bsm(a.host(200)).scope(a.scope(6)));
+  v.intfIs(2, 150);
+  for (int n = 0; n < 3; ++n) {  // a sender with a constant tag makes nothing grow
+    v.hear(Bsm(a.host(200)).tag(3).group(a.group(1), rps(9)));
+    v.hear(Bsm(a.host(200)).tag(3).group(a.group(1), rps(8)).bidir());
+    v.hear(Bsm(a.host(200)).tag(3).scope(a.scope(6)));
+  }
+  EXPECT_EQ(v.machine(a.scope(6))->lastBsm().all().size(), 1u);
+  v.hear(Bsm(a.host(200)).scope(a.scope(5)).group(a.inScope(5, 1), rps(20)));
   v.status->bsBorderIs(a.scope(6))->intfIdIs(v.intf(2));
+  v.advance(16);  // no newcomer any more
   const auto pimIntf = v.pimStatus->pimIntf(v.intf(2));
   const auto triggered = [&] {
     v.port->sent.clear();
     pimIntf->triggeredHelloSentInc();
-    return v.port->sent.size();
+    for (const auto &sent : v.port->sent) EXPECT_TRUE(sent.intfId == v.intf(2) && !sent.bsm->forward());
+    return groupsOf(v.port->sent);
   };
-  EXPECT_EQ(triggered(), 0u) << "another router is the DR";
+  const Groups nothing, all{{{a.group(1), false}, {9, rps(9)}},
+                            {{a.group(1), true}, {8, rps(8)}},
+                            {{a.scope(5), false}, {}},
+                            {{a.inScope(5, 1), false}, {20, rps(20)}}};
+  EXPECT_EQ(triggered(), nothing) << "another router is the DR";
   pimIntf->isDrIs(true);
-  EXPECT_EQ(triggered(), 3u) << "both fragments and one scope: the other has its border here";
-  for (const auto &sent : v.port->sent) {
-    EXPECT_EQ(sent.intfId, v.intf(2));
-    EXPECT_FALSE(sent.bsm->forward());
-  }
+  EXPECT_EQ(triggered(), all) << "both modes and one scope: the other has its border here";
   EXPECT_TRUE(v.sm->bsrIOSm().lastBsm(a.global())->forward()) << "the kept message is not changed";
   pimIntf->isDrIs(false);
-  EXPECT_EQ(triggered(), 3u) << "we were the DR until now";
-  EXPECT_EQ(triggered(), 0u);
-}
-
-TEST_P(Fragmentation, ASenderWithAConstantTagMakesNothingGrow) {
-  TestVrf v(a);
-  v.intfIs(1);
-  for (int n = 0; n < 10; ++n) v.hear(Bsm(a.host(200)).tag(3).group(a.group(1), rps(2)));
-  for (int n = 0; n < 10; ++n) v.hear(Bsm(a.host(200)).scope(a.scope(5)).tag(3));
-  EXPECT_EQ(v.machine(a.global())->lastBsm().all().size(), 1u);
-  EXPECT_EQ(v.machine(a.scope(5))->lastBsm().all().size(), 1u);
+  EXPECT_EQ(triggered(), all) << "we were the DR until now";
+  EXPECT_EQ(triggered(), nothing);
+  pimIntf->neighbor(v.neighbor(2))->upTimeIs(v.time.now());
+  EXPECT_EQ(triggered(), all) << "the DR has just restarted";
+  const auto candidate = v.candidateIs(a.global(), 1, 255);
+  EXPECT_EQ(triggered(), all) << "what was heard before the candidacy";
+  v.advance(20);
+  EXPECT_TRUE(candidate->elected());
+  candidate->hashMaskLenIs(Bsr::hashMaskLenUnset);
+  pimIntf->isDrIs(true);
+  EXPECT_FALSE(triggered().contains({a.group(1), true})) << "our own election is over";
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, Fragmentation, testing::Values(ipv4, ipv6),

@@ -1,5 +1,7 @@
-// Stories of a network that loses, regains and changes its Bootstrap Router.
+// Stories of a network that loses, regains and changes its Bootstrap Router, and tells newcomers of it.
 #include <gtest/gtest.h>
+
+#include <set>
 
 #include "tests/sim/Story.h"
 #include "tests/support/BsmBuilder.h"
@@ -29,40 +31,37 @@ class Protocol : public testing::TestWithParam<Addresses> {
   const Sim::RpTable nothing;
 };
 
-TEST_P(Protocol, TheBsrOfADeadFeederLeavesAfterTheHoldTimeAndItsRpsAfterTheirs) {
-  const Sim::RpTable table = story.table(global, 40, 4, 0, 200);  // in several fragments
-  Sim::Feeder &feeder = learnedChain(table);
-  story.time().runFor(60);
+TEST_P(Protocol, BothModesOfAPrefixCrossALesserMtuAndOutliveADeadBsrAlike) {
+  // Two of the six groups fit a fragment, and four are placed before the last two, both of one prefix.
+  const Addresses a = GetParam();
+  const uint32_t rps = a.ipv4() ? 33 : 14;
+  story.chain({"feeder", "a", "b", "c"}, {2100, a.ipv4() ? 1259u : 1174u, 1500});
+  story.start({"a", "b", "c"});
+  Sim::Feeder &feeder = story.feeder("feeder");
+  Bsm bsm(feeder.router().address());
+  Sim::RpTable told;
+  for (const auto &[group, isBidir] : {std::pair(1, false), {2, false}, {1, true}, {2, true}, {3, false}, {3, true}}) {
+    std::vector<Bsm::Rp> list;
+    for (uint32_t n = 0; n < rps; ++n) {
+      list.push_back({a.host(0x800000 + static_cast<uint32_t>(told.rps())), 200, 0});
+      told.group[a.group(group)][list.back().address] = {200, 0, 30, isBidir};
+    }
+    bsm.group(a.group(group), list).bidir(isBidir);
+  }
+  feeder.zoneIs(global, {bsm});
+  feeder.start();
+  EXPECT_TRUE(story.within(15, [&] { return story.everyAgentHas(global, feeder, told); }));
   const double last = story.time().now();  // of the last message, but for the delays of the chain
   feeder.die();
   story.time().runTo(last + 129);
-  EXPECT_TRUE(story.everyAgentHas(global, feeder, table));
+  EXPECT_TRUE(story.everyAgentHas(global, feeder, told));
   story.time().runTo(last + 131);
-  EXPECT_TRUE(story.everyAgentHas(global, {}, table));
+  EXPECT_TRUE(story.everyAgentHas(global, {}, told));
   // The end of the BSR renewed the RPs once more.
   story.time().runTo(last + 130 + 199);
-  EXPECT_TRUE(story.everyAgentHas(global, {}, table));
+  EXPECT_TRUE(story.everyAgentHas(global, {}, told));
   story.time().runTo(last + 130 + 201);
   EXPECT_TRUE(story.everyAgentHas(global, {}, nothing));
-}
-
-TEST_P(Protocol, ARouterThatStartsLateIsToldByTheDr) {
-  const Sim::RpTable table = story.table(global, 3, 4);
-  const Sim::RpTable scoped = story.table(scope, 2, 2, 1);
-  Sim::RpTable both = table;
-  both.group.insert(scoped.group.begin(), scoped.group.end());
-  story.network.linkIs("wan", {"feeder", "a", "b"});
-  story.network.linkIs("lan", {"a", "b", "late"});
-  story.start({"a", "b"});
-  Sim::Feeder &feeder = story.feeder("feeder", 3600);  // so that no later message helps
-  story.feed(feeder, global, table);
-  story.feed(feeder, scope, scoped);
-  feeder.start();
-  story.time().runFor(60);
-  ASSERT_TRUE(story.everyAgentHas(global, feeder, both));
-  story.start({"late"});
-  EXPECT_TRUE(story.within(6, [&] { return story.everyAgentHas(global, feeder, both); }));
-  EXPECT_TRUE(story.everyAgentHas(scope, feeder, both));
 }
 
 TEST_P(Protocol, ABetterBsrTakesOverAndTheOtherReturnsWhenItIsGone) {
@@ -148,6 +147,57 @@ TEST_P(Protocol, TwoHopsAwayIsSeenWhatPassesAndWhoPassesItOnCountsWhatComesBack)
       if (row.counts[1] != nothing) expected.push_back(textOf(*row.bsm));
     }
     EXPECT_EQ(seen, expected);
+  }
+}
+
+TEST_P(Protocol, ARestartedRouterIsToldByTheBestOfThoseThatHaveNot) {
+  enum Candidacy { none, begins, ends };
+  const struct {
+    std::vector<std::string> restarted;
+    std::set<std::string> tellers;
+    double echoes;               // of the restarted, those that pass on what they were just told, on average at most
+    double again = 0;            // seconds after which they restart once more
+    Candidacy candidacy = none;  // of c, shortly before
+  } rows[] = {
+      {{"a"}, {"d"}, 0.5},        {{"d"}, {"c"}, 1},      {{"d"}, {"c"}, 1, 1},        {{"d"}, {"c"}, 1, 0, begins},
+      {{"d"}, {"c"}, 1, 0, ends}, {{"c", "d"}, {"b"}, 2}, {{"b", "c", "d"}, {"a"}, 2}, {{"a", "b", "c", "d"}, {}, 1.5},
+  };
+  for (const auto &row : rows) {
+    SCOPED_TRACE(row.restarted[0] + " of " + std::to_string(row.restarted.size()));
+    size_t echoes = 0;
+    for (uint64_t seed = 1; seed <= 10; ++seed) {
+      Story story(GetParam(), seed);
+      story.chain({"feeder", "up"}, {1500});
+      story.network.linkIs("wan", {"up", "a", "b", "c"});
+      Sim::Link &lan = story.network.linkIs("lan", {"a", "b", "c", "d"});
+      if (row.candidacy == ends) story.host("c").candidateBsrIs(global, 1);
+      story.start({"up", "a", "b", "c", "d"});
+      Sim::Feeder &feeder = story.feeder("feeder", 3600);  // so that no later message helps
+      const Sim::RpTable table = story.table(global, 3, 4);
+      story.feed(feeder, global, table);
+      feeder.start();
+      story.time().runFor(40);
+      if (row.candidacy == begins) story.host("c").candidateBsrIs(global, 1);
+      if (row.candidacy == ends) story.host("c").candidateBsrDel(global);
+      std::set<std::string> tellers;
+      lan.tapIs([&](const Sim::Packet &packet) {
+        const bool isNoForward = (packet.payload[0] & 15) == 4 && packet.payload[1] & 0x80;
+        if (isNoForward) tellers.insert(lan.memberWith(packet.source)->router().name());
+      });
+      for (const double wait : {row.again, 15.0}) {
+        for (const std::string &name : row.restarted) {
+          if (wait == 0) continue;
+          story.host(name).powerOff();
+          story.host(name).powerOn();
+          story.host(name).start();
+        }
+        story.time().runFor(wait);
+      }
+      EXPECT_TRUE(row.tellers.empty() || story.everyAgentHas(global, feeder, table));
+      for (const std::string &name : row.restarted) echoes += tellers.erase(name);
+      EXPECT_EQ(tellers, row.tellers);
+    }
+    EXPECT_LE(echoes, 10 * row.echoes);
   }
 }
 

@@ -37,7 +37,7 @@ class Bsm {
     bsm_->optionalData()->groupDataEnq(block);
     return *this;
   }
-  Bsm &bidir() { return bsm_->groupData().back()->bidirIs(true), *this; }
+  Bsm &bidir(bool bidir = true) { return bsm_->groupData().back()->bidirIs(bidir), *this; }
 
   operator Kiv::Ptr<Routing::Pim::Packet::BootstrapMessage>() const { return bsm_; }
 
