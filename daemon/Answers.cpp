@@ -156,6 +156,8 @@ VrfView Answers::view(const L3::VrfName &vrf, const VrfHost &host) const {
   for (const auto &[intfId, config] : system.configColl->intfConfig()) {
     if (intfId.vrf() == vrf.text()) view.intfConfig.emplace(intfId, config);
   }
+  const auto pim = process_.configuration.pim.find(vrf);
+  if (pim != process_.configuration.pim.end()) view.pimInterfaces = pim->second.interfaces;
   view.ipAclConfig = system.aclCli;
   view.status = system.statusColl->vrfStatus(vrf);
   if (const auto *platform = host.platform()) {

@@ -119,6 +119,7 @@ VrfView Simulation::viewOf(Sim::Host &host, Sim::Router &router) const {
   for (const auto &[intfId, config] : system.configColl->intfConfig()) {
     if (intfId.vrf() == router.vrf()) view.intfConfig.emplace(intfId, config);
   }
+  for (const Sim::Intf &intf : router.intfs()) view.pimInterfaces.push_back(intf.intfId());
   view.ipAclConfig = system.aclCli;
   view.status = system.statusColl->vrfStatus(view.vrf);
   view.interfaces = router.allIntfStatusDir();

@@ -122,6 +122,8 @@ constexpr std::array rp{
 constexpr std::array interfaces{
     vrf,
     Column{"interface", "the interface, as VRF/NAME outside the default VRF"},
+    Column{"state", "whether PIM is on there: on or off"},
+    Column{"reason", "why it is off"},
     Column{"address", "PIM address"},
     Column{"mtu", "bytes of a Bootstrap message that the agent counts on"},
     Column{"dr", "designated router"},
@@ -170,7 +172,7 @@ constexpr std::array allNouns{
     Noun{"border", "the BSR borders", border},
     Noun{"acl", "the ACLs and who uses them", acl},
     Noun{"filter", "the candidate RPs that are believed", filter},
-    Noun{"interfaces", "the interfaces on which PIM is on and usable", interfaces},
+    Noun{"interfaces", "the interfaces on which PIM is to be on", interfaces},
     Noun{"neighbors", "the PIM neighbours", neighbors},
     Noun{"counters", "message counters of each VRF", counters, Noun::Layout::fields, true},
     Noun{"config", "the configuration in force with its defaults, to be loaded again", config, Noun::Layout::file},

@@ -37,8 +37,18 @@ std::string whyAbsent(const VrfView &view, const Pax::IntfId &intfId) {
 
 std::string whyNoAddress(const VrfView &view, const Pax::IntfId &intfId) {
   const std::string why = whyAbsent(view, intfId);
+  if (!why.empty() || !addressOf(view, intfId).isZero()) return why;
+  return join(intfId, view.interfaces->intfStatus(intfId)->adminUp() ? " has no address" : " is down");
+}
+
+std::string whyPimOff(const VrfView &view, const Pax::IntfId &intfId) {
+  const std::string why = whyAbsent(view, intfId);
   if (!why.empty()) return why;
-  return addressOf(view, intfId).isZero() ? join(intfId, " has no address") : "";
+  const auto status = view.interfaces->intfStatus(intfId);
+  if (!status->adminUp()) return join(intfId, " is down");
+  if (!status->up()) return join(intfId, " has no carrier");
+  if (!status->pimAddr().isZero()) return "";
+  return join(intfId, view.af == Pax::AddressFamily::ipv4 ? " has no address" : " has no link-local address");
 }
 
 std::string whyNoGroup(const VrfView &view, const std::string &acl) {

@@ -22,6 +22,8 @@ std::string whyNotRunning(const VrfView &view);
 std::string whyAbsent(const VrfView &view, const Pax::IntfId &intfId);
 /// Includes whyAbsent().
 std::string whyNoAddress(const VrfView &view, const Pax::IntfId &intfId);
+/// Of a PIM interface; includes whyAbsent().
+std::string whyPimOff(const VrfView &view, const Pax::IntfId &intfId);
 std::string whyNoGroup(const VrfView &view, const std::string &acl);
 std::string whyNobody(const VrfView &view, const std::string &acl);
 

@@ -26,6 +26,7 @@ struct VrfView {
   double now = 0;
   Kiv::Ptr<const Config> config;
   std::map<Pax::IntfId, Kiv::Ptr<const IntfConfig>> intfConfig;  ///< the VRF's own
+  std::vector<Pax::IntfId> pimInterfaces;                        ///< where PIM is to be on
   Kiv::Ptr<const Acl::Input::Config> ipAclConfig;
   Kiv::Ptr<const Status> status;
   Kiv::Ptr<const Ip::AllIntfStatusDir> interfaces;
@@ -48,12 +49,12 @@ void showBsr(const VrfView &view, Rows &rows);
 void showCandidateBsr(const VrfView &view, Rows &rows);
 void showCandidateRp(const VrfView &view, Rows &rows);
 void showBorder(const VrfView &view, Rows &rows);
+void showInterfaces(const VrfView &view, Rows &rows);
 void showAcl(const VrfView &view, Rows &rows);
 void showFilter(const VrfView &view, Rows &rows);
 void showRpSet(const VrfView &view, Rows &rows);
 /// The RPs that serve the group, a row for each mode in which there is one.
 void showRp(const VrfView &view, const std::string &group, Rows &rows);
-void showInterfaces(const VrfView &view, Rows &rows);
 void showNeighbors(const VrfView &view, Rows &rows);
 void showCounters(const VrfView &view, Rows &rows);
 

@@ -33,9 +33,9 @@ std::ostream &operator<<(std::ostream &out, const AddressInfo &info) {
 void chooseAddresses(IntfStatus &intf, Pax::AddressFamily family) {
   const Pax::IpGenAddr chosen = intf.ipAddr();
   const AddressInfo *present = chosen.af() == family ? intf.address(chosen) : nullptr;
-  const bool stays = present && isCandidate(chosen, *present);
+  const bool stays = intf.adminUp() && present && isCandidate(chosen, *present);
   const Pax::IpGenAddr forPim = first(intf, family, isForPim);
-  if (!stays) intf.ipAddrIs(first(intf, family, isCandidate));
+  if (!stays) intf.ipAddrIs(intf.adminUp() ? first(intf, family, isCandidate) : Pax::IpGenAddr());
   intf.pimAddrIs(forPim);
 }
 

@@ -19,14 +19,17 @@ struct AddressInfo {
 };
 std::ostream &operator<<(std::ostream &out, const AddressInfo &info);
 
-/// One interface. The backend writes `up`, `mtu` and `address`; the two chosen addresses follow
-/// from `address` through chooseAddresses().
+/// One interface. The backend writes `adminUp`, `up`, `mtu` and `address`; the two chosen addresses
+/// follow through chooseAddresses().
 class IntfStatus : public Kiv::Entity {
  public:
   explicit IntfStatus(const Pax::IntfId &intfId) : intfId_(intfId) {}
   const Pax::IntfId &intfId() const { return intfId_; }
 
 #define ATTRIBUTES(ATTRIBUTE)                                                  \
+  /* administratively, whether there is a carrier or not */                    \
+  ATTRIBUTE(value, bool, adminUp, AdminUp, false)                              \
+  /* administratively and operationally: packets can pass */                   \
   ATTRIBUTE(value, bool, up, Up, false)                                        \
   ATTRIBUTE(value, uint32_t, mtu, Mtu, 0)                                      \
   ATTRIBUTE(values, Pax::IpGenAddr, AddressInfo, address, Address)             \
@@ -42,10 +45,11 @@ class IntfStatus : public Kiv::Entity {
 };
 
 /// Sets `ipAddr` and `pimAddr` of the family from the addresses present, in the order in which the
-/// backend added them. `ipAddr`: the first that is global, usable and neither loopback nor
-/// link-local; it stays while it is there and still is all that. `pimAddr`: for IPv4 the first
-/// usable that is not secondary, for IPv6 the first usable link-local. Call after a change of
-/// `address`.
+/// backend added them. `ipAddr`, only while the interface is administratively up, since the kernel
+/// leaves an IPv4 address in place when it goes down: the first that is global, usable and neither
+/// loopback nor link-local; it stays while it is there and still is all that. `pimAddr`: for IPv4
+/// the first usable that is not secondary, for IPv6 the first usable link-local. Call after a change
+/// of `address` or `adminUp`.
 void chooseAddresses(IntfStatus &intf, Pax::AddressFamily family);
 
 /// All interfaces of a VRF ("interface/status/all").

@@ -36,7 +36,8 @@ std::optional<LinkMessage> LinkMessage::parse(const nlmsghdr &message) {
 
   LinkMessage link;
   link.index = static_cast<uint32_t>(header.ifi_index);
-  link.up = (header.ifi_flags & IFF_UP) && (header.ifi_flags & IFF_RUNNING);
+  link.adminUp = header.ifi_flags & IFF_UP;
+  link.up = link.adminUp && (header.ifi_flags & IFF_RUNNING);
   forEachAttribute(attributesAfter<ifinfomsg>(message), [&](uint16_t type, const nlattr &attribute) {
     if (type == IFLA_IFNAME) link.name = text(attribute);
     if (type == IFLA_MTU) link.mtu = number(attribute);

@@ -14,6 +14,7 @@ namespace Linux {
 struct LinkMessage {
   uint32_t index = 0;
   std::string name;
+  bool adminUp = false;
   bool up = false;  ///< administratively and operationally
   uint32_t mtu = 0;
   bool inVrfDevice = false;

@@ -153,8 +153,12 @@ void NetlinkMonitor::linkIs(const LinkMessage &message) {
   Link &link = linkNamed(message.index, Pax::IntfId(parameters_.vrf, message.name));
   link.seen = true;
   link.inVrfDevice = message.inVrfDevice;
-  link.status->mtuIs(message.mtu);
-  link.status->upIs(message.up);
+  const Kiv::Ptr<Ip::IntfStatus> status = link.status;
+  status->mtuIs(message.mtu);
+  // PIM first: what a candidate says when its address goes is not for an interface that is down.
+  status->upIs(message.up);
+  status->adminUpIs(message.adminUp);
+  Ip::chooseAddresses(*status, parameters_.family);
 }
 
 void NetlinkMonitor::linkDel(uint32_t index) {
@@ -191,6 +195,7 @@ void NetlinkMonitor::retract(Link &link) {
   status->addressDelAll();
   Ip::chooseAddresses(*status, parameters_.family);
   status->upIs(false);
+  status->adminUpIs(false);
   TRACELET(trace, 5, link.intfId << " is gone");
   interfaces_->intfStatusDel(link.intfId);
 }

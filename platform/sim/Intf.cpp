@@ -18,6 +18,7 @@ Intf::Intf(Router &router, Link &link, const Pax::IntfId &intfId, const Kiv::Ptr
     status->addressIs(linkLocal_, {.subnet = {linkLocal_, 64}, .global = false});
   }
   status->addressIs(address_, {.subnet = link.subnet()});
+  status->adminUpIs(true);
   Ip::chooseAddresses(*status, family);
   status->mtuIs(link.parameters().mtu);
   status->upIs(true);
@@ -25,8 +26,10 @@ Intf::Intf(Router &router, Link &link, const Pax::IntfId &intfId, const Kiv::Ptr
 
 void Intf::upIs(bool up) {
   if (status_->up() == up) return;
-  status_->upIs(up);
   router_.network().topologyChanged();
+  status_->upIs(up);
+  status_->adminUpIs(up);
+  Ip::chooseAddresses(*status_, link_.subnet().af());
 }
 
 bool Intf::isUp() const { return status_->up() && router_.hasPower(); }

@@ -23,7 +23,7 @@ class Intf {
   /// What neighbours route to: the link-local address where there is one.
   const Pax::IpGenAddr &nextHopAddress() const { return linkLocal_.isZero() ? address_ : linkLocal_; }
 
-  /// Down, it neither sends nor receives.
+  /// Down (administratively), it neither sends nor receives, and its addresses count for nothing.
   void upIs(bool up);
   /// Up, at a router that has power.
   bool isUp() const;

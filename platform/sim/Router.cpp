@@ -25,6 +25,7 @@ Router::Router(Network &network, std::string name, const std::string &vrf, uint3
       routes_(Kiv::make<Routes>(network, *this)),
       wheel_(Kiv::make<Orb::TimerWheel>(network.time(), network.time())) {
   loopback_->mtuIs(65536);
+  loopback_->adminUpIs(true);
   loopback_->upIs(true);
   addressIs(address_);
 }
@@ -44,7 +45,7 @@ void Router::addressDel(const Pax::IpGenAddr &address) {
 
 bool Router::owns(const Pax::IpGenAddr &address) const {
   return loopback_->address().contains(address) || std::any_of(intfs_.begin(), intfs_.end(), [&](const Intf &intf) {
-           return intf.status()->address().contains(address);
+           return intf.status()->up() && intf.status()->address().contains(address);
          });
 }
 

@@ -23,6 +23,7 @@ VrfView viewOf(const TestVrf &vrf) {
   view.now = vrf.time.now();
   view.config = vrf.config;
   for (const auto &[intfId, config] : vrf.borders->intfConfig()) view.intfConfig.emplace(intfId, config);
+  for (const uint32_t n : {9, 6, 4, 3, 1}) view.pimInterfaces.push_back(vrf.intf(n));
   view.ipAclConfig = vrf.acls;
   view.status = vrf.status;
   view.interfaces = vrf.interfaces;
@@ -57,13 +58,14 @@ void aclIs(TestVrf &vrf, const std::string &name, const char *prefix) {
   vrf.acls->aclIs(name)->currCfgIs(rules);
 }
 
-/// eth1 and eth2 have one address, eth3 has none, and there is no eth9.
+/// eth1 and eth2 have one address, eth3 has none, eth6 is down, and there is no eth9.
 void configure(TestVrf &vrf) {
   const auto prefix = [](const char *text) { return Pax::IpGenPrefix::fromText(text); };
   const Pax::IntfId eth1 = vrf.intf(1), eth2 = vrf.intf(2), eth3 = vrf.intf(3), eth4 = vrf.intf(4), eth9 = vrf.intf(9);
   vrf.interfaces->intfStatusIs(eth1)->ipAddrIs(vrf.a.host(1));
   vrf.interfaces->intfStatusIs(eth2)->ipAddrIs(vrf.a.host(1));
-  vrf.interfaces->intfStatusIs(eth3);
+  vrf.interfaces->intfStatusIs(eth3)->adminUpIs(true);
+  vrf.interfaces->intfStatusIs(vrf.intf(6));
   vrf.interfaces->intfStatusIs(eth4)->ipAddrIs(vrf.a.host(4));
   aclIs(vrf, "GROUPS", "239.1.0.0/16");
   aclIs(vrf, "HOSTS", "10.0.0.0/8");
@@ -88,7 +90,7 @@ void configure(TestVrf &vrf) {
     return rp;
   };
   rangeIs(eth1)->aclIs("GROUPS");
-  for (const Pax::IntfId &intfId : {eth2, eth3, eth9}) rangeIs(intfId);
+  for (const Pax::IntfId &intfId : {eth2, eth3, vrf.intf(6), eth9}) rangeIs(intfId);
   vrf.config->rpCandidateConfigIs(eth4)->aclIs("HOSTS");
   vrf.config->rpCandidateConfigIs(vrf.intf(5));
   vrf.interfaces->intfStatusIs(vrf.intf(5))->ipAddrIs(vrf.a.host(5));
@@ -142,6 +144,7 @@ null | eth1 | 10.0.0.1 | 20 | 30 | ["MISSING"] | false | ACL MISSING is not defi
 null | eth3 | [{"prefix":"225.1.0.0/16","priority":5}] | false | eth3 has no address
 10.0.0.4 | eth4 | [] | false | ACL HOSTS permits no group
 10.0.0.5 | eth5 | [] | false | serves no group
+null | eth6 | [{"prefix":"225.1.0.0/16","priority":5}] | false | eth6 is down
 null | eth9 | [{"prefix":"225.1.0.0/16","priority":5}] | false | eth9 does not exist
 )"},
       {"border",
@@ -176,6 +179,18 @@ MISSING | false | [] | [] | false | ACL MISSING is not defined
     for (const Rows &row : rowsOf(c.noun, {viewOf(vrf)}))
       EXPECT_TRUE(!row["active"] && row["reason"].is_string()) << row;
   }
+}
+
+TEST(Show, EveryPimInterfaceIsThereWithTheReasonWhyItIsOff) {
+  TestVrf vrf(ipv4);
+  vrf.intfIs(1);
+  configure(vrf);
+  const auto eth4 = vrf.interfaces->intfStatus(vrf.intf(4));
+  eth4->adminUpIs(true);
+  eth4->upIs(true);
+  EXPECT_EQ(brief(rowsOf("interfaces", {viewOf(vrf)}), {"interface", "state", "reason", "neighbors"}),
+            "eth1 | on | null | 1\neth3 | off | eth3 has no carrier | 0\neth4 | off | eth4 has no address | 0\n"
+            "eth6 | off | eth6 is down | 0\neth9 | off | eth9 does not exist | 0\n");
 }
 
 TEST(Show, ACandidateRpTellsWhereItAdvertises) {

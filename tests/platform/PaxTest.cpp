@@ -79,14 +79,20 @@ TEST(ChosenAddresses, TheFirstFitOneIsChosenAndStaysWhileItFits) {
   intf->addressIs(at("2001:db8::2"), {});
   intf->addressIs(at("fe80::1"), {.global = false, .usable = false});
   intf->addressIs(at("fe80::2"), {.global = false});
+  EXPECT_EQ(chosen(AddressFamily::ipv4), "unset 127.0.0.1") << "it is down";
+  intf->adminUpIs(true);
   EXPECT_EQ(chosen(AddressFamily::ipv4), "10.0.0.2 127.0.0.1");
   EXPECT_EQ(chosen(AddressFamily::ipv6), "2001:db8::2 fe80::2") << "tentative ones are passed over";
   intf->addressIs(at("2001:db8::1"), {});
   intf->addressIs(at("fe80::1"), {.global = false});
   EXPECT_EQ(chosen(AddressFamily::ipv6), "2001:db8::2 fe80::1");
-  intf->addressIs(at("2001:db8::2"), {.usable = false});
+  intf->adminUpIs(false);
+  EXPECT_EQ(chosen(AddressFamily::ipv6), "unset fe80::1");
+  intf->adminUpIs(true);
   EXPECT_EQ(chosen(AddressFamily::ipv6), "2001:db8::1 fe80::1");
-  intf->addressDel(at("2001:db8::1"));
+  intf->addressIs(at("2001:db8::1"), {.usable = false});
+  EXPECT_EQ(chosen(AddressFamily::ipv6), "2001:db8::2 fe80::1");
+  intf->addressDel(at("2001:db8::2"));
   EXPECT_EQ(chosen(AddressFamily::ipv6), "unset fe80::1");
 }
 
