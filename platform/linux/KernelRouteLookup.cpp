@@ -20,8 +20,9 @@ constexpr timeval patience{0, 500000};
 
 }  // namespace
 
-KernelRouteLookup::KernelRouteLookup(const Namespace &where, const Kiv::Ptr<const LinkTable> &links)
-    : links_(links), socket_(std::in_place, where, 0), buffer_(answerBuffer) {
+KernelRouteLookup::KernelRouteLookup(const Namespace &where, const Kiv::Ptr<const LinkTable> &links,
+                                     const Kiv::Ptr<const Ip::AllIntfStatusDir> &interfaces)
+    : links_(links), interfaces_(interfaces), socket_(std::in_place, where, 0), buffer_(answerBuffer) {
   setsockopt(socket_->descriptor(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
 }
 
@@ -37,10 +38,10 @@ Routing::RouteAnswer KernelRouteLookup::lookup(const Pax::IpGenAddr &destination
     if (!message) return {};
     route = RouteMessage::parse(*message);
   }
-  return answerFrom(route);
+  return answerFrom(route, destination);
 }
 
-Routing::RouteAnswer KernelRouteLookup::answerFrom(const RouteMessage &route) const {
+Routing::RouteAnswer KernelRouteLookup::answerFrom(const RouteMessage &route, const Pax::IpGenAddr &destination) const {
   using Kind = Routing::RouteAnswer::Kind;
   if (route.type == RTN_LOCAL || route.type == RTN_ANYCAST) return {Kind::local, {}};
   if (route.type != RTN_UNICAST) return {};
@@ -48,11 +49,20 @@ Routing::RouteAnswer KernelRouteLookup::answerFrom(const RouteMessage &route) co
   for (const RouteMessage::Hop &hop : route.hop) {
     const Pax::IntfId *intfId = links_->intfId(hop.ifIndex);
     if (!intfId) continue;
-    if (hop.gateway.isZero()) return {Kind::connected, {{*intfId, {}}}};
+    if (hop.gateway.isZero() && isInSubnet(*intfId, destination)) return {Kind::connected, {{*intfId, {}}}};
     answer.via.push_back({*intfId, hop.gateway});
   }
   if (!answer.via.empty()) answer.kind = Kind::via;
   return answer;
+}
+
+bool KernelRouteLookup::isInSubnet(const Pax::IntfId &intfId, const Pax::IpGenAddr &destination) const {
+  const Kiv::Ptr<const Ip::IntfStatus> intf = interfaces_->intfStatus(intfId);
+  if (!intf) return false;
+  for (const auto &[address, info] : intf->address()) {
+    if (info.subnet.covers(Pax::IpGenPrefix::host(destination))) return true;
+  }
+  return false;
 }
 
 const nlmsghdr *KernelRouteLookup::ask(const Pax::IpGenAddr &destination, uint32_t flags) {

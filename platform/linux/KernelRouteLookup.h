@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "platform/ip/IntfStatus.h"
 #include "platform/linux/LinkTable.h"
 #include "platform/linux/NetlinkSocket.h"
 #include "platform/routing/RouteLookup.h"
@@ -13,13 +14,16 @@ namespace Linux {
 
 struct RouteMessage;
 
-/// A question and its answer over netlink: honours rules and metrics, and costs nothing at rest.
+/// A question and its answer over netlink: honours rules and metrics, and costs nothing at rest. A
+/// destination is connected if the route there has no next hop and the interface an address in its
+/// subnet; a route to an interface is not enough.
 /// Unreachable, blackhole and prohibited destinations have the answer `none`, as has any failure,
 /// which is traced.
 class KernelRouteLookup : public Routing::RouteLookup {
  public:
   /// Throws std::system_error.
-  KernelRouteLookup(const Namespace &where, const Kiv::Ptr<const LinkTable> &links);
+  KernelRouteLookup(const Namespace &where, const Kiv::Ptr<const LinkTable> &links,
+                    const Kiv::Ptr<const Ip::AllIntfStatusDir> &interfaces);
 
   Routing::RouteAnswer lookup(const Pax::IpGenAddr &destination) override;
   /// Everything is unreachable from then on.
@@ -30,9 +34,11 @@ class KernelRouteLookup : public Routing::RouteLookup {
   const nlmsghdr *ask(const Pax::IpGenAddr &destination, uint32_t flags);
   /// Waits for the answer to the last question.
   const nlmsghdr *answer();
-  Routing::RouteAnswer answerFrom(const RouteMessage &route) const;
+  Routing::RouteAnswer answerFrom(const RouteMessage &route, const Pax::IpGenAddr &destination) const;
+  bool isInSubnet(const Pax::IntfId &intfId, const Pax::IpGenAddr &destination) const;
 
   const Kiv::Ptr<const LinkTable> links_;
+  const Kiv::Ptr<const Ip::AllIntfStatusDir> interfaces_;
   std::optional<NetlinkSocket> socket_;
   uint32_t sequence_ = 0;
   std::vector<uint8_t> buffer_;

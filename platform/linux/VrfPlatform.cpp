@@ -23,7 +23,7 @@ VrfPlatform::VrfPlatform(EventLoop &loop, NamespaceWatcher &watcher, Orb::Random
     watched_.emplace(watcher, networkNamespace_, [this](bool) { vanish(); });
   }
   const auto where = std::make_shared<const Namespace>(networkNamespace_);
-  routes_ = Kiv::make<KernelRouteLookup>(*where, links_);
+  routes_ = Kiv::make<KernelRouteLookup>(*where, links_, interfaces_);
   port_ = Kiv::make<RawPacketPort>(loop, where, parameters.family, pimStatus_, routes_, links_);
   hello_ =
       Kiv::make<Routing::Pim::IO::HelloSpeaker>(pimStatus_, interfaces_, port_, timerWheel_, random, parameters.hello);

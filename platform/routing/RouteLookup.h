@@ -10,11 +10,11 @@ namespace Routing {
 
 struct NextHop {
   Pax::IntfId intfId;
-  Pax::IpGenAddr address;  ///< unset where the destination is connected
+  Pax::IpGenAddr address;  ///< unset where the route names only the interface; may be of the other family
 };
 
-/// The answer for one destination. `via` lists the equal-cost next hops of a route that is neither
-/// local nor connected; for a connected destination it holds one with no address.
+/// The answer for one destination. Connected is one in a subnet of ours: `via` holds the interface. For
+/// any other that is not local, `via` lists the equal-cost next hops.
 struct RouteAnswer {
   enum class Kind { none, local, connected, via };
   Kind kind = Kind::none;

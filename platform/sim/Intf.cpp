@@ -11,17 +11,28 @@ Intf::Intf(Router &router, Link &link, const Pax::IntfId &intfId, const Kiv::Ptr
       link_(link),
       intfId_(intfId),
       status_(status),
-      address_(memberAddress(link.subnet(), static_cast<uint32_t>(link.members().size()))) {
+      address_(link.parameters().unnumbered
+                   ? router.address()
+                   : memberAddress(link.subnet(), static_cast<uint32_t>(link.members().size()))) {
   const Pax::AddressFamily family = link.subnet().af();
+  const bool unnumbered = link.parameters().unnumbered;
+  if (!unnumbered) nextHop_ = address_;
   if (family == Pax::AddressFamily::ipv6) {
-    linkLocal_ = linkLocalAddress(router.index());
+    linkLocal_ = nextHop_ = linkLocalAddress(router.index());
     status->addressIs(linkLocal_, {.subnet = {linkLocal_, 64}, .global = false});
   }
-  status->addressIs(address_, {.subnet = link.subnet()});
+  status->addressIs(address_, {.subnet = unnumbered ? Pax::IpGenPrefix::host(address_) : link.subnet()});
   status->adminUpIs(true);
   Ip::chooseAddresses(*status, family);
   status->mtuIs(link.parameters().mtu);
   status->upIs(true);
+}
+
+void Intf::nextHopAddressIs(const Pax::IpGenAddr &address) {
+  status_->addressIs(address, {.subnet = {address, link_.subnet().length()}, .global = !address.isLinkLocal()});
+  Ip::chooseAddresses(*status_, link_.subnet().af());
+  nextHop_ = address;
+  router_.network().topologyChanged();
 }
 
 void Intf::upIs(bool up) {

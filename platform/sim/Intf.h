@@ -8,7 +8,8 @@ namespace Sim {
 
 class Router;
 
-/// Up from the start, with an address of the link's subnet, and in IPv6 a link-local one before it.
+/// Up from the start, with an address of the link's subnet (of its router where the link is
+/// unnumbered), and in IPv6 a link-local one before it.
 class Intf {
  public:
   Intf(Router &router, Link &link, const Pax::IntfId &intfId, const Kiv::Ptr<Ip::IntfStatus> &status);
@@ -20,8 +21,11 @@ class Intf {
   const Pax::IpGenAddr &address() const { return address_; }
   /// Unset in IPv4.
   const Pax::IpGenAddr &linkLocal() const { return linkLocal_; }
-  /// What neighbours route to: the link-local address where there is one.
-  const Pax::IpGenAddr &nextHopAddress() const { return linkLocal_.isZero() ? address_ : linkLocal_; }
+  /// What neighbours route to: the link-local address where there is one, nothing but the interface on
+  /// an unnumbered link.
+  const Pax::IpGenAddr &nextHopAddress() const { return nextHop_; }
+  /// Gives it this address besides, and lets neighbours route to that one.
+  void nextHopAddressIs(const Pax::IpGenAddr &address);
 
   /// Down (administratively), it neither sends nor receives, and its addresses count for nothing.
   void upIs(bool up);
@@ -35,6 +39,7 @@ class Intf {
   const Kiv::Ptr<Ip::IntfStatus> status_;
   Pax::IpGenAddr address_;
   Pax::IpGenAddr linkLocal_;
+  Pax::IpGenAddr nextHop_;
 };
 
 }  // namespace Sim

@@ -65,10 +65,14 @@ void Link::memberIs(Intf &intf) {
 }
 
 Intf *Link::memberWith(const Pax::IpGenAddr &address) const {
-  const auto found = std::find_if(members_.begin(), members_.end(), [&](const Intf *member) {
-    return member->address() == address || member->linkLocal() == address;
-  });
+  const auto found = std::find_if(members_.begin(), members_.end(),
+                                  [&](const Intf *member) { return member->status()->address().contains(address); });
   return found == members_.end() ? nullptr : *found;
+}
+
+Intf *Link::peerOf(const Intf &intf) const {
+  if (members_.size() != 2) return nullptr;
+  return members_[0] == &intf ? members_[1] : members_[0];
 }
 
 bool Link::send(Intf &sender, const Packet &packet, Intf *receiver, uint32_t hops) {

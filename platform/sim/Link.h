@@ -19,10 +19,11 @@ class Intf;
 using Packet = Routing::Pim::IO::Outgoing;
 
 struct LinkParameters {
-  uint32_t mtu = 1500;   ///< bytes of an IP packet
-  double delay = 0.001;  ///< seconds
-  double jitter = 0;     ///< up to so many seconds more, for each receiver anew; reorders what comes closer
-  double loss = 0;       ///< the part of the packets that each receiver misses, 0 to 1
+  uint32_t mtu = 1500;      ///< bytes of an IP packet
+  double delay = 0.001;     ///< seconds
+  double jitter = 0;        ///< up to so many seconds more, for each receiver anew; reorders what comes closer
+  double loss = 0;          ///< the part of the packets that each receiver misses, 0 to 1
+  bool unnumbered = false;  ///< its ends have the addresses of their routers, none of a subnet; must not change
 };
 
 /// Carries packets among its members, which are interfaces of routers and stay for good. Packets
@@ -61,6 +62,8 @@ class Link {
   const std::vector<Intf *> &members() const { return members_; }
   /// The member with this address, or null.
   Intf *memberWith(const Pax::IpGenAddr &address) const;
+  /// The only other member, or null where there are more.
+  Intf *peerOf(const Intf &intf) const;
 
   /// Copies the packet and lets it arrive at `receiver`, or at every other member if that is null.
   /// False when it exceeds the MTU; only a routed packet may (IP would fragment it). `hops` is how

@@ -119,7 +119,8 @@ bool Router::forward(const Packet &packet, uint32_t hops) {
   if (answer.via.empty()) return false;
   const Routing::NextHop &nextHop = answer.via.front();
   Intf &from = *intf(nextHop.intfId);
-  Intf *const to = from.link().memberWith(nextHop.address.isZero() ? packet.destination : nextHop.address);
+  Intf *to = from.link().memberWith(nextHop.address.isZero() ? packet.destination : nextHop.address);
+  if (!to && nextHop.address.isZero()) to = from.link().peerOf(from);
   return to && from.link().send(from, packet, to, hops);
 }
 

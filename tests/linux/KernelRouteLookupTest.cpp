@@ -49,10 +49,13 @@ void expectAnswers(::Test::Router &router, const std::vector<Case> &cases) {
 TEST_F(KernelRouteLookupTest, Ipv4AnswersAreThoseOfTheKernel) {
   const auto a =
       router(AddressFamily::ipv4,
-             "addr add 10.1.0.1/24 dev a0\naddr add 10.2.0.1/24 dev b0\naddr add 10.9.9.9 peer 10.9.9.1 dev a0",
+             "addr add 10.1.0.1/24 dev a0\naddr add 10.2.0.1/24 dev b0\naddr add 10.9.9.9 peer 10.9.9.1 dev a0\n"
+             "addr add 10.12.0.1/24 dev a0 noprefixroute",
              "route add 10.3.0.0/16 via 10.1.0.2\n"
              "route add 10.4.0.0/16 nexthop via 10.1.0.2 nexthop via 10.2.0.2\n"
              "route add 10.5.0.0/16 via inet6 fe80::5 dev b0\n"
+             "route add 10.10.0.0/16 dev b0\nroute add 10.11.0.0/16 nexthop dev a0 nexthop via 10.2.0.2\n"
+             "route add 10.12.0.0/24 dev a0\n"
              "nexthop add id 1 via 10.1.0.4 dev a0\nnexthop add id 2 via 10.2.0.4 dev b0\n"
              "nexthop add id 3 group 1/2\nroute add 10.6.0.0/16 nhid 3\n"
              "route add blackhole 10.7.0.0/16\nroute add unreachable 10.8.0.0/16\n"
@@ -65,6 +68,9 @@ TEST_F(KernelRouteLookupTest, Ipv4AnswersAreThoseOfTheKernel) {
       {"10.3.1.1", Kind::via, {{"a0", "10.1.0.2"}}},
       {"10.4.1.1", Kind::via, {{"a0", "10.1.0.2"}, {"b0", "10.2.0.2"}}},
       {"10.5.1.1", Kind::via, {{"b0", "fe80::5"}}},
+      {"10.10.1.1", Kind::via, {{"b0", ""}}},
+      {"10.11.1.1", Kind::via, {{"a0", ""}, {"b0", "10.2.0.2"}}},
+      {"10.12.0.9", Kind::connected, {{"a0", ""}}},
       {"10.6.1.1", Kind::via, {{"a0", "10.1.0.4"}, {"b0", "10.2.0.4"}}},
       {"10.3.7.1", Kind::via, {{"b0", "10.2.0.7"}}},
       {"10.7.1.1", Kind::none, {}},
@@ -82,7 +88,7 @@ TEST_F(KernelRouteLookupTest, Ipv6AnswersAreThoseOfTheKernel) {
       router(AddressFamily::ipv6, "addr add 2001:db8:1::1/64 dev a0 nodad\naddr add 2001:db8:2::1/64 dev b0 nodad",
              "route add 2001:db8:3::/48 via fe80::9 dev a0\n"
              "route add 2001:db8:4::/48 nexthop via fe80::9 dev a0 nexthop via fe80::8 dev b0\n"
-             "nexthop add id 1 via fe80::7 dev a0\nroute add 2001:db8:6::/48 nhid 1\n"
+             "nexthop add id 1 via fe80::7 dev a0\nroute add 2001:db8:6::/48 nhid 1\nroute add 2001:db8:5::/48 dev b0\n"
              "route add blackhole 2001:db8:7::/48\nroute add unreachable 2001:db8:8::/48");
   const std::vector<Case> cases = {
       {"2001:db8:1::1", Kind::local, {}},
@@ -90,6 +96,7 @@ TEST_F(KernelRouteLookupTest, Ipv6AnswersAreThoseOfTheKernel) {
       {"2001:db8:1::77", Kind::connected, {{"a0", ""}}},
       {"2001:db8:3::1", Kind::via, {{"a0", "fe80::9"}}},
       {"2001:db8:4::1", Kind::via, {{"a0", "fe80::9"}, {"b0", "fe80::8"}}},
+      {"2001:db8:5::1", Kind::via, {{"b0", ""}}},
       {"2001:db8:6::1", Kind::via, {{"a0", "fe80::7"}}},
       {"2001:db8:7::1", Kind::none, {}},
       {"2001:db8:8::1", Kind::none, {}},

@@ -14,7 +14,7 @@ class Router {
  public:
   Router(Linux::EventLoop &loop, const std::string &netns, Pax::AddressFamily family)
       : where(std::make_shared<const Linux::Namespace>(netns)),
-        routes(Kiv::make<Linux::KernelRouteLookup>(*where, links)),
+        routes(Kiv::make<Linux::KernelRouteLookup>(*where, links, interfaces)),
         port(Kiv::make<Linux::RawPacketPort>(loop, where, family, status, routes, links)),
         monitor(loop, *where, interfaces, links, {netns, family, [this] { ++completed; }}) {
     port->consumerIs(Routing::Pim::Packet::MessageType::hello, &arrived);
