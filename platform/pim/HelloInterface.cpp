@@ -153,8 +153,8 @@ bool HelloSpeaker::Interface::isOurs(const Pax::IpGenAddr &address) const {
 std::vector<Pax::IpGenAddr> HelloSpeaker::Interface::ownList() const {
   std::vector<Pax::IpGenAddr> list;
   for (const auto &[address, info] : intfStatus_->address()) {
-    const bool isListed = address.af() == speaker_.port_->af() && address != pimIntf_->address() && info.global &&
-                          info.usable && !address.isLinkLocal() && !address.isLoopback();
+    const bool isListed =
+        address.af() == speaker_.port_->af() && address != pimIntf_->address() && info.usable && !address.isLoopback();
     if (isListed && list.size() < listedMost) list.push_back(address);
   }
   return list;
@@ -205,6 +205,8 @@ void HelloSpeaker::Interface::refresh(Neighbor &neighbor, const Packet::HelloMes
 
 void HelloSpeaker::Interface::secondaryAre(Neighbor &neighbor, const std::vector<Pax::IpGenAddr> &list) {
   for (const Pax::IpGenAddr &address : list) {
+    // A neighbour that died and came back with another of its addresses.
+    if (address != neighbor.address) neighborDel(address);
     const auto [claim, isNew] = owner_.try_emplace(address, neighbor.address);
     if (!isNew && claim->second != neighbor.address) {
       neighbor_.at(claim->second)->status->secondaryDel(address);

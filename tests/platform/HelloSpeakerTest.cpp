@@ -232,22 +232,28 @@ TEST(HelloSpeakerTest, addressListsTellOursAndTheNeighbors) {
   r.intf->addressIs(ipv6.host(3), global(3, true));
   EXPECT_EQ(r.hellosIn(0.1), 1u) << "a change is told";
   EXPECT_EQ(r.hello(1).addressList, (std::vector{ipv6.host(1), ipv6.host(3)}));
+  r.intf->addressIs(ipv6.onLink(11), {Pax::IpGenPrefix(ipv6.onLink(11), 64), false, false, true});
+  EXPECT_EQ(r.hellosIn(0.1), 1u);
+  EXPECT_EQ(r.hello(2).addressList, (std::vector{ipv6.host(1), ipv6.host(3), ipv6.onLink(11)}));
 
-  Pax::IpGenAddr primary;
-  const auto owner = [&](uint32_t n) {
-    primary = {};
-    r.pimIntf()->neighborOwning(ipv6.host(n), primary);
+  const Pax::IpGenAddr routable = ipv6.host(5), linkLocal = ipv6.onLink(6), none;
+  const auto owner = [&](const Pax::IpGenAddr &address) {
+    Pax::IpGenAddr primary;
+    r.pimIntf()->neighborOwning(address, primary);
     return primary;
   };
-  r.hear(20, 105, 1, 1, {ipv6.host(5), ipv6.host(6)});
-  r.hear(21, 105, 1, 1, {ipv6.host(6)});
-  EXPECT_EQ(owner(5), ipv6.onLink(20));
-  EXPECT_EQ(owner(6), ipv6.onLink(21)) << "the last claim holds";
+  r.hear(20, 105, 1, 1, {routable, linkLocal});
+  r.hear(21, 105, 1, 1, {linkLocal});
+  EXPECT_EQ(owner(routable), ipv6.onLink(20));
+  EXPECT_EQ(owner(linkLocal), ipv6.onLink(21)) << "the last claim holds";
   r.hear(21, 0);
-  EXPECT_EQ(owner(6), Pax::IpGenAddr());
-  r.hear(20, 105, 1, 1, {ipv6.host(6)});
-  EXPECT_EQ(owner(6), ipv6.onLink(20));
-  EXPECT_EQ(owner(5), Pax::IpGenAddr());
+  EXPECT_EQ(owner(linkLocal), none);
+  r.hear(20, 105, 1, 1, {linkLocal});
+  EXPECT_EQ(owner(linkLocal), ipv6.onLink(20));
+  EXPECT_EQ(owner(routable), none);
+  r.hear(22, 105, 1, 1, {ipv6.onLink(20), linkLocal});
+  EXPECT_EQ(owner(ipv6.onLink(20)), ipv6.onLink(22)) << "it died, and has another address now";
+  EXPECT_FALSE(r.neighbor(20));
 }
 
 TEST(HelloSpeakerTest, aListenerSaysNothingAndTakesTheOtherDaemonsHelloAsSentAfterFiveSeconds) {
