@@ -232,6 +232,8 @@ TEST(HelloSpeakerTest, addressListsTellOursAndTheNeighbors) {
   r.intf->addressIs(ipv6.host(3), global(3, true));
   EXPECT_EQ(r.hellosIn(0.1), 1u) << "a change is told";
   EXPECT_EQ(r.hello(1).addressList, (std::vector{ipv6.host(1), ipv6.host(3)}));
+  r.intf->addressIs(ipv6.host(4), global(4, false));
+  EXPECT_EQ(r.hellosIn(0.1), 0u) << "one that is not";
   r.intf->addressIs(ipv6.onLink(11), {Pax::IpGenPrefix(ipv6.onLink(11), 64), false, false, true});
   EXPECT_EQ(r.hellosIn(0.1), 1u);
   EXPECT_EQ(r.hello(2).addressList, (std::vector{ipv6.host(1), ipv6.host(3), ipv6.onLink(11)}));
