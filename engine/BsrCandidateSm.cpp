@@ -69,6 +69,7 @@ void BsrCandidateSm::handleInitialized() {
     stateIs(BsrCandidateState::eBsr);
     VRF_TRACE(trace, 4, "state=" << state_ << " ,zone=" << zone_);
     doUpdateElectedBsr();
+    bsrSm_.hashMaskLenIs(zone_, candidate_->hashMaskLen());
     // At the start of the VRF the message machines are not there yet: it goes out on the next turn.
     announcing_ = true;
     announced_ = false;
@@ -375,6 +376,7 @@ void BsrCandidateSm::KivCandidate::handleElected() {
   if (notifier()->elected()) {
     VRF_TRACE(trace, 4, "We, " << notifier()->address() << " are elected as BSR for zone " << sm_.zone_);
     sm_.doUpdateElectedBsr();
+    sm_.bsrSm_.hashMaskLenIs(sm_.zone_, notifier()->hashMaskLen());
   } else {
     VRF_TRACE(trace, 4, "We, " << notifier()->address() << " are no longer BSR for zone " << sm_.zone_);
     sm_.handleElectionEnd();

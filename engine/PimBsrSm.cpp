@@ -273,20 +273,7 @@ void PimBsrSm::KivBsr::handleHashMaskLen() {
     VRF_TRACE(trace, 8, "Local CBSR configured for zone " << zone << " is not elected BSR. Nothing to do");
     return;
   }
-  const auto zoneStatus = sm_.bsrStatus_->crpStatus(zone);
-  if (!zoneStatus || !zoneStatus->status()) {
-    VRF_TRACE(trace, 8, "No CRP have been populated for zone " << zone);
-    return;
-  }
-  REQUIRE_AS(length <= hashMaskLenUnset, "RpHashMaskLen::value < 0 or > 128 not allowed");
-  for (const auto &[prefix, set] : zoneStatus->status()->crpSet()) {
-    for (const auto &[address, rp] : set->rp()) {
-      rp->hashMaskLenIs(RpHashMaskLen(length));
-      VRF_TRACE(
-          trace, 4,
-          "Setting hash mask Len to " << length << " for RP " << address << " in rp candidate set for zone " << zone);
-    }
-  }
+  sm_.hashMaskLenIs(zone, length);
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -79,6 +79,8 @@ class PimBsrSm : public Kiv::Entity {
   void keepOwnSet(const Pax::IpGenPrefix &zone);
   /// Whether any RP of the zone is known.
   bool hasRps(const Pax::IpGenPrefix &zone) const;
+  /// Gives every RP of the zone the hash mask length that we announce.
+  void hashMaskLenIs(const Pax::IpGenPrefix &zone, uint32_t length) const;
   /// Deletes every RP set of the zone.
   void clearRpSet(const Pax::IpGenPrefix &zone);
   /// Removes the zone's set of `prefix` if it has lost its last RP, and the zone's entry if that was

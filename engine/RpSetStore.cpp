@@ -5,6 +5,7 @@
 
 #include "engine/PimBsrSm.h"
 #include "model/VrfTrace.h"
+#include "platform/tracelet/Require.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -134,6 +135,23 @@ bool PimBsrSm::hasRps(const Pax::IpGenPrefix &zone) const {
     if (!set->rp().empty()) return true;
   }
   return false;
+}
+
+void PimBsrSm::hashMaskLenIs(const Pax::IpGenPrefix &zone, uint32_t length) const {
+  const auto zoneStatus = bsrStatus_->crpStatus(zone);
+  if (!zoneStatus || !zoneStatus->status()) {
+    VRF_TRACE(trace, 8, "No CRP have been populated for zone " << zone);
+    return;
+  }
+  REQUIRE_AS(length <= hashMaskLenUnset, "RpHashMaskLen::value < 0 or > 128 not allowed");
+  for (const auto &[prefix, set] : zoneStatus->status()->crpSet()) {
+    for (const auto &[address, rp] : set->rp()) {
+      rp->hashMaskLenIs(RpHashMaskLen(length));
+      VRF_TRACE(
+          trace, 4,
+          "Setting hash mask Len to " << length << " for RP " << address << " in rp candidate set for zone " << zone);
+    }
+  }
 }
 
 void PimBsrSm::clearRpSet(const Pax::IpGenPrefix &zone) {
