@@ -91,6 +91,8 @@ bool PimBsrSm::storeRp(Store &store, RpCandidateSet &set, const Packet::Bootstra
     VRF_TRACE(trace, 4, "Deleted RP " << data.address << " since holdtime is 0");
     return true;
   }
+  auto rp = set.rp(data.address);
+  if (!rp && store.refresh) return true;
   if (!store.hashMaskLen) {
     try {
       store.hashMaskLen = RpHashMaskLen(store.bsm.hashMaskLen());
@@ -99,11 +101,9 @@ bool PimBsrSm::storeRp(Store &store, RpCandidateSet &set, const Packet::Bootstra
       return false;
     }
   }
-  auto rp = set.rp(data.address);
   if (rp) {
     VRF_TRACE(trace, 4, "Updating RP " << data.address << " to prefix " << group.prefix() << " in zone " << store.zone);
   } else {
-    if (store.refresh) return true;
     rp = set.rpIs(data.address);
     rp->setupTimeIs(store.now);
     VRF_TRACE(trace, 4,
