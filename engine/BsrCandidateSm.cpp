@@ -241,8 +241,9 @@ void BsrCandidateSm::handleBsrTimerExpiry() {
   storeSelf();
   candidate_->electedIs(true);
   bsrSm_.keepOwnSet(zone_);
-  if (std::exchange(answering_, false)) answers_.take(bsrSm_.now());
-  doOriginate(announcing_ || bsrSm_.hasRps(zone_) ? candidate_->bsPeriod() : bsMinInterval);
+  const bool answers = std::exchange(answering_, false);
+  if (answers) answers_.take(bsrSm_.now());
+  doOriginate(answers || bsrSm_.hasRps(zone_) ? candidate_->bsPeriod() : bsMinInterval);
   VRF_TRACE(trace, 5, "Next Expiry Time in " << bsTimer_.timeMin() - bsrSm_.now() << " seconds");
 }
 
