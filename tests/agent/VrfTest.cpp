@@ -237,35 +237,6 @@ TEST_P(VrfLife, BorderConfigurationFollowsAnInterfaceFromVrfToVrf) {
   }
 }
 
-TEST_P(VrfLife, AnElectionGoesOnAfterStandby) {
-  World::Vrf &vrf = w.add("default");
-  w.candidateIs("default", a.global(), 50);
-  w.start();
-  const auto candidate = w.status("default")->cbsr(a.global());
-  const auto stepAside = [&](double seconds) {
-    vrf.port->sent.clear();
-    w.standbyIs(true);
-    w.advance(seconds);
-    EXPECT_EQ(vrf.sent(), 0u);
-    w.standbyIs(false);
-    EXPECT_EQ(w.status("default")->cbsr(a.global()), candidate);
-    return candidate->state();
-  };
-  w.advance(2);
-  EXPECT_EQ(stepAside(100), Bsr::BsrCandidateState::pBsr) << "in the middle of its election";
-  w.advance(w.bestDelay());
-  ASSERT_EQ(candidate->state(), Bsr::BsrCandidateState::eBsr);
-  const double since = w.bsr("default")->setupTime();
-  EXPECT_EQ(stepAside(100), Bsr::BsrCandidateState::eBsr);
-  EXPECT_EQ(w.bsr("default")->setupTime(), since);
-  vrf.hear(Bsm(a.host(60)));
-  w.advance(40);
-  EXPECT_EQ(stepAside(30), Bsr::BsrCandidateState::pBsr) << "asks itself whether the BSR it knew is still there";
-  w.advance(2);
-  EXPECT_EQ(w.bsr("default")->ipAddr(), a.host(60));
-  EXPECT_EQ(vrf.sent(), 0u);
-}
-
 TEST_P(VrfLife, ManyVrfsWithManyZones) {
   std::vector<std::string> names;
   names.reserve(256);

@@ -21,33 +21,12 @@ class Collection : public testing::TestWithParam<Addresses> {
     const auto set = v.set(zone, prefix);
     return set ? set->rp(v.a.host(n)) : nullptr;
   }
-  double bsTimer() { return v.sm->bsrSm().candidateSm(zone)->nextExpiry() - v.time.now(); }
-  /// The RPs that the last message lists for the prefix, with their hold times.
-  std::map<Pax::IpGenAddr, uint16_t> announced() {
-    std::map<Pax::IpGenAddr, uint16_t> result;
-    for (const auto &group : v.port->sent.back().bsm->groupData()) {
-      if (group->prefix() != prefix) continue;
-      for (const auto &rp : group->rpList()) result[rp.address] = rp.holdTime;
-    }
-    return result;
-  }
 
   TestVrf v;
   const Pax::IpGenPrefix zone;
   const Pax::IpGenPrefix prefix;
   const Pax::IpGenAddr us;
 };
-
-TEST_P(Collection, HoldTimesThatDoNotOutlastTwoAndAHalfPeriodsAreReplaced) {
-  const std::pair<uint16_t, uint16_t> rows[] = {{151, 151}, {150, 180}, {1, 180}, {65535, 65535}};
-  for (const auto &[advertised, stored] : rows) {
-    v.hearCrp(7, us, {{prefix}}, advertised, 9);
-    EXPECT_EQ(rp(7)->holdTime(), stored);
-    EXPECT_EQ(rp(7)->expires(), v.time.now() + stored);
-    EXPECT_EQ(rp(7)->priority(), 9);
-    EXPECT_EQ(rp(7)->hashMaskLen().number(), 30);
-  }
-}
 
 TEST_P(Collection, BidirectionalWinsWhicheverComesFirst) {
   v.hearCrp(7, us, {{prefix}});
@@ -56,36 +35,6 @@ TEST_P(Collection, BidirectionalWinsWhicheverComesFirst) {
   v.hearCrp(7, us, {{prefix}}, 300);
   EXPECT_EQ(rp(7)->pimMode(), Pim::Mode::bidir);
   EXPECT_EQ(rp(7)->holdTime(), 180) << "the sparse one was ignored";
-}
-
-TEST_P(Collection, AWithdrawnRpIsListedThreeTimesWithHoldTimeZeroUnlessItComesBack) {
-  v.hearCrp(7, us, {{prefix}});
-  v.hearCrp(8, us, {{v.a.group(2)}});
-  v.advance(70);
-  v.hearCrp(7, us, {{prefix}});
-  ASSERT_EQ(announced(), (std::map<Pax::IpGenAddr, uint16_t>{{v.a.host(7), 180}}));
-  v.advance(30);
-  v.hearCrp(7, us, {{prefix}}, 0);
-  v.hearCrp(7, us, {{prefix}}, 0);
-  v.advance(0.1);
-  EXPECT_FALSE(rp(7)) << "gone here at once";
-  EXPECT_EQ(v.publishedRps(prefix), std::nullopt);
-  EXPECT_LE(bsTimer(), 10);
-  for (int listing = 0; listing < 3; ++listing) {
-    v.port->sent.clear();
-    v.advance(10);
-    EXPECT_EQ(v.port->sent.size(), 1u);
-    EXPECT_EQ(announced(), (std::map<Pax::IpGenAddr, uint16_t>{{v.a.host(7), 0}}));
-  }
-  v.advance(60);
-  EXPECT_EQ(announced(), (std::map<Pax::IpGenAddr, uint16_t>{}));
-  v.hearCrp(7, us, {{prefix}});
-  v.advance(20);
-  v.hearCrp(7, us, {{prefix}}, 0);
-  v.advance(1);
-  v.hearCrp(7, us, {{prefix}});
-  v.advance(60);
-  EXPECT_EQ(announced(), (std::map<Pax::IpGenAddr, uint16_t>{{v.a.host(7), 180}}));
 }
 
 TEST_P(Collection, AtMostTheBest255RpsOfAPrefixAreSent) {

@@ -12,21 +12,11 @@ namespace {
 
 class RpSet : public testing::TestWithParam<Addresses> {
  protected:
-  RpSet() : v(GetParam()), prefix(v.a.group(1)), rp(v.a.host(21)) { v.intfIs(1); }
+  RpSet() : v(GetParam()) { v.intfIs(1); }
   void advance(double seconds) { v.time.advanceTo(v.time.now() + seconds); }
 
   TestVrf v;
-  const Pax::IpGenPrefix prefix;
-  const Pax::IpGenAddr rp;
 };
-
-TEST_P(RpSet, AHashMaskLengthOverTheLimitEndsTheStoreNotTheMachine) {
-  v.hear(Bsm(v.a.host(1)).hashMaskLen(129).group(v.a.group(2), {{rp, 0, 0}}).group(prefix, {{rp, 150, 0}}));
-  EXPECT_EQ(v.set(v.a.global(), prefix), nullptr);
-  EXPECT_EQ(v.published->crpSet(prefix), nullptr);
-  advance(131);
-  EXPECT_FALSE(v.bsr(v.a.global())) << "its timer was armed";
-}
 
 /// The zones with a BSR, and what stands published of a dead zone that alone has a set for the prefix.
 struct Before {

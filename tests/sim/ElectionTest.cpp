@@ -197,31 +197,6 @@ TEST_P(Election, AScopedZoneHasItsOwnBsrAndEndsAtItsBorder) {
   EXPECT_TRUE(agree("r2", scope, scopedRps, inZone)) << why;
 }
 
-TEST_P(Election, AWithdrawnRpIsGoneEverywhereWithinOneTriggeredInterval) {
-  tree();
-  startAll();
-  for (int n = 0; n < 5; ++n) {
-    story.time().runFor(71);
-    host("r2").candidateRpDel();
-    EXPECT_TRUE(within(10.1, "r3", {{group1, {"r1"}}})) << why;
-    story.time().runFor(100);
-    EXPECT_TRUE(agree("r3", global, {{group1, {"r1"}}})) << why;
-    for (const auto &groups : {group1, group2}) host("r2").candidateRpIs(groups);
-    EXPECT_TRUE(within(12.1, "r3", bothRps)) << why;
-  }
-}
-
-TEST_P(Election, ADeadRpIsGoneWhenItsHoldTimesEnd) {
-  ring();
-  startAll();
-  story.time().runFor(300);
-  host("r2").powerOff();
-  story.time().runFor(119);
-  EXPECT_TRUE(agree("r3", global, bothRps)) << why;
-  // The BSR's own hold time, and that of the others from the last message that named it.
-  EXPECT_TRUE(within(61 + 180, "r3", {{group1, {"r1"}}})) << why;
-}
-
 TEST_P(Election, TheBsrTellsOnlyOfTheBidirectionalRpsOfAPrefixThatHasBoth) {
   ring();
   startAll();
