@@ -272,17 +272,25 @@ TEST(Show, TheRpOfAGroupComesFromTheZoneThatDecidesForIt) {
                .group(vrf.a.group(2), {{vrf.a.host(4), 150, 0}})
                .bidir()
                .group(vrf.a.global(), {{vrf.a.host(9), 150, 0}}));
-  vrf.hear(Bsm(vrf.a.host(8)).scope(vrf.a.scope(1)).group(vrf.a.inScope(1, 1), {{vrf.a.host(5), 150, 0}}));
+  // With a mask of no bits, addresses that differ in the top bit only have one hash.
+  const Pax::IpGenAddr high = Pax::IpGenAddr::fromText("138.0.0.5");
+  vrf.hear(Bsm(vrf.a.host(8))
+               .hashMaskLen(0)
+               .scope(vrf.a.scope(1))
+               .group(vrf.a.inScope(1, 1), {{high, 150, 0}, {vrf.a.host(5), 150, 0}}));
   const std::pair<const char *, const char *> cases[] = {
       {"225.1.2.3", "225.1.0.0/16 | sparsemode | 10.0.0.2 | 10.0.0.1 | 224.0.0.0/4\n"},
       {"225.2.0.1", "225.2.0.0/16 | bidir | 10.0.0.4 | 10.0.0.1 | 224.0.0.0/4\n"},
       {"238.0.0.1", "224.0.0.0/4 | sparsemode | 10.0.0.9 | 10.0.0.1 | 224.0.0.0/4\n"},
-      {"239.1.1.1", "239.1.1.0/24 | sparsemode | 10.0.0.5 | 10.0.0.8 | 239.1.0.0/16\n"},
+      {"239.1.1.1", "239.1.1.0/24 | sparsemode | 138.0.0.5 | 10.0.0.8 | 239.1.0.0/16\n"},
       {"239.1.2.1", ""},
   };
   for (const auto &[group, answer] : cases) {
     EXPECT_EQ(brief(rowsOf("rp", {viewOf(vrf)}, group), {"prefix", "mode", "rp", "bsr", "zone"}), answer) << group;
   }
+  EXPECT_EQ(rowsOf("rp", {viewOf(vrf)}, "225.1.2.3")[0]["candidates"].dump(),
+            R"([{"rp":"10.0.0.2","priority":0,"hash":1913029976},{"rp":"10.0.0.1","priority":0,"hash":749967889},)"
+            R"({"rp":"10.0.0.3","priority":9,"hash":809514731}])");
   for (const char *bad : {"", "225.1.0.0/16", "10.0.0.1", "ff0e::1", "rp"}) {
     EXPECT_THROW(rowsOf("rp", {viewOf(vrf)}, bad), std::invalid_argument) << bad;
   }
