@@ -10,18 +10,15 @@ class Links : public testing::TestWithParam<Addresses> {
  protected:
   Links() : story(GetParam()), global(story.addresses.global()) {}
 
-  /// Candidate BSR, better than any on a loopback interface, and candidate RP.
-  void candidateAt(Sim::Host &host, const Sim::Intf &intf) {
-    const auto bsr = host.config().bsrCandidateConfigIs(intf.intfId())->groupIs(global);
+  /// Makes it a candidate for BSR and RP.
+  void candidateAt(const std::string &name, const char *interface, uint16_t priority) {
+    const Pax::IntfId intfId("default", interface);
+    const auto bsr = story.host(name).config().bsrCandidateConfigIs(intfId)->groupIs(global);
     bsr->hashMaskLenIs(story.hashMaskLen());
-    bsr->priorityIs(65);
-    const auto rp = host.config().rpCandidateConfigIs(intf.intfId());
+    bsr->priorityIs(priority);
+    const auto rp = story.host(name).config().rpCandidateConfigIs(intfId);
     rp->groupRangeOptionsIs(groups)->priorityIs(192);
     rp->groupRangeIs(groups);
-  }
-  void candidateAtLoopback(const std::string &name) {
-    story.host(name).candidateBsrIs(global, 64);
-    story.host(name).candidateRpIs(groups);
   }
   void within(double seconds, const Pax::IpGenAddr &bsr, const std::vector<Pax::IpGenAddr> &rps) {
     Sim::RpTable table;
@@ -39,8 +36,8 @@ TEST_P(Links, ACandidateResignsWhileItsInterfaceIsDown) {
   story.network.linkIs("stub", {"r0"});
   story.chain({"r0", "r1", "r2"}, {1500});
   Sim::Intf &stub = story.network.router("r0").intfs().front();
-  candidateAt(story.host("r0"), stub);
-  candidateAtLoopback("r2");
+  candidateAt("r0", "eth0", 65);
+  candidateAt("r2", "lo", 64);
   story.start({"r0", "r1", "r2"});
   for (int n = 0; n < 2; ++n) {
     within(80, stub.address(), {stub.address(), address("r2")});
@@ -70,7 +67,7 @@ TEST_P(Links, ADiamondLearnsByNextHopsThatAreNoSourcesOfHellos) {
                                                    : Pax::IpGenAddr::v6(0xfe80000000000000, 100 + router->index()));
     }
   }
-  candidateAtLoopback("r0");
+  candidateAt("r0", "lo", 64);
   story.start({"r0", "r1", "r2", "r3"});
   within(80, address("r0"), {address("r0")});
 }
