@@ -72,6 +72,7 @@ void ConfigSm::doRemoveExtraCandidateBsrs() {
     if (candidate->elected() && elected && elected->ipAddr() == candidate->address()) {
       VRF_TRACE(trace, 4, "Removing this router as elected BSR of zone " << zone);
       status_->bootstrapRouterDel(zone);
+      status_->crpStatusDel(zone);  // what it had collected goes with it
     }
     status_->cbsrDel(zone);
   }
