@@ -90,6 +90,11 @@ void Agent::standbyModeIs(bool standby) {
 
 void Agent::handleStandbyMode() {
   TRACELET(trace, 9, __PRETTY_FUNCTION__);
+  if (starting_ > 0) {
+    TRACELET(trace, 4, "The change of standby waits until what starts has started");
+    standbyWaits_ = true;
+    return;
+  }
   if (standbyMode_) {
     TRACELET(trace, 4, "Standby supe. Cleaning up any instance of Sm");
     doCleanup();
@@ -105,8 +110,13 @@ void Agent::doCleanup() {
   containerColl_.clear();
 }
 
+Agent::Starting::~Starting() {
+  if (--agent_.starting_ == 0 && std::exchange(agent_.standbyWaits_, false)) agent_.handleStandbyMode();
+}
+
 void Agent::rootSmIs(Pax::AddressFamily af, uint32_t maxRoutes) {
   if (rootSm_) return;
+  const Starting starting(*this);
   rootSm_ = std::make_unique<RootSm>(*this, af, maxRoutes);
   rootSm_->handleInitialized();
 }
@@ -131,8 +141,10 @@ void Agent::doShutdownStage(std::string_view stage) {
 
 // A VRF stopped, or completed, or the shutdown began.
 void Agent::handleHitlessCompleted() {
+  TRACELET(trace, 9, __PRETTY_FUNCTION__);
   if (!shutdown()) return;
   if (containerSm_.empty()) {
+    TRACELET(trace, 5, "No VRF runs; the shutdown is complete with the next turn if none does then");
     noVrfTimer_->timeMinIs(process_.clock.now());
   } else if (rootSm_) {
     rootSm_->handleHitlessCompletedVrf();
@@ -140,6 +152,7 @@ void Agent::handleHitlessCompleted() {
 }
 
 void Agent::handleNoVrf() {
+  TRACELET(trace, 9, __PRETTY_FUNCTION__);
   if (!containerSm_.empty()) return;
   TRACELET(trace, 4, "No VRF runs that the shutdown would have to wait for");
   doShutdownStageComplete();

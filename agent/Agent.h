@@ -63,6 +63,17 @@ class Agent {
 
  private:
   friend class RootSm;
+  /// While one lives, machines are being made, and a change of standby, which would end them, waits.
+  class Starting {
+   public:
+    explicit Starting(Agent &agent) : agent_(agent) { ++agent_.starting_; }
+    ~Starting();
+    Starting(const Starting &) = delete;
+    Starting &operator=(const Starting &) = delete;
+
+   private:
+    Agent &agent_;
+  };
   class KivNoVrfTimer;
   class KivShutdownStatus;
 
@@ -91,6 +102,8 @@ class Agent {
   std::unique_ptr<Statehub::MountGroup> mountGroup_;
   bool standbyMode_ = false;
   bool mountsComplete_ = false;
+  int starting_ = 0;
+  bool standbyWaits_ = false;
   const Kiv::Ptr<McastCommon::HitlessVrfStatus> hitlessClientVrfStatus_;
   const Kiv::Ptr<McastCommon::HitlessShutdownStatus> hitlessClientShutdownStatus_;
   std::unique_ptr<Acl::AclConfigAggregatorSm> aclConfigAggregatorSm_;

@@ -28,8 +28,10 @@ struct Container {
   Kiv::Ptr<Status> status;                        ///< outlives stops and restarts
   Kiv::Ptr<RpCandidateStatus> rpCandidateStatus;  ///< the RP set published for this VRF
 
-  Kiv::Ptr<const ::Flume::Fib::RouteStatus> uribStatus;
+  Kiv::Ptr<const ::Flume::Fib::RouteStatus> uribStatus;  ///< of IPv4, null for IPv6
   Kiv::Ptr<const ::Flume::Fib::ForwardingStatus> uribFec;
+  Kiv::Ptr<const ::Flume::Fib6::RouteStatus> urib6Status;  ///< and the other way round
+  Kiv::Ptr<const ::Flume::Fib6::ForwardingStatus> urib6Fec;
   Pax::AddressFamily af = Pax::AddressFamily::unknown;
   Pax::NamespaceName namespaceName;
   Kiv::Ptr<const Ip::AllIntfStatusDir> kernelIntfStatusDir;

@@ -17,6 +17,7 @@ ContainerSm::ContainerSm(Container &container) : container_(container), kivIpSta
 ContainerSm::~ContainerSm() { handleDestruction(); }
 
 void ContainerSm::handleInitialized() {
+  VRF_TRACE_ENTRY(trace);
   VRF_TRACE(trace, 4, "Initializing ContainerSm");
   const Kiv::Ptr<const Ip::AllIntfStatusDir> &vrfIpStatus = container_.vrfIpStatus;
   for (const Pax::IntfId &intfId : container_.vrfIntfConfig->intfConfig().keys()) handleIntfVrfChange(intfId);
@@ -60,9 +61,14 @@ void ContainerSm::doPimPamManagerIs() {
 
 void ContainerSm::doRpfTableIs() {
   const bool ipv6 = container_.af == Pax::AddressFamily::ipv6;
-  uribRouteShadowSm_ = Kiv::make<UribRouteShadowSm>(ipv6 ? "PimBsr6Urib" : "PimBsrUrib", container_.uribStatus);
+  if (ipv6) {
+    urib6RouteShadowSm_ = Kiv::make<UribRouteShadowSm>("PimBsr6Urib", container_.urib6Status);
+  } else {
+    uribRouteShadowSm_ = Kiv::make<UribRouteShadowSm>("PimBsrUrib", container_.uribStatus);
+  }
   mribTrieBuilder_ = Kiv::make<MribTrieBuilder>("PimBsrMrib", container_.mribStatus);
-  unicastRoutingStatus_ = Kiv::make<UnicastRoutingStatus>(uribRouteShadowSm_, mribTrieBuilder_);
+  unicastRoutingStatus_ =
+      Kiv::make<UnicastRoutingStatus>(ipv6 ? urib6RouteShadowSm_ : uribRouteShadowSm_, mribTrieBuilder_);
   rpfTable_ = Kiv::make<PimRpfTable>(unicastRoutingStatus_->routes(), container_.pimStatus);
 }
 

@@ -37,6 +37,12 @@ class ContainerSm {
   const RpHashSm &rpHashSm() const { return *rpHashSm_; }
   /// Null in a VRF without bidirectional RP hash status.
   const RpHashSm *bidirRpHashSm() const { return bidirRpHashSm_.get(); }
+  /// Where routes are asked for, under the name of the family.
+  const UribRouteShadowSm &uribRouteShadowSm() const {
+    return uribRouteShadowSm_ ? *uribRouteShadowSm_ : *urib6RouteShadowSm_;
+  }
+  const MribTrieBuilder &mribTrieBuilder() const { return *mribTrieBuilder_; }
+  const Orb::TimerWheel &timerWheel() const { return *timerWheel_; }
   bool initialized() const { return initialized_; }
 
  private:
@@ -63,7 +69,8 @@ class ContainerSm {
   Kiv::Ptr<IO::PamManager> pimPamManager_;
   Kiv::Ptr<IO::MessageInfo> rxBootstrapMsgInfo_;
   Kiv::Ptr<IO::MessageInfo> rxCrpAdvMsgInfo_;
-  Kiv::Ptr<UribRouteShadowSm> uribRouteShadowSm_;
+  Kiv::Ptr<UribRouteShadowSm> uribRouteShadowSm_;   // null for IPv6
+  Kiv::Ptr<UribRouteShadowSm> urib6RouteShadowSm_;  // null for IPv4
   Kiv::Ptr<MribTrieBuilder> mribTrieBuilder_;
   Kiv::Ptr<UnicastRoutingStatus> unicastRoutingStatus_;
   Kiv::Ptr<PimRpfTable> rpfTable_;

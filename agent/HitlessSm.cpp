@@ -24,6 +24,7 @@ HitlessSm::HitlessSm(const Kiv::Ptr<const Config> &config, const Kiv::Ptr<Status
 }
 
 void HitlessSm::handleInitialized() {
+  VRF_TRACE_ENTRY(trace);
   doHitlessShutdown();
   initialized_ = true;
 }
@@ -31,7 +32,7 @@ void HitlessSm::handleInitialized() {
 void HitlessSm::doHitlessShutdown() {
   if (!shutdownStatus_ || !shutdownStatus_->shutdown()) return;
   for (const auto &[address, crp] : status_->crp()) crp->intervalIs(hitlessCrpInterval_);
-  VRF_TRACE(trace, 4, __func__ << "(), Starting the HITLESS notification timer");
+  VRF_TRACE(trace, 5, __func__ << "(), Starting the HITLESS notification timer");
   hitlessTimer_.timeMinIs(timerWheel_.now() + hitlessNotifyDelay_);
 }
 

@@ -1,6 +1,12 @@
 #include "agent/RedundancyStatusSm.h"
 
+#include "platform/tracelet/Tracelet.h"
+
 namespace Routing::Pim::Bsr {
+
+namespace {
+Tracelet::Module trace("Pim::Bsr::Agent");
+}
 
 RedundancyStatusSm::RedundancyStatusSm(const Kiv::Ptr<const Redundancy::RedundancyStatus> &redundancyStatus,
                                        StandbyModeIs standbyModeIs)
@@ -8,10 +14,9 @@ RedundancyStatusSm::RedundancyStatusSm(const Kiv::Ptr<const Redundancy::Redundan
   handleRedundancyStatus();
 }
 
-// Only a pair that keeps state on both controllers has standby agents.
 void RedundancyStatusSm::handleRedundancyStatus() {
-  standbyModeIs_(redundancyStatus_->protocol() == Redundancy::Protocol::hotStandby &&
-                 redundancyStatus_->mode() != Redundancy::ControllerMode::active);
+  TRACELET(trace, 9, __PRETTY_FUNCTION__);
+  standbyModeIs_(redundancyStatus_->standby());
 }
 
 }  // namespace Routing::Pim::Bsr

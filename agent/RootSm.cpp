@@ -62,6 +62,7 @@ class RootSm::Kivs {
         rpConfig_(sm, sm.mounts_.rpConfigColl),
         bidirRpConfig_(sm, sm.mounts_.bidirRpConfigColl),
         config_(sm),
+        clearConfig_(sm),
         hitless_(sm) {}
 
  private:
@@ -129,6 +130,14 @@ class RootSm::Kivs {
     RootSm &sm_;
     std::map<L3::VrfName, std::unique_ptr<KivVrf>> vrf_;
   };
+  class KivClearConfigColl : public ClearConfigColl::Notifiee {
+   public:
+    explicit KivClearConfigColl(RootSm &sm) : sm_(sm) { notifierIs(sm.mounts_.clearConfigColl); }
+    void onVrfClearConfig(const L3::VrfName &vrf) override { sm_.handleVrf(vrf); }
+
+   private:
+    RootSm &sm_;
+  };
   class KivConfigColl : public ConfigColl::Notifiee {
    public:
     explicit KivConfigColl(RootSm &sm) : sm_(sm) { notifierIs(sm.mounts_.configColl); }
@@ -155,6 +164,7 @@ class RootSm::Kivs {
   KivVrfStatus<Multicast::Rib::StatusColl> mrib_;
   KivRpConfig rpConfig_, bidirRpConfig_;
   KivConfigColl config_;
+  KivClearConfigColl clearConfig_;
   KivHitless hitless_;
 };
 
@@ -164,6 +174,7 @@ RootSm::RootSm(Agent &agent, Pax::AddressFamily af, uint32_t maxRoutes)
 RootSm::~RootSm() = default;
 
 void RootSm::handleInitialized() {
+  TRACELET(trace, 9, __PRETTY_FUNCTION__);
   TRACELET(trace, 4, "Starting with at most " << maxRoutes_ << " routes");
   doRemoveExtraVrfs();
   kivs_ = std::make_unique<Kivs>(*this);
@@ -215,6 +226,7 @@ void RootSm::handleVrf(const L3::VrfName &vrf) {
 }
 
 void RootSm::handleVrfAdd(const L3::VrfName &vrf) {
+  TRACELET(trace, 9, __PRETTY_FUNCTION__ << " ( " << vrf << " )");
   TRACELET(trace, 4, "VRF " << vrf << " is new");
   const Kiv::Ptr<Status> status = mounts_.statusColl->vrfStatusIs(vrf);
   if (!mounts_.rpCandidateStatusColl->vrfStatus(vrf)) {
@@ -229,6 +241,7 @@ void RootSm::handleVrfAdd(const L3::VrfName &vrf) {
 }
 
 void RootSm::handleVrfDel(const L3::VrfName &vrf) {
+  TRACELET(trace, 9, __PRETTY_FUNCTION__ << " ( " << vrf << " )");
   TRACELET(trace, 4, "VRF " << vrf << " is gone");
   agent_.containerSmDel(vrf);
   agent_.containerDel(vrf);
@@ -259,6 +272,7 @@ std::string RootSm::missingMount(const L3::VrfName &vrf) const {
 }
 
 void RootSm::handlePimEnabled(const L3::VrfName &vrf) {
+  TRACELET(trace, 9, __PRETTY_FUNCTION__ << " ( " << vrf << " )");
   if (agent_.containerSm(vrf) || start_.contains(vrf) || !hasDefaults(vrf)) return;
   TRACELET(trace, 4, "Pim is enabled for vrf " << vrf);
   Start &start = *(start_[vrf] = std::make_unique<Start>(agent_.process_.store));
@@ -294,6 +308,8 @@ void RootSm::doKniInit(const L3::VrfName &vrf, Start &start) {
 }
 
 void RootSm::handleStartMounted(const L3::VrfName &vrf) {
+  TRACELET(trace, 9, __PRETTY_FUNCTION__ << " ( " << vrf << " )");
+  const Agent::Starting starting(agent_);  // its end may be that of this machine
   Start &start = *start_.at(vrf);
   if (hasDefaults(vrf)) {
     start.makesMachines = true;
@@ -307,9 +323,10 @@ void RootSm::handleStartMounted(const L3::VrfName &vrf) {
 
 void RootSm::doFill(Container &container, const Start &start) {
   const L3::VrfName &vrf = container.vrf;
-  const bool ipv6 = af_ == Pax::AddressFamily::ipv6;
-  container.uribStatus = ipv6 ? Kiv::Ptr<const ::Flume::Fib::RouteStatus>(start.urib6Status) : start.uribStatus;
-  container.uribFec = ipv6 ? Kiv::Ptr<const ::Flume::Fib::ForwardingStatus>(start.urib6Fec) : start.uribFec;
+  container.uribStatus = start.uribStatus;
+  container.uribFec = start.uribFec;
+  container.urib6Status = start.urib6Status;
+  container.urib6Fec = start.urib6Fec;
   container.af = af_;
   container.namespaceName = mounts_.allVrfStatusLocal->vrfStatus(vrf)->namespaceName();
   container.kernelIntfStatusDir = start.kernelVrfIntfStatusDir->devices();
@@ -343,12 +360,14 @@ void RootSm::doFill(Container &container, const Start &start) {
 }
 
 void RootSm::handlePimDisabled(const L3::VrfName &vrf) {
+  TRACELET(trace, 9, __PRETTY_FUNCTION__ << " ( " << vrf << " )");
   TRACELET(trace, 4, "Pim is disabled for vrf " << vrf);
   start_.erase(vrf);
   agent_.containerSmDel(vrf);
 }
 
 void RootSm::handleVrfIntfStatus(const L3::VrfName &vrf) {
+  TRACELET(trace, 9, __PRETTY_FUNCTION__ << " ( " << vrf << " )");
   if (agent_.container(vrf)) doDistributeIntfConfig(vrf);
   handleVrf(vrf);
 }

@@ -80,6 +80,7 @@ class TimerWheel : public Kiv::Counted {
   ~TimerWheel() override;
 
   double now() const { return clock_.now(); }
+  const Parameters &parameters() const { return parameters_; }
   /// Fires every timer that is due, then asks the Waker for the next run. Timers that the callbacks
   /// arm wait for that, even if they are due. Does nothing inside a callback.
   void run();

@@ -23,6 +23,10 @@ class RedundancyStatus : public Kiv::Entity {
   ATTRIBUTE(value, ControllerMode, mode, Mode, ControllerMode::unknown)
   KIV_ENTITY(RedundancyStatus, ATTRIBUTES)
 #undef ATTRIBUTES
+
+ public:
+  /// Whether agents stand by: only a pair that keeps state on both controllers has such.
+  bool standby() const { return protocol() == Protocol::hotStandby && mode() != ControllerMode::active; }
 };
 
 }  // namespace Redundancy

@@ -52,11 +52,6 @@ class Life : public testing::TestWithParam<uint64_t> {
     return *hosts[box]->system().configColl->vrfConfigIs(router.vrf());
   }
   bool once(uint32_t chances) { return random.next() % chances == 0; }
-  void standbyIs(Sim::Host &host, bool standby) {
-    using Redundancy::ControllerMode;
-    host.system().redundancyStatus->modeIs(standby ? ControllerMode::standby : ControllerMode::active);
-    host.system().redundancyStatus->protocolIs(Redundancy::Protocol::hotStandby);
-  }
   void vrfIs(Sim::Host &host, const Sim::Router &router) {
     const bool isDefault = router.vrf() == L3::defaultVrf;
     host.system().vrfIs(router.vrf(), isDefault ? "" : router.vrf());
@@ -80,7 +75,7 @@ class Life : public testing::TestWithParam<uint64_t> {
     switch (random.next() % 10) {
       case 0: return host.runs() ? host.stop() : restart(host);
       case 1: return host.runs() ? host.crash() : restart(host);
-      case 2: return standbyIs(host, once(2));
+      case 2: return host.system().standbyIs(once(2));
       case 3: return system.pimGlobalStatus->enabledVrf(vrf) ? system.pimDel(vrf) : vrfIs(host, router);
       case 4: return system.allVrfStatusLocal->vrfStatus(vrf) ? system.vrfDel(vrf) : vrfIs(host, router);
       case 5: return system.namespaceExistsIs(vrf, once(2));
@@ -98,7 +93,7 @@ class Life : public testing::TestWithParam<uint64_t> {
     for (uint32_t box = 0; box < boxes; ++box) {
       Sim::Host &host = *hosts[box];
       if (!host.runs()) restart(host);
-      standbyIs(host, false);
+      host.system().standbyIs(false);
       for (Sim::Router *router : host.vrfs()) {
         vrfIs(host, *router);
         for (Sim::Intf &intf : router->intfs()) intf.upIs(true);

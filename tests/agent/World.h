@@ -62,10 +62,7 @@ class World {
     agent->doInit();
   }
   void stop() { agent.reset(); }
-  void standbyIs(bool standby) {
-    system.redundancyStatus->modeIs(standby ? Redundancy::ControllerMode::standby : Redundancy::ControllerMode::active);
-    system.redundancyStatus->protocolIs(Redundancy::Protocol::hotStandby);
-  }
+  void standbyIs(bool standby) { system.standbyIs(standby); }
   void advance(double seconds) { time.advanceTo(time.now() + seconds); }
 
   /// An interface lo<n> with the address host(n).

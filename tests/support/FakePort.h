@@ -34,6 +34,10 @@ class FakePort : public Pim::IO::PacketPort {
   std::vector<Sent> sent;
   std::vector<Kiv::Ptr<Pim::Packet::CrpAdvMessage>> advertised;
   bool broken = false;
+  std::string settings;  ///< of its socket, in the order in which they came
+  void receiveBufferIs(uint32_t bytes) override { settings += std::to_string(bytes) + ' '; }
+  void maxPacketIs(uint32_t bytes) override { settings += std::to_string(bytes) + ' '; }
+  void transparentIs(bool transparent) override { settings += transparent ? "transparent " : ""; }
 
   void hear(const Pax::IntfId &intfId, const Pax::IpGenAddr &source, const Pax::IpGenAddr &destination,
             const Pim::Packet::Message &message) {

@@ -34,9 +34,10 @@ class TestVrf {
     container.rpCandidateStatus = published;
     container.pimStatus = pimStatus;
     container.vrfIpStatus = interfaces;
-    const auto uribStatus = Kiv::make<Flume::Fib::RouteStatus>();
+    const auto uribStatus = Kiv::make<Flume::Fib6::RouteStatus>();  // fits either family
     uribStatus->routesIs(routes);
     container.uribStatus = uribStatus;
+    container.urib6Status = uribStatus;
     container.bidirRpHashStatus = Kiv::make<Pim::RpHashStatus>("rpHash");
     container.hitlessClientVrfStatus = hitlessVrfStatus;
     container.hitlessClientShutdownStatus = hitlessShutdownStatus;
