@@ -111,7 +111,13 @@ void SystemState::standbyIs(bool standby) {
   redundancyStatus->protocolIs(Redundancy::Protocol::hotStandby);
 }
 
+// The RPs first, so that the last message of a BSR lists its own with hold time 0.
 void SystemState::vrfDel(const L3::VrfName &vrf) {
+  if (const auto config = configColl->vrfConfig(vrf)) {
+    config->rpCandidateConfigDelAll();
+    config->bsrCandidateConfigDelAll();
+  }
+  configColl->vrfConfigDel(vrf);
   pimDel(vrf);
   allVrfStatusLocal->vrfStatusDel(vrf);
   clearConfigColl->vrfClearConfigDel(vrf);

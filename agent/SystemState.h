@@ -26,9 +26,12 @@ class SystemState {
   /// come and go.
   void vrfIs(const L3::VrfName &vrf, const Pax::NamespaceName &namespaceName = {});
   void namespaceExistsIs(const L3::VrfName &vrf, bool exists);
-  /// PIM runs in the VRF: counts as enabled when everything else is published. Withdrawn in reverse.
+  /// PIM runs in the VRF: counts as enabled when everything else is published. Withdrawn in reverse, which
+  /// stops an agent there in silence.
   void pimIs(const L3::VrfName &vrf, const Services &services);
   void pimDel(const L3::VrfName &vrf);
+  /// The VRF leaves the configuration, and its own goes first: where an agent runs there, candidates say
+  /// goodbye. The port still has to send then, to neighbours that know us.
   void vrfDel(const L3::VrfName &vrf);
   /// Of a redundant pair of controllers, this is the standby one, or the active one.
   void standbyIs(bool standby);

@@ -33,12 +33,12 @@ Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configur
   Tracelet::Registry::instance().sinkAdd(log_);
   control_.emplace(loop_.context(), options.socket, [this](std::string_view line) { return reply(line); });
   loading_.file = options.config;
+  if (options_.standby) system_.standbyIs(true);  // before anything could be sent
   apply(configuration);
   for (const auto &[vrf, host] : hosts_) {
     if (host->isForbidden()) throw std::runtime_error("VRF " + vrf.text() + ": " + host->reason());
   }
   stateFile_.load();
-  if (options_.standby) system_.standbyIs(true);
   agent_->doInit();
   awaitSignal();
   TRACELET(trace, 3, "Started with " << hosts_.size() << " VRFs");
@@ -99,9 +99,10 @@ void Daemon::apply(const Configuration &configuration) {
   }
 }
 
+// The agent says goodbye there, then PIM does.
 void Daemon::vrfDel(const L3::VrfName &vrf) {
-  hosts_.erase(vrf);
   system_.vrfDel(vrf);
+  hosts_.erase(vrf);
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -47,7 +47,9 @@ void VrfHost::pimIs(const PimVrf &pim) {
   }
 }
 
-IO::HelloSpeaker::Parameters VrfHost::helloParameters() const { return {pim_.speak, pim_.drPriority}; }
+IO::HelloSpeaker::Parameters VrfHost::helloParameters() const {
+  return {pim_.speak, pim_.drPriority, process_.system.redundancyStatus};
+}
 
 void VrfHost::open() {
   awaited_.reset();

@@ -26,7 +26,14 @@ void Host::vrfIs(Router &router) {
   system_.namespaceExistsIs(router.vrf(), true);
 }
 
-void Host::start(const Router::HelloParameters &parameters) {
+void Host::vrfDel(Router &router) {
+  system_.vrfDel(router.vrf());
+  router.pimStop(true);
+  std::erase(vrfs_, &router);
+}
+
+void Host::start(Router::HelloParameters parameters) {
+  parameters.redundancyStatus = system_.redundancyStatus;
   for (Router *router : vrfs_) {
     router->pimStart(parameters);
     system_.pimIs(router->vrf(), {router->allIntfStatusDir(), router->pimStatus(), router->routes(), router->port()});

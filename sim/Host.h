@@ -19,8 +19,10 @@ class Host {
   ~Host();
   /// One more VRF of the same box, before it starts.
   void vrfIs(Router &router);
+  /// It leaves the configuration: the agent says goodbye there, then PIM does.
+  void vrfDel(Router &router);
 
-  void start(const Router::HelloParameters &parameters = {});
+  void start(Router::HelloParameters parameters = {});
   void stop() { end(true); }    ///< in order: says goodbye to the neighbours
   void crash() { end(false); }  ///< neighbours learn nothing; the router goes on forwarding
   bool runs() const { return agent_ != nullptr; }

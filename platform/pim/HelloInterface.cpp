@@ -47,7 +47,7 @@ void HelloSpeaker::Interface::intfStatusIs(const Kiv::Ptr<const Ip::IntfStatus> 
 
 void HelloSpeaker::Interface::settle() {
   const bool isUp = intfStatus_ && intfStatus_->up();
-  if (!isUp || intfStatus_->pimAddr().isZero()) {
+  if (!isUp || intfStatus_->pimAddr().isZero() || speaker_.standby()) {
     if (!pimIntf_) return;
     if (isUp) sendHello(0);
     return stop();
@@ -71,6 +71,7 @@ void HelloSpeaker::Interface::stop() {
   TRACELET(module, 4, "PIM is off at " << intfId_);
   periodic_.timeMinIs(Orb::never);
   triggered_.timeMinIs(Orb::never);
+  spoke_ = false;
   neighbor_.clear();
   owner_.clear();
   pimIntf_ = nullptr;
@@ -114,14 +115,15 @@ void HelloSpeaker::Interface::parametersChanged(const Parameters &before) {
 }
 
 bool HelloSpeaker::Interface::sendHello(uint16_t holdTime) {
-  if (!speaker_.parameters_.speak) return false;
+  const bool goodbye = holdTime == 0;
+  if (!speaker_.parameters_.speak || (goodbye && !spoke_)) return false;
   const auto hello = Kiv::make<Packet::HelloMessage>();
   hello->holdTimeIs(holdTime);
   hello->drPriorityIs(speaker_.parameters_.drPriority);
   hello->generationIdIs(generationId_);
   hello->addressList = ownList();
   if (!speaker_.port_->send(intfId_, *hello)) return false;
-  everyoneHeardUs_ = holdTime != 0;
+  spoke_ = everyoneHeardUs_ = !goodbye;
   told_ = hello->addressList;
   return true;
 }

@@ -17,6 +17,8 @@ class HelloSpeaker::Interface {
   /// The interface's status, or null while the router has no such interface.
   void intfStatusIs(const Kiv::Ptr<const Ip::IntfStatus> &intfStatus);
   void helloIs(const Packet::HelloMessage &hello);
+  /// Turns PIM on or off here, as everything says that it depends on.
+  void settle();
   /// Says Hello unless every neighbour has heard one.
   void helloFirst();
   void parametersChanged(const Parameters &before);
@@ -37,7 +39,6 @@ class HelloSpeaker::Interface {
     void (Interface::*const action_)();
   };
 
-  void settle();
   void start();
   void stop();
   void addressChanged();
@@ -62,6 +63,7 @@ class HelloSpeaker::Interface {
   Kiv::Ptr<const Ip::IntfStatus> intfStatus_;
   Kiv::Ptr<PimIntf> pimIntf_;  // null while the interface is not usable
   uint32_t generationId_ = 0;
+  bool spoke_ = false;                // we have said Hello here, and not goodbye
   bool everyoneHeardUs_ = false;      // no neighbour has appeared since our last Hello
   std::vector<Pax::IpGenAddr> told_;  // our Address List in that Hello
   std::unordered_map<Pax::IpGenAddr, std::unique_ptr<Neighbor>> neighbor_;

@@ -15,6 +15,18 @@ class HelloSpeaker::DirReactor : public Ip::AllIntfStatusDir::Notifiee {
   HelloSpeaker &speaker_;
 };
 
+class HelloSpeaker::RedundancyReactor : public Redundancy::RedundancyStatus::Notifiee {
+ public:
+  explicit RedundancyReactor(HelloSpeaker &speaker) : speaker_(speaker) {
+    notifierIs(speaker.parameters_.redundancyStatus);
+  }
+  void onProtocol() override { speaker_.redundancyChanged(); }
+  void onMode() override { speaker_.redundancyChanged(); }
+
+ private:
+  HelloSpeaker &speaker_;
+};
+
 HelloSpeaker::HelloSpeaker(const Kiv::Ptr<Status> &status, const Kiv::Ptr<const Ip::AllIntfStatusDir> &interfaces,
                            const Kiv::Ptr<PacketPort> &port, const Kiv::Ptr<Orb::TimerWheel> &wheel,
                            Orb::Random &random, const Parameters &parameters)
@@ -24,7 +36,8 @@ HelloSpeaker::HelloSpeaker(const Kiv::Ptr<Status> &status, const Kiv::Ptr<const 
       wheel_(wheel),
       random_(random),
       parameters_(parameters),
-      reactor_(std::make_unique<DirReactor>(*this, interfaces)) {
+      reactor_(std::make_unique<DirReactor>(*this, interfaces)),
+      redundancyReactor_(std::make_unique<RedundancyReactor>(*this)) {
   port_->consumerIs(Packet::MessageType::hello, this);
   port_->beforeBootstrapIs(this);
 }
@@ -49,6 +62,10 @@ void HelloSpeaker::intfDel(const Pax::IntfId &intfId) {
 void HelloSpeaker::parametersIs(const Parameters &parameters) {
   const Parameters before = std::exchange(parameters_, parameters);
   for (const auto &[intfId, interface] : interface_) interface->parametersChanged(before);
+}
+
+void HelloSpeaker::redundancyChanged() {
+  for (const auto &[intfId, interface] : interface_) interface->settle();
 }
 
 void HelloSpeaker::shutDown() {

@@ -10,11 +10,13 @@
 #include "platform/orb/TimerWheel.h"
 #include "platform/pim/PacketPort.h"
 #include "platform/pim/PimStatus.h"
+#include "platform/system/RedundancyStatus.h"
 
 namespace Routing::Pim::IO {
 
-/// PIM is on at every interface named with intfIs(), from the moment it is up and has a PIM address.
-/// Such an interface, and no other, stands in Status.pimIntf. Holds all else that a peer can send
+/// PIM is on at every interface named with intfIs(), from the moment it is up and has a PIM address,
+/// while this controller is not the standby one. Such an interface, and no other, stands in
+/// Status.pimIntf. Where PIM ends, neighbours that were told of us are told so. Holds all else that a peer can send
 /// within bounds: at most neighborsMost neighbours on an interface, further ones are refused with a
 /// trace; a secondary address belongs to the neighbour that claimed it last.
 class HelloSpeaker : public Kiv::Counted, public MessageConsumer, public BeforeBootstrap {
@@ -24,6 +26,8 @@ class HelloSpeaker : public Kiv::Counted, public MessageConsumer, public BeforeB
     /// daemon's, and its triggered Hello counts as sent 5 s after a new neighbour or Generation ID.
     bool speak = true;
     uint32_t drPriority = 0;
+    /// Of the speaker's whole life. On standby PIM is off at every interface; null is never that.
+    Kiv::Ptr<const Redundancy::RedundancyStatus> redundancyStatus = nullptr;
   };
   static constexpr double period = 30;
   static constexpr double triggeredDelayMost = 5;
@@ -49,7 +53,10 @@ class HelloSpeaker : public Kiv::Counted, public MessageConsumer, public BeforeB
  private:
   class Interface;
   class DirReactor;
+  class RedundancyReactor;
   void intfStatusChanged(const Pax::IntfId &intfId);
+  void redundancyChanged();
+  bool standby() const { return parameters_.redundancyStatus && parameters_.redundancyStatus->standby(); }
 
   const Kiv::Ptr<Status> status_;
   const Kiv::Ptr<const Ip::AllIntfStatusDir> interfaces_;
@@ -59,6 +66,7 @@ class HelloSpeaker : public Kiv::Counted, public MessageConsumer, public BeforeB
   Parameters parameters_;
   std::map<Pax::IntfId, std::unique_ptr<Interface>> interface_;
   std::unique_ptr<DirReactor> reactor_;
+  std::unique_ptr<RedundancyReactor> redundancyReactor_;
 };
 
 }  // namespace Routing::Pim::IO
