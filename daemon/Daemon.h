@@ -32,7 +32,6 @@ class Daemon {
   std::string reply(std::string_view line) { return answers_.reply(line); }
 
   const ConfigColl &configColl() const { return *system_.configColl; }
-  const ClearConfigColl &clearConfigColl() const { return *system_.clearConfigColl; }
   const Configuration &configuration() const { return configuration_; }
 
  private:

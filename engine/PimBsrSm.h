@@ -68,6 +68,9 @@ class PimBsrSm : public Kiv::Entity {
   const Kiv::Table<CrpOptions, std::unique_ptr<RpCandidateSm>> &rpCandidateSm() const { return rpCandidateSm_; }
   /// The machine of a zone in which we are no candidate, or null.
   BsrNonCandidateSm *nonCandidateSm(const Pax::IpGenPrefix &zone) const;
+  const Kiv::Table<Pax::IpGenPrefix, std::unique_ptr<BsrNonCandidateSm>> &nonCandidateSm() const {
+    return nonCandidateSm_;
+  }
   void nonCandidateSmDel(const Pax::IpGenPrefix &zone);
 
   /// Stores the RP set of one accepted message, or fragment, for the zone. A refresh updates only

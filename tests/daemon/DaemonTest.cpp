@@ -78,14 +78,20 @@ TEST_F(DaemonTest, AReloadAppliesTheDifferenceAndABadFileChangesNothing) {
   const auto config = daemon->configColl().vrfConfig("no-such-ns-a");
 
   write(R"({"pim": {"no-such-ns-a": {"interfaces": ["eth0"]}, "no-such-ns-c": {}},
-            "vrfConfig": {"no-such-ns-a": {"holdTime": 60}}})");
+            "vrfConfig": {"no-such-ns-a": {"holdTime": 60, "szTimeout": 7}}})");
+  EXPECT_EQ(ask({"check", "", "", ""})[0]["line"].get<std::string>().find("warning: " + options.config +
+                                                                          ":/vrfConfig/no-such-ns-a/szTimeout: "),
+            0u);
+  EXPECT_EQ(vrfs(), (Names{"no-such-ns-a", "no-such-ns-b"})) << "nothing is loaded";
   EXPECT_EQ(ask({"reload", "", "", ""}), Rows::array());
   EXPECT_EQ(vrfs(), (Names{"no-such-ns-a", "no-such-ns-c"}));
   EXPECT_EQ(config->holdTime(), 60u);
   EXPECT_EQ(daemon->configuration().pim.at("no-such-ns-a").interfaces.size(), 1u);
 
   write(R"({"pim": {"no-such-ns-d": {"hello": 1}}, "vrfConfig": {}})");
-  EXPECT_EQ(ask({"reload", "", "", ""}), options.config + ":/pim/no-such-ns-d/hello: 1 is none of speak, listen");
+  for (const char *verb : {"check", "reload"}) {
+    EXPECT_EQ(ask({verb, "", "", ""}), options.config + ":/pim/no-such-ns-d/hello: 1 is none of speak, listen");
+  }
   EXPECT_EQ(vrfs(), (Names{"no-such-ns-a", "no-such-ns-c"}));
 
   write(R"({"pim": {}})");
@@ -94,40 +100,6 @@ TEST_F(DaemonTest, AReloadAppliesTheDifferenceAndABadFileChangesNothing) {
   EXPECT_EQ(daemon->configColl().vrfConfig().size(), 0u);
   ::raise(SIGTERM);
   daemon->run();
-}
-
-TEST_F(DaemonTest, CheckTellsWhatAReloadWouldAndLoadsNothing) {
-  write(R"({"pim": {"no-such-ns-a": {}}})");
-  start();
-  write(R"({"pim": {"no-such-ns-b": {}}, "vrfConfig": {"no-such-ns-b": {"holdTime": 100, "szTimeout": 7}}})");
-  const std::string at = options.config + ":/vrfConfig/no-such-ns-b/";
-  const Rows warnings = ask({"check", "", "", ""});
-  ASSERT_EQ(warnings.size(), 1u);
-  EXPECT_EQ(warnings[0]["line"].get<std::string>().find("warning: " + at + "szTimeout: "), 0u) << warnings;
-  write(R"({"pim": {"no-such-ns-b": {}}, "vrfConfig": {"no-such-ns-b": {"holdTime": 0, "szTimeout": true}}})");
-  const std::string errors = ask({"check", "", "", ""});
-  EXPECT_NE(errors.find(at + "holdTime: "), errors.npos) << errors;
-  EXPECT_NE(errors.find("\n" + at + "szTimeout: "), errors.npos) << errors;
-  EXPECT_EQ(vrfs(), Names{"no-such-ns-a"});
-}
-
-TEST_F(DaemonTest, CountersAreClearedInTheVrfNamedOrInAll) {
-  write(R"({"pim": {"no-such-ns-a": {}, "no-such-ns-b": {}}})");
-  start();
-  const auto cleared = [&] {
-    std::vector<uint32_t> counts;
-    for (const char *vrf : {"no-such-ns-a", "no-such-ns-b"}) {
-      counts.push_back(daemon->clearConfigColl().vrfClearConfig(vrf)->countersCount());
-    }
-    return counts;
-  };
-  EXPECT_EQ(ask({"clear", "", "", "counters"}), Rows::array());
-  EXPECT_EQ(cleared(), (std::vector<uint32_t>{1, 1}));
-  EXPECT_EQ(ask({"clear", "", "no-such-ns-b", "counters"}), Rows::array());
-  EXPECT_EQ(cleared(), (std::vector<uint32_t>{1, 2}));
-  EXPECT_EQ(ask({"clear", "", "red", "counters"}), "there is no VRF 'red'");
-  EXPECT_EQ(ask({"clear", "", "", "rps"}), "'clear' needs 'counters'");
-  EXPECT_EQ(ask({"reload", "", "", "now"}), "'reload' takes no argument");
 }
 
 TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
@@ -157,6 +129,13 @@ TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
       {{"show", "state", "", "redundancy/status"}, R"([{"mode":"standby","protocol":"hotStandby"}])"},
       {{"redundancy", "", "", "active"}, R"([{"redundancy":"active"}])"},
       {{"stage", "", "", "boot NetworkAgent"}, R"([{"kind":"boot","stage":"NetworkAgent","complete":true}])"},
+      {{"clear", "", "no-such-ns-b", "counters"}, "[]"},
+      {{"clear", "", "", "counters"}, "[]"},
+      {{"show", "state", "", "routing/pim/bsr/clear/vrfClearConfig/no-such-ns-a/countersCount"}, "[1]"},
+      {{"show", "state", "", "routing/pim/bsr/clear/vrfClearConfig/no-such-ns-b/countersCount"}, "[2]"},
+      {{"clear", "", "red", "counters"}, "\"there is no VRF 'red'\""},
+      {{"clear", "", "", "rps"}, "\"'clear' needs 'counters'\""},
+      {{"reload", "", "", "now"}, "\"'reload' takes no argument\""},
       {{"stage", "", "", "boot Weather"}, R"([{"kind":"boot","stage":"Weather","complete":false}])"},
       {{"stage", "", "", "shutdown"}, "\"'stage' needs 'boot|shutdown STAGE'\""},
       {{"stage", "", "", "reboot NetworkAgent"}, "\"'stage' needs 'boot|shutdown STAGE'\""},

@@ -240,6 +240,23 @@ TEST(Show, TheElectedBsrAndTheSortedRpSet) {
   }
 }
 
+TEST(Show, EveryZoneWithAMachineIsThereAndWithoutMachinesWeAreNoBsr) {
+  TestVrf vrf(ipv4);
+  vrf.intfIs(1);
+  vrf.hear(Bsm(vrf.a.host(8)).scope(vrf.a.scope(1)));
+  vrf.candidateIs(vrf.a.scope(2), 5, 64);
+  vrf.advance(140);
+  vrf.candidateIs(vrf.a.scope(3), 5, 64);
+  EXPECT_EQ(brief(rowsOf("bsr", {viewOf(vrf)}), {"zone", "address", "state", "elected"}),
+            R"(224.0.0.0/4 | null | noInfo | false
+239.1.0.0/16 | null | acceptAny | false
+239.2.0.0/16 | 10.0.0.5 | eBsr | true
+239.3.0.0/16 | null | pBsr | false
+)");
+  vrf.stop();
+  for (const Rows &row : rowsOf("bsr", {viewOf(vrf)})) EXPECT_TRUE(row["state"].is_null() && !row["elected"]) << row;
+}
+
 TEST(Show, TheBsrTellsWhichRpsItsLastMessageLeftOut) {
   TestVrf vrf(ipv4);
   vrf.intfIs(1);
