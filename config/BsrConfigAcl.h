@@ -18,16 +18,16 @@ class BsrConfigAcl : public Kiv::NamedEntity {
     return !borderIntf().empty() || !cbsrIntf().empty() || !crpIntf().empty() || usedByCrpAdvAclFilter();
   }
 
-#define ATTRIBUTES(ATTRIBUTE)                              \
-  /* the permitted prefixes of multicast groups */         \
-  ATTRIBUTE(set, Pax::IpGenPrefix, grpPrefix, GrpPrefix)   \
-  /* all other permitted prefixes */                       \
-  ATTRIBUTE(set, Pax::IpGenPrefix, prefix, Prefix)         \
-  /* the interfaces that use the ACL in each role */       \
-  ATTRIBUTE(set, Pax::IntfId, borderIntf, BorderIntf)      \
-  ATTRIBUTE(set, Pax::IntfId, cbsrIntf, CbsrIntf)          \
-  ATTRIBUTE(set, Pax::IntfId, crpIntf, CrpIntf)            \
-  /* whether it filters advertisements of candidate RPs */ \
+#define ATTRIBUTES(ATTRIBUTE)                                                                   \
+  /* the permitted prefixes of multicast groups; one that reaches beyond them stands for all */ \
+  ATTRIBUTE(set, Pax::IpGenPrefix, grpPrefix, GrpPrefix)                                        \
+  /* all permitted prefixes that are not of groups alone */                                     \
+  ATTRIBUTE(set, Pax::IpGenPrefix, prefix, Prefix)                                              \
+  /* the interfaces that use the ACL in each role */                                            \
+  ATTRIBUTE(set, Pax::IntfId, borderIntf, BorderIntf)                                           \
+  ATTRIBUTE(set, Pax::IntfId, cbsrIntf, CbsrIntf)                                               \
+  ATTRIBUTE(set, Pax::IntfId, crpIntf, CrpIntf)                                                 \
+  /* whether it filters advertisements of candidate RPs */                                      \
   ATTRIBUTE(value, bool, usedByCrpAdvAclFilter, UsedByCrpAdvAclFilter, false)
   KIV_ENTITY(BsrConfigAcl, ATTRIBUTES)
 #undef ATTRIBUTES

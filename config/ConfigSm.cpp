@@ -95,6 +95,7 @@ ConfigSm::ConfigSm(const Kiv::Ptr<const Config> &config, const Kiv::Ptr<const Vr
 ConfigSm::~ConfigSm() = default;
 
 void ConfigSm::handleInitialized() {
+  VRF_TRACE_ENTRY(trace);
   REQUIRE(config());
   REQUIRE(vrfIntfConfig());
   REQUIRE(status());
@@ -155,6 +156,7 @@ void ConfigSm::handleBsrCandidateConfig(const Pax::IntfId &intfId) {
 void ConfigSm::handleRpCandidateConfig(const Pax::IntfId &intfId) {
   VRF_TRACE_ENTRY(trace);
   follow(*this, rpCandidateConfig_, intfId, config_->rpCandidateConfig(intfId));
+  doHandOverCrps();
 }
 
 void ConfigSm::handleIntfConfig(const Pax::IntfId &intfId) {
@@ -172,11 +174,24 @@ KivRpCandidateConfig *ConfigSm::rpCandidateConfig(const Pax::IntfId &intfId) con
 }
 
 void ConfigSm::handleCbsrDel(const Pax::IpGenPrefix &zone) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << zone << " )");
   for (const auto &[intfId, reactor] : bsrCandidateConfig_) reactor->handleZoneFree(zone);
 }
 
+void ConfigSm::handleCrpAdd(const Pax::IpGenAddr &address) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << address << " )");
+  for (const auto &[intfId, reactor] : rpCandidateConfig_) reactor->handleAddressTaken(address);
+}
+
 void ConfigSm::handleCrpDel(const Pax::IpGenAddr &address) {
-  for (const auto &[intfId, reactor] : rpCandidateConfig_) reactor->handleAddressFree(address);
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << address << " )");
+  freedCrps_.push_back(address);
+}
+
+void ConfigSm::doHandOverCrps() {
+  for (const Pax::IpGenAddr &address : std::exchange(freedCrps_, {})) {
+    for (const auto &[intfId, reactor] : rpCandidateConfig_) reactor->handleAddressFree(address);
+  }
 }
 
 }  // namespace Routing::Pim::Bsr

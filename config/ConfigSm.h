@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "config/BsrConfigAcl.h"
 #include "config/PrefixRefCount.h"
@@ -79,8 +80,12 @@ class ConfigSm {
   void doFilterAclPrefixDeactivate(const Pax::IpGenPrefix &prefix);
   /// A zone of the candidate BSRs has left status: another interface that still offers it serves it now.
   void handleCbsrDel(const Pax::IpGenPrefix &zone);
-  /// A candidate RP has left status: an interface that has the same address may serve it now.
+  /// A candidate RP has come to status: no other interface serves its address.
+  void handleCrpAdd(const Pax::IpGenAddr &address);
+  /// A candidate RP has left status. To be said while its reactor is at work, and followed by the
+  /// other when all is done: an interface that has the same address may serve it then.
   void handleCrpDel(const Pax::IpGenAddr &address);
+  void doHandOverCrps();
 
  private:
   class KivAcl;
@@ -132,6 +137,7 @@ class ConfigSm {
   std::map<Pax::IntfId, std::unique_ptr<KivActiveConfig>> activeConfig_;
   std::map<Pax::IntfId, std::unique_ptr<KivBsrCandidateConfig>> bsrCandidateConfig_;
   std::map<Pax::IntfId, std::unique_ptr<KivRpCandidateConfig>> rpCandidateConfig_;
+  std::vector<Pax::IpGenAddr> freedCrps_;  ///< until they are handed over
   std::unique_ptr<KivIpAclConfig> kivIpAclConfig_;
   std::unique_ptr<KivConfig> kivConfig_;
   std::unique_ptr<KivVrfIntfConfig> kivVrfIntfConfig_;

@@ -1,10 +1,9 @@
 #include "config/KivAcl.h"
 
-#include <set>
-
 #include "config/KivActiveConfig.h"
 #include "config/KivBsrCandidateConfig.h"
 #include "config/KivRpCandidateConfig.h"
+#include "config/PermittedPrefixes.h"
 #include "model/VrfTrace.h"
 #include "platform/acl/AclToPrefix.h"
 
@@ -35,6 +34,7 @@ void ConfigSm::KivAcl::handleRule() {
   if (!configSm_.ipAclConfig_->acl(acl)) return;
   VRF_TRACE(trace, 4, "Acl name found in ACL config");
   configSm_.doResolve(*bsrConfigAcl);
+  configSm_.doHandOverCrps();
 }
 
 void ConfigSm::handleAcl(const std::string &acl) {
@@ -44,6 +44,7 @@ void ConfigSm::handleAcl(const std::string &acl) {
     (acl_[acl] = std::make_unique<KivAcl>(*this, config))->handleRule();
   } else if (const Kiv::Ptr<BsrConfigAcl> named = bsrConfigAcl(acl)) {
     doResolve(*named);
+    doHandOverCrps();
     if (named->usedByCrpAdvAclFilter()) VRF_TRACE(trace, 1, "Filter ACL " << acl << " is gone and permits nobody");
   }
 }
@@ -51,12 +52,11 @@ void ConfigSm::handleAcl(const std::string &acl) {
 // The difference in the permitted prefixes, those that come first.
 void ConfigSm::doResolve(BsrConfigAcl &bsrConfigAcl) {
   const std::string &acl = bsrConfigAcl.name();
-  std::set<Pax::IpGenPrefix> groups, unicast;
+  PermittedPrefixes permitted;
   if (const Kiv::Ptr<Acl::AclConfig> config = ipAclConfig_->acl(acl)) {
-    for (const Pax::IpGenPrefix &prefix : AclPrefix::permittedPrefixes(*config, status_->af())) {
-      (globalOrNonScopedZone_.covers(prefix) ? groups : unicast).insert(prefix);
-    }
+    permitted = sortPermitted(AclPrefix::permittedPrefixes(*config, status_->af()), status_->af());
   }
+  const auto &[groups, unicast] = permitted;
   for (const Pax::IpGenPrefix &prefix : groups) {
     if (bsrConfigAcl.grpPrefix(prefix)) continue;
     VRF_TRACE(trace, 4, "Permit Rule Added to ACL " << acl << ": Adding " << prefix << " to bsrConfigAcl");

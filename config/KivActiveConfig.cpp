@@ -14,7 +14,10 @@ KivActiveConfig::KivActiveConfig(ConfigSm &configSm, const Pax::IntfId &intfId,
   notifierIs(config);
 }
 
-void KivActiveConfig::handleInitialized() { notifierReplay(); }
+void KivActiveConfig::handleInitialized() {
+  VRF_TRACE_ENTRY(trace);
+  notifierReplay();
+}
 
 void KivActiveConfig::handleDel() {
   VRF_TRACE_ENTRY(trace);

@@ -82,13 +82,18 @@ void KivBsrCandidateConfig::handleIpAddress() {
   }
 }
 
+void KivBsrCandidateConfig::handleZoneFree(const Pax::IpGenPrefix &zone) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << zone << " )");
+  doSettle(zone);
+}
+
 // What was counted meanwhile gets its element; what could not be counted without address follows.
 void KivBsrCandidateConfig::doAddressIs() {
   for (const Pax::IpGenPrefix &zone : zones()) {
     if (const Kiv::Ptr<BsrCandidate> candidate = ownCandidate(zone)) {
       candidate->addressIs(address_);
     } else {
-      doRemainingSource(zone);
+      doSettle(zone);
     }
   }
   for (KivEntry *entry : entries()) {
@@ -122,6 +127,14 @@ std::vector<KivBsrCandidateConfig::KivEntry *> KivBsrCandidateConfig::entries() 
   return all;
 }
 
+const KivBsrCandidateConfig::KivEntry *KivBsrCandidateConfig::standing(const Pax::IpGenPrefix &zone) const {
+  const KivEntry *last = nullptr;
+  for (const KivEntry *entry : entries()) {
+    if (entry->offers(zone)) last = entry;
+  }
+  return last;
+}
+
 Kiv::Ptr<BsrCandidate> KivBsrCandidateConfig::ownCandidate(const Pax::IpGenPrefix &zone) const {
   const Kiv::Ptr<BsrCandidate> candidate = status().cbsr(zone);
   return candidate && candidate->intfId() == intfId_ ? candidate : nullptr;
@@ -145,7 +158,8 @@ void KivBsrCandidateConfig::doCounterInc(const Pax::IpGenPrefix &zone) {
 }
 
 // The period, which completes a new candidate, comes last.
-void KivBsrCandidateConfig::doWrite(const Pax::IpGenPrefix &zone, const KivEntry &source) {
+void KivBsrCandidateConfig::doWrite(const Pax::IpGenPrefix &zone) {
+  const KivEntry &source = *standing(zone);
   const Kiv::Ptr<BsrCandidate> candidate = status().cbsrIs(zone);
   candidate->addressIs(address_);
   candidate->intfIdIs(intfId_);
@@ -163,7 +177,7 @@ bool KivBsrCandidateConfig::doCounterDec(const Pax::IpGenPrefix &zone) {
   const uint32_t count = configSm_.cbsrPfxRefCount.counterDec(intfId_, zone);
   VRF_TRACE(trace, 4, "PrefixCounter for prefix " << zone << " is " << count);
   if (count > 0) {
-    doRemainingSource(zone);
+    doSettle(zone);
     return false;
   }
   if (configSm_.cbsrPfxRefCount.counterDel(intfId_, zone)) {
@@ -179,18 +193,13 @@ bool KivBsrCandidateConfig::doCandidateDel(const Pax::IpGenPrefix &zone) {
   return true;
 }
 
-// The values in status are those of a source that offers the zone.
-void KivBsrCandidateConfig::doRemainingSource(const Pax::IpGenPrefix &zone) {
+// After a source went, or the element of another interface did.
+void KivBsrCandidateConfig::doSettle(const Pax::IpGenPrefix &zone) {
   if (address_.isZero()) return;
   const Kiv::Ptr<BsrCandidate> candidate = status().cbsr(zone);
   if (candidate && candidate->intfId() != intfId_) return;
-  const KivEntry *first = nullptr;
-  for (const KivEntry *entry : entries()) {
-    if (!entry->offers(zone)) continue;
-    if (candidate && entry->hasValuesOf(*candidate)) return;
-    if (!first) first = entry;
-  }
-  if (first) doWrite(zone, *first);
+  const KivEntry *source = standing(zone);
+  if (source && !(candidate && source->hasValuesOf(*candidate))) doWrite(zone);
 }
 
 }  // namespace Routing::Pim::Bsr

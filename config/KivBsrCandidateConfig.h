@@ -11,8 +11,8 @@
 namespace Routing::Pim::Bsr {
 
 /// Publishes a `Status.cbsr` element for every zone that an initialized entry of the interface
-/// offers, while the interface has an address. Where several entries offer a zone the last write
-/// stands; when its source goes, another one writes its own values.
+/// offers, while the interface has an address. Of several entries that offer a zone, one stands
+/// with its values: the last ACL by name, or the explicit zone where there is no ACL.
 ///
 /// One zone is served by one interface. While a reload moves a zone, an addition takes the element
 /// over, and everything else touches it only while it is this interface's.
@@ -28,7 +28,7 @@ class KivBsrCandidateConfig : public BsrCandidateConfig::Notifiee {
   void handleInitialized();
   void handleDel();
   /// The zone's element, which another interface had taken over, is gone.
-  void handleZoneFree(const Pax::IpGenPrefix &zone) { doRemainingSource(zone); }
+  void handleZoneFree(const Pax::IpGenPrefix &zone);
   /// The ACL, which the interface uses, starts or stops to permit the prefix.
   void doAclPrefixActivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
   void doAclPrefixDeactivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
@@ -60,16 +60,18 @@ class KivBsrCandidateConfig : public BsrCandidateConfig::Notifiee {
   void handleIpAddress();
   void doAddressIs();
 
-  /// Every entry, the explicit groups first.
+  /// Every entry: the explicit groups, then the ACLs by name.
   std::vector<KivEntry *> entries() const;
+  /// The entry whose values stand in the zone; null when none offers it.
+  const KivEntry *standing(const Pax::IpGenPrefix &zone) const;
   Kiv::Ptr<BsrCandidate> ownCandidate(const Pax::IpGenPrefix &zone) const;
   std::vector<Pax::IpGenPrefix> zones() const;
   void doCounterIs(const Pax::IpGenPrefix &zone);
   void doCounterInc(const Pax::IpGenPrefix &zone);
-  void doWrite(const Pax::IpGenPrefix &zone, const KivEntry &source);
+  void doWrite(const Pax::IpGenPrefix &zone);
   bool doCounterDec(const Pax::IpGenPrefix &zone);
   bool doCandidateDel(const Pax::IpGenPrefix &zone);
-  void doRemainingSource(const Pax::IpGenPrefix &zone);
+  void doSettle(const Pax::IpGenPrefix &zone);
   const std::string &vrfName() const { return configSm_.vrfName(); }
   Status &status() const { return *configSm_.status(); }
 

@@ -23,8 +23,8 @@ void KivBsrCandidateConfig::KivEntry::handleInitialize() {
                   << candidate_.intfId_ << " is not set");
     return;
   }
-  doAdd();
   initialized_ = true;
+  doAdd();
 }
 
 bool KivBsrCandidateConfig::KivEntry::hasValuesOf(const BsrCandidate &candidate) const {
@@ -37,7 +37,7 @@ void KivBsrCandidateConfig::KivEntry::changed(const char *what, uint32_t value, 
   if (!initialized_) return handleInitialize();
   for (const Pax::IpGenPrefix &zone : zones()) {
     const Kiv::Ptr<BsrCandidate> candidate = candidate_.ownCandidate(zone);
-    if (!candidate) continue;
+    if (!candidate || candidate_.standing(zone) != this) continue;
     write(*candidate);
     VRF_TRACE(trace, 4,
               what << " for Candidate BSR in Zone " << zone << " with IP " << candidate->address() << " changed to "
@@ -78,7 +78,7 @@ void KivBsrCandidateConfig::KivGroup::doGroupAdd(const Pax::IpGenPrefix &prefix)
     status().cbsrIs(prefix);
     VRF_TRACE(trace, 4, "Created CBSR zone " << prefix);
   }
-  candidate_.doWrite(prefix, *this);
+  candidate_.doWrite(prefix);
   candidate_.doCounterInc(prefix);
 }
 
@@ -122,7 +122,7 @@ void KivBsrCandidateConfig::KivAcl::doAclPrefixAdd(const Pax::IpGenPrefix &zone)
       status().cbsrIs(zone);
       VRF_TRACE(trace, 4, "Created zone " << zone << " CBSR set");
     }
-    candidate_.doWrite(zone, *this);
+    candidate_.doWrite(zone);
   }
   candidate_.doCounterIs(zone);
   candidate_.doCounterInc(zone);

@@ -18,9 +18,13 @@ class KivRpCandidateConfig::KivGroupRangeOptions : public RpCandidateGroupEntryO
     notifierIs(options);
   }
   void onPriority() override { handlePriority(); }
-  void handlePriority() { candidate_.doGroupOptionsAdd(prefix_, notifier()->priority()); }
+  void handlePriority() {
+    VRF_TRACE_ENTRY(trace);
+    candidate_.doGroupOptionsAdd(prefix_);
+  }
 
  private:
+  const std::string &vrfName() const { return candidate_.vrfName(); }
   KivRpCandidateConfig &candidate_;
   const Pax::IpGenPrefix prefix_;
 };
@@ -33,9 +37,13 @@ class KivRpCandidateConfig::KivAclOptions : public RpCandidateAclEntryOptions::N
     notifierIs(options);
   }
   void onPriority() override { handlePriority(); }
-  void handlePriority() { candidate_.doAclOptionsAdd(acl_, notifier()->priority()); }
+  void handlePriority() {
+    VRF_TRACE_ENTRY(trace);
+    candidate_.doAclOptionsAdd(acl_);
+  }
 
  private:
+  const std::string &vrfName() const { return candidate_.vrfName(); }
   KivRpCandidateConfig &candidate_;
   const std::string acl_;
 };
@@ -85,9 +93,17 @@ void KivRpCandidateConfig::handleIpAddress() {
   } else {
     doStart();
   }
+  configSm_.doHandOverCrps();
+}
+
+// This one serves nothing, or the element would be its own.
+void KivRpCandidateConfig::handleAddressTaken(const Pax::IpGenAddr &address) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << address << " )");
+  if (initialized_ && address_ == address && isTaken(address)) doRemove();
 }
 
 void KivRpCandidateConfig::handleAddressFree(const Pax::IpGenAddr &address) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << address << " )");
   if (!initialized_ && kivIntf_.notifier()->ipAddr() == address) doStart();
 }
 
@@ -138,11 +154,12 @@ void KivRpCandidateConfig::handleGroupRange(const Pax::IpGenPrefix &prefix) {
   } else {
     doGroupRemove(prefix);
   }
+  configSm_.doHandOverCrps();
 }
 
 void KivRpCandidateConfig::doGroupAdd(const Pax::IpGenPrefix &prefix) {
   doCounterIs(prefix);
-  if (!isUsable()) return;
+  if (!initialized_) return;
   if (!crp()) {
     doCrpIs();
     VRF_TRACE(trace, 4, "Created C-RP " << address_);
@@ -174,17 +191,17 @@ void KivRpCandidateConfig::handleGroupRangeOptions(const Pax::IpGenPrefix &prefi
   groupRangeOptions_.erase(prefix);
   if (const Kiv::Ptr<RpCandidateGroupEntryOptions> options = notifier()->groupRangeOptions(prefix)) {
     groupRangeOptions_[prefix] = std::make_unique<KivGroupRangeOptions>(*this, prefix, options);
-    doGroupOptionsAdd(prefix, options->priority());
+    doGroupOptionsAdd(prefix);
   } else {
     doGroupOptionsRemove(prefix);
   }
+  configSm_.doHandOverCrps();
 }
 
-// An entry whose priority is not set yet is none.
-void KivRpCandidateConfig::doGroupOptionsAdd(const Pax::IpGenPrefix &prefix, RpPriority priority) {
+void KivRpCandidateConfig::doGroupOptionsAdd(const Pax::IpGenPrefix &prefix) {
   if (!crp()) return;
-  if (priority == rpPriorityUnset) return doPrioritySettle(prefix, "");
-  doPriorityIs(prefix, priority);
+  const RpPriority priority = doPriorityIs(prefix);
+  if (priority == rpPriorityUnset) return;
   VRF_TRACE(trace, 4, "Created priority " << priority << " to prefix " << prefix << " to C-RP " << address_);
 }
 
@@ -202,15 +219,14 @@ void KivRpCandidateConfig::handleAcl(const std::string &acl) {
   } else {
     doAclRemove(acl);
   }
+  configSm_.doHandOverCrps();
 }
 
 void KivRpCandidateConfig::doAclAdd(const std::string &acl) {
-  if (!isUsable()) return;
+  if (!initialized_) return;
   doAclRegister(acl);
   for (const Pax::IpGenPrefix &prefix : prefixesOf(acl)) doAclPrefixAdd(acl, prefix);
-  if (const Kiv::Ptr<RpCandidateAclEntryOptions> options = notifier()->aclOptions(acl)) {
-    doAclOptionsAdd(acl, options->priority());
-  }
+  if (notifier()->aclOptions(acl)) doAclOptionsAdd(acl);
 }
 
 void KivRpCandidateConfig::doAclRegister(const std::string &acl) {
@@ -240,21 +256,16 @@ void KivRpCandidateConfig::handleAclOptions(const std::string &acl) {
   aclOptions_.erase(acl);
   if (const Kiv::Ptr<RpCandidateAclEntryOptions> options = notifier()->aclOptions(acl)) {
     aclOptions_[acl] = std::make_unique<KivAclOptions>(*this, acl, options);
-    doAclOptionsAdd(acl, options->priority());
+    doAclOptionsAdd(acl);
   } else if (usesAcl(acl)) {
     doAclOptionsRemove(acl);
   }
+  configSm_.doHandOverCrps();
 }
 
-void KivRpCandidateConfig::doAclOptionsAdd(const std::string &acl, RpPriority priority) {
+void KivRpCandidateConfig::doAclOptionsAdd(const std::string &acl) {
   if (!usesAcl(acl) || !crp()) return;
-  for (const Pax::IpGenPrefix &prefix : prefixesOf(acl)) {
-    if (priority == rpPriorityUnset) {
-      doPrioritySettle(prefix, "");
-    } else {
-      doPriorityIs(prefix, priority);
-    }
-  }
+  for (const Pax::IpGenPrefix &prefix : prefixesOf(acl)) doPriorityIs(prefix);
 }
 
 // The interface leaves the ACL with its priority; while the configuration still names the ACL it
@@ -278,11 +289,10 @@ void KivRpCandidateConfig::doAclDetach(const std::string &acl) {
 
 void KivRpCandidateConfig::doAclPrefixActivate(const std::string &acl, const Pax::IpGenPrefix &prefix) {
   VRF_TRACE_ENTRY_WITH(trace, " ( " << acl << ", " << prefix << " )");
-  if (!isUsable()) return;
+  if (!initialized_) return;
   VRF_TRACE(trace, 4, "Writing to Status for C-RP with key  " << address_);
   doAclPrefixAdd(acl, prefix);
-  const Kiv::Ptr<RpCandidateAclEntryOptions> options = notifier()->aclOptions(acl);
-  if (options && options->priority() != rpPriorityUnset) doPriorityIs(prefix, options->priority());
+  if (notifier()->aclOptions(acl)) doPriorityIs(prefix);
 }
 
 void KivRpCandidateConfig::doAclPrefixDeactivate(const std::string &acl, const Pax::IpGenPrefix &prefix) {
@@ -309,17 +319,7 @@ void KivRpCandidateConfig::handleAdvInterval() {
 }
 
 Kiv::Ptr<RpCandidate> KivRpCandidateConfig::crp() const {
-  if (!initialized_ || isTaken(address_)) return nullptr;
-  return status().crp(address_);
-}
-
-// Another interface may have put its element under our address while we served nothing.
-bool KivRpCandidateConfig::isUsable() {
-  if (initialized_ && isTaken(address_)) {
-    initialized_ = false;
-    address_ = Pax::IpGenAddr();
-  }
-  return initialized_;
+  return initialized_ && !isTaken(address_) ? status().crp(address_) : nullptr;
 }
 
 bool KivRpCandidateConfig::isTaken(const Pax::IpGenAddr &address) const {
@@ -331,6 +331,7 @@ bool KivRpCandidateConfig::isTaken(const Pax::IpGenAddr &address) const {
 void KivRpCandidateConfig::doCrpIs() {
   const Kiv::Ptr<RpCandidate> created = status().crpIs(address_);
   created->intfIdIs(intfId_);
+  configSm_.handleCrpAdd(address_);
   created->intervalIs(notifier()->advInterval());
   created->modeIs(notifier()->mode());
   for (const auto &[prefix, options] : groupRangeOptions_) options->handlePriority();
@@ -356,40 +357,41 @@ void KivRpCandidateConfig::doCounterInc(const Pax::IpGenPrefix &prefix) {
   VRF_TRACE(trace, 4, "C-RP PrefixCounter for prefix " << prefix << " is " << count);
 }
 
-void KivRpCandidateConfig::doPriorityIs(const Pax::IpGenPrefix &prefix, RpPriority priority) {
-  crp()->prefixOptionsIs(prefix)->priorityIs(priority);
+// Brings the prefix to the priority that stands, or to none, and returns it.
+RpPriority KivRpCandidateConfig::doPriorityIs(const Pax::IpGenPrefix &prefix) {
+  const RpPriority priority = priorityOf(prefix);
+  if (priority != rpPriorityUnset) {
+    crp()->prefixOptionsIs(prefix)->priorityIs(priority);
+  } else if (crp()->prefixOptions(prefix)) {
+    crp()->prefixOptionsDel(prefix);
+    VRF_TRACE(trace, 4, "Deleted priority of prefix " << prefix << " from prefixOptions");
+  }
+  return priority;
 }
 
 // After a source of the prefix's priority went: another one's stands from now on, or none.
 void KivRpCandidateConfig::doPrioritySettle(const Pax::IpGenPrefix &prefix, const char *because) {
-  const Kiv::Ptr<RpCandidate> own = crp();
-  const Kiv::Ptr<RpCandidateGroupEntryOptions> present = own ? own->prefixOptions(prefix) : nullptr;
-  if (!present) return;
-  const std::vector<RpPriority> configured = priorities(prefix);
-  if (configured.empty()) {
-    own->prefixOptionsDel(prefix);
-    VRF_TRACE(trace, 4, "Deleted priority of prefix " << prefix << " from prefixOptions");
-    return;
-  }
-  const bool stands = std::find(configured.begin(), configured.end(), present->priority()) != configured.end();
-  if (!stands) present->priorityIs(configured.front());
-  VRF_TRACE(
-      trace, 4,
-      "Created prefix " << prefix << " with priority " << present->priority() << " to C-RP " << address_ << because);
+  if (!crp() || !crp()->prefixOptions(prefix)) return;
+  const RpPriority priority = doPriorityIs(prefix);
+  if (priority == rpPriorityUnset) return;
+  VRF_TRACE(trace, 4,
+            "Created prefix " << prefix << " with priority " << priority << " to C-RP " << address_ << because);
 }
 
-// Those configured for the prefix: its range's first, then those of ACLs that permit it.
-std::vector<RpPriority> KivRpCandidateConfig::priorities(const Pax::IpGenPrefix &prefix) const {
-  std::vector<RpPriority> result;
+// An entry whose priority is not set yet has none.
+RpPriority KivRpCandidateConfig::priorityOf(const Pax::IpGenPrefix &prefix) const {
+  RpPriority last = rpPriorityUnset;
   const auto add = [&](const auto &options) {
-    if (options && options->priority() != rpPriorityUnset) result.push_back(options->priority());
+    if (options && options->priority() != rpPriorityUnset) last = options->priority();
   };
   add(notifier()->groupRangeOptions(prefix));
-  for (const auto &[acl, in] : notifier()->acl()) {
+  std::vector<std::string> acls = notifier()->acl().keys();
+  std::sort(acls.begin(), acls.end());
+  for (const std::string &acl : acls) {
     const Kiv::Ptr<BsrConfigAcl> bsrConfigAcl = configSm_.bsrConfigAcl(acl);
     if (bsrConfigAcl && bsrConfigAcl->grpPrefix(prefix)) add(notifier()->aclOptions(acl));
   }
-  return result;
+  return last;
 }
 
 std::vector<Pax::IpGenPrefix> KivRpCandidateConfig::prefixesOf(const std::string &acl) const {

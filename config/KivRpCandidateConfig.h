@@ -12,11 +12,11 @@ namespace Routing::Pim::Bsr {
 
 /// Publishes a `Status.crp` element under the interface's address while it serves a prefix. Each
 /// range and each ACL that permits a prefix counts as a source of it. A priority that is configured
-/// for a prefix, by its range or by an ACL, is in the element's `prefixOptions`; where several are
-/// configured, the last write stands.
+/// for a prefix, by its range or by an ACL, is in the element's `prefixOptions`; of several, that of
+/// the last ACL by name, or of the range where no ACL has one.
 ///
 /// An address serves one interface: while another interface's element stands under it, this one
-/// counts as having no usable address, and starts when that element goes.
+/// counts as having no usable address and uses no ACL, and starts when that element goes.
 class KivRpCandidateConfig : public RpCandidateConfig::Notifiee {
  public:
   KivRpCandidateConfig(ConfigSm &configSm, const Pax::IntfId &intfId, const Kiv::Ptr<const RpCandidateConfig> &config);
@@ -30,6 +30,8 @@ class KivRpCandidateConfig : public RpCandidateConfig::Notifiee {
 
   void handleInitialized();
   void handleDel();
+  /// Another interface's element stands under the address now.
+  void handleAddressTaken(const Pax::IpGenAddr &address);
   /// The element that stood under the address is gone.
   void handleAddressFree(const Pax::IpGenAddr &address);
   /// The ACL, which the interface uses, starts or stops to permit the prefix.
@@ -64,27 +66,26 @@ class KivRpCandidateConfig : public RpCandidateConfig::Notifiee {
   void doRemove();
   void doGroupAdd(const Pax::IpGenPrefix &prefix);
   void doGroupRemove(const Pax::IpGenPrefix &prefix);
-  void doGroupOptionsAdd(const Pax::IpGenPrefix &prefix, RpPriority priority);
+  void doGroupOptionsAdd(const Pax::IpGenPrefix &prefix);
   void doGroupOptionsRemove(const Pax::IpGenPrefix &prefix);
   void doAclAdd(const std::string &acl);
   void doAclRegister(const std::string &acl);
   void doAclPrefixAdd(const std::string &acl, const Pax::IpGenPrefix &prefix);
   void doAclRemove(const std::string &acl);
-  void doAclOptionsAdd(const std::string &acl, RpPriority priority);
+  void doAclOptionsAdd(const std::string &acl);
   void doAclOptionsRemove(const std::string &acl);
   void doAclDetach(const std::string &acl);
 
   /// This interface's element, empty while there is none.
   Kiv::Ptr<RpCandidate> crp() const;
-  bool isUsable();
   bool isTaken(const Pax::IpGenAddr &address) const;
   void doCrpIs();
   void doCrpDelIfIdle();
   void doCounterIs(const Pax::IpGenPrefix &prefix);
   void doCounterInc(const Pax::IpGenPrefix &prefix);
-  void doPriorityIs(const Pax::IpGenPrefix &prefix, RpPriority priority);
+  RpPriority doPriorityIs(const Pax::IpGenPrefix &prefix);
   void doPrioritySettle(const Pax::IpGenPrefix &prefix, const char *because);
-  std::vector<RpPriority> priorities(const Pax::IpGenPrefix &prefix) const;
+  RpPriority priorityOf(const Pax::IpGenPrefix &prefix) const;
   std::vector<Pax::IpGenPrefix> prefixesOf(const std::string &acl) const;
   bool usesAcl(const std::string &acl) const;
   const std::string &vrfName() const { return configSm_.vrfName(); }

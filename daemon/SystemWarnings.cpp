@@ -15,7 +15,7 @@ namespace {
 
 bool permits(const Configuration &configuration, const std::set<std::string> &acls, const Pax::IpGenAddr &address) {
   return std::any_of(acls.begin(), acls.end(), [&](const std::string &acl) {
-    const Prefixes permitted = permittedPrefixes(configuration.acl.at(acl), configuration.family);
+    const Prefixes permitted = permittedPrefixes(configuration.acl.at(acl), configuration.family).unicast;
     return std::any_of(permitted.begin(), permitted.end(),
                        [&](const Pax::IpGenPrefix &prefix) { return prefix.covers(Pax::IpGenPrefix::host(address)); });
   });

@@ -65,7 +65,7 @@ class WarningFinder {
     static const Pax::IpGenPrefix scoped(Pax::IpGenAddr::v4(239u << 24), 8);
     Prefixes ranges;
     for (const auto &[intfId, candidacy] : settings.rpCandidateConfig) {
-      ranges.merge(rangesOf(configuration_, candidacy));
+      for (const auto &[range, sources] : rangesOf(configuration_, candidacy)) ranges.insert(range);
     }
     for (const Said &zone : zones) {
       if (zone.prefix == all_) continue;
@@ -112,7 +112,7 @@ class WarningFinder {
     }
   }
   void judgeJoined(const std::string &acl, const AclRules &rules) {
-    const Prefixes permitted = permittedPrefixes(rules, configuration_.family);
+    const Prefixes permitted = permittedGroups(configuration_, acl);
     for (size_t i = 0; i < rules.size(); ++i) {
       const Pax::IpGenPrefix &source = rules[i].filter.source;
       if (rules[i].action != Acl::Action::permit || !all_.covers(source) || permitted.contains(source)) continue;

@@ -39,7 +39,7 @@ std::string whyUseless(const VrfView &view, const std::string &acl, const std::v
   return users.empty() ? "not used in this VRF" : whyNotRunning(view);
 }
 
-Rows textsOf(const std::vector<Pax::IpGenPrefix> &prefixes) {
+Rows textsOf(const std::set<Pax::IpGenPrefix> &prefixes) {
   Rows json = Rows::array();
   for (const Pax::IpGenPrefix &prefix : prefixes) json.push_back(toJson(prefix));
   return json;

@@ -29,8 +29,7 @@ std::string lackOf(const Offer::Values &values) {
 template <class Entry>
 void addSource(Offer &offer, const std::string &source, const Entry &entry) {
   const Offer::Values values{entry.priority(), entry.hashMaskLen(), entry.interval()};
-  const bool better = !lackOf(offer.values).empty() && lackOf(values).empty();
-  if (offer.sources.empty() || better) offer.values = values;
+  if (offer.sources.empty() || lackOf(values).empty()) offer.values = values;
   offer.sources.push_back(source);
   offer.lack = lackOf(offer.values);
 }

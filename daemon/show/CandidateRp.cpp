@@ -15,15 +15,13 @@ using Priorities = std::map<Pax::IpGenPrefix, RpPriority>;
 /// What it would serve.
 Priorities configuredGroups(const VrfView &view, const RpCandidateConfig &config) {
   Priorities groups;
-  for (const std::string &acl : config.acl().keys()) {
-    const auto options = config.aclOptions(acl);
-    for (const Pax::IpGenPrefix &prefix : permittedBy(view, acl).groups) {
-      groups[prefix] = options ? options->priority() : rpPriorityUnset;
-    }
-  }
-  for (const Pax::IpGenPrefix &prefix : config.groupRange().keys()) {
-    const auto options = config.groupRangeOptions(prefix);
-    groups[prefix] = options ? options->priority() : rpPriorityUnset;
+  const auto add = [&](const Pax::IpGenPrefix &prefix, const auto &options) {
+    RpPriority &priority = groups.try_emplace(prefix, rpPriorityUnset).first->second;
+    if (options && options->priority() != rpPriorityUnset) priority = options->priority();
+  };
+  for (const Pax::IpGenPrefix &prefix : config.groupRange().keys()) add(prefix, config.groupRangeOptions(prefix));
+  for (const std::string &acl : sortedKeys(config.acl())) {
+    for (const Pax::IpGenPrefix &prefix : permittedBy(view, acl).groups) add(prefix, config.aclOptions(acl));
   }
   return groups;
 }

@@ -17,14 +17,9 @@ std::string join(const Pax::IntfId &intfId, const char *what) {
 }  // namespace
 
 Permitted permittedBy(const VrfView &view, const std::string &acl) {
-  Permitted permitted;
   const auto config = view.ipAclConfig->acl(acl);
-  if (!config) return permitted;
-  permitted.exists = true;
-  for (const Pax::IpGenPrefix &prefix : AclPrefix::permittedPrefixes(*config, view.af)) {
-    (Pax::allGroups(view.af).covers(prefix) ? permitted.groups : permitted.unicast).push_back(prefix);
-  }
-  return permitted;
+  if (!config) return {};
+  return {sortPermitted(AclPrefix::permittedPrefixes(*config, view.af), view.af), true};
 }
 
 std::string whyNotRunning(const VrfView &view) { return view.configSm ? "" : "the VRF does not run"; }

@@ -2,17 +2,15 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
+#include "config/PermittedPrefixes.h"
 #include "daemon/show/Show.h"
 
 namespace Routing::Pim::Bsr {
 
 /// What the rules of an ACL permit now, whether anybody uses it or not.
-struct Permitted {
+struct Permitted : PermittedPrefixes {
   bool exists = false;
-  std::vector<Pax::IpGenPrefix> groups;
-  std::vector<Pax::IpGenPrefix> unicast;
 };
 Permitted permittedBy(const VrfView &view, const std::string &acl);
 

@@ -2,193 +2,235 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <sstream>
-
-#include "daemon/ConfigFile.h"
+#include "daemon/EntityJson.h"
+#include "platform/tracelet/Sinks.h"
+#include "tests/daemon/RandomFile.h"
 
 namespace Routing::Pim::Bsr {
 namespace {
 
-/// What is heard of a configuration, in order: "+NAME KEY", "-NAME KEY" and "NAME VALUE".
-struct Log {
-  std::vector<std::string> heard;
-  std::vector<std::shared_ptr<void>> ears;
+using namespace ::Test;
 
-  template <class... Parts>
-  void add(const Parts &...parts) {
-    std::ostringstream text;
-    (text << ... << parts);
-    heard.push_back(text.str());
+/// ACLs of one rule each, and what names them: "" stands for an explicit entry of `prefix`.
+struct Said {
+  std::map<std::string, std::string> acls;
+  Texts sources;
+  uint16_t priority = 10;
+};
+
+/// A file by which "a" is a candidate BSR of the zone and a candidate RP of the range, from the same sources.
+Json fileOf(const std::string &prefix, const Said &said) {
+  Json file = Json::parse(R"({"pim": {"default": {}, "blue": {}}})");
+  for (const auto &[acl, permitted] : said.acls) file["acl"][acl] = {{{"permit", permitted}}};
+  Json &settings = file["vrfConfig"]["default"];
+  const Json values = {{"priority", said.priority}};
+  for (const std::string &source : said.sources) {
+    settings["bsrCandidateConfig"]["a"][source.empty() ? "group" : "acl"][source.empty() ? prefix : source] = values;
+    settings["rpCandidateConfig"]["a"][source.empty() ? "groupRange" : "acl"][source.empty() ? prefix : source] =
+        values;
   }
-};
-
-template <class EntityType>
-struct Ear : EntityType::Notifiee {
-  Ear(Log &log, const Kiv::Ptr<EntityType> &entity) : log(log) { this->notifierIs(entity); }
-  Log &log;
-};
-
-#define HEAR(Name, name) \
-  void on##Name() override { log.add(#name " ", this->notifier()->name()); }
-#define HEAR_SET(Key, Name, name) \
-  void on##Name(const Key &key) override { log.add(this->notifier()->name(key) ? "+" : "-", #name " ", key); }
-// Listens to a new element, too.
-#define HEAR_MAP(Key, Name, name, ElementEar)                                          \
-  void on##Name(const Key &key) override {                                             \
-    const auto element = this->notifier()->name(key);                                  \
-    log.add(element ? "+" : "-", #name " ", key);                                      \
-    if (element) log.ears.push_back(std::make_shared<ElementEar>(this->log, element)); \
-  }
-
-template <class Entry>
-struct CandidacyEar : Ear<Entry> {
-  using Ear<Entry>::Ear, Ear<Entry>::log;
-  HEAR(Interval, interval)
-  HEAR(Priority, priority)
-  HEAR(HashMaskLen, hashMaskLen)
-};
-template <class Options>
-struct OptionsEar : Ear<Options> {
-  using Ear<Options>::Ear, Ear<Options>::log;
-  HEAR(Priority, priority)
-};
-struct BsrEar : Ear<BsrCandidateConfig> {
-  using Ear::Ear;
-  HEAR_MAP(Pax::IpGenPrefix, Group, group, CandidacyEar<BsrCandidateGroup>)
-  HEAR_MAP(std::string, Acl, acl, CandidacyEar<BsrCandidateAcl>)
-};
-struct RpEar : Ear<RpCandidateConfig> {
-  using Ear::Ear;
-  HEAR_SET(Pax::IpGenPrefix, GroupRange, groupRange)
-  HEAR_SET(std::string, Acl, acl)
-  HEAR_MAP(Pax::IpGenPrefix, GroupRangeOptions, groupRangeOptions, OptionsEar<RpCandidateGroupEntryOptions>)
-  HEAR_MAP(std::string, AclOptions, aclOptions, OptionsEar<RpCandidateAclEntryOptions>)
-  HEAR(Mode, mode)
-  HEAR(AdvInterval, advInterval)
-};
-struct VrfEar : Ear<Config> {
-  using Ear::Ear;
-  HEAR(HoldTime, holdTime)
-  HEAR(SzTimeout, szTimeout)
-  HEAR_MAP(Pax::IntfId, BsrCandidateConfig, bsrCandidateConfig, BsrEar)
-  HEAR_MAP(Pax::IntfId, RpCandidateConfig, rpCandidateConfig, RpEar)
-  HEAR_SET(std::string, CrpFilterAcl, crpFilterAcl)
-};
-struct IntfEar : Ear<IntfConfig> {
-  using Ear::Ear;
-  HEAR_SET(Pax::IpGenPrefix, BsrBorderGrp, bsrBorderGrp)
-  HEAR_SET(std::string, BsrBorderAcl, bsrBorderAcl)
-};
-struct CollEar : Ear<ConfigColl> {
-  using Ear::Ear;
-  HEAR_MAP(L3::VrfName, VrfConfig, vrfConfig, VrfEar)
-  HEAR_MAP(Pax::IntfId, IntfConfig, intfConfig, IntfEar)
-};
-struct AclEar : Ear<Acl::AclConfig> {
-  using Ear::Ear;
-  void onCurrCfg() override { log.add("rules of ", notifier()->name()); }
-};
-struct AclsEar : Ear<Acl::Input::Config> {
-  using Ear::Ear;
-  HEAR_MAP(std::string, Acl, acl, AclEar)
-};
-
-struct Reload {
-  const char *before;
-  const char *after;
-  std::vector<std::string> heard;
-};
-
-/// What a reload lets hear; a second one must be silent.
-std::vector<std::string> heardOf(const Reload &reload) {
-  Log log;
-  const auto coll = Kiv::make<ConfigColl>();
-  const auto acls = Kiv::make<Acl::Input::Config>();
-  const CollEar collEar(log, coll);
-  const AclsEar aclsEar(log, acls);
-  const auto apply = [&](const std::string &text) {
-    const auto loaded = configurationFromText(text, Pax::AddressFamily::ipv4);
-    for (const Finding &error : loaded.findings.errors) ADD_FAILURE() << toText(text, error);
-    log.heard.clear();
-    configurationApply(loaded.configuration, *coll, *acls);
-    return log.heard;
-  };
-  const auto file = [](const char *settings) { return std::string(R"({"pim": {"default": {}}, )") + settings + "}"; };
-  apply(file(reload.before));
-  const auto heard = apply(file(reload.after));
-  EXPECT_EQ(apply(file(reload.after)), std::vector<std::string>());
-  return heard;
+  return file;
 }
 
-#define BSR(candidates) R"("vrfConfig": {"default": {"holdTime": 130, "bsrCandidateConfig": {)" candidates "}}}"
-#define RP(candidates) R"("vrfConfig": {"default": {"rpCandidateConfig": {)" candidates "}}}"
-#define PERMIT(prefix) R"([{"permit": ")" prefix R"("}])"
+/// Of interfaces with one address, the one that serves it goes on to do so; who would be the first of a start is
+/// another matter.
+Json asServed(Json file, Box &box) {
+  for (const std::string &vrf : vrfs) {
+    for (const std::string intf : {"a", "b", "c"}) {
+      const auto crp = box.status(vrf).crp(box.addressOf(vrf, intf));
+      if (crp && crp->intfId().name() != intf) file["vrfConfig"][vrf]["rpCandidateConfig"].erase(intf);
+    }
+  }
+  return file;
+}
 
-TEST(ConfigApply, AReloadWritesWhatDiffersInTheOrderInWhichNothingThatStaysIsAway) {
-  const Reload table[] = {
-      {R"("vrfConfig": {})", R"("vrfConfig": {"default": {"holdTime": 60}})", {"holdTime 60", "szTimeout 600"}},
-      // An entry is complete with its hash mask length.
-      {R"("acl": {})",
-       BSR(R"("lo": {"group": {"224.0.0.0/4": {"interval": 30}}})"),
-       {"+bsrCandidateConfig lo", "+group 224.0.0.0/4", "interval 30", "priority 64", "hashMaskLen 30"}},
-      {BSR(R"("lo": {"group": {"224.0.0.0/4": {}}})"),
-       BSR(R"("lo": {"group": {"224.0.0.0/4": {"priority": 65}}})"),
-       {"priority 65"}},
-      {RP(R"("lo": {"groupRange": {"225.0.0.0/8": {"priority": 1}, "226.0.0.0/8": {}}})"),
-       RP(R"("lo": {"groupRange": {"225.0.0.0/8": {"priority": 2}, "227.0.0.0/8": {}}, "mode": "bidir"})"),
-       {"mode bidir", "priority 2", "+groupRange 227.0.0.0/8", "+groupRangeOptions 227.0.0.0/8", "priority 192",
-        "-groupRange 226.0.0.0/8", "-groupRangeOptions 226.0.0.0/8"}},
-      // ACLs come first and go last, and change at one stroke.
-      {R"("acl": {"A": [{"permit": "239.1.0.0/16"}, {"permit": "239.3.0.0/16"}]}, )" BSR(R"("lo": {"acl": {"A": {}}})"),
-       R"("acl": {"B": )" PERMIT("239.1.0.0/16") "}, " BSR(R"("lo": {"acl": {"B": {}}})"),
-       {"+acl B", "rules of B", "+acl B", "priority 64", "hashMaskLen 30", "-acl A", "-acl A"}},
-      {R"("acl": {"A": [{"permit": "239.1.0.0/16"}, {"permit": "239.3.0.0/16"}]}, )" BSR(R"("lo": {"acl": {"A": {}}})"),
-       R"("acl": {"A": [{"permit": "239.3.0.0/16"}, {"deny": "any"}]}, )" BSR(R"("lo": {"acl": {"A": {}}})"),
-       {"rules of A"}},
-      // A prefix moves within one interface: there first, then away.
-      {R"("acl": {"A": )" PERMIT("239.2.0.0/16") "}, " BSR(
-           R"("lo": {"group": {"239.1.0.0/16": {}}, "acl": {"A": {}}})"),
-       R"("acl": {"A": )" PERMIT("239.1.0.0/16") "}, " BSR(
-           R"("lo": {"group": {"239.2.0.0/16": {}}, "acl": {"A": {}}})"),
-       {"+group 239.2.0.0/16", "priority 64", "hashMaskLen 30", "rules of A", "-group 239.1.0.0/16"}},
-      {R"("acl": {"A": )" PERMIT("239.1.0.0/16") R"(, "B": [{"deny": "any"}]}, )" RP(
-           R"("lo": {"acl": {"A": {}, "B": {}}})"),
-       R"("acl": {"B": )" PERMIT("239.1.0.0/16") R"(, "A": [{"deny": "any"}]}, )" RP(
-           R"("lo": {"acl": {"A": {}, "B": {}}})"),
-       {"rules of B", "rules of A"}},
-      // A zone moves to another interface: away first, whether it is there by itself or by an ACL.
-      {BSR(R"("lo": {"group": {"239.1.0.0/16": {}}})"),
-       BSR(R"("eth0": {"group": {"239.1.0.0/16": {}}})"),
-       {"-group 239.1.0.0/16", "+bsrCandidateConfig eth0", "+group 239.1.0.0/16", "priority 64", "hashMaskLen 30",
-        "-bsrCandidateConfig lo"}},
-      {R"("acl": {"A": )" PERMIT("239.1.0.0/16") "}, " BSR(R"("lo": {"acl": {"A": {}}})"),
-       R"("acl": {"A": )" PERMIT("239.1.0.0/16") "}, " BSR(R"("eth0": {"group": {"239.1.0.0/16": {}}})"),
-       {"-acl A", "+bsrCandidateConfig eth0", "+group 239.1.0.0/16", "priority 64", "hashMaskLen 30",
-        "-bsrCandidateConfig lo"}},
-      {R"("acl": {"A": )" PERMIT("239.1.0.0/16") "}, " BSR(R"("lo": {"acl": {"A": {}}})"),
-       R"("acl": {"A": )" PERMIT("239.2.0.0/16") "}, " BSR(
-           R"("eth0": {"group": {"239.1.0.0/16": {}}}, "lo": {"acl": {"A": {}}})"),
-       {"+bsrCandidateConfig eth0", "rules of A", "+group 239.1.0.0/16", "priority 64", "hashMaskLen 30"}},
-      {R"("acl": {"A": [{"deny": "any"}], "B": )" PERMIT("239.1.0.0/16") "}, " BSR(
-           R"("lo": {"acl": {"A": {}}}, "eth0": {"acl": {"B": {}}})"),
-       R"("acl": {"B": [{"deny": "any"}], "A": )" PERMIT("239.1.0.0/16") "}, " BSR(
-           R"("lo": {"acl": {"A": {}}}, "eth0": {"acl": {"B": {}}})"),
-       {"rules of B", "rules of A"}},
-      {R"("acl": {"A": )" PERMIT("239.1.0.0/16") "}, " BSR(
-           R"("lo": {"acl": {"A": {}}}, "eth0": {"group": {"239.2.0.0/16": {}}})"),
-       R"("acl": {"A": )" PERMIT("239.2.0.0/16") "}, " BSR(R"("eth0": {"group": {"239.2.0.0/16": {}}})"),
-       {"-acl A", "rules of A", "-bsrCandidateConfig lo"}},
-      // A filter is never without an ACL in between, which would let everybody in.
-      {R"("acl": {"A": [], "B": []}, "vrfConfig": {"default": {"crpFilterAcl": ["A"]}})",
-       R"("acl": {"B": []}, "vrfConfig": {"default": {"crpFilterAcl": ["B"]}})",
-       {"+crpFilterAcl B", "-crpFilterAcl A", "-acl A"}},
-      {R"("intfConfig": {"e": {"bsrBorderGrp": ["239.1.0.0/16"]}})",
-       R"("intfConfig": {"e": {"bsrBorderGrp": ["239.2.0.0/16"]}, "f": {}})",
-       {"+bsrBorderGrp 239.2.0.0/16", "+intfConfig f", "-bsrBorderGrp 239.1.0.0/16"}},
-      {R"("intfConfig": {"e": {}})", R"("vrfConfig": {})", {"-intfConfig e"}},
+std::string difference(const Lines &is, const Lines &want) {
+  std::string text;
+  for (const auto &[sign, left, right] : {std::tuple("  is ", &is, &want), std::tuple("  wants ", &want, &is)}) {
+    for (const auto &[at, value] : *left) {
+      const auto found = right->find(at);
+      if (found == right->end() || found->second != value) text += sign + at + " = " + value + "\n";
+    }
+  }
+  return text;
+}
+
+/// What differs from an agent that starts with the file.
+std::string unlikeFresh(Box &box, const Json &file) {
+  Box fresh(box.network.af(), true);
+  for (const std::string &vrf : vrfs) {
+    for (const std::string intf : {"a", "b", "c"}) {
+      for (uint32_t n = 0; n <= 3; ++n) {
+        if (n == 0 || box.addressOf(vrf, intf) == box.address(vrf, n)) fresh.addressIs(vrf, intf, n);
+      }
+    }
+  }
+  fresh.apply(asServed(file, box));
+  fresh.own.start();
+  std::string wrong = difference(box.configured(), fresh.configured());
+  for (const std::string &vrf : vrfs) {
+    const std::string named = file.at("vrfConfig").at(vrf).dump() + file.value("intfConfig", Json()).dump();
+    for (const auto &[acl, kept] : box.configSm(vrf).bsrConfigAcl()) {
+      if (named.find('"' + acl + '"') == named.npos) wrong += "  keeps ACL " + acl + " of " + vrf + "\n";
+    }
+  }
+  return wrong;
+}
+
+/// One random life of a file. Empty, or what went wrong.
+std::string life(const Addresses &a, uint32_t seed) {
+  RandomFile file(a, seed);
+  Box box(a.af);
+  std::vector<Texts> served(3);
+  for (int step = 0; step < 40; ++step) {
+    const std::string before = file.json.dump();
+    file.change();
+    const bool crashes = box.own.runs() && file.upTo(4) == 0;
+    if (crashes) box.own.crash();
+    const bool readdressed = file.upTo(3) == 0;
+    if (readdressed) box.addressIs(vrfs[file.upTo(2)], std::string(1, "abc"[file.upTo(3)]), file.upTo(4));
+    const Texts elected = crashes ? Texts() : box.elected();
+    box.goodbyes.clear();
+    box.apply(file.json);
+    std::string wrong;
+    if (!box.own.runs()) {
+      box.own.start();
+    } else {
+      const Tracelet::CaptureSink traces;
+      box.apply(file.json);
+      if (!traces.lines().empty()) wrong += "  not silent when applied again: " + traces.lines().front() + "\n";
+    }
+    wrong += unlikeFresh(box, file.json);
+    box.network.time().runFor(40 + file.upTo(100));
+    served.erase(served.begin());
+    served.push_back(box.served());
+    for (const std::string &goodbye : box.goodbyes) {
+      for (const std::string &what : served.back()) {
+        const bool stayed = std::all_of(served.begin(), served.end(), [&](const Texts &s) { return s.contains(what); });
+        if (what.starts_with(goodbye) && stayed) wrong += "  goodbye of " + what + "\n";
+      }
+    }
+    for (const std::string &zone : elected) {
+      const auto goesOn = [&](const std::string &what) { return what.starts_with(zone); };
+      if (readdressed || box.goodbyes.contains(zone)) continue;
+      if (std::none_of(served.back().begin(), served.back().end(), goesOn)) wrong += "  no goodbye of " + zone + "\n";
+    }
+    if (!wrong.empty()) {
+      return text(a.af, "seed", seed, "step", step) + ":\n" + wrong + "from\n" + before + "\nto\n" + file.json.dump();
+    }
+  }
+  return "";
+}
+
+// Where sources differ, the last ACL stands.
+TEST(ConfigApply, StatusSaysWhatTheFileSays) {
+  Box box(Pax::AddressFamily::ipv4, true);
+  Json file = Json::parse(R"({"pim": {"default": {"interfaces": ["eth0"]}, "blue": {}},
+    "acl": {"A": [{"permit": "239.1.0.0/16"}, {"permit": "10.0.0.0/8"}],
+            "B": [{"permit": "239.1.0.0/16"}, {"permit": "225.1.0.0/16"}], "C": [{"permit": "any"}],
+            "D": [{"permit": "224.0.0.0/4"}, {"permit": "10.0.0.0/8"}]},
+    "vrfConfig": {"default": {"holdTime": 100, "szTimeout": 900, "crpFilterAcl": ["A", "C", "D"],
+      "bsrCandidateConfig": {
+        "a": {"group": {"239.1.0.0/16": {"priority": 1, "hashMaskLen": 10, "interval": 21}},
+              "acl": {"A": {"priority": 2, "hashMaskLen": 11, "interval": 22},
+                      "B": {"priority": 3, "hashMaskLen": 12, "interval": 23}}},
+        "b": {"acl": {"C": {"priority": 5}}}},
+      "rpCandidateConfig": {
+        "a": {"groupRange": {"239.1.0.0/16": {"priority": 1}, "226.1.0.0/16": {"priority": 7}},
+              "acl": {"A": {"priority": 2}, "B": {"priority": 3}}, "mode": "bidir", "advInterval": 33}}}},
+    "intfConfig": {"eth0": {"bsrBorderGrp": ["239.2.0.0/16"], "bsrBorderAcl": ["C"]}}})");
+  box.apply(file);
+  box.own.start();
+  Json status = toJson(box.status("default"));
+  Json &prefixes = status["crp"]["10.1.0.1"]["prefixSet"];
+  std::sort(prefixes.begin(), prefixes.end());
+  const Json want = Json::parse(R"({"bsTimeout": 100, "szTimeout": 1000,
+    "bsBorder": {"224.0.0.0/4": {"intfId": ["eth0"]}, "239.2.0.0/16": {"intfId": ["eth0"]}},
+    "cbsr": {"224.0.0.0/4": {"address": "10.1.0.2", "intfId": "b", "priority": 5, "hashMaskLen": 30, "bsPeriod": 60},
+             "225.1.0.0/16": {"address": "10.1.0.1", "intfId": "a", "priority": 3, "hashMaskLen": 12, "bsPeriod": 23},
+             "239.1.0.0/16": {"address": "10.1.0.1", "intfId": "a", "priority": 3, "hashMaskLen": 12, "bsPeriod": 23}},
+    "crp": {"10.1.0.1": {"intfId": "a", "mode": "bidir", "interval": 33,
+      "prefixSet": ["225.1.0.0/16", "226.1.0.0/16", "239.1.0.0/16"],
+      "prefixOptions": {"225.1.0.0/16": {"priority": 3}, "226.1.0.0/16": {"priority": 7},
+                        "239.1.0.0/16": {"priority": 3}}}},
+    "crpPermit": {"0.0.0.0/0": true, "10.0.0.0/8": true},
+    "zoneAcl": {"A": "a", "B": "a", "C": "b"}, "zoneGroup": {"239.1.0.0/16": "a"}})");
+  Json patched = status;
+  patched.merge_patch(want);
+  EXPECT_EQ(patched, status) << status;
+  const Lines before = box.configured();
+  for (const char *role : {"bsrCandidateConfig", "rpCandidateConfig"}) {
+    Json &candidate = file["vrfConfig"]["default"][role]["a"];
+    candidate[role[0] == 'b' ? "group" : "groupRange"]["239.1.0.0/16"]["priority"] = 8;
+    candidate["acl"]["A"]["priority"] = 9;
+  }
+  file["vrfConfig"]["default"]["crpFilterAcl"] = {"C", "D"};
+  box.apply(file);
+  EXPECT_EQ(difference(box.configured(), before), "");
+  for (const char *name : {"bsBorder", "cbsr", "crp", "crpPermit"}) EXPECT_EQ(status[name].size(), want[name].size());
+}
+
+TEST(ConfigApply, ANeighbourKeepsBsrAndRpWhileTheirSourcesMove) {
+  const std::string zone = "239.1.0.0/16", other = "239.2.0.0/16";
+  const struct {
+    Said before, after;
+  } moves[] = {
+      {{{}, {""}}, {{{"A", zone}}, {"A"}}},
+      {{{{"A", zone}}, {"A"}}, {{}, {""}}},
+      {{{{"A", zone}}, {"A"}}, {{{"B", zone}}, {"B"}}},
+      {{{{"B", zone}}, {"B"}}, {{{"A", zone}}, {"A"}}},
+      {{{{"B", zone}}, {"B"}}, {{{"A", zone}, {"B", other}}, {"A"}}},
+      {{{{"B", zone}}, {"B"}}, {{{"A", zone}, {"B", other}}, {"A", "B"}}},
+      {{{{"A", zone}}, {"A"}}, {{{"A", other}, {"B", zone}}, {"B"}}},
+      {{{{"A", zone}, {"B", other}}, {"A", "B"}}, {{{"A", other}, {"B", zone}}, {"A", "B"}}},
+      {{{{"A", other}, {"B", zone}}, {"A", "B"}}, {{{"A", zone}, {"B", other}}, {"A", "B"}}},
+      {{{{"A", zone}}, {"A"}, 10}, {{{"A", other}, {"B", zone}}, {"A", "B"}, 20}},
+      {{{{"A", other}}, {"A", ""}, 10}, {{{"A", zone}}, {"A"}, 20}},
+      {{{{"A", "any"}}, {"A"}}, {{{"A", "224.0.0.0/4"}}, {"A"}}},
+      {{{{"A", "224.0.0.0/3"}}, {"A"}}, {{{"B", "any"}}, {"B"}}},
   };
-  for (const Reload &reload : table) EXPECT_EQ(heardOf(reload), reload.heard) << reload.before << "\n" << reload.after;
+  for (const auto &[before, after] : moves) {
+    const bool all = before.acls.contains("A") && !before.acls.at("A").starts_with("239.");
+    const auto prefix = Pax::IpGenPrefix::fromText(all ? "224.0.0.0/4" : zone);
+    Box box(Pax::AddressFamily::ipv4);
+    box.apply(fileOf(zone, before));
+    const Pax::IpGenAddr us = box.address("default", 1);
+    const auto known = [&] {
+      const auto bsr = box.other.status().bootstrapRouter(prefix);
+      const auto rps = box.other.rpSet().crpSet(prefix);
+      return bsr && bsr->ipAddr() == us && bsr->priority() != 0 && rps && rps->rp(us);
+    };
+    const std::string move = fileOf(zone, before).dump() + " -> " + fileOf(zone, after).dump();
+    auto &time = box.network.time();
+    EXPECT_TRUE(time.runUntil(known, time.now() + 100)) << move;
+    box.apply(fileOf(zone, after));
+    EXPECT_FALSE(time.runUntil([&] { return !known(); }, time.now() + 400)) << move;
+  }
+}
+
+// "a" serves what A permits, from the address that is b's too.
+TEST(ConfigApply, TheOtherInterfaceOfAnAddressServesAllThatIsItsOwn) {
+  Box box(Pax::AddressFamily::ipv4);
+  box.addressIs("default", "b", 1);
+  const std::string permits = R"([{"permit": "225.1.0.0/16"}])", range = R"(, "groupRange": {"225.1.0.0/16": {}})";
+  for (const auto &[rules, own] : {std::pair<std::string, std::string>("[]", ""), {permits, ""}, {"[]", range}}) {
+    box.apply(Json::parse(R"({"pim": {"default": {}, "blue": {}}, "acl": {"A": )" + rules +
+                          R"(}, "vrfConfig": {"default": {"rpCandidateConfig": {"a": {"acl": {"A": {}}},
+                                                                               "b": {"acl": {"A": {}})" +
+                          own + "}}}}}"));
+    box.network.time().runFor(100);
+    const auto rps = box.other.rpSet().crpSet(Pax::IpGenPrefix::fromText("225.1.0.0/16"));
+    EXPECT_EQ(rps && rps->rp(box.address("default", 1)), rules == permits || own == range) << rules << own;
+  }
+}
+
+TEST(ConfigApply, StatusIsThatOfAFreshStartAndNothingThatStaysSaysGoodbye) {
+  for (const Addresses &addresses : {ipv4, ipv6}) {
+    for (uint32_t seed = 1; seed <= 6; ++seed) {
+      const std::string wrong = life(addresses, seed + (addresses.ipv4() ? 0 : 100));
+      EXPECT_TRUE(wrong.empty()) << wrong;
+    }
+  }
 }
 
 }  // namespace

@@ -177,8 +177,11 @@ TEST(ConfigFile, WhatIsDoubtfulIsAWarning) {
       {file(acls, R"(, "acl": {"A": [{"permit": "239.1.0.0/17"}, {"permit": "239.1.128.0/17"}]})"),
        {"F:/acl/A/0: 239.1.0.0/17 is joined with what else the ACL permits and counts as 239.1.0.0/16",
         "F:/acl/A/1: 239.1.128.0/17 is joined with what else the ACL permits and counts as 239.1.0.0/16"}},
-      {file(acls, R"(, "acl": {"A": [{"permit": "any"}]})"),
+      {file(acls, R"(, "acl": {"A": [{"permit": "10.0.0.0/8"}]})"),
        {at + "bsrCandidateConfig/lo/acl/A: ACL A permits no range of groups"}},
+      {file(acls, R"(, "acl": {"A": [{"permit": "224.0.0.0/4"}, {"permit": "240.0.0.0/4"}]})"), {}},
+      {file(acls, R"(, "acl": {"A": [{"permit": "239.1.0.0/16"}, {"permit": "any"}]})"),
+       {"F:/acl/A/0: 239.1.0.0/16 is joined with what else the ACL permits and counts as 224.0.0.0/4"}},
   };
   for (const Case &doubtful : table) {
     const auto loaded = configurationFromText(doubtful.text, ipv4);

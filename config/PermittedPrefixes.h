@@ -1,0 +1,18 @@
+/// What an ACL permits, sorted into groups and sources.
+#pragma once
+
+#include <set>
+#include <vector>
+
+#include "platform/pax/IpGenPrefix.h"
+
+namespace Routing::Pim::Bsr {
+
+/// The group set names zones, ranges and borders, the unicast set the sources that a filter lets in. A prefix that
+/// reaches beyond the groups of the family stands for all of them in the one, and is whole in the other.
+struct PermittedPrefixes {
+  std::set<Pax::IpGenPrefix> groups, unicast;
+};
+PermittedPrefixes sortPermitted(const std::vector<Pax::IpGenPrefix> &permitted, Pax::AddressFamily family);
+
+}  // namespace Routing::Pim::Bsr
