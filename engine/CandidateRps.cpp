@@ -61,11 +61,8 @@ void PimBsrSm::rpCandidateSmIs(const CrpOptions &options) {
   if (rpCandidateSm(options)) return;
   const auto crp = bsrStatus_->crp(options.rpAddress);
   if (!crp) return;
-  rpCandidateSm_.insert(options, std::make_unique<RpCandidateSm>(
-                                     options, bsrStatus_, bsrTrie_, timerWheel_, crpMsgStatus_, crp, random_,
-                                     [this, options](const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) {
-                                       return advertisedByAnother(options, zone, prefix);
-                                     }));
+  rpCandidateSm_.insert(options, std::make_unique<RpCandidateSm>(options, bsrStatus_, bsrTrie_, timerWheel_,
+                                                                 *crpAdvertisements_, crp, random_));
   VRF_TRACE(trace, 4, "Created RpcandidateSm with options " << options);
 }
 
@@ -73,14 +70,6 @@ void PimBsrSm::rpCandidateSmIs(const CrpOptions &options) {
 void PimBsrSm::rpCandidateSmDel(const CrpOptions &options) {
   const auto machine = rpCandidateSm_.erase(options);
   if (machine) machine->doSendCrpAdv(true);
-}
-
-bool PimBsrSm::advertisedByAnother(const CrpOptions &options, const Pax::IpGenPrefix &zone,
-                                   const Pax::IpGenPrefix &prefix) const {
-  for (const auto &[other, machine] : rpCandidateSm_) {
-    if (other != options && other.rpAddress == options.rpAddress && machine->advertises(zone, prefix)) return true;
-  }
-  return false;
 }
 
 void PimBsrSm::handleCrpMsg() {

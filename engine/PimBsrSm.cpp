@@ -78,6 +78,7 @@ void PimBsrSm::handleInitialized() {
     published_->adopt();
   }
   fragmentTimer_->timeMinIs(Orb::never);
+  crpAdvertisements_ = std::make_unique<CrpAdvertisements>(bsrStatus_, bsrTrie_, timerWheel_, crpMsgStatus_);
   initialized_ = true;
   handleBsrCandidate();
   handleRpCandidate();

@@ -27,6 +27,7 @@ namespace Routing::Pim::Bsr {
 
 class BsrCandidateSm;
 class BsrNonCandidateSm;
+class CrpAdvertisements;
 class LastBsm;
 class PimBsrTrieBuilderSm;
 class RpCandidateSm;
@@ -145,8 +146,6 @@ class PimBsrSm : public Kiv::Entity {
   void handleCrpMsg();
   void rpCandidateSmIs(const CrpOptions &options);
   void rpCandidateSmDel(const CrpOptions &options);
-  bool advertisedByAnother(const CrpOptions &options, const Pax::IpGenPrefix &zone,
-                           const Pax::IpGenPrefix &prefix) const;
 
   // Reactors come and go with what they watch.
   void handlePimIntf(const Pax::IntfId &intfId);
@@ -210,6 +209,7 @@ class PimBsrSm : public Kiv::Entity {
 
   Kiv::Table<Pax::IpGenPrefix, std::unique_ptr<BsrCandidateSm>> candidateSm_;
   Kiv::Table<Pax::IpGenPrefix, std::unique_ptr<BsrNonCandidateSm>> nonCandidateSm_;
+  std::unique_ptr<CrpAdvertisements> crpAdvertisements_;
   Kiv::Table<CrpOptions, std::unique_ptr<RpCandidateSm>> rpCandidateSm_;
   Kiv::Table<Pax::IpGenAddr, std::unique_ptr<KivCrp>> crp_;
   Kiv::Table<Pax::IntfId, std::unique_ptr<KivPimIntf>> pimIntf_;

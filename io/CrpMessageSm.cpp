@@ -97,6 +97,7 @@ void CrpMessageSm::handleTransmission() {
   if (isLocalHost(advertisement->destination())) {
     VRF_TRACE(trace, 1, "TX - Sending CRP Advertisement locally");
     count(&PimBsrCounters::txSuccessInc);
+    crpMsgStatus_->sentCountInc(1);
     handleCRPAdv(advertisement);
     return;
   }
@@ -108,6 +109,7 @@ void CrpMessageSm::handleTransmission() {
   count(&PimBsrCounters::txInc);
   if (channel.count() != before) {
     count(&PimBsrCounters::txSuccessInc);
+    crpMsgStatus_->sentCountInc(1);
   } else {
     count(&PimBsrCounters::txErrorInc);
     VRF_TRACE(trace, 1, "TX - Error sending CRP Advertisement");

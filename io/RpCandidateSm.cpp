@@ -8,25 +8,25 @@ namespace {
 
 Tracelet::Module trace("Pim::Bsr::RpCandidateSm");
 
-constexpr size_t mostCounted = 255;  // what the count field of an advertisement can say
-constexpr uint8_t flagBidir = 0x80;
-constexpr uint8_t flagAdminScope = 0x01;
+constexpr uint32_t quickMost = 2;  // seconds
 
 }  // namespace
 
 RpCandidateSm::RpCandidateSm(const CrpOptions &crpOptions, const Kiv::Ptr<const Status> &bsrStatus,
                              const Kiv::Ptr<const TrieGen> &bsrTrie, const Kiv::Ptr<Orb::TimerWheel> &timerWheel,
-                             const Kiv::Ptr<PimCrpMsgStatus> &crpMsgStatus, const Kiv::Ptr<const RpCandidate> &crp,
-                             Orb::Random &random, AdvertisedElsewhere advertisedElsewhere)
+                             CrpAdvertisements &advertisements, const Kiv::Ptr<const RpCandidate> &crp,
+                             Orb::Random &random)
     : crpOptions_(crpOptions),
       bsrStatus_(bsrStatus),
       bsrTrie_(bsrTrie),
-      crpMsgStatus_(crpMsgStatus),
+      advertisements_(advertisements),
       crp_(crp),
       random_(random),
       timerWheel_(*timerWheel),
-      advertisedElsewhere_(std::move(advertisedElsewhere)),
-      crpAdvTimer_(*this, timerWheel),
+      crpAdvTimer_(*this, timerWheel, &RpCandidateSm::handleCrpAdvTimerExpiry),
+      soonTimer_(*this, timerWheel, &RpCandidateSm::handlePassTimerExpiry),
+      repeatTimer_(*this, timerWheel, &RpCandidateSm::handlePassTimerExpiry),
+      returnTimer_(*this, timerWheel, &RpCandidateSm::handleReturnTimerExpiry),
       kivCrp_(*this, crp),
       kivBsrTrie_(*this) {
   handleInitialized();
@@ -48,6 +48,13 @@ void RpCandidateSm::KivCrp::followOption(const Pax::IpGenPrefix &prefix) {
     option_.insert(prefix, std::make_unique<KivPrefixOption>(sm_, prefix, options));
   }
 }
+
+void RpCandidateSm::KivPrefixOption::handlePriority() {
+  VRF_TRACE_ENTRY(trace);
+  sm_.handlePrefix(prefix_);
+}
+
+uint32_t RpCandidateSm::quickDelay() { return random_.next() % (quickMost + 1); }
 
 void RpCandidateSm::handleInitialized() {
   VRF_TRACE_ENTRY(trace);
@@ -82,12 +89,53 @@ void RpCandidateSm::handleBsr(const Pax::IpGenPrefix &zone) {
 
 /// The prefix is served or not served any more, or its priority changed.
 void RpCandidateSm::handlePrefix(const Pax::IpGenPrefix &prefix) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << prefix << " )");
   if (initialized_ && doUpdateCrpAdvSetPrefix(prefix)) doAdvertiseSoon();
 }
 
+/// Another BSR entry takes the place of a sparse one; a bidirectional one has to go before.
+void RpCandidateSm::handleMode() {
+  VRF_TRACE_ENTRY(trace);
+  if (crp_->mode() == Mode::sparse) advertisements_.withdraw(crpOptions_);
+  if (!doReturnLater()) doAdvertiseSoon();
+}
+
 void RpCandidateSm::doAdvertiseSoon() {
-  const double soon = timerWheel_.now() + quickDelay();
-  if (crpAdvTimer_.timeMin() > soon) crpAdvTimer_.timeMinIs(soon);
+  if (nextAdvertisement() > timerWheel_.now() + quickMost) doAdvertiseAt(timerWheel_.now() + quickDelay());
+}
+
+void RpCandidateSm::doAdvertiseAt(double time) {
+  if (nextAdvertisement() <= time) return;
+  VRF_TRACE(trace, 5,
+            "Setting up timer of a changed C-RP to fire in " << time - timerWheel_.now() << " seconds from now");
+  soonTimer_.timeMinIs(time);
+}
+
+/// Whether prefixes of ours have just been withdrawn, and will be advertised when they have rested.
+bool RpCandidateSm::doReturnLater() {
+  const double now = timerWheel_.now();
+  double earliest = Orb::never;
+  for (const auto &[zone, set] : crpAdvSet_) {
+    for (const Pax::IpGenPrefix &prefix : set->prefixSet().keys()) {
+      const double until = advertisements_.restsUntil(crpOptions_.rpAddress, zone, prefix);
+      if (until > now) earliest = std::min(earliest, until);
+    }
+  }
+  if (earliest == Orb::never) return false;
+  VRF_TRACE(trace, 5, "Setting up return timer to fire in " << earliest - now << " seconds from now");
+  returnTimer_.timeMinIs(earliest);
+  return true;
+}
+
+/// The withdrawn are advertised like new ones.
+void RpCandidateSm::handleReturnTimerExpiry() {
+  VRF_TRACE_ENTRY(trace);
+  crpAdvBackoffCount_ = 2;
+  handleCrpAdvTimerExpiry();
+}
+
+double RpCandidateSm::nextAdvertisement() const {
+  return std::min({crpAdvTimer_.timeMin(), soonTimer_.timeMin(), repeatTimer_.timeMin(), returnTimer_.timeMin()});
 }
 
 bool RpCandidateSm::isConfigured(const Pax::IpGenPrefix &prefix) const {
@@ -139,6 +187,7 @@ bool RpCandidateSm::doUpdateCrpAdvSetPrefix(const Pax::IpGenPrefix &prefix) {
     VRF_TRACE(trace, 4, "Created crpAdvSet for zone " << zone);
   }
   (*crpAdvSet_.find(zone))->prefixSetIs(prefix);
+  advertisements_.servedBy(crpOptions_, prefix);
   VRF_TRACE(trace, 4, "Added prefix " << prefix << " to crpAdvSet for zone " << zone);
   return true;
 }
@@ -158,7 +207,7 @@ void RpCandidateSm::handleCrpAdvTimerExpiry() {
   if (crpAdvBackoffCount_ > 0) {
     const uint32_t delay = quickDelay();
     --crpAdvBackoffCount_;
-    // The count goes out as the raw byte that it is.
+    // The count is written as the character with that code.
     VRF_TRACE(trace, 5,
               "Setting up CRP Adv timer to fire in "
                   << delay << " seconds from now. BackoffCount=" << static_cast<char>(crpAdvBackoffCount_));
@@ -169,66 +218,55 @@ void RpCandidateSm::handleCrpAdvTimerExpiry() {
   }
 }
 
-/// A longer interval is told at once: the BSR holds us by the old, shorter hold time.
+/// A longer interval is told at once, and once more: the BSR holds us by the old, shorter hold time.
 void RpCandidateSm::handleInterval() {
+  VRF_TRACE_ENTRY(trace);
   const uint16_t before = std::exchange(lastInterval_, crp_->interval().number());
   if (!crpAdvTimer_.armed()) {
     VRF_TRACE(trace, 5, "Interval timer not set. Nothing to be done. ");
     return;
   }
   VRF_TRACE(trace, 5, "CRP Interval value changed. Resetting it to " << crp_->interval() << " seconds from now.");
-  if (lastInterval_ > before) doSendCrpAdv(false);
+  const double due = crpAdvTimer_.timeMin();
   crpAdvTimer_.timeMinIs(timerWheel_.now() + lastInterval_);
+  if (lastInterval_ > before) {
+    doSendCrpAdv(false);
+    doRepeatWithin(before);
+  } else if (due <= timerWheel_.now() + quickMost) {
+    doAdvertiseAt(due);  // there may be news that waited for it
+  }
 }
 
-Kiv::Ptr<const ElectedBsrStatus> RpCandidateSm::bsrOf(const Pax::IpGenPrefix &zone) const {
-  const Kiv::Ptr<const ElectedBsrStatus> bsr = bsrStatus_->bootstrapRouter(zone);
-  return bsr && !bsr->ipAddr().isZero() ? bsr : nullptr;
+/// Late enough to miss a burst of loss, and early enough for an agent that is about to shut down.
+void RpCandidateSm::doRepeatWithin(uint16_t seconds) {
+  const double delay = std::min(2.0, seconds / 2.0);
+  VRF_TRACE(trace, 5, "Setting up repeat timer to fire in " << delay << " seconds from now");
+  repeatTimer_.timeMinIs(timerWheel_.now() + delay);
+}
+
+void RpCandidateSm::handlePassTimerExpiry() {
+  VRF_TRACE_ENTRY(trace);
+  doSendCrpAdv(false);
 }
 
 void RpCandidateSm::doSendCrpAdv(bool shutdown) {
   VRF_TRACE_ENTRY_WITH(trace, " ( shutdown=" << (shutdown ? "True" : "False") << " )");
-  bool sent = false;
-  std::set<Pax::IpGenPrefix> zones;
-  for (const auto &[zone, told] : lastAdvertised_) zones.insert(zone);
-  for (const auto &[zone, set] : crpAdvSet_) zones.insert(zone);
-  for (const Pax::IpGenPrefix &zone : zones) {
-    if (!bsrOf(zone)) continue;
-    sent |= doWithdraw(zone, shutdown);
-    const Prefixes prefixes = prefixesOf(zone);
-    if (shutdown || prefixes.empty()) continue;
-    lastAdvertised_.insert_or_assign(zone, Told{prefixes, crp_->mode()});
-    sendToZone(zone, prefixes, crp_->mode(), static_cast<CrpHoldTime>(3 * crp_->interval().number()));
-    sent = true;
+  if (shutdown) {
+    for (const Pax::IpGenPrefix &zone : crpAdvSet_.keys()) {
+      advertisements_.toldIs(crpOptions_, zone, prefixesOf(zone), *crp_);
+    }
+  }
+  bool sent = advertisements_.withdraw(crpOptions_, shutdown);
+  if (!shutdown) {
+    for (const Pax::IpGenPrefix &zone : crpAdvSet_.keys()) {
+      sent |= advertisements_.advertise(crpOptions_, zone, restedOf(zone), *crp_);
+    }
+    doReturnLater();
   }
   if (!sent) {
     VRF_TRACE(trace, 5,
               "Skipping sending C-RP Advertisement Message since crpAdvSet is empty or number of prefixes is 0");
   }
-}
-
-/// Says goodbye for what the zone's BSR may still hold of us: what we do not advertise any more (all,
-/// in a shutdown) unless another machine does, and what it holds as bidirectional, which a sparse
-/// advertisement does not replace.
-bool RpCandidateSm::doWithdraw(const Pax::IpGenPrefix &zone, bool shutdown) {
-  const auto told = lastAdvertised_.find(zone);
-  const Mode mode = told == lastAdvertised_.end() ? crp_->mode() : told->second.mode;
-  const bool replaced = mode == Mode::bidir && crp_->mode() == Mode::sparse;
-  Prefixes withdrawn;
-  const auto add = [&](const Prefixes &prefixes) {
-    for (const Pax::IpGenPrefix &prefix : prefixes) {
-      if (!shutdown && !replaced && advertises(zone, prefix)) continue;
-      if (!advertisedElsewhere_(zone, prefix)) withdrawn.insert(prefix);
-    }
-  };
-  if (told != lastAdvertised_.end()) {
-    add(told->second.prefixes);
-    lastAdvertised_.erase(told);
-  }
-  if (shutdown) add(prefixesOf(zone));
-  if (withdrawn.empty()) return false;
-  sendToZone(zone, withdrawn, mode, 0);
-  return true;
 }
 
 RpCandidateSm::Prefixes RpCandidateSm::prefixesOf(const Pax::IpGenPrefix &zone) const {
@@ -238,42 +276,13 @@ RpCandidateSm::Prefixes RpCandidateSm::prefixesOf(const Pax::IpGenPrefix &zone) 
   return {keys.begin(), keys.end()};
 }
 
-uint8_t RpCandidateSm::groupFlags(const Pax::IpGenPrefix &zone, Mode mode) const {
-  uint8_t flags = mode == Mode::bidir ? flagBidir : 0;
-  if (zone != Pax::allGroups(bsrStatus_->af()) && bsrStatus_->bsBorder(zone)) {
-    VRF_TRACE(trace, 7, "C-RP is a ZBR");
-    flags |= flagAdminScope;
-  }
-  return flags;
-}
-
-void RpCandidateSm::sendToZone(const Pax::IpGenPrefix &zone, const Prefixes &prefixes, Mode mode,
-                               CrpHoldTime holdTime) {
-  const auto message = Kiv::make<Packet::CrpAdvMessage>();
-  if (prefixes.size() > mostCounted) {
-    VRF_TRACE(trace, 1,
-              "Configured prefixes are greater than " << mostCounted << ". Publishing only the maximum possible.");
-  }
-  message->prefixCountIs(static_cast<uint8_t>(std::min(prefixes.size(), mostCounted)));
-  message->priorityIs(crpOptions_.priority);
-  message->holdTimeIs(holdTime);
-  message->rpAddressIs(crpOptions_.rpAddress);
-  message->sourceIs(crpOptions_.rpAddress);
-  message->destinationIs(bsrOf(zone)->ipAddr());
-  const uint8_t flags = groupFlags(zone, mode);
-  const auto groupInfo = Kiv::make<Packet::CrpGroupInfo>();
-  for (const Pax::IpGenPrefix &prefix : prefixes) {
-    if (groupInfo->group.size() > mostCounted) break;  // one more than is counted
-    VRF_TRACE(trace, 5,
-              "BSR setting groupFlags for group " << prefix << " to : " << std::hex << unsigned{flags} << std::dec);
-    groupInfo->group.push_back({prefix, (flags & flagAdminScope) != 0, (flags & flagBidir) != 0});
-  }
-  message->groupData()->groupInfoIs(groupInfo);
-  VRF_TRACE(trace, 4,
-            "Sending CRP Advertisement message to BSR " << message->destination() << " containing "
-                                                        << unsigned{message->prefixCount()} << " prefixes");
-  crpMsgStatus_->txCrpMsgIs(message);
-  crpMsgStatus_->writeCountInc(1);
+/// Those that may be advertised now.
+RpCandidateSm::Prefixes RpCandidateSm::restedOf(const Pax::IpGenPrefix &zone) const {
+  Prefixes prefixes = prefixesOf(zone);
+  std::erase_if(prefixes, [&](const Pax::IpGenPrefix &prefix) {
+    return advertisements_.restsUntil(crpOptions_.rpAddress, zone, prefix) > timerWheel_.now();
+  });
+  return prefixes;
 }
 
 }  // namespace Routing::Pim::Bsr

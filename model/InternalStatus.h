@@ -29,7 +29,8 @@ class PimBsmStatus : public Kiv::NamedEntity {
 };
 
 /// Candidate-RP advertisements. Received: the other attributes, then readCountInc(1) signals, once
-/// per group range. To send: `txCrpMsg`, whose destination is the BSR, then writeCountInc(1).
+/// per group range. To send: `txCrpMsg`, whose destination is the BSR, then writeCountInc(1); whoever
+/// sends it lets `sentCount` grow if it left, or is for ourselves.
 class PimCrpMsgStatus : public Kiv::NamedEntity {
  public:
   using NamedEntity::NamedEntity;
@@ -44,7 +45,8 @@ class PimCrpMsgStatus : public Kiv::NamedEntity {
   ATTRIBUTE(counter, readCount, ReadCount)                       \
   ATTRIBUTE(pointer, Packet::CrpAdvMessage, rxCrpMsg, RxCrpMsg)  \
   ATTRIBUTE(pointer, Packet::CrpAdvMessage, txCrpMsg, TxCrpMsg)  \
-  ATTRIBUTE(counter, writeCount, WriteCount)
+  ATTRIBUTE(counter, writeCount, WriteCount)                     \
+  ATTRIBUTE(counter, sentCount, SentCount)
   KIV_ENTITY(PimCrpMsgStatus, ATTRIBUTES)
 #undef ATTRIBUTES
 };

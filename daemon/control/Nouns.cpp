@@ -67,7 +67,7 @@ constexpr std::array candidateRp{
     Column{"groups", "prefixes served, each with its priority"},
     active,
     reason,
-    Column{"zones", "where it advertises: zone, BSR, groups, seconds until the next advertisement"},
+    Column{"zones", "where it advertises: zone, BSR, groups, those without room, seconds until the next advertisement"},
 };
 constexpr std::array border{
     vrf,

@@ -3,6 +3,7 @@
 #include "daemon/Zones.h"
 #include "daemon/file/Checks.h"
 #include "daemon/file/Entries.h"
+#include "io/CrpAdvertisements.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -26,6 +27,7 @@ class WarningFinder {
     for (const auto &[vrf, settings] : configuration_.vrfConfig) {
       judgeTimes(entryPath({"vrfConfig", vrf.text()}), settings);
       judgeZones(settings, zones(vrf, settings));
+      for (const auto &[intfId, candidacy] : settings.rpCandidateConfig) judgeRanges(rpEntry(vrf, intfId), candidacy);
     }
     for (const auto &[intfId, settings] : configuration_.intfConfig) judgeBorders(intfId, settings);
     judgeAcls();
@@ -77,6 +79,23 @@ class WarningFinder {
       if (std::none_of(ranges.begin(), ranges.end(), inside)) {
         warn(zone.entry, "no candidate RP of this router serves a range inside " + name);
       }
+    }
+  }
+
+  /// Ranges of one priority share an advertisement, where they are in one zone.
+  void judgeRanges(const std::string &entry, const RpCandidacy &candidacy) {
+    std::map<Pax::IpGenPrefix, RpPriority> priorities;
+    for (const auto &[acl, options] : candidacy.acl) {
+      for (const Pax::IpGenPrefix &range : permittedGroups(configuration_, acl)) priorities[range] = options.priority;
+    }
+    for (const auto &[range, options] : candidacy.groupRange) priorities[range] = options.priority;
+    std::map<RpPriority, size_t> ranges;
+    for (const auto &[range, priority] : priorities) ++ranges[priority];
+    for (const auto &[priority, count] : ranges) {
+      if (count <= CrpAdvertisements::mostCounted) continue;
+      warn(entry, std::to_string(count) + " ranges have priority " + std::to_string(priority) +
+                      ", and the BSR of a zone is told of the first " + std::to_string(CrpAdvertisements::mostCounted) +
+                      " in it");
     }
   }
 

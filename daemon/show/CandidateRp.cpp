@@ -53,29 +53,43 @@ std::string whyNotServed(const VrfView &view, const Pax::IntfId &intfId, const R
 
 /// What the RP's machines, one for each priority, advertise to a zone.
 struct Advertised {
-  std::set<Pax::IpGenPrefix> groups;
+  std::set<Pax::IpGenPrefix> groups, leftOut;
   double next = Orb::never;
 };
+
+/// A message counts the first ranges only.
+void add(Advertised &advertised, const RpCandidatePrefixSet &set, double next) {
+  const auto keys = set.prefixSet().keys();
+  const std::set<Pax::IpGenPrefix> sorted(keys.begin(), keys.end());
+  size_t counted = 0;
+  for (const Pax::IpGenPrefix &prefix : sorted) {
+    auto &groups = ++counted > CrpAdvertisements::mostCounted ? advertised.leftOut : advertised.groups;
+    groups.insert(prefix);
+  }
+  advertised.next = std::min(advertised.next, next);
+}
+
+Rows listOf(const std::set<Pax::IpGenPrefix> &prefixes) {
+  Rows json = Rows::array();
+  for (const Pax::IpGenPrefix &prefix : prefixes) json.push_back(toJson(prefix));
+  return json;
+}
 
 Rows zonesOf(const VrfView &view, const Pax::IpGenAddr &rp) {
   std::map<Pax::IpGenPrefix, Advertised> zones;
   for (const auto &[options, machine] : view.bsrSm->rpCandidateSm()) {
     if (options.rpAddress != rp) continue;
     for (const auto &[zone, set] : machine->crpAdvSet()) {
-      if (set->prefixSet().empty()) continue;
-      Advertised &advertised = zones[zone];
-      for (const Pax::IpGenPrefix &prefix : set->prefixSet().keys()) advertised.groups.insert(prefix);
-      advertised.next = std::min(advertised.next, machine->nextAdvertisement());
+      if (!set->prefixSet().empty()) add(zones[zone], *set, machine->nextAdvertisement());
     }
   }
   Rows json = Rows::array();
   for (const auto &[zone, advertised] : zones) {
     const auto bsr = view.status->bootstrapRouter(zone);
-    Rows groups = Rows::array();
-    for (const Pax::IpGenPrefix &group : advertised.groups) groups.push_back(toJson(group));
     json.push_back({{"zone", toJson(zone)},
                     {"bsr", bsr ? toJson(bsr->ipAddr()) : nullptr},
-                    {"groups", groups},
+                    {"groups", listOf(advertised.groups)},
+                    {"leftOut", listOf(advertised.leftOut)},
                     {"nextAdvertisement", secondsBetween(view.now, advertised.next)}});
   }
   return json;

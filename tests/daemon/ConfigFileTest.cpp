@@ -160,6 +160,8 @@ TEST(ConfigFile, WhatIsDoubtfulIsAWarning) {
   const std::string serves = rp(R"("lo": {"groupRange": {"239.1.0.0/16": {}}})");
   const std::string zone = bsr(R"("lo": {"group": {"239.1.0.0/16": {}}})") + "," + serves;
   const std::string acls = bsr(R"("lo": {"acl": {"A": {}}})") + "," + serves;
+  std::string many = R"("225.1.0.0/16": {})";  // 255 ranges
+  for (int n = 2; n < 256; ++n) many += ", \"225." + std::to_string(n) + ".0.0/16\": {}";
   const Case table[] = {
       {file(zone), {}},
       {file(R"("holdTime": 129, )" + zone), {at + "holdTime: 129 is under 2 x interval + 10 = 130"}},
@@ -177,6 +179,11 @@ TEST(ConfigFile, WhatIsDoubtfulIsAWarning) {
       {file(acls, R"(, "acl": {"A": [{"permit": "239.1.0.0/17"}, {"permit": "239.1.128.0/17"}]})"),
        {"F:/acl/A/0: 239.1.0.0/17 is joined with what else the ACL permits and counts as 239.1.0.0/16",
         "F:/acl/A/1: 239.1.128.0/17 is joined with what else the ACL permits and counts as 239.1.0.0/16"}},
+      {file(rp(R"("lo": {"acl": {"A": {}}, "groupRange": {)" + many + R"(}}, "e": {"groupRange": {)" + many +
+               R"(}, "acl": {"A": {"priority": 7}}})"),
+            R"(, "acl": {"A": [{"permit": "239.1.0.0/16"}]})"),
+       {at +
+        "rpCandidateConfig/lo: 256 ranges have priority 192, and the BSR of a zone is told of the first 255 in it"}},
       {file(acls, R"(, "acl": {"A": [{"permit": "10.0.0.0/8"}]})"),
        {at + "bsrCandidateConfig/lo/acl/A: ACL A permits no range of groups"}},
       {file(acls, R"(, "acl": {"A": [{"permit": "224.0.0.0/4"}, {"permit": "240.0.0.0/4"}]})"), {}},

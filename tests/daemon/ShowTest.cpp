@@ -206,6 +206,13 @@ TEST(Show, ACandidateRpTellsWhereItAdvertises) {
   EXPECT_EQ(vrf.port->advertised.size(), sent);
   vrf.advance(1);
   EXPECT_EQ(vrf.port->advertised.size(), sent + 1);
+  for (uint32_t n = 256; n < 512; ++n) {
+    vrf.config->rpCandidateConfig({"default", "eth1"})->groupRangeIs(vrf.a.group(n));
+    vrf.config->rpCandidateConfig({"default", "eth1"})->groupRangeOptionsIs(vrf.a.group(n))->priorityIs(5);
+  }
+  const Rows zone = rowsOf("candidate-rp", {viewOf(vrf)})[0]["zones"][0];
+  EXPECT_EQ(zone["groups"].size(), 255u);
+  EXPECT_EQ(zone["leftOut"], Rows::parse(R"(["226.254.0.0/16", "226.255.0.0/16"])"));
 }
 
 TEST(Show, RowsHaveTheColumnsOfTheirNounInOrder) {

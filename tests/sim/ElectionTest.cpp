@@ -153,31 +153,6 @@ TEST_P(Election, AScopedZoneHasItsOwnBsrAndEndsAtItsBorder) {
   EXPECT_TRUE(agree("r2", scope, scopedRps, inZone)) << why;
 }
 
-TEST_P(Election, TheBsrTellsOnlyOfTheBidirectionalRpsOfAPrefixThatHasBoth) {
-  ring();
-  startAll();
-  host("r2").candidateRpIs(group1)->modeIs(Pim::Mode::bidir);
-  story.time().runFor(360);
-  ASSERT_TRUE(agree("r3", global, {{group1, {"r2"}}, {group2, {"r2"}}}, {"r0", "r1", "r2", "r4"})) << why;
-  for (const char *name : {"r0", "r1", "r2", "r4"}) {
-    EXPECT_EQ(host(name).rpSet().crpSet(group1)->rp(address("r2"))->pimMode(), Pim::Mode::bidir);
-  }
-  // The BSR itself has both at hand, for the day when the bidirectional one goes.
-  host("r2").candidateRpDel();
-  EXPECT_TRUE(within(10.1, "r3", {{group1, {"r1"}}})) << why;
-}
-
-TEST_P(Election, HoldsThroughAnHourOfLossAndReordering) {
-  ring({.jitter = 2, .loss = 0.1});
-  for (const std::string &name : names) start(name);
-  story.time().runFor(1800);
-  host("r3").powerOff();
-  story.time().runFor(900);
-  start("r3");
-  story.time().runFor(900);
-  EXPECT_TRUE(within(61, "r3", bothRps)) << why;
-}
-
 INSTANTIATE_TEST_SUITE_P(Families, Election, testing::Values(ipv4, ipv6),
                          [](const auto &info) { return info.param.ipv4() ? "IPv4" : "IPv6"; });
 
