@@ -66,7 +66,10 @@ void configure(TestVrf &vrf) {
   vrf.interfaces->intfStatusIs(eth2)->ipAddrIs(vrf.a.host(1));
   vrf.interfaces->intfStatusIs(eth3)->adminUpIs(true);
   vrf.interfaces->intfStatusIs(vrf.intf(6));
-  vrf.interfaces->intfStatusIs(eth4)->ipAddrIs(vrf.a.host(4));
+  const auto noPimAddress = vrf.interfaces->intfStatusIs(eth4);
+  noPimAddress->ipAddrIs(vrf.a.host(4));
+  noPimAddress->adminUpIs(true);
+  noPimAddress->upIs(true);
   aclIs(vrf, "GROUPS", "239.1.0.0/16");
   aclIs(vrf, "HOSTS", "10.0.0.0/8");
   aclIs(vrf, "IDLE", "10.0.0.0/8");
@@ -168,7 +171,11 @@ MISSING | false | [] | [] | false | ACL MISSING is not defined
 )"},
   };
   TestVrf vrf(ipv4);
+  vrf.intfIs(1);
   configure(vrf);
+  EXPECT_EQ(brief(rowsOf("interfaces", {viewOf(vrf)}), {"interface", "state", "reason", "neighbors"}),
+            "eth1 | on | null | 1\neth3 | off | eth3 has no carrier | 0\neth4 | off | eth4 has no address | 0\n"
+            "eth6 | off | eth6 is down | 0\neth9 | off | eth9 does not exist | 0\n");
   for (const auto &c : cases) EXPECT_EQ(brief(rowsOf(c.noun, {viewOf(vrf)}), c.columns), c.rows) << c.noun;
   EXPECT_EQ(
       rowsOf("acl", {viewOf(vrf)})[3]["users"],
@@ -179,18 +186,6 @@ MISSING | false | [] | [] | false | ACL MISSING is not defined
     for (const Rows &row : rowsOf(c.noun, {viewOf(vrf)}))
       EXPECT_TRUE(!row["active"] && row["reason"].is_string()) << row;
   }
-}
-
-TEST(Show, EveryPimInterfaceIsThereWithTheReasonWhyItIsOff) {
-  TestVrf vrf(ipv4);
-  vrf.intfIs(1);
-  configure(vrf);
-  const auto eth4 = vrf.interfaces->intfStatus(vrf.intf(4));
-  eth4->adminUpIs(true);
-  eth4->upIs(true);
-  EXPECT_EQ(brief(rowsOf("interfaces", {viewOf(vrf)}), {"interface", "state", "reason", "neighbors"}),
-            "eth1 | on | null | 1\neth3 | off | eth3 has no carrier | 0\neth4 | off | eth4 has no address | 0\n"
-            "eth6 | off | eth6 is down | 0\neth9 | off | eth9 does not exist | 0\n");
 }
 
 TEST(Show, ACandidateRpTellsWhereItAdvertises) {
