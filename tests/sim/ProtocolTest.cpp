@@ -64,46 +64,6 @@ TEST_P(Protocol, BothModesOfAPrefixCrossALesserMtuAndOutliveADeadBsrAlike) {
   EXPECT_TRUE(story.everyAgentHas(global, {}, nothing));
 }
 
-TEST_P(Protocol, ABetterBsrTakesOverAndTheOtherReturnsWhenItIsGone) {
-  const Sim::RpTable worseTable = story.table(global, 3, 4, 0), betterTable = story.table(global, 2, 5, 1);
-  Sim::Feeder &worse = learnedChain(worseTable);
-  story.chain({"c", "better"}, {1500});
-  Sim::Feeder &better = story.feeder("better");
-  story.feed(better, global, betterTable, 65);
-  better.start();
-  EXPECT_TRUE(story.within(15, [&] { return story.everyAgentHas(global, better, betterTable); }));
-  const auto isOther = [&] { return !story.everyAgentHas(global, better, betterTable); };
-  EXPECT_FALSE(story.within(600, isOther)) << "at " << story.time().now();
-  better.die();
-  const double died = story.time().now();
-  const auto isBack = [&] { return story.host("c").bsr(global) == worse.router().address(); };
-  EXPECT_TRUE(story.within(130 + 60, isBack));
-  // The RPs of the other serve on until their hold time ends.
-  Sim::RpTable both = worseTable;
-  for (const auto &[prefix, rps] : betterTable.group) both.group[prefix].insert(rps.begin(), rps.end());
-  EXPECT_TRUE(story.everyAgentHas(global, worse, both));
-  story.time().runTo(died + 130 + 150);
-  EXPECT_TRUE(story.everyAgentHas(global, worse, worseTable));
-}
-
-TEST_P(Protocol, AnRpThatTheBsrNamesNoMoreEndsWithItsHoldTimeAndOneWithHoldTimeZeroAtOnce) {
-  Sim::RpTable table = story.table(global, 1, 3);
-  Sim::Feeder &feeder = learnedChain(table);
-  auto &rps = table.group.begin()->second;
-  Sim::RpTable told = table;
-  told.group.begin()->second.begin()->second.holdTime = 0;
-  rps.erase(rps.begin());
-  story.feed(feeder, global, told);
-  EXPECT_TRUE(story.within(1, [&] { return story.everyAgentHas(global, feeder, table); }));
-  Sim::RpTable fewer = table;
-  fewer.group.begin()->second.erase(fewer.group.begin()->second.begin());
-  story.feed(feeder, global, fewer);
-  story.time().runFor(149);
-  EXPECT_TRUE(story.everyAgentHas(global, feeder, table));
-  story.time().runFor(2);
-  EXPECT_TRUE(story.everyAgentHas(global, feeder, fewer));
-}
-
 TEST_P(Protocol, TwoHopsAwayIsSeenWhatPassesAndWhoPassesItOnCountsWhatComesBack) {
   Sim::Feeder &feeder = learnedChain(story.table(global, 2, 2));
   story.time().runFor(20);
