@@ -7,18 +7,8 @@
 #include <random>
 
 #include "platform/kiv/Attributes.h"
-#include "platform/pax/IpGenPrefix.h"
-#include "platform/pax/Ranged.h"
 
 namespace {
-
-struct LevelRule {
-  using Rep = uint8_t;
-  static constexpr uint64_t least = 1, most = 9;
-  static constexpr Rep initial = 4;
-  static constexpr const char *text = "Level::value < 1 or > 9 not allowed";
-};
-using Level = Pax::Ranged<LevelRule>;
 
 class Leaf : public Kiv::Entity {
  public:
@@ -35,11 +25,7 @@ class Leaf : public Kiv::Entity {
 class Tree : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE)                            \
   ATTRIBUTE(value, bool, green, Green, true)             \
-  ATTRIBUTE(value, Level, level, Level, {})              \
-  ATTRIBUTE(value, double, height, Height, 1.5)          \
   ATTRIBUTE(value, std::string, label, Label, {})        \
-  ATTRIBUTE(value, Pax::NamespaceName, place, Place, {}) \
-  ATTRIBUTE(value, Pax::IpGenPrefix, prefix, Prefix, {}) \
   ATTRIBUTE(counter, fallen, Fallen)                     \
   ATTRIBUTE(pointer, Leaf, best, Best)                   \
   ATTRIBUTE(child, Leaf, top, Top)                       \
@@ -265,29 +251,6 @@ TEST(KivTable, KeepsItsOrderAndItsWalksThroughEveryChange) {
     both.change(80);
     both.walk(1);
   }
-}
-
-TEST_F(Kiv_, ScalarsAreSetByNameWithinTheirTypes) {
-  EXPECT_EQ(tree->level().number(), 4) << "empty braces mean the default of the type";
-  EXPECT_TRUE(tree->attributeIs("level", uint64_t{9}));
-  EXPECT_TRUE(tree->attributeIs("prefix", std::string("10.1.0.0/16")));
-  EXPECT_TRUE(tree->attributeIs("height", uint64_t{3}));
-  EXPECT_TRUE(tree->attributeIs("place", std::string("blue")));
-  EXPECT_TRUE(tree->attributeIs("label", std::string("oak")));
-  EXPECT_EQ(heard, "label=oak") << "a write by name notifies";
-  EXPECT_FALSE(tree->attributeIs("leaf", uint64_t{1}));
-  EXPECT_FALSE(tree->attributeIs("colour", uint64_t{1}));
-  const std::pair<const char *, Kiv::Value> refused[] = {
-      {"level", uint64_t{10}},          {"level", uint64_t{260}},
-      {"level", std::string("4")},      {"green", uint64_t{1}},
-      {"fallen", uint64_t{1} << 32},    {"prefix", std::string("10/8")},
-      {"place", std::string(151, 'x')}, {"label", 2.5},
-  };
-  for (const auto &[name, value] : refused) {
-    EXPECT_THROW(tree->attributeIs(name, value), Kiv::RangeError) << name << " = " << Kiv::toText(value);
-  }
-  EXPECT_EQ(tree->level().number(), 9);
-  EXPECT_EQ(tree->prefix(), Pax::IpGenPrefix::fromText("10.1.0.0/16"));
 }
 
 }  // namespace
