@@ -75,7 +75,7 @@ class System {
 
 void startToRunning(benchmark::State &state) {
   const auto vrfs = static_cast<uint32_t>(state.range(0)), zones = static_cast<uint32_t>(state.range(1));
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     state.PauseTiming();
     auto system = std::make_unique<System>(vrfs, zones);
     state.ResumeTiming();
@@ -108,7 +108,7 @@ void bareLoop(benchmark::State &state) {
   };
   const auto vrfs = static_cast<uint32_t>(state.range(0)), zones = static_cast<uint32_t>(state.range(1));
   Time time;
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     std::vector<Kiv::Ptr<Orb::TimerWheel>> wheels;
     std::vector<std::unique_ptr<Idle>> timers;
     std::vector<Kiv::Ptr<Bsr::Status>> statuses;

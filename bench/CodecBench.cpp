@@ -58,7 +58,7 @@ template <AddressFamily family>
 void decode(benchmark::State &state) {
   Packet packet(family, state);
   Kiv::Ptr<Message> kept;  // as the agent keeps the last one
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     kept = packet.codec.decode(packet.bytes, packet.source, packet.destination).message;
     if (!kept) state.SkipWithError("does not decode");
   }
@@ -68,7 +68,8 @@ void decode(benchmark::State &state) {
 template <AddressFamily family>
 void encode(benchmark::State &state) {
   Packet packet(family, state);
-  for (auto _ : state) packet.codec.encode(*packet.bsm, packet.source, packet.destination, packet.bytes);
+  for ([[maybe_unused]] auto _ : state)
+    packet.codec.encode(*packet.bsm, packet.source, packet.destination, packet.bytes);
   perRp(state);
 }
 
@@ -76,7 +77,7 @@ template <AddressFamily family>
 void bareLoop(benchmark::State &state) {
   const Packet packet(family, state);
   constexpr size_t size = family == AddressFamily::ipv4 ? 4 : 16;
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     uint64_t sum = 0;
     for (size_t at = 0; at + 4 <= packet.bytes.size(); at += 4) {
       uint32_t word;

@@ -66,7 +66,7 @@ class Grid {
 
 /// Arguments: routers (in rows of 25) and groups. The goal is 60 s for a thousand.
 void anHourOfProtocol(benchmark::State &state) {
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     const auto rows = static_cast<uint32_t>(state.range(0)) / 25;
     Grid grid(Pax::AddressFamily::ipv4, 25, rows, static_cast<uint32_t>(state.range(1)));
     grid.run(hour);

@@ -133,7 +133,7 @@ void refresh(benchmark::State &state) {
   router.hear(bytes);
   if (router.learned() != groups) state.SkipWithError("not every group is learned");
   const size_t before = allocations;
-  for (auto _ : state) router.hear(bytes);
+  for ([[maybe_unused]] auto _ : state) router.hear(bytes);
   state.counters["allocations"] =
       benchmark::Counter(static_cast<double>(allocations - before), benchmark::Counter::kAvgIterations);
   state.counters["perRp"] =
@@ -163,7 +163,7 @@ void refreshBare(benchmark::State &state) {
     }
   };
   pass();
-  for (auto _ : state) pass();
+  for ([[maybe_unused]] auto _ : state) pass();
   benchmark::DoNotOptimize(expiry);
   state.counters["perRp"] =
       benchmark::Counter(perRp(state, groups), benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
@@ -174,7 +174,7 @@ void learn(benchmark::State &state) {
   const auto groups = static_cast<uint32_t>(state.range(0));
   const auto bytes = messages(groups, false);
   size_t grown = 0;
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     state.PauseTiming();
     auto router = std::make_unique<Router>();
     const size_t before = mallinfo2().uordblks;

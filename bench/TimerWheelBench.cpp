@@ -43,7 +43,7 @@ void moveInOrder(benchmark::State &state) {
   Timers t;
   size_t i = 0;
   double at = 1150;
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     t.timers[i].timeMinIs(at);
     if (++i == count) i = 0, at = at < 1200 ? at + 1 : 1150;
   }
@@ -51,7 +51,7 @@ void moveInOrder(benchmark::State &state) {
 void moveAtRandom(benchmark::State &state) {
   Timers t;
   size_t i = 0;
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     t.timers[t.pick[i % Timers::size]].timeMinIs(t.times[((i >> 16) + i) & (Timers::size - 1)]);
     ++i;
   }
@@ -59,7 +59,7 @@ void moveAtRandom(benchmark::State &state) {
 void disarmAndArmAtRandom(benchmark::State &state) {
   Timers t;
   size_t i = 0;
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     Idle &timer = t.timers[t.pick[i % Timers::size]];
     timer.timeMinIs(Orb::never);
     timer.timeMinIs(t.times[((i >> 16) + i) & (Timers::size - 1)]);
@@ -69,7 +69,7 @@ void disarmAndArmAtRandom(benchmark::State &state) {
 void moveBare(benchmark::State &state) {
   Timers t;
   size_t i = 0;
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     benchmark::DoNotOptimize(t.timers[t.pick[i % Timers::size]].timeMin());
     benchmark::DoNotOptimize(t.times[((i >> 16) + i) & (Timers::size - 1)]);
     ++i;

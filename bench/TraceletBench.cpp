@@ -10,14 +10,14 @@ Tracelet::Module module("TraceletBench");
 
 void traceOff(benchmark::State &state) {
   uint32_t value = 0;
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     benchmark::DoNotOptimize(++value);
     TRACELET(module, 9, "the value is " << value);
   }
 }
 void traceBare(benchmark::State &state) {
   uint32_t value = 0;
-  for (auto _ : state) benchmark::DoNotOptimize(++value);
+  for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(++value);
 }
 BENCHMARK(traceOff);
 BENCHMARK(traceBare);

@@ -40,13 +40,13 @@ template <AddressFamily family>
 void longestMatch(benchmark::State &state) {
   const Table table(family);
   size_t i = 0;
-  for (auto _ : state) benchmark::DoNotOptimize(table.trie.longestMatch(table.asked[i++ % 4096]));
+  for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(table.trie.longestMatch(table.asked[i++ % 4096]));
 }
 template <AddressFamily family>
 void longestMatchBare(benchmark::State &state) {
   const Table table(family);
   size_t i = 0;
-  for (auto _ : state) benchmark::DoNotOptimize(IpGenPrefix(table.asked[i++ % 4096].address(), 20));
+  for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(IpGenPrefix(table.asked[i++ % 4096].address(), 20));
 }
 BENCHMARK(longestMatch<AddressFamily::ipv4>);
 BENCHMARK(longestMatchBare<AddressFamily::ipv4>);

@@ -101,20 +101,18 @@ class Application {
 
   void apply() {
     for (const auto &[vrf, settings] : wanted_.vrfConfig) timesIs(*coll_.vrfConfigIs(vrf), settings);
-    for (auto &[vrf, settings] : bridge_.vrfConfig) hold(*coll_.vrfConfig(vrf), before_.vrfConfig[vrf], settings);
-    for (const L3::VrfName &vrf : coll_.vrfConfig().keys()) {
-      candidatesDel(*coll_.vrfConfig(vrf), bridge_.vrfConfig[vrf]);
-    }
+    for (auto &[vrf, settings] : bridge_.vrfConfig) hold(*coll_.vrfConfigIs(vrf), before_.vrfConfig[vrf], settings);
+    for (const auto &[vrf, config] : coll_.vrfConfig()) candidatesDel(*config, bridge_.vrfConfig[vrf]);
     for (const auto &[name, rules] : before_.acl) giveUp(name, rules);
     for (const auto &[name, rules] : wanted_.acl) {
       if (!before_.acl.contains(name)) rulesIs(name, rules);
     }
-    for (const auto &[vrf, settings] : wanted_.vrfConfig) entriesIs(*coll_.vrfConfig(vrf), settings);
+    for (const auto &[vrf, settings] : wanted_.vrfConfig) entriesIs(*coll_.vrfConfigIs(vrf), settings);
     for (const auto &[intfId, settings] : wanted_.intfConfig) bordersIs(*coll_.intfConfigIs(intfId), settings);
     for (const auto &[name, rules] : wanted_.acl) {
       if (before_.acl.contains(name) && before_.acl.at(name) != rules) rulesIs(name, rules);
     }
-    for (const auto &[vrf, settings] : wanted_.vrfConfig) othersDel(*coll_.vrfConfig(vrf), settings);
+    for (const auto &[vrf, settings] : wanted_.vrfConfig) othersDel(*coll_.vrfConfigIs(vrf), settings);
     for (const auto &[intfId, settings] : wanted_.intfConfig) bordersDel(*coll_.intfConfigIs(intfId), settings);
     deleteOthers(coll_.intfConfig(), wanted_.intfConfig, [this](const auto &intfId) { coll_.intfConfigDel(intfId); });
     deleteOthers(coll_.vrfConfig(), wanted_.vrfConfig, [this](const auto &vrf) { coll_.vrfConfigDel(vrf); });

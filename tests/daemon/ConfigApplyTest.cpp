@@ -226,7 +226,7 @@ TEST(ConfigApply, TheOtherInterfaceOfAnAddressServesAllThatIsItsOwn) {
 
 TEST(ConfigApply, StatusIsThatOfAFreshStartAndNothingThatStaysSaysGoodbye) {
   for (const Addresses &addresses : {ipv4, ipv6}) {
-    for (uint32_t seed = 1; seed <= 6; ++seed) {
+    for (uint32_t seed = 1; seed <= 8; ++seed) {
       const std::string wrong = life(addresses, seed + (addresses.ipv4() ? 0 : 100));
       EXPECT_TRUE(wrong.empty()) << wrong;
     }
