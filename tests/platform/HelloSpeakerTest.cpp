@@ -17,7 +17,7 @@ using Packet::HelloMessage;
 /// One router with one interface, eth1, onLink(10) there, and what its Hellos were and when.
 class Router {
  public:
-  explicit Router(const Addresses &addresses, HelloSpeaker::Parameters parameters = {}, bool isUp = true)
+  explicit Router(const Addresses &addresses, const HelloSpeaker::Parameters &parameters = {}, bool isUp = true)
       : a(addresses), intf(interfaces->intfStatusIs(eth1)) {
     speaker = Kiv::make<HelloSpeaker>(status, interfaces, port, wheel, random, parameters);
     intf->mtuIs(1500);

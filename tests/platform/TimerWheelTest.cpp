@@ -24,7 +24,7 @@ struct Wheel : testing::Test {
   std::string fired;
 
   std::unique_ptr<Alarm> alarm(
-      char name, double at, std::function<void()> then = [] {}) {
+      char name, double at, const std::function<void()> &then = [] {}) {
     auto result = std::make_unique<Alarm>(wheel, [this, name, then] { fired += name, then(); });
     result->timeMinIs(at);
     return result;

@@ -17,7 +17,9 @@ using Counts = std::map<std::string, int64_t>;
 inline Counts countsOf(const Kiv::Entity &entity) {
   Counts counts;
   for (const auto &[name, value] : linesOf(entity)) {
-    std::istringstream fields(value.find('=') == value.npos ? name + "=" + value : value);
+    std::stringstream fields;
+    if (value.find('=') == value.npos) fields << name << '=';
+    fields << value;
     for (std::string field, number; std::getline(fields, field, '=') && fields >> number; fields >> std::ws) {
       counts[field] = std::stoll(number);
     }
