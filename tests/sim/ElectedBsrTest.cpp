@@ -85,7 +85,7 @@ TEST_P(ElectedBsr, AnswersLesserSendersBeforeTheSecondBestElectsItself) {
     lesser.send();
     EXPECT_FALSE(story.within(0.1, [&] { return !leads("r0", names); }));
   }
-  EXPECT_NEAR(static_cast<double>(passed["lan"].size()), 5 + 40 / 2, 1);
+  EXPECT_NEAR(static_cast<double>(passed["lan"].size()), 5 + 20, 1);
   lesser.die();
   passed.clear();
   EXPECT_TRUE(story.within(2.1, [&] { return !passed.empty(); })) << "the last ones are answered, too";

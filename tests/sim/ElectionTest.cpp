@@ -7,7 +7,6 @@
 namespace Test {
 namespace {
 
-namespace Bsr = Routing::Pim::Bsr;
 namespace Pim = Routing::Pim;
 using Names = std::vector<std::string>;
 
