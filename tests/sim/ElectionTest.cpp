@@ -7,7 +7,6 @@
 namespace Test {
 namespace {
 
-namespace Pim = Routing::Pim;
 using Names = std::vector<std::string>;
 
 /// Five agents r0 to r4, all of them candidate BSRs of the global zone. r3 has the highest weight, by
@@ -66,7 +65,7 @@ class FiveCandidates {
     const auto owner = std::find_if(names.begin(), names.end(), [&](auto &name) { return address(name) == owned; });
     return owner == names.end() ? "nobody" : *owner;
   }
-  Sim::Link &link(const std::string &name) { return story.network.link(name); }
+  Sim::Link &link(const std::string &name) const { return story.network.link(name); }
 
   static const inline Names names{"r0", "r1", "r2", "r3", "r4"};
   Story story;

@@ -67,7 +67,7 @@ class TestVrf {
   }
 
   /// A message from the neighbour on eth<n>, which is the way to its BSR.
-  void hear(const Kiv::Ptr<Pim::Packet::BootstrapMessage> &bsm, uint32_t n = 1) {
+  void hear(const Kiv::Ptr<Pim::Packet::BootstrapMessage> &bsm, uint32_t n = 1) const {
     routeIs(bsm->bsrAddress(), n);
     port->hear(intf(n), neighbor(n), Pax::allPimRouters(a.af), *bsm);
   }
