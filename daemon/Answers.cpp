@@ -4,9 +4,9 @@
 #include <stdexcept>
 
 #include "daemon/Options.h"
-#include "daemon/SystemWarnings.h"
 #include "daemon/control/Nouns.h"
 #include "daemon/file/Effective.h"
+#include "daemon/file/SystemWarnings.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -86,7 +86,9 @@ Rows Answers::show(const Control::Request &request) const {
 }
 
 ProcessView Answers::processView() const {
-  return {process_.agent, process_.system, process_.store, process_.hosts, process_.loading};
+  std::map<L3::VrfName, std::string> vrfs;
+  for (const auto &[vrf, host] : process_.hosts) vrfs.emplace(vrf, host->reason());
+  return {process_.agent, process_.system, process_.store, std::move(vrfs), process_.loading};
 }
 
 Rows Answers::redundancy(const Control::Request &request) const {

@@ -3,12 +3,16 @@
 
 #include <functional>
 
-#include "daemon/ConfigFile.h"
-#include "daemon/show/Process.h"
-#include "daemon/show/Show.h"
+#include "daemon/VrfHost.h"
+#include "daemon/control/Request.h"
+#include "daemon/file/ConfigFile.h"
 #include "platform/tracelet/Sinks.h"
+#include "view/Process.h"
+#include "view/Show.h"
 
 namespace Routing::Pim::Bsr {
+
+using VrfHosts = std::map<L3::VrfName, std::unique_ptr<VrfHost>>;
 
 /// Reads the process that it is asked about and, for the verbs that say so, writes to it. Whatever is
 /// wrong with a request becomes the reply.

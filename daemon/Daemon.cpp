@@ -1,11 +1,12 @@
 #include "daemon/Daemon.h"
 
 #include <csignal>
+#include <ctime>
 #include <random>
 #include <stdexcept>
 
-#include "daemon/ConfigApply.h"
-#include "daemon/SystemWarnings.h"
+#include "daemon/file/ConfigApply.h"
+#include "daemon/file/SystemWarnings.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -14,6 +15,15 @@ namespace {
 Tracelet::Module trace("Pim::Bsr::Daemon");
 
 constexpr size_t logLines = 1000;
+
+/// The time of day, as "2024-05-01T12:34:56Z".
+std::string timestamp() {
+  const std::time_t now = std::time(nullptr);
+  std::tm utc{};
+  char text[sizeof "2024-05-01T12:34:56Z"];
+  std::strftime(text, sizeof text, "%FT%TZ", ::gmtime_r(&now, &utc));
+  return text;
+}
 
 }  // namespace
 

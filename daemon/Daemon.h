@@ -8,7 +8,7 @@
 #include "daemon/Answers.h"
 #include "daemon/ControlServer.h"
 #include "daemon/Options.h"
-#include "daemon/StateFile.h"
+#include "daemon/state/StateFile.h"
 
 namespace Routing::Pim::Bsr {
 

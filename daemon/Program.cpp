@@ -4,9 +4,9 @@
 #include <iostream>
 
 #include "daemon/Daemon.h"
-#include "daemon/SystemWarnings.h"
 #include "daemon/control/Defaults.h"
 #include "daemon/file/Schema.h"
+#include "daemon/file/SystemWarnings.h"
 
 namespace Routing::Pim::Bsr {
 

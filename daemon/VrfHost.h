@@ -6,7 +6,7 @@
 #include <string>
 
 #include "agent/SystemState.h"
-#include "daemon/Configuration.h"
+#include "daemon/file/Configuration.h"
 #include "platform/linux/VrfPlatform.h"
 
 namespace Routing::Pim::Bsr {

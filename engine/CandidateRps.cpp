@@ -2,7 +2,7 @@
 
 #include "engine/BsrCandidateSm.h"
 #include "engine/Reactors.h"
-#include "io/RpCandidateSm.h"
+#include "engine/RpCandidateSm.h"
 #include "model/VrfTrace.h"
 
 namespace Routing::Pim::Bsr {

@@ -4,8 +4,8 @@
 #include "engine/BsrNonCandidateSm.h"
 #include "engine/PimBsrTrieBuilder.h"
 #include "engine/Reactors.h"
+#include "engine/RpCandidateSm.h"
 #include "engine/RpSetMirror.h"
-#include "io/RpCandidateSm.h"
 #include "model/VrfTrace.h"
 #include "platform/tracelet/Require.h"
 

@@ -19,11 +19,11 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "daemon/ConfigApply.h"
-#include "daemon/ConfigFile.h"
-#include "daemon/show/Show.h"
+#include "daemon/file/ConfigApply.h"
+#include "daemon/file/ConfigFile.h"
 #include "platform/sim/Network.h"
 #include "sim/Host.h"
+#include "view/Show.h"
 
 namespace {
 

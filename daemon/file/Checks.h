@@ -1,8 +1,8 @@
 /// What is wrong, or doubtful, in a configuration although each of its members is good.
 #pragma once
 
-#include "daemon/Configuration.h"
-#include "daemon/Findings.h"
+#include "daemon/file/Configuration.h"
+#include "daemon/file/Findings.h"
 #include "daemon/file/Places.h"
 
 namespace Routing::Pim::Bsr {

@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "daemon/Configuration.h"
+#include "daemon/file/Configuration.h"
 
 namespace Routing::Pim::Bsr {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "daemon/Configuration.h"
+#include "daemon/file/Configuration.h"
 
 namespace Routing::Pim::Bsr {
 

@@ -1,8 +1,8 @@
 #include <algorithm>
 
-#include "daemon/Zones.h"
 #include "daemon/file/Checks.h"
 #include "daemon/file/Entries.h"
+#include "daemon/file/Zones.h"
 #include "platform/linux/Namespace.h"
 
 namespace Routing::Pim::Bsr {

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <optional>
 
-#include "daemon/ObjectReader.h"
+#include "daemon/file/ObjectReader.h"
 
 namespace Routing::Pim::Bsr {
 

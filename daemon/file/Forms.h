@@ -4,7 +4,7 @@
 #include <functional>
 #include <string>
 
-#include "daemon/Configuration.h"
+#include "daemon/file/Configuration.h"
 
 namespace Routing::Pim::Bsr {
 

@@ -5,9 +5,9 @@
 #include <iterator>
 #include <set>
 
-#include "daemon/JsonText.h"
-#include "daemon/ObjectReader.h"
 #include "daemon/file/Description.h"
+#include "daemon/file/JsonText.h"
+#include "daemon/file/ObjectReader.h"
 #include "daemon/file/Places.h"
 
 namespace Routing::Pim::Bsr {

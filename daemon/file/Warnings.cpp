@@ -1,9 +1,9 @@
 #include <algorithm>
 
-#include "daemon/Zones.h"
 #include "daemon/file/Checks.h"
 #include "daemon/file/Entries.h"
-#include "io/CrpAdvertisements.h"
+#include "daemon/file/Zones.h"
+#include "engine/CrpAdvertisements.h"
 
 namespace Routing::Pim::Bsr {
 

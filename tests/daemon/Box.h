@@ -7,8 +7,8 @@
 #include <sstream>
 
 #include "config/ConfigSm.h"
-#include "daemon/ConfigApply.h"
-#include "daemon/ConfigFile.h"
+#include "daemon/file/ConfigApply.h"
+#include "daemon/file/ConfigFile.h"
 #include "platform/sim/Network.h"
 #include "sim/Host.h"
 #include "tests/support/Addresses.h"

@@ -1,10 +1,10 @@
-#include "daemon/ConfigApply.h"
+#include "daemon/file/ConfigApply.h"
 
 #include <gtest/gtest.h>
 
-#include "daemon/EntityJson.h"
 #include "platform/tracelet/Sinks.h"
 #include "tests/daemon/RandomFile.h"
+#include "view/EntityJson.h"
 
 namespace Routing::Pim::Bsr {
 namespace {

@@ -1,4 +1,4 @@
-#include "daemon/ConfigFile.h"
+#include "daemon/file/ConfigFile.h"
 
 #include <gtest/gtest.h>
 

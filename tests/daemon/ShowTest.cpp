@@ -1,4 +1,4 @@
-#include "daemon/show/Show.h"
+#include "view/Show.h"
 
 #include <gtest/gtest.h>
 

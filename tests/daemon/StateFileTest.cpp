@@ -1,4 +1,4 @@
-#include "daemon/StateFile.h"
+#include "daemon/state/StateFile.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -6,7 +6,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "daemon/SavedStatus.h"
+#include "daemon/state/SavedStatus.h"
 #include "tests/daemon/TemporaryDirectory.h"
 #include "tests/support/TestVrf.h"
 

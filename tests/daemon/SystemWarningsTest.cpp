@@ -1,6 +1,6 @@
-#include "daemon/SystemWarnings.h"
+#include "daemon/file/SystemWarnings.h"
 
-#include "daemon/ConfigFile.h"
+#include "daemon/file/ConfigFile.h"
 #include "tests/linux/Netns.h"
 
 namespace Routing::Pim::Bsr {

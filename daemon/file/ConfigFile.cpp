@@ -1,0 +1,57 @@
+#include "daemon/file/ConfigFile.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "daemon/file/Checks.h"
+#include "daemon/file/MemberReader.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+
+/// The defaults that hang on other members.
+void compute(Configuration &configuration) {
+  for (auto &[vrf, pim] : configuration.pim) {
+    if (vrf.text() != L3::defaultVrf && pim.networkNamespace.empty()) pim.networkNamespace = vrf.text();
+    configuration.vrfConfig.try_emplace(vrf);
+  }
+  for (auto &[vrf, settings] : configuration.vrfConfig) {
+    const uint32_t interval = largestInterval(settings);
+    if (settings.holdTime == 0) settings.holdTime = interval == 0 ? VrfSettings().holdTime : holdTimeOf(interval);
+    if (settings.szTimeout == 0) settings.szTimeout = 10 * settings.holdTime;
+  }
+}
+
+}  // namespace
+
+LoadedConfiguration configurationFromText(std::string_view text, Pax::AddressFamily family) {
+  LoadedConfiguration loaded;
+  Configuration &configuration = loaded.configuration;
+  configuration.family = family;
+  const nlohmann::json root = parseJson(text, loaded.findings);
+  if (!loaded.good() && !root.is_object()) return loaded;
+  MemberReader::File file{loaded.findings, {}};
+  MemberReader::read(root, "", "", {configuration, ""}, file, configuration);
+  compute(configuration);
+  findErrors(configuration, file.places, loaded.findings);
+  if (loaded.good()) findWarnings(configuration, file.places, loaded.findings);
+  return loaded;
+}
+
+LoadedConfiguration configurationFromFile(const std::string &file, Pax::AddressFamily family) {
+  LoadedConfiguration loaded;
+  errno = 0;
+  std::ifstream in(file, std::ios::binary);
+  std::ostringstream text;
+  if (in.peek() != std::ifstream::traits_type::eof()) text << in.rdbuf();
+  if (!in.is_open() || in.bad()) {
+    loaded.findings.error("", std::string("cannot be read: ") + std::strerror(errno ? errno : EIO));
+    return loaded;
+  }
+  return configurationFromText(text.str(), family);
+}
+
+}  // namespace Routing::Pim::Bsr

@@ -1,0 +1,24 @@
+/// The configuration file: JSON, comments allowed, everything checked before anything is used. What
+/// its members are is said in daemon/file/Description.h, and for operators in docs/operator.md.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "daemon/file/Configuration.h"
+#include "daemon/file/Findings.h"
+
+namespace Routing::Pim::Bsr {
+
+/// The configuration is meant to be used only if there are no errors.
+struct LoadedConfiguration {
+  Configuration configuration;
+  Findings findings;
+  bool good() const { return findings.errors.empty(); }
+};
+
+LoadedConfiguration configurationFromText(std::string_view text, Pax::AddressFamily family);
+/// Nothing throws: a file that cannot be read is an error with an empty place.
+LoadedConfiguration configurationFromFile(const std::string &file, Pax::AddressFamily family);
+
+}  // namespace Routing::Pim::Bsr

@@ -1,0 +1,18 @@
+/// JSON as people write it into a file: comments are allowed, a key that is given twice is not.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string_view>
+
+#include "daemon/file/Findings.h"
+
+namespace Routing::Pim::Bsr {
+
+/// The value of the text. Of a key given twice the first is kept and an error found; a text that is
+/// no JSON gives null and an error whose place is LINE:COLUMN.
+nlohmann::json parseJson(std::string_view text, Findings &findings);
+
+/// The path of a member; the path of the whole file is empty.
+std::string pathTo(std::string_view path, std::string_view name);
+
+}  // namespace Routing::Pim::Bsr

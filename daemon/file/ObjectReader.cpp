@@ -1,0 +1,107 @@
+#include "daemon/file/ObjectReader.h"
+
+#include <algorithm>
+
+#include "daemon/file/JsonText.h"
+
+namespace Routing::Pim::Bsr {
+
+using nlohmann::json;
+
+namespace {
+
+std::string joined(const std::vector<std::string> &words) {
+  std::string text;
+  for (const std::string &word : words) text += (text.empty() ? "" : ", ") + word;
+  return text;
+}
+
+}  // namespace
+
+std::string shown(const json &value) {
+  constexpr size_t longest = 40;
+  if (value.is_structured()) return value.is_object() ? "an object" : "a list";
+  std::string text = value.dump(-1, ' ', true);
+  if (text.size() > longest) text.replace(longest, text.npos, "...");
+  return text;
+}
+
+ObjectReader::ObjectReader(const json &value, std::string path, Findings &findings)
+    : value_(value), path_(std::move(path)), findings_(findings) {
+  if (!value.is_object()) findings.error(path_, shown(value) + " is no object");
+}
+
+std::string ObjectReader::path(std::string_view name) const { return pathTo(path_, name); }
+
+bool ObjectReader::has(std::string_view name) const { return value_.is_object() && value_.contains(name); }
+
+bool ObjectReader::hasEntries(std::string_view name) const { return has(name) && value_.at(name) != json::object(); }
+
+const json *ObjectReader::find(const char *name) {
+  known_.emplace_back(name);
+  return has(name) ? &value_.at(name) : nullptr;
+}
+
+std::optional<uint64_t> ObjectReader::number(const char *name, uint64_t least, uint64_t most) {
+  const json *member = find(name);
+  if (!member) return std::nullopt;
+  if (member->is_number_unsigned()) {
+    const auto number = member->get<uint64_t>();
+    if (number >= least && number <= most) return number;
+  }
+  findings_.error(path(name),
+                  shown(*member) + " is no whole number from " + std::to_string(least) + " to " + std::to_string(most));
+  return std::nullopt;
+}
+
+std::optional<std::string> ObjectReader::text(const char *name) {
+  const json *member = find(name);
+  if (!member) return std::nullopt;
+  if (member->is_string()) return member->get<std::string>();
+  findings_.error(path(name), shown(*member) + " is no text");
+  return std::nullopt;
+}
+
+std::optional<std::string> ObjectReader::word(const char *name, const std::vector<std::string> &words) {
+  const json *member = find(name);
+  if (!member) return std::nullopt;
+  if (member->is_string() && std::find(words.begin(), words.end(), *member) != words.end()) {
+    return member->get<std::string>();
+  }
+  findings_.error(path(name), shown(*member) + " is none of " + joined(words));
+  return std::nullopt;
+}
+
+void ObjectReader::elements(const char *name, const Member &element) {
+  const json *found = find(name);
+  if (!found) return;
+  if (!found->is_array()) {
+    findings_.error(path(name), shown(*found) + " is no list");
+    return;
+  }
+  size_t index = 0;
+  for (const json &value : *found) {
+    const std::string number = std::to_string(index++);
+    element(number, value, pathTo(path(name), number));
+  }
+}
+
+void ObjectReader::each(const char *name, const Member &member) {
+  const json *found = find(name);
+  if (!found) return;
+  if (!found->is_object()) {
+    findings_.error(path(name), shown(*found) + " is no object");
+    return;
+  }
+  for (const auto &[key, value] : found->items()) member(key, value, pathTo(path(name), key));
+}
+
+void ObjectReader::noOthers() {
+  if (!value_.is_object()) return;
+  for (const auto &[name, value] : value_.items()) {
+    if (std::find(known_.begin(), known_.end(), name) != known_.end()) continue;
+    findings_.error(path(name), "unknown name; known here: " + joined(known_));
+  }
+}
+
+}  // namespace Routing::Pim::Bsr

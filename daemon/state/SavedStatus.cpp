@@ -1,0 +1,137 @@
+#include "daemon/state/SavedStatus.h"
+
+#include "view/EntityJson.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+
+using nlohmann::json;
+
+void expect(bool good, const std::string &what) {
+  if (!good) throw Kiv::RangeError(what + " is out of range");
+}
+
+Kiv::Value toValue(const json &json) {
+  if (json.is_boolean()) return json.get<bool>();
+  if (json.is_number_unsigned()) return json.get<uint64_t>();
+  if (json.is_number_float()) return json.get<double>();
+  return json.get<std::string>();
+}
+
+void readAttributes(const json &json, Kiv::Entity &entity) {
+  for (const auto &[name, value] : membersOf(json)) {
+    if (!entity.attributeIs(name, toValue(value))) throw Kiv::RangeError("no attribute " + name);
+  }
+}
+
+class Reader {
+ public:
+  Reader(const SavedRange &range, Status &status, RpCandidateStatus &published)
+      : range_(range), status_(status), published_(published) {}
+
+  void read(const json &json) {
+    for (const auto &[zone, saved] : membersOf(json.at("cbsr"))) readCandidate(saved, *status_.cbsrIs(groups(zone)));
+    for (const auto &[zone, saved] : membersOf(json.at("bootstrapRouter"))) {
+      readBsr(saved, *status_.bootstrapRouterIs(groups(zone)));
+    }
+    for (const auto &[zone, saved] : membersOf(json.at("crpStatus"))) {
+      readSets(saved, *status_.crpStatusIs(groups(zone))->statusIs(""));
+    }
+    readSets(json.at("published"), published_);
+  }
+
+ private:
+  Pax::IpGenPrefix groups(const std::string &text) const {
+    const auto prefix = Pax::IpGenPrefix::fromText(text);
+    expect(Pax::allGroups(range_.af).covers(prefix), text);
+    return prefix;
+  }
+  void expectUnicast(const Pax::IpGenAddr &address) const {
+    expect(address.af() == range_.af && !address.isZero() && !address.isMulticast(),
+           Kiv::toText(Kiv::toValue(address)));
+  }
+  void expectTimes(double setup, double expiry, double longest) const {
+    expect(setup >= 0 && setup <= range_.now, "setupTime");
+    expect(expiry > 0 && expiry <= range_.now + longest, "expiry");
+  }
+
+  void readCandidate(const json &json, BsrCandidate &candidate) const {
+    readAttributes(json, candidate);
+    expectUnicast(candidate.address());
+    expect(candidate.priority() <= 255, "priority");
+    expect(candidate.hashMaskLen() <= Pax::addressBits(range_.af), "hashMaskLen");
+    expect(candidate.elected(), "elected");
+  }
+  void readBsr(const json &json, ElectedBsrStatus &bsr) const {
+    readAttributes(json, bsr);
+    expectUnicast(bsr.ipAddr());
+    expect(bsr.priority() <= 255, "priority");
+    expect(bsr.hashMaskLen() <= 255, "hashMaskLen");  // any that a message can tell
+    expectTimes(bsr.setupTime(), bsr.expiryTime(), UINT32_MAX);
+  }
+  void readSets(const json &json, RpCandidateStatus &sets) const {
+    sets.rpSetTypeIs(rpSetTypeBsr);
+    for (const auto &[prefix, set] : membersOf(json)) readSet(set, *sets.crpSetIs(groups(prefix)));
+  }
+  void readSet(const json &json, RpCandidateSet &set) const {
+    for (const auto &[address, saved] : membersOf(json)) {
+      const auto rp = Pax::IpGenAddr::fromText(address);
+      expectUnicast(rp);
+      readRp(saved, *set.rpIs(rp));
+    }
+  }
+  void readRp(const json &json, Pim::RpCandidate &rp) const {
+    readAttributes(json, rp);
+    expect(rp.priority() <= 255, "priority");
+    expectTimes(rp.setupTime(), rp.expires(), UINT16_MAX);
+  }
+
+  const SavedRange range_;
+  Status &status_;
+  RpCandidateStatus &published_;
+};
+
+json candidateJson(const BsrCandidate &candidate) {
+  json saved = toJson(candidate);
+  saved.erase("state");  // its machine starts as the elected one
+  return saved;
+}
+
+json setsJson(const RpCandidateStatus &learned) {
+  json sets = json::object();
+  for (const auto &[prefix, set] : learned.crpSet()) {
+    json saved = toJson(*set);
+    sets[Kiv::toText(Kiv::toValue(prefix))] = std::move(saved.at("rp"));
+  }
+  return sets;
+}
+
+}  // namespace
+
+const json::object_t &membersOf(const json &json) {
+  if (!json.is_object()) throw Kiv::RangeError("an object is missing");
+  return json.get_ref<const json::object_t &>();
+}
+
+json savedJson(const Status &status, const RpCandidateStatus &published) {
+  json cbsr = json::object(), bsr = json::object(), crp = json::object();
+  const auto text = [](const Pax::IpGenPrefix &zone) { return Kiv::toText(Kiv::toValue(zone)); };
+  for (const auto &[zone, candidate] : status.cbsr()) {
+    if (candidate->elected()) cbsr[text(zone)] = candidateJson(*candidate);
+  }
+  for (const auto &[zone, elected] : status.bootstrapRouter()) bsr[text(zone)] = toJson(*elected);
+  for (const auto &[zone, learned] : status.crpStatus()) {
+    if (learned->status()) crp[text(zone)] = setsJson(*learned->status());
+  }
+  return {{"cbsr", std::move(cbsr)},
+          {"bootstrapRouter", std::move(bsr)},
+          {"crpStatus", std::move(crp)},
+          {"published", setsJson(published)}};
+}
+
+void readStatus(const json &json, const SavedRange &range, Status &status, RpCandidateStatus &published) {
+  Reader(range, status, published).read(json);
+}
+
+}  // namespace Routing::Pim::Bsr

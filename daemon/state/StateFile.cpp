@@ -1,0 +1,172 @@
+#include "daemon/state/StateFile.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <memory>
+
+#include "agent/MountPaths.h"
+#include "daemon/state/SavedStatus.h"
+#include "platform/tracelet/Tracelet.h"
+#include "view/EntityJson.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+
+Tracelet::Module trace("Pim::Bsr::StateFile");
+
+namespace fs = std::filesystem;
+
+constexpr double saveInterval = 5;
+
+/// A device is neither read nor replaced.
+bool isOther(const std::string &path) {
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  return fs::exists(status) && !fs::is_regular_file(status);
+}
+
+}  // namespace
+
+/// Hears of changes, also of VRFs that come later.
+class StateFile::KivStatusColl : public StatusColl::Notifiee {
+ public:
+  explicit KivStatusColl(StateFile &file) : file_(file) {
+    notifierIs(file.contents_.statusColl);
+    notifierReplay();
+  }
+  void onVrfStatus(const L3::VrfName &vrf) override {
+    vrf_.erase(vrf);
+    if (const auto status = notifier()->vrfStatus(vrf)) vrf_[vrf] = std::make_unique<KivStatus>(file_, status);
+    file_.handleChange();
+  }
+
+ private:
+  /// Messages that were taken, and our own.
+  class KivCounters : public PimBsrCounters::Notifiee {
+   public:
+    explicit KivCounters(StateFile &file) : file_(file) {}
+    void onRxSuccess() override { file_.handleChange(); }
+    void onTxSuccess() override { file_.handleChange(); }
+
+   private:
+    StateFile &file_;
+  };
+  class KivStatus : public Status::Notifiee {
+   public:
+    KivStatus(StateFile &file, const Kiv::Ptr<const Status> &status) : file_(file), kivCounters_(file) {
+      notifierIs(status);
+      kivCounters_.notifierIs(status->counters());
+    }
+    void onCounters() override { kivCounters_.notifierIs(notifier()->counters()); }
+    void onBootstrapRouter(const Pax::IpGenPrefix &) override { file_.handleChange(); }
+    void onCrpStatus(const Pax::IpGenPrefix &) override { file_.handleChange(); }
+    void onCbsr(const Pax::IpGenPrefix &) override { file_.handleChange(); }
+
+   private:
+    StateFile &file_;
+    KivCounters kivCounters_;
+  };
+
+  StateFile &file_;
+  std::map<L3::VrfName, std::unique_ptr<KivStatus>> vrf_;
+};
+
+StateFile::StateFile(Identity identity, const Contents &contents, const Orb::Clock &clock,
+                     const Kiv::Ptr<Orb::TimerWheel> &wheel)
+    : identity_(std::move(identity)),
+      contents_(contents),
+      clock_(clock),
+      timer_(*this, wheel),
+      kivStatusColl_(std::make_unique<KivStatusColl>(*this)) {}
+
+StateFile::~StateFile() = default;
+
+std::string StateFile::thisBoot() {
+  std::string boot;
+  std::getline(std::ifstream("/proc/sys/kernel/random/boot_id"), boot);
+  std::error_code error;
+  const auto network = fs::read_symlink("/proc/self/ns/net", error);
+  return boot.empty() || error ? "" : boot + " " + network.string();
+}
+
+void StateFile::handleChange() {
+  if (!timer_.armed()) timer_.timeMinIs(std::max(clock_.now(), savedAt_ + saveInterval));
+}
+
+void StateFile::load() {
+  std::ifstream file;
+  if (!isOther(identity_.path)) file.open(identity_.path);
+  if (!file.is_open()) {
+    TRACELET(trace, 3, "There is no state to be read in " << identity_.path);
+    return;
+  }
+  try {
+    const auto json = nlohmann::json::parse(file);
+    if (json.at("agent") != agentName(identity_.af)) throw Kiv::RangeError("it is of another agent");
+    if (identity_.boot.empty() || json.at("boot") != identity_.boot) throw Kiv::RangeError("it is of another boot");
+    // Into a copy first: a file is taken whole or not at all.
+    read(json, {Kiv::make<StatusColl>(), Kiv::make<RpCandidateStatusColl>()});
+    read(json, contents_);
+    TRACELET(trace, 3, "State read from " << identity_.path);
+  } catch (const std::exception &error) {
+    TRACELET(trace, 1, "The state in " << identity_.path << " is ignored: " << error.what());
+  }
+}
+
+void StateFile::read(const nlohmann::json &json, const Contents &contents) const {
+  for (const auto &[vrf, saved] : membersOf(json.at("vrfStatus"))) {
+    const auto published = Kiv::make<RpCandidateStatus>(vrf);
+    readStatus(saved, {identity_.af, clock_.now()}, *contents.statusColl->vrfStatusIs(vrf), *published);
+    contents.rpCandidateStatusColl->vrfStatusIs(vrf, published);
+  }
+}
+
+std::string StateFile::text() const {
+  auto vrfs = nlohmann::json::object();
+  const RpCandidateStatus none("");
+  for (const auto &[vrf, status] : contents_.statusColl->vrfStatus()) {
+    const auto *published = contents_.rpCandidateStatusColl->vrfStatus(vrf);
+    vrfs[vrf.text()] = savedJson(*status, published ? **published : none);
+  }
+  const nlohmann::json json{
+      {"agent", agentName(identity_.af)}, {"boot", identity_.boot}, {"vrfStatus", std::move(vrfs)}};
+  return json.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+}
+
+void StateFile::save() {
+  timer_.timeMinIs(Orb::never);
+  savedAt_ = clock_.now();
+  std::string now = text();
+  if (now == saved_) return;
+  const std::string error = write(now);
+  if (error.empty()) {
+    saved_ = std::move(now);
+  } else if (!failed_) {
+    TRACELET(trace, 1, "The state cannot be saved in " << identity_.path << ": " << error);
+  }
+  failed_ = !error.empty();
+}
+
+// What went wrong; empty when nothing did.
+std::string StateFile::write(const std::string &text) const {
+  if (isOther(identity_.path)) return "it is no regular file";
+  const std::string fresh = identity_.path + ".new";
+  try {
+    const fs::path directory = fs::path(identity_.path).parent_path();
+    if (!directory.empty()) fs::create_directories(directory);
+    std::ofstream file(fresh, std::ios::trunc);
+    file.write(text.data(), static_cast<std::streamsize>(text.size()));
+    file.close();
+    if (!file) return std::strerror(errno);
+    fs::rename(fresh, identity_.path);
+  } catch (const fs::filesystem_error &error) {
+    return error.code().message();
+  }
+  return {};
+}
+
+}  // namespace Routing::Pim::Bsr

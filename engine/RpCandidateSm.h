@@ -1,0 +1,130 @@
+/// Advertises one candidate RP of this router, with one priority, to the BSRs of its zones.
+///
+/// Each prefix belongs to the innermost zone with a BSR that covers it. The timer makes a pass, which
+/// sends to every zone: three in quick succession when the machine starts or a zone's BSR changes, then
+/// one every interval (RFC 5059 section 3.2). A prefix that is no longer served is withdrawn with the
+/// next one, by an advertisement with hold time 0; bidirectional prefixes that become sparse at once,
+/// to be advertised a second later.
+#pragma once
+
+#include <memory>
+
+#include "engine/CrpAdvertisements.h"
+#include "platform/orb/Random.h"
+
+namespace Routing::Pim::Bsr {
+
+class RpCandidateSm {
+ public:
+  RpCandidateSm(const CrpOptions &crpOptions, const Kiv::Ptr<const Status> &bsrStatus,
+                const Kiv::Ptr<const TrieGen> &bsrTrie, const Kiv::Ptr<Orb::TimerWheel> &timerWheel,
+                CrpAdvertisements &advertisements, const Kiv::Ptr<const RpCandidate> &crp, Orb::Random &random);
+  RpCandidateSm(const RpCandidateSm &) = delete;
+  RpCandidateSm &operator=(const RpCandidateSm &) = delete;
+
+  const CrpOptions &crpOptions() const { return crpOptions_; }
+  /// By zone, what its BSR is told.
+  const Kiv::Table<Pax::IpGenPrefix, Kiv::Ptr<RpCandidatePrefixSet>> &crpAdvSet() const { return crpAdvSet_; }
+  double nextAdvertisement() const;
+
+  /// Says the goodbyes (hold time 0) that are due for the RP, and sends one message to the BSR of each
+  /// zone. `shutdown` only says goodbye, for all ranges of this machine that no other one serves; the
+  /// owner does so before it ends the machine.
+  void doSendCrpAdv(bool shutdown);
+
+ private:
+  class KivPrefixOption : public RpCandidateGroupEntryOptions::Notifiee {
+   public:
+    KivPrefixOption(RpCandidateSm &sm, const Pax::IpGenPrefix &prefix,
+                    const Kiv::Ptr<const RpCandidateGroupEntryOptions> &options)
+        : sm_(sm), prefix_(prefix) {
+      notifierIs(options);
+    }
+    void onPriority() override { handlePriority(); }
+
+   private:
+    void handlePriority();
+    const std::string &vrfName() const { return sm_.vrfName(); }
+    RpCandidateSm &sm_;
+    const Pax::IpGenPrefix prefix_;
+  };
+  class KivCrp : public RpCandidate::Notifiee {
+   public:
+    KivCrp(RpCandidateSm &sm, const Kiv::Ptr<const RpCandidate> &crp);
+    void onInterval() override { sm_.handleInterval(); }
+    void onMode() override { sm_.handleMode(); }
+    void onPrefixSet(const Pax::IpGenPrefix &prefix) override { sm_.handlePrefix(prefix); }
+    void onPrefixOptions(const Pax::IpGenPrefix &prefix) override;
+
+   private:
+    void followOption(const Pax::IpGenPrefix &prefix);
+    RpCandidateSm &sm_;
+    Kiv::Table<Pax::IpGenPrefix, std::unique_ptr<KivPrefixOption>> option_;
+  };
+  class KivBsrTrie : public TrieGen::Notifiee {
+   public:
+    explicit KivBsrTrie(RpCandidateSm &sm) : sm_(sm) { notifierIs(sm.bsrTrie_); }
+    void onRoute(const Pax::IpGenPrefix &zone) override { sm_.handleBsr(zone); }
+
+   private:
+    RpCandidateSm &sm_;
+  };
+  class KivCrpAdvTimer : public Orb::Timer {
+   public:
+    using Handler = void (RpCandidateSm::*)();
+    KivCrpAdvTimer(RpCandidateSm &sm, const Kiv::Ptr<Orb::TimerWheel> &wheel, Handler handler)
+        : Timer(wheel), sm_(sm), handler_(handler) {}
+    void onTime() override { (sm_.*handler_)(); }
+
+   private:
+    RpCandidateSm &sm_;
+    const Handler handler_;
+  };
+
+  using Prefixes = CrpAdvertisements::Prefixes;
+
+  const std::string &vrfName() const { return bsrStatus_->name(); }
+  void handleInitialized();
+  void handleBsr(const Pax::IpGenPrefix &zone);
+  void handlePrefix(const Pax::IpGenPrefix &prefix);
+  void handleInterval();
+  void handleMode();
+  void handleCrpAdvTimerExpiry();
+  void handlePassTimerExpiry();
+  void handleReturnTimerExpiry();
+  void doAdvertiseSoon();
+  void doAdvertiseAt(double time);
+  void doRepeatWithin(uint16_t seconds);
+  bool doUpdateCrpAdvSet();
+  bool doUpdateCrpAdvSet(const Pax::IpGenPrefix &zone);
+  bool doUpdateCrpAdvSetPrefix(const Pax::IpGenPrefix &prefix);
+  bool removeFromZone(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix);
+  bool isConfigured(const Pax::IpGenPrefix &prefix) const;
+  bool advertises(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) const;
+  bool doReturnLater();
+  Prefixes prefixesOf(const Pax::IpGenPrefix &zone) const;
+  Prefixes restedOf(const Pax::IpGenPrefix &zone) const;
+  uint32_t quickDelay();
+
+  const CrpOptions crpOptions_;
+  const Kiv::Ptr<const Status> bsrStatus_;
+  const Kiv::Ptr<const TrieGen> bsrTrie_;
+  CrpAdvertisements &advertisements_;
+  const Kiv::Ptr<const RpCandidate> crp_;
+  Orb::Random &random_;
+  const Orb::TimerWheel &timerWheel_;
+
+  Kiv::Table<Pax::IpGenPrefix, Kiv::Ptr<RpCandidatePrefixSet>> crpAdvSet_;
+  uint8_t crpAdvBackoffCount_ = 0;  // quick advertisements still to send
+  uint16_t lastInterval_ = 0;
+  bool initialized_ = false;
+  KivCrpAdvTimer crpAdvTimer_;
+  // For passes out of turn, which neither move crpAdvTimer_ nor are moved with it.
+  KivCrpAdvTimer soonTimer_;    // something changed
+  KivCrpAdvTimer repeatTimer_;  // a longer interval is told once more
+  KivCrpAdvTimer returnTimer_;  // withdrawn prefixes may be advertised again
+  KivCrp kivCrp_;
+  KivBsrTrie kivBsrTrie_;
+};
+
+}  // namespace Routing::Pim::Bsr

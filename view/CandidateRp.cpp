@@ -1,0 +1,129 @@
+#include <map>
+#include <set>
+
+#include "config/ConfigSm.h"
+#include "engine/RpCandidateSm.h"
+#include "view/Json.h"
+#include "view/Reasons.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+
+using Priorities = std::map<Pax::IpGenPrefix, RpPriority>;
+
+/// What it would serve.
+Priorities configuredGroups(const VrfView &view, const RpCandidateConfig &config) {
+  Priorities groups;
+  const auto add = [&](const Pax::IpGenPrefix &prefix, const auto &options) {
+    RpPriority &priority = groups.try_emplace(prefix, rpPriorityUnset).first->second;
+    if (options && options->priority() != rpPriorityUnset) priority = options->priority();
+  };
+  for (const Pax::IpGenPrefix &prefix : config.groupRange().keys()) add(prefix, config.groupRangeOptions(prefix));
+  for (const std::string &acl : sortedKeys(config.acl())) {
+    for (const Pax::IpGenPrefix &prefix : permittedBy(view, acl).groups) add(prefix, config.aclOptions(acl));
+  }
+  return groups;
+}
+
+Priorities servedGroups(const RpCandidate &crp) {
+  Priorities groups;
+  for (const Pax::IpGenPrefix &prefix : crp.prefixSet().keys()) {
+    const auto options = crp.prefixOptions(prefix);
+    groups[prefix] = options ? options->priority() : rpPriorityUnset;
+  }
+  return groups;
+}
+
+/// The first thing in the way of the whole candidacy, or of one of its ACLs.
+std::string whyNotServed(const VrfView &view, const Pax::IntfId &intfId, const RpCandidateConfig &config,
+                         const Kiv::Ptr<RpCandidate> &present) {
+  const std::string why = whyNoAddress(view, intfId);
+  if (!why.empty()) return why;
+  if (present && present->intfId() != intfId) {
+    std::ostringstream text;
+    text << present->intfId() << " serves " << addressOf(view, intfId);
+    return text.str();
+  }
+  for (const std::string &acl : sortedKeys(config.acl())) {
+    if (const std::string lack = whyNoGroup(view, acl); !lack.empty()) return lack;
+  }
+  return config.groupRange().empty() && config.acl().empty() ? "serves no group" : "";
+}
+
+/// What the RP's machines, one for each priority, advertise to a zone.
+struct Advertised {
+  std::set<Pax::IpGenPrefix> groups, leftOut;
+  double next = Orb::never;
+};
+
+/// A message counts the first ranges only.
+void add(Advertised &advertised, const RpCandidatePrefixSet &set, double next) {
+  const auto keys = set.prefixSet().keys();
+  const std::set<Pax::IpGenPrefix> sorted(keys.begin(), keys.end());
+  size_t counted = 0;
+  for (const Pax::IpGenPrefix &prefix : sorted) {
+    auto &groups = ++counted > CrpAdvertisements::mostCounted ? advertised.leftOut : advertised.groups;
+    groups.insert(prefix);
+  }
+  advertised.next = std::min(advertised.next, next);
+}
+
+Rows listOf(const std::set<Pax::IpGenPrefix> &prefixes) {
+  Rows json = Rows::array();
+  for (const Pax::IpGenPrefix &prefix : prefixes) json.push_back(toJson(prefix));
+  return json;
+}
+
+Rows zonesOf(const VrfView &view, const Pax::IpGenAddr &rp) {
+  std::map<Pax::IpGenPrefix, Advertised> zones;
+  for (const auto &[options, machine] : view.bsrSm->rpCandidateSm()) {
+    if (options.rpAddress != rp) continue;
+    for (const auto &[zone, set] : machine->crpAdvSet()) {
+      if (!set->prefixSet().empty()) add(zones[zone], *set, machine->nextAdvertisement());
+    }
+  }
+  Rows json = Rows::array();
+  for (const auto &[zone, advertised] : zones) {
+    const auto bsr = view.status->bootstrapRouter(zone);
+    json.push_back({{"zone", toJson(zone)},
+                    {"bsr", bsr ? toJson(bsr->ipAddr()) : nullptr},
+                    {"groups", listOf(advertised.groups)},
+                    {"leftOut", listOf(advertised.leftOut)},
+                    {"nextAdvertisement", secondsBetween(view.now, advertised.next)}});
+  }
+  return json;
+}
+
+Rows groupsOf(const Priorities &priorities) {
+  Rows json = Rows::array();
+  for (const auto &[prefix, priority] : priorities) {
+    json.push_back({{"prefix", toJson(prefix)}, {"priority", priority == rpPriorityUnset ? Rows() : toJson(priority)}});
+  }
+  return json;
+}
+
+Rows rowOf(const VrfView &view, const Pax::IntfId &intfId, const RpCandidateConfig &config) {
+  const Pax::IpGenAddr address = addressOf(view, intfId);
+  const auto present = view.configSm ? view.status->crp(address) : nullptr;
+  const bool active = present && present->intfId() == intfId;
+  Rows row{{"vrf", toJson(view.vrf)},
+           {"rp", toJson(address)},
+           {"interface", toJson(intfId)},
+           {"mode", toJson(config.mode())},
+           {"interval", toJson(config.advInterval())},
+           {"groups", groupsOf(active ? servedGroups(*present) : configuredGroups(view, config))}};
+  addReason(row, active, whyNotServed(view, intfId, config, present));
+  row["zones"] = active && view.bsrSm ? zonesOf(view, address) : Rows::array();
+  return row;
+}
+
+}  // namespace
+
+void showCandidateRp(const VrfView &view, Rows &rows) {
+  for (const Pax::IntfId &intfId : sortedKeys(view.config->rpCandidateConfig())) {
+    rows.push_back(rowOf(view, intfId, *view.config->rpCandidateConfig(intfId)));
+  }
+}
+
+}  // namespace Routing::Pim::Bsr

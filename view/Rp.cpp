@@ -1,0 +1,59 @@
+#include <stdexcept>
+
+#include "view/Json.h"
+#include "view/Show.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+
+Pax::IpGenAddr groupFrom(const std::string &text, Pax::AddressFamily family) {
+  try {
+    const Pax::IpGenAddr group = Pax::IpGenAddr::fromText(text);
+    if (group.af() == family && group.isMulticast()) return group;
+  } catch (const Kiv::RangeError &) {
+  }
+  std::ostringstream error;
+  error << "'" << text << "' is no group of " << Pax::allGroups(family);
+  throw std::invalid_argument(error.str());
+}
+
+/// The zone whose set is published for the prefix.
+Pax::IpGenPrefix zoneOf(const VrfView &view, const Pax::IpGenPrefix &prefix) {
+  for (const auto &[zone, learned] : view.status->crpStatus()) {
+    if (view.bsrSm->published().setOfOwner(zone, prefix)) return zone;
+  }
+  return {};
+}
+
+Rows candidatesOf(const std::vector<RpHashSm::Candidate> &candidates) {
+  Rows json = Rows::array();
+  for (const auto &candidate : candidates) {
+    json.push_back(
+        {{"rp", toJson(candidate.rp)}, {"priority", toJson(candidate.priority)}, {"hash", toJson(candidate.hash)}});
+  }
+  return json;
+}
+
+}  // namespace
+
+void showRp(const VrfView &view, const std::string &group, Rows &rows) {
+  const Pax::IpGenAddr address = groupFrom(group, view.af);
+  for (const RpHashSm *rpHashSm : {view.rpHashSm, view.bidirRpHashSm}) {
+    const auto answer = rpHashSm ? rpHashSm->rpOf(address) : std::nullopt;
+    if (!answer) continue;
+    const Pax::IpGenPrefix zone = zoneOf(view, answer->prefix);
+    const auto bsr = view.status->bootstrapRouter(zone);
+    Rows row{{"vrf", toJson(view.vrf)}, {"group", toJson(address)}, {"zone", toJson(zone)}};
+    row["bsr"] = bsr ? toJson(bsr->ipAddr()) : nullptr;
+    row["prefix"] = toJson(answer->prefix);
+    row["rp"] = toJson(answer->best().rp);
+    row["mode"] = toJson(rpHashSm->mode());
+    row["priority"] = toJson(answer->best().priority);
+    row["hash"] = toJson(answer->best().hash);
+    row["candidates"] = candidatesOf(answer->candidates);
+    rows.push_back(std::move(row));
+  }
+}
+
+}  // namespace Routing::Pim::Bsr
