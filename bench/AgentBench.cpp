@@ -36,7 +36,7 @@ Pax::IpGenPrefix zone(uint32_t n) {
                 : Pax::IpGenPrefix(Pax::IpGenAddr::v4(0xef000000 + (n << 16)), 16);
 }
 
-/// A store with everything that the agent mounts.
+// A store with everything that the agent mounts.
 class System {
  public:
   System(uint32_t vrfs, uint32_t zones) : state_(store_, Pax::AddressFamily::ipv4) {

@@ -21,8 +21,8 @@ constexpr double bsTimeout = 130, bsMinInterval = 10, leastRandOverride = 5;
 constexpr double rpHoldTime = 180;  // three times the interval of advertisements
 constexpr double step = 0.1;        // how exactly times are taken
 
-/// A grid of agents. Three candidate BSRs, the first the best, and four candidate RPs stand apart in it;
-/// each RP serves one range of all and one of its own.
+// A grid of agents. Three candidate BSRs, the first the best, and four candidate RPs stand apart in it;
+// each RP serves one range of all and one of its own.
 class Grid {
  public:
   static constexpr uint32_t columns = 10, routers = 100;
@@ -56,15 +56,15 @@ class Grid {
 
   void runTo(double time) { network_.time().runTo(Sim::VirtualTime::start + time); }
   double now() { return network_.time().now(); }
-  /// Seconds until the zone's bootstrap timer ends at a candidate.
+  // Seconds until the zone's bootstrap timer ends at a candidate.
   double bsrExpires(uint32_t n) { return bsr(n).status().bootstrapRouter(zone_)->expires(now()); }
 
-  /// Seconds until all running agents agree on candidate `n` as the BSR; not a number when that takes
-  /// more than `most`.
+  // Seconds until all running agents agree on candidate `n` as the BSR; not a number when that takes
+  // more than `most`.
   double untilBsr(uint32_t n, double most) {
     return until([&] { return allFollow(n); }, most);
   }
-  /// The same, with so many RPs counted once a range.
+  // The same, with so many RPs counted once a range.
   double untilRps(uint32_t n, size_t rps, double most) {
     return until([&] { return agree(n, rps); }, most);
   }
@@ -105,7 +105,7 @@ class Grid {
   std::vector<const Sim::Host *> agents_;
 };
 
-/// What took how long, once for each network, and what the timers allow at best.
+// What took how long, once for each network, and what the timers allow at best.
 class Report {
  public:
   void add(const char *what, double took, double atBest, const char *why) {

@@ -9,7 +9,7 @@ namespace {
 
 constexpr double hour = 3600;
 
-/// Routers in a grid with links of different MTUs, a feeder in a corner. `groups` prefixes with 3 RPs.
+// Routers in a grid with links of different MTUs, a feeder in a corner. `groups` prefixes with 3 RPs.
 class Grid {
  public:
   Grid(Pax::AddressFamily family, uint32_t columns, uint32_t rows, uint32_t groups)
@@ -64,7 +64,7 @@ class Grid {
   std::vector<std::unique_ptr<Sim::Host>> hosts_;
 };
 
-/// Arguments: routers (in rows of 25) and groups. The goal is 60 s for a thousand.
+// Arguments: routers (in rows of 25) and groups. The goal is 60 s for a thousand.
 void anHourOfProtocol(benchmark::State &state) {
   for ([[maybe_unused]] auto _ : state) {
     const auto rows = static_cast<uint32_t>(state.range(0)) / 25;

@@ -53,7 +53,7 @@ class Port : public Pim::IO::PacketPort {
   bool transmit(const Pim::IO::Outgoing &) override { return true; }
 };
 
-/// The bytes of messages that list `groups` groups of rpsAGroup RPs, as many to a message as fit.
+// The bytes of messages that list `groups` groups of rpsAGroup RPs, as many to a message as fit.
 std::vector<std::vector<uint8_t>> messages(uint32_t groups, bool shuffled) {
   std::vector<uint32_t> order(rpsAGroup);
   for (uint32_t i = 0; i < rpsAGroup; ++i) order[i] = i;

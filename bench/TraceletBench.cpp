@@ -6,13 +6,13 @@
 
 namespace {
 
-Tracelet::Module module("TraceletBench");
+Tracelet::Module trace("TraceletBench");
 
 void traceOff(benchmark::State &state) {
   uint32_t value = 0;
   for ([[maybe_unused]] auto _ : state) {
     benchmark::DoNotOptimize(++value);
-    TRACELET(module, 9, "the value is " << value);
+    TRACELET(trace, 9, "the value is " << value);
   }
 }
 void traceBare(benchmark::State &state) {

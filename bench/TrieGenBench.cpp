@@ -13,7 +13,7 @@ using Pax::AddressFamily;
 using Pax::IpGenAddr;
 using Pax::IpGenPrefix;
 
-/// IPv4: /8 to /24 anywhere. IPv6: /32 to /64 under 2000::/3, in 500 allocations of /32.
+// IPv4: /8 to /24 anywhere. IPv6: /32 to /64 under 2000::/3, in 500 allocations of /32.
 IpGenPrefix anyPrefix(std::mt19937_64 &random, AddressFamily family) {
   if (family == AddressFamily::ipv4) return {IpGenAddr::v4(random() >> 32), static_cast<uint8_t>(8 + random() % 17)};
   const uint64_t allocation = 0x20010000 + random() % 500;

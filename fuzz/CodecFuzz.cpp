@@ -9,8 +9,8 @@
 
 using namespace Routing::Pim::Packet;
 
-/// The first byte says the family, and whether the checksum is set right first (or hardly anything
-/// would get past it). Codecs live on, so that records are filled anew.
+// The first byte says the family, and whether the checksum is set right first (or hardly anything
+// would get past it). Codecs live on, so that records are filled anew.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   static Codec codec4(Pax::AddressFamily::ipv4), codec6(Pax::AddressFamily::ipv6);
   static Kiv::Ptr<Message> kept;

@@ -1,39 +1,29 @@
 #include "platform/acl/AclConfigAggregatorSm.h"
 
+#include "platform/kiv/ReactorOf.h"
+
 namespace Acl {
 
-class AclConfigAggregatorSm::KivInput : public Input::Config::Notifiee {
+class AclConfigAggregatorSm::KivInput : public Kiv::ReactorOf<Input::Config, AclConfigAggregatorSm> {
  public:
-  KivInput(AclConfigAggregatorSm &sm, const Kiv::Ptr<const Input::Config> &input) : sm_(sm) {
-    notifierIs(input);
+  KivInput(AclConfigAggregatorSm &sm, const Kiv::Ptr<const Input::Config> &input) : ReactorOf(sm, input) {
     notifierReplay();
   }
-  void onAcl(const std::string &acl) override { sm_.handleAcl(acl); }
-
- private:
-  AclConfigAggregatorSm &sm_;
+  void onAcl(const std::string &acl) override { owner_.handleAcl(acl); }
 };
 
-class AclConfigAggregatorSm::KivDir : public Kiv::Dir<Input::Config>::Notifiee {
+class AclConfigAggregatorSm::KivDir : public Kiv::ReactorOf<Kiv::Dir<Input::Config>, AclConfigAggregatorSm> {
  public:
-  KivDir(AclConfigAggregatorSm &sm, const Kiv::Ptr<const Kiv::Dir<Input::Config>> &dir) : sm_(sm) {
-    notifierIs(dir);
+  KivDir(AclConfigAggregatorSm &sm, const Kiv::Ptr<const Kiv::Dir<Input::Config>> &dir) : ReactorOf(sm, dir) {
     notifierReplay();
   }
-  void onEntry(const std::string &name) override { sm_.handleInput(name); }
-
- private:
-  AclConfigAggregatorSm &sm_;
+  void onEntry(const std::string &name) override { owner_.handleInput(name); }
 };
 
-// Hands the rules in force on, whole.
-class AclConfigAggregatorSm::KivAcl : public AclConfig::Notifiee {
- public:
-  KivAcl(AclConfigAggregatorSm &sm, const Kiv::Ptr<const AclConfig> &acl) : sm_(sm) { notifierIs(acl); }
-  void onCurrCfg() override { sm_.aclConfig_->aclIs(notifier()->name())->currCfgIs(notifier()->currCfg()); }
-
- private:
-  AclConfigAggregatorSm &sm_;
+// Hands on the rules in force, all of them at once.
+class AclConfigAggregatorSm::KivAcl : public Kiv::ReactorOf<AclConfig, AclConfigAggregatorSm> {
+  using ReactorOf::ReactorOf;
+  void onCurrCfg() override { owner_.aclConfig_->aclIs(notifier()->name())->currCfgIs(notifier()->currCfg()); }
 };
 
 AclConfigAggregatorSm::AclConfigAggregatorSm(const Kiv::Ptr<const Kiv::Dir<Input::Config>> &input,

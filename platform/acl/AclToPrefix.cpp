@@ -10,8 +10,8 @@ namespace AclPrefix {
 
 namespace {
 
-/// An address as a number. `lap` is what overflows the 128 bits: ICL steps over the ends of its
-/// intervals, so the number after ffff:...:ffff and the one before :: must exist and keep their order.
+// An address as a number. `lap` is what overflows the 128 bits: ICL steps over the ends of its
+// intervals, so the number after ffff:...:ffff and the one before :: must exist and keep their order.
 struct Number {
   int8_t lap = 0;
   uint64_t high = 0;
@@ -49,7 +49,7 @@ namespace {
 using Interval = boost::icl::closed_interval<Number>;
 using IntervalSet = boost::icl::interval_set<Number, std::less, Interval>;
 
-/// The last address of the block of `length` that starts at `first`.
+// The last address of the block of `length` that starts at `first`.
 Number lastOf(Number first, unsigned hostBits) {
   const auto ones = [](unsigned count) { return count == 0 ? 0 : ~uint64_t{0} >> (64 - std::min(count, 64u)); };
   first.low |= ones(hostBits);
@@ -67,7 +67,7 @@ class AclToPrefix::Intervals {
     return af == Pax::AddressFamily::ipv4 ? Pax::IpGenAddr::v4(static_cast<uint32_t>(number.low))
                                           : Pax::IpGenAddr::v6(number.high, number.low);
   }
-  /// The largest prefix that starts at `first` and does not pass `last`.
+  // The largest prefix that starts at `first` and does not pass `last`.
   Pax::IpGenPrefix largest(const Number &first, const Number &last) const {
     const unsigned bits = Pax::addressBits(af);
     unsigned length = 0;

@@ -1,8 +1,10 @@
 #include "platform/ip/SourceIntf.h"
 
+#include "platform/kiv/ReactorOf.h"
+
 namespace Ip {
 
-/// Keeps one entry of the directory true to the interface that has its name now, if any.
+// Keeps one entry of the directory true to the interface that has its name now, if any.
 class SourceIntfSm::KivIntfStatus : public IntfStatus::Notifiee {
  public:
   explicit KivIntfStatus(const Kiv::Ptr<SourceIntf> &sourceIntf) : sourceIntf_(sourceIntf) {}
@@ -16,26 +18,20 @@ class SourceIntfSm::KivIntfStatus : public IntfStatus::Notifiee {
   const Kiv::Ptr<SourceIntf> sourceIntf_;
 };
 
-class SourceIntfSm::KivAllIntfStatusDir : public AllIntfStatusDir::Notifiee {
- public:
-  explicit KivAllIntfStatusDir(SourceIntfSm &sourceIntfSm) : sourceIntfSm_(sourceIntfSm) {
-    notifierIs(sourceIntfSm.allIntfStatusDir_);
-  }
+class SourceIntfSm::KivAllIntfStatusDir : public Kiv::ReactorOf<AllIntfStatusDir, SourceIntfSm> {
+  using ReactorOf::ReactorOf;
   void onIntfStatus(const Pax::IntfId &intfId) override {
-    const auto tracked = sourceIntfSm_.kivIntfStatus_.find(intfId);
-    if (tracked == sourceIntfSm_.kivIntfStatus_.end()) return;
+    const auto tracked = owner_.kivIntfStatus_.find(intfId);
+    if (tracked == owner_.kivIntfStatus_.end()) return;
     tracked->second->intfStatusIs(notifier()->intfStatus(intfId));
   }
-
- private:
-  SourceIntfSm &sourceIntfSm_;
 };
 
 SourceIntfSm::SourceIntfSm(const Kiv::Ptr<SourceIntfDir> &sourceIntfDir,
                            const Kiv::Ptr<const AllIntfStatusDir> &allIntfStatusDir)
     : sourceIntfDir_(sourceIntfDir),
       allIntfStatusDir_(allIntfStatusDir),
-      kivAllIntfStatusDir_(std::make_unique<KivAllIntfStatusDir>(*this)) {}
+      kivAllIntfStatusDir_(std::make_unique<KivAllIntfStatusDir>(*this, allIntfStatusDir)) {}
 
 SourceIntfSm::~SourceIntfSm() = default;
 

@@ -11,12 +11,13 @@
 
 namespace Kiv {
 
-/// A member of its owner, and goes with it. Attaches quietly, since owners do the first full
-/// synchronisation themselves; `notifierReplay()` in the owner's class asks for one.
+/// A member of its owner, and goes with it. Attaches quietly, since most owners do the first full
+/// synchronisation themselves; one that wants to be told of the elements present calls
+/// `notifierReplay()` in a constructor of its own. Without an entity it waits for notifierIs().
 template <class EntityType, class Owner>
 class ReactorOf : public EntityType::Notifiee {
  public:
-  ReactorOf(Owner &owner, const Ptr<const EntityType> &entity) : owner_(owner) { this->notifierIs(entity); }
+  ReactorOf(Owner &owner, const Ptr<const EntityType> &entity = nullptr) : owner_(owner) { this->notifierIs(entity); }
 
  protected:
   Owner &owner_;

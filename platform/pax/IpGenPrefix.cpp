@@ -10,7 +10,7 @@ namespace Pax {
 
 namespace {
 
-/// The first `length` bits of a 64-bit word set.
+// The first `length` bits of a 64-bit word set.
 constexpr uint64_t leadingBits(unsigned length) {
   return length == 0 ? 0 : ~uint64_t{0} << (64 - std::min(length, 64u));
 }

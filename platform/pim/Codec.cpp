@@ -26,8 +26,8 @@ const char *toText(DecodeError error) {
   return "unknown";
 }
 
-/// The place in a message. Sizes are asked for first, with has(); what reads past that is the
-/// caller's mistake.
+// The place in a message. Sizes are asked for first, with has(); what reads past that is the
+// caller's mistake.
 class Codec::Cursor {
  public:
   Cursor(std::span<const uint8_t> bytes, Pax::AddressFamily family)
@@ -36,7 +36,7 @@ class Codec::Cursor {
   Pax::AddressFamily family() const { return family_; }
   size_t left() const { return static_cast<size_t>(end_ - at_); }
   bool has(size_t size) const { return left() >= size; }
-  /// The next `size` bytes, for reading apart.
+  // The next `size` bytes, for reading apart.
   Cursor part(size_t size) {
     at_ += size;
     return {{at_ - size, size}, family_};
@@ -51,7 +51,7 @@ class Codec::Cursor {
     at_ += 4;
     return Wire::load32(at_ - 4);
   }
-  /// The family that an encoded address begins with.
+  // The family that an encoded address begins with.
   Pax::AddressFamily announcedFamily() const { return Pax::AddressFamily{*at_}; }
 
   DecodeError unicast(Pax::IpGenAddr &address) {
@@ -59,12 +59,12 @@ class Codec::Cursor {
     address = addressBytes();
     return address.isZero() || address.isMulticast() ? DecodeError::unicast : DecodeError::none;
   }
-  /// The address of a BSR or an RP.
+  // The address of a BSR or an RP.
   DecodeError routable(Pax::IpGenAddr &address) {
     const DecodeError error = unicast(address);
     return error == DecodeError::none && address.isLinkLocal() ? DecodeError::linkLocal : error;
   }
-  /// Into the fields in place: a copy of what has just been written by bytes would wait for it.
+  // Into the fields in place: a copy of what has just been written by bytes would wait for it.
   DecodeError group(Pax::IpGenPrefix &prefix, bool &adminScope, bool &bidir) {
     if (const DecodeError error = encoding(); error != DecodeError::none) return error;
     const uint8_t flags = u8();
@@ -99,7 +99,7 @@ class Codec::Cursor {
 
 namespace {
 
-/// Entries of the other family are of no use here; of a family unknown, not even the size is known.
+// Entries of the other family are of no use here; of a family unknown, not even the size is known.
 template <class Cursor>
 DecodeError readAddressList(Cursor in, std::vector<Pax::IpGenAddr> &list) {
   while (in.left() > 0) {

@@ -2,35 +2,33 @@
 
 #include <algorithm>
 
+#include "platform/kiv/ReactorOf.h"
 #include "platform/tracelet/Tracelet.h"
 
 namespace Routing::Pim::IO {
 
 namespace {
-Tracelet::Module module("Pim::Hello");
+Tracelet::Module trace("Pim::Hello");
 }
 
-class HelloSpeaker::Interface::StatusReactor : public Ip::IntfStatus::Notifiee {
- public:
-  explicit StatusReactor(Interface &interface) : interface_(interface) {}
-  void onUp() override { interface_.settle(); }
-  void onMtu() override { interface_.settle(); }
-  void onPimAddr() override { interface_.settle(); }
-  void onAddress(const Pax::IpGenAddr &) override { interface_.ownListChanged(); }
-
- private:
-  Interface &interface_;
+class HelloSpeaker::Interface::StatusReactor : public Kiv::ReactorOf<Ip::IntfStatus, Interface> {
+  using ReactorOf::ReactorOf;
+  void onUp() override { owner_.settle(); }
+  void onMtu() override { owner_.settle(); }
+  void onPimAddr() override { owner_.settle(); }
+  void onAddress(const Pax::IpGenAddr &) override { owner_.ownListChanged(); }
 };
 
-/// A neighbour with the timer that ends it.
-struct HelloSpeaker::Interface::Neighbor : Orb::Timer {
+// A neighbour with the timer that ends it.
+struct HelloSpeaker::Interface::Neighbor {
   Neighbor(Interface &interface, const Pax::IpGenAddr &address, const Kiv::Ptr<PimNeighbor> &status)
-      : Timer(interface.speaker_.wheel_), interface(interface), address(address), status(status) {}
-  void onTime() override { interface.neighborDel(address); }
+      : interface(interface), address(address), status(status) {}
+  void expire() { interface.neighborDel(address); }
 
   Interface &interface;
   const Pax::IpGenAddr address;
   const Kiv::Ptr<PimNeighbor> status;
+  Orb::TimerFor<&Neighbor::expire> expiry{interface.speaker_.wheel_, *this};
 };
 
 HelloSpeaker::Interface::Interface(HelloSpeaker &speaker, const Pax::IntfId &intfId)
@@ -59,7 +57,7 @@ void HelloSpeaker::Interface::settle() {
 }
 
 void HelloSpeaker::Interface::start() {
-  TRACELET(module, 4, "PIM is on at " << intfId_ << " with address " << intfStatus_->pimAddr());
+  TRACELET(trace, 4, "PIM is on at " << intfId_ << " with address " << intfStatus_->pimAddr());
   pimIntf_ = speaker_.status_->pimIntfIs(intfId_);
   pimIntf_->addressIs(intfStatus_->pimAddr());
   settle();
@@ -68,7 +66,7 @@ void HelloSpeaker::Interface::start() {
 }
 
 void HelloSpeaker::Interface::stop() {
-  TRACELET(module, 4, "PIM is off at " << intfId_);
+  TRACELET(trace, 4, "PIM is off at " << intfId_);
   periodic_.timeMinIs(Orb::never);
   triggered_.timeMinIs(Orb::never);
   spoke_ = false;
@@ -142,7 +140,7 @@ void HelloSpeaker::Interface::triggeredHello() {
   pimIntf_->triggeredHelloSentInc();
 }
 
-/// For IPv6 of this interface only: link-local addresses may repeat on others.
+// For IPv6 of this interface only: link-local addresses may repeat on others.
 bool HelloSpeaker::Interface::isOurs(const Pax::IpGenAddr &address) const {
   if (address == pimIntf_->address() || intfStatus_->address(address)) return true;
   if (address.af() == Pax::AddressFamily::ipv6) return false;
@@ -171,10 +169,10 @@ void HelloSpeaker::Interface::helloIs(const Packet::HelloMessage &hello) {
 HelloSpeaker::Interface::Neighbor *HelloSpeaker::Interface::neighborFor(const Packet::HelloMessage &hello) {
   if (const auto present = neighbor_.find(hello.source()); present != neighbor_.end()) return present->second.get();
   if (neighbor_.size() >= neighborsMost) {
-    TRACELET(module, 1, "Too many neighbors on " << intfId_ << ", refusing " << hello.source());
+    TRACELET(trace, 1, "Too many neighbors on " << intfId_ << ", refusing " << hello.source());
     return nullptr;
   }
-  TRACELET(module, 4, "New neighbor " << hello.source() << " on " << intfId_);
+  TRACELET(trace, 4, "New neighbor " << hello.source() << " on " << intfId_);
   const Kiv::Ptr<PimNeighbor> status = pimIntf_->neighborIs(hello.source());
   status->upTimeIs(speaker_.wheel_->now());
   auto &neighbor = neighbor_[hello.source()] = std::make_unique<Neighbor>(*this, hello.source(), status);
@@ -188,12 +186,12 @@ void HelloSpeaker::Interface::refresh(Neighbor &neighbor, const Packet::HelloMes
   const Kiv::Ptr<PimNeighbor> status = neighbor.status;
   const double now = speaker_.wheel_->now();
   const bool isForEver = hello.holdTime() == Packet::HelloMessage::holdTimeForEver;
-  neighbor.timeMinIs(isForEver ? Orb::never : now + hello.holdTime());
-  status->expiresIs(neighbor.timeMin());
+  neighbor.expiry.timeMinIs(isForEver ? Orb::never : now + hello.holdTime());
+  status->expiresIs(neighbor.expiry.timeMin());
 
   const uint32_t generationId = hello.generationId().value_or(0);
   if (status->hasGenerationId() != hello.generationId().has_value() || status->generationId() != generationId) {
-    TRACELET(module, 4, "Neighbor " << neighbor.address << " on " << intfId_ << " has restarted");
+    TRACELET(trace, 4, "Neighbor " << neighbor.address << " on " << intfId_ << " has restarted");
     status->hasGenerationIdIs(hello.generationId().has_value());
     status->generationIdIs(generationId);
     status->upTimeIs(now);
@@ -236,11 +234,11 @@ void HelloSpeaker::Interface::greet() {
   triggered_.timeMinIs(speaker_.wheel_->now() + delay);
 }
 
-/// By value, since the neighbour that owns the address may be the caller.
+// By value, since the neighbour that owns the address may be the caller.
 void HelloSpeaker::Interface::neighborDel(Pax::IpGenAddr address) {
   const auto gone = neighbor_.find(address);
   if (gone == neighbor_.end()) return;
-  TRACELET(module, 4, "Neighbor " << address << " on " << intfId_ << " is gone");
+  TRACELET(trace, 4, "Neighbor " << address << " on " << intfId_ << " is gone");
   for (const Pax::IpGenAddr &secondary : gone->second->status->secondary().keys()) owner_.erase(secondary);
   neighbor_.erase(gone);
   pimIntf_->neighborDel(address);

@@ -3,6 +3,7 @@
 
 #include <unordered_map>
 
+#include "platform/orb/TimerFor.h"
 #include "platform/pim/HelloSpeaker.h"
 
 namespace Routing::Pim::IO {
@@ -28,16 +29,6 @@ class HelloSpeaker::Interface {
  private:
   class StatusReactor;
   struct Neighbor;
-  class Alarm : public Orb::Timer {
-   public:
-    Alarm(Interface &interface, void (Interface::*action)())
-        : Timer(interface.speaker_.wheel_), interface_(interface), action_(action) {}
-
-   private:
-    void onTime() override { (interface_.*action_)(); }
-    Interface &interface_;
-    void (Interface::*const action_)();
-  };
 
   void start();
   void stop();
@@ -68,8 +59,8 @@ class HelloSpeaker::Interface {
   std::vector<Pax::IpGenAddr> told_;  // our Address List in that Hello
   std::unordered_map<Pax::IpGenAddr, std::unique_ptr<Neighbor>> neighbor_;
   std::unordered_map<Pax::IpGenAddr, Pax::IpGenAddr> owner_;  // secondary address to its neighbour
-  Alarm periodic_{*this, &Interface::periodicHello};
-  Alarm triggered_{*this, &Interface::triggeredHello};
+  Orb::TimerFor<&Interface::periodicHello> periodic_{speaker_.wheel_, *this};
+  Orb::TimerFor<&Interface::triggeredHello> triggered_{speaker_.wheel_, *this};
   std::unique_ptr<StatusReactor> reactor_;
 };
 

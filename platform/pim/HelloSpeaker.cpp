@@ -1,30 +1,19 @@
 #include "platform/pim/HelloSpeaker.h"
 
+#include "platform/kiv/ReactorOf.h"
 #include "platform/pim/HelloInterface.h"
 
 namespace Routing::Pim::IO {
 
-class HelloSpeaker::DirReactor : public Ip::AllIntfStatusDir::Notifiee {
- public:
-  DirReactor(HelloSpeaker &speaker, const Kiv::Ptr<const Ip::AllIntfStatusDir> &interfaces) : speaker_(speaker) {
-    notifierIs(interfaces);
-  }
-  void onIntfStatus(const Pax::IntfId &intfId) override { speaker_.intfStatusChanged(intfId); }
-
- private:
-  HelloSpeaker &speaker_;
+class HelloSpeaker::DirReactor : public Kiv::ReactorOf<Ip::AllIntfStatusDir, HelloSpeaker> {
+  using ReactorOf::ReactorOf;
+  void onIntfStatus(const Pax::IntfId &intfId) override { owner_.intfStatusChanged(intfId); }
 };
 
-class HelloSpeaker::RedundancyReactor : public Redundancy::RedundancyStatus::Notifiee {
- public:
-  explicit RedundancyReactor(HelloSpeaker &speaker) : speaker_(speaker) {
-    notifierIs(speaker.parameters_.redundancyStatus);
-  }
-  void onProtocol() override { speaker_.redundancyChanged(); }
-  void onMode() override { speaker_.redundancyChanged(); }
-
- private:
-  HelloSpeaker &speaker_;
+class HelloSpeaker::RedundancyReactor : public Kiv::ReactorOf<Redundancy::RedundancyStatus, HelloSpeaker> {
+  using ReactorOf::ReactorOf;
+  void onProtocol() override { owner_.redundancyChanged(); }
+  void onMode() override { owner_.redundancyChanged(); }
 };
 
 HelloSpeaker::HelloSpeaker(const Kiv::Ptr<Status> &status, const Kiv::Ptr<const Ip::AllIntfStatusDir> &interfaces,
@@ -37,7 +26,7 @@ HelloSpeaker::HelloSpeaker(const Kiv::Ptr<Status> &status, const Kiv::Ptr<const 
       random_(random),
       parameters_(parameters),
       reactor_(std::make_unique<DirReactor>(*this, interfaces)),
-      redundancyReactor_(std::make_unique<RedundancyReactor>(*this)) {
+      redundancyReactor_(std::make_unique<RedundancyReactor>(*this, parameters.redundancyStatus)) {
   port_->consumerIs(Packet::MessageType::hello, this);
   port_->beforeBootstrapIs(this);
 }

@@ -8,12 +8,12 @@ namespace Routing::Pim::IO {
 
 namespace {
 
-Tracelet::Module module("Pim::IO");
+Tracelet::Module trace("Pim::IO");
 
-/// The groups that an IPv6 advertisement may hold and still fit the receive limit of 2100 bytes.
+// The groups that an IPv6 advertisement may hold and still fit the receive limit of 2100 bytes.
 constexpr size_t groupsMost6 = 100;
 
-/// `count` groups of an advertisement from `first` on, as one of its own.
+// `count` groups of an advertisement from `first` on, as one of its own.
 Kiv::Ptr<Packet::CrpAdvMessage> pieceOf(const Packet::CrpAdvMessage &message, size_t first, size_t count) {
   const auto piece = Kiv::make<Packet::CrpAdvMessage>();
   piece->rpAddressIs(message.rpAddress());
@@ -47,12 +47,12 @@ void PacketPort::consumerIs(Packet::MessageType type, MessageConsumer *consumer)
 void PacketPort::receive(const Incoming &packet) {
   if (packet.source.af() != family_ || packet.destination.af() != family_) {
     ++counters_.wrongFamily;
-    TRACELET(module, 1, "RX - Error - Dropping packet from " << packet << ": not of family " << family_);
+    TRACELET(trace, 1, "RX - Error - Dropping packet from " << packet << ": not of family " << family_);
     return;
   }
   if (!status_->pimIntf().contains(packet.intfId)) {
     ++counters_.pimOff;
-    TRACELET(module, 1, "RX - Error - Dropping packet from " << packet << ": PIM is not on there");
+    TRACELET(trace, 1, "RX - Error - Dropping packet from " << packet << ": PIM is not on there");
     return;
   }
   const Packet::Codec::Result result = codec_.decode(packet.payload, packet.source, packet.destination);
@@ -60,7 +60,7 @@ void PacketPort::receive(const Incoming &packet) {
   MessageConsumer *const consumer = consumer_[static_cast<size_t>(result.message->type())];
   if (!consumer) {
     ++counters_.noConsumer;
-    TRACELET(module, 5, "RX - Nobody takes the message from " << packet);
+    TRACELET(trace, 5, "RX - Nobody takes the message from " << packet);
     return;
   }
   if (!acceptable(packet, *result.message)) return;
@@ -72,12 +72,12 @@ void PacketPort::malformed(const Incoming &packet, Packet::DecodeError error) {
   if (error == Packet::DecodeError::type) {
     // The everyday messages of multicast routers; nothing is wrong with them.
     ++counters_.noConsumer;
-    TRACELET(module, 5, "RX - Nobody takes the message of type " << (packet.payload[0] & 0xf) << " from " << packet);
+    TRACELET(trace, 5, "RX - Nobody takes the message of type " << (packet.payload[0] & 0xf) << " from " << packet);
     return;
   }
   ++counters_.malformed;
   ++counters_.malformedBy[static_cast<size_t>(error)];
-  TRACELET(module, 1, "RX - Error - Dropping malformed packet from " << packet << ": " << toText(error));
+  TRACELET(trace, 1, "RX - Error - Dropping malformed packet from " << packet << ": " << toText(error));
 }
 
 bool PacketPort::acceptable(const Incoming &packet, const Packet::Message &message) {
@@ -92,19 +92,19 @@ bool PacketPort::acceptableHello(const Incoming &packet) {
                             (family_ == Pax::AddressFamily::ipv4 || packet.source.isLinkLocal());
   if (isNeighborly && packet.destination == Pax::allPimRouters(family_)) return true;
   ++counters_.badHello;
-  TRACELET(module, 1, "RX - Error - Dropping Hello from " << packet << ": not from a neighbour to all");
+  TRACELET(trace, 1, "RX - Error - Dropping Hello from " << packet << ": not from a neighbour to all");
   return false;
 }
 
 bool PacketPort::acceptableNoForward(const Incoming &packet, const Packet::BootstrapMessage &message) {
   if (!status_->pimIntf(packet.intfId)->neighbor(packet.source)) {
     ++counters_.noFwdNoHello;
-    TRACELET(module, 1, "RX - Error - Dropping no-forward BSM from " << packet << ": no Hello from there");
+    TRACELET(trace, 1, "RX - Error - Dropping no-forward BSM from " << packet << ": no Hello from there");
     return false;
   }
   if (routes_->lookup(message.bsrAddress()).kind == RouteAnswer::Kind::local) {
     ++counters_.noFwdOwnAddress;
-    TRACELET(module, 1,
+    TRACELET(trace, 1,
              "RX - Error - Dropping no-forward BSM from " << packet << ": its BSR is our own " << message.bsrAddress());
     return false;
   }
@@ -117,7 +117,7 @@ bool PacketPort::send(const Pax::IntfId &intfId, const Packet::Message &message)
                           ? sendAdvertisement(intfId, static_cast<const Packet::CrpAdvMessage &>(message))
                           : sendToAll(intfId, message);
   ++(isSent ? counters_.sent : counters_.sendFailed);
-  if (!isSent) TRACELET(module, 1, "TX - Error - Cannot send type " << int(message.type()) << " on " << intfId);
+  if (!isSent) TRACELET(trace, 1, "TX - Error - Cannot send type " << int(message.type()) << " on " << intfId);
   return isSent;
 }
 

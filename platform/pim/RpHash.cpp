@@ -6,7 +6,7 @@ namespace Routing::Pim {
 
 namespace {
 
-/// An IPv6 address as the XOR of its four words.
+// An IPv6 address as the XOR of its four words.
 uint32_t fold(const Pax::IpGenAddr &address) {
   const uint64_t halves = address.high() ^ address.low();
   return static_cast<uint32_t>(halves >> 32 ^ halves);

@@ -11,11 +11,11 @@ namespace {
 constexpr unsigned stride = 6;
 constexpr unsigned chunks = 1u << stride;
 
-/// Place of a prefix that ends `length` (0 to 5) bits into the chunk: a binary heap, so that longer
-/// ones stand higher and the places of each length are neighbours.
+// Place of a prefix that ends `length` (0 to 5) bits into the chunk: a binary heap, so that longer
+// ones stand higher and the places of each length are neighbours.
 constexpr unsigned placeOf(unsigned chunk, unsigned length) { return 1u << length | chunk >> (stride - length); }
 
-/// The places of all prefixes that cover a chunk, by chunk.
+// The places of all prefixes that cover a chunk, by chunk.
 constexpr auto covering = [] {
   std::array<uint64_t, chunks> result{};
   for (unsigned chunk = 0; chunk < chunks; ++chunk) {
@@ -24,21 +24,21 @@ constexpr auto covering = [] {
   return result;
 }();
 
-/// The places of the prefixes of at most `length` bits.
+// The places of the prefixes of at most `length` bits.
 constexpr uint64_t upTo(unsigned length) {
   return length + 1 >= stride ? ~uint64_t{0} : (uint64_t{1} << (2u << length)) - 1;
 }
 
 constexpr uint64_t bitOf(unsigned chunk) { return uint64_t{1} << chunk; }
 
-/// Bits set in a word: without a call where the processor is not known to count them itself.
+// Bits set in a word: without a call where the processor is not known to count them itself.
 constexpr unsigned countOf(uint64_t word) {
   word -= word >> 1 & 0x5555555555555555;
   word = (word & 0x3333333333333333) + (word >> 2 & 0x3333333333333333);
   return static_cast<unsigned>(((word + (word >> 4)) & 0x0f0f0f0f0f0f0f0f) * 0x0101010101010101 >> 56);
 }
 
-/// The bits of an address, the first at the top; an IPv4 address takes the top 32 of them.
+// The bits of an address, the first at the top; an IPv4 address takes the top 32 of them.
 struct Bits {
   uint64_t high = 0;
   uint64_t low = 0;
@@ -51,18 +51,18 @@ struct Bits {
     if (family == Pax::AddressFamily::ipv4) return Pax::IpGenAddr::v4(static_cast<uint32_t>(high >> 32));
     return Pax::IpGenAddr::v6(high, low);
   }
-  /// The chunk that begins `depth` bits (a multiple of the stride) into the address.
+  // The chunk that begins `depth` bits (a multiple of the stride) into the address.
   unsigned chunkAt(unsigned depth) const {
     if (depth < 60) return high >> (58 - depth) & (chunks - 1);
     if (depth == 60) return (high << 2 | low >> 62) & (chunks - 1);
     return (depth < 126 ? low >> (122 - depth) : low << 4) & (chunks - 1);
   }
-  /// Whether the first `depth` bits (6 at least) agree.
+  // Whether the first `depth` bits (6 at least) agree.
   bool agrees(const Bits &other, unsigned depth) const {
     if (depth <= 64) return (high ^ other.high) >> (64 - depth) == 0;
     return high == other.high && (low ^ other.low) >> (128 - depth) == 0;
   }
-  /// How many leading bits agree.
+  // How many leading bits agree.
   unsigned common(const Bits &other) const {
     if (high != other.high) return std::countl_zero(high ^ other.high);
     return 64 + std::countl_zero(low ^ other.low);
@@ -71,8 +71,8 @@ struct Bits {
 
 }  // namespace
 
-/// A node has prefixes or several children, the root aside: chains of single children are left out,
-/// so a node says where it stands, and whoever comes down to it compares.
+// A node has prefixes or several children, the root aside: chains of single children are left out,
+// so a node says where it stands, and whoever comes down to it compares.
 struct TrieGen::Node {
   uint64_t prefixes = 0;  // a bit per place
   uint64_t children = 0;  // a bit per chunk
@@ -105,7 +105,7 @@ struct TrieGen::Node {
     children &= ~bitOf(chunk);
   }
 
-  /// Becomes a node at `atDepth`, with what it was as the only child.
+  // Becomes a node at `atDepth`, with what it was as the only child.
   void splitAt(unsigned atDepth) {
     Node below = std::exchange(*this, Node());
     bits = below.bits;
@@ -115,7 +115,7 @@ struct TrieGen::Node {
     child[0] = std::move(below);
   }
 
-  /// Becomes its only child if nothing else keeps it.
+  // Becomes its only child if nothing else keeps it.
   void joinIfSingle() {
     if (prefixes != 0 || countOf(children) != 1) return;
     Node only = std::move(child[0]);
@@ -132,7 +132,7 @@ struct TrieGen::Node {
   }
 
  private:
-  /// The bits of the node, then the chunk.
+  // The bits of the node, then the chunk.
   Bits at(unsigned chunk) const {
     const uint64_t top = uint64_t{chunk} << (64 - stride);
     if (depth < 60) return {(bits.high & ~(~uint64_t{0} >> depth)) | top >> depth, 0};

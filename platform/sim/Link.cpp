@@ -6,7 +6,7 @@
 
 namespace Sim {
 
-/// One packet under way, to one receiver or to all.
+// One packet under way, to one receiver or to all.
 class Link::Frame : public Event {
  public:
   Frame(VirtualTime &time, Link &link) : Event(time), link_(link) {}

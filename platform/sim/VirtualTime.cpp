@@ -10,7 +10,7 @@ namespace {
 constexpr size_t children = 4;
 }
 
-/// The run of a wheel.
+// The run of a wheel.
 class VirtualTime::Wake : public Event {
  public:
   Wake(VirtualTime &time, Orb::TimerWheel &wheel) : Event(time), wheel_(wheel) {}

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "platform/kiv/Attributes.h"
+#include "platform/kiv/ReactorOf.h"
 
 namespace Stage {
 
@@ -59,17 +60,14 @@ class StagesHelper {
   void stageComplete(std::string_view stage);
 
  private:
-  class KivConfig : public AgentConfig::Notifiee {
+  class KivConfig : public Kiv::ReactorOf<AgentConfig, StagesHelper> {
    public:
-    explicit KivConfig(StagesHelper &helper) : helper_(helper) {}
-    void onStage(const std::string &stage) override { helper_.handleStage(stage); }
+    using ReactorOf::ReactorOf;
+    void onStage(const std::string &stage) override { owner_.handleStage(stage); }
     void followIs(const Kiv::Ptr<const AgentConfig> &config) {
       notifierIs(config);
       notifierReplay();
     }
-
-   private:
-    StagesHelper &helper_;
   };
 
   void handleStage(const std::string &stage);
