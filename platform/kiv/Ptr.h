@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <type_traits>
 #include <utility>
 
@@ -83,8 +82,3 @@ Ptr<T> make(Arguments &&...arguments) {
 }
 
 }  // namespace Kiv
-
-template <class T>
-struct std::hash<Kiv::Ptr<T>> {
-  size_t operator()(const Kiv::Ptr<T> &pointer) const { return std::hash<T *>()(pointer.get()); }
-};

@@ -1,28 +1,27 @@
 #pragma once
 
 #include <cstdint>
-#include <random>
+#include <memory>
 
 namespace Orb {
 
-/// The random source of one router. Two with equal seeds give equal sequences, which makes a
-/// simulation repeat exactly.
+/// The random source of one router or program; whoever runs it owns it, everybody else has a reference.
+/// Two with equal seeds give equal sequences, which makes a simulation repeat exactly. Not for secrets.
 class Random {
  public:
-  explicit Random(uint64_t seed) : engine_(static_cast<uint32_t>(seed ^ (seed >> 32))) {}
+  explicit Random(uint64_t seed);
+  ~Random();
 
-  /// Mixes `more` (the time, say) into the state: sources that differ before still differ after.
-  void seedMixIn(uint32_t more) {
-    std::seed_seq mixed{static_cast<uint32_t>(engine_()), static_cast<uint32_t>(engine_()), more};
-    engine_.seed(mixed);
-  }
+  /// Mixes `more` (the time, say) into the state: sources that differed before still differ afterwards.
+  void seedMixIn(uint32_t more);
   /// All 32 bits uniform.
-  uint32_t next() { return static_cast<uint32_t>(engine_()); }
+  uint32_t next();
   /// Uniform in [least, most).
-  double uniform(double least, double most) { return std::uniform_real_distribution(least, most)(engine_); }
+  double uniform(double least, double most);
 
  private:
-  std::mt19937 engine_;
+  struct Engine;
+  const std::unique_ptr<Engine> engine_;
 };
 
 }  // namespace Orb

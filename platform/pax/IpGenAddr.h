@@ -4,7 +4,6 @@
 #include <array>
 #include <compare>
 #include <cstdint>
-#include <functional>
 #include <iosfwd>
 #include <span>
 #include <string>

@@ -1,7 +1,5 @@
 #include "platform/pim/PimStatus.h"
 
-#include <algorithm>
-
 namespace Routing::Pim {
 
 Kiv::Ptr<PimNeighbor> PimIntf::neighborOwning(const Pax::IpGenAddr &address, Pax::IpGenAddr &primary) const {
@@ -15,18 +13,6 @@ Kiv::Ptr<PimNeighbor> PimIntf::neighborOwning(const Pax::IpGenAddr &address, Pax
     return candidate;
   }
   return nullptr;
-}
-
-Pax::IpGenAddr PimIntf::electedDr(const TakesPart &takesPart) const {
-  bool isPriorityUsed = true;
-  for (const auto &[key, candidate] : neighbor()) {
-    if (takesPart(key, *candidate)) isPriorityUsed = isPriorityUsed && candidate->hasDrPriority();
-  }
-  auto best = std::pair(isPriorityUsed ? drPriority() : 0, address());
-  for (const auto &[key, candidate] : neighbor()) {
-    if (takesPart(key, *candidate)) best = std::max(best, std::pair(isPriorityUsed ? candidate->drPriority() : 0, key));
-  }
-  return best.second;
 }
 
 }  // namespace Routing::Pim

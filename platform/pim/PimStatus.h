@@ -1,7 +1,7 @@
 /// Status of PIM on the interfaces of a VRF: neighbours, DR, MTU. Written by the Hello speaker.
 #pragma once
 
-#include <functional>
+#include <utility>
 
 #include "platform/kiv/Attributes.h"
 #include "platform/pax/IntfId.h"
@@ -43,9 +43,21 @@ class PimIntf : public Kiv::Entity {
  public:
   /// The neighbour with this address, primary or listed; its primary address goes to `primary`.
   Kiv::Ptr<PimNeighbor> neighborOwning(const Pax::IpGenAddr &address, Pax::IpGenAddr &primary) const;
-  /// The DR among us and the neighbours that take part (RFC 7761 section 4.3.2).
-  using TakesPart = std::function<bool(const Pax::IpGenAddr &address, const PimNeighbor &neighbor)>;
-  Pax::IpGenAddr electedDr(const TakesPart &takesPart) const;
+  /// The address of the DR among us and the neighbors for which `takesPart(address, neighbor)` holds (RFC
+  /// 7761 section 4.3.2): priorities count only if all of them send one.
+  template <class TakesPart>
+  Pax::IpGenAddr electedDr(const TakesPart &takesPart) const {
+    bool isPriorityUsed = true;
+    for (const auto &[key, candidate] : neighbor()) {
+      if (takesPart(key, *candidate)) isPriorityUsed = isPriorityUsed && candidate->hasDrPriority();
+    }
+    auto best = std::pair(isPriorityUsed ? drPriority() : 0, address());
+    for (const auto &[key, candidate] : neighbor()) {
+      if (takesPart(key, *candidate))
+        best = std::max(best, std::pair(isPriorityUsed ? candidate->drPriority() : 0, key));
+    }
+    return best.second;
+  }
 };
 
 class Status : public Kiv::NamedEntity {
