@@ -2,6 +2,9 @@
 
 #include <cmath>
 
+#include "engine/BsmReassembly.h"
+#include "engine/BsmSender.h"
+#include "engine/RpSetStore.h"
 #include "model/VrfTrace.h"
 #include "platform/tracelet/Require.h"
 
@@ -69,7 +72,7 @@ void BsrCandidateSm::handleInitialized() {
     stateIs(BsrCandidateState::eBsr);
     VRF_TRACE(trace, 4, "state=" << state_ << " ,zone=" << zone_);
     doUpdateElectedBsr();
-    bsrSm_.hashMaskLenIs(zone_, candidate_->hashMaskLen());
+    bsrSm_.rpSets().hashMaskLenIs(zone_, candidate_->hashMaskLen());
     // At the start of the VRF the message machines are not there yet: it goes out on the next turn.
     announcing_ = true;
     announced_ = false;
@@ -90,7 +93,7 @@ void BsrCandidateSm::postpone() {
   stateIs(BsrCandidateState::unset);
   if (candidate_->elected()) {
     candidate_->electedIs(false);
-    bsrSm_.clearRpSet(zone_);
+    bsrSm_.rpSets().clearRpSet(zone_);
   }
   if (wasRunning) doDelElectedBsr();
 }
@@ -138,28 +141,28 @@ void BsrCandidateSm::handlePreferredBsm(const Kiv::Ptr<Packet::BootstrapMessage>
   candidate_->electedIs(false);
   if (changed) {
     VRF_TRACE(trace, 4, "Clearing RP Set for zone " << zone_ << " since we have a new BSR");
-    bsrSm_.clearRpSet(zone_);
+    bsrSm_.rpSets().clearRpSet(zone_);
   }
   storedBsr_ = {bsm->bsrAddress(), bsm->priority(), bsm->hashMaskLen()};
   doUpdateElectedBsr();
-  bsrSm_.doForwardBsm(zone_, bsm);
+  bsrSm_.sender().doForwardBsm(zone_, bsm);
   bsrSm_.storeRpSet(zone_, bsm, false);
   doArmBsTimer(bsTimeout_);
   doWriteExpiry();
   VRF_TRACE(trace, 5, " Next Expiry Timer expires in about " << bsTimeout_ << " secs from now");
-  bsrSm_.doKeepBsm(lastBsm_, lastBsmFragments_, bsm);
+  bsrSm_.reassembly().doKeepBsm(lastBsm_, lastBsmFragments_, bsm);
 }
 
 void BsrCandidateSm::handleNonPreferredBsm(const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
   VRF_TRACE_ENTRY(trace);
   switch (state_) {
     case BsrCandidateState::pBsr:
-      bsrSm_.doForwardBsm(zone_, bsm);
+      bsrSm_.sender().doForwardBsm(zone_, bsm);
       lastBsm_.bsmIs(bsm, bsrSm_.now());
       return;
     case BsrCandidateState::eBsr: doAnswer(); return;
     case BsrCandidateState::cBsr:
-      bsrSm_.doForwardBsm(zone_, bsm);
+      bsrSm_.sender().doForwardBsm(zone_, bsm);
       if (bsm->bsrAddress() == storedBsr_.ipAddr) {
         storedBsr_.priority = bsm->priority();
         storedBsr_.hashMaskLen = bsm->hashMaskLen();
@@ -240,10 +243,10 @@ void BsrCandidateSm::handleBsrTimerExpiry() {
   TRACE_STATE();
   storeSelf();
   candidate_->electedIs(true);
-  bsrSm_.keepOwnSet(zone_);
+  bsrSm_.rpSets().keepOwnSet(zone_);
   const bool answers = std::exchange(answering_, false);
   if (answers) answers_.take(bsrSm_.now());
-  doOriginate(answers || bsrSm_.hasRps(zone_) ? candidate_->bsPeriod() : bsMinInterval);
+  doOriginate(answers || bsrSm_.rpSets().hasRps(zone_) ? candidate_->bsPeriod() : bsMinInterval);
   VRF_TRACE(trace, 5, "Next Expiry Time in " << bsTimer_.timeMin() - bsrSm_.now() << " seconds");
 }
 
@@ -377,7 +380,7 @@ void BsrCandidateSm::KivCandidate::handleElected() {
   if (notifier()->elected()) {
     VRF_TRACE(trace, 4, "We, " << notifier()->address() << " are elected as BSR for zone " << sm_.zone_);
     sm_.doUpdateElectedBsr();
-    sm_.bsrSm_.hashMaskLenIs(sm_.zone_, notifier()->hashMaskLen());
+    sm_.bsrSm_.rpSets().hashMaskLenIs(sm_.zone_, notifier()->hashMaskLen());
   } else {
     VRF_TRACE(trace, 4, "We, " << notifier()->address() << " are no longer BSR for zone " << sm_.zone_);
     sm_.handleElectionEnd();

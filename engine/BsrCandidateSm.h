@@ -9,6 +9,11 @@
 
 #include "engine/LastBsm.h"
 #include "engine/PimBsrSm.h"
+#include "engine/RxFragments.h"
+#include "model/InternalStatus.h"
+#include "model/Status.h"
+#include "platform/orb/Random.h"
+#include "platform/orb/TimerWheel.h"
 #include "platform/orb/TokenBucket.h"
 
 namespace Routing::Pim::Bsr {

@@ -2,6 +2,9 @@
 
 #include <ostream>
 
+#include "engine/BsmReassembly.h"
+#include "engine/BsmSender.h"
+#include "engine/RpSetStore.h"
 #include "model/VrfTrace.h"
 
 namespace Routing::Pim::Bsr {
@@ -67,9 +70,9 @@ void BsrNonCandidateSm::handleBsm() {
     VRF_TRACE(trace, 4, "Received Non Preferred BSM. Nothing to be done.");
     return;
   }
-  bsrSm_.doForwardBsm(zone_, bsm);
+  bsrSm_.sender().doForwardBsm(zone_, bsm);
   bsrSm_.storeRpSet(zone_, bsm, false);
-  bsrSm_.doKeepBsm(lastBsm_, lastBsmFragments_, bsm);
+  bsrSm_.reassembly().doKeepBsm(lastBsm_, lastBsmFragments_, bsm);
   doArmBsTimer();
 }
 
@@ -86,7 +89,7 @@ void BsrNonCandidateSm::handleBsmOfAnyBsr(const Packet::BootstrapMessage &bsm) {
   auto bsr = bsrStatus_->bootstrapRouter(zone_);
   if (bsr && bsr->ipAddr() != bsm.bsrAddress()) {
     VRF_TRACE(trace, 4, "Clearing RP Set for zone " << zone_ << " since we have a new BSR");
-    bsrSm_.clearRpSet(zone_);
+    bsrSm_.rpSets().clearRpSet(zone_);
   }
   if (!bsr) bsr = bsrStatus_->bootstrapRouterIs(zone_);
   writeBsr(*bsr, bsm);
@@ -105,7 +108,7 @@ void BsrNonCandidateSm::handlePreferredBsm(const Packet::BootstrapMessage &bsm) 
     VRF_TRACE(trace, 4,
               "Clearing RP Set for zone " << zone_ << " since we have a new BSR"
                                           << ". Old BSR was " << bsr->ipAddr());
-    bsrSm_.clearRpSet(zone_);
+    bsrSm_.rpSets().clearRpSet(zone_);
     bsr->setupTimeIs(bsrSm_.now());
   }
   writeBsr(*bsr, bsm);

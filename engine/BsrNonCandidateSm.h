@@ -5,6 +5,9 @@
 
 #include "engine/LastBsm.h"
 #include "engine/PimBsrSm.h"
+#include "engine/RxFragments.h"
+#include "model/Status.h"
+#include "platform/orb/TimerWheel.h"
 
 namespace Routing::Pim::Bsr {
 

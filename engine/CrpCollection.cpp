@@ -1,6 +1,7 @@
 // BsrCandidateSm: collecting the candidate RPs that advertise themselves to the elected BSR.
 
 #include "engine/BsrCandidateSm.h"
+#include "engine/RpSetStore.h"
 #include "model/VrfTrace.h"
 
 namespace Routing::Pim::Bsr {
@@ -25,6 +26,7 @@ void BsrCandidateSm::doAddCrp(const Kiv::Ptr<Packet::CrpGroupInfo> &groupInfo, c
               "CRP " << rpAddress << " has both PIM-SM and PIM-BIDIR instances."
                      << " We prefer BIDIR. Hence deleting existing PIM-SM CRP entry");
     set->rpDel(rpAddress);
+    bsrSm_.rpSets().removeEmptySet(zone_, group.prefix);
     rp = nullptr;
     if (holdTime == 0) {  // it is gone here; everybody else has to be told
       withdrawn_[group.prefix].insert_or_assign(rpAddress, Withdrawn{Mode::sparse});

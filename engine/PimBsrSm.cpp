@@ -1,12 +1,18 @@
 #include "engine/PimBsrSm.h"
 
+#include "engine/BsmReassembly.h"
+#include "engine/BsmSender.h"
 #include "engine/BsrCandidateSm.h"
 #include "engine/BsrNonCandidateSm.h"
 #include "engine/PimBsrTrieBuilder.h"
 #include "engine/Reactors.h"
 #include "engine/RpCandidateSm.h"
 #include "engine/RpSetMirror.h"
+#include "engine/RpSetStore.h"
+#include "engine/TriggeredBsm.h"
 #include "model/VrfTrace.h"
+#include "platform/ip/IntfStatus.h"
+#include "platform/orb/Random.h"
 #include "platform/tracelet/Require.h"
 
 namespace Routing::Pim::Bsr {
@@ -27,10 +33,13 @@ PimBsrSm::PimBsrSm(const Kiv::Ptr<Bsr::Status> &bsrStatus, const Kiv::Ptr<const 
       timerWheel_(timerWheel),
       allIntfStatusDir_(allIntfStatusDir),
       random_(random),
-      kivBsrStatus_(std::make_unique<KivBsrStatus>(*this)),
-      kivPimStatus_(std::make_unique<KivPimStatus>(*this)),
-      kivBsmStatus_(std::make_unique<KivBsmStatus>(*this)),
-      kivCrpMsgStatus_(std::make_unique<KivCrpMsgStatus>(*this)) {
+      reassembly_(std::make_unique<BsmReassembly>(*this)),
+      rpSets_(std::make_unique<RpSetStore>(bsrStatus, timerWheel, *reassembly_)),
+      sender_(std::make_unique<BsmSender>(bsrStatus, pimStatus, bsmStatus)),
+      kivBsrStatus_(std::make_unique<KivBsrStatus>(*this, bsrStatus)),
+      kivPimStatus_(std::make_unique<KivPimStatus>(*this, pimStatus)),
+      kivBsmStatus_(std::make_unique<KivBsmStatus>(*this, bsmStatus)),
+      kivCrpMsgStatus_(std::make_unique<KivCrpMsgStatus>(*this, crpMsgStatus)) {
   handleBsrCandidate();
   handleRpCandidate();
   handleBsm();
@@ -40,7 +49,7 @@ PimBsrSm::PimBsrSm(const Kiv::Ptr<Bsr::Status> &bsrStatus, const Kiv::Ptr<const 
   if (initialized_) followStatus();
 }
 
-/// Creates the reactor of everything that the status holds already, as if it were new.
+// Creates the reactor of everything that the status holds already, as if it were new.
 void PimBsrSm::followStatus() {
   for (const Pax::IpGenAddr &rpAddress : bsrStatus_->crp().keys()) handleCrp(rpAddress);
   for (const Pax::IpGenPrefix &zone : bsrStatus_->crpStatus().keys()) {
@@ -50,6 +59,10 @@ void PimBsrSm::followStatus() {
 }
 
 PimBsrSm::~PimBsrSm() = default;
+
+const std::string &PimBsrSm::vrfName() const { return bsrStatus_->name(); }
+
+double PimBsrSm::now() const { return timerWheel_->now(); }
 
 void PimBsrSm::handleInitialized() {
   VRF_TRACE_ENTRY(trace);
@@ -65,19 +78,16 @@ void PimBsrSm::handleInitialized() {
     VRF_TRACE(trace, 1, "Address Family not initialized in status");
     return;
   }
-  rpCandidateStatus_->rpSetTypeIs(rpSetTypeBsr);
   if (!bsrTrie_ || bsrTrie_->af() != bsrStatus_->af()) {
     for (const Pax::IpGenPrefix &zone : crpZoneStatus_.keys()) crpZoneStatus_.erase(zone);
     const bool ipv4 = bsrStatus_->af() == Pax::AddressFamily::ipv4;
     bsrTrie_ = Kiv::make<TrieGen>(ipv4 ? "PimBsrTrie" : "PimBsr6Trie", bsrStatus_->af());
     bsrTrieBuilder_ = std::make_unique<PimBsrTrieBuilderSm>(bsrStatus_, bsrTrie_);
     published_ = std::make_unique<PublishedRpSet>(bsrStatus_, rpCandidateStatus_, bsrTrie_);
-    kivBsrTrie_ = std::make_unique<KivBsrTrie>(*this);
-    fragmentTimer_ = std::make_unique<KivFragmentTimer>(*this);
+    kivBsrTrie_ = std::make_unique<KivBsrTrie>(*this, bsrTrie_);
     settledVersion_ = bsrTrie_->version();
     published_->adopt();
   }
-  fragmentTimer_->timeMinIs(Orb::never);
   crpAdvertisements_ = std::make_unique<CrpAdvertisements>(bsrStatus_, bsrTrie_, timerWheel_, crpMsgStatus_);
   initialized_ = true;
   handleBsrCandidate();
@@ -99,7 +109,7 @@ void PimBsrSm::handleAf() {
   VRF_TRACE(trace, 4, "Deleted all Non Candidate SMs");
   for (const Pax::IpGenPrefix &zone : candidateSm_.keys()) candidateSmDel(zone);
   VRF_TRACE(trace, 4, "Deleted all Candidate SMs");
-  for (const uint16_t tag : bsmRxFragments_.keys()) bsmRxFragmentsDel(tag);
+  reassembly_->bsmRxFragmentsDelAll();
   initialized_ = false;
 }
 
@@ -157,14 +167,14 @@ void PimBsrSm::handleBsrCandidate(const Pax::IpGenPrefix &zone) {
   }
 }
 
-/// An elected candidate says goodbye and takes its own collection and messages with it. Another leaves
-/// the messages to the machine that goes on following the BSR.
+// An elected candidate says goodbye and takes its own collection and messages with it. Another leaves
+// the messages to the machine that goes on following the BSR.
 void PimBsrSm::doUnconfigureCandidate(const Pax::IpGenPrefix &zone) {
   BsrCandidateSm &machine = *candidateSm(zone);
   if (machine.candidate()->elected()) {
     machine.doSendBsm(true);
     machine.candidate()->electedIs(false);
-    clearRpSet(zone);
+    rpSets_->clearRpSet(zone);
     bsrStatus_->crpStatusDel(zone);
   }
   const LastBsm lastBsm = machine.lastBsm();
@@ -248,7 +258,7 @@ void PimBsrSm::handleBsrTrie(const Pax::IpGenPrefix &zone) {
   VRF_TRACE_ENTRY_WITH(trace, " ( " << zone << " )");
   if (std::exchange(settledVersion_, bsrTrie_->version()) == bsrTrie_->version()) return;  // same zones, another BSR
   published_->settleWithin(zone);
-  removeEmptySet(zone, zone);
+  rpSets_->removeEmptySet(zone, zone);
   if (!bsrStatus_->bootstrapRouter(zone)) return;
   for (const auto &[outer, machine] : candidateSm_) {
     if (outer != zone && outer.covers(zone)) machine->handleInnerZone(zone);
@@ -260,21 +270,39 @@ void PimBsrSm::handleTriggeredHelloSent() {
   for (const auto &[zone, machine] : candidateSm_) machine->handleTriggeredHelloSent();
 }
 
-void PimBsrSm::KivBsr::handleHashMaskLen() {
-  const Pax::IpGenPrefix &zone = notifier()->zone();
-  const uint32_t length = notifier()->hashMaskLen();
-  VRF_TRACE_ENTRY(trace);
-  if (length == hashMaskLenUnset) return;
-  const auto candidate = sm_.bsrStatus_->cbsr(zone);
-  if (!candidate) {
-    VRF_TRACE(trace, 8, "No local CBSR configured for zone " << zone << ". Nothing to do");
-    return;
+void PimBsrSm::handlePimIntf(const Pax::IntfId &intfId) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << intfId << " )");
+  pimIntf_.erase(intfId);
+  if (const auto pimIntf = pimStatus_->pimIntf(intfId)) {
+    pimIntf_.insert(intfId, std::make_unique<KivPimIntf>(*this, intfId, pimIntf));
   }
-  if (!candidate->elected()) {
-    VRF_TRACE(trace, 8, "Local CBSR configured for zone " << zone << " is not elected BSR. Nothing to do");
-    return;
-  }
-  sm_.hashMaskLenIs(zone, length);
+}
+
+void PimBsrSm::storeRpSet(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm, bool refresh) {
+  if (initialized_) rpSets_->storeRpSet(zone, *bsm, refresh);
+}
+
+void PimBsrSm::refreshRpSet(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  if (!bsm || !initialized_) return;
+  bsm->forwardIs(true);
+  rpSets_->storeRpSet(zone, *bsm, true);
+}
+
+Kiv::Ptr<PimBsrRxFragments> PimBsrSm::bsmRxFragments(uint16_t tag) const { return reassembly_->bsmRxFragments(tag); }
+
+void PimBsrSm::bsmRxFragmentsDel(uint16_t tag) { reassembly_->bsmRxFragmentsDel(tag); }
+
+bool PimBsrSm::forwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  return initialized_ && sender_->forwardBsm(zone, bsm);
+}
+
+void PimBsrSm::doSendTriggeredBsm(const Pax::IpGenPrefix &zone, bool forward, const Pax::IntfId &intfId,
+                                  const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  if (initialized_) sender_->doSendTriggeredBsm(zone, forward, intfId, bsm);
+}
+
+uint32_t PimBsrSm::doComputeBsmLength(const Packet::BootstrapMessage &bsm) const {
+  return sender_->doComputeBsmLength(bsm);
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -9,7 +9,7 @@ Tracelet::Module trace("Pim::Bsr::TrieBuilder");
 }
 
 PimBsrTrieBuilderSm::PimBsrTrieBuilderSm(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<TrieGen> &trie)
-    : bsrStatus_(bsrStatus), trie_(trie), kivBsrStatus_(*this) {
+    : bsrStatus_(bsrStatus), trie_(trie) {
   for (const auto &[zone, bsr] : bsrStatus_->bootstrapRouter()) {
     bsr_.insert(zone, std::make_unique<KivBsr>(*this, bsr));
   }
@@ -17,11 +17,11 @@ PimBsrTrieBuilderSm::PimBsrTrieBuilderSm(const Kiv::Ptr<const Status> &bsrStatus
 }
 
 void PimBsrTrieBuilderSm::KivBsrStatus::onBootstrapRouter(const Pax::IpGenPrefix &zone) {
-  builder_.bsr_.erase(zone);
-  if (const auto bsr = builder_.bsrStatus_->bootstrapRouter(zone)) {
-    builder_.bsr_.insert(zone, std::make_unique<KivBsr>(builder_, bsr));
+  owner_.bsr_.erase(zone);
+  if (const auto bsr = owner_.bsrStatus_->bootstrapRouter(zone)) {
+    owner_.bsr_.insert(zone, std::make_unique<KivBsr>(owner_, bsr));
   }
-  builder_.handleBsr(zone);
+  owner_.handleBsr(zone);
 }
 
 void PimBsrTrieBuilderSm::handleBsr() {
@@ -46,7 +46,7 @@ void PimBsrTrieBuilderSm::KivBsr::handleBsrIp() {
   const Pax::IpGenPrefix zone = notifier()->zone();
   VRF_TRACE(trace, 4,
             " BSR changed for zone " << zone << " to " << notifier()->ipAddr() << ". Generating changeroute event");
-  builder_.trie_->changedRouteIs(zone);
+  owner_.trie_->changedRouteIs(zone);
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -5,10 +5,12 @@
 #include <memory>
 
 #include "model/Status.h"
+#include "platform/kiv/ReactorOf.h"
 #include "platform/routing/TrieGen.h"
 
 namespace Routing::Pim::Bsr {
 
+/// Owned by the engine, with the trie, whose only writer it is. Reads the elected BSRs of the status.
 class PimBsrTrieBuilderSm {
  public:
   /// Stores every zone that has a BSR already.
@@ -20,26 +22,15 @@ class PimBsrTrieBuilderSm {
   uint32_t trieUpdates() const { return trieUpdates_; }
 
  private:
-  /// Follows the elected BSR of one zone.
-  class KivBsr : public ElectedBsrStatus::Notifiee {
-   public:
-    KivBsr(PimBsrTrieBuilderSm &builder, const Kiv::Ptr<const ElectedBsrStatus> &bsr) : builder_(builder) {
-      notifierIs(bsr);
-    }
+  class KivBsr : public Kiv::ReactorOf<ElectedBsrStatus, PimBsrTrieBuilderSm> {
+    using ReactorOf::ReactorOf;
+    const std::string &vrfName() const { return owner_.vrfName(); }
     void onIpAddr() override { handleBsrIp(); }
-
-   private:
-    const std::string &vrfName() const { return builder_.vrfName(); }
     void handleBsrIp();
-    PimBsrTrieBuilderSm &builder_;
   };
-  class KivBsrStatus : public Status::Notifiee {
-   public:
-    explicit KivBsrStatus(PimBsrTrieBuilderSm &builder) : builder_(builder) { notifierIs(builder.bsrStatus_); }
+  class KivBsrStatus : public Kiv::ReactorOf<Status, PimBsrTrieBuilderSm> {
+    using ReactorOf::ReactorOf;
     void onBootstrapRouter(const Pax::IpGenPrefix &zone) override;
-
-   private:
-    PimBsrTrieBuilderSm &builder_;
   };
 
   const std::string &vrfName() const { return bsrStatus_->name(); }
@@ -50,7 +41,7 @@ class PimBsrTrieBuilderSm {
   const Kiv::Ptr<TrieGen> trie_;
   uint32_t trieUpdates_ = 0;
   Kiv::Table<Pax::IpGenPrefix, std::unique_ptr<KivBsr>> bsr_;
-  KivBsrStatus kivBsrStatus_;
+  KivBsrStatus kivBsrStatus_{*this, bsrStatus_};
 };
 
 }  // namespace Routing::Pim::Bsr

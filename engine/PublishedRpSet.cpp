@@ -3,75 +3,48 @@
 #include <algorithm>
 #include <set>
 
+#include "model/VrfTrace.h"
+
 namespace Routing::Pim::Bsr {
+
+namespace {
+
+Tracelet::Module trace("Pim::Bsr::Sm");
+
+void copyRp(const Pim::RpCandidate &from, Pim::RpCandidate &to) {
+  to.pimModeIs(from.pimMode());
+  to.priorityIs(from.priority());
+  to.holdTimeIs(from.holdTime());
+  to.hashMaskLenIs(from.hashMaskLen());
+  to.setupTimeIs(from.setupTime());
+  to.expiresIs(from.expires());
+}
+
+}  // namespace
 
 PublishedRpSet::PublishedRpSet(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<RpCandidateStatus> &published,
                                const Kiv::Ptr<const TrieGen> &trie)
-    : bsrStatus_(bsrStatus), published_(published), trie_(trie) {}
+    : bsrStatus_(bsrStatus), published_(published), trie_(trie) {
+  published_->rpSetTypeIs(rpSetTypeBsr);
+}
 
 void PublishedRpSet::adopt() {
   for (const Pax::IpGenPrefix &prefix : published_->crpSet().keys()) {
-    const auto rps = published_->crpSet(prefix)->rp().keys();
+    Entry &entry = entryIs(prefix);
+    const auto rps = entry.set->rp().keys();
     for (const Pax::IpGenPrefix &zone : bsrStatus_->crpStatus().keys()) {
       const auto set = zone.covers(prefix) && !trie_->route(zone) ? setOf(zone, prefix) : nullptr;
       const bool all = set && std::all_of(rps.begin(), rps.end(), [&](const auto &rp) { return bool(set->rp(rp)); });
-      if (all && !owner_.contains(prefix)) owner_.insert(prefix, zone);
+      if (all && entry.owner.isEmpty()) entry.owner = zone;
     }
     settle(prefix);
   }
 }
 
-Kiv::Ptr<RpCandidateSet> PublishedRpSet::setOfOwner(const Pax::IpGenPrefix &zone,
-                                                    const Pax::IpGenPrefix &prefix) const {
-  const Pax::IpGenPrefix *owner = owner_.find(prefix);
-  return owner && *owner == zone ? published_->crpSet(prefix) : nullptr;
-}
-
-Kiv::Ptr<RpCandidateSet> PublishedRpSet::setFor(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) {
-  const auto set = published_->crpSetIs(prefix);
-  Pax::IpGenPrefix *owner = owner_.find(prefix);
-  if (!owner) {
-    ++version_;
-    owner_.insert(prefix, zone);
-  } else if (*owner != zone) {
-    ++version_;
-    *owner = zone;
-    retain(*set, setOf(zone, prefix).get());
-  }
-  return set;
-}
-
-void PublishedRpSet::rpGone(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix,
-                            const Pax::IpGenAddr &address) {
-  const Pax::IpGenPrefix *owner = owner_.find(prefix);
-  if (!owner || *owner != zone) return;
-  if (const auto set = published_->crpSet(prefix)) set->rpDel(address);
-}
-
-bool PublishedRpSet::withdraw(const Pax::IpGenPrefix &prefix) {
-  ++version_;
-  owner_.erase(prefix);
-  if (!published_->crpSet(prefix)) return false;
-  published_->crpSetDel(prefix);
-  return true;
-}
-
-void PublishedRpSet::settle(const Pax::IpGenPrefix &prefix) {
-  const Pax::IpGenPrefix zone = trie_->longestMatch(prefix);
-  if (const auto set = setOf(zone, prefix)) {
-    copySet(*set, *setFor(zone, prefix));
-    return;
-  }
-  const auto published = published_->crpSet(prefix);
-  const Pax::IpGenPrefix *owner = owner_.find(prefix);
-  if (!published || !owner) {
-    withdraw(prefix);
-    return;
-  }
-  // The publisher has no BSR any more: its RPs serve until their own hold times end.
-  const auto remaining = trie_->route(*owner) ? nullptr : setOf(*owner, prefix);
-  if (remaining) retain(*published, remaining.get());
-  if (!remaining || published->rp().empty()) withdraw(prefix);
+Kiv::Ptr<const RpCandidateSet> PublishedRpSet::setOfOwner(const Pax::IpGenPrefix &zone,
+                                                          const Pax::IpGenPrefix &prefix) const {
+  const Entry *entry = entry_.find(prefix);
+  return entry && entry->owner == zone ? entry->set : nullptr;
 }
 
 void PublishedRpSet::settleWithin(const Pax::IpGenPrefix &zone) {
@@ -88,14 +61,49 @@ void PublishedRpSet::settleWithin(const Pax::IpGenPrefix &zone) {
   for (const Pax::IpGenPrefix &prefix : affected) settle(prefix);
 }
 
+PublishedRpSet::Entry &PublishedRpSet::entryIs(const Pax::IpGenPrefix &prefix) {
+  if (Entry *present = entry_.find(prefix)) return *present;
+  return entry_.insert(prefix, {trie_->longestMatch(prefix), {}, published_->crpSet(prefix)});
+}
+
+void PublishedRpSet::entryDelIfUnused(const Pax::IpGenPrefix &prefix) {
+  const Entry *entry = entry_.find(prefix);
+  if (entry && !entry->set && entry->sources == 0) entry_.erase(prefix);
+}
+
+void PublishedRpSet::settle(const Pax::IpGenPrefix &prefix) {
+  Entry &entry = entryIs(prefix);
+  entry.innermost = trie_->longestMatch(prefix);
+  if (const auto own = setOf(entry.innermost, prefix)) {
+    RpCandidateSet &set = setFor(entry.innermost, prefix, entry);
+    retain(set, own.get());
+    for (const auto &[address, rp] : own->rp()) copyRp(*rp, *set.rpIs(address));
+    return;
+  }
+  // A publisher without a BSR: its RPs serve until their own hold times end.
+  const auto remaining = trie_->route(entry.owner) ? nullptr : setOf(entry.owner, prefix);
+  if (entry.set && remaining) retain(*entry.set, remaining.get());
+  if (entry.set && (!remaining || entry.set->rp().empty())) withdraw(prefix, entry);
+  entryDelIfUnused(prefix);
+}
+
+// The set of `prefix`, created if absent, for `zone` to fill. What another zone had there goes.
+RpCandidateSet &PublishedRpSet::setFor(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix, Entry &entry) {
+  const Pax::IpGenPrefix before = std::exchange(entry.owner, zone);
+  entry.set = published_->crpSetIs(prefix);
+  if (!before.isEmpty() && before != zone) retain(*entry.set, setOf(zone, prefix).get());
+  return *entry.set;
+}
+
+void PublishedRpSet::withdraw(const Pax::IpGenPrefix &prefix, Entry &entry) {
+  entry.owner = {};
+  entry.set = nullptr;
+  published_->crpSetDel(prefix);
+}
+
 Kiv::Ptr<RpCandidateSet> PublishedRpSet::setOf(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) const {
   const auto zoneStatus = bsrStatus_->crpStatus(zone);
   return zoneStatus && zoneStatus->status() ? zoneStatus->status()->crpSet(prefix) : nullptr;
-}
-
-void PublishedRpSet::copySet(const RpCandidateSet &from, RpCandidateSet &to) {
-  retain(to, &from);
-  for (const auto &[address, rp] : from.rp()) copyRp(*rp, *to.rpIs(address));
 }
 
 void PublishedRpSet::retain(RpCandidateSet &set, const RpCandidateSet *among) {
@@ -104,13 +112,83 @@ void PublishedRpSet::retain(RpCandidateSet &set, const RpCandidateSet *among) {
   }
 }
 
-void copyRp(const Pim::RpCandidate &from, Pim::RpCandidate &to) {
-  to.pimModeIs(from.pimMode());
-  to.priorityIs(from.priority());
-  to.holdTimeIs(from.holdTime());
-  to.hashMaskLenIs(from.hashMaskLen());
-  to.setupTimeIs(from.setupTime());
-  to.expiresIs(from.expires());
+// Source
+
+PublishedRpSet::Source::Source(PublishedRpSet &published, const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix)
+    : published_(published), zone_(zone), prefix_(prefix), entry_(published.entryIs(prefix)) {
+  ++entry_.sources;
+}
+
+PublishedRpSet::Source::~Source() {
+  --entry_.sources;
+  published_.entryDelIfUnused(prefix_);
+}
+
+void PublishedRpSet::Source::setCame() {
+  if (!publishes()) return;
+  published_.setFor(zone_, prefix_, entry_);
+  VRF_TRACE(trace, 5, "Created crpSet with prefix " << prefix_ << " in rpCandidateStatus");
+}
+
+void PublishedRpSet::Source::setWent() {
+  if (publishes()) {
+    if (entry_.set) {
+      published_.withdraw(prefix_, entry_);
+      VRF_TRACE(trace, 5, "Deleted crpSet with prefix " << prefix_ << " from rpCandidateStatus");
+    } else {
+      VRF_TRACE(trace, 5, prefix_ << " already deleted from rpCandidateStatus");
+    }
+  }
+  published_.settle(prefix_);
+}
+
+void PublishedRpSet::Source::rpCame(const Pax::IpGenAddr &address) {
+  if (!publishes()) return;
+  publishedSet().rpIs(address);
+  VRF_TRACE(trace, 5, "Initialized RP " << address << " in Rp Set for prefix " << prefix_ << " in zone " << zone_);
+}
+
+bool PublishedRpSet::Source::rpChanged(const Pax::IpGenAddr &address, const Pim::RpCandidate &rp) {
+  if (!publishes()) return false;
+  RpCandidateSet &set = publishedSet();
+  auto twin = set.rp(address);
+  if (!twin) {
+    VRF_TRACE(trace, 5,
+              "Forced creation of RP " << address << " in Rp Set for prefix " << prefix_ << " in zone " << zone_);
+    twin = set.rpIs(address);
+  }
+  copyRp(rp, *twin);
+  return true;
+}
+
+void PublishedRpSet::Source::rpWent(const Pax::IpGenAddr &address) {
+  if (!published_.bsrStatus_->crpStatus(zone_)) {
+    VRF_TRACE(trace, 5, "Nothing to do since the Crp Zone has already been deleted ");
+  } else if (publishes()) {
+    if (entry_.set) {
+      entry_.set->rpDel(address);
+      VRF_TRACE(trace, 5,
+                "Deleted RP " << address << " from crpSet with prefix " << prefix_ << " from rpCandidateStatus");
+    } else {
+      VRF_TRACE(trace, 5, "Nothing to do since the CrpSet has already been deleted from rpCandidateStatus");
+    }
+  }
+  if (entry_.owner == zone_) entry_.set->rpDel(address);  // what a dead BSR's zone had published
+}
+
+// Traces why not.
+bool PublishedRpSet::Source::publishes() const {
+  if (entry_.innermost == zone_) return true;
+  VRF_TRACE(trace, 8,
+            "Not updating RpCandidateStatus since our zone " << zone_ << " does not match the longest prefix match "
+                                                             << entry_.innermost << " for prefix " << prefix_);
+  return false;
+}
+
+RpCandidateSet &PublishedRpSet::Source::publishedSet() {
+  if (entry_.owner == zone_) return *entry_.set;
+  VRF_TRACE(trace, 5, "Forced creation of crpSet with prefix " << prefix_ << " in rpCandidateStatus");
+  return published_.setFor(zone_, prefix_, entry_);
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -1,4 +1,4 @@
-/// The RP set that a VRF publishes, kept true to the zones that it comes from.
+/// The RP set that a VRF publishes, kept true to the zones that it comes from, and its only writer.
 ///
 /// For each group prefix P, the innermost zone with a BSR that covers P (the trie's longest match)
 /// publishes its own set for P. Where that zone has no set for P, or no zone covers P:
@@ -6,8 +6,9 @@
 /// that still has one had published goes at once. So the RPs of a dead BSR serve until they expire
 /// and never longer, and a scope that comes or goes moves its prefixes.
 ///
-/// The mirror reactors of the zones (RpSetMirror.h) write changes of single RPs while their zone
-/// publishes; this class settles whole prefixes when the trie changes or a set goes.
+/// The reactors of RpSetMirror.h report through a Source what happens to the single RPs of a zone's
+/// set; whole prefixes are settled when the trie changes or a set goes. The sets of the zones are only
+/// read here.
 #pragma once
 
 #include "model/Status.h"
@@ -15,48 +16,79 @@
 
 namespace Routing::Pim::Bsr {
 
+/// Owned by the engine, which creates another when the address family changes.
 class PublishedRpSet {
+  struct Entry;
+
  public:
+  class Source;
+
   PublishedRpSet(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<RpCandidateStatus> &published,
                  const Kiv::Ptr<const TrieGen> &trie);
   PublishedRpSet(const PublishedRpSet &) = delete;
   PublishedRpSet &operator=(const PublishedRpSet &) = delete;
 
-  /// Changes whenever a published set comes, goes or changes hands.
-  uint64_t version() const { return version_; }
-
   /// Takes over what an earlier engine left in the status: each published prefix gets the zone that
   /// it must have come from, and what no zone stands behind goes.
   void adopt();
 
-  /// The set of `prefix` while `zone` is the one that published it, or null.
-  Kiv::Ptr<RpCandidateSet> setOfOwner(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) const;
-  /// The set of `prefix`, created if absent, for `zone` to write: it is the prefix's longest match.
-  /// What another zone had there goes.
-  Kiv::Ptr<RpCandidateSet> setFor(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix);
-  /// An RP is gone from the zone's own status: it is withdrawn if the zone published it.
-  void rpGone(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &address);
-  /// Removes the set. False when it was gone.
-  bool withdraw(const Pax::IpGenPrefix &prefix);
-
-  /// Makes what is published for `prefix` what it has to be.
-  void settle(const Pax::IpGenPrefix &prefix);
-  /// The same for every prefix within `zone`, whose place in the trie changed.
+  /// The published set of `prefix` if it comes from `zone`, or null.
+  Kiv::Ptr<const RpCandidateSet> setOfOwner(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) const;
+  /// `zone` has been stored in the trie or removed from it: settles every prefix within it.
   void settleWithin(const Pax::IpGenPrefix &zone);
 
  private:
+  /// What is published for one prefix. Entries stay where they are in memory.
+  struct Entry {
+    Pax::IpGenPrefix innermost;    // the zone that is to publish; empty: none has a BSR
+    Pax::IpGenPrefix owner;        // the zone that `set` comes from; empty: not known
+    Kiv::Ptr<RpCandidateSet> set;  // null: nothing is published
+    unsigned sources = 0;
+  };
+
+  const std::string &vrfName() const { return bsrStatus_->name(); }
+  Entry &entryIs(const Pax::IpGenPrefix &prefix);
+  void entryDelIfUnused(const Pax::IpGenPrefix &prefix);
+  void settle(const Pax::IpGenPrefix &prefix);
+  RpCandidateSet &setFor(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix, Entry &entry);
+  void withdraw(const Pax::IpGenPrefix &prefix, Entry &entry);
   Kiv::Ptr<RpCandidateSet> setOf(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) const;
-  static void copySet(const RpCandidateSet &from, RpCandidateSet &to);
   static void retain(RpCandidateSet &set, const RpCandidateSet *among);
 
   const Kiv::Ptr<const Status> bsrStatus_;
   const Kiv::Ptr<RpCandidateStatus> published_;
   const Kiv::Ptr<const TrieGen> trie_;
-  uint64_t version_ = 0;
-  Kiv::Table<Pax::IpGenPrefix, Pax::IpGenPrefix> owner_;  // the zone that published each prefix
+  Kiv::Table<Pax::IpGenPrefix, Entry> entry_;  // of each prefix that is published or has a source
 };
 
-/// Copies every field of an RP.
-void copyRp(const Pim::RpCandidate &from, Pim::RpCandidate &to);
+/// A zone's set of one prefix, as something to publish. A member of the reactor that follows the set,
+/// which reports here; nothing is written while another zone is to publish the prefix.
+class PublishedRpSet::Source {
+ public:
+  Source(PublishedRpSet &published, const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix);
+  ~Source();
+  Source(const Source &) = delete;
+  Source &operator=(const Source &) = delete;
+
+  const Pax::IpGenPrefix &zone() const { return zone_; }
+  const Pax::IpGenPrefix &prefix() const { return prefix_; }
+
+  void setCame();
+  void setWent();
+  void rpCame(const Pax::IpGenAddr &address);
+  /// Whether `rp` is published, with all its fields, now.
+  bool rpChanged(const Pax::IpGenAddr &address, const Pim::RpCandidate &rp);
+  void rpWent(const Pax::IpGenAddr &address);
+
+ private:
+  const std::string &vrfName() const { return published_.vrfName(); }
+  bool publishes() const;
+  RpCandidateSet &publishedSet();
+
+  PublishedRpSet &published_;
+  const Pax::IpGenPrefix zone_;
+  const Pax::IpGenPrefix prefix_;
+  Entry &entry_;
+};
 
 }  // namespace Routing::Pim::Bsr

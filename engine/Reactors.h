@@ -2,38 +2,31 @@
 #pragma once
 
 #include "engine/PimBsrSm.h"
+#include "model/InternalStatus.h"
+#include "model/Status.h"
+#include "platform/kiv/ReactorOf.h"
+#include "platform/pim/PimStatus.h"
+#include "platform/routing/TrieGen.h"
 
 namespace Routing::Pim::Bsr {
 
-class PimBsrSm::KivBsrStatus : public Bsr::Status::Notifiee {
- public:
-  explicit KivBsrStatus(PimBsrSm &sm) : sm_(sm) { notifierIs(sm.bsrStatus_); }
-  void onAf() override { sm_.handleAf(); }
-  void onCbsr(const Pax::IpGenPrefix &zone) override { sm_.handleBsrCandidate(zone); }
-  void onCrp(const Pax::IpGenAddr &rpAddress) override { sm_.handleCrp(rpAddress); }
-  void onBootstrapRouter(const Pax::IpGenPrefix &zone) override { sm_.handleBootstrapRouter(zone); }
-  void onCrpStatus(const Pax::IpGenPrefix &zone) override { sm_.handleCrpStatus(zone); }
-
- private:
-  PimBsrSm &sm_;
+class PimBsrSm::KivBsrStatus : public Kiv::ReactorOf<Bsr::Status, PimBsrSm> {
+  using ReactorOf::ReactorOf;
+  void onAf() override { owner_.handleAf(); }
+  void onCbsr(const Pax::IpGenPrefix &zone) override { owner_.handleBsrCandidate(zone); }
+  void onCrp(const Pax::IpGenAddr &rpAddress) override { owner_.handleCrp(rpAddress); }
+  void onBootstrapRouter(const Pax::IpGenPrefix &zone) override { owner_.handleBootstrapRouter(zone); }
+  void onCrpStatus(const Pax::IpGenPrefix &zone) override { owner_.handleCrpStatus(zone); }
 };
 
-class PimBsrSm::KivBsmStatus : public PimBsmStatus::Notifiee {
- public:
-  explicit KivBsmStatus(PimBsrSm &sm) : sm_(sm) { notifierIs(sm.bsmStatus_); }
-  void onRxBsm() override { sm_.handleBsm(); }
-
- private:
-  PimBsrSm &sm_;
+class PimBsrSm::KivBsmStatus : public Kiv::ReactorOf<PimBsmStatus, PimBsrSm> {
+  using ReactorOf::ReactorOf;
+  void onRxBsm() override { owner_.handleBsm(); }
 };
 
-class PimBsrSm::KivCrpMsgStatus : public PimCrpMsgStatus::Notifiee {
- public:
-  explicit KivCrpMsgStatus(PimBsrSm &sm) : sm_(sm) { notifierIs(sm.crpMsgStatus_); }
-  void onReadCount() override { sm_.handleCrpMsg(); }
-
- private:
-  PimBsrSm &sm_;
+class PimBsrSm::KivCrpMsgStatus : public Kiv::ReactorOf<PimCrpMsgStatus, PimBsrSm> {
+  using ReactorOf::ReactorOf;
+  void onReadCount() override { owner_.handleCrpMsg(); }
 };
 
 /// Follows one candidate RP of ours: each priority that is configured for a prefix has an advertiser.
@@ -74,71 +67,23 @@ class PimBsrSm::KivCrp : public RpCandidate::Notifiee {
   Kiv::Table<Pax::IpGenPrefix, std::unique_ptr<KivOptions>> options_;
 };
 
-class PimBsrSm::KivPimStatus : public Pim::Status::Notifiee {
- public:
-  explicit KivPimStatus(PimBsrSm &sm) : sm_(sm) { notifierIs(sm.pimStatus_); }
-  void onPimIntf(const Pax::IntfId &intfId) override { sm_.handlePimIntf(intfId); }
-
- private:
-  PimBsrSm &sm_;
+class PimBsrSm::KivPimStatus : public Kiv::ReactorOf<Pim::Status, PimBsrSm> {
+  using ReactorOf::ReactorOf;
+  void onPimIntf(const Pax::IntfId &intfId) override { owner_.handlePimIntf(intfId); }
 };
 
-class PimBsrSm::KivBsrTrie : public TrieGen::Notifiee {
- public:
-  explicit KivBsrTrie(PimBsrSm &sm) : sm_(sm) { notifierIs(sm.bsrTrie_); }
-  void onRoute(const Pax::IpGenPrefix &zone) override { sm_.handleBsrTrie(zone); }
-
- private:
-  PimBsrSm &sm_;
-};
-
-class PimBsrSm::KivFragmentTimer : public Orb::Timer {
- public:
-  explicit KivFragmentTimer(PimBsrSm &sm) : Timer(sm.timerWheel_), sm_(sm) {}
-  void onTime() override { sm_.handleFragmentTimerExpiry(); }
-
- private:
-  PimBsrSm &sm_;
+class PimBsrSm::KivBsrTrie : public Kiv::ReactorOf<TrieGen, PimBsrSm> {
+  using ReactorOf::ReactorOf;
+  void onRoute(const Pax::IpGenPrefix &zone) override { owner_.handleBsrTrie(zone); }
 };
 
 /// Follows the elected BSR of one zone: a changed hash mask length of our own election goes to
 /// every RP that we collected.
-class PimBsrSm::KivBsr : public ElectedBsrStatus::Notifiee {
- public:
-  KivBsr(PimBsrSm &sm, const Kiv::Ptr<ElectedBsrStatus> &bsr) : sm_(sm) { notifierIs(bsr); }
+class PimBsrSm::KivBsr : public Kiv::ReactorOf<ElectedBsrStatus, PimBsrSm> {
+  using ReactorOf::ReactorOf;
+  const std::string &vrfName() const { return owner_.vrfName(); }
   void onHashMaskLen() override { handleHashMaskLen(); }
-
- private:
-  const std::string &vrfName() const { return sm_.vrfName(); }
   void handleHashMaskLen();
-  PimBsrSm &sm_;
-};
-
-/// Follows one PIM interface: a new or restarted neighbour gets the last messages from the DR, and
-/// from the router that is DR without the neighbours that are new (RFC 5059 section 3.5): where the
-/// DR itself has restarted, nobody else has anything to send.
-class PimBsrSm::KivPimIntf : public PimIntf::Notifiee {
- public:
-  KivPimIntf(PimBsrSm &sm, const Pax::IntfId &intfId, const Kiv::Ptr<const PimIntf> &pimIntf)
-      : sm_(sm), intfId_(intfId), isDr_(pimIntf->isDr()) {
-    notifierIs(pimIntf);
-  }
-  void onIsDr() override { handleDrChange(); }
-  void onTriggeredHelloSent() override { handleTriggeredHelloSent(); }
-
- private:
-  const std::string &vrfName() const { return sm_.vrfName(); }
-  void handleDrChange();
-  void handleTriggeredHelloSent();
-  void doSendNoFwdBsm();
-  double newSince() const;
-  bool isNewcomer() const { return sm_.startTime_ > newSince(); }
-  bool isDrWithoutTheNew() const;
-
-  PimBsrSm &sm_;
-  const Pax::IntfId intfId_;
-  bool isDr_;
-  bool wasDr_ = false;  // until the next triggered Hello
 };
 
 }  // namespace Routing::Pim::Bsr

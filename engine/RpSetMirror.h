@@ -1,17 +1,22 @@
-/// The reactors that age the learned RPs of each zone and mirror them into the published set.
+/// The reactors that follow the learned RPs of each zone: they age the RPs and report every change to
+/// the published set.
 ///
-/// A chain from the zone's entry to the single RP; each reactor owns those below it. A handler that
-/// mirrors first asks whether the zone is the prefix's longest match in the trie, and does nothing
-/// if it is not. A handler that leads to the removal of its own reactor does so as its last act.
+/// A chain from the zone's entry to the single RP; each reactor owns those below it. They write
+/// nothing themselves. An RP whose hold time is over is handed to the store, which removes it and with
+/// it this reactor: the last act of its timer.
 #pragma once
 
 #include "engine/PimBsrSm.h"
+#include "engine/PublishedRpSet.h"
+#include "platform/kiv/ReactorOf.h"
+#include "platform/orb/TimerFor.h"
 
 namespace Routing::Pim::Bsr {
 
-class PimBsrSm::KivRp : public Pim::RpCandidate::Notifiee {
+/// Follows one RP.
+class PimBsrSm::KivRp : public Kiv::ReactorOf<Pim::RpCandidate, KivCrpSet> {
  public:
-  KivRp(KivCrpSet &crpSet, const Pax::IpGenAddr &address, const Kiv::Ptr<Pim::RpCandidate> &rp);
+  KivRp(KivCrpSet &crpSet, const Pax::IpGenAddr &address, const Kiv::Ptr<const Pim::RpCandidate> &rp);
 
   void onPriority() override { handlePriority(); }
   void onHashMaskLen() override { handleHashMaskLen(); }
@@ -24,15 +29,6 @@ class PimBsrSm::KivRp : public Pim::RpCandidate::Notifiee {
   void handleDel();
 
  private:
-  class KivHoldtimeTimer : public Orb::Timer {
-   public:
-    KivHoldtimeTimer(KivRp &rp, const Kiv::Ptr<Orb::TimerWheel> &wheel) : Timer(wheel), rp_(rp) {}
-    void onTime() override { rp_.handleHoldtimeExpired(); }
-
-   private:
-    KivRp &rp_;
-  };
-
   const std::string &vrfName() const;
   void handleInitialized();
   void handlePriority();
@@ -42,67 +38,57 @@ class PimBsrSm::KivRp : public Pim::RpCandidate::Notifiee {
   void handleHoldtime();
   void setHoldtimer();
   void handleHoldtimeExpired();
-  /// The published twin, or null when the zone does not publish the prefix.
-  Kiv::Ptr<Pim::RpCandidate> twin() const;
+  template <class Value>
+  void publish(const char *field, const Value &value);
 
-  KivCrpSet &crpSet_;
+  using KivHoldtimeTimer = Orb::TimerFor<&KivRp::handleHoldtimeExpired>;
   const Pax::IpGenAddr address_;
   KivHoldtimeTimer holdTimer_;
 };
 
-class PimBsrSm::KivCrpSet : public RpCandidateSet::Notifiee {
+/// Follows a zone's set of one prefix.
+class PimBsrSm::KivCrpSet : public Kiv::ReactorOf<RpCandidateSet, PimBsrSm> {
  public:
   KivCrpSet(PimBsrSm &sm, const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix,
-            const Kiv::Ptr<RpCandidateSet> &set);
+            const Kiv::Ptr<const RpCandidateSet> &set);
 
   void onRp(const Pax::IpGenAddr &address) override;
   /// The set is gone from the zone, and its RPs with it.
   void handleDel();
 
-  PimBsrSm &sm() const { return sm_; }
-  const Pax::IpGenPrefix &zone() const { return zone_; }
-  const Pax::IpGenPrefix &prefix() const { return prefix_; }
-  /// Whether the zone is the prefix's longest match; if not, traces why nothing is mirrored.
-  bool publishes() const;
-  /// The published set of the prefix, made if it is missing. Only while the zone publishes.
-  RpCandidateSet &publishedSet() const;
+  PimBsrSm &sm() const { return owner_; }
+  PublishedRpSet::Source &source() { return source_; }
 
  private:
-  const std::string &vrfName() const { return sm_.vrfName(); }
+  const std::string &vrfName() const { return owner_.vrfName(); }
   void handleInitialized();
 
-  PimBsrSm &sm_;
-  const Pax::IpGenPrefix zone_;
-  const Pax::IpGenPrefix prefix_;
-  mutable uint64_t trieVersion_ = ~uint64_t{0};  // of the trie that publishes_ was found in
-  mutable bool publishes_ = false;
-  mutable uint64_t publishedVersion_ = 0;  // of the published sets that publishedSet_ is of
-  mutable Kiv::Ptr<RpCandidateSet> publishedSet_;
-  bool initialized_ = false;
+  PublishedRpSet::Source source_;
   Kiv::Table<Pax::IpGenAddr, std::unique_ptr<KivRp>> rp_;
 };
 
-class PimBsrSm::KivCrpStatus : public RpCandidateStatus::Notifiee {
+/// Follows the RP sets of one zone.
+class PimBsrSm::KivCrpStatus : public Kiv::ReactorOf<RpCandidateStatus, PimBsrSm> {
  public:
-  KivCrpStatus(PimBsrSm &sm, const Pax::IpGenPrefix &zone, const Kiv::Ptr<RpCandidateStatus> &status);
+  KivCrpStatus(PimBsrSm &sm, const Pax::IpGenPrefix &zone, const Kiv::Ptr<const RpCandidateStatus> &status);
   void onCrpSet(const Pax::IpGenPrefix &prefix) override;
   /// The zone's RPs are gone as a whole.
   void handleDel();
 
  private:
-  PimBsrSm &sm_;
   const Pax::IpGenPrefix zone_;
   Kiv::Table<Pax::IpGenPrefix, std::unique_ptr<KivCrpSet>> crpSet_;
 };
 
-class PimBsrSm::KivCrpZoneStatus : public PimBsrRpCandidateStatus::Notifiee {
+/// Follows the entry of one zone, which gets its RP sets a moment after it was created.
+class PimBsrSm::KivCrpZoneStatus : public Kiv::ReactorOf<PimBsrRpCandidateStatus, PimBsrSm> {
  public:
-  KivCrpZoneStatus(PimBsrSm &sm, const Pax::IpGenPrefix &zone, const Kiv::Ptr<PimBsrRpCandidateStatus> &zoneStatus);
+  KivCrpZoneStatus(PimBsrSm &sm, const Pax::IpGenPrefix &zone,
+                   const Kiv::Ptr<const PimBsrRpCandidateStatus> &zoneStatus);
   void onStatus() override;
   void handleDel();
 
  private:
-  PimBsrSm &sm_;
   const Pax::IpGenPrefix zone_;
   std::unique_ptr<KivCrpStatus> crpStatus_;
 };

@@ -1,20 +1,24 @@
-// PimBsrSm: storing the RP set of accepted Bootstrap messages.
+#include "engine/RpSetStore.h"
 
 #include <algorithm>
 #include <optional>
 
-#include "engine/PimBsrSm.h"
+#include "engine/BsmReassembly.h"
 #include "model/VrfTrace.h"
 #include "platform/tracelet/Require.h"
 
 namespace Routing::Pim::Bsr {
 
 namespace {
-Tracelet::Module trace("Pim::Bsr::Sm");
-}
 
-/// One message being stored.
-struct PimBsrSm::Store {
+Tracelet::Module trace("Pim::Bsr::Sm");
+
+bool isGlobal(const Pax::IpGenPrefix &zone) { return zone == Pax::allGroups(zone.af()); }
+
+}  // namespace
+
+// One message being stored.
+struct RpSetStore::Store {
   const Pax::IpGenPrefix &zone;
   const Packet::BootstrapMessage &bsm;
   const bool refresh;
@@ -22,26 +26,24 @@ struct PimBsrSm::Store {
   std::optional<RpHashMaskLen> hashMaskLen;  // constructed for the first RP that needs it
 };
 
-void PimBsrSm::storeRpSet(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm, bool refresh) {
-  if (!initialized_) return;
+RpSetStore::RpSetStore(const Kiv::Ptr<Status> &bsrStatus, const Kiv::Ptr<const Orb::TimerWheel> &timerWheel,
+                       BsmReassembly &reassembly)
+    : bsrStatus_(bsrStatus), timerWheel_(timerWheel), reassembly_(reassembly) {}
+
+void RpSetStore::storeRpSet(const Pax::IpGenPrefix &zone, const Packet::BootstrapMessage &bsm, bool refresh) {
   if (!refresh) keepOwnSet(zone);
-  Store store{zone, *bsm, refresh, now(), std::nullopt};
-  for (const auto &group : bsm->groupData()) {
+  Store store{zone, bsm, refresh, timerWheel_->now(), std::nullopt};
+  for (const auto &group : bsm.groupData()) {
     if (!storeGroup(store, *group)) return;
   }
 }
 
-void PimBsrSm::refreshRpSet(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
-  if (!bsm || !initialized_) return;
-  bsm->forwardIs(true);
-  storeRpSet(zone, bsm, true);
-}
-
-bool PimBsrSm::storeGroup(Store &store, const Packet::BootstrapGroupData &group) {
+// False for a message that cannot be stored.
+bool RpSetStore::storeGroup(Store &store, const Packet::BootstrapGroupData &group) {
   const bool split = group.isPiece();
   const Packet::BootstrapGroupData::RpList *rps = &group.rpList();
   if (split) {
-    const auto collected = collectGroup(store.bsm, group);
+    const auto collected = reassembly_.collect(store.bsm, group);
     if (!collected) return true;
     collectedRps_.clear();
     for (const auto &[address, rp] : collected->rp()) collectedRps_.push_back({address, rp.holdTime, rp.priority});
@@ -50,25 +52,23 @@ bool PimBsrSm::storeGroup(Store &store, const Packet::BootstrapGroupData &group)
   const Pax::IpGenPrefix prefix = group.prefix();
   const auto set = setToStoreInto(store, prefix, *rps);
   if (!set) {
-    if (split && !store.refresh) collectedGroupDone(store.bsm.fragmentTag(), prefix);
+    if (split && !store.refresh) reassembly_.collectedGroupDone(store.bsm.fragmentTag(), prefix);
     return true;
   }
 
-  filling_ = set.get();
   bool good = true;
   for (const Packet::BootstrapRpData &rp : *rps) {
     good = storeRp(store, *set, group, rp);
     if (!good) break;
   }
-  filling_ = nullptr;
   removeEmptySet(store.zone, prefix);
-  if (good && split) collectedGroupDone(store.bsm.fragmentTag(), prefix);
+  if (good && split) reassembly_.collectedGroupDone(store.bsm.fragmentTag(), prefix);
   return good;
 }
 
-/// Null when there is nothing to store into: in a refresh, or when no RP would stay in a new set.
-Kiv::Ptr<RpCandidateSet> PimBsrSm::setToStoreInto(const Store &store, const Pax::IpGenPrefix &prefix,
-                                                  const Packet::BootstrapGroupData::RpList &rps) {
+// Null when there is nothing to store into: in a refresh, or when no RP would stay in a new set.
+Kiv::Ptr<RpCandidateSet> RpSetStore::setToStoreInto(const Store &store, const Pax::IpGenPrefix &prefix,
+                                                    const Packet::BootstrapGroupData::RpList &rps) {
   auto zoneStatus = bsrStatus_->crpStatus(store.zone);
   if (!zoneStatus) {
     if (store.refresh) return nullptr;
@@ -84,8 +84,8 @@ Kiv::Ptr<RpCandidateSet> PimBsrSm::setToStoreInto(const Store &store, const Pax:
   return status->crpSetIs(prefix);
 }
 
-bool PimBsrSm::storeRp(Store &store, RpCandidateSet &set, const Packet::BootstrapGroupData &group,
-                       const Packet::BootstrapRpData &data) const {
+bool RpSetStore::storeRp(Store &store, RpCandidateSet &set, const Packet::BootstrapGroupData &group,
+                         const Packet::BootstrapRpData &data) const {
   if (data.holdTime == 0) {
     set.rpDel(data.address);
     VRF_TRACE(trace, 4, "Deleted RP " << data.address << " since holdtime is 0");
@@ -119,8 +119,8 @@ bool PimBsrSm::storeRp(Store &store, RpCandidateSet &set, const Packet::Bootstra
   return true;
 }
 
-void PimBsrSm::keepOwnSet(const Pax::IpGenPrefix &zone) {
-  if (zone == globalOrNonScopeZone_) return;
+void RpSetStore::keepOwnSet(const Pax::IpGenPrefix &zone) {
+  if (isGlobal(zone)) return;
   const auto status = bsrStatus_->crpStatusIs(zone)->statusIs("");
   status->rpSetTypeIs(rpSetTypeBsr);
   if (status->crpSet(zone)) return;
@@ -128,7 +128,7 @@ void PimBsrSm::keepOwnSet(const Pax::IpGenPrefix &zone) {
   status->crpSetIs(zone);
 }
 
-bool PimBsrSm::hasRps(const Pax::IpGenPrefix &zone) const {
+bool RpSetStore::hasRps(const Pax::IpGenPrefix &zone) const {
   const auto zoneStatus = bsrStatus_->crpStatus(zone);
   if (!zoneStatus || !zoneStatus->status()) return false;
   for (const auto &[prefix, set] : zoneStatus->status()->crpSet()) {
@@ -137,7 +137,7 @@ bool PimBsrSm::hasRps(const Pax::IpGenPrefix &zone) const {
   return false;
 }
 
-void PimBsrSm::hashMaskLenIs(const Pax::IpGenPrefix &zone, uint32_t length) const {
+void RpSetStore::hashMaskLenIs(const Pax::IpGenPrefix &zone, uint32_t length) const {
   const auto zoneStatus = bsrStatus_->crpStatus(zone);
   if (!zoneStatus || !zoneStatus->status()) {
     VRF_TRACE(trace, 8, "No CRP have been populated for zone " << zone);
@@ -154,20 +154,28 @@ void PimBsrSm::hashMaskLenIs(const Pax::IpGenPrefix &zone, uint32_t length) cons
   }
 }
 
-void PimBsrSm::clearRpSet(const Pax::IpGenPrefix &zone) {
+void RpSetStore::clearRpSet(const Pax::IpGenPrefix &zone) {
   const auto zoneStatus = bsrStatus_->crpStatus(zone);
   if (!zoneStatus) return;
   if (const auto status = zoneStatus->status()) status->crpSetDelAll();
 }
 
-void PimBsrSm::removeEmptySet(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) {
+void RpSetStore::rpDel(Pax::IpGenPrefix zone, Pax::IpGenPrefix prefix, Pax::IpGenAddr address) {
+  const auto zoneStatus = bsrStatus_->crpStatus(zone);
+  const auto set = zoneStatus && zoneStatus->status() ? zoneStatus->status()->crpSet(prefix) : nullptr;
+  if (!set) return;
+  set->rpDel(address);
+  removeEmptySet(zone, prefix);
+}
+
+void RpSetStore::removeEmptySet(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) {
   const auto zoneStatus = bsrStatus_->crpStatus(zone);
   if (!zoneStatus || !zoneStatus->status()) return;
   const auto status = zoneStatus->status();
   const bool hasBsr = bool(bsrStatus_->bootstrapRouter(zone));
   const auto set = status->crpSet(prefix);
-  const bool keptForScope = hasBsr && prefix == zone && zone != globalOrNonScopeZone_;
-  if (set && set->rp().empty() && set.get() != filling_ && !keptForScope) {
+  const bool keptForScope = hasBsr && prefix == zone && !isGlobal(zone);
+  if (set && set->rp().empty() && !keptForScope) {
     VRF_TRACE(trace, 5, "Deleted rpset for prefix " << prefix << " in zone " << zone);
     status->crpSetDel(prefix);
   }

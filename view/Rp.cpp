@@ -1,5 +1,6 @@
 #include <stdexcept>
 
+#include "engine/PublishedRpSet.h"
 #include "view/Json.h"
 #include "view/Show.h"
 

@@ -2,6 +2,7 @@
 #include <set>
 
 #include "engine/BsrCandidateSm.h"
+#include "engine/PublishedRpSet.h"
 #include "view/Json.h"
 #include "view/Show.h"
 

@@ -1,6 +1,7 @@
 // What an agent starts with: the paths of its state, and the values that its machines are made with.
 #include <gtest/gtest.h>
 
+#include "platform/routing/TrieGen.h"
 #include "tests/agent/World.h"
 #include "tests/support/EntityLines.h"
 #include "tests/support/TestVrf.h"

@@ -1,0 +1,35 @@
+/// The messages that a new or restarted neighbour is sent (RFC 5059 section 3.5).
+///
+/// The DR of the link sends the last messages of every zone, and so does the router that is the DR
+/// without the neighbours that are new: a DR that has just restarted has nothing to send. A router
+/// that has stopped being the DR does so once more. Who is new is a matter of the last 15 seconds.
+#pragma once
+
+#include "engine/PimBsrSm.h"
+#include "platform/kiv/ReactorOf.h"
+#include "platform/pim/PimStatus.h"
+
+namespace Routing::Pim::Bsr {
+
+/// Follows one PIM interface; owned by the engine, which sends what is due.
+class PimBsrSm::KivPimIntf : public Kiv::ReactorOf<PimIntf, PimBsrSm> {
+ public:
+  KivPimIntf(PimBsrSm &sm, const Pax::IntfId &intfId, const Kiv::Ptr<const PimIntf> &pimIntf);
+  void onIsDr() override { handleDrChange(); }
+  void onTriggeredHelloSent() override { handleTriggeredHelloSent(); }
+
+ private:
+  const std::string &vrfName() const { return owner_.vrfName(); }
+  void handleDrChange();
+  void handleTriggeredHelloSent();
+  void doSendNoFwdBsm();
+  double newSince() const;
+  bool isNewcomer() const;
+  bool isDrWithoutTheNew() const;
+
+  const Pax::IntfId intfId_;
+  bool isDr_;
+  bool wasDr_ = false;  // until the next triggered Hello
+};
+
+}  // namespace Routing::Pim::Bsr
