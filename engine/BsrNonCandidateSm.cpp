@@ -4,7 +4,9 @@
 
 #include "engine/BsmReassembly.h"
 #include "engine/BsmSender.h"
+#include "engine/PimBsrSm.h"
 #include "engine/RpSetStore.h"
+#include "model/InternalStatus.h"
 #include "model/VrfTrace.h"
 
 namespace Routing::Pim::Bsr {
@@ -30,11 +32,13 @@ BsrNonCandidateSm::BsrNonCandidateSm(PimBsrSm &bsrSm, const Pax::IpGenPrefix &zo
     : bsrSm_(bsrSm),
       zone_(zone),
       bsrStatus_(bsrStatus),
-      bsTimer_(*this, bsTimerWheel),
-      szTimer_(*this, szTimerWheel),
-      kivBsrStatus_(*this) {
+      bsTimer_(bsTimerWheel, *this),
+      szTimer_(szTimerWheel, *this),
+      kivBsrStatus_(*this, bsrStatus) {
   handleInitialized();
 }
+
+bool BsrNonCandidateSm::isGlobalZone() const { return zone_ == bsrSm_.globalOrNonScopeZone(); }
 
 void BsrNonCandidateSm::handleInitialized() {
   VRF_TRACE_ENTRY(trace);
@@ -76,8 +80,8 @@ void BsrNonCandidateSm::handleBsm() {
   doArmBsTimer();
 }
 
-/// RFC 5059 section 3.1.3: a message is preferred when its weight is not less than the current
-/// BSR's; the current BSR's own messages are always taken.
+// RFC 5059 section 3.1.3: a message is preferred when its weight is not less than the current
+// BSR's; the current BSR's own messages are always taken.
 bool BsrNonCandidateSm::isPreferred(const Packet::BootstrapMessage &bsm) const {
   const auto bsr = bsrStatus_->bootstrapRouter(zone_);
   if (!bsr || bsm.bsrAddress() == bsr->ipAddr()) return true;

@@ -7,14 +7,20 @@
 #include "engine/PimBsrSm.h"
 #include "engine/RxFragments.h"
 #include "model/Status.h"
+#include "platform/kiv/ReactorOf.h"
+#include "platform/orb/TimerFor.h"
 #include "platform/orb/TimerWheel.h"
 
 namespace Routing::Pim::Bsr {
 
+class PimBsrRxFragments;
+class PimBsrSm;
+
 enum class BsrNonCandidateState : uint8_t { noInfo = 0, acceptAny = 1, acceptPreferred = 2 };
 std::ostream &operator<<(std::ostream &out, BsrNonCandidateState state);
 
-/// Owned by the engine, one per zone. The zone's scope-zone timer ends it.
+/// Owned by the engine, one per zone; the scope-zone timer of a scoped zone ends it. It writes the zone's
+/// BSR in the status. RP sets are stored, and messages passed on, by the engine.
 class BsrNonCandidateSm {
  public:
   BsrNonCandidateSm(PimBsrSm &bsrSm, const Pax::IpGenPrefix &zone, const Kiv::Ptr<Status> &bsrStatus,
@@ -35,41 +41,24 @@ class BsrNonCandidateSm {
   void bsmIs(const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
 
  private:
-  class KivBsTimer : public Orb::Timer {
-   public:
-    KivBsTimer(BsrNonCandidateSm &sm, const Kiv::Ptr<Orb::TimerWheel> &wheel) : Timer(wheel), sm_(sm) {}
-    void onTime() override { sm_.handleBsrTimerExpiry(); }
-
-   private:
-    BsrNonCandidateSm &sm_;
-  };
-  class KivSzTimer : public Orb::Timer {
-   public:
-    KivSzTimer(BsrNonCandidateSm &sm, const Kiv::Ptr<Orb::TimerWheel> &wheel) : Timer(wheel), sm_(sm) {}
-    void onTime() override { sm_.handleSzTimerExpiry(); }
-
-   private:
-    BsrNonCandidateSm &sm_;
-  };
-  class KivBsrStatus : public Status::Notifiee {
-   public:
-    explicit KivBsrStatus(BsrNonCandidateSm &sm) : sm_(sm) { notifierIs(sm.bsrStatus_); }
-    void onBsTimeout() override { sm_.handleBsTimeout(); }
-    void onSzTimeout() override { sm_.handleSzTimeout(); }
-
-   private:
-    BsrNonCandidateSm &sm_;
+  class KivBsrStatus : public Kiv::ReactorOf<Status, BsrNonCandidateSm> {
+    using ReactorOf::ReactorOf;
+    void onBsTimeout() override { owner_.handleBsTimeout(); }
+    void onSzTimeout() override { owner_.handleSzTimeout(); }
   };
 
-  const std::string &vrfName() const { return bsrSm_.vrfName(); }
-  bool isGlobalZone() const { return zone_ == bsrSm_.globalOrNonScopeZone(); }
+  void handleBsrTimerExpiry();
+  void handleSzTimerExpiry();
+  using KivBsTimer = Orb::TimerFor<&BsrNonCandidateSm::handleBsrTimerExpiry>;
+  using KivSzTimer = Orb::TimerFor<&BsrNonCandidateSm::handleSzTimerExpiry>;
+
+  const std::string &vrfName() const { return bsrStatus_->name(); }
+  bool isGlobalZone() const;
   void handleInitialized();
   void handleBsm();
   void handleBsmOfAnyBsr(const Packet::BootstrapMessage &bsm);
   bool isPreferred(const Packet::BootstrapMessage &bsm) const;
   void handlePreferredBsm(const Packet::BootstrapMessage &bsm);
-  void handleBsrTimerExpiry();
-  void handleSzTimerExpiry();
   void handleBsTimeout();
   void handleSzTimeout();
   void writeBsr(ElectedBsrStatus &bsr, const Packet::BootstrapMessage &bsm);
