@@ -1,8 +1,9 @@
-// BsrCandidateSm: the messages that an elected BSR originates.
+#include "engine/BsmOrigination.h"
 
 #include <algorithm>
 
-#include "engine/BsrCandidateSm.h"
+#include "engine/Withdrawals.h"
+#include "model/Status.h"
 #include "model/VrfTrace.h"
 
 namespace Routing::Pim::Bsr {
@@ -11,104 +12,100 @@ namespace {
 
 Tracelet::Module trace("Pim::Bsr::CandidateSm");
 
-constexpr size_t mostRps = 255;       // what the RP count of a block can say
-constexpr size_t mostWithdrawn = 64;  // of them withdrawn ones
+constexpr size_t mostRps = 255;  // what the RP count of a block can say
 
-/// Lowest priority value first, then highest address.
+// Lowest priority value first, then highest address.
 bool better(const Packet::BootstrapRpData &one, const Packet::BootstrapRpData &other) {
   return one.priority != other.priority ? one.priority < other.priority : other.address < one.address;
 }
 
 }  // namespace
 
-bool BsrCandidateSm::doSendBsm(bool shutDown) {
-  VRF_TRACE_ENTRY_WITH(trace, " ( shutdown=" << (shutDown ? "True" : "False") << " )");
-  if (!initialized_) return false;
+BsmOrigination::BsmOrigination(const Status &bsrStatus, const Pax::IpGenPrefix &zone, const BsrCandidate &candidate,
+                               const Withdrawals &withdrawals)
+    : bsrStatus_(bsrStatus),
+      zone_(zone),
+      candidate_(candidate),
+      withdrawals_(withdrawals),
+      scoped_(zone != Pax::allGroups(bsrStatus.af())) {}
+
+const std::string &BsmOrigination::vrfName() const { return bsrStatus_.name(); }
+
+Kiv::Ptr<Packet::BootstrapMessage> BsmOrigination::bsm(uint16_t fragmentTag, uint8_t bsrPriority) const {
   const auto bsm = Packet::BootstrapMessageIs();
   bsm->forwardIs(true);
-  bsm->fragmentTagIs(static_cast<uint16_t>(random_.next()));
-  bsm->hashMaskLenIs(static_cast<uint8_t>(candidate_->hashMaskLen()));
-  bsm->priorityIs(shutDown ? bsMinPriority : static_cast<uint8_t>(candidate_->priority()));
-  bsm->bsrAddressIs(candidate_->address());
-
-  const auto zoneStatus = bsrStatus_->crpStatus(zone_);
-  const auto status = zoneStatus ? zoneStatus->status() : nullptr;
-  const auto setOf = [&](const Pax::IpGenPrefix &prefix) { return status ? status->crpSet(prefix) : nullptr; };
-  const bool scoped = zone_ != bsrSm_.globalOrNonScopeZone();
-  if (scoped) doAddGroupData(*bsm, zone_, setOf(zone_).get());
-  std::vector<Pax::IpGenPrefix> prefixes = status ? status->crpSet().keys() : std::vector<Pax::IpGenPrefix>();
-  for (const auto &[prefix, rps] : withdrawn_) {
-    if (!setOf(prefix)) prefixes.push_back(prefix);
+  bsm->fragmentTagIs(fragmentTag);
+  bsm->hashMaskLenIs(static_cast<uint8_t>(candidate_.hashMaskLen()));
+  bsm->priorityIs(bsrPriority);
+  bsm->bsrAddressIs(candidate_.address());
+  if (scoped_) addBlock(*bsm, zone_);
+  for (const Pax::IpGenPrefix &prefix : prefixes()) {
+    if (!scoped_ || prefix != zone_) addBlock(*bsm, prefix);
   }
-  std::sort(prefixes.begin(), prefixes.end());
-  for (const Pax::IpGenPrefix &prefix : prefixes) {
-    if (!scoped || prefix != zone_) doAddGroupData(*bsm, prefix, setOf(prefix).get());
-  }
-  lastBsm_.bsmIs(bsm, bsrSm_.now());
-  return bsrSm_.forwardBsm(zone_, bsm);
+  return bsm;
 }
 
-/// A block of the prefix's RPs; none for an empty set, the own block of a scoped zone aside.
-void BsrCandidateSm::doAddGroupData(Packet::BootstrapMessage &bsm, const Pax::IpGenPrefix &prefix,
-                                    const RpCandidateSet *set) {
-  bool bidir = false;
-  Packet::BootstrapGroupData::RpList rps = rpsToList(prefix, set, bidir);
-  const bool zoneBlock = prefix == zone_ && zone_ != bsrSm_.globalOrNonScopeZone();
-  if (rps.empty() && !zoneBlock) return;
+Kiv::Ptr<RpCandidateSet> BsmOrigination::setOf(const Pax::IpGenPrefix &prefix) const {
+  const auto zoneStatus = bsrStatus_.crpStatus(zone_);
+  return zoneStatus && zoneStatus->status() ? zoneStatus->status()->crpSet(prefix) : nullptr;
+}
+
+// Those with collected RPs or withdrawn ones, in order.
+std::vector<Pax::IpGenPrefix> BsmOrigination::prefixes() const {
+  std::vector<Pax::IpGenPrefix> prefixes = withdrawals_.prefixes();
+  std::erase_if(prefixes, [this](const auto &prefix) { return bool(setOf(prefix)); });
+  const auto zoneStatus = bsrStatus_.crpStatus(zone_);
+  if (zoneStatus && zoneStatus->status()) {
+    for (const auto &[prefix, set] : zoneStatus->status()->crpSet()) prefixes.push_back(prefix);
+  }
+  std::ranges::sort(prefixes);
+  return prefixes;
+}
+
+// No block for a prefix without RPs, the zone's own aside.
+void BsmOrigination::addBlock(Packet::BootstrapMessage &bsm, const Pax::IpGenPrefix &prefix) const {
+  Rps rps = rpsToList(prefix);
+  const bool zoneBlock = scoped_ && prefix == zone_;
+  if (rps.list.empty() && !zoneBlock) return;
   const auto block = Packet::BootstrapGroupDataIs(prefix);
   block->adminScopeIs(zoneBlock);
-  block->bidirIs(bidir);
-  block->rpCountIs(static_cast<uint8_t>(rps.size()));
-  block->fragmentRpCountIs(static_cast<uint8_t>(rps.size()));
-  block->rpListIs(std::move(rps));
+  block->bidirIs(rps.bidir);
+  block->rpCountIs(static_cast<uint8_t>(rps.list.size()));
+  block->fragmentRpCountIs(static_cast<uint8_t>(rps.list.size()));
+  block->rpListIs(std::move(rps.list));
   bsm.optionalData()->groupDataEnq(block);
 }
 
-/// The live RPs of the prefix, of one mode since a block has one flag for all, and the withdrawn ones
-/// with hold time 0: receivers drop an RP only when a message says so, or after its hold time.
-Packet::BootstrapGroupData::RpList BsrCandidateSm::rpsToList(const Pax::IpGenPrefix &prefix, const RpCandidateSet *set,
-                                                             bool &bidir) {
-  Packet::BootstrapGroupData::RpList sparseRps;
-  Packet::BootstrapGroupData::RpList bidirRps;
-  if (set) {
-    for (const auto &[address, rp] : set->rp()) {
-      if (rp->holdTime() == 0) continue;
-      auto &list = rp->pimMode() == Mode::bidir ? bidirRps : sparseRps;
-      list.push_back({address, rp->holdTime(), static_cast<uint8_t>(rp->priority())});
-    }
-  }
-  if (!sparseRps.empty() && !bidirRps.empty()) {
-    VRF_TRACE(trace, 1, "RPs of both modes for " << prefix << ". Sending only the bidirectional ones");
-  }
-  const auto withdrawn = takeWithdrawn(prefix);
-  bidir = !bidirRps.empty() || (sparseRps.empty() && !withdrawn.empty() && withdrawn.begin()->second == Mode::bidir);
-  Packet::BootstrapGroupData::RpList rps = bidirRps.empty() ? std::move(sparseRps) : std::move(bidirRps);
-  std::sort(rps.begin(), rps.end(), better);
+// The best of the live RPs, and behind them the withdrawn ones with hold time 0.
+BsmOrigination::Rps BsmOrigination::rpsToList(const Pax::IpGenPrefix &prefix) const {
+  Rps rps = liveRps(prefix);
+  const std::vector<Withdrawals::Rp> withdrawn = withdrawals_.toList(prefix);
+  if (rps.list.empty() && !withdrawn.empty()) rps.bidir = withdrawn.front().mode == Mode::bidir;
+  std::ranges::sort(rps.list, better);
   const size_t room = mostRps - withdrawn.size();
-  if (rps.size() > room) {
-    VRF_TRACE(trace, 1, rps.size() << " RPs for " << prefix << ". Sending the best " << room);
-    rps.resize(room);
+  if (rps.list.size() > room) {
+    VRF_TRACE(trace, 1, rps.list.size() << " RPs for " << prefix << ". Sending the best " << room);
+    rps.list.resize(room);
   }
-  for (const auto &[address, mode] : withdrawn) rps.push_back({address, 0, 0});
+  for (const auto &[address, mode] : withdrawn) rps.list.push_back({address, 0, 0});
   return rps;
 }
 
-/// Those to be listed now, the least often listed first; what a message should not be filled with
-/// waits for the next.
-std::vector<std::pair<Pax::IpGenAddr, Mode>> BsrCandidateSm::takeWithdrawn(const Pax::IpGenPrefix &prefix) {
-  const auto waiting = withdrawn_.find(prefix);
-  if (waiting == withdrawn_.end()) return {};
-  std::vector<WithdrawnRps::iterator> order;
-  for (auto rp = waiting->second.begin(); rp != waiting->second.end(); ++rp) order.push_back(rp);
-  std::ranges::stable_sort(order, std::greater(), [](const auto &rp) { return rp->second.listingsLeft; });
-  order.resize(std::min(order.size(), mostWithdrawn));
-  std::vector<std::pair<Pax::IpGenAddr, Mode>> taken;
-  for (const auto &rp : order) {
-    taken.emplace_back(rp->first, rp->second.mode);
-    if (--rp->second.listingsLeft == 0) waiting->second.erase(rp);
+// Of one mode, since a block has one flag for all its RPs.
+BsmOrigination::Rps BsmOrigination::liveRps(const Pax::IpGenPrefix &prefix) const {
+  Rps sparse, bidir{{}, true};
+  if (const auto set = setOf(prefix)) {
+    for (const auto &[address, rp] : set->rp()) {
+      if (rp->holdTime() == 0) continue;
+      Rps &rps = rp->pimMode() == Mode::bidir ? bidir : sparse;
+      rps.list.push_back({address, rp->holdTime(), static_cast<uint8_t>(rp->priority())});
+    }
   }
-  if (waiting->second.empty()) withdrawn_.erase(waiting);
-  return taken;
+  if (bidir.list.empty()) return sparse;
+  if (!sparse.list.empty()) {
+    VRF_TRACE(trace, 1, "RPs of both modes for " << prefix << ". Sending only the bidirectional ones");
+  }
+  return bidir;
 }
 
 }  // namespace Routing::Pim::Bsr

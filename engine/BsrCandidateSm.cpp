@@ -1,9 +1,11 @@
 #include "engine/BsrCandidateSm.h"
 
-#include <cmath>
-
+#include "engine/BsmOrigination.h"
 #include "engine/BsmReassembly.h"
 #include "engine/BsmSender.h"
+#include "engine/KivCandidate.h"
+#include "engine/PimBsrSm.h"
+#include "engine/RandOverride.h"
 #include "engine/RpSetStore.h"
 #include "model/VrfTrace.h"
 #include "platform/tracelet/Require.h"
@@ -11,10 +13,8 @@
 namespace Routing::Pim::Bsr {
 
 namespace {
-
 Tracelet::Module trace("Pim::Bsr::CandidateSm");
-
-}  // namespace
+}
 
 #define TRACE_STATE() VRF_TRACE(trace, 4, __PRETTY_FUNCTION__ << ", state=" << state_ << ", zone=" << zone_)
 
@@ -25,16 +25,15 @@ BsrCandidateSm::BsrCandidateSm(PimBsrSm &bsrSm, const Pax::IpGenPrefix &zone, co
       bsrStatus_(bsrStatus),
       candidate_(bsrStatus->cbsr(zone)),
       random_(random),
-      bsTimer_(*this, timerWheel),
-      kivBsrStatus_(*this),
-      kivCandidate_(*this) {
+      kivBsTimer_(timerWheel, *this),
+      bsTimer_(kivBsTimer_, *timerWheel, zone_, *bsrStatus),
+      collection_(*bsrStatus, bsrSm.rpSets(), zone_, *candidate_, *timerWheel, bsTimer_, withdrawals_),
+      kivBsrStatus_(*this, bsrStatus),
+      kivCandidate_(std::make_unique<KivCandidate>(*this, candidate_)) {
   handleInitialized();
 }
 
-bool BsrCandidateSm::isComplete() const {
-  return candidate_->priority() != bsrPriorityUnset && candidate_->hashMaskLen() != hashMaskLenUnset &&
-         candidate_->bsPeriod() != bsPeriodUnset && !candidate_->address().isZero();
-}
+BsrCandidateSm::~BsrCandidateSm() = default;
 
 PimBsrWeight BsrCandidateSm::ownWeight() const {
   return {static_cast<uint8_t>(candidate_->priority()), candidate_->address()};
@@ -51,12 +50,11 @@ void BsrCandidateSm::storeSelf() {
 
 void BsrCandidateSm::handleInitialized() {
   VRF_TRACE_ENTRY(trace);
-  if (!isComplete()) {
+  if (!candidate_->isComplete()) {
     VRF_TRACE(trace, 4,
               "Postponing initialization of CandidateSm "
                   << zone_ << " till all the attributes of Candidate Bsr is initialized.");
-    postpone();
-    return;
+    return postpone();
   }
   doComputeBsTimeout("BS holdtime is set to ");
   stateIs(BsrCandidateState::pBsr);
@@ -69,49 +67,35 @@ void BsrCandidateSm::handleInitialized() {
   }
   initialized_ = true;
   if (candidate_->elected()) {
-    stateIs(BsrCandidateState::eBsr);
-    VRF_TRACE(trace, 4, "state=" << state_ << " ,zone=" << zone_);
-    doUpdateElectedBsr();
-    bsrSm_.rpSets().hashMaskLenIs(zone_, candidate_->hashMaskLen());
-    // At the start of the VRF the message machines are not there yet: it goes out on the next turn.
-    announcing_ = true;
-    announced_ = false;
-    resumed_ = bsrSm_.now();
-    doArmBsTimer(0);
-    if (const auto own = bsrStatus_->bootstrapRouter(zone_)) own->expiryTimeIs(bsrSm_.now() + candidate_->bsPeriod());
+    resume();
   } else {
-    doArmBsTimer(bs_rand_override());
-    VRF_TRACE(trace, 5, " Next Expiry Time in " << bsTimer_.timeMin() - bsrSm_.now() << " seconds");
+    doArmOverride(" Next Expiry Time in ");
   }
 }
 
-/// With incomplete values the machine neither elects itself nor stays elected. One that was running
-/// follows nobody any more: the zone's BSR goes, since nothing would time it out.
+// The election outlived a restart. At the start of the VRF the message machines are not there yet, so the
+// message that tells of it goes out on the next turn.
+void BsrCandidateSm::resume() {
+  stateIs(BsrCandidateState::eBsr);
+  VRF_TRACE(trace, 4, "state=" << state_ << " ,zone=" << zone_);
+  doUpdateElectedBsr();
+  bsrSm_.rpSets().hashMaskLenIs(zone_, candidate_->hashMaskLen());
+  resumption_.begin(bsrSm_.now());
+  bsTimer_.arm(Reason::announcement, bsrSm_.now());
+  if (const auto own = bsrStatus_->bootstrapRouter(zone_)) own->expiryTimeIs(bsrSm_.now() + candidate_->bsPeriod());
+}
+
+// With incomplete values the machine neither elects itself nor stays elected. One that was running
+// follows nobody any more: the zone's BSR goes, since nothing would time it out.
 void BsrCandidateSm::postpone() {
   const bool wasRunning = std::exchange(initialized_, false);
-  bsTimer_.timeMinIs(Orb::never);
+  bsTimer_.disarm();
   stateIs(BsrCandidateState::unset);
   if (candidate_->elected()) {
     candidate_->electedIs(false);
     bsrSm_.rpSets().clearRpSet(zone_);
   }
   if (wasRunning) doDelElectedBsr();
-}
-
-/// RFC 5059 section 5: the timeout has to outlast our own period. `lead` begins the trace that says
-/// that it was raised.
-void BsrCandidateSm::doComputeBsTimeout(const char *lead) {
-  const uint32_t holdTime = bsrStatus_->bsTimeout();
-  const uint32_t bsPeriod = candidate_->bsPeriod();
-  if (holdTime > bsPeriod) {
-    bsTimeout_ = holdTime;
-    return;
-  }
-  VRF_TRACE(trace, 1,
-            lead << holdTime << " secs, which is less than this C-BSR BSM interval of " << bsPeriod
-                 << " secs. Overriding this with value ( 2 * BS_Period ) + 10 as recommended by "
-                    "RFC 5059.");
-  bsTimeout_ = 2 * bsPeriod + 10;
 }
 
 void BsrCandidateSm::bsmIs(const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
@@ -147,9 +131,8 @@ void BsrCandidateSm::handlePreferredBsm(const Kiv::Ptr<Packet::BootstrapMessage>
   doUpdateElectedBsr();
   bsrSm_.sender().doForwardBsm(zone_, bsm);
   bsrSm_.storeRpSet(zone_, bsm, false);
-  doArmBsTimer(bsTimeout_);
-  doWriteExpiry();
-  VRF_TRACE(trace, 5, " Next Expiry Timer expires in about " << bsTimeout_ << " secs from now");
+  bsTimer_.arm(Reason::timeout, bsrSm_.now() + bsTimer_.timeout());
+  VRF_TRACE(trace, 5, " Next Expiry Timer expires in about " << bsTimer_.timeout() << " secs from now");
   bsrSm_.reassembly().doKeepBsm(lastBsm_, lastBsmFragments_, bsm);
 }
 
@@ -164,65 +147,17 @@ void BsrCandidateSm::handleNonPreferredBsm(const Kiv::Ptr<Packet::BootstrapMessa
     case BsrCandidateState::cBsr:
       bsrSm_.sender().doForwardBsm(zone_, bsm);
       if (bsm->bsrAddress() == storedBsr_.ipAddr) {
-        storedBsr_.priority = bsm->priority();
-        storedBsr_.hashMaskLen = bsm->hashMaskLen();
+        storedBsr_ = {bsm->bsrAddress(), bsm->priority(), bsm->hashMaskLen()};
         doUpdateElectedBsr();
       }
       lastBsm_.bsmIs(bsm, bsrSm_.now());
       stateIs(BsrCandidateState::pBsr);
       TRACE_STATE();
-      doArmBsTimer(bs_rand_override());
-      VRF_TRACE(trace, 5, "Next Expiry Time in " << bsTimer_.timeMin() - bsrSm_.now() << " seconds");
+      doArmOverride("Next Expiry Time in ");
       return;
     case BsrCandidateState::unset: break;
   }
   REQUIRE_AS(false, "Invalid Candidate BSR state");
-}
-
-/// Tells a sender of lesser weight at once who is the BSR. The bucket keeps others from making us
-/// flood the network; an answer that has to wait goes out as soon as there is a token.
-void BsrCandidateSm::doAnswer() {
-  if (answers_.take(bsrSm_.now())) {
-    doOriginate(candidate_->bsPeriod());
-  } else if (bsTimer_.timeMin() > answers_.readyAt()) {
-    bsTimer_.timeMinIs(answers_.readyAt());
-    doWriteExpiry();
-    answering_ = true;
-  }
-  VRF_TRACE(trace, 5, "Next Expiry Time is " << bsTimer_.timeMin() - bsrSm_.now() << " seconds");
-}
-
-/// Originates a message and arms the timer for the next: in `interval` seconds, or sooner while
-/// something has to be told again.
-void BsrCandidateSm::doOriginate(double interval) {
-  const bool wentOut = doSendBsm(false);
-  if (!withdrawn_.empty()) interval = std::min(interval, bsMinInterval);
-  doArmBsTimer(announcing_ ? soonerWhileAnnouncing(wentOut, interval) : interval);
-  doWriteExpiry();
-}
-
-/// After a restart no neighbour is known at first, and then one after the other within ten seconds,
-/// which the first Hellos take. By then all can be told; if nobody can, it is tried again.
-double BsrCandidateSm::soonerWhileAnnouncing(bool wentOut, double interval) {
-  announced_ |= wentOut;
-  const double early = resumed_ + bsMinInterval - bsrSm_.now();
-  if (early > 0) return std::min(interval, early);
-  if (!wentOut) return std::min(interval, bsMinInterval);
-  announcing_ = false;
-  return interval;
-}
-
-void BsrCandidateSm::handleTriggeredHelloSent() {
-  VRF_TRACE_ENTRY(trace);
-  if (announcing_ && !announced_) doArmBsTimer(0);
-}
-
-/// What an elected BSR still had to tell is no longer ours to tell.
-void BsrCandidateSm::handleElectionEnd() {
-  answering_ = false;
-  announcing_ = false;
-  withdrawn_.clear();
-  lastBsm_.clear();
 }
 
 void BsrCandidateSm::handleBsrTimerExpiry() {
@@ -232,8 +167,7 @@ void BsrCandidateSm::handleBsrTimerExpiry() {
     case BsrCandidateState::cBsr:
       stateIs(BsrCandidateState::pBsr);
       TRACE_STATE();
-      doArmBsTimer(bs_rand_override());
-      VRF_TRACE(trace, 5, "Next Expiry Time in " << bsTimer_.timeMin() - bsrSm_.now() << " seconds");
+      doArmOverride("Next Expiry Time in ");
       return;
     case BsrCandidateState::pBsr:
     case BsrCandidateState::eBsr: break;
@@ -244,51 +178,111 @@ void BsrCandidateSm::handleBsrTimerExpiry() {
   storeSelf();
   candidate_->electedIs(true);
   bsrSm_.rpSets().keepOwnSet(zone_);
-  const bool answers = std::exchange(answering_, false);
+  const bool answers = bsTimer_.reason() == Reason::answer;
   if (answers) answers_.take(bsrSm_.now());
   doOriginate(answers || bsrSm_.rpSets().hasRps(zone_) ? candidate_->bsPeriod() : bsMinInterval);
-  VRF_TRACE(trace, 5, "Next Expiry Time in " << bsTimer_.timeMin() - bsrSm_.now() << " seconds");
+  traceNextExpiry("Next Expiry Time in ");
 }
 
-void BsrCandidateSm::doArmBsTimer(double seconds) { bsTimer_.timeMinIs(bsrSm_.now() + seconds); }
-
-void BsrCandidateSm::doWriteExpiry() {
-  if (const auto bsr = bsrStatus_->bootstrapRouter(zone_)) bsr->expiryTimeIs(bsTimer_.timeMin());
+void BsrCandidateSm::doComputeBsTimeout(const char *lead) {
+  bsTimer_.timeoutIs(bsrStatus_->bsTimeout(), candidate_->bsPeriod(), lead);
 }
 
-/// RFC 5059 section 5, BS_Rand_Override: the better our weight, the sooner we take over.
+void BsrCandidateSm::handleBsTimeout() {
+  VRF_TRACE_ENTRY(trace);
+  if (!initialized_) return;
+  doComputeBsTimeout("BS holdtime is set to ");
+  doShortenBsTimer();
+}
+
+void BsrCandidateSm::doShortenBsTimer() {
+  if (state_ == BsrCandidateState::cBsr) bsTimer_.shorten();
+}
+
+void BsrCandidateSm::doArmOverride(const char *lead) {
+  bsTimer_.arm(Reason::randOverride, bsrSm_.now() + bs_rand_override());
+  traceNextExpiry(lead);
+}
+
 uint32_t BsrCandidateSm::bs_rand_override() const {
-  const unsigned myPriority = candidate_->priority();
-  const unsigned storedPriority = storedBsr_.priority;
-  const Pax::IpGenAddr &myAddr = candidate_->address();
-  const Pax::IpGenAddr &storedAddr = storedBsr_.ipAddr;
-  VRF_TRACE(trace, 5, " Stored Priority=" << storedPriority << ", myPriority=" << myPriority);
-  VRF_TRACE(trace, 5, "Stored Addr=" << storedAddr << ", myAddr=" << myAddr);
-  const unsigned bestPriority = std::max(storedPriority, myPriority);
-  const Pax::IpGenAddr bestAddr = std::max(storedAddr, myAddr);
-
-  double addrDelay = 0;
-  switch (myAddr.af()) {
-    case Pax::AddressFamily::ipv4:
-      addrDelay = myPriority == bestPriority ? std::log2(uint32_t{bestAddr.v4() - myAddr.v4() + 1}) / 16
-                                             : 2 - myAddr.v4() / std::exp2(31);
-      break;
-    case Pax::AddressFamily::ipv6: addrDelay = 5.0; break;
-    case Pax::AddressFamily::unknown: REQUIRE_AS(false, "0 && \"Unknown address family not supported.\"");
-  }
-  const double priorityDelay = 2 * std::log2(1 + bestPriority - myPriority);
-  const double delay = 5 + priorityDelay + addrDelay;
-  const auto result = static_cast<uint32_t>(delay);
-  VRF_TRACE(trace, 5,
-            "addrDelay=" << addrDelay << ", priorityDelay=" << priorityDelay << ", delay=" << delay
-                         << ", bs_rand_override=" << result);
+  const PimBsrWeight own = ownWeight();
+  const PimBsrWeight stored(static_cast<uint8_t>(storedBsr_.priority), storedBsr_.ipAddr);
+  VRF_TRACE(trace, 5, " Stored Priority=" << unsigned{stored.priority} << ", myPriority=" << unsigned{own.priority});
+  VRF_TRACE(trace, 5, "Stored Addr=" << stored.ipAddr << ", myAddr=" << own.ipAddr);
+  const RandOverride waits(own, stored);
+  const auto result = static_cast<uint32_t>(waits.delay());
+  VRF_TRACE(trace, 5, waits << ", bs_rand_override=" << result);
   return result;
 }
 
+bool BsrCandidateSm::doSendBsm(bool shutDown) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( shutdown=" << (shutDown ? "True" : "False") << " )");
+  if (!initialized_) return false;
+  const auto tag = static_cast<uint16_t>(random_.next());
+  const uint8_t priority = shutDown ? bsMinPriority : ownWeight().priority;
+  const auto bsm = BsmOrigination(*bsrStatus_, zone_, *candidate_, withdrawals_).bsm(tag, priority);
+  withdrawals_.listed();
+  lastBsm_.bsmIs(bsm, bsrSm_.now());
+  return bsrSm_.forwardBsm(zone_, bsm);
+}
+
+// Originates a message and arms the timer for the next: in `interval` seconds, or sooner while something
+// has to be told again.
+void BsrCandidateSm::doOriginate(double interval) {
+  const bool wentOut = doSendBsm(false);
+  const double now = bsrSm_.now();
+  resumption_.originated(now, wentOut);
+  if (!withdrawals_.empty()) interval = std::min(interval, bsMinInterval);
+  bsTimer_.arm(Reason::period, std::min(now + interval, resumption_.next(now)));
+}
+
+// Tells a sender of lesser weight at once who is the BSR. The bucket keeps others from making us flood
+// the network; an answer that has to wait goes out as soon as there is a token.
+void BsrCandidateSm::doAnswer() {
+  const double ready = answers_.readyAt();
+  if (ready <= bsrSm_.now()) {
+    answers_.take(bsrSm_.now());
+    doOriginate(candidate_->bsPeriod());
+  } else if (bsTimer_.time() > ready) {
+    bsTimer_.arm(Reason::answer, ready);
+  }
+  traceNextExpiry("Next Expiry Time is ");
+}
+
+void BsrCandidateSm::traceNextExpiry(const char *lead) const {
+  VRF_TRACE(trace, 5, lead << bsTimer_.time() - bsrSm_.now() << " seconds");
+}
+
+void BsrCandidateSm::handleTriggeredHelloSent() {
+  VRF_TRACE_ENTRY(trace);
+  if (resumption_.isUnheard()) bsTimer_.hasten();
+}
+
+// What an elected BSR still had to tell is no longer ours to tell.
+void BsrCandidateSm::handleElectionEnd() {
+  resumption_.end();
+  withdrawals_.clear();
+  lastBsm_.clear();
+}
+
+void BsrCandidateSm::doAddCrp(const Kiv::Ptr<Packet::CrpGroupInfo> &groupInfo, const Pax::IpGenAddr &rpAddress,
+                              RpPriority priority, CrpHoldTime holdTime) {
+  const Packet::CrpGroup group = groupInfo->group.front();
+  const unsigned flags = (group.bidir ? 0x80u : 0u) | (group.adminScope ? 0x01u : 0u);
+  VRF_TRACE_ENTRY_WITH(
+      trace, rpAddress << " " << group.prefix << ", group flags: " << flags << ", Bidir: " << (group.bidir ? 1 : 0));
+  if (group.adminScope) VRF_TRACE(trace, 4, "Zone bit set in Candidate RP Advertisement from " << rpAddress);
+  collection_.add(group, rpAddress, priority, holdTime);
+}
+
+void BsrCandidateSm::handleInnerZone(const Pax::IpGenPrefix &inner) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << inner << " )");
+  if (candidate_->elected()) collection_.giveUp(inner);
+}
+
 void BsrCandidateSm::doUpdateElectedBsr() {
-  auto bsr = bsrStatus_->bootstrapRouter(zone_);
-  const bool added = !bsr;
-  if (added) bsr = bsrStatus_->bootstrapRouterIs(zone_);
+  const bool added = !bsrStatus_->bootstrapRouter(zone_);
+  const auto bsr = bsrStatus_->bootstrapRouterIs(zone_);
   if (added || bsr->ipAddr() != storedBsr_.ipAddr) bsr->setupTimeIs(bsrSm_.now());
   bsr->ipAddrIs(storedBsr_.ipAddr);
   bsr->priorityIs(storedBsr_.priority);
@@ -303,89 +297,6 @@ void BsrCandidateSm::doDelElectedBsr() {
   if (!bsr) return;
   VRF_TRACE(trace, 4, "Deleting " << bsr->ipAddr() << " as elected BSR for zone" << zone_);
   bsrStatus_->bootstrapRouterDel(zone_);
-}
-
-void BsrCandidateSm::handleBsTimeout() {
-  VRF_TRACE_ENTRY(trace);
-  if (!initialized_) return;
-  doComputeBsTimeout("BS holdtime is set to ");
-  doShortenBsTimer();
-}
-
-void BsrCandidateSm::doShortenBsTimer() {
-  if (state_ != BsrCandidateState::cBsr) return;
-  if (!bsTimer_.armed()) {
-    VRF_TRACE(trace, 5, "BS timer not set. Nothing to be done. ");
-    return;
-  }
-  const double now = bsrSm_.now();
-  if (bsTimer_.timeMin() <= now + bsTimeout_) return;
-  VRF_TRACE(trace, 5,
-            "BS timer expiry was in " << bsTimer_.timeMin() - now << " seconds from now. Resetting BS timer expiry to "
-                                      << bsTimeout_ << " seconds from now.");
-  doArmBsTimer(bsTimeout_);
-  doWriteExpiry();
-}
-
-// KivCandidate
-
-/// Whether the change is one of an elected candidate with complete values: it stays elected, and
-/// publishes what changed. Any other change starts the machine anew.
-bool BsrCandidateSm::KivCandidate::staysElectedOrRestarts() {
-  if (sm_.candidate_->elected() && sm_.isComplete()) {
-    REQUIRE_AS(bsrCandidateSm()->state() == eBsr(), "bsrCandidateSm()->state() == eBsr()");
-    return true;
-  }
-  sm_.handleInitialized();
-  return false;
-}
-
-void BsrCandidateSm::KivCandidate::handleIpChange() {
-  VRF_TRACE_ENTRY(trace);
-  VRF_TRACE(trace, 4, "Changing IP address to " << notifier()->address() << " for zone " << sm_.zone_);
-  if (!staysElectedOrRestarts()) return;
-  sm_.storedBsr_.ipAddr = notifier()->address();
-  sm_.doUpdateElectedBsr();
-}
-
-void BsrCandidateSm::KivCandidate::handlePriority() {
-  VRF_TRACE_ENTRY_WITH(trace, "Priority=" << notifier()->priority());
-  VRF_TRACE(trace, 4, "Changing priority to " << notifier()->priority() << " for zone " << sm_.zone_);
-  if (!staysElectedOrRestarts()) return;
-  VRF_TRACE(trace, 4, "Changing priority of Elected BSR to " << notifier()->priority());
-  sm_.storedBsr_.priority = notifier()->priority();
-  sm_.doUpdateElectedBsr();
-}
-
-void BsrCandidateSm::KivCandidate::handleHashMaskLen() {
-  VRF_TRACE_ENTRY(trace);
-  if (!staysElectedOrRestarts()) return;
-  VRF_TRACE(trace, 4, "Changing hashmask lenth of Elected BSR to " << notifier()->hashMaskLen());
-  sm_.storedBsr_.hashMaskLen = notifier()->hashMaskLen();
-  sm_.doUpdateElectedBsr();
-}
-
-void BsrCandidateSm::KivCandidate::handleBsPeriod() {
-  VRF_TRACE_ENTRY(trace);
-  if (!sm_.initialized_ || !sm_.isComplete()) {
-    sm_.handleInitialized();
-    return;
-  }
-  sm_.doComputeBsTimeout("BS holdtime is ");
-  sm_.doShortenBsTimer();
-}
-
-void BsrCandidateSm::KivCandidate::handleElected() {
-  VRF_TRACE_ENTRY(trace);
-  if (notifier()->elected()) {
-    VRF_TRACE(trace, 4, "We, " << notifier()->address() << " are elected as BSR for zone " << sm_.zone_);
-    sm_.doUpdateElectedBsr();
-    sm_.bsrSm_.rpSets().hashMaskLenIs(sm_.zone_, notifier()->hashMaskLen());
-  } else {
-    VRF_TRACE(trace, 4, "We, " << notifier()->address() << " are no longer BSR for zone " << sm_.zone_);
-    sm_.handleElectionEnd();
-    sm_.doDelElectedBsr();
-  }
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -1,8 +1,12 @@
-// BsrCandidateSm: collecting the candidate RPs that advertise themselves to the elected BSR.
+#include "engine/CrpCollection.h"
 
+#include "engine/BootstrapTimer.h"
 #include "engine/BsrCandidateSm.h"
 #include "engine/RpSetStore.h"
+#include "engine/Withdrawals.h"
+#include "model/Status.h"
 #include "model/VrfTrace.h"
+#include "platform/orb/TimerWheel.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -10,27 +14,34 @@ namespace {
 Tracelet::Module trace("Pim::Bsr::CandidateSm");
 }
 
-void BsrCandidateSm::doAddCrp(const Kiv::Ptr<Packet::CrpGroupInfo> &groupInfo, const Pax::IpGenAddr &rpAddress,
-                              RpPriority priority, CrpHoldTime holdTime) {
-  const Packet::CrpGroup group = groupInfo->group.front();
-  const unsigned flags = (group.bidir ? 0x80u : 0u) | (group.adminScope ? 0x01u : 0u);
-  VRF_TRACE_ENTRY_WITH(
-      trace, rpAddress << " " << group.prefix << ", group flags: " << flags << ", Bidir: " << (group.bidir ? 1 : 0));
-  if (group.adminScope) VRF_TRACE(trace, 4, "Zone bit set in Candidate RP Advertisement from " << rpAddress);
+CrpCollection::CrpCollection(Status &bsrStatus, RpSetStore &rpSets, const Pax::IpGenPrefix &zone,
+                             const BsrCandidate &candidate, const Orb::TimerWheel &timerWheel, BootstrapTimer &bsTimer,
+                             Withdrawals &withdrawals)
+    : bsrStatus_(bsrStatus),
+      rpSets_(rpSets),
+      zone_(zone),
+      candidate_(candidate),
+      timerWheel_(timerWheel),
+      bsTimer_(bsTimer),
+      withdrawals_(withdrawals) {}
 
-  const auto zoneStatus = bsrStatus_->crpStatus(zone_);
-  auto set = zoneStatus && zoneStatus->status() ? zoneStatus->status()->crpSet(group.prefix) : nullptr;
+const std::string &CrpCollection::vrfName() const { return bsrStatus_.name(); }
+
+void CrpCollection::add(const Packet::CrpGroup &group, const Pax::IpGenAddr &rpAddress, RpPriority priority,
+                        CrpHoldTime holdTime) {
+  const auto zoneStatus = bsrStatus_.crpStatus(zone_);
+  const auto set = zoneStatus && zoneStatus->status() ? zoneStatus->status()->crpSet(group.prefix) : nullptr;
   auto rp = set ? set->rp(rpAddress) : nullptr;
   if (rp && rp->pimMode() == Mode::sparse && group.bidir) {
     VRF_TRACE(trace, 4,
               "CRP " << rpAddress << " has both PIM-SM and PIM-BIDIR instances."
                      << " We prefer BIDIR. Hence deleting existing PIM-SM CRP entry");
     set->rpDel(rpAddress);
-    bsrSm_.rpSets().removeEmptySet(zone_, group.prefix);
+    rpSets_.removeEmptySet(zone_, group.prefix);
     rp = nullptr;
     if (holdTime == 0) {  // it is gone here; everybody else has to be told
-      withdrawn_[group.prefix].insert_or_assign(rpAddress, Withdrawn{Mode::sparse});
-      doPullBsTimer();
+      withdrawals_.add(group.prefix, rpAddress, Mode::sparse);
+      bsTimer_.pull();
     }
   } else if (rp && rp->pimMode() == Mode::bidir && !group.bidir) {
     VRF_TRACE(trace, 4,
@@ -38,36 +49,32 @@ void BsrCandidateSm::doAddCrp(const Kiv::Ptr<Packet::CrpGroupInfo> &groupInfo, c
                      << " We prefer BIDIR. Hence ignoring PIM-SM CRP Advertisement");
     return;
   }
-  if (holdTime == 0) {
-    if (!rp) {
-      VRF_TRACE(trace, 4, "Holdtime value of C-RP Advertisement is 0. Ignoring message");
-    } else if (rp->holdTime() == 0) {
-      VRF_TRACE(trace, 4, "Ignoring duplicate C-RP advertisement with 0 holdtime");
-    } else {
-      withdrawCrp(group.prefix, rpAddress, *rp);
-    }
-    return;
+  if (holdTime != 0) {
+    withdrawals_.remove(group.prefix, rpAddress);
+    if (!rp) rp = newRp(group.prefix, rpAddress);
+    refresh(group, *rp, priority, holdTime);
+  } else if (!rp) {
+    VRF_TRACE(trace, 4, "Holdtime value of C-RP Advertisement is 0. Ignoring message");
+  } else if (rp->holdTime() == 0) {
+    VRF_TRACE(trace, 4, "Ignoring duplicate C-RP advertisement with 0 holdtime");
+  } else {
+    withdraw(group.prefix, rpAddress, *rp);
   }
-  const auto withdrawn = withdrawn_.find(group.prefix);
-  if (withdrawn != withdrawn_.end()) {
-    withdrawn->second.erase(rpAddress);
-    if (withdrawn->second.empty()) withdrawn_.erase(withdrawn);
-  }
-  if (!rp) {
-    const RpHashMaskLen hashMaskLen(candidate_->hashMaskLen());
-    set = crpSetToAddTo(group.prefix);
-    rp = set->rpIs(rpAddress);
-    rp->setupTimeIs(bsrSm_.now());
-    rp->hashMaskLenIs(hashMaskLen);
-    doPullBsTimer();
-  }
-  refreshCrp(group, *rp, priority, holdTime);
 }
 
-Kiv::Ptr<RpCandidateSet> BsrCandidateSm::crpSetToAddTo(const Pax::IpGenPrefix &prefix) {
-  auto zoneStatus = bsrStatus_->crpStatus(zone_);
+Kiv::Ptr<Pim::RpCandidate> CrpCollection::newRp(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rpAddress) {
+  const RpHashMaskLen hashMaskLen(candidate_.hashMaskLen());
+  const auto rp = setToAddTo(prefix)->rpIs(rpAddress);
+  rp->setupTimeIs(timerWheel_.now());
+  rp->hashMaskLenIs(hashMaskLen);
+  bsTimer_.pull();
+  return rp;
+}
+
+Kiv::Ptr<RpCandidateSet> CrpCollection::setToAddTo(const Pax::IpGenPrefix &prefix) {
+  auto zoneStatus = bsrStatus_.crpStatus(zone_);
   if (!zoneStatus) {
-    zoneStatus = bsrStatus_->crpStatusIs(zone_);
+    zoneStatus = bsrStatus_.crpStatusIs(zone_);
     zoneStatus->statusIs("")->rpSetTypeIs(rpSetTypeBsr);
     VRF_TRACE(trace, 4, "Creating CrpStatus for zone " << zone_);
   }
@@ -77,58 +84,42 @@ Kiv::Ptr<RpCandidateSet> BsrCandidateSm::crpSetToAddTo(const Pax::IpGenPrefix &p
   return status->crpSetIs(prefix);
 }
 
-/// The entry ends with the next turn; the next messages tell everybody.
-void BsrCandidateSm::withdrawCrp(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rpAddress,
-                                 Pim::RpCandidate &rp) {
-  withdrawn_[prefix].insert_or_assign(rpAddress, Withdrawn{rp.pimMode()});
+// The entry ends with the next turn; the next messages tell everybody.
+void CrpCollection::withdraw(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rpAddress, Pim::RpCandidate &rp) {
+  withdrawals_.add(prefix, rpAddress, rp.pimMode());
   rp.holdTimeIs(0);
-  rp.expiresIs(bsrSm_.now());
+  rp.expiresIs(timerWheel_.now());
   VRF_TRACE(trace, 4, rpAddress << " updated with holdtime 0");
-  doPullBsTimer();
+  bsTimer_.pull();
 }
 
-void BsrCandidateSm::handleInnerZone(const Pax::IpGenPrefix &inner) {
-  VRF_TRACE_ENTRY_WITH(trace, " ( " << inner << " )");
-  const auto zoneStatus = bsrStatus_->crpStatus(zone_);
-  if (!candidate_->elected() || !zoneStatus || !zoneStatus->status()) return;
-  for (const auto &[prefix, set] : zoneStatus->status()->crpSet()) {
-    if (!inner.covers(prefix)) continue;
-    for (const auto &[address, rp] : set->rp()) {
-      if (rp->holdTime() != 0) withdrawCrp(prefix, address, *rp);
-    }
-  }
-}
-
-/// A change of the RP set is announced soon (RFC 5059 section 3.3).
-void BsrCandidateSm::doPullBsTimer() {
-  const double remaining = bsTimer_.timeMin() - bsrSm_.now();
-  if (remaining > bsMinInterval) {
-    doArmBsTimer(bsMinInterval);
-    doWriteExpiry();
-    VRF_TRACE(trace, 5,
-              "Setting bootstrap timer to expire in BS_MIN_INTERVAL for "
-                  << "zone " << zone_);
-  } else {
-    VRF_TRACE(trace, 5, "Bootstrap timer expires in " << remaining << " seconds");
-  }
-}
-
-/// An advertised hold time that would not outlast two and a half periods is replaced by three.
-void BsrCandidateSm::refreshCrp(const Packet::CrpGroup &group, Pim::RpCandidate &rp, RpPriority priority,
-                                CrpHoldTime holdTime) {
+// An advertised hold time that would not outlast two and a half periods is replaced by three.
+void CrpCollection::refresh(const Packet::CrpGroup &group, Pim::RpCandidate &rp, RpPriority priority,
+                            CrpHoldTime holdTime) {
   rp.pimModeIs(group.bidir ? Mode::bidir : Mode::sparse);
   rp.priorityIs(priority);
-  const uint64_t bsPeriod = candidate_->bsPeriod();
+  const uint64_t bsPeriod = candidate_.bsPeriod();
   if (holdTime > 2.5 * static_cast<double>(bsPeriod)) {
     rp.holdTimeIs(holdTime);
-    rp.expiresIs(bsrSm_.now() + holdTime);
+    rp.expiresIs(timerWheel_.now() + holdTime);
     return;
   }
   VRF_TRACE(trace, 4,
             "C-RP Adv message contains holdtime " << holdTime << " seconds which is less than 2.5 times bsPeriod of "
                                                   << bsPeriod << " seconds.");
   rp.holdTimeIs(static_cast<CrpHoldTime>(3 * bsPeriod));
-  rp.expiresIs(bsrSm_.now() + static_cast<double>(3 * bsPeriod));
+  rp.expiresIs(timerWheel_.now() + static_cast<double>(3 * bsPeriod));
+}
+
+void CrpCollection::giveUp(const Pax::IpGenPrefix &inner) {
+  const auto zoneStatus = bsrStatus_.crpStatus(zone_);
+  if (!zoneStatus || !zoneStatus->status()) return;
+  for (const auto &[prefix, set] : zoneStatus->status()->crpSet()) {
+    if (!inner.covers(prefix)) continue;
+    for (const auto &[address, rp] : set->rp()) {
+      if (rp->holdTime() != 0) withdraw(prefix, address, *rp);
+    }
+  }
 }
 
 }  // namespace Routing::Pim::Bsr

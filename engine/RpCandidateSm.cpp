@@ -1,5 +1,7 @@
 #include "engine/RpCandidateSm.h"
 
+#include <algorithm>
+
 #include "model/VrfTrace.h"
 
 namespace Routing::Pim::Bsr {

@@ -27,6 +27,12 @@ class BsrCandidate : public Kiv::Entity {
   ATTRIBUTE(value, BsrCandidateState, state, State, BsrCandidateState::unset)
   KIV_ENTITY(BsrCandidate, ATTRIBUTES)
 #undef ATTRIBUTES
+
+  /// Whether all is set that an election needs.
+  bool isComplete() const {
+    return priority() != bsrPriorityUnset && hashMaskLen() != hashMaskLenUnset && bsPeriod() != bsPeriodUnset &&
+           !address().isZero();
+  }
 };
 
 /// One candidate RP of this router, keyed by its address. A prefix may be served without an entry

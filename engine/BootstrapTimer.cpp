@@ -1,0 +1,87 @@
+#include "engine/BootstrapTimer.h"
+
+#include <ostream>
+
+#include "model/Status.h"
+#include "model/VrfTrace.h"
+#include "platform/orb/TimerWheel.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+Tracelet::Module trace("Pim::Bsr::CandidateSm");
+}
+
+std::ostream &operator<<(std::ostream &out, BootstrapTimer::Reason reason) {
+  switch (reason) {
+    case BootstrapTimer::Reason::timeout: return out << "timeout";
+    case BootstrapTimer::Reason::randOverride: return out << "override";
+    case BootstrapTimer::Reason::announcement: return out << "announcement";
+    case BootstrapTimer::Reason::period: return out << "period";
+    case BootstrapTimer::Reason::answer: return out << "answer";
+    case BootstrapTimer::Reason::change: break;
+  }
+  return out << "change";
+}
+
+BootstrapTimer::BootstrapTimer(Orb::Timer &timer, const Orb::TimerWheel &timerWheel, const Pax::IpGenPrefix &zone,
+                               const Status &bsrStatus)
+    : timer_(timer), timerWheel_(timerWheel), zone_(zone), bsrStatus_(bsrStatus) {}
+
+const std::string &BootstrapTimer::vrfName() const { return bsrStatus_.name(); }
+
+double BootstrapTimer::time() const { return timer_.timeMin(); }
+
+// Until we take over, the BSR keeps the time by which it should have been heard; and what is due at once
+// says nothing of the message after it.
+void BootstrapTimer::arm(Reason reason, double time) {
+  const double now = timerWheel_.now();
+  reason_ = reason;
+  timer_.timeMinIs(time);
+  VRF_TRACE(trace, 6, "Bootstrap timer of zone " << zone_ << " set to " << time - now << " seconds: " << reason);
+  if (reason == Reason::randOverride || time <= now) return;
+  if (const auto bsr = bsrStatus_.bootstrapRouter(zone_)) bsr->expiryTimeIs(time);
+}
+
+void BootstrapTimer::disarm() { timer_.timeMinIs(Orb::never); }
+
+void BootstrapTimer::hasten() { arm(reason_, timerWheel_.now()); }
+
+void BootstrapTimer::pull() {
+  const double remaining = time() - timerWheel_.now();
+  if (remaining > bsMinInterval) {
+    arm(Reason::change, timerWheel_.now() + bsMinInterval);
+    VRF_TRACE(trace, 5,
+              "Setting bootstrap timer to expire in BS_MIN_INTERVAL for "
+                  << "zone " << zone_);
+  } else {
+    VRF_TRACE(trace, 5, "Bootstrap timer expires in " << remaining << " seconds");
+  }
+}
+
+void BootstrapTimer::shorten() {
+  if (!timer_.armed()) {
+    VRF_TRACE(trace, 5, "BS timer not set. Nothing to be done. ");
+    return;
+  }
+  const double now = timerWheel_.now();
+  if (time() <= now + timeout_) return;
+  VRF_TRACE(trace, 5,
+            "BS timer expiry was in " << time() - now << " seconds from now. Resetting BS timer expiry to " << timeout_
+                                      << " seconds from now.");
+  arm(Reason::timeout, now + timeout_);
+}
+
+void BootstrapTimer::timeoutIs(uint32_t holdTime, uint32_t bsPeriod, const char *lead) {
+  if (holdTime > bsPeriod) {
+    timeout_ = holdTime;
+    return;
+  }
+  VRF_TRACE(trace, 1,
+            lead << holdTime << " secs, which is less than this C-BSR BSM interval of " << bsPeriod
+                 << " secs. Overriding this with value ( 2 * BS_Period ) + 10 as recommended by "
+                    "RFC 5059.");
+  timeout_ = 2 * bsPeriod + 10;
+}
+
+}  // namespace Routing::Pim::Bsr

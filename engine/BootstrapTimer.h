@@ -1,0 +1,72 @@
+/// The bootstrap timer of a candidate BSR: when its machine acts next, and why.
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+
+#include "platform/pax/IpGenPrefix.h"
+
+namespace Orb {
+class Timer;
+class TimerWheel;
+}  // namespace Orb
+
+namespace Routing::Pim::Bsr {
+
+class Status;
+
+/// Owned by the zone's candidate machine, and the only one to arm its timer. Where the zone has a BSR, it
+/// writes the time into the BSR's status. Times are absolute, in seconds of the platform's clock.
+class BootstrapTimer {
+ public:
+  /// How soon a change of the RP set is announced or told again (RFC 5059 section 5: BS_Min_Interval).
+  static constexpr double bsMinInterval = 10;
+
+  enum class Reason : uint8_t {
+    timeout,       ///< the BSR that we follow has to be heard before
+    randOverride,  ///< we take over, unless we hear a better candidate before
+    announcement,  ///< of an election that outlived a restart
+    period,        ///< our next message: after a period, or sooner where something has to be told again
+    answer,        ///< to a sender of lesser weight, which had to wait
+    change,        ///< of the RP set
+  };
+
+  /// All outlive it.
+  BootstrapTimer(Orb::Timer &timer, const Orb::TimerWheel &timerWheel, const Pax::IpGenPrefix &zone,
+                 const Status &bsrStatus);
+  BootstrapTimer(const BootstrapTimer &) = delete;
+  BootstrapTimer &operator=(const BootstrapTimer &) = delete;
+
+  /// What it was armed for last.
+  Reason reason() const { return reason_; }
+  double time() const;
+
+  /// The timeout for the BSR that we follow: the hold time, raised where our own period is not shorter (RFC
+  /// 5059 section 5). `lead` begins the trace of one that is raised.
+  void timeoutIs(uint32_t holdTime, uint32_t bsPeriod, const char *lead);
+  uint32_t timeout() const { return timeout_; }
+
+  void arm(Reason reason, double time);
+  void disarm();
+  /// What it is armed for is due now.
+  void hasten();
+  /// The RP set has changed, which is announced soon (RFC 5059 section 3.3).
+  void pull();
+  /// The timeout has changed: an armed timer fires within it.
+  void shorten();
+
+ private:
+  const std::string &vrfName() const;
+
+  Orb::Timer &timer_;
+  const Orb::TimerWheel &timerWheel_;
+  const Pax::IpGenPrefix &zone_;
+  const Status &bsrStatus_;
+  uint32_t timeout_ = 0;
+  Reason reason_ = Reason::randOverride;
+};
+
+std::ostream &operator<<(std::ostream &out, BootstrapTimer::Reason reason);
+
+}  // namespace Routing::Pim::Bsr

@@ -1,0 +1,52 @@
+/// The message that an elected BSR originates: what it collected in its zone, and what it withdraws.
+#pragma once
+
+#include <string>
+
+#include "platform/pim/Packet.h"
+
+namespace Routing::Pim {
+
+class RpCandidateSet;
+
+namespace Bsr {
+
+class BsrCandidate;
+class Status;
+class Withdrawals;
+
+/// Made for one message of one zone. It only reads, so that a message can be made at any time; sending,
+/// fragmenting and counting the listings of withdrawn RPs are others' work.
+class BsmOrigination {
+ public:
+  /// All outlive it. Every attribute of the candidate is set.
+  BsmOrigination(const Status &bsrStatus, const Pax::IpGenPrefix &zone, const BsrCandidate &candidate,
+                 const Withdrawals &withdrawals);
+  BsmOrigination(const BsmOrigination &) = delete;
+  BsmOrigination &operator=(const BsmOrigination &) = delete;
+
+  /// The whole message. A scoped zone's own block comes first, with or without RPs.
+  Kiv::Ptr<Packet::BootstrapMessage> bsm(uint16_t fragmentTag, uint8_t bsrPriority) const;
+
+ private:
+  struct Rps {
+    Packet::BootstrapGroupData::RpList list;
+    bool bidir = false;
+  };
+
+  const std::string &vrfName() const;
+  Kiv::Ptr<RpCandidateSet> setOf(const Pax::IpGenPrefix &prefix) const;
+  std::vector<Pax::IpGenPrefix> prefixes() const;
+  void addBlock(Packet::BootstrapMessage &bsm, const Pax::IpGenPrefix &prefix) const;
+  Rps rpsToList(const Pax::IpGenPrefix &prefix) const;
+  Rps liveRps(const Pax::IpGenPrefix &prefix) const;
+
+  const Status &bsrStatus_;
+  const Pax::IpGenPrefix &zone_;
+  const BsrCandidate &candidate_;
+  const Withdrawals &withdrawals_;
+  const bool scoped_;
+};
+
+}  // namespace Bsr
+}  // namespace Routing::Pim

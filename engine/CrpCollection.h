@@ -1,0 +1,60 @@
+/// How the elected BSR of a zone collects the candidate RPs that advertise themselves (RFC 5059
+/// section 3.3).
+#pragma once
+
+#include <string>
+
+#include "platform/pim/Packet.h"
+
+namespace Orb {
+class TimerWheel;
+}
+
+namespace Routing::Pim {
+
+class RpCandidate;
+class RpCandidateSet;
+
+namespace Bsr {
+
+class BootstrapTimer;
+class BsrCandidate;
+class RpSetStore;
+class Status;
+class Withdrawals;
+
+/// Owned by the zone's candidate machine, which asks it only while it is elected. It writes the zone's
+/// RP set in the status, and notes in `withdrawals` what others have to be told to forget. It sends
+/// nothing: where the set has changed it pulls the bootstrap timer.
+class CrpCollection {
+ public:
+  /// All outlive it.
+  CrpCollection(Status &bsrStatus, RpSetStore &rpSets, const Pax::IpGenPrefix &zone, const BsrCandidate &candidate,
+                const Orb::TimerWheel &timerWheel, BootstrapTimer &bsTimer, Withdrawals &withdrawals);
+  CrpCollection(const CrpCollection &) = delete;
+  CrpCollection &operator=(const CrpCollection &) = delete;
+
+  /// Merges one advertised range into the zone's RP set. A bidirectional RP wins over a sparse one.
+  /// Hold time 0 withdraws the RP.
+  void add(const Packet::CrpGroup &group, const Pax::IpGenAddr &rpAddress, RpPriority priority, CrpHoldTime holdTime);
+  /// Gives up the ranges within a zone inside ours: they are advertised to its own BSR from now on.
+  void giveUp(const Pax::IpGenPrefix &inner);
+
+ private:
+  const std::string &vrfName() const;
+  Kiv::Ptr<RpCandidateSet> setToAddTo(const Pax::IpGenPrefix &prefix);
+  Kiv::Ptr<Pim::RpCandidate> newRp(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rpAddress);
+  void withdraw(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rpAddress, Pim::RpCandidate &rp);
+  void refresh(const Packet::CrpGroup &group, Pim::RpCandidate &rp, RpPriority priority, CrpHoldTime holdTime);
+
+  Status &bsrStatus_;
+  RpSetStore &rpSets_;
+  const Pax::IpGenPrefix &zone_;
+  const BsrCandidate &candidate_;
+  const Orb::TimerWheel &timerWheel_;
+  BootstrapTimer &bsTimer_;
+  Withdrawals &withdrawals_;
+};
+
+}  // namespace Bsr
+}  // namespace Routing::Pim
