@@ -16,35 +16,12 @@ constexpr const char *shutdownStage = "NetworkAgentShutdown";
 
 }  // namespace
 
-// Fires on the next turn of the loop after the last VRF stopped, or none was there to begin with.
-class Agent::KivNoVrfTimer : public Orb::Timer {
- public:
-  KivNoVrfTimer(Agent &agent, const Kiv::Ptr<Orb::TimerWheel> &wheel) : Timer(wheel), agent_(agent) {}
-  void onTime() override { agent_.handleNoVrf(); }
-
- private:
-  Agent &agent_;
-};
-
-class Agent::KivShutdownStatus : public McastCommon::HitlessShutdownStatus::Notifiee {
- public:
-  explicit KivShutdownStatus(Agent &agent) : agent_(agent) { notifierIs(agent.hitlessClientShutdownStatus_); }
-  void onShutdown() override { agent_.handleHitlessCompleted(); }
-
- private:
-  Agent &agent_;
-};
-
 Agent::Agent(Pax::AddressFamily af, const Process &process)
     : af_(af),
       name_(agentName(af)),
       process_(process),
-      paths_(af),
-      timerWheel_(Kiv::make<Orb::TimerWheel>(process.clock, process.waker)),
-      hitlessClientVrfStatus_(Kiv::make<McastCommon::HitlessVrfStatus>()),
-      hitlessClientShutdownStatus_(Kiv::make<McastCommon::HitlessShutdownStatus>()),
-      noVrfTimer_(std::make_unique<KivNoVrfTimer>(*this, timerWheel_)),
-      kivShutdownStatus_(std::make_unique<KivShutdownStatus>(*this)) {}
+      shutdown_(containerSm_, Kiv::make<Orb::TimerWheel>(process.clock, process.waker),
+                [this] { doShutdownStageComplete(); }) {}
 
 Agent::~Agent() {
   redundancyStatusSm_.reset();
@@ -98,7 +75,7 @@ void Agent::handleStandbyMode() {
   if (standbyMode_) {
     TRACELET(trace, 4, "Standby supe. Cleaning up any instance of Sm");
     doCleanup();
-    handleHitlessCompleted();
+    shutdown_.evaluate();
   } else {
     rootSmIs(af_, maxRoutes);
   }
@@ -122,9 +99,7 @@ void Agent::rootSmIs(Pax::AddressFamily af, uint32_t maxRoutes) {
 }
 
 void Agent::doStage(std::string_view stageClass, std::string_view stage) {
-  TRACELET(trace, 4,
-           "doStage"
-               << ", stageClass: " << stageClass << ", stage: " << stage);
+  TRACELET(trace, 4, "doStage, stageClass: " << stageClass << ", stage: " << stage);
   if (stageClass == Stage::bootStageClass) doBootStage(stage);
   if (stageClass == Stage::shutdownStageClass) doShutdownStage(stage);
 }
@@ -134,28 +109,7 @@ void Agent::doBootStage(std::string_view stage) {
 }
 
 void Agent::doShutdownStage(std::string_view stage) {
-  if (stage != shutdownStage) return;
-  if (shutdown()) handleHitlessCompleted();  // asked for again
-  hitlessClientShutdownStatus_->shutdownIs(true);
-}
-
-// A VRF stopped, or completed, or the shutdown began.
-void Agent::handleHitlessCompleted() {
-  TRACELET(trace, 9, __PRETTY_FUNCTION__);
-  if (!shutdown()) return;
-  if (containerSm_.empty()) {
-    TRACELET(trace, 5, "No VRF runs; the shutdown is complete with the next turn if none does then");
-    noVrfTimer_->timeMinIs(process_.clock.now());
-  } else if (rootSm_) {
-    rootSm_->handleHitlessCompletedVrf();
-  }
-}
-
-void Agent::handleNoVrf() {
-  TRACELET(trace, 9, __PRETTY_FUNCTION__);
-  if (!containerSm_.empty()) return;
-  TRACELET(trace, 4, "No VRF runs that the shutdown would have to wait for");
-  doShutdownStageComplete();
+  if (stage == shutdownStage) shutdown_.begin();
 }
 
 void Agent::doShutdownStageComplete() {
@@ -179,6 +133,8 @@ Container &Agent::containerIs(const L3::VrfName &vrf) {
   container->clock = &process_.clock;
   container->waker = &process_.waker;
   container->random = &process_.random;
+  container->hitlessClientVrfStatus = shutdown_.vrfStatus();
+  container->hitlessClientShutdownStatus = shutdown_.shutdownStatus();
   return *container;
 }
 
@@ -187,9 +143,7 @@ void Agent::containerSmIs(const L3::VrfName &vrf) {
 }
 
 void Agent::containerSmDel(const L3::VrfName &vrf) {
-  if (containerSm_.erase(vrf) == 0) return;
-  hitlessClientVrfStatus_->completedVrfDel(vrf);
-  handleHitlessCompleted();
+  if (containerSm_.erase(vrf) > 0) shutdown_.vrfStopped(vrf);
 }
 
 std::unique_ptr<Agent> makeAgent(Pax::AddressFamily af, const Agent::Process &process) {

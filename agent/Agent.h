@@ -9,6 +9,7 @@
 #include "agent/ContainerSm.h"
 #include "agent/Mounts.h"
 #include "agent/RedundancyStatusSm.h"
+#include "agent/Shutdown.h"
 #include "platform/acl/AclConfigAggregatorSm.h"
 
 namespace Routing::Pim::Bsr {
@@ -40,12 +41,12 @@ class Agent {
   Pax::AddressFamily af() const { return af_; }
   bool standbyMode() const { return standbyMode_; }
   /// Whether a hitless shutdown has begun.
-  bool shutdown() const { return hitlessClientShutdownStatus_->shutdown(); }
+  bool shutdown() const { return shutdown_.begun(); }
   /// Null while the mounts are pending, and in standby.
   const RootSm *rootSm() const { return rootSm_.get(); }
 
   using ContainerColl = std::map<L3::VrfName, std::unique_ptr<Container>>;
-  using ContainerSms = std::map<L3::VrfName, std::unique_ptr<ContainerSm>>;
+  using ContainerSms = Shutdown::ContainerSms;
   const ContainerColl &containerColl() const { return containerColl_; }
   /// Null when the VRF is not known.
   Container *container(const L3::VrfName &vrf) const;
@@ -74,8 +75,6 @@ class Agent {
    private:
     Agent &agent_;
   };
-  class KivNoVrfTimer;
-  class KivShutdownStatus;
 
   void doMountsComplete();
   void standbyModeIs(bool standby);
@@ -85,8 +84,6 @@ class Agent {
   void doStage(std::string_view stageClass, std::string_view stage);
   void doBootStage(std::string_view stage);
   void doShutdownStage(std::string_view stage);
-  void handleHitlessCompleted();
-  void handleNoVrf();
   void doShutdownStageComplete();
 
   Container &containerIs(const L3::VrfName &vrf);
@@ -97,21 +94,16 @@ class Agent {
   const Pax::AddressFamily af_;
   const std::string name_;
   const Process process_;
-  const MountPaths paths_;
-  const Kiv::Ptr<Orb::TimerWheel> timerWheel_;
   std::unique_ptr<Statehub::MountGroup> mountGroup_;
   bool standbyMode_ = false;
   bool mountsComplete_ = false;
   int starting_ = 0;
   bool standbyWaits_ = false;
-  const Kiv::Ptr<McastCommon::HitlessVrfStatus> hitlessClientVrfStatus_;
-  const Kiv::Ptr<McastCommon::HitlessShutdownStatus> hitlessClientShutdownStatus_;
   std::unique_ptr<Acl::AclConfigAggregatorSm> aclConfigAggregatorSm_;
   ContainerColl containerColl_;
   ContainerSms containerSm_;
   std::unique_ptr<RootSm> rootSm_;
-  std::unique_ptr<KivNoVrfTimer> noVrfTimer_;
-  std::unique_ptr<KivShutdownStatus> kivShutdownStatus_;
+  Shutdown shutdown_;
   std::unique_ptr<Stage::StagesHelper> bootStagesHelper_;
   std::unique_ptr<Stage::StagesHelper> shutdownStagesHelper_;
   std::unique_ptr<RedundancyStatusSm> redundancyStatusSm_;

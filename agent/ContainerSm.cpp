@@ -1,5 +1,6 @@
 #include "agent/ContainerSm.h"
 
+#include "agent/IntfConfigFill.h"
 #include "config/ConfigSm.h"
 #include "engine/PimBsrSm.h"
 #include "io/BootstrapMessageSm.h"
@@ -12,16 +13,17 @@ namespace {
 Tracelet::Module trace("Pim::Bsr::Agent");
 }
 
-ContainerSm::ContainerSm(Container &container) : container_(container), kivIpStatus_(*this) { handleInitialized(); }
+ContainerSm::ContainerSm(Container &container) : container_(container), kivIpStatus_(*this, container.vrfIpStatus) {
+  handleInitialized();
+}
 
 ContainerSm::~ContainerSm() { handleDestruction(); }
 
 void ContainerSm::handleInitialized() {
   VRF_TRACE_ENTRY(trace);
   VRF_TRACE(trace, 4, "Initializing ContainerSm");
+  intfConfigFill().all();
   const Kiv::Ptr<const Ip::AllIntfStatusDir> &vrfIpStatus = container_.vrfIpStatus;
-  for (const Pax::IntfId &intfId : container_.vrfIntfConfig->intfConfig().keys()) handleIntfVrfChange(intfId);
-  for (const Pax::IntfId &intfId : vrfIpStatus->intfStatus().keys()) handleIntfVrfChange(intfId);
   sourceIntfDir_ = Kiv::make<Ip::SourceIntfDir>("sourceIntfDir");
   sourceIntfSm_ = std::make_unique<Ip::SourceIntfSm>(sourceIntfDir_, vrfIpStatus);
   const Kiv::Ptr<Status> &status = container_.status;
@@ -81,17 +83,21 @@ void ContainerSm::handleDestruction() {
 // An interface came into this VRF, or left it.
 void ContainerSm::handleIntfVrfChange(const Pax::IntfId &intfId) {
   VRF_TRACE_ENTRY(trace);
-  VrfIntfConfig &own = *container_.vrfIntfConfig;
-  if (const Kiv::Ptr<const IntfConfig> config = container_.configColl->intfConfig(intfId);
-      config && container_.vrfIpStatus->intfStatus(intfId)) {
-    VRF_TRACE(trace, 4, "Adding Bsr Intf config(" << intfId << ") to vrf" << container_.vrf);
-    own.intfConfigIs(intfId, config);
-  } else if (own.intfConfig(intfId)) {
-    VRF_TRACE(trace, 4, "Removing Bsr Intf config(" << intfId << ") from vrf" << container_.vrf);
-    own.intfConfigDel(intfId);
-  } else if (config) {
-    VRF_TRACE(trace, 4, "Bsr Intf config(" << intfId << ") missing in vrf" << container_.vrf);
-  }
+  intfConfigFill().one(intfId);
+}
+
+IntfConfigFill ContainerSm::intfConfigFill() const {
+  using Step = IntfConfigFill::Step;
+  return {container_, container_.vrfIpStatus.get(), [this](Step step, const Pax::IntfId &intfId) {
+            const L3::VrfName &vrf = container_.vrf;
+            switch (step) {
+              case Step::add: VRF_TRACE(trace, 4, "Adding Bsr Intf config(" << intfId << ") to vrf" << vrf); break;
+              case Step::remove:
+                VRF_TRACE(trace, 4, "Removing Bsr Intf config(" << intfId << ") from vrf" << vrf);
+                break;
+              case Step::missing: VRF_TRACE(trace, 4, "Bsr Intf config(" << intfId << ") missing in vrf" << vrf); break;
+            }
+          }};
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -7,6 +7,7 @@
 #include "agent/HitlessSm.h"
 #include "model/InternalStatus.h"
 #include "platform/ip/SourceIntf.h"
+#include "platform/kiv/ReactorOf.h"
 #include "platform/pim/MessageInfo.h"
 #include "platform/pim/PimRpfTable.h"
 #include "platform/pim/RpHash.h"
@@ -17,6 +18,7 @@ namespace Routing::Pim::Bsr {
 class BootstrapMessageSm;
 class ConfigSm;
 class CrpMessageSm;
+class IntfConfigFill;
 class PimBsrSm;
 
 /// Creates the VRF's machines in the order in which each finds what it needs, and destroys them in
@@ -46,19 +48,16 @@ class ContainerSm {
   bool initialized() const { return initialized_; }
 
  private:
-  class KivIpStatus : public Ip::AllIntfStatusDir::Notifiee {
-   public:
-    explicit KivIpStatus(ContainerSm &sm) : sm_(sm) { notifierIs(sm.container_.vrfIpStatus); }
-    void onIntfStatus(const Pax::IntfId &intfId) override { sm_.handleIntfVrfChange(intfId); }
-
-   private:
-    ContainerSm &sm_;
+  class KivIpStatus : public Kiv::ReactorOf<Ip::AllIntfStatusDir, ContainerSm> {
+    using ReactorOf::ReactorOf;
+    void onIntfStatus(const Pax::IntfId &intfId) override { owner_.handleIntfVrfChange(intfId); }
   };
 
   const std::string &vrfName() const { return container_.vrf.text(); }
   void handleInitialized();
   void handleDestruction();
   void handleIntfVrfChange(const Pax::IntfId &intfId);
+  IntfConfigFill intfConfigFill() const;
   void doPimPamManagerIs();
   void doRpfTableIs();
 

@@ -8,18 +8,17 @@ namespace {
 Tracelet::Module trace("Pim::Bsr::HitlessSm");
 }
 
-HitlessSm::HitlessSm(const Kiv::Ptr<const Config> &config, const Kiv::Ptr<Status> &status,
+HitlessSm::HitlessSm(const Kiv::Ptr<const Config> &, const Kiv::Ptr<Status> &status,
                      const Kiv::Ptr<Orb::TimerWheel> &timerWheel,
                      const Kiv::Ptr<const McastCommon::HitlessShutdownStatus> &shutdownStatus,
                      const Kiv::Ptr<McastCommon::HitlessVrfStatus> &vrfStatus, const L3::VrfName &vrf)
-    : config_(config),
-      status_(status),
+    : status_(status),
       timerWheel_(*timerWheel),
       shutdownStatus_(shutdownStatus),
       vrfStatus_(vrfStatus),
       vrf_(vrf),
-      hitlessTimer_(*this, timerWheel),
-      kivShutdownStatus_(*this) {
+      hitlessTimer_(timerWheel, *this),
+      kivShutdownStatus_(*this, shutdownStatus) {
   handleInitialized();
 }
 

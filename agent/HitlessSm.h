@@ -3,7 +3,8 @@
 
 #include "model/Config.h"
 #include "model/Status.h"
-#include "platform/orb/TimerWheel.h"
+#include "platform/kiv/ReactorOf.h"
+#include "platform/orb/TimerFor.h"
 #include "platform/system/Hitless.h"
 
 namespace Routing::Pim::Bsr {
@@ -14,7 +15,8 @@ namespace Routing::Pim::Bsr {
 /// no way back: the intervals stay until the process ends or their configuration changes.
 class HitlessSm {
  public:
-  /// Without a shutdown status (null) the machine does nothing.
+  /// Without a shutdown status (null) the machine does nothing. The configuration is not looked at: the status has
+  /// the intervals.
   HitlessSm(const Kiv::Ptr<const Config> &config, const Kiv::Ptr<Status> &status,
             const Kiv::Ptr<Orb::TimerWheel> &timerWheel,
             const Kiv::Ptr<const McastCommon::HitlessShutdownStatus> &shutdownStatus,
@@ -32,21 +34,9 @@ class HitlessSm {
   bool initialized() const { return initialized_; }
 
  private:
-  class KivShutdownStatus : public McastCommon::HitlessShutdownStatus::Notifiee {
-   public:
-    explicit KivShutdownStatus(HitlessSm &sm) : sm_(sm) { notifierIs(sm.shutdownStatus_); }
-    void onShutdown() override { sm_.doHitlessShutdown(); }
-
-   private:
-    HitlessSm &sm_;
-  };
-  class KivHitlessTimer : public Orb::Timer {
-   public:
-    KivHitlessTimer(HitlessSm &sm, const Kiv::Ptr<Orb::TimerWheel> &wheel) : Timer(wheel), sm_(sm) {}
-    void onTime() override { sm_.handleHitlessTimerExpiry(); }
-
-   private:
-    HitlessSm &sm_;
+  class KivShutdownStatus : public Kiv::ReactorOf<McastCommon::HitlessShutdownStatus, HitlessSm> {
+    using ReactorOf::ReactorOf;
+    void onShutdown() override { owner_.doHitlessShutdown(); }
   };
 
   const std::string &vrfName() const { return vrf_.text(); }
@@ -54,7 +44,6 @@ class HitlessSm {
   void doHitlessShutdown();
   void handleHitlessTimerExpiry();
 
-  const Kiv::Ptr<const Config> config_;
   const Kiv::Ptr<Status> status_;
   const Orb::TimerWheel &timerWheel_;
   const Kiv::Ptr<const McastCommon::HitlessShutdownStatus> shutdownStatus_;
@@ -63,7 +52,7 @@ class HitlessSm {
   CrpAdvInterval hitlessCrpInterval_ = 120;
   double hitlessNotifyDelay_ = 5.0;
   bool initialized_ = false;
-  KivHitlessTimer hitlessTimer_;
+  Orb::TimerFor<&HitlessSm::handleHitlessTimerExpiry> hitlessTimer_;
   KivShutdownStatus kivShutdownStatus_;
 };
 

@@ -7,13 +7,11 @@
 #include "platform/pax/IpGenAddr.h"
 #include "platform/pax/Ranged.h"
 #include "platform/pim/Types.h"
+#include "platform/system/AgentName.h"
 
 namespace Routing::Pim::Bsr {
 
-/// "PimBsr" or "PimBsr6". Any other family is fatal.
-const char *agentName(Pax::AddressFamily af);
-
-/// The paths of one family. Times and units are those of the entities there.
+/// The paths of one family. Makes texts; mounts and publishes nothing.
 class MountPaths {
  public:
   explicit MountPaths(Pax::AddressFamily af) : af_(af), agent_(agentName(af)) {}

@@ -10,7 +10,9 @@ Tracelet::Module trace("Pim::Bsr::Agent");
 
 RedundancyStatusSm::RedundancyStatusSm(const Kiv::Ptr<const Redundancy::RedundancyStatus> &redundancyStatus,
                                        StandbyModeIs standbyModeIs)
-    : redundancyStatus_(redundancyStatus), standbyModeIs_(std::move(standbyModeIs)), kivRedundancyStatus_(*this) {
+    : redundancyStatus_(redundancyStatus),
+      standbyModeIs_(std::move(standbyModeIs)),
+      kivRedundancyStatus_(*this, redundancyStatus) {
   handleRedundancyStatus();
 }
 

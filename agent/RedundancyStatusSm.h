@@ -1,14 +1,15 @@
-/// Finds out whether this controller is the standby one.
+/// Whether this controller is the standby one.
 #pragma once
 
 #include <functional>
 
+#include "platform/kiv/ReactorOf.h"
 #include "platform/system/RedundancyStatus.h"
 
 namespace Routing::Pim::Bsr {
 
-/// Follows the redundancy status. Tells whether we are standby once inside its construction, and
-/// then on every change of the status, whether or not the answer is a new one.
+/// Follows the redundancy status for the agent, which owns it. Says whether we stand by once inside its construction,
+/// and then on every change of the status, whether or not the answer is a new one. Writes nothing.
 class RedundancyStatusSm {
  public:
   using StandbyModeIs = std::function<void(bool standby)>;
@@ -18,14 +19,10 @@ class RedundancyStatusSm {
   RedundancyStatusSm &operator=(const RedundancyStatusSm &) = delete;
 
  private:
-  class KivRedundancyStatus : public Redundancy::RedundancyStatus::Notifiee {
-   public:
-    explicit KivRedundancyStatus(RedundancyStatusSm &sm) : sm_(sm) { notifierIs(sm.redundancyStatus_); }
-    void onProtocol() override { sm_.handleRedundancyStatus(); }
-    void onMode() override { sm_.handleRedundancyStatus(); }
-
-   private:
-    RedundancyStatusSm &sm_;
+  class KivRedundancyStatus : public Kiv::ReactorOf<Redundancy::RedundancyStatus, RedundancyStatusSm> {
+    using ReactorOf::ReactorOf;
+    void onProtocol() override { owner_.handleRedundancyStatus(); }
+    void onMode() override { owner_.handleRedundancyStatus(); }
   };
 
   void handleRedundancyStatus();

@@ -9,9 +9,14 @@
 
 namespace Routing::Pim::Bsr {
 
-/// Watches the VRFs of the system and what PIM publishes of each, and gives every VRF that qualifies
-/// a running ContainerSm. A VRF is known (it has Status and Container), running, and known again,
-/// as what it needs comes and goes; its Status stays until the VRF itself goes.
+class IntfConfigFill;
+class RootReactors;
+class VrfStart;
+
+/// Keeps what is the state of each VRF, and why: unknown, known (it has Status and Container), running (it has a
+/// ContainerSm too). Whenever something changes on which that may depend, its reactors (RootReactors) have it look at
+/// the VRF again. A VRF with everything in place starts (VrfStart), one that lost something stops; its Status stays
+/// until the VRF itself goes. Owned by the agent while that does not stand by.
 class RootSm {
  public:
   /// `maxRoutes` bounds the mirrors of route tables that a platform may keep; ours asks per address.
@@ -24,36 +29,35 @@ class RootSm {
   void handleInitialized();
   /// What the VRF still waits for; empty when it runs or is not known.
   std::string reason(const L3::VrfName &vrf) const;
-  /// Whether every running VRF is ready for the hitless shutdown; reports it then.
+
+  /// Something changed that may affect the VRF.
+  void handleVrf(const L3::VrfName &vrf);
+  /// The VRF's interfaces as a whole came or went.
+  void handleVrfIntfStatus(const L3::VrfName &vrf);
+  void handleBsrIntfConfig(const Pax::IntfId &intfId);
+  /// A VRF is ready for the hitless shutdown, or no longer so.
   void handleHitlessCompletedVrf();
 
  private:
-  class Start;
-  class Kivs;
-
-  void handleVrf(const L3::VrfName &vrf);
   void handleVrfAdd(const L3::VrfName &vrf);
   void handleVrfDel(const L3::VrfName &vrf);
   bool checkMounts(const L3::VrfName &vrf);
   std::string missingMount(const L3::VrfName &vrf) const;
+  std::string missingDefault(const L3::VrfName &vrf) const;
+  void reasonIs(const L3::VrfName &vrf, const std::string &missing);
   void handlePimEnabled(const L3::VrfName &vrf);
   void handlePimDisabled(const L3::VrfName &vrf);
+  void doKniInit(const L3::VrfName &vrf);
   void handleStartMounted(const L3::VrfName &vrf);
-  bool hasDefaults(const L3::VrfName &vrf);
-  void doFill(Container &container, const Start &start);
-  void handleVrfIntfStatus(const L3::VrfName &vrf);
-  void handleBsrIntfConfig(const Pax::IntfId &intfId);
-  void doKniInit(const L3::VrfName &vrf, Start &start);
-  void doRemoveExtraVrfs();
-  void doDistributeIntfConfig(const L3::VrfName &vrf);
+  IntfConfigFill intfConfigFill(const Container &container) const;
 
   Agent &agent_;
   const Pax::AddressFamily af_;
   const uint32_t maxRoutes_;
   const Mounts &mounts_;
-  std::map<L3::VrfName, std::unique_ptr<Start>> start_;  // those that mount, or make their machines
+  std::map<L3::VrfName, std::unique_ptr<VrfStart>> start_;
   std::map<L3::VrfName, std::string> reason_;
-  std::unique_ptr<Kivs> kivs_;
+  std::unique_ptr<RootReactors> reactors_;
 };
 
 }  // namespace Routing::Pim::Bsr

@@ -43,7 +43,7 @@ void readAgent(const po::variables_map &given, Options &options) {
     throw UsageError("only one of --socket, -4 and -6 may be given");
   }
   const auto family = given.count("ipv6") ? Pax::AddressFamily::ipv6 : Pax::AddressFamily::ipv4;
-  options.program = given.count("socket") ? "the agent" : programName(family);
+  options.program = given.count("socket") ? "the agent" : agentName(family);
   options.socket = given.count("socket") ? given["socket"].as<std::string>() : defaultSocket(family);
 }
 

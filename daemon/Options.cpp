@@ -66,7 +66,7 @@ Options optionsFrom(Pax::AddressFamily family, const std::vector<std::string> &a
 
 std::string usage(Pax::AddressFamily family) {
   std::ostringstream out;
-  out << "Usage: " << Control::programName(family) << " [OPTION]...\n" << describe(family);
+  out << "Usage: " << agentName(family) << " [OPTION]...\n" << describe(family);
   return out.str();
 }
 

@@ -32,7 +32,7 @@ int runAgent(Pax::AddressFamily family, const Options &options) {
   const LoadedConfiguration loaded = configurationForHere(options.config, family);
   if (!report(options.config, loaded.findings)) return badUsage;
   if (options.action == Options::Action::check) return done;
-  const auto sink = Tracelet::sinkFromEnvironment(Control::programName(family));
+  const auto sink = Tracelet::sinkFromEnvironment(agentName(family));
   std::signal(SIGPIPE, SIG_IGN);  // standard error may be a pipe whose reader has gone
   Daemon(family, options, loaded.configuration).run();
   return done;
@@ -41,7 +41,7 @@ int runAgent(Pax::AddressFamily family, const Options &options) {
 }  // namespace
 
 int runProgram(Pax::AddressFamily family, const std::vector<std::string> &arguments) {
-  const std::string name = Control::programName(family);
+  const std::string name = agentName(family);
   try {
     const Options options = optionsFrom(family, arguments);
     setTraceLevels(options);

@@ -1,21 +1,22 @@
-/// What the agent and its client both take for granted, by family.
+/// Where the agent of a family and its client expect one another, unless they are told otherwise.
 #pragma once
 
 #include <string>
 
-#include "platform/pax/IpGenAddr.h"
+#include "platform/system/AgentName.h"
 
 namespace Control {
 
-inline std::string programName(Pax::AddressFamily family) {
-  return family == Pax::AddressFamily::ipv6 ? "PimBsr6" : "PimBsr";
+using Routing::Pim::Bsr::agentName;
+
+inline std::string defaultSocket(Pax::AddressFamily family) {
+  return std::string("/run/pimbsr/") + agentName(family) + ".sock";
 }
-inline std::string defaultSocket(Pax::AddressFamily family) { return "/run/pimbsr/" + programName(family) + ".sock"; }
 inline std::string defaultStateFile(Pax::AddressFamily family) {
-  return "/run/pimbsr/" + programName(family) + ".state";
+  return std::string("/run/pimbsr/") + agentName(family) + ".state";
 }
 inline std::string defaultConfigFile(Pax::AddressFamily family) {
-  return "/etc/pimbsr/" + programName(family) + ".json";
+  return std::string("/etc/pimbsr/") + agentName(family) + ".json";
 }
 
 }  // namespace Control

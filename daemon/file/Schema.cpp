@@ -1,7 +1,7 @@
 #include "daemon/file/Schema.h"
 
-#include "daemon/control/Defaults.h"
 #include "daemon/file/Description.h"
+#include "platform/system/AgentName.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -100,7 +100,7 @@ ordered_json configurationSchema(Pax::AddressFamily family) {
   Configuration empty;
   empty.family = family;
   ordered_json schema = {{"$schema", "http://json-schema.org/draft-07/schema#"},
-                         {"title", "Configuration of " + Control::programName(family)}};
+                         {"title", std::string("Configuration of ") + agentName(family)}};
   schema.update(MemberSchema::of({empty, ""}, static_cast<const Configuration *>(nullptr)));
   return schema;
 }

@@ -16,20 +16,12 @@ class RouteStatus : public Kiv::Entity {
 #undef ATTRIBUTES
 };
 
-/// "forwarding/status" likewise. Nothing here reads what it holds.
-class ForwardingStatus : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE)
-  KIV_ENTITY(ForwardingStatus, ATTRIBUTES)
-#undef ATTRIBUTES
-};
-
 }  // namespace Fib
 
 namespace Fib6 {
 
-/// The same of IPv6: "routing6/...", "forwarding6/...".
+/// The same of IPv6: "routing6/...".
 class RouteStatus : public Fib::RouteStatus {};
-class ForwardingStatus : public Fib::ForwardingStatus {};
 
 }  // namespace Fib6
 

@@ -54,8 +54,4 @@ class SourceIntfSm {
   std::unique_ptr<KivAllIntfStatusDir> kivAllIntfStatusDir_;
 };
 
-/// Would keep the addresses of both families of the VRF's interfaces together. AllIntfStatusDir is of
-/// the agent's family already.
-class IpGenIntfSm : public Kiv::Counted {};
-
 }  // namespace Ip

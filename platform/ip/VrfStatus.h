@@ -35,13 +35,6 @@ class AllIntfStatusDir : public Kiv::Entity {
 #undef ATTRIBUTES
 };
 
-/// "interface/status/local". Nothing here reads what it holds.
-class AllIntfStatusLocalDir : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE)
-  KIV_ENTITY(AllIntfStatusLocalDir, ATTRIBUTES)
-#undef ATTRIBUTES
-};
-
 }  // namespace Interface
 
 namespace KernelNetInfo {

@@ -6,7 +6,7 @@
 #include "platform/pim/PacketPort.h"
 #include "platform/pim/PimStatus.h"
 #include "platform/pim/RpCandidateStatus.h"
-#include "platform/pim/RpHashStatus.h"
+#include "platform/system/Placeholders.h"
 
 namespace Routing::Pim {
 
@@ -31,17 +31,6 @@ class RpCandidateStatusColl : public Kiv::Entity {
 #undef ATTRIBUTES
 };
 
-#define NO_ATTRIBUTES(ATTRIBUTE)
-/// PIM's own configuration.
-class ConfigColl : public Kiv::Entity {
-  KIV_ENTITY(ConfigColl, NO_ATTRIBUTES)
-};
-/// Static RPs of one mode in one VRF.
-class RpConfig : public Kiv::Entity {
-  KIV_ENTITY(RpConfig, NO_ATTRIBUTES)
-};
-#undef NO_ATTRIBUTES
-
 class RpConfigColl : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, L3::VrfName, RpConfig, vrfConfig, VrfConfig)
   KIV_ENTITY(RpConfigColl, ATTRIBUTES)
@@ -63,14 +52,7 @@ class GroupStatusColl : public Kiv::Entity {
 #undef ATTRIBUTES
 };
 
-/// Logs the attributes of PIM for a debugger; `show state` does that here.
-class PimAttrLogSm : public Kiv::Counted {};
-
 namespace IO {
-
-/// Would drive PIM's own messages in the VRF. The Hello speaker, which lives as long as PIM runs
-/// there, does that here, whether the agent runs or not.
-class PimIOSm : public Kiv::Counted {};
 
 /// The packet channel of a VRF, as it is mounted.
 class ChannelStatus : public Kiv::Entity {

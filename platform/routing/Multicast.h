@@ -1,19 +1,11 @@
-/// The multicast tables of the router that a VRF's agent waits for. Nothing here reads what they
-/// hold; that they are there says that multicast routing runs in the VRF.
+/// The multicast tables of the router, by VRF: that one is there says that multicast routing runs in the VRF.
 #pragma once
 
 #include "platform/kiv/Attributes.h"
 #include "platform/pax/Ranged.h"
+#include "platform/system/Placeholders.h"
 
-namespace Routing {
-
-#define NO_ATTRIBUTES(ATTRIBUTE)
-
-namespace Multicast::Rib {
-
-class Status : public Kiv::Entity {
-  KIV_ENTITY(Status, NO_ATTRIBUTES)
-};
+namespace Routing::Multicast::Rib {
 
 /// "routing/multicast/rib/status".
 class StatusColl : public Kiv::Entity {
@@ -22,24 +14,4 @@ class StatusColl : public Kiv::Entity {
 #undef ATTRIBUTES
 };
 
-}  // namespace Multicast::Rib
-
-namespace Multicast::Fib {
-
-class VrfConfig : public Kiv::Entity {
-  KIV_ENTITY(VrfConfig, NO_ATTRIBUTES)
-};
-
-}  // namespace Multicast::Fib
-
-namespace McastBoundary {
-
-class Status : public Kiv::Entity {
-  KIV_ENTITY(Status, NO_ATTRIBUTES)
-};
-
-}  // namespace McastBoundary
-
-#undef NO_ATTRIBUTES
-
-}  // namespace Routing
+}  // namespace Routing::Multicast::Rib

@@ -26,17 +26,6 @@ class AgentStatus : public Kiv::Entity {
 #undef ATTRIBUTES
 };
 
-#define NO_ATTRIBUTES(ATTRIBUTE)
-/// Where the whole system is in its stages, and which of them it has completed. Nothing here reads
-/// what they hold.
-class ProgressDir : public Kiv::Entity {
-  KIV_ENTITY(ProgressDir, NO_ATTRIBUTES)
-};
-class CompletionStatusDir : public Kiv::Entity {
-  KIV_ENTITY(CompletionStatusDir, NO_ATTRIBUTES)
-};
-#undef NO_ATTRIBUTES
-
 inline constexpr std::string_view bootStageClass = "bootStageClass";
 inline constexpr std::string_view shutdownStageClass = "shutdownStageClass";
 
