@@ -71,6 +71,7 @@ void SystemState::publishTables(const L3::VrfName &vrf, const Kiv::Ptr<RouteLook
 }
 
 void SystemState::pimIs(const L3::VrfName &vrf, const Services &services) {
+  services_[vrf] = services;
   store_.publish(paths_.messageCounters(vrf), services.port->messageCounters());
   published<IO::ChannelStatus>(store_, paths_.channelStatus(vrf))->portIs(services.port);
   if (af == Pax::AddressFamily::ipv6) {
@@ -93,6 +94,7 @@ void SystemState::pimIs(const L3::VrfName &vrf, const Services &services) {
 
 void SystemState::pimDel(const L3::VrfName &vrf) {
   if (!pimGlobalStatus->enabledVrf(vrf)) return;
+  services_.erase(vrf);
   pimGlobalStatus->enabledVrfDel(vrf);
   pimStatusColl->vrfStatusDel(vrf);
   for (const auto &coll : {rpConfigColl, bidirRpConfigColl}) coll->vrfConfigDel(vrf);
@@ -104,6 +106,11 @@ void SystemState::pimDel(const L3::VrfName &vrf) {
   store_.withdraw(paths_.routeStatus(vrf));
   store_.withdraw(paths_.channelStatus(vrf));
   store_.withdraw(paths_.messageCounters(vrf));
+}
+
+const SystemState::Services *SystemState::services(const L3::VrfName &vrf) const {
+  const auto found = services_.find(vrf);
+  return found == services_.end() ? nullptr : &found->second;
 }
 
 void SystemState::standbyIs(bool standby) {

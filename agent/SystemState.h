@@ -1,20 +1,22 @@
-/// What the system around an agent publishes in the state store. Whoever runs an agent, on Linux or
-/// in a simulation, keeps one of these per agent process and writes through it.
+/// What the system around an agent publishes in the state store.
 #pragma once
+
+#include <map>
 
 #include "agent/Mounts.h"
 
 namespace Routing::Pim::Bsr {
 
-/// Publishes every path that an agent mounts, at construction the collections of all VRFs. The store
-/// and this live longer than the agent, so what it learned outlasts it.
+/// Whoever runs an agent, on Linux or in a simulation, has one of these per agent process, and writes through it
+/// what the system knows. Publishes every path that an agent mounts, the collections of all VRFs at construction. It
+/// and the store live longer than the agent, so what that learned stays.
 class SystemState {
  public:
   SystemState(Statehub::Store &store, Pax::AddressFamily family);
   SystemState(const SystemState &) = delete;
   SystemState &operator=(const SystemState &) = delete;
 
-  /// What PIM has in a VRF that it runs in.
+  /// What PIM has in a VRF in which it runs.
   struct Services {
     Kiv::Ptr<Ip::AllIntfStatusDir> interfaces;  ///< all known
     Kiv::Ptr<Pim::Status> pimStatus;
@@ -26,14 +28,16 @@ class SystemState {
   /// come and go.
   void vrfIs(const L3::VrfName &vrf, const Pax::NamespaceName &namespaceName = {});
   void namespaceExistsIs(const L3::VrfName &vrf, bool exists);
-  /// PIM runs in the VRF: counts as enabled when everything else is published. Withdrawn in reverse, which
-  /// stops an agent there in silence.
+  /// PIM runs in the VRF: it is enabled there once everything else is published. Withdrawn in reverse, which
+  /// stops an agent there without a goodbye.
   void pimIs(const L3::VrfName &vrf, const Services &services);
   void pimDel(const L3::VrfName &vrf);
-  /// The VRF leaves the configuration, and its own goes first: where an agent runs there, candidates say
-  /// goodbye. The port still has to send then, to neighbours that know us.
+  /// Null while PIM does not run in the VRF.
+  const Services *services(const L3::VrfName &vrf) const;
+  /// The VRF leaves the configuration. Its candidates go first, and say goodbye where an agent runs there, so the
+  /// port still has to send then, to neighbours that know us.
   void vrfDel(const L3::VrfName &vrf);
-  /// Of a redundant pair of controllers, this is the standby one, or the active one.
+  /// Whether this is the standby controller of a redundant pair, or the active one.
   void standbyIs(bool standby);
 
   const Pax::AddressFamily af;
@@ -60,6 +64,7 @@ class SystemState {
 
   Statehub::Store &store_;
   const MountPaths paths_;
+  std::map<L3::VrfName, Services> services_;
 };
 
 }  // namespace Routing::Pim::Bsr

@@ -29,6 +29,13 @@ namespace {
 
 using namespace Routing::Pim::Bsr;
 
+// A simulated router has PIM on all of them.
+std::vector<Pax::IntfId> interfacesOf(Sim::Router &router) {
+  std::vector<Pax::IntfId> interfaces;
+  for (const Sim::Intf &intf : router.intfs()) interfaces.push_back(intf.intfId());
+  return interfaces;
+}
+
 class Simulation {
  public:
   explicit Simulation(Pax::AddressFamily family) : network_(family, 1) {}
@@ -39,7 +46,6 @@ class Simulation {
   void routerIs(const std::string &vrf, const std::string &name, const std::string &address);
   void start(const std::string &name, const std::string &file);
   void show(const std::string &name, const std::string &noun);
-  VrfView viewOf(Sim::Host &host, Sim::Router &router) const;
 
   static std::string nameIn(const std::string &vrf, const std::string &name) { return name + " of " + vrf; }
   Sim::Host &host(const std::string &name) {
@@ -70,7 +76,7 @@ void Simulation::act(const std::string &verb, std::istream &arguments) {
   } else if (verb == "link" && arguments >> first >> second >> third) {
     network_.linkIs(first + ": " + second + " - " + third, {nameIn(first, second), nameIn(first, third)});
   } else {
-    throw std::invalid_argument("not understood");
+    throw std::invalid_argument("cannot understand it");
   }
 }
 
@@ -90,12 +96,9 @@ void Simulation::start(const std::string &name, const std::string &file) {
   const LoadedConfiguration loaded = configurationFromFile(file, network_.af());
   if (!loaded.good()) throw std::invalid_argument(toText(file, loaded.findings.errors.front()));
   for (Sim::Router *router : started.vrfs()) {
-    std::vector<Pax::IntfId> interfaces;
-    for (const Sim::Intf &intf : router->intfs()) interfaces.push_back(intf.intfId());
     const auto pim = loaded.configuration.pim.find(router->vrf());
-    // A simulated router has PIM on all its interfaces.
-    if (pim == loaded.configuration.pim.end() || pim->second.interfaces != interfaces) {
-      throw std::invalid_argument(file + ": has not the interfaces of VRF " + router->vrf());
+    if (pim == loaded.configuration.pim.end() || pim->second.interfaces != interfacesOf(*router)) {
+      throw std::invalid_argument(file + ": the interfaces are not those of VRF " + router->vrf());
     }
   }
   configurationApply(loaded.configuration, *started.system().configColl, *started.system().aclCli);
@@ -104,35 +107,13 @@ void Simulation::start(const std::string &name, const std::string &file) {
 
 void Simulation::show(const std::string &name, const std::string &noun) {
   std::vector<VrfView> views;
-  for (Sim::Router *router : host(name).vrfs()) views.push_back(viewOf(host(name), *router));
+  Sim::Host &shown = host(name);
+  for (Sim::Router *router : shown.vrfs()) {
+    const ContainerSm *machines = shown.runs() ? shown.agent().containerSm(router->vrf()) : nullptr;
+    views.push_back(viewOf(shown.system(), router->vrf(), machines, network_.time().now(), interfacesOf(*router)));
+  }
   std::sort(views.begin(), views.end(), [](const VrfView &a, const VrfView &b) { return a.vrf < b.vrf; });
   std::cout << rowsOf(noun, views) << std::endl;
-}
-
-VrfView Simulation::viewOf(Sim::Host &host, Sim::Router &router) const {
-  const SystemState &system = host.system();
-  VrfView view;
-  view.vrf = router.vrf();
-  view.af = network_.af();
-  view.now = router.wheel()->now();
-  view.config = system.configColl->vrfConfig(view.vrf);
-  for (const auto &[intfId, config] : system.configColl->intfConfig()) {
-    if (intfId.vrf() == router.vrf()) view.intfConfig.emplace(intfId, config);
-  }
-  for (const Sim::Intf &intf : router.intfs()) view.pimInterfaces.push_back(intf.intfId());
-  view.ipAclConfig = system.aclCli;
-  view.status = system.statusColl->vrfStatus(view.vrf);
-  view.interfaces = router.allIntfStatusDir();
-  if (!host.runs()) return view;
-  view.pimStatus = router.pimStatus();
-  view.packets = &router.port()->counters();
-  if (const ContainerSm *containerSm = host.agent().containerSm(view.vrf)) {
-    view.configSm = &containerSm->configSm();
-    view.bsrSm = &containerSm->bsrSm();
-    view.rpHashSm = &containerSm->rpHashSm();
-    view.bidirRpHashSm = containerSm->bidirRpHashSm();
-  }
-  return view;
 }
 
 }  // namespace
@@ -144,7 +125,7 @@ int main() {
     std::string family, verb;
     words >> family >> verb;
     try {
-      if (family != "4" && family != "6") throw std::invalid_argument("the family is 4 or 6");
+      if (family != "4" && family != "6") throw std::invalid_argument("the family must be 4 or 6");
       (family == "4" ? ipv4 : ipv6).act(verb, words);
     } catch (const std::exception &error) {
       std::cerr << "simulator: " << line << ": " << error.what() << std::endl;

@@ -1,5 +1,7 @@
 #include "view/EntityJson.h"
 
+#include <nlohmann/json.hpp>
+
 namespace Routing::Pim::Bsr {
 
 namespace {

@@ -1,7 +1,7 @@
 /// The generic view of the state store.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string_view>
 
 #include "platform/kiv/Entity.h"

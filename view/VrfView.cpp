@@ -1,0 +1,34 @@
+#include "view/VrfView.h"
+
+#include "agent/ContainerSm.h"
+
+namespace Routing::Pim::Bsr {
+
+VrfView viewOf(const SystemState &system, const L3::VrfName &vrf, const ContainerSm *machines, double now,
+               std::vector<Pax::IntfId> pimInterfaces) {
+  VrfView view;
+  view.vrf = vrf;
+  view.af = system.af;
+  view.now = now;
+  view.config = system.configColl->vrfConfig(vrf);
+  for (const auto &[intfId, config] : system.configColl->intfConfig()) {
+    if (intfId.vrf() == vrf.text()) view.intfConfig.emplace(intfId, config);
+  }
+  view.pimInterfaces = std::move(pimInterfaces);
+  view.ipAclConfig = system.aclCli;
+  view.status = system.statusColl->vrfStatus(vrf);
+  if (const SystemState::Services *services = system.services(vrf)) {
+    view.interfaces = services->interfaces;
+    view.pimStatus = services->pimStatus;
+    view.packets = &services->port->counters();
+  }
+  if (machines) {
+    view.configSm = &machines->configSm();
+    view.bsrSm = &machines->bsrSm();
+    view.rpHashSm = &machines->rpHashSm();
+    view.bidirRpHashSm = machines->bidirRpHashSm();
+  }
+  return view;
+}
+
+}  // namespace Routing::Pim::Bsr
