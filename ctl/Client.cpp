@@ -2,6 +2,7 @@
 
 #include <boost/asio/local/stream_protocol.hpp>
 #include <chrono>
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 
 namespace Control {

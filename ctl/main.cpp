@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <iostream>
+#include <nlohmann/json.hpp>
 #include <thread>
 
 #include "ctl/Client.h"

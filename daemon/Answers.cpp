@@ -1,12 +1,18 @@
 #include "daemon/Answers.h"
 
 #include <array>
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 
 #include "daemon/Options.h"
+#include "daemon/VrfHost.h"
 #include "daemon/control/Nouns.h"
+#include "daemon/control/Request.h"
 #include "daemon/file/Effective.h"
 #include "daemon/file/SystemWarnings.h"
+#include "platform/tracelet/Sinks.h"
+#include "view/Process.h"
+#include "view/Show.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -31,29 +37,48 @@ std::invalid_argument needs(const std::string &verb) {
 
 }  // namespace
 
-struct Answers::Handler {
-  const char *verb;
-  Rows (Answers::*rows)(const Control::Request &request) const;
+// How each verb is answered.
+class Answers::Reply {
+ public:
+  explicit Reply(const Process &process) : process_(process) {}
+
+  Rows to(const Control::Request &request) const;
+
+ private:
+  Rows show(const Control::Request &request) const;
+  Rows reload(const Control::Request &request) const;
+  Rows check(const Control::Request &request) const;
+  Rows clear(const Control::Request &request) const;
+  Rows traceLevels(const Control::Request &request) const;
+  Rows redundancy(const Control::Request &request) const;
+  Rows stage(const Control::Request &request) const;
+  ProcessView processView() const;
+  std::vector<VrfView> views(const std::string &vrf) const;
+
+  const Process &process_;
 };
 
 std::string Answers::reply(std::string_view line) const {
   try {
-    return Control::rowsLine(answer(Control::requestFromLine(line)));
+    return Control::rowsLine(Reply(process_).to(Control::requestFromLine(line)));
   } catch (const std::exception &error) {
     return Control::errorLine(error.what());
   }
 }
 
-Rows Answers::answer(const Control::Request &request) const {
+Rows Answers::Reply::to(const Control::Request &request) const {
   const Control::Verb *verb = Control::verbOf(request.verb);
   if (!verb) throw std::invalid_argument("there is no verb '" + request.verb + "'");
   if (!verb->takesNoun && !*verb->operands && !request.argument.empty()) {
     throw std::invalid_argument("'" + request.verb + "' takes no argument");
   }
+  struct Handler {
+    const char *verb;
+    Rows (Reply::*rows)(const Control::Request &request) const;
+  };
   static constexpr std::array handlers{
-      Handler{"reload", &Answers::reload}, Handler{"check", &Answers::check},
-      Handler{"clear", &Answers::clear},   Handler{"trace", &Answers::traceLevels},
-      Handler{"stage", &Answers::stage},   Handler{"redundancy", &Answers::redundancy},
+      Handler{"reload", &Reply::reload},     Handler{"check", &Reply::check}, Handler{"clear", &Reply::clear},
+      Handler{"trace", &Reply::traceLevels}, Handler{"stage", &Reply::stage}, Handler{"redundancy", &Reply::redundancy},
   };
   for (const Handler &handler : handlers) {
     if (request.verb == handler.verb) return (this->*handler.rows)(request);
@@ -61,7 +86,7 @@ Rows Answers::answer(const Control::Request &request) const {
   return show(request);
 }
 
-Rows Answers::traceLevels(const Control::Request &request) const {
+Rows Answers::Reply::traceLevels(const Control::Request &request) const {
   const std::string &level = request.argument;
   std::string error;
   if (!level.empty() && !traceLevelIs(traceLevelFrom(level), error)) throw std::invalid_argument(error);
@@ -72,7 +97,7 @@ Rows Answers::traceLevels(const Control::Request &request) const {
   return rows;
 }
 
-Rows Answers::show(const Control::Request &request) const {
+Rows Answers::Reply::show(const Control::Request &request) const {
   const std::string &noun = request.noun;
   const Control::Noun *known = Control::nounOf(noun);
   if (!known) throw std::invalid_argument("there is no noun '" + noun + "'");
@@ -85,20 +110,20 @@ Rows Answers::show(const Control::Request &request) const {
   return rowsOf(noun, views(request.vrf), request.argument);
 }
 
-ProcessView Answers::processView() const {
+ProcessView Answers::Reply::processView() const {
   std::map<L3::VrfName, std::string> vrfs;
   for (const auto &[vrf, host] : process_.hosts) vrfs.emplace(vrf, host->reason());
   return {process_.agent, process_.system, process_.store, std::move(vrfs), process_.loading};
 }
 
-Rows Answers::redundancy(const Control::Request &request) const {
+Rows Answers::Reply::redundancy(const Control::Request &request) const {
   const bool standby = request.argument == "standby";
   if (!standby && request.argument != "active") throw needs(request.verb);
   process_.system.standbyIs(standby);
   return Rows::array({{{"redundancy", request.argument}}});
 }
 
-Rows Answers::stage(const Control::Request &request) const {
+Rows Answers::Reply::stage(const Control::Request &request) const {
   const size_t blank = request.argument.find(' ');
   const std::string kind = request.argument.substr(0, blank);
   const std::string name = blank == std::string::npos ? "" : request.argument.substr(blank + 1);
@@ -110,12 +135,12 @@ Rows Answers::stage(const Control::Request &request) const {
   return Rows::array({{{"kind", kind}, {"stage", name}, {"complete", status->completeStage(name)}}});
 }
 
-Rows Answers::reload(const Control::Request &) const {
+Rows Answers::Reply::reload(const Control::Request &) const {
   if (!process_.reload()) throw std::invalid_argument(process_.loading.error);
   return Rows::array();
 }
 
-Rows Answers::check(const Control::Request &) const {
+Rows Answers::Reply::check(const Control::Request &) const {
   const std::string &file = process_.loading.file;
   const Findings findings = configurationForHere(file, process_.system.af).findings;
   std::vector<std::string> lines;
@@ -125,7 +150,7 @@ Rows Answers::check(const Control::Request &) const {
   return rowsOfLines(lines);
 }
 
-Rows Answers::clear(const Control::Request &request) const {
+Rows Answers::Reply::clear(const Control::Request &request) const {
   if (request.argument != "counters") throw needs(request.verb);
   const auto &coll = *process_.system.clearConfigColl;
   bool found = request.vrf.empty();
@@ -138,42 +163,18 @@ Rows Answers::clear(const Control::Request &request) const {
   return Rows::array();
 }
 
-std::vector<VrfView> Answers::views(const std::string &vrf) const {
+std::vector<VrfView> Answers::Reply::views(const std::string &vrf) const {
   std::vector<VrfView> views;
   for (const auto &[name, host] : process_.hosts) {
     if (!vrf.empty() && name.text() != vrf) continue;
-    if (process_.system.statusColl->vrfStatus(name)) views.push_back(view(name, *host));
+    if (!process_.system.statusColl->vrfStatus(name)) continue;
+    const auto pim = process_.configuration.pim.find(name);
+    views.push_back(
+        viewOf(process_.system, name, process_.agent.containerSm(name), process_.clock.now(),
+               pim == process_.configuration.pim.end() ? std::vector<Pax::IntfId>() : pim->second.interfaces));
   }
   if (!vrf.empty() && views.empty()) throw std::invalid_argument("there is no VRF '" + vrf + "'");
   return views;
-}
-
-VrfView Answers::view(const L3::VrfName &vrf, const VrfHost &host) const {
-  const SystemState &system = process_.system;
-  VrfView view;
-  view.vrf = vrf;
-  view.af = system.af;
-  view.now = process_.clock.now();
-  view.config = system.configColl->vrfConfig(vrf);
-  for (const auto &[intfId, config] : system.configColl->intfConfig()) {
-    if (intfId.vrf() == vrf.text()) view.intfConfig.emplace(intfId, config);
-  }
-  const auto pim = process_.configuration.pim.find(vrf);
-  if (pim != process_.configuration.pim.end()) view.pimInterfaces = pim->second.interfaces;
-  view.ipAclConfig = system.aclCli;
-  view.status = system.statusColl->vrfStatus(vrf);
-  if (const auto *platform = host.platform()) {
-    view.interfaces = platform->interfaces();
-    view.pimStatus = platform->pimStatus();
-    view.packets = &platform->port()->counters();
-  }
-  if (const auto *containerSm = process_.agent.containerSm(vrf)) {
-    view.configSm = &containerSm->configSm();
-    view.bsrSm = &containerSm->bsrSm();
-    view.rpHashSm = &containerSm->rpHashSm();
-    view.bidirRpHashSm = containerSm->bidirRpHashSm();
-  }
-  return view;
 }
 
 }  // namespace Routing::Pim::Bsr

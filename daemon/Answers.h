@@ -2,20 +2,35 @@
 #pragma once
 
 #include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
 
-#include "daemon/VrfHost.h"
-#include "daemon/control/Request.h"
-#include "daemon/file/ConfigFile.h"
-#include "platform/tracelet/Sinks.h"
-#include "view/Process.h"
-#include "view/Show.h"
+#include "platform/pax/Ranged.h"
+
+namespace Orb {
+class Clock;
+}
+namespace Statehub {
+class Store;
+}
+namespace Tracelet {
+class RingSink;
+}
 
 namespace Routing::Pim::Bsr {
 
+class Agent;
+class SystemState;
+class VrfHost;
+struct Configuration;
+struct Loading;
+
 using VrfHosts = std::map<L3::VrfName, std::unique_ptr<VrfHost>>;
 
-/// Reads the process that it is asked about and, for the verbs that say so, writes to it. Whatever is
-/// wrong with a request becomes the reply.
+/// Reads the process that it is asked about and, for the verbs that say so, writes to it. Whatever is wrong with a
+/// request becomes the reply. The daemon owns it.
 class Answers {
  public:
   /// The process; all of it outlives the answers.
@@ -39,19 +54,7 @@ class Answers {
   std::string reply(std::string_view line) const;
 
  private:
-  struct Handler;
-
-  Rows answer(const Control::Request &request) const;
-  Rows show(const Control::Request &request) const;
-  Rows reload(const Control::Request &request) const;
-  Rows check(const Control::Request &request) const;
-  Rows clear(const Control::Request &request) const;
-  Rows traceLevels(const Control::Request &request) const;
-  Rows redundancy(const Control::Request &request) const;
-  Rows stage(const Control::Request &request) const;
-  ProcessView processView() const;
-  VrfView view(const L3::VrfName &vrf, const VrfHost &host) const;
-  std::vector<VrfView> views(const std::string &vrf) const;
+  class Reply;
 
   const Process process_;
 };

@@ -3,11 +3,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/local/stream_protocol.hpp>
 #include <boost/asio/read_until.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <boost/asio/write.hpp>
 #include <chrono>
 #include <filesystem>
 #include <stdexcept>
+#include <vector>
 
 #include "daemon/control/Request.h"
 
@@ -26,12 +30,12 @@ std::runtime_error failure(const std::string &path, const std::string &what) {
   return std::runtime_error("control socket " + path + ": " + what);
 }
 
-/// Whether an agent answers there.
+// Whether an agent listens there.
 bool isAlive(asio::io_context &context, const std::string &path) {
   Socket probe(context);
   error_code error;
   probe.connect(path, error);
-  // A full queue of a busy agent counts: try_again.
+  // A busy agent whose queue is full: try_again.
   return !error || error == asio::error::try_again || error == asio::error::would_block;
 }
 
@@ -41,14 +45,14 @@ void makeRoom(asio::io_context &context, const std::string &path) {
   if (!directory.empty()) std::filesystem::create_directories(directory, ignored);
   const auto status = std::filesystem::symlink_status(path, ignored);
   if (!std::filesystem::exists(status)) return;
-  if (!std::filesystem::is_socket(status)) throw failure(path, "there is a file of that name that is no socket");
+  if (!std::filesystem::is_socket(status)) throw failure(path, "a file of that name exists and is not a socket");
   if (isAlive(context, path)) throw failure(path, "another agent is listening there");
   ::unlink(path.c_str());
 }
 
 }  // namespace
 
-/// One client. Lives as long as something is under way for it.
+// One client. Lives as long as an operation is under way for it.
 class ControlServer::Session : public std::enable_shared_from_this<Session> {
  public:
   Session(Socket socket, std::shared_ptr<const Handler> handler)
@@ -101,25 +105,53 @@ class ControlServer::Session : public std::enable_shared_from_this<Session> {
   std::string output_;
 };
 
+// The listening socket and its clients. Operations that are under way hold it weakly.
+class ControlServer::Listener : public std::enable_shared_from_this<Listener> {
+ public:
+  Listener(asio::io_context &context, const std::string &path, Handler handler)
+      : path_(path),
+        handler_(std::make_shared<const Handler>(std::move(handler))),
+        acceptor_(context),
+        pause_(context) {}
+
+  void listen();
+  void accept();
+  void close();
+
+ private:
+  void serve(Socket socket);
+
+  const std::string path_;
+  const std::shared_ptr<const Handler> handler_;
+  asio::local::stream_protocol::acceptor acceptor_;
+  asio::steady_timer pause_;  // after an accept that failed, for want of descriptors say
+  std::vector<std::weak_ptr<Session>> sessions_;
+  dev_t device_ = 0;  // these two tell our socket from another one of its name
+  ino_t inode_ = 0;
+};
+
 ControlServer::ControlServer(asio::io_context &context, const std::string &path, Handler handler)
-    : path_(path), handler_(std::make_shared<const Handler>(std::move(handler))), acceptor_(context), pause_(context) {
+    : listener_(std::make_shared<Listener>(context, path, std::move(handler))) {
   makeRoom(context, path);
-  listen();
-  accept();
+  listener_->listen();
+  listener_->accept();
 }
 
-ControlServer::~ControlServer() {
+ControlServer::~ControlServer() { listener_->close(); }
+
+void ControlServer::Listener::close() {
   for (const auto &weak : sessions_) {
     if (const auto session = weak.lock()) session->close();
   }
   error_code ignored;
   acceptor_.close(ignored);
+  pause_.cancel();
   struct stat now {};
   if (::lstat(path_.c_str(), &now) == 0 && now.st_dev == device_ && now.st_ino == inode_) ::unlink(path_.c_str());
 }
 
-void ControlServer::listen() {
-  // Nobody else may connect, not even between bind and chmod.
+void ControlServer::Listener::listen() {
+  // The file is made with its mode, so that nobody else may connect, not even for a moment.
   const mode_t before = ::umask(0117);
   try {
     acceptor_.open();
@@ -137,21 +169,23 @@ void ControlServer::listen() {
   }
 }
 
-void ControlServer::accept() {
-  acceptor_.async_accept([this, alive = std::weak_ptr(alive_)](const error_code &error, Socket socket) {
-    if (alive.expired() || error == asio::error::operation_aborted) return;
+void ControlServer::Listener::accept() {
+  acceptor_.async_accept([weak = weak_from_this()](const error_code &error, Socket socket) {
+    const auto self = weak.lock();
+    if (!self || error == asio::error::operation_aborted) return;
     if (!error) {
-      serve(std::move(socket));
-      return accept();
+      self->serve(std::move(socket));
+      return self->accept();
     }
-    pause_.expires_after(std::chrono::seconds(1));
-    pause_.async_wait([this, alive](const error_code &cancelled) {
-      if (!cancelled && !alive.expired()) accept();
+    self->pause_.expires_after(std::chrono::seconds(1));
+    self->pause_.async_wait([weak](const error_code &cancelled) {
+      const auto waiting = weak.lock();
+      if (waiting && !cancelled) waiting->accept();
     });
   });
 }
 
-void ControlServer::serve(Socket socket) {
+void ControlServer::Listener::serve(Socket socket) {
   std::erase_if(sessions_, [](const auto &session) { return session.expired(); });
   if (sessions_.size() >= mostClients) return;  // closes it
   const auto session = std::make_shared<Session>(std::move(socket), handler_);

@@ -1,22 +1,20 @@
-/// The control socket: requests in, replies out, a line each.
+/// The control socket: a line in is a request, a line out the reply.
 #pragma once
 
-#include <sys/types.h>
-
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/local/stream_protocol.hpp>
-#include <boost/asio/steady_timer.hpp>
 #include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
+
+namespace boost::asio {
+class io_context;
+}
 
 namespace Routing::Pim::Bsr {
 
-/// Listens on a Unix stream socket that owner and group may use. Clients are served on the loop and
-/// cannot hold it up: one that is slow, silent or half-closed has a deadline, one whose line is too
-/// long is told so and dropped, and only so many are served at a time.
+/// Listens on a Unix stream socket that owner and group may use. Clients are served on the loop and cannot hold it
+/// up: one that is slow, silent or half-closed has a deadline, one whose line is too long is told so and dropped, and
+/// only so many are served at a time. The daemon owns it; it knows nothing of what is asked.
 class ControlServer {
  public:
   /// Gives the reply line to a request line, both without newline. Must not throw.
@@ -34,19 +32,9 @@ class ControlServer {
 
  private:
   class Session;
+  class Listener;
 
-  void listen();
-  void accept();
-  void serve(boost::asio::local::stream_protocol::socket socket);
-
-  const std::string path_;
-  const std::shared_ptr<const Handler> handler_;
-  boost::asio::local::stream_protocol::acceptor acceptor_;
-  boost::asio::steady_timer pause_;  // after an accept that failed, for want of descriptors say
-  std::vector<std::weak_ptr<Session>> sessions_;
-  const std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);  // for what is still queued in the loop
-  dev_t device_ = 0;                                                  // which file is ours
-  ino_t inode_ = 0;
+  const std::shared_ptr<Listener> listener_;
 };
 
 }  // namespace Routing::Pim::Bsr

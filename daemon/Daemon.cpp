@@ -1,12 +1,22 @@
 #include "daemon/Daemon.h"
 
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/signal_set.hpp>
 #include <csignal>
 #include <ctime>
+#include <optional>
 #include <random>
 #include <stdexcept>
 
+#include "agent/Agent.h"
+#include "daemon/Answers.h"
+#include "daemon/ControlServer.h"
+#include "daemon/VrfHost.h"
 #include "daemon/file/ConfigApply.h"
 #include "daemon/file/SystemWarnings.h"
+#include "daemon/state/StateFile.h"
+#include "platform/tracelet/Sinks.h"
+#include "view/Process.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -16,7 +26,7 @@ Tracelet::Module trace("Pim::Bsr::Daemon");
 
 constexpr size_t logLines = 1000;
 
-/// The time of day, as "2024-05-01T12:34:56Z".
+// The time of day, as "2024-05-01T12:34:56Z".
 std::string timestamp() {
   const std::time_t now = std::time(nullptr);
   std::tm utc{};
@@ -27,92 +37,127 @@ std::string timestamp() {
 
 }  // namespace
 
+// What the daemon owns, in the order in which it is made.
+struct Daemon::Process {
+  Process(Daemon &daemon, Pax::AddressFamily af, const Options &given)
+      : family(af),
+        options(given),
+        watcher(loop),
+        random(std::random_device()()),
+        wheel(Kiv::make<Orb::TimerWheel>(loop, loop)),
+        system(store, af),
+        signals(loop.context(), SIGTERM, SIGINT, SIGHUP),
+        agent(makeAgent(af, {store, loop, loop, random})),
+        stateFile({given.state, af, StateFile::thisBoot()}, {system.statusColl, system.rpCandidateStatusColl}, loop,
+                  wheel),
+        answers(
+            {loop, store, system, hosts, *agent, loading, configuration, log, [&daemon] { return daemon.reload(); }}) {
+    loading.file = given.config;
+  }
+
+  const Pax::AddressFamily family;
+  const Options options;
+  Tracelet::RingSink log{logLines};
+  Linux::EventLoop loop;
+  Linux::NamespaceWatcher watcher;
+  Orb::Random random;
+  const Kiv::Ptr<Orb::TimerWheel> wheel;
+  Statehub::Store store;
+  SystemState system;
+  boost::asio::signal_set signals;
+  std::optional<ControlServer> control;
+  Configuration configuration;
+  Loading loading;
+  VrfHosts hosts;
+  std::unique_ptr<Agent> agent;
+  StateFile stateFile;
+  Answers answers;
+};
+
 Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configuration &configuration)
-    : family_(family),
-      options_(options),
-      log_(logLines),
-      watcher_(loop_),
-      random_(std::random_device()()),
-      wheel_(Kiv::make<Orb::TimerWheel>(loop_, loop_)),
-      system_(store_, family),
-      signals_(loop_.context(), SIGTERM, SIGINT, SIGHUP),
-      agent_(makeAgent(family, {store_, loop_, loop_, random_})),
-      stateFile_({options.state, family, StateFile::thisBoot()}, {system_.statusColl, system_.rpCandidateStatusColl},
-                 loop_, wheel_),
-      answers_({loop_, store_, system_, hosts_, *agent_, loading_, configuration_, log_, [this] { return reload(); }}) {
-  Tracelet::Registry::instance().sinkAdd(log_);
-  control_.emplace(loop_.context(), options.socket, [this](std::string_view line) { return reply(line); });
-  loading_.file = options.config;
-  if (options_.standby) system_.standbyIs(true);  // before anything could be sent
+    : process_(std::make_unique<Process>(*this, family, options)) {
+  Tracelet::Registry::instance().sinkAdd(process_->log);
+  process_->control.emplace(process_->loop.context(), options.socket,
+                            [this](std::string_view line) { return reply(line); });
+  if (options.standby) process_->system.standbyIs(true);  // before anything could be sent
   apply(configuration);
-  for (const auto &[vrf, host] : hosts_) {
+  for (const auto &[vrf, host] : process_->hosts) {
     if (host->isForbidden()) throw std::runtime_error("VRF " + vrf.text() + ": " + host->reason());
   }
-  stateFile_.load();
-  agent_->doInit();
+  process_->stateFile.load();
+  process_->agent->doInit();
   awaitSignal();
-  TRACELET(trace, 3, "Started with " << hosts_.size() << " VRFs");
+  TRACELET(trace, 3, "Started with " << process_->hosts.size() << " VRFs");
 }
 
 Daemon::~Daemon() {
   TRACELET(trace, 3, "Stopping");
-  control_.reset();
-  stateFile_.save();
-  agent_.reset();
-  hosts_.clear();
+  process_->control.reset();
+  process_->stateFile.save();
+  process_->agent.reset();
+  process_->hosts.clear();
 }
 
+void Daemon::run() { process_->loop.run(); }
+
+Linux::EventLoop &Daemon::loop() { return process_->loop; }
+
+std::string Daemon::reply(std::string_view line) const { return process_->answers.reply(line); }
+
+const ConfigColl &Daemon::configColl() const { return *process_->system.configColl; }
+
+const Configuration &Daemon::configuration() const { return process_->configuration; }
+
 void Daemon::awaitSignal() {
-  signals_.async_wait([this](const boost::system::error_code &error, int signal) {
+  process_->signals.async_wait([this](const boost::system::error_code &error, int signal) {
     if (error) return;
-    if (signal != SIGHUP) return stop();
+    if (signal != SIGHUP) return process_->loop.stop();
     reload();
     awaitSignal();
   });
 }
 
 bool Daemon::reload() {
-  const LoadedConfiguration loaded = configurationForHere(options_.config, family_);
+  const std::string &file = process_->options.config;
+  const LoadedConfiguration loaded = configurationForHere(file, process_->family);
   if (!loaded.good()) {
-    loading_.error.clear();
+    std::string &errors = process_->loading.error;
+    errors.clear();
     for (const Finding &error : loaded.findings.errors) {
-      const std::string line = toText(options_.config, error);
+      const std::string line = toText(file, error);
       TRACELET(trace, 1, line);
-      loading_.error += (loading_.error.empty() ? "" : "\n") + line;
+      errors += (errors.empty() ? "" : "\n") + line;
     }
     TRACELET(trace, 1, "The configuration stays as it was");
     return false;
   }
   for (const Finding &warning : loaded.findings.warnings) {
-    TRACELET(trace, 2, "warning: " << toText(options_.config, warning));
+    TRACELET(trace, 2, "warning: " << toText(file, warning));
   }
   apply(loaded.configuration);
-  TRACELET(trace, 3, "Configuration loaded from " << options_.config);
+  TRACELET(trace, 3, "Configuration loaded from " << file);
   return true;
 }
 
 // VRFs that go do so first: another may take over their namespace.
 void Daemon::apply(const Configuration &configuration) {
-  for (const auto &[vrf, pim] : std::exchange(configuration_, configuration).pim) {
-    if (!configuration_.pim.contains(vrf)) vrfDel(vrf);
+  Process &process = *process_;
+  for (const auto &[vrf, pim] : std::exchange(process.configuration, configuration).pim) {
+    if (configuration.pim.contains(vrf)) continue;
+    process.system.vrfDel(vrf);  // the agent says goodbye there, and then PIM does
+    process.hosts.erase(vrf);
   }
-  configurationApply(configuration_, *system_.configColl, *system_.aclCli);
-  loading_.at = timestamp();
-  loading_.error.clear();
-  const VrfHost::Process process{loop_, watcher_, wheel_, random_, system_};
-  for (const auto &[vrf, pim] : configuration_.pim) {
-    if (const auto host = hosts_.find(vrf); host != hosts_.end()) {
+  configurationApply(configuration, *process.system.configColl, *process.system.aclCli);
+  process.loading.at = timestamp();
+  process.loading.error.clear();
+  const VrfHost::Process shared{process.loop, process.watcher, process.wheel, process.random, process.system};
+  for (const auto &[vrf, pim] : configuration.pim) {
+    if (const auto host = process.hosts.find(vrf); host != process.hosts.end()) {
       host->second->pimIs(pim);
     } else {
-      hosts_.emplace(vrf, std::make_unique<VrfHost>(process, vrf, pim));
+      process.hosts.emplace(vrf, std::make_unique<VrfHost>(shared, vrf, pim));
     }
   }
-}
-
-// The agent says goodbye there, then PIM does.
-void Daemon::vrfDel(const L3::VrfName &vrf) {
-  system_.vrfDel(vrf);
-  hosts_.erase(vrf);
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -7,6 +7,7 @@
 #include "daemon/control/Defaults.h"
 #include "daemon/file/Schema.h"
 #include "daemon/file/SystemWarnings.h"
+#include "platform/tracelet/Sinks.h"
 
 namespace Routing::Pim::Bsr {
 

@@ -21,7 +21,7 @@ bool contains(const std::vector<Pax::IntfId> &interfaces, const Pax::IntfId &int
 }  // namespace
 
 VrfHost::VrfHost(const Process &process, const L3::VrfName &vrf, const PimVrf &pim)
-    : process_(process), vrf_(vrf), pim_(pim), retry_(*this, process.wheel) {
+    : process_(process), vrf_(vrf), pim_(pim), retry_(process.wheel, *this) {
   process_.system.vrfIs(vrf_, pim_.networkNamespace);
   open();
 }

@@ -8,6 +8,7 @@
 #include "agent/SystemState.h"
 #include "daemon/file/Configuration.h"
 #include "platform/linux/VrfPlatform.h"
+#include "platform/orb/TimerFor.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -44,15 +45,6 @@ class VrfHost {
   bool isForbidden() const { return forbidden_; }
 
  private:
-  class Retry : public Orb::Timer {
-   public:
-    Retry(VrfHost &host, const Kiv::Ptr<Orb::TimerWheel> &wheel) : Timer(wheel), host_(host) {}
-    void onTime() override { host_.open(); }
-
-   private:
-    VrfHost &host_;
-  };
-
   void open();
   void close();
   void publish();
@@ -66,7 +58,7 @@ class VrfHost {
   std::string reason_;
   bool forbidden_ = false;
   std::optional<Linux::NamespaceWatcher::Watched> awaited_;
-  Retry retry_;
+  Orb::TimerFor<&VrfHost::open> retry_;
   std::unique_ptr<Linux::VrfPlatform> platform_;
 };
 

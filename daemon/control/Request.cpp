@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 
 namespace Control {
@@ -34,14 +35,14 @@ std::string toLine(const Request &request) {
 
 Request requestFromLine(std::string_view line) {
   const Rows json = Rows::parse(line, nullptr, false);
-  if (!json.is_object()) throw std::invalid_argument("a request is one line with a JSON object");
+  if (!json.is_object()) throw std::invalid_argument("a request must be a JSON object on one line");
   Request request;
   for (const auto &member : json.items()) {
     const std::string &name = member.key();
     const auto field =
         std::find_if(fields.begin(), fields.end(), [&](const Field &known) { return name == known.name; });
     if (field == fields.end()) throw std::invalid_argument("a request has no member \"" + name + "\"");
-    if (!member.value().is_string()) throw std::invalid_argument("\"" + name + "\" is no text");
+    if (!member.value().is_string()) throw std::invalid_argument("\"" + name + "\" must be a string");
     request.*field->text = member.value().get<std::string>();
   }
   if (request.verb.empty()) throw std::invalid_argument("a request needs a verb");
@@ -66,7 +67,7 @@ Rows rowsFromLine(std::string_view line) {
     throw std::runtime_error(json["error"].get<std::string>());
   }
   if (!json.is_object() || !json.contains("rows") || !json["rows"].is_array()) {
-    throw std::runtime_error("the agent's reply is not understood");
+    throw std::runtime_error("cannot understand the agent's reply");
   }
   return std::move(json["rows"]);
 }

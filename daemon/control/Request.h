@@ -1,11 +1,10 @@
-/// The control protocol: on a Unix stream socket, a line of JSON a request and a line a reply, as
-/// often as the client likes.
+/// The control protocol: on a Unix stream socket, each request is a line of JSON, and so is each reply.
 ///
-///   {"verb": "show", "noun": "bsr", "vrf": "blue", "argument": "..."}    all but `verb` optional
+///   {"verb": "show", "noun": "bsr", "vrf": "blue", "argument": "..."}    only `verb` is required
 ///   {"rows": [{...}, ...]}  or  {"error": "..."}
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 

@@ -6,9 +6,11 @@
 #include <fstream>
 #include <map>
 #include <memory>
+#include <nlohmann/json.hpp>
 
-#include "agent/MountPaths.h"
 #include "daemon/state/SavedStatus.h"
+#include "platform/kiv/ReactorOf.h"
+#include "platform/system/AgentName.h"
 #include "platform/tracelet/Tracelet.h"
 #include "view/EntityJson.h"
 
@@ -22,7 +24,7 @@ namespace fs = std::filesystem;
 
 constexpr double saveInterval = 5;
 
-/// A device is neither read nor replaced.
+// A device is neither read nor replaced.
 bool isOther(const std::string &path) {
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
@@ -31,47 +33,38 @@ bool isOther(const std::string &path) {
 
 }  // namespace
 
-/// Hears of changes, also of VRFs that come later.
-class StateFile::KivStatusColl : public StatusColl::Notifiee {
+// Hears of changes, also of VRFs that come later.
+class StateFile::KivStatusColl : public Kiv::ReactorOf<StatusColl, StateFile> {
  public:
-  explicit KivStatusColl(StateFile &file) : file_(file) {
-    notifierIs(file.contents_.statusColl);
+  KivStatusColl(StateFile &file, const Kiv::Ptr<const StatusColl> &statusColl) : ReactorOf(file, statusColl) {
     notifierReplay();
   }
   void onVrfStatus(const L3::VrfName &vrf) override {
     vrf_.erase(vrf);
-    if (const auto status = notifier()->vrfStatus(vrf)) vrf_[vrf] = std::make_unique<KivStatus>(file_, status);
-    file_.handleChange();
+    if (const auto status = notifier()->vrfStatus(vrf)) vrf_[vrf] = std::make_unique<KivStatus>(owner_, status);
+    owner_.handleChange();
   }
 
  private:
-  /// Messages that were taken, and our own.
-  class KivCounters : public PimBsrCounters::Notifiee {
-   public:
-    explicit KivCounters(StateFile &file) : file_(file) {}
-    void onRxSuccess() override { file_.handleChange(); }
-    void onTxSuccess() override { file_.handleChange(); }
-
-   private:
-    StateFile &file_;
+  // Messages that were accepted, and our own.
+  struct KivCounters : Kiv::ReactorOf<PimBsrCounters, StateFile> {
+    using ReactorOf::ReactorOf;
+    void onRxSuccess() override { owner_.handleChange(); }
+    void onTxSuccess() override { owner_.handleChange(); }
   };
-  class KivStatus : public Status::Notifiee {
+  class KivStatus : public Kiv::ReactorOf<Status, StateFile> {
    public:
-    KivStatus(StateFile &file, const Kiv::Ptr<const Status> &status) : file_(file), kivCounters_(file) {
-      notifierIs(status);
-      kivCounters_.notifierIs(status->counters());
-    }
+    KivStatus(StateFile &file, const Kiv::Ptr<const Status> &status)
+        : ReactorOf(file, status), kivCounters_(file, status->counters()) {}
     void onCounters() override { kivCounters_.notifierIs(notifier()->counters()); }
-    void onBootstrapRouter(const Pax::IpGenPrefix &) override { file_.handleChange(); }
-    void onCrpStatus(const Pax::IpGenPrefix &) override { file_.handleChange(); }
-    void onCbsr(const Pax::IpGenPrefix &) override { file_.handleChange(); }
+    void onBootstrapRouter(const Pax::IpGenPrefix &) override { owner_.handleChange(); }
+    void onCrpStatus(const Pax::IpGenPrefix &) override { owner_.handleChange(); }
+    void onCbsr(const Pax::IpGenPrefix &) override { owner_.handleChange(); }
 
    private:
-    StateFile &file_;
     KivCounters kivCounters_;
   };
 
-  StateFile &file_;
   std::map<L3::VrfName, std::unique_ptr<KivStatus>> vrf_;
 };
 
@@ -80,8 +73,8 @@ StateFile::StateFile(Identity identity, const Contents &contents, const Orb::Clo
     : identity_(std::move(identity)),
       contents_(contents),
       clock_(clock),
-      timer_(*this, wheel),
-      kivStatusColl_(std::make_unique<KivStatusColl>(*this)) {}
+      timer_(wheel, *this),
+      kivStatusColl_(std::make_unique<KivStatusColl>(*this, contents.statusColl)) {}
 
 StateFile::~StateFile() = default;
 
@@ -101,13 +94,13 @@ void StateFile::load() {
   std::ifstream file;
   if (!isOther(identity_.path)) file.open(identity_.path);
   if (!file.is_open()) {
-    TRACELET(trace, 3, "There is no state to be read in " << identity_.path);
+    TRACELET(trace, 3, "There is no saved state in " << identity_.path);
     return;
   }
   try {
     const auto json = nlohmann::json::parse(file);
-    if (json.at("agent") != agentName(identity_.af)) throw Kiv::RangeError("it is of another agent");
-    if (identity_.boot.empty() || json.at("boot") != identity_.boot) throw Kiv::RangeError("it is of another boot");
+    if (json.at("agent") != agentName(identity_.af)) throw Kiv::RangeError("another agent wrote it");
+    if (identity_.boot.empty() || json.at("boot") != identity_.boot) throw Kiv::RangeError("it is from another boot");
     // Into a copy first: a file is taken whole or not at all.
     read(json, {Kiv::make<StatusColl>(), Kiv::make<RpCandidateStatusColl>()});
     read(json, contents_);
@@ -153,7 +146,7 @@ void StateFile::save() {
 
 // What went wrong; empty when nothing did.
 std::string StateFile::write(const std::string &text) const {
-  if (isOther(identity_.path)) return "it is no regular file";
+  if (isOther(identity_.path)) return "it is not a regular file";
   const std::string fresh = identity_.path + ".new";
   try {
     const fs::path directory = fs::path(identity_.path).parent_path();

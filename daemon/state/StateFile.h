@@ -1,23 +1,23 @@
 /// The state file: what the agent has learned, kept through a restart or a crash of its process.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 
 #include "model/Status.h"
-#include "platform/orb/TimerWheel.h"
+#include "platform/orb/TimerFor.h"
 #include "platform/pim/PimSystem.h"
 
 namespace Routing::Pim::Bsr {
 
-/// Holds of each VRF the elected BSRs, the RPs learned and published, and its own elections, in the form of
-/// the generic view of the store; the rest of the status follows from the configuration. Its times are
-/// of the boot clock, so it counts for one boot of the machine only, and for agents in one network
-/// namespace: another one's interfaces have other neighbours.
+/// Holds for each VRF the elected BSRs, the RPs learned and published, and the elections that this router won, in
+/// the form in which `show state` shows them; the rest of the status follows from the configuration. Times are those
+/// of the boot clock, so a file is good for one boot of the machine only, and for one network namespace: the
+/// interfaces of another one have other neighbours.
 ///
-/// It is written, under another name first, on save() and after changes, at most every five seconds.
-/// Changes come with messages or with a BSR's end and are noticed by these; RPs that expire in between
-/// expire after a load, too.
+/// It is written, under another name first, on save() and after changes, at most every five seconds. What is watched
+/// are the messages and the coming and going of BSRs and zones; RPs that expire in between expire after a load, too.
+/// The daemon owns it. Only load() writes to the status.
 class StateFile {
  public:
   struct Identity {
@@ -38,8 +38,8 @@ class StateFile {
   StateFile(const StateFile &) = delete;
   StateFile &operator=(const StateFile &) = delete;
 
-  /// Writes what the file has into the status, before an agent runs on it. A file that cannot be used
-  /// as a whole is ignored, with a trace.
+  /// Writes what the file has into the status, before an agent runs on it. A file of which any part is
+  /// not usable is ignored, with a trace.
   void load();
   /// Writes the file if it would change. The first of several failures is traced.
   void save();
@@ -49,14 +49,6 @@ class StateFile {
 
  private:
   class KivStatusColl;
-  class SaveTimer : public Orb::Timer {
-   public:
-    SaveTimer(StateFile &file, const Kiv::Ptr<Orb::TimerWheel> &wheel) : Timer(wheel), file_(file) {}
-    void onTime() override { file_.save(); }
-
-   private:
-    StateFile &file_;
-  };
 
   void handleChange();
   void read(const nlohmann::json &json, const Contents &contents) const;
@@ -66,7 +58,7 @@ class StateFile {
   const Identity identity_;
   const Contents contents_;
   const Orb::Clock &clock_;
-  SaveTimer timer_;
+  Orb::TimerFor<&StateFile::save> timer_;
   double savedAt_ = 0;
   std::string saved_;
   bool failed_ = false;

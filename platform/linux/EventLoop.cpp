@@ -4,6 +4,7 @@
 #include <time.h>
 
 #include <algorithm>
+#include <boost/asio/io_context.hpp>
 #include <cmath>
 
 #include "platform/linux/Descriptor.h"
@@ -39,8 +40,8 @@ itimerspec timerSetting(double time) {
 
 }  // namespace
 
-EventLoop::EventLoop() : context_(1), timer_(newTimer()) {
-  timerWatch_ = std::make_unique<Watch>(context_, timer_.number(), [this] { runWheels(); });
+EventLoop::EventLoop() : context_(std::make_unique<boost::asio::io_context>(1)), timer_(newTimer()) {
+  timerWatch_ = std::make_unique<Watch>(*context_, timer_.number(), [this] { runWheels(); });
 }
 
 EventLoop::~EventLoop() = default;
@@ -50,8 +51,8 @@ bool EventLoop::turn() {
   setTimer();
   inTurn_ = true;
   cached_ = 0;
-  context_.restart();
-  context_.run_one();
+  context_->restart();
+  context_->run_one();
   inTurn_ = false;
   return !stopped_;
 }

@@ -1,7 +1,6 @@
 /// The loop of the process: packets, timers, kernel events and operator requests, one at a time.
 #pragma once
 
-#include <boost/asio/io_context.hpp>
 #include <memory>
 #include <set>
 #include <unordered_map>
@@ -15,15 +14,15 @@ namespace Linux {
 
 /// Runs everything on the calling thread. Its clock is the boot clock, which goes on through
 /// restarts of the program and suspends of the machine; within one turn it stands still, so reading
-/// it is cheap. One timerfd on the same clock serves all timer wheels. At rest it sleeps in the
-/// kernel. It outlives whatever it serves.
+/// it is cheap. One timerfd on the same clock serves all timer wheels. While there is nothing to do it
+/// sleeps in the kernel. Whoever runs the process owns it, and it outlives whatever it serves.
 class EventLoop : public Orb::Clock, public Orb::Waker {
  public:
   EventLoop();
   ~EventLoop() override;
 
   /// For what belongs to Asio: signals, local sockets. Only turn() and run() may run it.
-  boost::asio::io_context &context() { return context_; }
+  boost::asio::io_context &context() { return *context_; }
 
   /// Waits for one event and handles it. False when the loop was stopped.
   bool turn();
@@ -39,7 +38,7 @@ class EventLoop : public Orb::Clock, public Orb::Waker {
   void runWheels();
   void setTimer();
 
-  boost::asio::io_context context_;
+  const std::unique_ptr<boost::asio::io_context> context_;
   const Descriptor timer_;  // the timerfd
   std::unique_ptr<Watch> timerWatch_;
   std::set<std::pair<double, Orb::TimerWheel *>> order_;

@@ -3,7 +3,6 @@
 #include <sys/inotify.h>
 
 #include <array>
-#include <chrono>
 #include <vector>
 
 #include "platform/linux/Namespace.h"
@@ -28,14 +27,16 @@ bool isUnfinished(const std::string &path) { return access(path.c_str(), F_OK) =
 }  // namespace
 
 NamespaceWatcher::NamespaceWatcher(EventLoop &loop)
-    : inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)), retry_(loop.context()) {
+    : loop_(loop),
+      inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)),
+      retry_(Kiv::make<Orb::TimerWheel>(loop, loop), *this) {
   if (!inotify_) throw systemError("inotify_init1");
   watch_.emplace(loop.context(), inotify_.number(), [this] { read(); });
 }
 
 NamespaceWatcher::~NamespaceWatcher() = default;
 
-// A directory that is not there yet (/run/netns before the first namespace) is waited for in its
+// A directory that does not exist yet (/run/netns before the first namespace) is waited for in its
 // parent, for one event at a time: other things come and go in there too.
 void NamespaceWatcher::watchDirectory(const std::string &directory) const {
   const auto watch = [this](const std::string &path, uint32_t more) {
@@ -56,8 +57,8 @@ void NamespaceWatcher::read() {
   check();
 }
 
-// Names are few and events rare, so any event has every name looked at: what counts is the namespace
-// that stands behind a name now, not the road there (which an overflow of the queue may hide).
+// Names are few and events rare, so any event has every name looked at: what matters is which namespace
+// has the name now, not what happened in between (which an overflow of the queue may hide).
 void NamespaceWatcher::check() {
   const std::weak_ptr<bool> alive = alive_;
   bool unfinished = false;
@@ -98,10 +99,7 @@ void NamespaceWatcher::tell(Watched &watched) {
 
 void NamespaceWatcher::retryLater() {
   if (++retries_ > 100) return;
-  retry_.expires_after(std::chrono::milliseconds(10 * retries_));
-  retry_.async_wait([this, alive = std::weak_ptr(alive_)](const boost::system::error_code &error) {
-    if (!error && !alive.expired()) check();
-  });
+  retry_.timeMinIs(loop_.now() + 0.01 * retries_);
 }
 
 NamespaceWatcher::Watched::Watched(NamespaceWatcher &watcher, const std::string &name, Changed changed)

@@ -1,7 +1,6 @@
-/// Coming and going of named network namespaces.
+/// Named network namespaces, as they come and go.
 #pragma once
 
-#include <boost/asio/steady_timer.hpp>
 #include <functional>
 #include <map>
 #include <memory>
@@ -10,11 +9,12 @@
 
 #include "platform/linux/Descriptor.h"
 #include "platform/linux/EventLoop.h"
+#include "platform/orb/TimerFor.h"
 
 namespace Linux {
 
-/// One per process. A namespace that is deleted lives on while a socket is open in it, so its name is
-/// what is watched. A name that is taken over by another namespace vanishes and appears.
+/// The process owns one. A namespace that is deleted lives on while a socket is open in it, so its name is
+/// what is watched. A name that another namespace takes over vanishes and appears.
 class NamespaceWatcher {
  public:
   /// Throws std::system_error when the kernel grants no inotify descriptor.
@@ -49,9 +49,10 @@ class NamespaceWatcher {
   bool isWatched(const Watched *wanted) const;
   void retryLater();
 
+  const EventLoop &loop_;
   const Descriptor inotify_;
   std::optional<Watch> watch_;
-  boost::asio::steady_timer retry_;
+  Orb::TimerFor<&NamespaceWatcher::check> retry_;
   int retries_ = 0;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   std::multimap<std::string, Watched *> watched_;  // by path

@@ -1,5 +1,6 @@
 #include "platform/linux/RawPacketPort.h"
 
+#include "platform/kiv/ReactorOf.h"
 #include "platform/tracelet/Tracelet.h"
 
 namespace Linux {
@@ -16,16 +17,12 @@ bool isOutOfMemberships(const std::error_code &error) {
 
 }  // namespace
 
-class RawPacketPort::StatusReactor : public Routing::Pim::Status::Notifiee {
+class RawPacketPort::StatusReactor : public Kiv::ReactorOf<Routing::Pim::Status, RawPacketPort> {
  public:
-  explicit StatusReactor(RawPacketPort &port) : port_(port) {
-    notifierIs(port.status_);
+  StatusReactor(RawPacketPort &port, const Kiv::Ptr<const Routing::Pim::Status> &status) : ReactorOf(port, status) {
     notifierReplay();
   }
-  void onPimIntf(const Pax::IntfId &intfId) override { port_.pimIntfChanged(intfId); }
-
- private:
-  RawPacketPort &port_;
+  void onPimIntf(const Pax::IntfId &intfId) override { owner_.pimIntfChanged(intfId); }
 };
 
 RawPacketPort::RawPacketPort(EventLoop &loop, const std::shared_ptr<const Namespace> &where, Pax::AddressFamily family,
@@ -38,7 +35,7 @@ RawPacketPort::RawPacketPort(EventLoop &loop, const std::shared_ptr<const Namesp
       links_(links),
       buffer_(defaultMaxPacket) {
   openSocket();
-  reactor_ = std::make_unique<StatusReactor>(*this);
+  reactor_ = std::make_unique<StatusReactor>(*this, status);
 }
 
 RawPacketPort::~RawPacketPort() = default;

@@ -1,5 +1,6 @@
 #include "platform/linux/Watch.h"
 
+#include <boost/asio/io_context.hpp>
 #include <boost/asio/posix/stream_descriptor.hpp>
 
 namespace Linux {

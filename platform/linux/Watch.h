@@ -1,9 +1,12 @@
 /// Readiness of a file descriptor.
 #pragma once
 
-#include <boost/asio/io_context.hpp>
 #include <functional>
 #include <memory>
+
+namespace boost::asio {
+class io_context;
+}
 
 namespace Linux {
 

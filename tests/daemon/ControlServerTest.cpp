@@ -6,6 +6,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <boost/asio/io_context.hpp>
 #include <fstream>
 
 #include "tests/daemon/TemporaryDirectory.h"

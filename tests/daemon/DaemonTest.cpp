@@ -2,16 +2,24 @@
 
 #include <gtest/gtest.h>
 
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
 #include <csignal>
 #include <fstream>
+#include <nlohmann/json.hpp>
+#include <optional>
 #include <thread>
 
 #include "ctl/Client.h"
 #include "daemon/control/Nouns.h"
+#include "daemon/file/ConfigFile.h"
+#include "platform/linux/EventLoop.h"
 #include "tests/daemon/TemporaryDirectory.h"
 
 namespace Routing::Pim::Bsr {
 namespace {
+
+using Control::Rows;
 
 /// A daemon whose VRFs wait for namespaces that never come, so that it needs no privilege.
 class DaemonTest : public ::testing::Test {
@@ -66,10 +74,10 @@ TEST_F(DaemonTest, AnswersItsClientAndSaysWhatIsWrongWithARequest) {
   EXPECT_EQ(ask({"show", "weather", "", ""}), "there is no noun 'weather'");
   EXPECT_EQ(ask({"dance", "", "", ""}), "there is no verb 'dance'");
   EXPECT_EQ(ask({"", "bsr", "", ""}), "a request needs a verb");
-  EXPECT_EQ(daemon->reply("7"), R"({"error":"a request is one line with a JSON object"})");
-  EXPECT_EQ(daemon->reply(R"({"verb": 1})"), R"({"error":"\"verb\" is no text"})");
+  EXPECT_EQ(daemon->reply("7"), R"({"error":"a request must be a JSON object on one line"})");
+  EXPECT_EQ(daemon->reply(R"({"verb": 1})"), R"({"error":"\"verb\" must be a string"})");
   EXPECT_EQ(daemon->reply(R"({"verbs": "show"})"), R"({"error":"a request has no member \"verbs\""})");
-  EXPECT_EQ(daemon->reply("\xff{\"verb\""), R"({"error":"a request is one line with a JSON object"})");
+  EXPECT_EQ(daemon->reply("\xff{\"verb\""), R"({"error":"a request must be a JSON object on one line"})");
 }
 
 TEST_F(DaemonTest, AReloadAppliesTheDifferenceAndABadFileChangesNothing) {
