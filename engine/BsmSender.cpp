@@ -127,8 +127,8 @@ PimBsrTxFragments &BsmSender::buildFragments(const Pax::IpGenPrefix &zone, uint3
   return fragments;
 }
 
-// Receivers know a piece by tag and prefix: of the groups of one prefix (one a mode) only one may be
-// in pieces. Another goes whole into a fragment of its own.
+// Receivers know a piece by its tag and prefix, so of the two groups that a prefix may have, one for
+// each mode, only one may go in pieces. The other goes whole into a fragment of its own.
 void BsmSender::doSplitLater(const Pax::IpGenPrefix &zone, uint8_t zoneRpCount, PimBsrTxFragments &fragments,
                              const Kiv::Ptr<Packet::BootstrapGroupData> &group, GroupData &inPieces) {
   const auto isRival = [&](const auto &other) { return other != group && other->prefix() == group->prefix(); };

@@ -20,8 +20,8 @@ bool repeats(const Packet::BootstrapGroupData &one, const Packet::BootstrapGroup
   });
 }
 
-/// Whether both carry a group of one mode whole, or pieces of it that share an RP. A zone's own block
-/// heads every fragment, so blocks without RPs say nothing, unless neither message has anything else.
+// Whether both carry a group of one mode whole, or pieces of it that share an RP. A zone's own block
+// heads every fragment, so blocks without RPs tell nothing, unless neither message has anything else.
 bool repeats(const Packet::BootstrapMessage &one, const Packet::BootstrapMessage &other) {
   for (const auto &block : one.groupData()) {
     for (const auto &known : other.groupData()) {

@@ -1,4 +1,4 @@
-/// The last accepted Bootstrap message of a zone, with the other fragments of it.
+/// The last accepted Bootstrap message of a zone, with its other fragments.
 #pragma once
 
 #include <vector>
@@ -7,11 +7,11 @@
 
 namespace Routing::Pim::Bsr {
 
-/// A message in fragments is several accepted messages with one tag. Kept are the newest message
-/// and those of the same tag and BSR that were accepted within `window` seconds before it, so that
-/// a refresh and a message to a new neighbour offer the whole RP set. A message that repeats a block
-/// of a kept one (a whole group of one mode, or a piece with an RP of it) replaces it, so that a
-/// sender with a constant tag makes nothing grow.
+/// A fragmented message arrives as several accepted messages with one tag. The newest message is kept,
+/// and those of its tag and BSR that were accepted within `window` seconds before it, so that a refresh
+/// and a message to a new neighbour offer the whole RP set. A message that repeats a block of a kept one
+/// (a whole group of one mode, or a piece with one of its RPs) replaces it, so that a sender that never
+/// changes its tag does not make the list grow. A member of the zone's machine; writes nothing.
 class LastBsm {
  public:
   static constexpr double window = 25;
@@ -19,7 +19,7 @@ class LastBsm {
   void bsmIs(const Kiv::Ptr<Packet::BootstrapMessage> &bsm, double now);
   void clear() { kept_.clear(); }
 
-  /// A copy of the list, oldest first: what is done with the messages may change what is kept.
+  /// Oldest first. A copy, since sending or storing a message may change what is kept.
   std::vector<Kiv::Ptr<Packet::BootstrapMessage>> all() const;
 
  private:

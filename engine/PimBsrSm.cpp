@@ -49,15 +49,6 @@ PimBsrSm::PimBsrSm(const Kiv::Ptr<Bsr::Status> &bsrStatus, const Kiv::Ptr<const 
   if (initialized_) followStatus();
 }
 
-// Creates the reactor of everything that the status holds already, as if it were new.
-void PimBsrSm::followStatus() {
-  for (const Pax::IpGenAddr &rpAddress : bsrStatus_->crp().keys()) handleCrp(rpAddress);
-  for (const Pax::IpGenPrefix &zone : bsrStatus_->crpStatus().keys()) {
-    if (!crpZoneStatus_.contains(zone)) handleCrpStatus(zone);
-  }
-  for (const Pax::IpGenPrefix &zone : bsrStatus_->bootstrapRouter().keys()) handleBootstrapRouter(zone);
-}
-
 PimBsrSm::~PimBsrSm() = default;
 
 const std::string &PimBsrSm::vrfName() const { return bsrStatus_->name(); }
@@ -149,22 +140,25 @@ void PimBsrSm::handleBsrCandidate(const Pax::IpGenPrefix &zone) {
   VRF_TRACE_ENTRY_WITH(trace, " ( " << zone << " )");
   if (!initialized_) return;
   if (bsrStatus_->cbsr(zone)) {
-    LastBsm lastBsm;
-    Kiv::Ptr<PimBsrRxFragments> lastBsmFragments;
-    if (const BsrNonCandidateSm *predecessor = nonCandidateSm(zone)) {
-      lastBsm = predecessor->lastBsm();
-      lastBsmFragments = predecessor->lastBsmFragments();
-      nonCandidateSmDel(zone);
-      VRF_TRACE(trace, 4, "Deleted " << zone << " NonCandidate SM");
-    }
-    if (!candidateSm(zone)) {
-      candidateSmIs(zone);
-      candidateSm(zone)->lastBsmIs(lastBsm, lastBsmFragments);
-      VRF_TRACE(trace, 4, "Instantiated Candidate SM for zone " << zone);
-    }
+    doConfigureCandidate(zone);
   } else if (candidateSm(zone)) {
     doUnconfigureCandidate(zone);
   }
+}
+
+void PimBsrSm::doConfigureCandidate(const Pax::IpGenPrefix &zone) {
+  LastBsm lastBsm;
+  Kiv::Ptr<PimBsrRxFragments> lastBsmFragments;
+  if (const BsrNonCandidateSm *predecessor = nonCandidateSm(zone)) {
+    lastBsm = predecessor->lastBsm();
+    lastBsmFragments = predecessor->lastBsmFragments();
+    nonCandidateSmDel(zone);
+    VRF_TRACE(trace, 4, "Deleted " << zone << " NonCandidate SM");
+  }
+  if (candidateSm(zone)) return;
+  candidateSmIs(zone);
+  candidateSm(zone)->lastBsmIs(lastBsm, lastBsmFragments);
+  VRF_TRACE(trace, 4, "Instantiated Candidate SM for zone " << zone);
 }
 
 // An elected candidate says goodbye and takes its own collection and messages with it. Another leaves
@@ -180,9 +174,7 @@ void PimBsrSm::doUnconfigureCandidate(const Pax::IpGenPrefix &zone) {
   const LastBsm lastBsm = machine.lastBsm();
   const Kiv::Ptr<PimBsrRxFragments> lastBsmFragments = machine.lastBsmFragments();
   candidateSmDel(zone);
-  VRF_TRACE(trace, 4,
-            "Deleted Candidate SM"
-                << " for zone " << zone);
+  VRF_TRACE(trace, 4, "Deleted Candidate SM for zone " << zone);
   if (!bsrStatus_->bootstrapRouter(zone)) return;
   maybeInitNonCandidateSm();
   nonCandidateSm(zone)->lastBsmIs(lastBsm, lastBsmFragments);
@@ -239,24 +231,11 @@ BsrNonCandidateSm &PimBsrSm::nonCandidateSmIs(const Pax::IpGenPrefix &zone) {
 
 void PimBsrSm::nonCandidateSmDel(const Pax::IpGenPrefix &zone) { nonCandidateSm_.erase(zone); }
 
-void PimBsrSm::handleBootstrapRouter(const Pax::IpGenPrefix &zone) {
-  VRF_TRACE_ENTRY_WITH(trace, " ( " << zone << " )");
-  bsr_.erase(zone);
-  if (const auto bsr = bsrStatus_->bootstrapRouter(zone)) bsr_.insert(zone, std::make_unique<KivBsr>(*this, bsr));
-}
-
-void PimBsrSm::handleCrpStatus(const Pax::IpGenPrefix &zone) {
-  VRF_TRACE_ENTRY_WITH(trace, " ( " << zone << " )");
-  if (!bsrTrie_) return;
-  if (const auto gone = crpZoneStatus_.erase(zone)) gone->handleDel();
-  if (const auto zoneStatus = bsrStatus_->crpStatus(zone)) {
-    crpZoneStatus_.insert(zone, std::make_unique<KivCrpZoneStatus>(*this, zone, zoneStatus));
-  }
-}
-
 void PimBsrSm::handleBsrTrie(const Pax::IpGenPrefix &zone) {
   VRF_TRACE_ENTRY_WITH(trace, " ( " << zone << " )");
-  if (std::exchange(settledVersion_, bsrTrie_->version()) == bsrTrie_->version()) return;  // same zones, another BSR
+  const bool sameZones = settledVersion_ == bsrTrie_->version();
+  settledVersion_ = bsrTrie_->version();
+  if (sameZones) return;  // only the zone's BSR is another
   published_->settleWithin(zone);
   rpSets_->removeEmptySet(zone, zone);
   if (!bsrStatus_->bootstrapRouter(zone)) return;
@@ -268,14 +247,6 @@ void PimBsrSm::handleBsrTrie(const Pax::IpGenPrefix &zone) {
 void PimBsrSm::handleTriggeredHelloSent() {
   VRF_TRACE_ENTRY(trace);
   for (const auto &[zone, machine] : candidateSm_) machine->handleTriggeredHelloSent();
-}
-
-void PimBsrSm::handlePimIntf(const Pax::IntfId &intfId) {
-  VRF_TRACE_ENTRY_WITH(trace, " ( " << intfId << " )");
-  pimIntf_.erase(intfId);
-  if (const auto pimIntf = pimStatus_->pimIntf(intfId)) {
-    pimIntf_.insert(intfId, std::make_unique<KivPimIntf>(*this, intfId, pimIntf));
-  }
 }
 
 void PimBsrSm::storeRpSet(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm, bool refresh) {

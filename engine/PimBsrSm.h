@@ -55,9 +55,9 @@ class Status;
 struct CrpOptions;
 
 class PimBsrSm : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE)                                                         \
-  /* age at which an incomplete group is discarded, and period of looking; seconds */ \
-  ATTRIBUTE(value, uint32_t, fragmentTimeout, FragmentTimeout, 25)                    \
+#define ATTRIBUTES(ATTRIBUTE)                                                                 \
+  /* seconds: age at which an incomplete group is discarded, and how often that is checked */ \
+  ATTRIBUTE(value, uint32_t, fragmentTimeout, FragmentTimeout, 25)                            \
   ATTRIBUTE(value, uint32_t, fragmentInterval, FragmentInterval, 10)
   KIV_ENTITY(PimBsrSm, ATTRIBUTES)
 #undef ATTRIBUTES
@@ -131,13 +131,13 @@ class PimBsrSm : public Kiv::Entity {
 
   void handleInitialized();
   void handleAf();
-  void followStatus();
   void handleBsm();
   void handleBsrCandidate();
   void handleBsrCandidate(const Pax::IpGenPrefix &zone);
   void handleCandidateSm(const Pax::IpGenPrefix &zone);
   void candidateSmIs(const Pax::IpGenPrefix &zone);
   void candidateSmDel(const Pax::IpGenPrefix &zone);
+  void doConfigureCandidate(const Pax::IpGenPrefix &zone);
   void doUnconfigureCandidate(const Pax::IpGenPrefix &zone);
   void maybeInitNonCandidateSm();
   /// The last messages of every zone that has a machine.
@@ -151,12 +151,14 @@ class PimBsrSm : public Kiv::Entity {
   void rpCandidateSmIs(const CrpOptions &options);
   void rpCandidateSmDel(const CrpOptions &options);
 
-  // Reactors come and go with what they watch.
-  void handlePimIntf(const Pax::IntfId &intfId);
   void handleTriggeredHelloSent();
+  void handleBsrTrie(const Pax::IpGenPrefix &zone);
+
+  // Reactors come and go with what they follow (Reactors.cpp).
+  void followStatus();
+  void handlePimIntf(const Pax::IntfId &intfId);
   void handleBootstrapRouter(const Pax::IpGenPrefix &zone);
   void handleCrpStatus(const Pax::IpGenPrefix &zone);
-  void handleBsrTrie(const Pax::IpGenPrefix &zone);
 
   const Kiv::Ptr<Bsr::Status> bsrStatus_;
   const Kiv::Ptr<const Pim::Status> pimStatus_;

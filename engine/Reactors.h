@@ -1,4 +1,5 @@
-/// The engine's own reactors: they watch what it works from and call its handlers.
+/// The engine's own reactors: they watch what it works from and call its handlers. Those of single
+/// interfaces, BSRs and zones come and go with what they follow.
 #pragma once
 
 #include "engine/PimBsrSm.h"

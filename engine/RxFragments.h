@@ -1,4 +1,5 @@
-/// Group blocks of Bootstrap messages that arrive split over several fragments (RFC 5059 section 4.1).
+/// Group blocks of Bootstrap messages that arrive split over several fragments (RFC 5059 section 4.1):
+/// plain records, filled and read by BsmReassembly.
 #pragma once
 
 #include <ostream>
@@ -9,8 +10,8 @@
 
 namespace Routing::Pim::Bsr {
 
-/// The RPs collected so far for one group prefix of one fragment tag. RPs are keyed by address: a
-/// repeated one replaces the earlier hold time and priority.
+/// The RPs collected so far for one group prefix of one fragment tag. They are keyed by address: one
+/// that is repeated replaces the earlier hold time and priority.
 class PimBsrRxFragment : public Kiv::Entity {
  public:
   struct Rp {
@@ -22,10 +23,10 @@ class PimBsrRxFragment : public Kiv::Entity {
     }
   };
 
-#define ATTRIBUTES(ATTRIBUTE)                                                   \
-  /* the group's total, and the time, of the piece that opens the collection */ \
-  ATTRIBUTE(value, uint8_t, rpCount, RpCount, 0)                                \
-  ATTRIBUTE(value, double, creationTime, CreationTime, 0)                       \
+#define ATTRIBUTES(ATTRIBUTE)                                               \
+  /* the group's total as the first piece says it, and when that arrived */ \
+  ATTRIBUTE(value, uint8_t, rpCount, RpCount, 0)                            \
+  ATTRIBUTE(value, double, creationTime, CreationTime, 0)                   \
   ATTRIBUTE(values, Pax::IpGenAddr, Rp, rp, Rp)
   KIV_ENTITY(PimBsrRxFragment, ATTRIBUTES)
 #undef ATTRIBUTES

@@ -10,7 +10,7 @@ namespace {
 
 Tracelet::Module trace("Pim::Bsr::Sm");
 
-/// Places the blocks of one group; lives for one doAddGroupData().
+// Places the blocks of one group; lives for one call.
 class GroupPlacement {
  public:
   GroupPlacement(const Pax::IpGenPrefix &zone, uint8_t zoneRpCount, PimBsrTxFragments &fragments, uint32_t mtu,
@@ -39,7 +39,7 @@ class GroupPlacement {
     return true;
   }
 
-  /// A relayed fragment's list may be shorter than the group's RP count: the split ends with it.
+  // The list of a relayed piece is shorter than the group's RP count: the split ends with the list.
   bool placeSplit() {
     size_t placed = 0;
     const size_t total = group_.rpList().size();
@@ -57,8 +57,8 @@ class GroupPlacement {
  private:
   const std::string &vrfName() const { return vrfName_; }
 
-  /// The comparison with the IPv4 global zone makes every IPv6 zone one whose fragments begin with
-  /// the zone's block.
+  // Compared with the IPv4 global zone, so that in IPv6 the fragments of every zone begin with the
+  // zone's block.
   bool zoneBlockHeads() const {
     static const Pax::IpGenPrefix unscoped = Pax::allGroups(Pax::AddressFamily::ipv4);
     return zone_ != unscoped && group_.prefix() != zone_;
@@ -66,7 +66,7 @@ class GroupPlacement {
   bool needsZoneBlock(uint32_t i) const { return zoneBlockHeads() && fragments_.fragment(i).isEmpty(); }
 
   uint32_t wholeLength() const { return bsmGroupLength + bsmRpLength * group_.rpCount(); }
-  /// Of a fragment before the first block of the group.
+  // Of a fragment before the first block of the group.
   uint32_t emptyLength() const { return bsmHeaderLength + (zoneBlockHeads() ? bsmGroupLength : 0); }
   bool emptyFragmentTakesRp() const { return mtu_ > emptyLength() + bsmGroupLength + bsmRpLength; }
 
@@ -88,7 +88,7 @@ class GroupPlacement {
     VRF_TRACE(trace, 8, "Adding zone " << zone_ << " information to fragment " << i);
   }
 
-  /// As many RPs from `placed` on as fragment i takes; returns their number.
+  // As many RPs from `placed` on as fragment i takes; returns their number.
   size_t addPiece(uint32_t i, size_t placed) {
     PimBsrTxFragment &fragment = fragments_.fragment(i);
     const uint32_t free = mtu_ > fragment.length() ? mtu_ - fragment.length() : 0;

@@ -1,7 +1,7 @@
 /// A Bootstrap message cut into fragments that fit an MTU.
 ///
-/// Bytes are counted the same for both families: 36 a message, 12 a group block, 12 an RP. The MTU
-/// that the PIM interface status reports is made for that count.
+/// Both families are counted alike: 36 bytes a message, 12 a group block, 12 an RP. The MTU in the PIM
+/// interface status allows for that. Nothing here sends or writes to any status.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,8 @@ namespace Routing::Pim::Bsr {
 inline constexpr uint32_t bsmHeaderLength = 36;
 inline constexpr uint32_t bsmGroupLength = 12;
 inline constexpr uint32_t bsmRpLength = 12;
-/// Below this an empty fragment with a zone block takes no RP: such an interface gets no messages.
+/// Below this, a fragment that begins with a zone block has no room for an RP: such an interface gets
+/// no messages.
 inline constexpr uint32_t bsmLeastMtu = bsmHeaderLength + bsmGroupLength + 2 * bsmRpLength + 1;
 
 /// One fragment and the bytes that it fills so far.
@@ -49,14 +50,14 @@ class PimBsrTxFragments {
   std::vector<PimBsrTxFragment> fragment_;
 };
 
-/// Places one group block. Whole, into the first fragment with room for it; with `split`, if there
-/// is none, its RPs in pieces, each with the group's total RP count and its own fragment RP count,
-/// and further fragments are appended when the present ones are full. In a scoped zone an empty
-/// fragment gets the zone's own block first. 0 on success, -1 when the group was not placed.
+/// Places one group block: whole, into the first fragment with room for it. Where there is none, and with
+/// `split`, its RPs are placed in pieces, each with the group's total RP count and its own fragment RP
+/// count, and fragments are appended when those at hand are full. In a scoped zone an empty fragment gets
+/// the zone's own block first. 0 on success, -1 when the group was not placed.
 int32_t doAddGroupData(const Pax::IpGenPrefix &zone, uint8_t zoneRpCount, PimBsrTxFragments &fragments, uint32_t mtu,
                        const Packet::BootstrapGroupData &group, bool split, const std::string &vrfName);
-/// Places the group whole, into a fragment appended for it. False, with nothing appended, if that
-/// would not hold it either.
+/// Appends a fragment and places the group there whole. False, with nothing appended, if it does not
+/// fit an empty fragment either.
 bool appendGroupData(const Pax::IpGenPrefix &zone, uint8_t zoneRpCount, PimBsrTxFragments &fragments,
                      const Packet::BootstrapGroupData &group, const std::string &vrfName);
 
