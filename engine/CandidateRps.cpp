@@ -1,9 +1,7 @@
-// PimBsrSm: the advertisers of this router's candidate RPs, and the advertisements that reach it as BSR.
+#include "engine/CandidateRps.h"
 
-#include "engine/BsrCandidateSm.h"
-#include "engine/Reactors.h"
-#include "engine/RpCandidateSm.h"
 #include "model/VrfTrace.h"
+#include "platform/kiv/ReactorOf.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -11,9 +9,57 @@ namespace {
 Tracelet::Module trace("Pim::Bsr::Sm");
 }
 
-void PimBsrSm::handleRpCandidate() const { VRF_TRACE_ENTRY(trace); }
+// Follows one candidate RP: each priority that is configured for a prefix has an advertiser.
+class CandidateRps::KivCrp : public Kiv::ReactorOf<RpCandidate, CandidateRps> {
+ public:
+  KivCrp(CandidateRps &owner, const Pax::IpGenAddr &rpAddress, const Kiv::Ptr<const RpCandidate> &crp)
+      : ReactorOf(owner, crp), rpAddress_(rpAddress) {
+    notifierReplay();
+  }
+  void onPrefixOptions(const Pax::IpGenPrefix &prefix) override;
+  // The candidate RP is gone: its advertisers say goodbye.
+  void handleDel() { doEndUnused(true); }
 
-void PimBsrSm::handleCrp(const Pax::IpGenAddr &rpAddress) {
+ private:
+  class KivOptions : public Kiv::ReactorOf<RpCandidateGroupEntryOptions, KivCrp> {
+   public:
+    KivOptions(KivCrp &owner, const Pax::IpGenPrefix &prefix,
+               const Kiv::Ptr<const RpCandidateGroupEntryOptions> &options)
+        : ReactorOf(owner, options), prefix_(prefix) {}
+    void onPriority() override { handlePriority(); }
+    void handlePriority();
+
+   private:
+    const std::string &vrfName() const { return owner_.owner_.vrfName(); }
+    const Pax::IpGenPrefix prefix_;
+  };
+
+  bool isUsed(RpPriority priority) const;
+  // Ends the advertisers whose priority no prefix has any more, or all.
+  void doEndUnused(bool all);
+
+  const Pax::IpGenAddr rpAddress_;
+  Kiv::Table<Pax::IpGenPrefix, std::unique_ptr<KivOptions>> options_;
+};
+
+CandidateRps::CandidateRps(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<Orb::TimerWheel> &timerWheel,
+                           const Kiv::Ptr<PimCrpMsgStatus> &crpMsgStatus, Orb::Random &random)
+    : bsrStatus_(bsrStatus), timerWheel_(timerWheel), crpMsgStatus_(crpMsgStatus), random_(random) {}
+
+CandidateRps::~CandidateRps() = default;
+
+void CandidateRps::begin(const Kiv::Ptr<const TrieGen> &bsrTrie) {
+  bsrTrie_ = bsrTrie;
+  advertisements_ = std::make_unique<CrpAdvertisements>(bsrStatus_, bsrTrie_, timerWheel_, crpMsgStatus_);
+  begun_ = true;
+}
+
+void CandidateRps::end() {
+  begun_ = false;
+  for (const CrpOptions &options : rpCandidateSm_.keys()) rpCandidateSm_.erase(options);
+}
+
+void CandidateRps::handleCrp(const Pax::IpGenAddr &rpAddress) {
   VRF_TRACE_ENTRY_WITH(trace, " ( " << rpAddress << " )");
   if (const auto gone = crp_.erase(rpAddress)) gone->handleDel();
   if (const auto crp = bsrStatus_->crp(rpAddress)) {
@@ -21,77 +67,48 @@ void PimBsrSm::handleCrp(const Pax::IpGenAddr &rpAddress) {
   }
 }
 
-void PimBsrSm::KivCrp::onPrefixOptions(const Pax::IpGenPrefix &prefix) {
+void CandidateRps::rpCandidateSmIs(const CrpOptions &options) {
+  if (rpCandidateSm_.contains(options)) return;
+  const auto crp = bsrStatus_->crp(options.rpAddress);
+  if (!crp) return;
+  rpCandidateSm_.insert(options, std::make_unique<RpCandidateSm>(options, bsrStatus_, bsrTrie_, timerWheel_,
+                                                                 *advertisements_, crp, random_));
+  VRF_TRACE(trace, 4, "Created RpcandidateSm with options " << options);
+}
+
+// Says goodbye for what was advertised, then ends the machine.
+void CandidateRps::rpCandidateSmDel(const CrpOptions &options) {
+  if (const auto machine = rpCandidateSm_.erase(options)) machine->doSendCrpAdv(true);
+}
+
+void CandidateRps::KivCrp::onPrefixOptions(const Pax::IpGenPrefix &prefix) {
   options_.erase(prefix);
-  if (const auto options = crp_->prefixOptions(prefix)) {
+  if (const auto options = notifier()->prefixOptions(prefix)) {
     options_.insert(prefix, std::make_unique<KivOptions>(*this, prefix, options))->handlePriority();
   } else {
     doEndUnused(false);
   }
 }
 
-void PimBsrSm::KivCrp::KivOptions::handlePriority() {
+void CandidateRps::KivCrp::KivOptions::handlePriority() {
   const RpPriority priority = notifier()->priority();
-  VRF_TRACE_ENTRY_WITH(trace, "rpAddress:" << crp_.rpAddress_ << " prefix: " << prefix_ << " priority: " << priority);
-  if (!crp_.sm_.initialized_) return;
-  if (priority != rpPriorityUnset) crp_.sm_.rpCandidateSmIs(CrpOptions(crp_.rpAddress_, priority));
-  crp_.doEndUnused(false);
+  VRF_TRACE_ENTRY_WITH(trace, "rpAddress:" << owner_.rpAddress_ << " prefix: " << prefix_ << " priority: " << priority);
+  if (!owner_.owner_.begun_) return;
+  if (priority != rpPriorityUnset) owner_.owner_.rpCandidateSmIs(CrpOptions(owner_.rpAddress_, priority));
+  owner_.doEndUnused(false);
 }
 
-bool PimBsrSm::KivCrp::isUsed(RpPriority priority) const {
-  for (const auto &[prefix, options] : crp_->prefixOptions()) {
+bool CandidateRps::KivCrp::isUsed(RpPriority priority) const {
+  for (const auto &[prefix, options] : notifier()->prefixOptions()) {
     if (options->priority() == priority) return true;
   }
   return false;
 }
 
-void PimBsrSm::KivCrp::doEndUnused(bool all) {
-  for (const CrpOptions &options : sm_.rpCandidateSm_.keys()) {
+void CandidateRps::KivCrp::doEndUnused(bool all) {
+  for (const CrpOptions &options : owner_.rpCandidateSm_.keys()) {
     if (options.rpAddress != rpAddress_ || (!all && isUsed(options.priority))) continue;
-    sm_.rpCandidateSmDel(options);
-  }
-}
-
-RpCandidateSm *PimBsrSm::rpCandidateSm(const CrpOptions &options) const {
-  const auto *machine = rpCandidateSm_.find(options);
-  return machine ? machine->get() : nullptr;
-}
-
-void PimBsrSm::rpCandidateSmIs(const CrpOptions &options) {
-  if (rpCandidateSm(options)) return;
-  const auto crp = bsrStatus_->crp(options.rpAddress);
-  if (!crp) return;
-  rpCandidateSm_.insert(options, std::make_unique<RpCandidateSm>(options, bsrStatus_, bsrTrie_, timerWheel_,
-                                                                 *crpAdvertisements_, crp, random_));
-  VRF_TRACE(trace, 4, "Created RpcandidateSm with options " << options);
-}
-
-/// Says goodbye for what was advertised, then ends the machine.
-void PimBsrSm::rpCandidateSmDel(const CrpOptions &options) {
-  const auto machine = rpCandidateSm_.erase(options);
-  if (machine) machine->doSendCrpAdv(true);
-}
-
-void PimBsrSm::handleCrpMsg() {
-  VRF_TRACE_ENTRY(trace);
-  if (!initialized_) return;
-  const auto groupInfo = crpMsgStatus_->groupInfo();
-  if (!groupInfo || groupInfo->group.empty()) return;
-  const Pax::IpGenPrefix zone = bsrTrie_->longestMatch(groupInfo->group.front().prefix);
-  const auto candidate = bsrStatus_->cbsr(zone);
-  const auto bsr = bsrStatus_->bootstrapRouter(zone);
-  if (candidate && bsr && candidateSm(zone) && candidate->address() == crpMsgStatus_->bsrIp() && candidate->elected() &&
-      bsr->ipAddr() == candidate->address()) {
-    VRF_TRACE(trace, 5, "Passing Crp Adv Message to Candidate BSR " << candidate->address() << " for zone " << zone);
-    candidateSm(zone)->doAddCrp(groupInfo, crpMsgStatus_->rp(), crpMsgStatus_->priority(), crpMsgStatus_->holdTime());
-    return;
-  }
-  VRF_TRACE(trace, 1,
-            "Rx Error - Dropping Crp Adv Message to Candidate BSR " << crpMsgStatus_->bsrIp() << " for zone " << zone);
-  if (const auto &counters = bsrStatus_->counters()) {
-    counters->rxErrorInc(1);
-    counters->rxCrpAdvErrorInc(1);
-    counters->errorInc(&PimBsrErrorCounters::notBsrError);
+    owner_.rpCandidateSmDel(options);
   }
 }
 

@@ -6,7 +6,6 @@
 #include "engine/BsrNonCandidateSm.h"
 #include "engine/PimBsrTrieBuilder.h"
 #include "engine/Reactors.h"
-#include "engine/RpCandidateSm.h"
 #include "engine/RpSetMirror.h"
 #include "engine/RpSetStore.h"
 #include "engine/TriggeredBsm.h"
@@ -36,6 +35,7 @@ PimBsrSm::PimBsrSm(const Kiv::Ptr<Bsr::Status> &bsrStatus, const Kiv::Ptr<const 
       reassembly_(std::make_unique<BsmReassembly>(*this)),
       rpSets_(std::make_unique<RpSetStore>(bsrStatus, timerWheel, *reassembly_)),
       sender_(std::make_unique<BsmSender>(bsrStatus, pimStatus, bsmStatus)),
+      candidateRps_(std::make_unique<CandidateRps>(bsrStatus, timerWheel, crpMsgStatus, random)),
       kivBsrStatus_(std::make_unique<KivBsrStatus>(*this, bsrStatus)),
       kivPimStatus_(std::make_unique<KivPimStatus>(*this, pimStatus)),
       kivBsmStatus_(std::make_unique<KivBsmStatus>(*this, bsmStatus)),
@@ -79,7 +79,7 @@ void PimBsrSm::handleInitialized() {
     settledVersion_ = bsrTrie_->version();
     published_->adopt();
   }
-  crpAdvertisements_ = std::make_unique<CrpAdvertisements>(bsrStatus_, bsrTrie_, timerWheel_, crpMsgStatus_);
+  candidateRps_->begin(bsrTrie_);
   initialized_ = true;
   handleBsrCandidate();
   handleRpCandidate();
@@ -94,7 +94,7 @@ void PimBsrSm::handleAf() {
     followStatus();
     return;
   }
-  for (const CrpOptions &options : rpCandidateSm_.keys()) rpCandidateSm_.erase(options);
+  candidateRps_->end();
   VRF_TRACE(trace, 4, "Deleted all RP Candidate SMs");
   for (const Pax::IpGenPrefix &zone : nonCandidateSm_.keys()) nonCandidateSmDel(zone);
   VRF_TRACE(trace, 4, "Deleted all Non Candidate SMs");
@@ -128,6 +128,35 @@ void PimBsrSm::handleBsm() {
     }
   }
   nonCandidateSm(zone)->bsmIs(bsmStatus_->rxBsm());
+}
+
+void PimBsrSm::handleCrpMsg() {
+  VRF_TRACE_ENTRY(trace);
+  if (!initialized_) return;
+  const auto groupInfo = crpMsgStatus_->groupInfo();
+  if (!groupInfo || groupInfo->group.empty()) return;
+  const Pax::IpGenPrefix zone = bsrTrie_->longestMatch(groupInfo->group.front().prefix);
+  const auto candidate = bsrStatus_->cbsr(zone);
+  const auto bsr = bsrStatus_->bootstrapRouter(zone);
+  if (candidate && bsr && candidateSm(zone) && candidate->address() == crpMsgStatus_->bsrIp() && candidate->elected() &&
+      bsr->ipAddr() == candidate->address()) {
+    VRF_TRACE(trace, 5, "Passing Crp Adv Message to Candidate BSR " << candidate->address() << " for zone " << zone);
+    candidateSm(zone)->doAddCrp(groupInfo, crpMsgStatus_->rp(), crpMsgStatus_->priority(), crpMsgStatus_->holdTime());
+    return;
+  }
+  VRF_TRACE(trace, 1,
+            "Rx Error - Dropping Crp Adv Message to Candidate BSR " << crpMsgStatus_->bsrIp() << " for zone " << zone);
+  if (const auto &counters = bsrStatus_->counters()) {
+    counters->rxErrorInc(1);
+    counters->rxCrpAdvErrorInc(1);
+    counters->errorInc(&PimBsrErrorCounters::notBsrError);
+  }
+}
+
+void PimBsrSm::handleRpCandidate() const { VRF_TRACE_ENTRY(trace); }
+
+const Kiv::Table<CrpOptions, std::unique_ptr<RpCandidateSm>> &PimBsrSm::rpCandidateSm() const {
+  return candidateRps_->rpCandidateSm();
 }
 
 void PimBsrSm::handleBsrCandidate() {

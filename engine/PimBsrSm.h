@@ -3,8 +3,8 @@
 /// It takes accepted Bootstrap messages from PimBsmStatus, finds their scope zone and hands them to
 /// the zone's state machine, which is created on demand. The machines decide, and call the parts of the
 /// engine: RpSetStore keeps what messages list, BsmReassembly collects split groups, BsmSender floods.
-/// Advertisements of candidate RPs are sent and collected through CandidateRps.cpp. The reactors of
-/// RpSetMirror.h age the learned RPs and report them to PublishedRpSet.
+/// CandidateRps advertises our own candidate RPs; those of others go to the candidate machine of their zone,
+/// which collects them. The reactors of RpSetMirror.h age the learned RPs and report them to PublishedRpSet.
 ///
 /// The engine owns its machines, parts, reactors and timers; all go with it. It writes no status when
 /// it goes.
@@ -42,7 +42,7 @@ class BsmReassembly;
 class BsmSender;
 class BsrCandidateSm;
 class BsrNonCandidateSm;
-class CrpAdvertisements;
+class CandidateRps;
 class LastBsm;
 class PimBsmStatus;
 class PimBsrRxFragments;
@@ -91,9 +91,8 @@ class PimBsrSm : public Kiv::Entity {
 
   /// The machine of a zone in which we are a candidate, or null.
   BsrCandidateSm *candidateSm(const Pax::IpGenPrefix &zone) const;
-  /// The advertiser of one RP address and priority, or null.
-  RpCandidateSm *rpCandidateSm(const CrpOptions &options) const;
-  const Kiv::Table<CrpOptions, std::unique_ptr<RpCandidateSm>> &rpCandidateSm() const { return rpCandidateSm_; }
+  /// The advertiser of each RP address and priority.
+  const Kiv::Table<CrpOptions, std::unique_ptr<RpCandidateSm>> &rpCandidateSm() const;
   /// The machine of a zone in which we are no candidate, or null.
   BsrNonCandidateSm *nonCandidateSm(const Pax::IpGenPrefix &zone) const;
   const Kiv::Table<Pax::IpGenPrefix, std::unique_ptr<BsrNonCandidateSm>> &nonCandidateSm() const {
@@ -119,7 +118,6 @@ class PimBsrSm : public Kiv::Entity {
   class KivBsrStatus;
   class KivBsmStatus;
   class KivCrpMsgStatus;
-  class KivCrp;
   class KivPimStatus;
   class KivPimIntf;
   class KivBsrTrie;
@@ -144,12 +142,8 @@ class PimBsrSm : public Kiv::Entity {
   std::vector<std::pair<Pax::IpGenPrefix, const LastBsm *>> lastBsms() const;
   BsrNonCandidateSm &nonCandidateSmIs(const Pax::IpGenPrefix &zone);
 
-  // Candidate RPs (CandidateRps.cpp)
   void handleRpCandidate() const;
-  void handleCrp(const Pax::IpGenAddr &rpAddress);
   void handleCrpMsg();
-  void rpCandidateSmIs(const CrpOptions &options);
-  void rpCandidateSmDel(const CrpOptions &options);
 
   void handleTriggeredHelloSent();
   void handleBsrTrie(const Pax::IpGenPrefix &zone);
@@ -182,9 +176,7 @@ class PimBsrSm : public Kiv::Entity {
 
   Kiv::Table<Pax::IpGenPrefix, std::unique_ptr<BsrCandidateSm>> candidateSm_;
   Kiv::Table<Pax::IpGenPrefix, std::unique_ptr<BsrNonCandidateSm>> nonCandidateSm_;
-  std::unique_ptr<CrpAdvertisements> crpAdvertisements_;
-  Kiv::Table<CrpOptions, std::unique_ptr<RpCandidateSm>> rpCandidateSm_;
-  Kiv::Table<Pax::IpGenAddr, std::unique_ptr<KivCrp>> crp_;
+  std::unique_ptr<CandidateRps> candidateRps_;
   Kiv::Table<Pax::IntfId, std::unique_ptr<KivPimIntf>> pimIntf_;
   Kiv::Table<Pax::IpGenPrefix, std::unique_ptr<KivBsr>> bsr_;
   Kiv::Table<Pax::IpGenPrefix, std::unique_ptr<KivCrpZoneStatus>> crpZoneStatus_;

@@ -13,7 +13,7 @@ Tracelet::Module trace("Pim::Bsr::Sm");
 
 // Creates the reactor of everything that the status holds already, as if it were new.
 void PimBsrSm::followStatus() {
-  for (const Pax::IpGenAddr &rpAddress : bsrStatus_->crp().keys()) handleCrp(rpAddress);
+  for (const Pax::IpGenAddr &rpAddress : bsrStatus_->crp().keys()) candidateRps_->handleCrp(rpAddress);
   for (const Pax::IpGenPrefix &zone : bsrStatus_->crpStatus().keys()) {
     if (!crpZoneStatus_.contains(zone)) handleCrpStatus(zone);
   }

@@ -2,6 +2,7 @@
 /// interfaces, BSRs and zones come and go with what they follow.
 #pragma once
 
+#include "engine/CandidateRps.h"
 #include "engine/PimBsrSm.h"
 #include "model/InternalStatus.h"
 #include "model/Status.h"
@@ -15,7 +16,7 @@ class PimBsrSm::KivBsrStatus : public Kiv::ReactorOf<Bsr::Status, PimBsrSm> {
   using ReactorOf::ReactorOf;
   void onAf() override { owner_.handleAf(); }
   void onCbsr(const Pax::IpGenPrefix &zone) override { owner_.handleBsrCandidate(zone); }
-  void onCrp(const Pax::IpGenAddr &rpAddress) override { owner_.handleCrp(rpAddress); }
+  void onCrp(const Pax::IpGenAddr &rpAddress) override { owner_.candidateRps_->handleCrp(rpAddress); }
   void onBootstrapRouter(const Pax::IpGenPrefix &zone) override { owner_.handleBootstrapRouter(zone); }
   void onCrpStatus(const Pax::IpGenPrefix &zone) override { owner_.handleCrpStatus(zone); }
 };
@@ -28,44 +29,6 @@ class PimBsrSm::KivBsmStatus : public Kiv::ReactorOf<PimBsmStatus, PimBsrSm> {
 class PimBsrSm::KivCrpMsgStatus : public Kiv::ReactorOf<PimCrpMsgStatus, PimBsrSm> {
   using ReactorOf::ReactorOf;
   void onReadCount() override { owner_.handleCrpMsg(); }
-};
-
-/// Follows one candidate RP of ours: each priority that is configured for a prefix has an advertiser.
-class PimBsrSm::KivCrp : public RpCandidate::Notifiee {
- public:
-  KivCrp(PimBsrSm &sm, const Pax::IpGenAddr &rpAddress, const Kiv::Ptr<RpCandidate> &crp)
-      : sm_(sm), rpAddress_(rpAddress), crp_(crp) {
-    notifierIs(crp);
-    notifierReplay();
-  }
-  void onPrefixOptions(const Pax::IpGenPrefix &prefix) override;
-  /// The candidate RP is gone: its advertisers say goodbye.
-  void handleDel() { doEndUnused(true); }
-
- private:
-  class KivOptions : public RpCandidateGroupEntryOptions::Notifiee {
-   public:
-    KivOptions(KivCrp &crp, const Pax::IpGenPrefix &prefix, const Kiv::Ptr<RpCandidateGroupEntryOptions> &options)
-        : crp_(crp), prefix_(prefix) {
-      notifierIs(options);
-    }
-    void onPriority() override { handlePriority(); }
-    void handlePriority();
-
-   private:
-    const std::string &vrfName() const { return crp_.sm_.vrfName(); }
-    KivCrp &crp_;
-    const Pax::IpGenPrefix prefix_;
-  };
-
-  bool isUsed(RpPriority priority) const;
-  /// Ends the advertisers whose priority no prefix has any more, or all.
-  void doEndUnused(bool all);
-
-  PimBsrSm &sm_;
-  const Pax::IpGenAddr rpAddress_;
-  const Kiv::Ptr<RpCandidate> crp_;
-  Kiv::Table<Pax::IpGenPrefix, std::unique_ptr<KivOptions>> options_;
 };
 
 class PimBsrSm::KivPimStatus : public Kiv::ReactorOf<Pim::Status, PimBsrSm> {

@@ -25,35 +25,34 @@ RpCandidateSm::RpCandidateSm(const CrpOptions &crpOptions, const Kiv::Ptr<const 
       crp_(crp),
       random_(random),
       timerWheel_(*timerWheel),
-      crpAdvTimer_(*this, timerWheel, &RpCandidateSm::handleCrpAdvTimerExpiry),
-      soonTimer_(*this, timerWheel, &RpCandidateSm::handlePassTimerExpiry),
-      repeatTimer_(*this, timerWheel, &RpCandidateSm::handlePassTimerExpiry),
-      returnTimer_(*this, timerWheel, &RpCandidateSm::handleReturnTimerExpiry),
+      crpAdvTimer_(timerWheel, *this),
+      soonTimer_(timerWheel, *this),
+      repeatTimer_(timerWheel, *this),
+      returnTimer_(timerWheel, *this),
       kivCrp_(*this, crp),
-      kivBsrTrie_(*this) {
+      kivBsrTrie_(*this, bsrTrie) {
   handleInitialized();
 }
 
-RpCandidateSm::KivCrp::KivCrp(RpCandidateSm &sm, const Kiv::Ptr<const RpCandidate> &crp) : sm_(sm) {
-  notifierIs(crp);
+RpCandidateSm::KivCrp::KivCrp(RpCandidateSm &owner, const Kiv::Ptr<const RpCandidate> &crp) : ReactorOf(owner, crp) {
   for (const Pax::IpGenPrefix &prefix : crp->prefixOptions().keys()) followOption(prefix);
 }
 
 void RpCandidateSm::KivCrp::onPrefixOptions(const Pax::IpGenPrefix &prefix) {
   followOption(prefix);
-  sm_.handlePrefix(prefix);
+  owner_.handlePrefix(prefix);
 }
 
 void RpCandidateSm::KivCrp::followOption(const Pax::IpGenPrefix &prefix) {
   option_.erase(prefix);
   if (const auto options = notifier()->prefixOptions(prefix)) {
-    option_.insert(prefix, std::make_unique<KivPrefixOption>(sm_, prefix, options));
+    option_.insert(prefix, std::make_unique<KivPrefixOption>(owner_, prefix, options));
   }
 }
 
 void RpCandidateSm::KivPrefixOption::handlePriority() {
   VRF_TRACE_ENTRY(trace);
-  sm_.handlePrefix(prefix_);
+  owner_.handlePrefix(prefix_);
 }
 
 uint32_t RpCandidateSm::quickDelay() { return random_.next() % (quickMost + 1); }
@@ -70,7 +69,7 @@ void RpCandidateSm::handleInitialized() {
   doUpdateCrpAdvSet();
 }
 
-/// The zone's BSR came, went, or changed its address. Prefixes move to and from the zone.
+// The zone's BSR came, went, or changed its address. Prefixes move to and from the zone.
 void RpCandidateSm::handleBsr(const Pax::IpGenPrefix &zone) {
   VRF_TRACE_ENTRY_WITH(trace, " ( " << zone << " )");
   const bool known = bool(bsrStatus_->bootstrapRouter(zone));
@@ -78,9 +77,11 @@ void RpCandidateSm::handleBsr(const Pax::IpGenPrefix &zone) {
     crpAdvSet_.erase(zone);
     VRF_TRACE(trace, 4, "Deleting crpAdvSet for zone " << zone);
   }
-  const bool moved = doUpdateCrpAdvSet();
-  doUpdateCrpAdvSet(zone);
-  if (!moved && !(known && !prefixesOf(zone).empty())) return;
+  const bool moved = doUpdateCrpAdvSet(zone);
+  if (moved || (known && !prefixesOf(zone).empty())) doAdvertiseQuickly();
+}
+
+void RpCandidateSm::doAdvertiseQuickly() {
   const uint32_t delay = quickDelay();
   crpAdvBackoffCount_ = 2;
   VRF_TRACE(trace, 5,
@@ -89,17 +90,18 @@ void RpCandidateSm::handleBsr(const Pax::IpGenPrefix &zone) {
   crpAdvTimer_.timeMinIs(timerWheel_.now() + delay);
 }
 
-/// The prefix is served or not served any more, or its priority changed.
+// The prefix is served or not served any more, or its priority changed.
 void RpCandidateSm::handlePrefix(const Pax::IpGenPrefix &prefix) {
   VRF_TRACE_ENTRY_WITH(trace, " ( " << prefix << " )");
   if (initialized_ && doUpdateCrpAdvSetPrefix(prefix)) doAdvertiseSoon();
 }
 
-/// Another BSR entry takes the place of a sparse one; a bidirectional one has to go before.
+// Another BSR entry takes the place of a sparse one; a bidirectional one has to go before.
 void RpCandidateSm::handleMode() {
   VRF_TRACE_ENTRY(trace);
   if (crp_->mode() == Mode::sparse) advertisements_.withdraw(crpOptions_);
-  if (!doReturnLater()) doAdvertiseSoon();
+  doReturnAt(earliestReturn());
+  if (earliestReturn() == Orb::never) doAdvertiseSoon();
 }
 
 void RpCandidateSm::doAdvertiseSoon() {
@@ -113,23 +115,26 @@ void RpCandidateSm::doAdvertiseAt(double time) {
   soonTimer_.timeMinIs(time);
 }
 
-/// Whether prefixes of ours have just been withdrawn, and will be advertised when they have rested.
-bool RpCandidateSm::doReturnLater() {
+// When the first of our prefixes that have just been withdrawn may be advertised again; never if none has.
+double RpCandidateSm::earliestReturn() const {
   const double now = timerWheel_.now();
   double earliest = Orb::never;
   for (const auto &[zone, set] : crpAdvSet_) {
     for (const Pax::IpGenPrefix &prefix : set->prefixSet().keys()) {
-      const double until = advertisements_.restsUntil(crpOptions_.rpAddress, zone, prefix);
+      const double until = advertisements_.goodbyes().restsUntil(crpOptions_.rpAddress, zone, prefix);
       if (until > now) earliest = std::min(earliest, until);
     }
   }
-  if (earliest == Orb::never) return false;
-  VRF_TRACE(trace, 5, "Setting up return timer to fire in " << earliest - now << " seconds from now");
-  returnTimer_.timeMinIs(earliest);
-  return true;
+  return earliest;
 }
 
-/// The withdrawn are advertised like new ones.
+void RpCandidateSm::doReturnAt(double time) {
+  if (time == Orb::never) return;
+  VRF_TRACE(trace, 5, "Setting up return timer to fire in " << time - timerWheel_.now() << " seconds from now");
+  returnTimer_.timeMinIs(time);
+}
+
+// What was withdrawn is advertised like what is new.
 void RpCandidateSm::handleReturnTimerExpiry() {
   VRF_TRACE_ENTRY(trace);
   crpAdvBackoffCount_ = 2;
@@ -150,27 +155,24 @@ bool RpCandidateSm::advertises(const Pax::IpGenPrefix &zone, const Pax::IpGenPre
   return set && (*set)->prefixSet(prefix);
 }
 
-/// Re-homes every prefix to the zone that matches it longest. Whether anything changed.
-bool RpCandidateSm::doUpdateCrpAdvSet() {
-  bool changed = false;
-  for (const Pax::IpGenPrefix &prefix : crp_->prefixOptions().keys()) changed |= doUpdateCrpAdvSetPrefix(prefix);
-  return changed;
+void RpCandidateSm::doUpdateCrpAdvSet() {
+  for (const Pax::IpGenPrefix &prefix : crp_->prefixOptions().keys()) doUpdateCrpAdvSetPrefix(prefix);
 }
 
+// Every prefix within the zone: it may have moved to the zone, or from it. Whether anything changed.
 bool RpCandidateSm::doUpdateCrpAdvSet(const Pax::IpGenPrefix &zone) {
   bool changed = false;
   for (const Pax::IpGenPrefix &prefix : crp_->prefixOptions().keys()) {
-    if (bsrTrie_->longestMatch(prefix) == zone) changed |= doUpdateCrpAdvSetPrefix(prefix);
+    if (zone.covers(prefix)) changed |= doUpdateCrpAdvSetPrefix(prefix);
   }
-  const auto *found = crpAdvSet_.find(zone);
-  const Kiv::Ptr<RpCandidatePrefixSet> set = found ? *found : nullptr;
+  const auto *set = crpAdvSet_.find(zone);
   if (!set) return changed;
-  for (const Pax::IpGenPrefix &prefix : set->prefixSet().keys()) {
+  for (const Pax::IpGenPrefix &prefix : (*set)->prefixSet().keys()) {
     if (isConfigured(prefix)) continue;
     VRF_TRACE(trace, 4,
               "Deleting prefix " << prefix << " from"
                                  << " crpAdvSet");
-    set->prefixSetDel(prefix);
+    (*set)->prefixSetDel(prefix);
     changed = true;
   }
   return changed;
@@ -189,7 +191,7 @@ bool RpCandidateSm::doUpdateCrpAdvSetPrefix(const Pax::IpGenPrefix &prefix) {
     VRF_TRACE(trace, 4, "Created crpAdvSet for zone " << zone);
   }
   (*crpAdvSet_.find(zone))->prefixSetIs(prefix);
-  advertisements_.servedBy(crpOptions_, prefix);
+  advertisements_.goodbyes().servedBy(crpOptions_, prefix);
   VRF_TRACE(trace, 4, "Added prefix " << prefix << " to crpAdvSet for zone " << zone);
   return true;
 }
@@ -220,7 +222,7 @@ void RpCandidateSm::handleCrpAdvTimerExpiry() {
   }
 }
 
-/// A longer interval is told at once, and once more: the BSR holds us by the old, shorter hold time.
+// A longer interval is told at once, and once more: the BSR holds us by the old, shorter hold time.
 void RpCandidateSm::handleInterval() {
   VRF_TRACE_ENTRY(trace);
   const uint16_t before = std::exchange(lastInterval_, crp_->interval().number());
@@ -239,7 +241,7 @@ void RpCandidateSm::handleInterval() {
   }
 }
 
-/// Late enough to miss a burst of loss, and early enough for an agent that is about to shut down.
+// Late enough to miss a burst of loss, and early enough for an agent that is about to shut down.
 void RpCandidateSm::doRepeatWithin(uint16_t seconds) {
   const double delay = std::min(2.0, seconds / 2.0);
   VRF_TRACE(trace, 5, "Setting up repeat timer to fire in " << delay << " seconds from now");
@@ -255,7 +257,7 @@ void RpCandidateSm::doSendCrpAdv(bool shutdown) {
   VRF_TRACE_ENTRY_WITH(trace, " ( shutdown=" << (shutdown ? "True" : "False") << " )");
   if (shutdown) {
     for (const Pax::IpGenPrefix &zone : crpAdvSet_.keys()) {
-      advertisements_.toldIs(crpOptions_, zone, prefixesOf(zone), *crp_);
+      advertisements_.goodbyes().maybeToldIs(crpOptions_, zone, prefixesOf(zone), *crp_, timerWheel_.now());
     }
   }
   bool sent = advertisements_.withdraw(crpOptions_, shutdown);
@@ -263,7 +265,7 @@ void RpCandidateSm::doSendCrpAdv(bool shutdown) {
     for (const Pax::IpGenPrefix &zone : crpAdvSet_.keys()) {
       sent |= advertisements_.advertise(crpOptions_, zone, restedOf(zone), *crp_);
     }
-    doReturnLater();
+    doReturnAt(earliestReturn());
   }
   if (!sent) {
     VRF_TRACE(trace, 5,
@@ -278,11 +280,11 @@ RpCandidateSm::Prefixes RpCandidateSm::prefixesOf(const Pax::IpGenPrefix &zone) 
   return {keys.begin(), keys.end()};
 }
 
-/// Those that may be advertised now.
+// Those that may be advertised now.
 RpCandidateSm::Prefixes RpCandidateSm::restedOf(const Pax::IpGenPrefix &zone) const {
   Prefixes prefixes = prefixesOf(zone);
   std::erase_if(prefixes, [&](const Pax::IpGenPrefix &prefix) {
-    return advertisements_.restsUntil(crpOptions_.rpAddress, zone, prefix) > timerWheel_.now();
+    return advertisements_.goodbyes().restsUntil(crpOptions_.rpAddress, zone, prefix) > timerWheel_.now();
   });
   return prefixes;
 }

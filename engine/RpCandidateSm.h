@@ -10,10 +10,13 @@
 #include <memory>
 
 #include "engine/CrpAdvertisements.h"
+#include "platform/kiv/ReactorOf.h"
 #include "platform/orb/Random.h"
 
 namespace Routing::Pim::Bsr {
 
+/// Owned by CandidateRps. It decides when to send what; CrpAdvertisements sends it, and remembers it beyond
+/// the end of this machine. It writes no status.
 class RpCandidateSm {
  public:
   RpCandidateSm(const CrpOptions &crpOptions, const Kiv::Ptr<const Status> &bsrStatus,
@@ -22,7 +25,6 @@ class RpCandidateSm {
   RpCandidateSm(const RpCandidateSm &) = delete;
   RpCandidateSm &operator=(const RpCandidateSm &) = delete;
 
-  const CrpOptions &crpOptions() const { return crpOptions_; }
   /// By zone, what its BSR is told.
   const Kiv::Table<Pax::IpGenPrefix, Kiv::Ptr<RpCandidatePrefixSet>> &crpAdvSet() const { return crpAdvSet_; }
   double nextAdvertisement() const;
@@ -33,53 +35,40 @@ class RpCandidateSm {
   void doSendCrpAdv(bool shutdown);
 
  private:
-  class KivPrefixOption : public RpCandidateGroupEntryOptions::Notifiee {
+  class KivPrefixOption : public Kiv::ReactorOf<RpCandidateGroupEntryOptions, RpCandidateSm> {
    public:
-    KivPrefixOption(RpCandidateSm &sm, const Pax::IpGenPrefix &prefix,
+    KivPrefixOption(RpCandidateSm &owner, const Pax::IpGenPrefix &prefix,
                     const Kiv::Ptr<const RpCandidateGroupEntryOptions> &options)
-        : sm_(sm), prefix_(prefix) {
-      notifierIs(options);
-    }
+        : ReactorOf(owner, options), prefix_(prefix) {}
     void onPriority() override { handlePriority(); }
 
    private:
     void handlePriority();
-    const std::string &vrfName() const { return sm_.vrfName(); }
-    RpCandidateSm &sm_;
+    const std::string &vrfName() const { return owner_.vrfName(); }
     const Pax::IpGenPrefix prefix_;
   };
-  class KivCrp : public RpCandidate::Notifiee {
+  class KivCrp : public Kiv::ReactorOf<RpCandidate, RpCandidateSm> {
    public:
-    KivCrp(RpCandidateSm &sm, const Kiv::Ptr<const RpCandidate> &crp);
-    void onInterval() override { sm_.handleInterval(); }
-    void onMode() override { sm_.handleMode(); }
-    void onPrefixSet(const Pax::IpGenPrefix &prefix) override { sm_.handlePrefix(prefix); }
+    KivCrp(RpCandidateSm &owner, const Kiv::Ptr<const RpCandidate> &crp);
+    void onInterval() override { owner_.handleInterval(); }
+    void onMode() override { owner_.handleMode(); }
+    void onPrefixSet(const Pax::IpGenPrefix &prefix) override { owner_.handlePrefix(prefix); }
     void onPrefixOptions(const Pax::IpGenPrefix &prefix) override;
 
    private:
     void followOption(const Pax::IpGenPrefix &prefix);
-    RpCandidateSm &sm_;
     Kiv::Table<Pax::IpGenPrefix, std::unique_ptr<KivPrefixOption>> option_;
   };
-  class KivBsrTrie : public TrieGen::Notifiee {
-   public:
-    explicit KivBsrTrie(RpCandidateSm &sm) : sm_(sm) { notifierIs(sm.bsrTrie_); }
-    void onRoute(const Pax::IpGenPrefix &zone) override { sm_.handleBsr(zone); }
-
-   private:
-    RpCandidateSm &sm_;
+  class KivBsrTrie : public Kiv::ReactorOf<TrieGen, RpCandidateSm> {
+    using ReactorOf::ReactorOf;
+    void onRoute(const Pax::IpGenPrefix &zone) override { owner_.handleBsr(zone); }
   };
-  class KivCrpAdvTimer : public Orb::Timer {
-   public:
-    using Handler = void (RpCandidateSm::*)();
-    KivCrpAdvTimer(RpCandidateSm &sm, const Kiv::Ptr<Orb::TimerWheel> &wheel, Handler handler)
-        : Timer(wheel), sm_(sm), handler_(handler) {}
-    void onTime() override { (sm_.*handler_)(); }
-
-   private:
-    RpCandidateSm &sm_;
-    const Handler handler_;
-  };
+  void handleCrpAdvTimerExpiry();
+  void handlePassTimerExpiry();
+  void handleReturnTimerExpiry();
+  using KivCrpAdvTimer = Orb::TimerFor<&RpCandidateSm::handleCrpAdvTimerExpiry>;
+  using KivPassTimer = Orb::TimerFor<&RpCandidateSm::handlePassTimerExpiry>;
+  using KivReturnTimer = Orb::TimerFor<&RpCandidateSm::handleReturnTimerExpiry>;
 
   using Prefixes = CrpAdvertisements::Prefixes;
 
@@ -89,19 +78,18 @@ class RpCandidateSm {
   void handlePrefix(const Pax::IpGenPrefix &prefix);
   void handleInterval();
   void handleMode();
-  void handleCrpAdvTimerExpiry();
-  void handlePassTimerExpiry();
-  void handleReturnTimerExpiry();
+  void doAdvertiseQuickly();
   void doAdvertiseSoon();
   void doAdvertiseAt(double time);
   void doRepeatWithin(uint16_t seconds);
-  bool doUpdateCrpAdvSet();
+  void doUpdateCrpAdvSet();
   bool doUpdateCrpAdvSet(const Pax::IpGenPrefix &zone);
   bool doUpdateCrpAdvSetPrefix(const Pax::IpGenPrefix &prefix);
   bool removeFromZone(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix);
   bool isConfigured(const Pax::IpGenPrefix &prefix) const;
   bool advertises(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) const;
-  bool doReturnLater();
+  double earliestReturn() const;
+  void doReturnAt(double time);
   Prefixes prefixesOf(const Pax::IpGenPrefix &zone) const;
   Prefixes restedOf(const Pax::IpGenPrefix &zone) const;
   uint32_t quickDelay();
@@ -120,9 +108,9 @@ class RpCandidateSm {
   bool initialized_ = false;
   KivCrpAdvTimer crpAdvTimer_;
   // For passes out of turn, which neither move crpAdvTimer_ nor are moved with it.
-  KivCrpAdvTimer soonTimer_;    // something changed
-  KivCrpAdvTimer repeatTimer_;  // a longer interval is told once more
-  KivCrpAdvTimer returnTimer_;  // withdrawn prefixes may be advertised again
+  KivPassTimer soonTimer_;      // something changed
+  KivPassTimer repeatTimer_;    // a longer interval is told once more
+  KivReturnTimer returnTimer_;  // withdrawn prefixes may be advertised again
   KivCrp kivCrp_;
   KivBsrTrie kivBsrTrie_;
 };

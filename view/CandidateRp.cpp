@@ -63,7 +63,7 @@ void add(Advertised &advertised, const RpCandidatePrefixSet &set, double next) {
   const std::set<Pax::IpGenPrefix> sorted(keys.begin(), keys.end());
   size_t counted = 0;
   for (const Pax::IpGenPrefix &prefix : sorted) {
-    auto &groups = ++counted > CrpAdvertisements::mostCounted ? advertised.leftOut : advertised.groups;
+    auto &groups = ++counted > CrpGoodbyes::mostCounted ? advertised.leftOut : advertised.groups;
     groups.insert(prefix);
   }
   advertised.next = std::min(advertised.next, next);

@@ -3,7 +3,7 @@
 #include "daemon/file/Checks.h"
 #include "daemon/file/Entries.h"
 #include "daemon/file/Zones.h"
-#include "engine/CrpAdvertisements.h"
+#include "engine/CrpGoodbyes.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -92,9 +92,9 @@ class WarningFinder {
     std::map<RpPriority, size_t> ranges;
     for (const auto &[range, priority] : priorities) ++ranges[priority];
     for (const auto &[priority, count] : ranges) {
-      if (count <= CrpAdvertisements::mostCounted) continue;
+      if (count <= CrpGoodbyes::mostCounted) continue;
       warn(entry, std::to_string(count) + " ranges have priority " + std::to_string(priority) +
-                      ", and the BSR of a zone is told of the first " + std::to_string(CrpAdvertisements::mostCounted) +
+                      ", and the BSR of a zone is told of the first " + std::to_string(CrpGoodbyes::mostCounted) +
                       " in it");
     }
   }

@@ -1,0 +1,56 @@
+/// The candidate RPs of this router in one VRF, and their advertisers.
+///
+/// Each priority that a candidate RP has for any of its prefixes is advertised by a machine of its own
+/// (RpCandidateSm), since an advertisement carries one priority.
+#pragma once
+
+#include <memory>
+
+#include "engine/CrpAdvertisements.h"
+#include "engine/RpCandidateSm.h"
+
+namespace Routing::Pim::Bsr {
+
+/// Owned by the engine. It follows the candidate RPs of the status, and makes and ends advertisers; it
+/// writes no status. An advertiser that ends because its priority or its RP has gone says goodbye; the
+/// end of the engine, or of its address family, is silent.
+class CandidateRps {
+ public:
+  using Advertisers = Kiv::Table<CrpOptions, std::unique_ptr<RpCandidateSm>>;
+
+  /// `random` outlives it.
+  CandidateRps(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<Orb::TimerWheel> &timerWheel,
+               const Kiv::Ptr<PimCrpMsgStatus> &crpMsgStatus, Orb::Random &random);
+  ~CandidateRps();
+  CandidateRps(const CandidateRps &) = delete;
+  CandidateRps &operator=(const CandidateRps &) = delete;
+
+  /// From now on there are advertisers: handleCrp() makes those of a candidate RP. `bsrTrie` has the zones.
+  void begin(const Kiv::Ptr<const TrieGen> &bsrTrie);
+  /// All advertisers end; there are none until the next begin().
+  void end();
+
+  /// The candidate RP is there, as if new, or has gone.
+  void handleCrp(const Pax::IpGenAddr &rpAddress);
+
+  const Advertisers &rpCandidateSm() const { return rpCandidateSm_; }
+
+ private:
+  class KivCrp;
+
+  const std::string &vrfName() const { return bsrStatus_->name(); }
+  void rpCandidateSmIs(const CrpOptions &options);
+  void rpCandidateSmDel(const CrpOptions &options);
+
+  const Kiv::Ptr<const Status> bsrStatus_;
+  const Kiv::Ptr<Orb::TimerWheel> timerWheel_;
+  const Kiv::Ptr<PimCrpMsgStatus> crpMsgStatus_;
+  Orb::Random &random_;
+  bool begun_ = false;
+  Kiv::Ptr<const TrieGen> bsrTrie_;
+  std::unique_ptr<CrpAdvertisements> advertisements_;
+  Advertisers rpCandidateSm_;
+  Kiv::Table<Pax::IpGenAddr, std::unique_ptr<KivCrp>> crp_;
+};
+
+}  // namespace Routing::Pim::Bsr
