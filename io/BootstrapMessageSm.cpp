@@ -1,6 +1,7 @@
 #include "io/BootstrapMessageSm.h"
 
 #include "model/VrfTrace.h"
+#include "platform/pim/PimRpfTable.h"
 #include "platform/tracelet/Require.h"
 
 namespace Routing::Pim::Bsr {
@@ -13,28 +14,26 @@ BootstrapMessageSm::BootstrapMessageSm(const Kiv::Ptr<IO::PamManager> &pimPamMan
                                        const Kiv::Ptr<PimBsmStatus> &bsmStatus,
                                        const Kiv::Ptr<IO::MessageInfo> &bsmInfo, const Kiv::Ptr<PimRpfTable> &rpfTable,
                                        const Orb::Clock &clock)
-    : pimPamManager_(pimPamManager),
-      bsrStatus_(bsrStatus),
+    : bsrStatus_(bsrStatus),
       bsmStatus_(bsmStatus),
       bsmInfo_(bsmInfo),
       rpfTable_(rpfTable),
       clock_(clock),
-      kivBsrStatus_(*this),
-      kivBsmInfo_(*this),
-      kivBsmStatus_(*this) {
+      kivBsrStatus_(*this, bsrStatus),
+      kivBsmInfo_(*this, bsmInfo ? bsmInfo->rx() : nullptr),
+      kivBsmStatus_(*this, bsmStatus) {
+  REQUIRE_AS(pimPamManager, "pimPamManager()");
   handleInitialize();
 }
 
+BootstrapMessageSm::~BootstrapMessageSm() { lastBsmDelAll(); }
+
 void BootstrapMessageSm::handleInitialize() {
-  REQUIRE(pimPamManager());
-  REQUIRE(rpfTable());
-  REQUIRE(bsrStatus());
-  REQUIRE(bsmInfo());
-  REQUIRE(bsmStatus());
+  REQUIRE_AS(rpfTable_, "rpfTable()");
+  REQUIRE_AS(bsrStatus_, "bsrStatus()");
+  REQUIRE_AS(bsmInfo_, "bsmInfo()");
+  REQUIRE_AS(bsmStatus_, "bsmStatus()");
   VRF_TRACE_ENTRY(trace);
-  kivBsrStatus_.notifierIs(bsrStatus_);
-  kivBsmInfo_.notifierIs(bsmInfo_->rx());
-  kivBsmStatus_.notifierIs(bsmStatus_);
   counters_ = bsrStatus_->counters();
   startupTime_ = clock_.now();
   globalZone_ = Pax::allGroups(bsrStatus_->af());

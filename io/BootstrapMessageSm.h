@@ -1,93 +1,92 @@
 /// The gate for Bootstrap messages between the packet channel of a VRF and its engine.
 ///
-/// A received message passes a fixed order of tests; whatever fails one is counted by its reason,
-/// traced and dropped with nothing else changed. An accepted message is remembered per scope zone
-/// and handed to the engine. What the engine hands over is sent. RP sets are the engine's matter.
+/// A received message passes a fixed order of tests: destination, then No-Forward or RPF, then border
+/// (RFC 5059 section 3.1.3). What fails one is counted by its reason, traced and dropped, and nothing else
+/// changes. What passes is remembered as the last message of its zone and handed to the engine. What the
+/// engine hands over is sent, on the interface that it names.
+///
+/// RP sets and elections are the engine's matter: of a message only the header and the first group block
+/// are looked at here.
 #pragma once
 
 #include "model/InternalStatus.h"
 #include "model/Status.h"
+#include "platform/kiv/ReactorOf.h"
 #include "platform/orb/Clock.h"
 #include "platform/pim/MessageInfo.h"
-#include "platform/pim/PimRpfTable.h"
 
-namespace Routing::Pim::Bsr {
+namespace Routing::Pim {
 
+class PimRpfTable;
+
+namespace Bsr {
+
+/// Owned by the VRF's container, which makes it after the engine. It writes the receive half of
+/// PimBsmStatus, the channel's transmit half, and counters; its end writes nothing. It never changes a
+/// message, and neither makes nor ends a zone.
 class BootstrapMessageSm {
  public:
+  /// `clock` outlives it; anything missing is fatal.
   BootstrapMessageSm(const Kiv::Ptr<IO::PamManager> &pimPamManager, const Kiv::Ptr<Status> &bsrStatus,
                      const Kiv::Ptr<PimBsmStatus> &bsmStatus, const Kiv::Ptr<IO::MessageInfo> &bsmInfo,
                      const Kiv::Ptr<PimRpfTable> &rpfTable, const Orb::Clock &clock);
-  ~BootstrapMessageSm() { lastBsmDelAll(); }
+  ~BootstrapMessageSm();
   BootstrapMessageSm(const BootstrapMessageSm &) = delete;
   BootstrapMessageSm &operator=(const BootstrapMessageSm &) = delete;
 
-  /// The last accepted message of a zone, or null. Entries go only with the machine.
+  /// The last accepted message of a zone, or null. It stays until the next one, or the end of this machine.
   Kiv::Ptr<Packet::BootstrapMessage> lastBsm(const Pax::IpGenPrefix &zone) const;
-  void lastBsmIs(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
-  void lastBsmDel(const Pax::IpGenPrefix &zone) { lastBsm_.erase(zone); }
-  void lastBsmDelAll();
 
  private:
-  class KivBsrStatus : public Status::Notifiee {
-   public:
-    explicit KivBsrStatus(BootstrapMessageSm &sm) : sm_(sm) {}
-    void onCounters() override { sm_.counters_ = sm_.bsrStatus_->counters(); }
-
-   private:
-    BootstrapMessageSm &sm_;
+  class KivBsrStatus : public Kiv::ReactorOf<Status, BootstrapMessageSm> {
+    using ReactorOf::ReactorOf;
+    void onCounters() override { owner_.counters_ = owner_.bsrStatus_->counters(); }
   };
-  class KivBsmInfo : public IO::ReceivedMessage::Notifiee {
-   public:
-    explicit KivBsmInfo(BootstrapMessageSm &sm) : sm_(sm) {}
-    void onCount() override { sm_.handleBootstrapMessage(); }
-
-   private:
-    BootstrapMessageSm &sm_;
+  class KivBsmInfo : public Kiv::ReactorOf<IO::ReceivedMessage, BootstrapMessageSm> {
+    using ReactorOf::ReactorOf;
+    void onCount() override { owner_.handleBootstrapMessage(); }
   };
-  class KivBsmStatus : public PimBsmStatus::Notifiee {
-   public:
-    explicit KivBsmStatus(BootstrapMessageSm &sm) : sm_(sm) {}
-    void onWriteCount() override { sm_.handleTransmission(); }
-
-   private:
-    BootstrapMessageSm &sm_;
+  class KivBsmStatus : public Kiv::ReactorOf<PimBsmStatus, BootstrapMessageSm> {
+    using ReactorOf::ReactorOf;
+    void onWriteCount() override { owner_.handleTransmission(); }
   };
 
-  const Kiv::Ptr<IO::PamManager> &pimPamManager() const { return pimPamManager_; }
-  const Kiv::Ptr<Status> &bsrStatus() const { return bsrStatus_; }
-  const Kiv::Ptr<PimBsmStatus> &bsmStatus() const { return bsmStatus_; }
-  const Kiv::Ptr<IO::MessageInfo> &bsmInfo() const { return bsmInfo_; }
-  const Kiv::Ptr<PimRpfTable> &rpfTable() const { return rpfTable_; }
   const std::string &vrfName() const { return bsrStatus_->name(); }
-
   void handleInitialize();
   void handleBootstrapMessage();
   void handleBSM();
   void handleTransmission();
 
-  // The tests of handleBSM, in its order. False when the message was dropped.
+  // The tests, in their order. False for a message that fails: then it has been traced and counted.
+  /// It was sent to ALL-PIM-ROUTERS.
   bool destinationPasses();
+  /// It is a quick refresh: the first message of its zone, soon after the start.
   bool noForwardPasses(const Pax::IpGenPrefix &zone);
+  /// It came from the RPF neighbour toward its BSR, on the interface to it.
   bool rpfPasses(const Packet::BootstrapMessage &bsm);
+  /// It did not come in over a border of its zone.
   bool borderPasses(const Pax::IpGenPrefix &zone);
   void accept(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
 
+  /// The first group block's prefix where that is a scoped zone's own block, otherwise the global zone.
   Pax::IpGenPrefix zoneOf(const Packet::BootstrapMessage &bsm) const;
+  /// Seconds: our own candidate's, or the default.
   uint32_t bsPeriod(const Pax::IpGenPrefix &zone) const;
+  void lastBsmIs(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
+  void lastBsmDel(const Pax::IpGenPrefix &zone) { lastBsm_.erase(zone); }
+  void lastBsmDelAll();
   void count(void (PimBsrCounters::*first)(uint32_t), void (PimBsrCounters::*second)(uint32_t));
   void countDrop(uint32_t PimBsrErrorCounters::*reason);
 
-  const Kiv::Ptr<IO::PamManager> pimPamManager_;
+  static constexpr uint32_t bsPeriodDefault_ = 60;  // seconds
   const Kiv::Ptr<Status> bsrStatus_;
   const Kiv::Ptr<PimBsmStatus> bsmStatus_;
   const Kiv::Ptr<IO::MessageInfo> bsmInfo_;
   const Kiv::Ptr<PimRpfTable> rpfTable_;
   const Orb::Clock &clock_;
-  double startupTime_ = 0;  // a quick refresh is expected for one bootstrap period from here
-  static constexpr uint32_t bsPeriodDefault_ = 60;
+  double startupTime_ = 0;  // a quick refresh is accepted for one bootstrap period from here
   Pax::IpGenPrefix globalZone_;
-  Kiv::Ptr<PimBsrCounters> counters_;
+  Kiv::Ptr<PimBsrCounters> counters_;  // null while the status has none
   Kiv::Table<Pax::IpGenPrefix, Kiv::Ptr<Packet::BootstrapMessage>> lastBsm_;
   bool initialized_ = false;
 
@@ -96,4 +95,5 @@ class BootstrapMessageSm {
   KivBsmStatus kivBsmStatus_;
 };
 
-}  // namespace Routing::Pim::Bsr
+}  // namespace Bsr
+}  // namespace Routing::Pim

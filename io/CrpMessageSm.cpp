@@ -1,6 +1,9 @@
 #include "io/CrpMessageSm.h"
 
+#include "io/PimBsrCrpPermitTrieBuilderSm.h"
 #include "model/VrfTrace.h"
+#include "platform/routing/RouteLookup.h"
+#include "platform/routing/TrieGen.h"
 #include "platform/tracelet/Require.h"
 
 namespace Routing::Pim::Bsr {
@@ -12,27 +15,25 @@ Tracelet::Module trace("Pim::Bsr::IO");
 CrpMessageSm::CrpMessageSm(const Kiv::Ptr<IO::PamManager> &pimPamManager, const Kiv::Ptr<Status> &bsrStatus,
                            const Kiv::Ptr<PimCrpMsgStatus> &crpMsgStatus, const Kiv::Ptr<IO::MessageInfo> &crpMsgInfo,
                            const Kiv::Ptr<RouteLookup> &ucastRouteStatus)
-    : pimPamManager_(pimPamManager),
-      bsrStatus_(bsrStatus),
+    : bsrStatus_(bsrStatus),
       crpMsgStatus_(crpMsgStatus),
       crpMsgInfo_(crpMsgInfo),
       ucastRouteStatus_(ucastRouteStatus),
-      kivBsrStatus_(*this),
-      kivCrpMsgInfo_(*this),
-      kivCrpMsgStatus_(*this) {
+      kivBsrStatus_(*this, bsrStatus),
+      kivCrpMsgInfo_(*this, crpMsgInfo ? crpMsgInfo->rx() : nullptr),
+      kivCrpMsgStatus_(*this, crpMsgStatus) {
+  REQUIRE_AS(pimPamManager, "pimPamManager()");
   handleInitialize();
 }
 
+CrpMessageSm::~CrpMessageSm() = default;
+
 void CrpMessageSm::handleInitialize() {
-  REQUIRE(pimPamManager());
-  REQUIRE(bsrStatus());
-  REQUIRE(crpMsgStatus());
-  REQUIRE(crpMsgInfo());
-  REQUIRE(ucastRouteStatus());
+  REQUIRE_AS(bsrStatus_, "bsrStatus()");
+  REQUIRE_AS(crpMsgStatus_, "crpMsgStatus()");
+  REQUIRE_AS(crpMsgInfo_, "crpMsgInfo()");
+  REQUIRE_AS(ucastRouteStatus_, "ucastRouteStatus()");
   VRF_TRACE_ENTRY(trace);
-  kivBsrStatus_.notifierIs(bsrStatus_);
-  kivCrpMsgInfo_.notifierIs(crpMsgInfo_->rx());
-  kivCrpMsgStatus_.notifierIs(crpMsgStatus_);
   counters_ = bsrStatus_->counters();
   globalZone_ = Pax::allGroups(bsrStatus_->af());
   REQUIRE_AS(!globalZone_.isEmpty(), "0 && \"Unknown address family\"");
@@ -53,7 +54,7 @@ void CrpMessageSm::handleCRPAdv(const Kiv::Ptr<Packet::CrpAdvMessage> &advertise
   VRF_TRACE_ENTRY(trace);
   count(&PimBsrCounters::rxInc);
   count(&PimBsrCounters::rxCrpAdvInc);
-  if (!isPermitted(advertisement->source())) return;
+  if (!isPermitted(advertisement->source())) return countDenied(advertisement->source());
   VRF_TRACE(trace, 4, "RX - Accepted CrpAdv from " << advertisement->source());
   crpMsgStatus_->bsrIpIs(advertisement->destination());
   crpMsgStatus_->rpIs(advertisement->rpAddress());
@@ -70,13 +71,15 @@ void CrpMessageSm::handleCRPAdv(const Kiv::Ptr<Packet::CrpAdvMessage> &advertise
   count(&PimBsrCounters::rxSuccessInc);
 }
 
-bool CrpMessageSm::isPermitted(const Pax::IpGenAddr &source) {
-  if (!crpPermitTrie_->longestMatch(Pax::IpGenPrefix::host(source)).isEmpty()) return true;
+bool CrpMessageSm::isPermitted(const Pax::IpGenAddr &source) const {
+  return !crpPermitTrie_->longestMatch(Pax::IpGenPrefix::host(source)).isEmpty();
+}
+
+void CrpMessageSm::countDenied(const Pax::IpGenAddr &source) {
   count(&PimBsrCounters::rxErrorInc);
   count(&PimBsrCounters::rxCrpAdvErrorInc);
   if (counters_) counters_->errorInc(&PimBsrErrorCounters::deniedError);
   VRF_TRACE(trace, 1, "RX - Dropping CRP Adv since Crp Adv Message from " << source << " is not permitted");
-  return false;
 }
 
 void CrpMessageSm::handOver(const Packet::CrpGroup &group) {
@@ -99,11 +102,15 @@ void CrpMessageSm::handleTransmission() {
     count(&PimBsrCounters::txSuccessInc);
     crpMsgStatus_->sentCountInc(1);
     handleCRPAdv(advertisement);
-    return;
+  } else {
+    transmit(advertisement);
   }
+}
+
+void CrpMessageSm::transmit(const Kiv::Ptr<Packet::CrpAdvMessage> &advertisement) {
   IO::TransmitMessage &channel = crpMsgInfo_->tx();
   const uint32_t before = channel.count();
-  channel.intfIdIs(Pax::IntfId());  // routed toward the BSR
+  channel.intfIdIs(Pax::IntfId());
   channel.messageIs(advertisement);
   channel.countInc(1);
   count(&PimBsrCounters::txInc);

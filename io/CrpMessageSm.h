@@ -1,82 +1,80 @@
 /// The gate for Candidate-RP advertisements between the packet channel of a VRF, its advertisers and
-/// its engine.
+/// its engine (RFC 5059 sections 3.2 and 3.3).
 ///
-/// A received advertisement is judged by its source against the permitted advertisers and handed to
-/// the engine one group range at a time. One of our own goes to the BSR by unicast, or straight to
-/// the receiving side when we are the BSR.
+/// A received advertisement is accepted by its source, which has to be among the permitted ones, and
+/// handed to the engine one group range at a time. One of our own goes to the BSR by unicast, or straight
+/// to the receiving side where we are the BSR: then it never touches the wire.
 #pragma once
 
 #include <memory>
 
-#include "io/PimBsrCrpPermitTrieBuilderSm.h"
 #include "model/InternalStatus.h"
+#include "model/Status.h"
+#include "platform/kiv/ReactorOf.h"
 #include "platform/pim/MessageInfo.h"
-#include "platform/routing/RouteLookup.h"
 
-namespace Routing::Pim::Bsr {
+namespace Routing {
 
+class RouteLookup;
+class TrieGen;
+
+namespace Pim::Bsr {
+
+class PimBsrCrpPermitTrieBuilderSm;
+
+/// Owned by the VRF's container, which makes it after the engine. It writes the receive half of
+/// PimCrpMsgStatus and its `sentCount`, the channel's transmit half, and counters; its end writes nothing.
+/// Whether we are the BSR of a range, and what priority and hold time mean, is the engine's matter.
 class CrpMessageSm {
  public:
+  /// Anything missing is fatal.
   CrpMessageSm(const Kiv::Ptr<IO::PamManager> &pimPamManager, const Kiv::Ptr<Status> &bsrStatus,
                const Kiv::Ptr<PimCrpMsgStatus> &crpMsgStatus, const Kiv::Ptr<IO::MessageInfo> &crpMsgInfo,
                const Kiv::Ptr<RouteLookup> &ucastRouteStatus);
+  ~CrpMessageSm();
   CrpMessageSm(const CrpMessageSm &) = delete;
   CrpMessageSm &operator=(const CrpMessageSm &) = delete;
 
-  /// Whether the address is one of this router.
-  bool isLocalHost(const Pax::IpGenAddr &address) const;
-
  private:
-  class KivBsrStatus : public Status::Notifiee {
-   public:
-    explicit KivBsrStatus(CrpMessageSm &sm) : sm_(sm) {}
-    void onCounters() override { sm_.counters_ = sm_.bsrStatus_->counters(); }
-
-   private:
-    CrpMessageSm &sm_;
+  class KivBsrStatus : public Kiv::ReactorOf<Status, CrpMessageSm> {
+    using ReactorOf::ReactorOf;
+    void onCounters() override { owner_.counters_ = owner_.bsrStatus_->counters(); }
   };
-  class KivCrpMsgInfo : public IO::ReceivedMessage::Notifiee {
-   public:
-    explicit KivCrpMsgInfo(CrpMessageSm &sm) : sm_(sm) {}
-    void onMessage() override { sm_.handleCrpAdvMessage(); }
-
-   private:
-    CrpMessageSm &sm_;
+  class KivCrpMsgInfo : public Kiv::ReactorOf<IO::ReceivedMessage, CrpMessageSm> {
+    using ReactorOf::ReactorOf;
+    void onMessage() override { owner_.handleCrpAdvMessage(); }
   };
-  class KivCrpMsgStatus : public PimCrpMsgStatus::Notifiee {
-   public:
-    explicit KivCrpMsgStatus(CrpMessageSm &sm) : sm_(sm) {}
-    void onWriteCount() override { sm_.handleTransmission(); }
-
-   private:
-    CrpMessageSm &sm_;
+  class KivCrpMsgStatus : public Kiv::ReactorOf<PimCrpMsgStatus, CrpMessageSm> {
+    using ReactorOf::ReactorOf;
+    void onWriteCount() override { owner_.handleTransmission(); }
   };
 
-  const Kiv::Ptr<IO::PamManager> &pimPamManager() const { return pimPamManager_; }
-  const Kiv::Ptr<Status> &bsrStatus() const { return bsrStatus_; }
-  const Kiv::Ptr<PimCrpMsgStatus> &crpMsgStatus() const { return crpMsgStatus_; }
-  const Kiv::Ptr<IO::MessageInfo> &crpMsgInfo() const { return crpMsgInfo_; }
-  const Kiv::Ptr<RouteLookup> &ucastRouteStatus() const { return ucastRouteStatus_; }
   const std::string &vrfName() const { return bsrStatus_->name(); }
-
   void handleInitialize();
   void handleCrpAdvMessage();
+  /// Takes an advertisement, from the wire or from ourselves.
   void handleCRPAdv(const Kiv::Ptr<Packet::CrpAdvMessage> &advertisement);
   void handleTransmission();
-  bool isPermitted(const Pax::IpGenAddr &source);
+  /// Unicast, routed toward the BSR.
+  void transmit(const Kiv::Ptr<Packet::CrpAdvMessage> &advertisement);
+  /// Whether the address is one of this router.
+  bool isLocalHost(const Pax::IpGenAddr &address) const;
+  /// Whether the filter permits the address from which an advertisement came; its RP may have another.
+  bool isPermitted(const Pax::IpGenAddr &source) const;
+  void countDenied(const Pax::IpGenAddr &source);
+  /// The common fields stand in PimCrpMsgStatus already.
   void handOver(const Packet::CrpGroup &group);
   void count(void (PimBsrCounters::*counter)(uint32_t)) {
     if (counters_) ((*counters_).*counter)(1);
   }
 
-  const Kiv::Ptr<IO::PamManager> pimPamManager_;
   const Kiv::Ptr<Status> bsrStatus_;
   const Kiv::Ptr<PimCrpMsgStatus> crpMsgStatus_;
   const Kiv::Ptr<IO::MessageInfo> crpMsgInfo_;
   const Kiv::Ptr<RouteLookup> ucastRouteStatus_;
   Pax::IpGenPrefix globalZone_;
-  Kiv::Ptr<PimBsrCounters> counters_;
-  Kiv::Ptr<TrieGen> crpPermitTrie_;
+  Kiv::Ptr<PimBsrCounters> counters_;  // null while the status has none
+  Kiv::Ptr<TrieGen> crpPermitTrie_;    // of permitted sources
   std::unique_ptr<PimBsrCrpPermitTrieBuilderSm> crpPermitTrieBuilder_;
   bool initialized_ = false;
 
@@ -85,4 +83,5 @@ class CrpMessageSm {
   KivCrpMsgStatus kivCrpMsgStatus_;
 };
 
-}  // namespace Routing::Pim::Bsr
+}  // namespace Pim::Bsr
+}  // namespace Routing

@@ -1,6 +1,7 @@
 #include "io/PimBsrCrpPermitTrieBuilderSm.h"
 
 #include "model/VrfTrace.h"
+#include "platform/routing/TrieGen.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -10,9 +11,11 @@ Tracelet::Module trace("Pim::Bsr::IO");
 
 PimBsrCrpPermitTrieBuilderSm::PimBsrCrpPermitTrieBuilderSm(const Kiv::Ptr<const Status> &bsrStatus,
                                                            const Kiv::Ptr<TrieGen> &trie)
-    : bsrStatus_(bsrStatus), trie_(trie), kivBsrStatus_(*this) {
+    : bsrStatus_(bsrStatus), trie_(trie), kivBsrStatus_(*this, bsrStatus) {
   handleCrpPermit();
 }
+
+PimBsrCrpPermitTrieBuilderSm::~PimBsrCrpPermitTrieBuilderSm() = default;
 
 void PimBsrCrpPermitTrieBuilderSm::handleCrpPermit() {
   VRF_TRACE_ENTRY(trace);

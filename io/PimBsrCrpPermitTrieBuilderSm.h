@@ -1,15 +1,23 @@
-/// Keeps the trie of permitted advertisers in step with Status.crpPermit.
+/// Keeps the trie of the sources whose advertisements are accepted in step with Status.crpPermit, so that
+/// one lookup answers for each advertisement.
 #pragma once
 
 #include "model/Status.h"
-#include "platform/routing/TrieGen.h"
+#include "platform/kiv/ReactorOf.h"
 
-namespace Routing::Pim::Bsr {
+namespace Routing {
 
+class TrieGen;
+
+namespace Pim::Bsr {
+
+/// Owned by CrpMessageSm, which owns the trie too. It writes nothing but the trie. Which sources are
+/// permitted, and that all are where no filter is configured, is settled in the configuration.
 class PimBsrCrpPermitTrieBuilderSm {
  public:
   /// Stores every permitted prefix.
   PimBsrCrpPermitTrieBuilderSm(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<TrieGen> &trie);
+  ~PimBsrCrpPermitTrieBuilderSm();
   PimBsrCrpPermitTrieBuilderSm(const PimBsrCrpPermitTrieBuilderSm &) = delete;
   PimBsrCrpPermitTrieBuilderSm &operator=(const PimBsrCrpPermitTrieBuilderSm &) = delete;
 
@@ -17,17 +25,15 @@ class PimBsrCrpPermitTrieBuilderSm {
   uint32_t trieUpdates() const { return trieUpdates_; }
 
  private:
-  class KivBsrStatus : public Status::Notifiee {
-   public:
-    explicit KivBsrStatus(PimBsrCrpPermitTrieBuilderSm &sm) : sm_(sm) { notifierIs(sm.bsrStatus_); }
-    void onCrpPermit(const Pax::IpGenPrefix &prefix) override { sm_.handleCrpPermit(prefix); }
-
-   private:
-    PimBsrCrpPermitTrieBuilderSm &sm_;
+  class KivBsrStatus : public Kiv::ReactorOf<Status, PimBsrCrpPermitTrieBuilderSm> {
+    using ReactorOf::ReactorOf;
+    void onCrpPermit(const Pax::IpGenPrefix &prefix) override { owner_.handleCrpPermit(prefix); }
   };
 
   const std::string &vrfName() const { return bsrStatus_->name(); }
+  /// All prefixes, at construction.
   void handleCrpPermit();
+  /// One that has come or gone.
   void handleCrpPermit(const Pax::IpGenPrefix &prefix);
   void trieUpdatesInc(uint32_t by) { trieUpdates_ += by; }
 
@@ -37,4 +43,5 @@ class PimBsrCrpPermitTrieBuilderSm {
   KivBsrStatus kivBsrStatus_;
 };
 
-}  // namespace Routing::Pim::Bsr
+}  // namespace Pim::Bsr
+}  // namespace Routing
