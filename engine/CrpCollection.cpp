@@ -36,8 +36,7 @@ void CrpCollection::add(const Packet::CrpGroup &group, const Pax::IpGenAddr &rpA
     VRF_TRACE(trace, 4,
               "CRP " << rpAddress << " has both PIM-SM and PIM-BIDIR instances."
                      << " We prefer BIDIR. Hence deleting existing PIM-SM CRP entry");
-    set->rpDel(rpAddress);
-    rpSets_.removeEmptySet(zone_, group.prefix);
+    rpSets_.rpDel(zone_, group.prefix, rpAddress);
     rp = nullptr;
     if (holdTime == 0) {  // it is gone here; everybody else has to be told
       withdrawals_.add(group.prefix, rpAddress, Mode::sparse);

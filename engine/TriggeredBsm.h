@@ -2,7 +2,8 @@
 ///
 /// The DR of the link sends the last messages of every zone, and so does the router that is the DR
 /// without the neighbours that are new: a DR that has just restarted has nothing to send. A router
-/// that has stopped being the DR does so once more. Who is new is a matter of the last 15 seconds.
+/// that has stopped being the DR does so once more. Whoever has come or restarted within the last 15
+/// seconds is new.
 #pragma once
 
 #include "engine/PimBsrSm.h"
