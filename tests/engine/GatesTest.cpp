@@ -89,42 +89,35 @@ const Change otherBorder = [](Arrival &m) { m.r.status->bsBorderIs(m.r.a.global(
 const Change scopeBorder = [](Arrival &m) { m.r.status->bsBorderIs(m.r.a.scope(5))->intfIdIs(m.r.intf(1)); };
 
 TEST_P(Gates, TheFirstTestThatABootstrapMessageFailsCountsAndNothingElseChanges) {
-  const std::string start = "<Vrf:default>RX - Error - ", dropping = start + "Dropping BSM since BSM src ";
-  const std::string quick = start + "Dropping BSM. We expect no-forward BSM only if quick refresh. lastBsm=";
-  const std::string isUnicast = start + "Unicast BSM not supported.192.168.0.1";
-  const std::string isElsewhere = start + "Do not know what we are dealing with here: 225.1.0.0";
-  const std::string isNot = " is not from neighbor 192.168.0.101(eth1) for BSR address 10.0.0.1";
-  const std::string atBorder =
-      "<Vrf:default>RX: Error - Dropping BSM since the interface eth1 the message arrived on is a BSR border for group";
   const struct {
     const char *reason;  // null for one that passes
     std::vector<Change> changes;
-    std::string trace;  // of IPv4
+    const char *trace = "";
   } rows[] = {
       // Neighbouring tests in pairs.
-      {"unicastBsm", {unicast, late}, isUnicast},
-      {"unicastBsm", {unicast, noWay}, isUnicast},
-      {"unknownDest", {known, elsewhere}, isElsewhere},
-      {"unknownDest", {elsewhere, stranger}, isElsewhere},
-      {"noFwdBsm", {late, border}, quick + "Set, TimeSince startup=60.5, bsPeriod=60"},
-      {"noFwdBsm", {known, border}, quick + "NULL, TimeSince startup=0, bsPeriod=60"},
-      {"rpf", {noWay, border}, dropping + "192.168.0.101 for BSR address 10.0.0.1 - RPF neighbor not available."},
-      {"rpf", {stranger, border}, dropping + "192.168.0.77(eth1)" + isNot},
-      {"rpf", {otherLink, border}, dropping + "192.168.0.101(eth2)" + isNot},
-      {"denied", {border}, atBorder + "224.0.0.0/4"},
+      {"unicastBsm", {unicast, late}},
+      {"unicastBsm", {unicast, noWay}},
+      {"unknownDest", {known, elsewhere}},
+      {"unknownDest", {elsewhere, stranger}},
+      {"noFwdBsm", {late, border}, "lastBsm=Set, TimeSince startup=60.5, bsPeriod=60"},
+      {"noFwdBsm", {known, border}, "lastBsm=NULL, TimeSince startup=0, bsPeriod=60"},
+      {"rpf", {noWay, border}},
+      {"rpf", {stranger, border}},
+      {"rpf", {otherLink, border}},
+      {"denied", {border}},
       // A no-forward message within one period of its zone.
-      {nullptr, {scopeKnown, noWay, noForwardAfter(60)}, ""},
-      {nullptr, {candidate(0), noForwardAfter(60)}, ""},
-      {nullptr, {candidate(20), noForwardAfter(20)}, ""},
-      {"noFwdBsm", {candidate(20), noForwardAfter(20.5)}, quick + "Set, TimeSince startup=20.5, bsPeriod=20"},
-      {nullptr, {candidate(100), noForwardAfter(100)}, ""},
+      {nullptr, {scopeKnown, noWay, noForwardAfter(60)}},
+      {nullptr, {candidate(0), noForwardAfter(60)}},
+      {nullptr, {candidate(20), noForwardAfter(20)}},
+      {"noFwdBsm", {candidate(20), noForwardAfter(20.5)}, "TimeSince startup=20.5, bsPeriod=20"},
+      {nullptr, {candidate(100), noForwardAfter(100)}},
       // The zone is the first block's if that has Z.
-      {nullptr, {otherBorder}, ""},
-      {nullptr, {scopeBorder}, ""},
-      {nullptr, {scoped, border}, ""},
-      {"denied", {scoped, scopeBorder}, atBorder + "239.5.0.0/16"},
-      {nullptr, {scopeSecond, scopeBorder}, ""},
-      {nullptr, {scopeWithoutZ, scopeBorder}, ""},
+      {nullptr, {otherBorder}},
+      {nullptr, {scopeBorder}},
+      {nullptr, {scoped, border}},
+      {"denied", {scoped, scopeBorder}},
+      {nullptr, {scopeSecond, scopeBorder}},
+      {nullptr, {scopeWithoutZ, scopeBorder}},
   };
   for (const auto &row : rows) {
     SCOPED_TRACE(&row - rows);
@@ -143,7 +136,7 @@ TEST_P(Gates, TheFirstTestThatABootstrapMessageFailsCountsAndNothingElseChanges)
     EXPECT_EQ(router.sm->bsrIOSm().lastBsm(m.zone) == last, row.reason != nullptr);
     const bool waits = router.status->cbsr(m.zone) != nullptr;  // for the candidate's other attributes
     EXPECT_EQ(router.bsr(m.zone) == bsr, row.reason || waits);
-    if (a.ipv4()) EXPECT_EQ(traces.lines(), row.reason ? std::vector{row.trace} : std::vector<std::string>());
+    EXPECT_EQ(traces.count(row.trace), row.reason ? 1u : 0u);
   }
 }
 
@@ -240,24 +233,18 @@ TEST_P(Gates, TheTriesCountTheirUpdates) {
 INSTANTIATE_TEST_SUITE_P(Families, Gates, testing::Values(ipv4, ipv6),
                          [](const auto &info) { return info.param.ipv4() ? "IPv4" : "IPv6"; });
 
-TEST(Weight, IsReadBackFromItsTextAndComparesFamiliesByPriorityAlone) {
-  using Bsr::CrpOptions;
-  using Bsr::PimBsrWeight;
-  EXPECT_LT(PimBsrWeight(4, ipv6.host(1)), PimBsrWeight(5, ipv4.host(1)));
-  EXPECT_TRUE(!PimBsrWeight() && !!PimBsrWeight(0, ipv6.host(1)));
-  EXPECT_EQ(PimBsrWeight(5, ipv4.host(1)).toString(),
-            "Value('Routing::Pim::Bsr::PimBsrWeight', ** {'priority': 5, 'ipAddr': 10.0.0.1})");
-  const CrpOptions options(ipv4.host(1), 5);
+TEST(Weight, IsReadBackFromItsText) {
+  const Bsr::CrpOptions options(ipv4.host(1), 5);
+  const Bsr::PimBsrWeight weight(255, ipv6.host(1));
   EXPECT_EQ(options.toString(), "Value('Routing::Pim::Bsr::CrpOptions', ** {'rpAddress': 10.0.0.1, 'priority': 5})");
-  EXPECT_EQ(CrpOptions(options.toString()), options);
-  for (const PimBsrWeight &one : {PimBsrWeight(), PimBsrWeight(255, ipv6.host(1))}) {
-    EXPECT_EQ(PimBsrWeight(one.toString()), one);
-    EXPECT_THROW(CrpOptions(one.toString()), Kiv::RangeError);
-  }
+  EXPECT_EQ(Bsr::CrpOptions(options.toString()), options);
+  EXPECT_EQ(Bsr::PimBsrWeight(weight.toString()), weight);
+  EXPECT_THROW(Bsr::CrpOptions(weight.toString()), Kiv::RangeError);
 }
 
-TEST(WeightDeathTest, FamiliesDoNotCompare) {
+TEST(WeightDeathTest, FamiliesCompareByPriorityAlone) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_LT(Bsr::PimBsrWeight(4, ipv6.host(1)), Bsr::PimBsrWeight(5, ipv4.host(1)));
   EXPECT_DEATH((void)(Bsr::PimBsrWeight(5, ipv4.host(1)) < Bsr::PimBsrWeight(5, ipv6.host(1))),
                "Assertion failed: ipAddr\\(\\) \\.af\\(\\) == weight\\.ipAddr\\(\\)\\.af\\(\\)");
 }
