@@ -220,14 +220,12 @@ TEST_P(Gates, TheTriesCountTheirUpdates) {
   status->crpPermitIs(Pax::IpGenPrefix::host(a.host(3)), true);
   status->crpPermitDel(Pax::IpGenPrefix::host(a.host(1)));
   EXPECT_EQ(permits.trieUpdates(), 6u);
-  EXPECT_EQ(permitted->size(), 2u);
   status->bootstrapRouterIs(a.global());
   const Bsr::PimBsrTrieBuilderSm bsrs(status, zones);
   EXPECT_EQ(bsrs.trieUpdates(), 1u);
   status->bootstrapRouterIs(a.scope(5))->ipAddrIs(a.host(1));
   status->bootstrapRouterDel(a.global());
   EXPECT_EQ(bsrs.trieUpdates(), 3u) << "a change of address is none";
-  EXPECT_EQ(zones->routes(), std::vector{a.scope(5)});
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, Gates, testing::Values(ipv4, ipv6),
