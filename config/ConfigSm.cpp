@@ -5,7 +5,9 @@
 #include "config/KivAcl.h"
 #include "config/KivActiveConfig.h"
 #include "config/KivBsrCandidateConfig.h"
+#include "config/KivBsrConfigAclSm.h"
 #include "config/KivRpCandidateConfig.h"
+#include "config/StaleStatus.h"
 #include "model/VrfTrace.h"
 #include "platform/pim/MessageInfo.h"
 #include "platform/tracelet/Require.h"
@@ -38,44 +40,41 @@ void follow(ConfigSm &configSm, std::map<Pax::IntfId, std::unique_ptr<Reactor>> 
 
 }  // namespace
 
-class ConfigSm::KivConfig : public Config::Notifiee {
+/// What ConfigSm itself follows.
+class ConfigSm::Reactors {
  public:
-  explicit KivConfig(ConfigSm &configSm) : configSm_(configSm) { notifierIs(configSm.config_); }
-  void onHoldTime() override { configSm_.handleBsrHoldTime(); }
-  void onSzTimeout() override { configSm_.handleSzTimeout(); }
-  void onBsrCandidateConfig(const Pax::IntfId &intfId) override { configSm_.handleBsrCandidateConfig(intfId); }
-  void onRpCandidateConfig(const Pax::IntfId &intfId) override { configSm_.handleRpCandidateConfig(intfId); }
-  void onCrpFilterAcl(const std::string &acl) override { configSm_.handleFilterAcl(acl); }
+  explicit Reactors(ConfigSm &configSm)
+      : kivConfig_(configSm, configSm.config_),
+        kivVrfIntfConfig_(configSm, configSm.vrfIntfConfig_),
+        kivClearConfig_(configSm, configSm.clearConfig_),
+        kivIpAclConfig_(configSm, configSm.ipAclConfig_) {}
 
  private:
-  ConfigSm &configSm_;
-};
+  struct KivConfig : Kiv::ReactorOf<Config, ConfigSm> {
+    using ReactorOf::ReactorOf;
+    void onHoldTime() override { owner_.handleBsrHoldTime(); }
+    void onSzTimeout() override { owner_.handleSzTimeout(); }
+    void onBsrCandidateConfig(const Pax::IntfId &intfId) override { owner_.handleBsrCandidateConfig(intfId); }
+    void onRpCandidateConfig(const Pax::IntfId &intfId) override { owner_.handleRpCandidateConfig(intfId); }
+    void onCrpFilterAcl(const std::string &acl) override { owner_.filterAcl_.handleFilterAcl(acl); }
+  };
+  struct KivVrfIntfConfig : Kiv::ReactorOf<VrfIntfConfig, ConfigSm> {
+    using ReactorOf::ReactorOf;
+    void onIntfConfig(const Pax::IntfId &intfId) override { owner_.handleIntfConfig(intfId); }
+  };
+  struct KivClearConfig : Kiv::ReactorOf<ClearConfig, ConfigSm> {
+    using ReactorOf::ReactorOf;
+    void onCountersCount() override { owner_.handleClearCounters(); }
+  };
+  struct KivIpAclConfig : Kiv::ReactorOf<Acl::Input::Config, ConfigSm> {
+    using ReactorOf::ReactorOf;
+    void onAcl(const std::string &acl) override { owner_.handleAcl(acl); }
+  };
 
-class ConfigSm::KivVrfIntfConfig : public VrfIntfConfig::Notifiee {
- public:
-  explicit KivVrfIntfConfig(ConfigSm &configSm) : configSm_(configSm) { notifierIs(configSm.vrfIntfConfig_); }
-  void onIntfConfig(const Pax::IntfId &intfId) override { configSm_.handleIntfConfig(intfId); }
-
- private:
-  ConfigSm &configSm_;
-};
-
-class ConfigSm::KivClearConfig : public ClearConfig::Notifiee {
- public:
-  explicit KivClearConfig(ConfigSm &configSm) : configSm_(configSm) { notifierIs(configSm.clearConfig_); }
-  void onCountersCount() override { configSm_.handleClearCounters(); }
-
- private:
-  ConfigSm &configSm_;
-};
-
-class ConfigSm::KivIpAclConfig : public Acl::Input::Config::Notifiee {
- public:
-  explicit KivIpAclConfig(ConfigSm &configSm) : configSm_(configSm) { notifierIs(configSm.ipAclConfig_); }
-  void onAcl(const std::string &acl) override { configSm_.handleAcl(acl); }
-
- private:
-  ConfigSm &configSm_;
+  KivConfig kivConfig_;
+  KivVrfIntfConfig kivVrfIntfConfig_;
+  KivClearConfig kivClearConfig_;
+  KivIpAclConfig kivIpAclConfig_;
 };
 
 ConfigSm::ConfigSm(const Kiv::Ptr<const Config> &config, const Kiv::Ptr<const VrfIntfConfig> &vrfIntfConfig,
@@ -99,22 +98,18 @@ void ConfigSm::handleInitialized() {
   REQUIRE(config());
   REQUIRE(vrfIntfConfig());
   REQUIRE(status());
-  REQUIRE(clearConfig());
+  REQUIRE_AS(clearConfig_, "clearConfig()");
   REQUIRE(sourceIntfSm());
   REQUIRE(ipAclConfig());
   REQUIRE_AS(status_->af() != Pax::AddressFamily::unknown, "0 && \"Unknown Address Family not supported\"");
   globalOrNonScopedZone_ = Pax::allGroups(status_->af());
   zeroPfx_ = Pax::allAddresses(status_->af());
-  kivIpAclConfig_ = std::make_unique<KivIpAclConfig>(*this);
+  reactors_ = std::make_unique<Reactors>(*this);
   for (const std::string &acl : ipAclConfig_->acl().keys()) handleAcl(acl);
   doBuildBsrConfigAcl();
   doRemoveExtraStatusEntries();
-  if (config_->crpFilterAcl().empty()) doPermitAll(true);
-  for (const std::string &acl : config_->crpFilterAcl().keys()) doFilterAclAdd(acl);
+  filterAcl_.handleInitialized();
 
-  kivConfig_ = std::make_unique<KivConfig>(*this);
-  kivVrfIntfConfig_ = std::make_unique<KivVrfIntfConfig>(*this);
-  kivClearConfig_ = std::make_unique<KivClearConfig>(*this);
   handleBsrHoldTime();
   handleSzTimeout();
   for (const Pax::IntfId &intfId : vrfIntfConfig_->intfConfig().keys()) handleIntfConfig(intfId);
@@ -163,6 +158,106 @@ void ConfigSm::handleIntfConfig(const Pax::IntfId &intfId) {
   VRF_TRACE_ENTRY(trace);
   const Kiv::Ptr<const IntfConfig> *config = vrfIntfConfig_->intfConfig(intfId);
   follow(*this, activeConfig_, intfId, config ? *config : Kiv::Ptr<const IntfConfig>());
+}
+
+void ConfigSm::handleAcl(const std::string &acl) {
+  VRF_TRACE_ENTRY(trace);
+  acl_.erase(acl);
+  if (const Kiv::Ptr<Acl::AclConfig> config = ipAclConfig_->acl(acl)) {
+    (acl_[acl] = std::make_unique<KivAcl>(*this, config))->handleRule();
+  } else if (const Kiv::Ptr<BsrConfigAcl> named = bsrConfigAcl(acl)) {
+    doResolve(*named);
+    doHandOverCrps();
+    if (named->usedByCrpAdvAclFilter()) VRF_TRACE(trace, 1, "Filter ACL " << acl << " is gone and permits nobody");
+  }
+}
+
+// The difference in the permitted prefixes, those that come first.
+void ConfigSm::doResolve(BsrConfigAcl &bsrConfigAcl) {
+  const std::string &acl = bsrConfigAcl.name();
+  const auto [groups, unicast] = permits()(acl).value_or(PermittedPrefixes());
+  for (const Pax::IpGenPrefix &prefix : groups) {
+    if (bsrConfigAcl.grpPrefix(prefix)) continue;
+    VRF_TRACE(trace, 4, "Permit Rule Added to ACL " << acl << ": Adding " << prefix << " to bsrConfigAcl");
+    bsrConfigAcl.grpPrefixIs(prefix);
+  }
+  for (const Pax::IpGenPrefix &prefix : unicast) {
+    if (bsrConfigAcl.prefix(prefix)) continue;
+    VRF_TRACE(trace, 4, "Adding prefix " << prefix << " to bsrConfigAcl unicast set");
+    bsrConfigAcl.prefixIs(prefix);
+  }
+  std::vector<Pax::IpGenPrefix> groupsGone, unicastGone;
+  for (const auto &[prefix, in] : bsrConfigAcl.grpPrefix()) {
+    if (groups.contains(prefix)) continue;
+    VRF_TRACE(trace, 4, "Adding group " << prefix << " to group list to be deleted.");
+    groupsGone.push_back(prefix);
+  }
+  for (const auto &[prefix, in] : bsrConfigAcl.prefix()) {
+    if (unicast.contains(prefix)) continue;
+    VRF_TRACE(trace, 4, "Adding prefix " << prefix << " to prefix list to be deleted.");
+    unicastGone.push_back(prefix);
+  }
+  for (const Pax::IpGenPrefix &prefix : groupsGone) {
+    VRF_TRACE(trace, 4, "Deleting group " << prefix << " from acl " << acl);
+    bsrConfigAcl.grpPrefixDel(prefix);
+  }
+  for (const Pax::IpGenPrefix &prefix : unicastGone) bsrConfigAcl.prefixDel(prefix);
+}
+
+Kiv::Ptr<BsrConfigAcl> ConfigSm::bsrConfigAcl(const std::string &acl) const {
+  const auto found = bsrConfigAcl_.find(acl);
+  return found == bsrConfigAcl_.end() ? nullptr : found->second;
+}
+
+std::vector<Pax::IpGenPrefix> ConfigSm::groupsOf(const std::string &acl) const {
+  const Kiv::Ptr<BsrConfigAcl> present = bsrConfigAcl(acl);
+  return present ? present->grpPrefix().keys() : std::vector<Pax::IpGenPrefix>();
+}
+
+bool ConfigSm::permitsGroup(const std::string &acl, const Pax::IpGenPrefix &prefix) const {
+  const Kiv::Ptr<BsrConfigAcl> present = bsrConfigAcl(acl);
+  return present && present->grpPrefix(prefix);
+}
+
+Kiv::Ptr<BsrConfigAcl> ConfigSm::bsrConfigAclIs(const std::string &acl) {
+  if (Kiv::Ptr<BsrConfigAcl> present = bsrConfigAcl(acl)) return present;
+  const Kiv::Ptr<BsrConfigAcl> created = doCreateBsrConfigAcl(acl);
+  VRF_TRACE(trace, 4, "Created BsrConfigAcl object for acl " << acl);
+  return created;
+}
+
+Kiv::Ptr<BsrConfigAcl> ConfigSm::doCreateBsrConfigAcl(const std::string &acl) {
+  const auto created = Kiv::make<BsrConfigAcl>(acl);
+  bsrConfigAcl_[acl] = created;
+  bsrConfigAclSm_[acl] = std::make_unique<KivBsrConfigAclSm>(*this, created);
+  doResolve(*created);
+  return created;
+}
+
+void ConfigSm::bsrConfigAclRelease(const std::string &acl) {
+  const Kiv::Ptr<BsrConfigAcl> present = bsrConfigAcl(acl);
+  if (!present || present->isUsed()) return;
+  bsrConfigAclSm_.erase(acl);
+  bsrConfigAcl_.erase(acl);
+  VRF_TRACE(trace, 4, "Deleted BsrConfigAcl object for acl " << acl);
+}
+
+void ConfigSm::doBuildBsrConfigAcl() {
+  VRF_TRACE_ENTRY(trace);
+  for (const Source &source : sources()) {
+    if (!source.isAcl() || bsrConfigAcl(source.acl)) continue;
+    doCreateBsrConfigAcl(source.acl);
+    VRF_TRACE(trace, 4, "Created bsrConfigAcl object for acl " << source.acl);
+  }
+}
+
+void ConfigSm::doRemoveExtraStatusEntries() {
+  VRF_TRACE_ENTRY(trace);
+  StaleStatus(*this).remove();
+}
+
+Permits ConfigSm::permits() const {
+  return [this](const std::string &acl) { return permittedBy(*ipAclConfig_, acl, status_->af()); };
 }
 
 KivActiveConfig *ConfigSm::activeConfig(const Pax::IntfId &intfId) const { return find(activeConfig_, intfId); }

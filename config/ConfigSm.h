@@ -3,7 +3,7 @@
 /// Each configured thing has a reactor that follows it: KivBsrCandidateConfig and
 /// KivRpCandidateConfig a candidate interface, KivActiveConfig a border interface, ConfigSm::KivAcl
 /// the rules of an ACL, KivBsrConfigAclSm what an ACL permits. What several sources serve is counted,
-/// and is in status while the count is above zero.
+/// and is in status while the count is above zero. Offers.h says which source serves what.
 #pragma once
 
 #include <map>
@@ -12,12 +12,13 @@
 #include <vector>
 
 #include "config/BsrConfigAcl.h"
+#include "config/FilterAcl.h"
+#include "config/Offers.h"
 #include "config/PrefixRefCount.h"
-#include "model/Config.h"
 #include "model/Status.h"
-#include "platform/acl/Acl.h"
 #include "platform/flume/MessageCounters.h"
 #include "platform/ip/SourceIntf.h"
+#include "platform/kiv/ReactorOf.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -26,8 +27,10 @@ class KivBsrCandidateConfig;
 class KivBsrConfigAclSm;
 class KivRpCandidateConfig;
 
-/// One per running VRF. On status of an earlier run it first removes what the configuration no
-/// longer supports. Its end writes no status.
+/// One per running VRF, made by its container. It and its reactors are the only writers of `Status.bsTimeout`,
+/// `szTimeout`, `cbsr` (what the engine writes of an element aside), `zoneGroup`, `zoneAcl`, `crp`, `bsBorder` and
+/// `crpPermit`. On status of an earlier run it first removes what the configuration no longer supports (StaleStatus).
+/// It never writes configuration, and its end writes no status.
 class ConfigSm {
  public:
   /// Of the VRF's own; `sourceIntfSm` outlives this. None may be missing but `pimCounters`.
@@ -54,6 +57,11 @@ class ConfigSm {
   const Kiv::Ptr<Status> &status() const { return status_; }
   Ip::SourceIntfSm *sourceIntfSm() const { return sourceIntfSm_; }
   const Kiv::Ptr<const Acl::Input::Config> &ipAclConfig() const { return ipAclConfig_; }
+  /// The prefix of all addresses.
+  const Pax::IpGenPrefix &zeroPfx() const { return zeroPfx_; }
+  /// What is configured in the VRF, and what its ACLs permit, for offersOf().
+  Sources sources() const { return sourcesOf(*config_, vrfIntfConfig_->intfConfig()); }
+  Permits permits() const;
 
   using BsrConfigAcls = std::map<std::string, Kiv::Ptr<BsrConfigAcl>>;
   const BsrConfigAcls &bsrConfigAcl() const { return bsrConfigAcl_; }
@@ -61,6 +69,10 @@ class ConfigSm {
   Kiv::Ptr<BsrConfigAcl> bsrConfigAcl(const std::string &acl) const;
   /// Finds it, or creates it with what the ACL's current rules permit.
   Kiv::Ptr<BsrConfigAcl> bsrConfigAclIs(const std::string &acl);
+  /// The groups that the ACL permits to its users now; none without users. While its rules change,
+  /// prefixes come and go one by one.
+  std::vector<Pax::IpGenPrefix> groupsOf(const std::string &acl) const;
+  bool permitsGroup(const std::string &acl, const Pax::IpGenPrefix &prefix) const;
   /// To be called whenever a use has ended: deletes it when no user is left.
   void bsrConfigAclRelease(const std::string &acl);
 
@@ -68,7 +80,6 @@ class ConfigSm {
   PrefixRefCounts<BsrBorderPrefixRefCount> borderPfxRefCount;
   PrefixRefCounts<BsrCandidatePrefixRefCount> cbsrPfxRefCount;
   PrefixRefCounts<RpCandidatePrefixRefCount> crpPfxRefCount;
-  const PrefixRefCount &crpFilterAclPfxRefCount() const { return crpFilterAclPfxRefCount_; }
 
   /// The reactor of a candidate or border interface; null when it is not configured as such.
   KivActiveConfig *activeConfig(const Pax::IntfId &intfId) const;
@@ -76,8 +87,8 @@ class ConfigSm {
   KivRpCandidateConfig *rpCandidateConfig(const Pax::IntfId &intfId) const;
 
   /// A unicast prefix of a filter ACL came or went.
-  void doFilterAclPrefixActivate(const Pax::IpGenPrefix &prefix);
-  void doFilterAclPrefixDeactivate(const Pax::IpGenPrefix &prefix);
+  void doFilterAclPrefixActivate(const Pax::IpGenPrefix &prefix) { filterAcl_.doFilterAclPrefixActivate(prefix); }
+  void doFilterAclPrefixDeactivate(const Pax::IpGenPrefix &prefix) { filterAcl_.doFilterAclPrefixDeactivate(prefix); }
   /// A zone of the candidate BSRs has left status: another interface that still offers it serves it now.
   void handleCbsrDel(const Pax::IpGenPrefix &zone);
   /// A candidate RP has come to status: no other interface serves its address.
@@ -89,35 +100,18 @@ class ConfigSm {
 
  private:
   class KivAcl;
-  class KivIpAclConfig;
-  class KivConfig;
-  class KivVrfIntfConfig;
-  class KivClearConfig;
+  class Reactors;
 
-  const Kiv::Ptr<const ClearConfig> &clearConfig() const { return clearConfig_; }
   void handleInitialized();
   void handleBsrCandidateConfig(const Pax::IntfId &intfId);
   void handleRpCandidateConfig(const Pax::IntfId &intfId);
   void handleIntfConfig(const Pax::IntfId &intfId);
-
   void handleAcl(const std::string &acl);
+
   void doBuildBsrConfigAcl();
   Kiv::Ptr<BsrConfigAcl> doCreateBsrConfigAcl(const std::string &acl);
   void doResolve(BsrConfigAcl &bsrConfigAcl);
-
-  void handleFilterAcl(const std::string &acl);
-  void doFilterAclAdd(const std::string &acl);
-  void doFilterAclRemove(const std::string &acl);
-  void doPermitAll(bool permitAll);
-
   void doRemoveExtraStatusEntries();
-  void doRemoveExtraBorders();
-  void doRemoveExtraCandidateBsrs();
-  void doRemoveExtraZoneOwners();
-  void doRemoveExtraCandidateRps();
-  void doRemoveExtraPermits();
-  bool isUsable(const Pax::IntfId &intfId);
-  bool permitsGroup(const std::string &acl, const Pax::IpGenPrefix &prefix) const;
 
   const Kiv::Ptr<const Config> config_;
   const Kiv::Ptr<const VrfIntfConfig> vrfIntfConfig_;
@@ -130,18 +124,14 @@ class ConfigSm {
   Pax::IpGenPrefix zeroPfx_;
 
   BsrConfigAcls bsrConfigAcl_;
-  PrefixRefCount crpFilterAclPfxRefCount_;
-  bool permitAll_ = false;  ///< "no filter ACL is named" counts as a source of zeroPfx
+  FilterAcl filterAcl_{*this};
   std::map<std::string, std::unique_ptr<KivBsrConfigAclSm>> bsrConfigAclSm_;
   std::map<std::string, std::unique_ptr<KivAcl>> acl_;
   std::map<Pax::IntfId, std::unique_ptr<KivActiveConfig>> activeConfig_;
   std::map<Pax::IntfId, std::unique_ptr<KivBsrCandidateConfig>> bsrCandidateConfig_;
   std::map<Pax::IntfId, std::unique_ptr<KivRpCandidateConfig>> rpCandidateConfig_;
   std::vector<Pax::IpGenAddr> freedCrps_;  ///< until they are handed over
-  std::unique_ptr<KivIpAclConfig> kivIpAclConfig_;
-  std::unique_ptr<KivConfig> kivConfig_;
-  std::unique_ptr<KivVrfIntfConfig> kivVrfIntfConfig_;
-  std::unique_ptr<KivClearConfig> kivClearConfig_;
+  std::unique_ptr<Reactors> reactors_;
 };
 
 }  // namespace Routing::Pim::Bsr

@@ -1,5 +1,5 @@
-// The sources whose advertisements are accepted: all while no filter ACL is named, else what the
-// named ones permit.
+#include "config/FilterAcl.h"
+
 #include "config/ConfigSm.h"
 #include "model/VrfTrace.h"
 
@@ -9,64 +9,69 @@ namespace {
 Tracelet::Module trace("Pim::Bsr::ConfigSm");
 }
 
-void ConfigSm::handleFilterAcl(const std::string &acl) {
+Status &FilterAcl::status() const { return *configSm_.status(); }
+const std::string &FilterAcl::vrfName() const { return configSm_.vrfName(); }
+
+void FilterAcl::handleInitialized() {
+  const auto &acls = configSm_.config()->crpFilterAcl();
+  if (acls.empty()) doPermitAll(true);
+  for (const std::string &acl : acls.keys()) doFilterAclAdd(acl);
+}
+
+void FilterAcl::handleFilterAcl(const std::string &acl) {
   VRF_TRACE_ENTRY(trace);
-  if (config_->crpFilterAcl(acl)) {
+  const Config &config = *configSm_.config();
+  if (config.crpFilterAcl(acl)) {
     doFilterAclAdd(acl);
     doPermitAll(false);
   } else {
-    if (config_->crpFilterAcl().empty()) doPermitAll(true);
+    if (config.crpFilterAcl().empty()) doPermitAll(true);
     doFilterAclRemove(acl);
   }
 }
 
-// "No filter ACL is named" is one source among the others.
-void ConfigSm::doPermitAll(bool permitAll) {
+void FilterAcl::doPermitAll(bool permitAll) {
   if (permitAll_ == permitAll) return;
   permitAll_ = permitAll;
   if (permitAll) {
-    doFilterAclPrefixActivate(zeroPfx_);
+    doFilterAclPrefixActivate(configSm_.zeroPfx());
   } else {
-    doFilterAclPrefixDeactivate(zeroPfx_);
+    doFilterAclPrefixDeactivate(configSm_.zeroPfx());
   }
 }
 
-void ConfigSm::doFilterAclAdd(const std::string &acl) {
+void FilterAcl::doFilterAclAdd(const std::string &acl) {
   VRF_TRACE_ENTRY(trace);
-  const Kiv::Ptr<BsrConfigAcl> bsrConfigAcl = bsrConfigAclIs(acl);
+  const Kiv::Ptr<BsrConfigAcl> bsrConfigAcl = configSm_.bsrConfigAclIs(acl);
   for (const Pax::IpGenPrefix &prefix : bsrConfigAcl->prefix().keys()) doFilterAclPrefixActivate(prefix);
   bsrConfigAcl->usedByCrpAdvAclFilterIs(true);
   if (bsrConfigAcl->prefix().empty()) VRF_TRACE(trace, 1, "Filter ACL " << acl << " permits nobody");
 }
 
-void ConfigSm::doFilterAclRemove(const std::string &acl) {
+void FilterAcl::doFilterAclRemove(const std::string &acl) {
   VRF_TRACE_ENTRY(trace);
-  const Kiv::Ptr<BsrConfigAcl> present = bsrConfigAcl(acl);
-  if (!present) return;
-  for (const Pax::IpGenPrefix &prefix : present->prefix().keys()) doFilterAclPrefixDeactivate(prefix);
-  present->usedByCrpAdvAclFilterIs(false);
-  bsrConfigAclRelease(acl);
+  const Kiv::Ptr<BsrConfigAcl> bsrConfigAcl = configSm_.bsrConfigAcl(acl);
+  for (const Pax::IpGenPrefix &prefix : bsrConfigAcl->prefix().keys()) doFilterAclPrefixDeactivate(prefix);
+  bsrConfigAcl->usedByCrpAdvAclFilterIs(false);
+  configSm_.bsrConfigAclRelease(acl);
 }
 
-void ConfigSm::doFilterAclPrefixActivate(const Pax::IpGenPrefix &prefix) {
-  if (crpFilterAclPfxRefCount_.counterIs(prefix, 0)) {
-    VRF_TRACE(trace, 4, "Added new prefix " << prefix << " into filter acl prefix counter");
-  }
-  if (!status_->crpPermit(prefix)) {
-    status_->crpPermitIs(prefix, true);
+void FilterAcl::doFilterAclPrefixActivate(const Pax::IpGenPrefix &prefix) {
+  const auto [isFirst, count] = crpFilterAclPfxRefCount_.add(prefix);
+  if (isFirst) VRF_TRACE(trace, 4, "Added new prefix " << prefix << " into filter acl prefix counter");
+  if (!status().crpPermit(prefix)) {
+    status().crpPermitIs(prefix, true);
     VRF_TRACE(trace, 4, "Added prefix " << prefix << " to status");
   }
-  const uint32_t count = crpFilterAclPfxRefCount_.counterInc(prefix, 1);
   VRF_TRACE(trace, 4, "Filter ACL PrefixCounter for prefix " << prefix << " is " << count);
 }
 
-void ConfigSm::doFilterAclPrefixDeactivate(const Pax::IpGenPrefix &prefix) {
-  const uint32_t count = crpFilterAclPfxRefCount_.counterDec(prefix, 1);
+void FilterAcl::doFilterAclPrefixDeactivate(const Pax::IpGenPrefix &prefix) {
+  const auto [isLast, count] = crpFilterAclPfxRefCount_.remove(prefix);
   VRF_TRACE(trace, 4, "Filter ACL PrefixCounter for prefix " << prefix << " is " << count);
-  if (count > 0) return;
-  crpFilterAclPfxRefCount_.counterDel(prefix);
+  if (!isLast) return;
   VRF_TRACE(trace, 4, "Deleted refcount for prefix " << prefix);
-  status_->crpPermitDel(prefix);
+  status().crpPermitDel(prefix);
   VRF_TRACE(trace, 4, "Deleted prefix " << prefix << " from status");
 }
 

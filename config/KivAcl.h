@@ -1,53 +1,32 @@
-/// The reactors behind a BsrConfigAcl: one on the rules that make it, one on what it permits.
+/// The reactor on the rules of an ACL.
 #pragma once
-
-#include <memory>
 
 #include "config/ConfigSm.h"
 
 namespace Routing::Pim::Bsr {
 
-/// Follows the rules of one ACL of the ACL configuration, in whichever set of rules is in force.
-class ConfigSm::KivAcl : public Acl::AclConfig::Notifiee {
+/// One per ACL of the ACL configuration, of ConfigSm. Follows its rules, in whichever set of them is in force, and
+/// brings the ACL's BsrConfigAcl to what they permit.
+class ConfigSm::KivAcl : public Kiv::ReactorOf<Acl::AclConfig, ConfigSm> {
  public:
-  KivAcl(ConfigSm &configSm, const Kiv::Ptr<const Acl::AclConfig> &acl);
+  KivAcl(ConfigSm &configSm, const Kiv::Ptr<const Acl::AclConfig> &acl)
+      : ReactorOf(configSm, acl), kivSubConfig_(*this, acl->currCfg()) {}
   void onCurrCfg() override { handleCfg(); }
 
-  /// Brings the ACL's BsrConfigAcl, if it has one, to what the rules permit.
+  /// Does nothing for an ACL that the configuration does not name.
   void handleRule();
 
  private:
-  class KivSubConfig : public Acl::AclSubConfig::Notifiee {
+  class KivSubConfig : public Kiv::ReactorOf<Acl::AclSubConfig, KivAcl> {
    public:
-    explicit KivSubConfig(KivAcl &acl) : acl_(acl) {}
-    void onRuleBySequence(const uint32_t &) override { acl_.handleRule(); }
-
-   private:
-    KivAcl &acl_;
+    using ReactorOf::ReactorOf;
+    void onRuleBySequence(const uint32_t &) override { owner_.handleRule(); }
   };
 
   void handleCfg();
-  const std::string &vrfName() const { return configSm_.vrfName(); }
+  const std::string &vrfName() const { return owner_.vrfName(); }
 
-  ConfigSm &configSm_;
   KivSubConfig kivSubConfig_;
-};
-
-/// Tells the users of an ACL of each prefix that it starts or stops to permit.
-class KivBsrConfigAclSm : public BsrConfigAcl::Notifiee {
- public:
-  KivBsrConfigAclSm(ConfigSm &configSm, const Kiv::Ptr<const BsrConfigAcl> &bsrConfigAcl) : configSm_(configSm) {
-    notifierIs(bsrConfigAcl);
-  }
-  void onGrpPrefix(const Pax::IpGenPrefix &prefix) override { handlePrefix(prefix); }
-  void onPrefix(const Pax::IpGenPrefix &prefix) override { handleUniPrefix(prefix); }
-
- private:
-  void handlePrefix(const Pax::IpGenPrefix &prefix);
-  void handleUniPrefix(const Pax::IpGenPrefix &prefix);
-  const std::string &vrfName() const { return configSm_.vrfName(); }
-
-  ConfigSm &configSm_;
 };
 
 }  // namespace Routing::Pim::Bsr

@@ -44,9 +44,8 @@ void KivActiveConfig::handleBsrBorderAcl(const std::string &acl) {
 }
 
 void KivActiveConfig::doGroupAdd(const Pax::IpGenPrefix &prefix, const char *set) {
-  if (configSm_.borderPfxRefCount.counterIs(intfId_, prefix)) {
-    VRF_TRACE(trace, 4, "Created refcount object for interface " << intfId_);
-  }
+  const auto [isFirst, count] = configSm_.borderPfxRefCount.add(intfId_, prefix);
+  if (isFirst) VRF_TRACE(trace, 4, "Created refcount object for interface " << intfId_);
   Status &status = *configSm_.status();
   if (!status.bsBorder(prefix)) {
     status.bsBorderIs(prefix);
@@ -54,17 +53,14 @@ void KivActiveConfig::doGroupAdd(const Pax::IpGenPrefix &prefix, const char *set
   }
   status.bsBorder(prefix)->intfIdIs(intfId_);
   VRF_TRACE(trace, 4, "Added interface " << intfId_ << " into " << prefix << " BSR border set.");
-  const uint32_t count = configSm_.borderPfxRefCount.counterInc(intfId_, prefix);
   VRF_TRACE(trace, 4, "PrefixCounter for prefix " << prefix << " is " << count);
 }
 
 void KivActiveConfig::doGroupRemove(const Pax::IpGenPrefix &prefix) {
-  const uint32_t count = configSm_.borderPfxRefCount.counterDec(intfId_, prefix);
+  const auto [isLast, count] = configSm_.borderPfxRefCount.remove(intfId_, prefix);
   VRF_TRACE(trace, 4, "PrefixCounter for prefix " << prefix << " is " << count);
   if (count > 0) return;
-  if (configSm_.borderPfxRefCount.counterDel(intfId_, prefix)) {
-    VRF_TRACE(trace, 4, "Deleted refcount object for interface " << intfId_);
-  }
+  if (isLast) VRF_TRACE(trace, 4, "Deleted refcount object for interface " << intfId_);
   Status &status = *configSm_.status();
   const Kiv::Ptr<PimBsrBorder> border = status.bsBorder(prefix);
   if (!border) return;
@@ -76,18 +72,15 @@ void KivActiveConfig::doGroupRemove(const Pax::IpGenPrefix &prefix) {
 }
 
 void KivActiveConfig::doAclAdd(const std::string &acl) {
-  const Kiv::Ptr<BsrConfigAcl> bsrConfigAcl = configSm_.bsrConfigAclIs(acl);
-  bsrConfigAcl->borderIntfIs(intfId_);
+  configSm_.bsrConfigAclIs(acl)->borderIntfIs(intfId_);
   VRF_TRACE(trace, 4, "Added interface " << intfId_ << " to BsrConfigAcl object for acl " << acl);
-  for (const Pax::IpGenPrefix &prefix : bsrConfigAcl->grpPrefix().keys()) doAclPrefixAdd(prefix);
+  for (const Pax::IpGenPrefix &prefix : configSm_.groupsOf(acl)) doAclPrefixAdd(prefix);
 }
 
 void KivActiveConfig::doAclRemove(const std::string &acl) {
-  const Kiv::Ptr<BsrConfigAcl> bsrConfigAcl = configSm_.bsrConfigAcl(acl);
-  if (!bsrConfigAcl || !bsrConfigAcl->borderIntf(intfId_)) return;
-  bsrConfigAcl->borderIntfDel(intfId_);
+  configSm_.bsrConfigAcl(acl)->borderIntfDel(intfId_);
   VRF_TRACE(trace, 4, "Deleted interface " << intfId_ << " from BsrConfigAcl object for acl " << acl);
-  for (const Pax::IpGenPrefix &prefix : bsrConfigAcl->grpPrefix().keys()) doGroupRemove(prefix);
+  for (const Pax::IpGenPrefix &prefix : configSm_.groupsOf(acl)) doGroupRemove(prefix);
   configSm_.bsrConfigAclRelease(acl);
 }
 

@@ -5,7 +5,9 @@
 
 namespace Routing::Pim::Bsr {
 
-/// Puts the interface into `Status.bsBorder` for every prefix that one of its sources names.
+/// Puts the interface into `Status.bsBorder` for every prefix that one of its sources names, whether the interface
+/// exists or has an address. One per interface with an IntfConfig, of ConfigSm, from when it is configured in the VRF
+/// until that ends (`handleDel`). It shares the elements with other interfaces and never touches their part.
 class KivActiveConfig : public IntfConfig::Notifiee {
  public:
   KivActiveConfig(ConfigSm &configSm, const Pax::IntfId &intfId, const Kiv::Ptr<const IntfConfig> &config);

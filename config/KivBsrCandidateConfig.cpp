@@ -112,14 +112,6 @@ void KivBsrCandidateConfig::doAclPrefixDeactivate(const std::string &acl, const 
   acl_.at(acl)->doAclPrefixRemove(prefix);
 }
 
-std::vector<std::string> KivBsrCandidateConfig::sources(const Pax::IpGenPrefix &zone) const {
-  std::vector<std::string> names;
-  for (const KivEntry *entry : entries()) {
-    if (entry->offers(zone)) names.push_back(entry->name());
-  }
-  return names;
-}
-
 std::vector<KivBsrCandidateConfig::KivEntry *> KivBsrCandidateConfig::entries() const {
   std::vector<KivEntry *> all;
   for (const auto &[prefix, entry] : group_) all.push_back(entry.get());
@@ -146,51 +138,32 @@ std::vector<Pax::IpGenPrefix> KivBsrCandidateConfig::zones() const {
   return refCount ? refCount->counter().keys() : std::vector<Pax::IpGenPrefix>();
 }
 
-void KivBsrCandidateConfig::doCounterIs(const Pax::IpGenPrefix &zone) {
-  if (configSm_.cbsrPfxRefCount.counterIs(intfId_, zone)) {
-    VRF_TRACE(trace, 4, "Created refcount object for interface " << intfId_);
-  }
-}
-
-void KivBsrCandidateConfig::doCounterInc(const Pax::IpGenPrefix &zone) {
-  const uint32_t count = configSm_.cbsrPfxRefCount.counterInc(intfId_, zone);
-  VRF_TRACE(trace, 4, "PrefixCounter for prefix " << zone << " is " << count);
-}
-
 // The period, which completes a new candidate, comes last.
 void KivBsrCandidateConfig::doWrite(const Pax::IpGenPrefix &zone) {
-  const KivEntry &source = *standing(zone);
+  const auto [priority, hashMaskLen, interval] = standing(zone)->options();
   const Kiv::Ptr<BsrCandidate> candidate = status().cbsrIs(zone);
   candidate->addressIs(address_);
   candidate->intfIdIs(intfId_);
-  candidate->priorityIs(source.priority());
-  candidate->hashMaskLenIs(source.hashMaskLen());
-  candidate->bsPeriodIs(source.interval());
+  candidate->priorityIs(priority);
+  candidate->hashMaskLenIs(hashMaskLen);
+  candidate->bsPeriodIs(interval);
   VRF_TRACE(trace, 4,
-            "Created candidate BSR for zone " << zone << " with IP " << address_ << ", Priority=" << source.priority()
-                                              << ", HashMaskLen=" << source.hashMaskLen()
-                                              << ", Interval=" << source.interval());
+            "Created candidate BSR for zone " << zone << " with IP " << address_ << ", Priority=" << priority
+                                              << ", HashMaskLen=" << hashMaskLen << ", Interval=" << interval);
 }
 
-// Whether that was the zone's last source.
-bool KivBsrCandidateConfig::doCounterDec(const Pax::IpGenPrefix &zone) {
-  const uint32_t count = configSm_.cbsrPfxRefCount.counterDec(intfId_, zone);
+void KivBsrCandidateConfig::doSourceRemove(const Pax::IpGenPrefix &zone) {
+  const auto [isLast, count] = configSm_.cbsrPfxRefCount.remove(intfId_, zone);
   VRF_TRACE(trace, 4, "PrefixCounter for prefix " << zone << " is " << count);
-  if (count > 0) {
-    doSettle(zone);
-    return false;
-  }
-  if (configSm_.cbsrPfxRefCount.counterDel(intfId_, zone)) {
-    VRF_TRACE(trace, 4, "Deleted refcount object for interface " << intfId_);
-  }
-  return true;
+  if (count > 0) return doSettle(zone);
+  if (isLast) VRF_TRACE(trace, 4, "Deleted refcount object for interface " << intfId_);
+  doCandidateDel(zone);
 }
 
-bool KivBsrCandidateConfig::doCandidateDel(const Pax::IpGenPrefix &zone) {
-  if (!ownCandidate(zone)) return false;
+void KivBsrCandidateConfig::doCandidateDel(const Pax::IpGenPrefix &zone) {
+  if (!ownCandidate(zone)) return;
   status().cbsrDel(zone);
   configSm_.handleCbsrDel(zone);
-  return true;
 }
 
 // After a source went, or the element of another interface did.
@@ -199,7 +172,10 @@ void KivBsrCandidateConfig::doSettle(const Pax::IpGenPrefix &zone) {
   const Kiv::Ptr<BsrCandidate> candidate = status().cbsr(zone);
   if (candidate && candidate->intfId() != intfId_) return;
   const KivEntry *source = standing(zone);
-  if (source && !(candidate && source->hasValuesOf(*candidate))) doWrite(zone);
+  if (!source) return;
+  const bool same = candidate && source->options() == CandidacyOptions{candidate->priority(), candidate->hashMaskLen(),
+                                                                       candidate->bsPeriod()};
+  if (!same) doWrite(zone);
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -16,6 +16,9 @@ namespace Routing::Pim::Bsr {
 ///
 /// One zone is served by one interface. While a reload moves a zone, an addition takes the element
 /// over, and everything else touches it only while it is this interface's.
+///
+/// One per candidate interface, of ConfigSm, from when it is configured until that ends (`handleDel`). It writes
+/// `Status.zoneGroup` and `zoneAcl`, too, and never what the engine writes of an element.
 class KivBsrCandidateConfig : public BsrCandidateConfig::Notifiee {
  public:
   KivBsrCandidateConfig(ConfigSm &configSm, const Pax::IntfId &intfId,
@@ -33,10 +36,6 @@ class KivBsrCandidateConfig : public BsrCandidateConfig::Notifiee {
   void doAclPrefixActivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
   void doAclPrefixDeactivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
 
-  const Pax::IntfId &intfId() const { return intfId_; }
-  /// "group" and the names of the ACLs whose initialized entries offer the zone.
-  std::vector<std::string> sources(const Pax::IpGenPrefix &zone) const;
-
  private:
   class KivEntry;
   template <class EntryConfig>
@@ -44,15 +43,9 @@ class KivBsrCandidateConfig : public BsrCandidateConfig::Notifiee {
   class KivGroup;
   class KivAcl;
 
-  class KivIntf : public Ip::SourceIntf::Notifiee {
-   public:
-    KivIntf(KivBsrCandidateConfig &candidate, const Kiv::Ptr<const Ip::SourceIntf> &intf) : candidate_(candidate) {
-      notifierIs(intf);
-    }
-    void onIpAddr() override { candidate_.handleIpAddress(); }
-
-   private:
-    KivBsrCandidateConfig &candidate_;
+  struct KivIntf : Kiv::ReactorOf<Ip::SourceIntf, KivBsrCandidateConfig> {
+    using ReactorOf::ReactorOf;
+    void onIpAddr() override { owner_.handleIpAddress(); }
   };
 
   void handleGroup(const Pax::IpGenPrefix &prefix);
@@ -66,11 +59,9 @@ class KivBsrCandidateConfig : public BsrCandidateConfig::Notifiee {
   const KivEntry *standing(const Pax::IpGenPrefix &zone) const;
   Kiv::Ptr<BsrCandidate> ownCandidate(const Pax::IpGenPrefix &zone) const;
   std::vector<Pax::IpGenPrefix> zones() const;
-  void doCounterIs(const Pax::IpGenPrefix &zone);
-  void doCounterInc(const Pax::IpGenPrefix &zone);
   void doWrite(const Pax::IpGenPrefix &zone);
-  bool doCounterDec(const Pax::IpGenPrefix &zone);
-  bool doCandidateDel(const Pax::IpGenPrefix &zone);
+  void doSourceRemove(const Pax::IpGenPrefix &zone);
+  void doCandidateDel(const Pax::IpGenPrefix &zone);
   void doSettle(const Pax::IpGenPrefix &zone);
   const std::string &vrfName() const { return configSm_.vrfName(); }
   Status &status() const { return *configSm_.status(); }

@@ -12,7 +12,7 @@ Tracelet::Module trace("Pim::Bsr::ConfigSm");
 void KivBsrCandidateConfig::KivEntry::handleInitialize() {
   VRF_TRACE_ENTRY(trace);
   if (initialized_) return;
-  if (priority() == bsrPriorityUnset || hashMaskLen() == hashMaskLenUnset) {
+  if (*options().lack()) {
     VRF_TRACE(trace, 4, "Skipping initialization since priority or hashmask lengths are not set");
     return;
   }
@@ -27,9 +27,9 @@ void KivBsrCandidateConfig::KivEntry::handleInitialize() {
   doAdd();
 }
 
-bool KivBsrCandidateConfig::KivEntry::hasValuesOf(const BsrCandidate &candidate) const {
-  return candidate.priority() == priority() && candidate.hashMaskLen() == hashMaskLen() &&
-         candidate.bsPeriod() == interval();
+void KivBsrCandidateConfig::KivEntry::requireOwn(const Pax::IntfId &intfId) const {
+  VRF_TRACE(trace, 4, "Interface " << intfId << " already BSR for zone. Asserting...");
+  REQUIRE_AS(intfId == candidate_.intfId_, "intfId == kivBsrCandidateConfig()->intfId()");
 }
 
 template <class Write>
@@ -45,41 +45,50 @@ void KivBsrCandidateConfig::KivEntry::changed(const char *what, uint32_t value, 
   }
 }
 
+template <class Name>
+void KivBsrCandidateConfig::KivEntry::doSourceRemove(const Pax::IpGenPrefix &zone, const char *kind, const Name &name) {
+  const bool served = candidate_.ownCandidate(zone) != nullptr;
+  candidate_.doSourceRemove(zone);
+  if (served && !candidate_.ownCandidate(zone)) VRF_TRACE(trace, 4, "Deleted candidate BSR for " << kind << name);
+}
+
 void KivBsrCandidateConfig::KivEntry::handlePriority() {
   VRF_TRACE_ENTRY(trace);
-  changed("Priority", priority(), [this](BsrCandidate &candidate) { candidate.priorityIs(priority()); });
+  const auto priority = options().priority;
+  changed("Priority", priority, [=](BsrCandidate &candidate) { candidate.priorityIs(priority); });
 }
 
 void KivBsrCandidateConfig::KivEntry::handleHashMaskLen() {
   VRF_TRACE_ENTRY(trace);
-  changed("HashMaskLen", hashMaskLen(), [this](BsrCandidate &candidate) { candidate.hashMaskLenIs(hashMaskLen()); });
+  const auto hashMaskLen = options().hashMaskLen;
+  changed("HashMaskLen", hashMaskLen, [=](BsrCandidate &candidate) { candidate.hashMaskLenIs(hashMaskLen); });
 }
 
 void KivBsrCandidateConfig::KivEntry::handleInterval() {
   VRF_TRACE_ENTRY(trace);
-  changed("Interval", interval(), [this](BsrCandidate &candidate) { candidate.bsPeriodIs(interval()); });
+  const auto interval = options().interval;
+  changed("Interval", interval, [=](BsrCandidate &candidate) { candidate.bsPeriodIs(interval); });
 }
 
 void KivBsrCandidateConfig::KivGroup::doAdd() {
   if (const Pax::IntfId *owner = status().zoneGroup(prefix_)) {
-    const Pax::IntfId intfId = *owner;
-    VRF_TRACE(trace, 4, "Interface " << intfId << " already BSR for zone. Asserting...");
-    REQUIRE_AS(intfId == kivBsrCandidateConfig()->intfId(), "intfId == kivBsrCandidateConfig()->intfId()");
+    requireOwn(*owner);
   } else {
-    status().zoneGroupIs(prefix_, candidate_.intfId());
+    status().zoneGroupIs(prefix_, candidate_.intfId_);
   }
-  VRF_TRACE(trace, 4, prefix_ << " forms zone with interface " << candidate_.intfId());
+  VRF_TRACE(trace, 4, prefix_ << " forms zone with interface " << candidate_.intfId_);
   doGroupAdd(prefix_);
 }
 
 void KivBsrCandidateConfig::KivGroup::doGroupAdd(const Pax::IpGenPrefix &prefix) {
-  candidate_.doCounterIs(prefix);
+  const auto [isFirst, count] = configSm().cbsrPfxRefCount.add(candidate_.intfId_, prefix);
+  if (isFirst) VRF_TRACE(trace, 4, "Created refcount object for interface " << candidate_.intfId_);
   if (!status().cbsr(prefix)) {
     status().cbsrIs(prefix);
     VRF_TRACE(trace, 4, "Created CBSR zone " << prefix);
   }
   candidate_.doWrite(prefix);
-  candidate_.doCounterInc(prefix);
+  VRF_TRACE(trace, 4, "PrefixCounter for prefix " << prefix << " is " << count);
 }
 
 void KivBsrCandidateConfig::KivGroup::handleDel() {
@@ -92,27 +101,23 @@ void KivBsrCandidateConfig::KivGroup::handleDel() {
 }
 
 void KivBsrCandidateConfig::KivGroup::doGroupRemove(const Pax::IpGenPrefix &prefix) {
-  if (!candidate_.doCounterDec(prefix) || !candidate_.doCandidateDel(prefix)) return;
-  VRF_TRACE(trace, 4, "Deleted candidate BSR for zone " << prefix);
+  doSourceRemove(prefix, "zone ", prefix);
 }
 
 void KivBsrCandidateConfig::KivAcl::doAdd() {
   if (const Pax::IntfId *owner = status().zoneAcl(acl_)) {
-    const Pax::IntfId intfId = *owner;
-    VRF_TRACE(trace, 4, "Interface " << intfId << " already BSR for zone. Asserting...");
-    REQUIRE_AS(intfId == kivBsrCandidateConfig()->intfId(), "intfId == kivBsrCandidateConfig()->intfId()");
+    requireOwn(*owner);
   } else {
-    status().zoneAclIs(acl_, candidate_.intfId());
+    status().zoneAclIs(acl_, candidate_.intfId_);
   }
-  VRF_TRACE(trace, 4, "Acl " << acl_ << " forms zone with interface " << candidate_.intfId());
+  VRF_TRACE(trace, 4, "Acl " << acl_ << " forms zone with interface " << candidate_.intfId_);
   doAclAdd(acl_);
 }
 
 void KivBsrCandidateConfig::KivAcl::doAclAdd(const std::string &acl) {
-  const Kiv::Ptr<BsrConfigAcl> bsrConfigAcl = candidate_.configSm_.bsrConfigAclIs(acl);
-  bsrConfigAcl->cbsrIntfIs(candidate_.intfId());
-  VRF_TRACE(trace, 4, "Added interface " << candidate_.intfId() << " to BsrConfigAcl object for acl " << acl);
-  for (const Pax::IpGenPrefix &zone : bsrConfigAcl->grpPrefix().keys()) doAclPrefixAdd(zone);
+  configSm().bsrConfigAclIs(acl)->cbsrIntfIs(candidate_.intfId_);
+  VRF_TRACE(trace, 4, "Added interface " << candidate_.intfId_ << " to BsrConfigAcl object for acl " << acl);
+  for (const Pax::IpGenPrefix &zone : zones()) doAclPrefixAdd(zone);
 }
 
 // While the address is lost a zone is only counted.
@@ -124,13 +129,14 @@ void KivBsrCandidateConfig::KivAcl::doAclPrefixAdd(const Pax::IpGenPrefix &zone)
     }
     candidate_.doWrite(zone);
   }
-  candidate_.doCounterIs(zone);
-  candidate_.doCounterInc(zone);
+  const auto [isFirst, count] = configSm().cbsrPfxRefCount.add(candidate_.intfId_, zone);
+  if (isFirst) VRF_TRACE(trace, 4, "Created refcount object for interface " << candidate_.intfId_);
+  VRF_TRACE(trace, 4, "PrefixCounter for prefix " << zone << " is " << count);
 }
 
 void KivBsrCandidateConfig::KivAcl::handleDel() {
   VRF_TRACE_ENTRY(trace);
-  if (!initialized_) return candidate_.configSm_.bsrConfigAclRelease(acl_);
+  if (!initialized_) return configSm().bsrConfigAclRelease(acl_);
   initialized_ = false;
   status().zoneAclDel(acl_);
   VRF_TRACE(trace, 4, "Deleted zoneAcl for acl " << acl_);
@@ -138,25 +144,13 @@ void KivBsrCandidateConfig::KivAcl::handleDel() {
 }
 
 void KivBsrCandidateConfig::KivAcl::doAclRemove(const std::string &acl) {
-  const Kiv::Ptr<BsrConfigAcl> bsrConfigAcl = candidate_.configSm_.bsrConfigAcl(acl);
-  bsrConfigAcl->cbsrIntfDel(candidate_.intfId());
-  for (const Pax::IpGenPrefix &zone : bsrConfigAcl->grpPrefix().keys()) doAclPrefixRemove(zone);
-  candidate_.configSm_.bsrConfigAclRelease(acl);
+  configSm().bsrConfigAcl(acl)->cbsrIntfDel(candidate_.intfId_);
+  for (const Pax::IpGenPrefix &zone : zones()) doAclPrefixRemove(zone);
+  configSm().bsrConfigAclRelease(acl);
 }
 
 void KivBsrCandidateConfig::KivAcl::doAclPrefixRemove(const Pax::IpGenPrefix &zone) {
-  if (!candidate_.doCounterDec(zone) || !candidate_.doCandidateDel(zone)) return;
-  VRF_TRACE(trace, 4, "Deleted candidate BSR for acl " << acl_);
-}
-
-bool KivBsrCandidateConfig::KivAcl::hasZone(const Pax::IpGenPrefix &zone) const {
-  const Kiv::Ptr<BsrConfigAcl> bsrConfigAcl = candidate_.configSm_.bsrConfigAcl(acl_);
-  return bsrConfigAcl && bsrConfigAcl->grpPrefix(zone);
-}
-
-std::vector<Pax::IpGenPrefix> KivBsrCandidateConfig::KivAcl::zones() const {
-  const Kiv::Ptr<BsrConfigAcl> bsrConfigAcl = candidate_.configSm_.bsrConfigAcl(acl_);
-  return bsrConfigAcl ? bsrConfigAcl->grpPrefix().keys() : std::vector<Pax::IpGenPrefix>();
+  doSourceRemove(zone, "acl ", acl_);
 }
 
 }  // namespace Routing::Pim::Bsr

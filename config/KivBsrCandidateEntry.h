@@ -6,7 +6,8 @@
 namespace Routing::Pim::Bsr {
 
 /// What both kinds do alike. An entry is initialized once it has all its values and the interface
-/// has an address; until it is removed then, whatever becomes of either.
+/// has an address; until it is removed then, whatever becomes of either. Of KivBsrCandidateConfig; writes the zones'
+/// elements while its values stand, and who claims the zone or the ACL.
 class KivBsrCandidateConfig::KivEntry {
  public:
   explicit KivEntry(KivBsrCandidateConfig &candidate) : candidate_(candidate) {}
@@ -16,14 +17,9 @@ class KivBsrCandidateConfig::KivEntry {
   void handleInitialize();
   virtual void handleDel() = 0;
 
-  virtual uint16_t priority() const = 0;
-  virtual uint32_t hashMaskLen() const = 0;
-  virtual uint32_t interval() const = 0;
-  virtual std::string name() const = 0;
+  virtual CandidacyOptions options() const = 0;
   /// Whether it is initialized and a source of the zone.
   bool offers(const Pax::IpGenPrefix &zone) const { return initialized_ && hasZone(zone); }
-  /// Whether the candidate's values are this entry's.
-  bool hasValuesOf(const BsrCandidate &candidate) const;
 
  protected:
   void handlePriority();
@@ -34,7 +30,13 @@ class KivBsrCandidateConfig::KivEntry {
   /// Claims what the entry is named by, and serves its zones.
   virtual void doAdd() = 0;
 
-  KivBsrCandidateConfig *kivBsrCandidateConfig() const { return &candidate_; }
+  /// One interface serves a zone. That another one has claimed it already is fatal.
+  void requireOwn(const Pax::IntfId &intfId) const;
+  /// `kind` and `name` say in the trace what the candidacy that ends was for.
+  template <class Name>
+  void doSourceRemove(const Pax::IpGenPrefix &zone, const char *kind, const Name &name);
+
+  ConfigSm &configSm() const { return candidate_.configSm_; }
   Status &status() const { return candidate_.status(); }
   const std::string &vrfName() const { return candidate_.vrfName(); }
 
@@ -55,9 +57,7 @@ class KivBsrCandidateConfig::KivEntryOf : public KivEntry, public EntryConfig::N
   void onPriority() override { handlePriority(); }
   void onHashMaskLen() override { handleHashMaskLen(); }
   void onInterval() override { handleInterval(); }
-  uint16_t priority() const override { return this->notifier()->priority(); }
-  uint32_t hashMaskLen() const override { return this->notifier()->hashMaskLen(); }
-  uint32_t interval() const override { return this->notifier()->interval(); }
+  CandidacyOptions options() const override { return bsrOptionsOf(*this->notifier()); }
 };
 
 class KivBsrCandidateConfig::KivGroup : public KivEntryOf<BsrCandidateGroup> {
@@ -66,7 +66,6 @@ class KivBsrCandidateConfig::KivGroup : public KivEntryOf<BsrCandidateGroup> {
            const Kiv::Ptr<const BsrCandidateGroup> &config)
       : KivEntryOf(candidate, config), prefix_(prefix) {}
   void handleDel() override;
-  std::string name() const override { return "group"; }
 
  private:
   void doAdd() override;
@@ -83,7 +82,6 @@ class KivBsrCandidateConfig::KivAcl : public KivEntryOf<BsrCandidateAcl> {
   KivAcl(KivBsrCandidateConfig &candidate, const std::string &acl, const Kiv::Ptr<const BsrCandidateAcl> &config)
       : KivEntryOf(candidate, config), acl_(acl) {}
   void handleDel() override;
-  std::string name() const override { return acl_; }
   void doAclPrefixAdd(const Pax::IpGenPrefix &zone);
   void doAclPrefixRemove(const Pax::IpGenPrefix &zone);
 
@@ -91,8 +89,8 @@ class KivBsrCandidateConfig::KivAcl : public KivEntryOf<BsrCandidateAcl> {
   void doAdd() override;
   void doAclAdd(const std::string &acl);
   void doAclRemove(const std::string &acl);
-  bool hasZone(const Pax::IpGenPrefix &zone) const override;
-  std::vector<Pax::IpGenPrefix> zones() const override;
+  bool hasZone(const Pax::IpGenPrefix &zone) const override { return configSm().permitsGroup(acl_, zone); }
+  std::vector<Pax::IpGenPrefix> zones() const override { return configSm().groupsOf(acl_); }
 
   const std::string acl_;
 };

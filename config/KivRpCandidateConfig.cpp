@@ -1,7 +1,6 @@
 #include "config/KivRpCandidateConfig.h"
 
-#include <algorithm>
-
+#include "config/KivRpCandidateOptions.h"
 #include "model/VrfTrace.h"
 
 namespace Routing::Pim::Bsr {
@@ -10,47 +9,12 @@ namespace {
 Tracelet::Module trace("Pim::Bsr::ConfigSm");
 }
 
-class KivRpCandidateConfig::KivGroupRangeOptions : public RpCandidateGroupEntryOptions::Notifiee {
- public:
-  KivGroupRangeOptions(KivRpCandidateConfig &candidate, const Pax::IpGenPrefix &prefix,
-                       const Kiv::Ptr<const RpCandidateGroupEntryOptions> &options)
-      : candidate_(candidate), prefix_(prefix) {
-    notifierIs(options);
-  }
-  void onPriority() override { handlePriority(); }
-  void handlePriority() {
-    VRF_TRACE_ENTRY(trace);
-    candidate_.doGroupOptionsAdd(prefix_);
-  }
-
- private:
-  const std::string &vrfName() const { return candidate_.vrfName(); }
-  KivRpCandidateConfig &candidate_;
-  const Pax::IpGenPrefix prefix_;
-};
-
-class KivRpCandidateConfig::KivAclOptions : public RpCandidateAclEntryOptions::Notifiee {
- public:
-  KivAclOptions(KivRpCandidateConfig &candidate, const std::string &acl,
-                const Kiv::Ptr<const RpCandidateAclEntryOptions> &options)
-      : candidate_(candidate), acl_(acl) {
-    notifierIs(options);
-  }
-  void onPriority() override { handlePriority(); }
-  void handlePriority() {
-    VRF_TRACE_ENTRY(trace);
-    candidate_.doAclOptionsAdd(acl_);
-  }
-
- private:
-  const std::string &vrfName() const { return candidate_.vrfName(); }
-  KivRpCandidateConfig &candidate_;
-  const std::string acl_;
-};
-
 KivRpCandidateConfig::KivRpCandidateConfig(ConfigSm &configSm, const Pax::IntfId &intfId,
                                            const Kiv::Ptr<const RpCandidateConfig> &config)
-    : configSm_(configSm), intfId_(intfId), kivIntf_(*this, configSm.sourceIntfSm()->sourceIntfIs(intfId)) {
+    : configSm_(configSm),
+      intfId_(intfId),
+      kivIntf_(*this, configSm.sourceIntfSm()->sourceIntfIs(intfId)),
+      element_(configSm, config) {
   notifierIs(config);
   for (const auto &[prefix, options] : config->groupRangeOptions()) {
     groupRangeOptions_[prefix] = std::make_unique<KivGroupRangeOptions>(*this, prefix, options);
@@ -71,11 +35,10 @@ void KivRpCandidateConfig::handleInitialized() {
               "Deferred C-RP initialization since IP address "
               "for interface "
                   << intfId_ << " is not set");
-  } else if (isTaken(address)) {
+  } else if (element_.isTaken(address)) {
     VRF_TRACE(trace, 4, "Deferred C-RP initialization since another interface serves " << address);
   } else {
-    address_ = address;
-    initialized_ = true;
+    element_.addressIs(address);
   }
   doPasses();
 }
@@ -86,7 +49,7 @@ void KivRpCandidateConfig::handleIpAddress() {
   if (address.isZero()) {
     VRF_TRACE(trace, 4, "C-RP Interface " << intfId_ << " IP unset");
     doRemove();
-  } else if (initialized_) {
+  } else if (initialized()) {
     VRF_TRACE(trace, 4, "C-RP Interface " << intfId_ << " assigned IP " << address);
     doRemove();
     handleInitialized();
@@ -99,18 +62,18 @@ void KivRpCandidateConfig::handleIpAddress() {
 // This one serves nothing, or the element would be its own.
 void KivRpCandidateConfig::handleAddressTaken(const Pax::IpGenAddr &address) {
   VRF_TRACE_ENTRY_WITH(trace, " ( " << address << " )");
-  if (initialized_ && address_ == address && isTaken(address)) doRemove();
+  if (element_.address() == address && element_.isTaken(address)) doRemove();
 }
 
 void KivRpCandidateConfig::handleAddressFree(const Pax::IpGenAddr &address) {
   VRF_TRACE_ENTRY_WITH(trace, " ( " << address << " )");
-  if (!initialized_ && kivIntf_.notifier()->ipAddr() == address) doStart();
+  if (!initialized() && kivIntf_.notifier()->ipAddr() == address) doStart();
 }
 
 // On a first usable address.
 void KivRpCandidateConfig::doStart() {
   const Pax::IpGenAddr &address = kivIntf_.notifier()->ipAddr();
-  if (isTaken(address)) return;
+  if (element_.isTaken(address)) return;
   VRF_TRACE(trace, 4, "Interface " << intfId_ << " assigned IP " << address << " for the first time.");
   handleInitialized();
 }
@@ -139,12 +102,17 @@ void KivRpCandidateConfig::doRemove() {
   std::vector<std::string> used;
   for (const std::string &acl : notifier()->acl().keys()) {
     if (!usesAcl(acl)) continue;
-    for (const Pax::IpGenPrefix &prefix : prefixesOf(acl)) doGroupRemove(prefix);
+    for (const Pax::IpGenPrefix &prefix : configSm_.groupsOf(acl)) doGroupRemove(prefix);
     used.push_back(acl);
   }
-  initialized_ = false;
-  address_ = Pax::IpGenAddr();
+  element_.addressIs({});
   for (const std::string &acl : used) doAclDetach(acl);
+}
+
+// With the priorities of ranges that were configured before it existed; that of an ACL comes with its prefixes.
+void KivRpCandidateConfig::doCrpIs() {
+  element_.create();
+  for (const auto &[prefix, options] : groupRangeOptions_) options->handlePriority();
 }
 
 void KivRpCandidateConfig::handleGroupRange(const Pax::IpGenPrefix &prefix) {
@@ -158,32 +126,26 @@ void KivRpCandidateConfig::handleGroupRange(const Pax::IpGenPrefix &prefix) {
 }
 
 void KivRpCandidateConfig::doGroupAdd(const Pax::IpGenPrefix &prefix) {
-  doCounterIs(prefix);
-  if (!initialized_) return;
+  const auto [isFirst, count] = configSm_.crpPfxRefCount.add(intfId_, prefix, initialized() ? 1 : 0);
+  if (isFirst) VRF_TRACE(trace, 4, "Created C-RP refcount object for interface " << intfId_);
+  if (!initialized()) return;
   if (!crp()) {
     doCrpIs();
-    VRF_TRACE(trace, 4, "Created C-RP " << address_);
+    VRF_TRACE(trace, 4, "Created C-RP " << element_.address());
   }
   crp()->prefixSetIs(prefix);
-  VRF_TRACE(trace, 4, "Added Prefix " << prefix << " to C-RP " << address_);
-  doCounterInc(prefix);
+  VRF_TRACE(trace, 4, "Added Prefix " << prefix << " to C-RP " << element_.address());
+  VRF_TRACE(trace, 4, "C-RP PrefixCounter for prefix " << prefix << " is " << count);
 }
 
 // A range that came without address was never counted.
 void KivRpCandidateConfig::doGroupRemove(const Pax::IpGenPrefix &prefix) {
-  if (configSm_.crpPfxRefCount.counter(intfId_, prefix) > 0) {
-    const uint32_t count = configSm_.crpPfxRefCount.counterDec(intfId_, prefix);
-    VRF_TRACE(trace, 4, "C-RP PrefixCounter for prefix " << prefix << " is " << count);
-    if (count > 0) return;
-  }
-  if (configSm_.crpPfxRefCount.counterDel(intfId_, prefix)) {
-    VRF_TRACE(trace, 4, "Deleted C-RP refcount object for interface " << intfId_);
-  }
-  const Kiv::Ptr<RpCandidate> own = crp();
-  if (!own) return;
-  own->prefixSetDel(prefix);
-  VRF_TRACE(trace, 4, "Deleted prefix " << prefix << " from prefixSet");
-  doCrpDelIfIdle();
+  const bool wasCounted = configSm_.crpPfxRefCount.counter(intfId_, prefix) > 0;
+  const auto [isLast, count] = configSm_.crpPfxRefCount.remove(intfId_, prefix);
+  if (wasCounted) VRF_TRACE(trace, 4, "C-RP PrefixCounter for prefix " << prefix << " is " << count);
+  if (count > 0) return;
+  if (isLast) VRF_TRACE(trace, 4, "Deleted C-RP refcount object for interface " << intfId_);
+  element_.prefixDel(prefix);
 }
 
 void KivRpCandidateConfig::handleGroupRangeOptions(const Pax::IpGenPrefix &prefix) {
@@ -199,17 +161,28 @@ void KivRpCandidateConfig::handleGroupRangeOptions(const Pax::IpGenPrefix &prefi
 }
 
 void KivRpCandidateConfig::doGroupOptionsAdd(const Pax::IpGenPrefix &prefix) {
-  if (!crp()) return;
-  const RpPriority priority = doPriorityIs(prefix);
-  if (priority == rpPriorityUnset) return;
-  VRF_TRACE(trace, 4, "Created priority " << priority << " to prefix " << prefix << " to C-RP " << address_);
+  element_.settle(prefix);
+  const auto options = crp() ? crp()->prefixOptions(prefix) : nullptr;
+  if (!options) return;
+  VRF_TRACE(trace, 4,
+            "Created priority " << options->priority() << " to prefix " << prefix << " to C-RP " << element_.address());
 }
 
 void KivRpCandidateConfig::doGroupOptionsRemove(const Pax::IpGenPrefix &prefix) {
-  doPrioritySettle(prefix,
-                   " because this prefix "
-                   "appears in ACL rules.");
-  doCrpDelIfIdle();
+  doPriorityLost(prefix,
+                 " because this prefix "
+                 "appears in ACL rules.");
+  element_.deleteIfIdle();
+}
+
+// A source of the prefix's priority went: another one's stands from now on, or none.
+void KivRpCandidateConfig::doPriorityLost(const Pax::IpGenPrefix &prefix, const char *because) {
+  element_.settle(prefix);
+  const auto options = crp() ? crp()->prefixOptions(prefix) : nullptr;
+  if (!options) return;
+  VRF_TRACE(trace, 4,
+            "Created prefix " << prefix << " with priority " << options->priority() << " to C-RP " << element_.address()
+                              << because);
 }
 
 void KivRpCandidateConfig::handleAcl(const std::string &acl) {
@@ -223,32 +196,44 @@ void KivRpCandidateConfig::handleAcl(const std::string &acl) {
 }
 
 void KivRpCandidateConfig::doAclAdd(const std::string &acl) {
-  if (!initialized_) return;
-  doAclRegister(acl);
-  for (const Pax::IpGenPrefix &prefix : prefixesOf(acl)) doAclPrefixAdd(acl, prefix);
+  if (!initialized()) return;
+  doAclAttach(acl);
+  for (const Pax::IpGenPrefix &prefix : configSm_.groupsOf(acl)) doAclPrefixAdd(acl, prefix);
   if (notifier()->aclOptions(acl)) doAclOptionsAdd(acl);
 }
 
-void KivRpCandidateConfig::doAclRegister(const std::string &acl) {
-  configSm_.bsrConfigAclIs(acl)->crpIntfIs(intfId_);
-  VRF_TRACE(trace, 4, "Added interface " << intfId_ << " to BsrConfigAcl's C-RP object for acl " << acl);
+void KivRpCandidateConfig::doAclRemove(const std::string &acl) {
+  if (!usesAcl(acl)) return configSm_.bsrConfigAclRelease(acl);
+  for (const Pax::IpGenPrefix &prefix : configSm_.groupsOf(acl)) doGroupRemove(prefix);
+  doAclOptionsRemove(acl);
 }
 
 void KivRpCandidateConfig::doAclPrefixAdd(const std::string &acl, const Pax::IpGenPrefix &prefix) {
   if (!crp()) {
     doCrpIs();
-    VRF_TRACE(trace, 4, "Created C-RP with IP " << address_ << " advInterval=" << notifier()->advInterval());
+    VRF_TRACE(trace, 4, "Created C-RP with IP " << element_.address() << " advInterval=" << notifier()->advInterval());
   }
   crp()->prefixSetIs(prefix);
-  VRF_TRACE(trace, 4, "Address prefix " << prefix << " as part of Acl" << acl << " to C-RP " << address_);
-  doCounterIs(prefix);
-  doCounterInc(prefix);
+  VRF_TRACE(trace, 4, "Address prefix " << prefix << " as part of Acl" << acl << " to C-RP " << element_.address());
+  const auto [isFirst, count] = configSm_.crpPfxRefCount.add(intfId_, prefix);
+  if (isFirst) VRF_TRACE(trace, 4, "Created C-RP refcount object for interface " << intfId_);
+  VRF_TRACE(trace, 4, "C-RP PrefixCounter for prefix " << prefix << " is " << count);
 }
 
-void KivRpCandidateConfig::doAclRemove(const std::string &acl) {
-  if (!usesAcl(acl)) return configSm_.bsrConfigAclRelease(acl);
-  for (const Pax::IpGenPrefix &prefix : prefixesOf(acl)) doGroupRemove(prefix);
-  doAclOptionsRemove(acl);
+void KivRpCandidateConfig::doAclPrefixActivate(const std::string &acl, const Pax::IpGenPrefix &prefix) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << acl << ", " << prefix << " )");
+  if (!initialized()) return;
+  VRF_TRACE(trace, 4, "Writing to Status for C-RP with key  " << element_.address());
+  doAclPrefixAdd(acl, prefix);
+  element_.settle(prefix);
+}
+
+void KivRpCandidateConfig::doAclPrefixDeactivate(const std::string &acl, const Pax::IpGenPrefix &prefix) {
+  VRF_TRACE_ENTRY_WITH(trace, " ( " << acl << ", " << prefix << " )");
+  doGroupRemove(prefix);
+  doPriorityLost(prefix,
+                 " because this prefix appears in other ACL "
+                 "rules or in group range.");
 }
 
 void KivRpCandidateConfig::handleAclOptions(const std::string &acl) {
@@ -264,21 +249,26 @@ void KivRpCandidateConfig::handleAclOptions(const std::string &acl) {
 }
 
 void KivRpCandidateConfig::doAclOptionsAdd(const std::string &acl) {
-  if (!usesAcl(acl) || !crp()) return;
-  for (const Pax::IpGenPrefix &prefix : prefixesOf(acl)) doPriorityIs(prefix);
+  if (!usesAcl(acl)) return;
+  for (const Pax::IpGenPrefix &prefix : configSm_.groupsOf(acl)) element_.settle(prefix);
 }
 
 // The interface leaves the ACL with its priority; while the configuration still names the ACL it
 // stays a user, so that rule changes are followed.
 void KivRpCandidateConfig::doAclOptionsRemove(const std::string &acl) {
-  for (const Pax::IpGenPrefix &prefix : prefixesOf(acl)) {
-    doPrioritySettle(prefix,
-                     " because this prefix appears in other ACL "
-                     "rules or in group range.");
+  for (const Pax::IpGenPrefix &prefix : configSm_.groupsOf(acl)) {
+    doPriorityLost(prefix,
+                   " because this prefix appears in other ACL "
+                   "rules or in group range.");
   }
-  doCrpDelIfIdle();
+  element_.deleteIfIdle();
   doAclDetach(acl);
-  if (notifier()->acl(acl)) doAclRegister(acl);
+  if (notifier()->acl(acl)) doAclAttach(acl);
+}
+
+void KivRpCandidateConfig::doAclAttach(const std::string &acl) {
+  configSm_.bsrConfigAclIs(acl)->crpIntfIs(intfId_);
+  VRF_TRACE(trace, 4, "Added interface " << intfId_ << " to BsrConfigAcl's C-RP object for acl " << acl);
 }
 
 void KivRpCandidateConfig::doAclDetach(const std::string &acl) {
@@ -287,121 +277,25 @@ void KivRpCandidateConfig::doAclDetach(const std::string &acl) {
   configSm_.bsrConfigAclRelease(acl);
 }
 
-void KivRpCandidateConfig::doAclPrefixActivate(const std::string &acl, const Pax::IpGenPrefix &prefix) {
-  VRF_TRACE_ENTRY_WITH(trace, " ( " << acl << ", " << prefix << " )");
-  if (!initialized_) return;
-  VRF_TRACE(trace, 4, "Writing to Status for C-RP with key  " << address_);
-  doAclPrefixAdd(acl, prefix);
-  if (notifier()->aclOptions(acl)) doPriorityIs(prefix);
-}
-
-void KivRpCandidateConfig::doAclPrefixDeactivate(const std::string &acl, const Pax::IpGenPrefix &prefix) {
-  VRF_TRACE_ENTRY_WITH(trace, " ( " << acl << ", " << prefix << " )");
-  doGroupRemove(prefix);
-  doPrioritySettle(prefix,
-                   " because this prefix appears in other ACL "
-                   "rules or in group range.");
+bool KivRpCandidateConfig::usesAcl(const std::string &acl) const {
+  const Kiv::Ptr<BsrConfigAcl> bsrConfigAcl = configSm_.bsrConfigAcl(acl);
+  return bsrConfigAcl && bsrConfigAcl->crpIntf(intfId_);
 }
 
 void KivRpCandidateConfig::handleMode() {
   VRF_TRACE_ENTRY(trace);
-  if (!initialized_ || !crp()) return;
+  if (!crp()) return;
   crp()->modeIs(notifier()->mode());
-  VRF_TRACE(trace, 4, "Pim mode for Candidate C-RP " << address_ << " changed to " << notifier()->mode());
+  VRF_TRACE(trace, 4, "Pim mode for Candidate C-RP " << element_.address() << " changed to " << notifier()->mode());
 }
 
 void KivRpCandidateConfig::handleAdvInterval() {
   VRF_TRACE_ENTRY(trace);
-  if (!initialized_ || !crp()) return;
+  if (!crp()) return;
   crp()->intervalIs(notifier()->advInterval());
   VRF_TRACE(trace, 4,
-            "Advertisement interface for Candidate C-RP " << address_ << " changed to " << notifier()->advInterval());
-}
-
-Kiv::Ptr<RpCandidate> KivRpCandidateConfig::crp() const {
-  return initialized_ && !isTaken(address_) ? status().crp(address_) : nullptr;
-}
-
-bool KivRpCandidateConfig::isTaken(const Pax::IpGenAddr &address) const {
-  const Kiv::Ptr<RpCandidate> present = status().crp(address);
-  return present && present->intfId() != intfId_;
-}
-
-// With what was configured before it existed; the priority of an ACL comes with its prefixes.
-void KivRpCandidateConfig::doCrpIs() {
-  const Kiv::Ptr<RpCandidate> created = status().crpIs(address_);
-  created->intfIdIs(intfId_);
-  configSm_.handleCrpAdd(address_);
-  created->intervalIs(notifier()->advInterval());
-  created->modeIs(notifier()->mode());
-  for (const auto &[prefix, options] : groupRangeOptions_) options->handlePriority();
-}
-
-void KivRpCandidateConfig::doCrpDelIfIdle() {
-  const Kiv::Ptr<RpCandidate> own = crp();
-  if (!own || !own->prefixSet().empty()) return;
-  const Pax::IpGenAddr address = address_;
-  VRF_TRACE(trace, 4, "Deleted candidate RP " << address << " since it doest serve any group");
-  status().crpDel(address);
-  configSm_.handleCrpDel(address);
-}
-
-void KivRpCandidateConfig::doCounterIs(const Pax::IpGenPrefix &prefix) {
-  if (configSm_.crpPfxRefCount.counterIs(intfId_, prefix)) {
-    VRF_TRACE(trace, 4, "Created C-RP refcount object for interface " << intfId_);
-  }
-}
-
-void KivRpCandidateConfig::doCounterInc(const Pax::IpGenPrefix &prefix) {
-  const uint32_t count = configSm_.crpPfxRefCount.counterInc(intfId_, prefix);
-  VRF_TRACE(trace, 4, "C-RP PrefixCounter for prefix " << prefix << " is " << count);
-}
-
-// Brings the prefix to the priority that stands, or to none, and returns it.
-RpPriority KivRpCandidateConfig::doPriorityIs(const Pax::IpGenPrefix &prefix) {
-  const RpPriority priority = priorityOf(prefix);
-  if (priority != rpPriorityUnset) {
-    crp()->prefixOptionsIs(prefix)->priorityIs(priority);
-  } else if (crp()->prefixOptions(prefix)) {
-    crp()->prefixOptionsDel(prefix);
-    VRF_TRACE(trace, 4, "Deleted priority of prefix " << prefix << " from prefixOptions");
-  }
-  return priority;
-}
-
-// After a source of the prefix's priority went: another one's stands from now on, or none.
-void KivRpCandidateConfig::doPrioritySettle(const Pax::IpGenPrefix &prefix, const char *because) {
-  if (!crp() || !crp()->prefixOptions(prefix)) return;
-  const RpPriority priority = doPriorityIs(prefix);
-  if (priority == rpPriorityUnset) return;
-  VRF_TRACE(trace, 4,
-            "Created prefix " << prefix << " with priority " << priority << " to C-RP " << address_ << because);
-}
-
-// An entry whose priority is not set yet has none.
-RpPriority KivRpCandidateConfig::priorityOf(const Pax::IpGenPrefix &prefix) const {
-  RpPriority last = rpPriorityUnset;
-  const auto add = [&](const auto &options) {
-    if (options && options->priority() != rpPriorityUnset) last = options->priority();
-  };
-  add(notifier()->groupRangeOptions(prefix));
-  std::vector<std::string> acls = notifier()->acl().keys();
-  std::sort(acls.begin(), acls.end());
-  for (const std::string &acl : acls) {
-    const Kiv::Ptr<BsrConfigAcl> bsrConfigAcl = configSm_.bsrConfigAcl(acl);
-    if (bsrConfigAcl && bsrConfigAcl->grpPrefix(prefix)) add(notifier()->aclOptions(acl));
-  }
-  return last;
-}
-
-std::vector<Pax::IpGenPrefix> KivRpCandidateConfig::prefixesOf(const std::string &acl) const {
-  const Kiv::Ptr<BsrConfigAcl> bsrConfigAcl = configSm_.bsrConfigAcl(acl);
-  return bsrConfigAcl ? bsrConfigAcl->grpPrefix().keys() : std::vector<Pax::IpGenPrefix>();
-}
-
-bool KivRpCandidateConfig::usesAcl(const std::string &acl) const {
-  const Kiv::Ptr<BsrConfigAcl> bsrConfigAcl = configSm_.bsrConfigAcl(acl);
-  return bsrConfigAcl && bsrConfigAcl->crpIntf(intfId_);
+            "Advertisement interface for Candidate C-RP " << element_.address() << " changed to "
+                                                          << notifier()->advInterval());
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "config/ConfigSm.h"
+#include "config/RpCandidateElement.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -15,8 +15,11 @@ namespace Routing::Pim::Bsr {
 /// for a prefix, by its range or by an ACL, is in the element's `prefixOptions`; of several, that of
 /// the last ACL by name, or of the range where no ACL has one.
 ///
-/// An address serves one interface: while another interface's element stands under it, this one
-/// counts as having no usable address and uses no ACL, and starts when that element goes.
+/// An address serves one interface: while another interface's element stands under it, this one is
+/// treated as having no usable address and uses no ACL, and starts when that element goes.
+///
+/// One per candidate interface, of ConfigSm, from when it is configured until that ends (`handleDel`). An address is
+/// handed over at the end of each handler that a configuration or an interface calls, never in the middle of one.
 class KivRpCandidateConfig : public RpCandidateConfig::Notifiee {
  public:
   KivRpCandidateConfig(ConfigSm &configSm, const Pax::IntfId &intfId, const Kiv::Ptr<const RpCandidateConfig> &config);
@@ -29,11 +32,13 @@ class KivRpCandidateConfig : public RpCandidateConfig::Notifiee {
   void onAdvInterval() override { handleAdvInterval(); }
 
   void handleInitialized();
+  /// Withdraws all that it serves.
   void handleDel();
   /// Another interface's element stands under the address now.
   void handleAddressTaken(const Pax::IpGenAddr &address);
   /// The element that stood under the address is gone.
   void handleAddressFree(const Pax::IpGenAddr &address);
+
   /// The ACL, which the interface uses, starts or stops to permit the prefix.
   void doAclPrefixActivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
   void doAclPrefixDeactivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
@@ -41,16 +46,9 @@ class KivRpCandidateConfig : public RpCandidateConfig::Notifiee {
  private:
   class KivGroupRangeOptions;
   class KivAclOptions;
-
-  class KivIntf : public Ip::SourceIntf::Notifiee {
-   public:
-    KivIntf(KivRpCandidateConfig &candidate, const Kiv::Ptr<const Ip::SourceIntf> &intf) : candidate_(candidate) {
-      notifierIs(intf);
-    }
-    void onIpAddr() override { candidate_.handleIpAddress(); }
-
-   private:
-    KivRpCandidateConfig &candidate_;
+  struct KivIntf : Kiv::ReactorOf<Ip::SourceIntf, KivRpCandidateConfig> {
+    using ReactorOf::ReactorOf;
+    void onIpAddr() override { owner_.handleIpAddress(); }
   };
 
   void handleIpAddress();
@@ -64,38 +62,32 @@ class KivRpCandidateConfig : public RpCandidateConfig::Notifiee {
   void doStart();
   void doPasses();
   void doRemove();
+  void doCrpIs();
+
   void doGroupAdd(const Pax::IpGenPrefix &prefix);
   void doGroupRemove(const Pax::IpGenPrefix &prefix);
   void doGroupOptionsAdd(const Pax::IpGenPrefix &prefix);
   void doGroupOptionsRemove(const Pax::IpGenPrefix &prefix);
+  void doPriorityLost(const Pax::IpGenPrefix &prefix, const char *because);
+
   void doAclAdd(const std::string &acl);
-  void doAclRegister(const std::string &acl);
-  void doAclPrefixAdd(const std::string &acl, const Pax::IpGenPrefix &prefix);
   void doAclRemove(const std::string &acl);
+  void doAclPrefixAdd(const std::string &acl, const Pax::IpGenPrefix &prefix);
   void doAclOptionsAdd(const std::string &acl);
   void doAclOptionsRemove(const std::string &acl);
+  void doAclAttach(const std::string &acl);
   void doAclDetach(const std::string &acl);
-
-  /// This interface's element, empty while there is none.
-  Kiv::Ptr<RpCandidate> crp() const;
-  bool isTaken(const Pax::IpGenAddr &address) const;
-  void doCrpIs();
-  void doCrpDelIfIdle();
-  void doCounterIs(const Pax::IpGenPrefix &prefix);
-  void doCounterInc(const Pax::IpGenPrefix &prefix);
-  RpPriority doPriorityIs(const Pax::IpGenPrefix &prefix);
-  void doPrioritySettle(const Pax::IpGenPrefix &prefix, const char *because);
-  RpPriority priorityOf(const Pax::IpGenPrefix &prefix) const;
-  std::vector<Pax::IpGenPrefix> prefixesOf(const std::string &acl) const;
   bool usesAcl(const std::string &acl) const;
+
+  /// Whether it has an address of its own.
+  bool initialized() const { return !element_.address().isZero(); }
+  Kiv::Ptr<RpCandidate> crp() const { return element_.crp(); }
   const std::string &vrfName() const { return configSm_.vrfName(); }
-  Status &status() const { return *configSm_.status(); }
 
   ConfigSm &configSm_;
   const Pax::IntfId intfId_;
   KivIntf kivIntf_;
-  Pax::IpGenAddr address_;  ///< that of the element; zero while not initialized
-  bool initialized_ = false;
+  RpCandidateElement element_;
   std::map<Pax::IpGenPrefix, std::unique_ptr<KivGroupRangeOptions>> groupRangeOptions_;
   std::map<std::string, std::unique_ptr<KivAclOptions>> aclOptions_;
 };

@@ -1,5 +1,7 @@
 #include "config/PermittedPrefixes.h"
 
+#include "platform/acl/AclToPrefix.h"
+
 namespace Routing::Pim::Bsr {
 
 PermittedPrefixes sortPermitted(const std::vector<Pax::IpGenPrefix> &permitted, Pax::AddressFamily family) {
@@ -14,6 +16,13 @@ PermittedPrefixes sortPermitted(const std::vector<Pax::IpGenPrefix> &permitted, 
     if (prefix.covers(all)) sorted.groups.insert(all);
   }
   return sorted;
+}
+
+std::optional<PermittedPrefixes> permittedBy(const Acl::Input::Config &acls, const std::string &acl,
+                                             Pax::AddressFamily family) {
+  const Kiv::Ptr<Acl::AclConfig> config = acls.acl(acl);
+  if (!config) return std::nullopt;
+  return sortPermitted(AclPrefix::permittedPrefixes(*config, family), family);
 }
 
 }  // namespace Routing::Pim::Bsr

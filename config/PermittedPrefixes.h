@@ -1,10 +1,11 @@
 /// What an ACL permits, sorted into groups and sources.
 #pragma once
 
+#include <optional>
 #include <set>
 #include <vector>
 
-#include "platform/pax/IpGenPrefix.h"
+#include "platform/acl/Acl.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -13,6 +14,11 @@ namespace Routing::Pim::Bsr {
 struct PermittedPrefixes {
   std::set<Pax::IpGenPrefix> groups, unicast;
 };
+
+/// From the prefixes that the rules come to.
 PermittedPrefixes sortPermitted(const std::vector<Pax::IpGenPrefix> &permitted, Pax::AddressFamily family);
+/// From the rules in force; nothing for an ACL that is not defined.
+std::optional<PermittedPrefixes> permittedBy(const Acl::Input::Config &acls, const std::string &acl,
+                                             Pax::AddressFamily family);
 
 }  // namespace Routing::Pim::Bsr

@@ -1,149 +1,134 @@
-// What an earlier run left in status and the configuration no longer supports.
+#include "config/StaleStatus.h"
+
 #include "config/ConfigSm.h"
 #include "model/VrfTrace.h"
 
 namespace Routing::Pim::Bsr {
 
 namespace {
-
 Tracelet::Module trace("Pim::Bsr::ConfigSm");
-
-template <class Entry>
-bool isComplete(const Kiv::Ptr<Entry> &entry) {
-  return entry && entry->priority() != bsrPriorityUnset && entry->hashMaskLen() != hashMaskLenUnset;
 }
 
-}  // namespace
+Status &StaleStatus::status() const { return *configSm_.status(); }
+const std::string &StaleStatus::vrfName() const { return configSm_.vrfName(); }
 
-void ConfigSm::doRemoveExtraStatusEntries() {
-  VRF_TRACE_ENTRY(trace);
-  doRemoveExtraBorders();
-  doRemoveExtraCandidateBsrs();
-  doRemoveExtraZoneOwners();
-  doRemoveExtraCandidateRps();
-  doRemoveExtraPermits();
+void StaleStatus::remove() {
+  if (isFresh()) return;
+  gather();
+  removeBorders();
+  removeCandidateBsrs();
+  removeZoneOwners();
+  removeCandidateRps();
+  removePermits();
 }
 
-bool ConfigSm::permitsGroup(const std::string &acl, const Pax::IpGenPrefix &prefix) const {
-  const Kiv::Ptr<BsrConfigAcl> present = bsrConfigAcl(acl);
-  return present && present->grpPrefix(prefix);
+bool StaleStatus::isFresh() const {
+  return status().bsBorder().empty() && status().cbsr().empty() && status().zoneGroup().empty() &&
+         status().zoneAcl().empty() && status().crp().empty() && status().crpPermit().empty();
 }
 
-bool ConfigSm::isUsable(const Pax::IntfId &intfId) { return !sourceIntfSm_->sourceIntfIs(intfId)->ipAddr().isZero(); }
-
-void ConfigSm::doRemoveExtraBorders() {
-  const auto isBorder = [this](const Pax::IntfId &intfId, const Pax::IpGenPrefix &prefix) {
-    const Kiv::Ptr<const IntfConfig> *config = vrfIntfConfig_->intfConfig(intfId);
-    if (!config) return false;
-    if ((*config)->bsrBorderGrp(prefix)) return true;
-    for (const auto &[acl, in] : (*config)->bsrBorderAcl()) {
-      if (permitsGroup(acl, prefix)) return true;
-    }
-    return false;
+void StaleStatus::gather() {
+  const auto hasAddress = [this](const Pax::IntfId &intfId) {
+    return !configSm_.sourceIntfSm()->ipAddr(intfId).isZero();
   };
-  for (const auto &[prefix, border] : status_->bsBorder()) {
+  const Sources sources = configSm_.sources();
+  for (const Source &source : sources) {
+    if (source.role != Role::candidateBsr || !source.hasOptions() || !hasAddress(source.intfId)) continue;
+    if (source.isAcl()) {
+      zoneAcls_.emplace(source.intfId, source.acl);
+    } else {
+      zoneGroups_.emplace(source.intfId, source.range);
+    }
+  }
+  for (const auto &[source, prefix, lack] : offersOf(sources, configSm_.permits())) {
+    if (!lack.empty()) continue;
+    const std::pair at(source.intfId, prefix);
+    switch (source.role) {
+      case Role::border: borders_.insert(at); break;
+      case Role::candidateBsr:
+        if (hasAddress(source.intfId)) zones_.insert(prefix);
+        break;
+      case Role::candidateRp:
+        rpPrefixes_.insert(at);
+        if (source.hasOptions()) rpPriorities_.insert(at);
+        break;
+      case Role::filter: permits_.insert(prefix); break;
+    }
+  }
+}
+
+void StaleStatus::removeBorders() {
+  for (const auto &[prefix, border] : status().bsBorder()) {
     for (const auto &[intfId, in] : border->intfId()) {
-      if (isBorder(intfId, prefix)) continue;
+      if (borders_.contains({intfId, prefix})) continue;
       VRF_TRACE(trace, 4, "Deleted Interface " << intfId << " from prefix " << prefix << " in status");
       border->intfIdDel(intfId);
     }
     if (!border->intfId().empty()) continue;
     VRF_TRACE(trace, 4, "Deleting prefix " << prefix << " from status");
-    status_->bsBorderDel(prefix);
+    status().bsBorderDel(prefix);
   }
 }
 
-void ConfigSm::doRemoveExtraCandidateBsrs() {
-  const auto isSupported = [this](const Pax::IpGenPrefix &zone) {
-    for (const auto &[intfId, config] : config_->bsrCandidateConfig()) {
-      if (!isUsable(intfId)) continue;
-      if (isComplete(config->group(zone))) return true;
-      for (const auto &[acl, entry] : config->acl()) {
-        if (isComplete(entry) && permitsGroup(acl, zone)) return true;
-      }
-    }
-    return false;
-  };
-  for (const Pax::IpGenPrefix &zone : status_->cbsr().keys()) {
-    if (isSupported(zone)) continue;
-    VRF_TRACE(trace, 4, "Deleting zone " << zone << " from CBSR status");
-    const Kiv::Ptr<BsrCandidate> candidate = status_->cbsr(zone);
-    const Kiv::Ptr<ElectedBsrStatus> elected = status_->bootstrapRouter(zone);
-    if (candidate->elected() && elected && elected->ipAddr() == candidate->address()) {
-      VRF_TRACE(trace, 4, "Removing this router as elected BSR of zone " << zone);
-      status_->bootstrapRouterDel(zone);
-      status_->crpStatusDel(zone);  // what it had collected goes with it
-    }
-    status_->cbsrDel(zone);
+void StaleStatus::removeCandidateBsrs() {
+  for (const Pax::IpGenPrefix &zone : status().cbsr().keys()) {
+    if (!zones_.contains(zone)) removeCandidateBsr(zone);
   }
 }
 
-void ConfigSm::doRemoveExtraZoneOwners() {
-  const auto candidateOf = [this](const Pax::IntfId &intfId) {
-    return isUsable(intfId) ? config_->bsrCandidateConfig(intfId) : nullptr;
-  };
-  for (const Pax::IpGenPrefix &prefix : status_->zoneGroup().keys()) {
-    const Kiv::Ptr<BsrCandidateConfig> config = candidateOf(*status_->zoneGroup(prefix));
-    if (config && isComplete(config->group(prefix))) continue;
+// With what it had collected as the elected BSR.
+void StaleStatus::removeCandidateBsr(const Pax::IpGenPrefix &zone) {
+  VRF_TRACE(trace, 4, "Deleting zone " << zone << " from CBSR status");
+  const Kiv::Ptr<BsrCandidate> candidate = status().cbsr(zone);
+  const Kiv::Ptr<ElectedBsrStatus> elected = status().bootstrapRouter(zone);
+  if (candidate->elected() && elected && elected->ipAddr() == candidate->address()) {
+    VRF_TRACE(trace, 4, "Removing this router as elected BSR of zone " << zone);
+    status().bootstrapRouterDel(zone);
+    status().crpStatusDel(zone);
+  }
+  status().cbsrDel(zone);
+}
+
+void StaleStatus::removeZoneOwners() {
+  for (const Pax::IpGenPrefix &prefix : status().zoneGroup().keys()) {
+    if (zoneGroups_.contains({*status().zoneGroup(prefix), prefix})) continue;
     VRF_TRACE(trace, 4, "Removing unsupported zoneGroup " << prefix);
-    status_->zoneGroupDel(prefix);
+    status().zoneGroupDel(prefix);
   }
-  for (const std::string &acl : status_->zoneAcl().keys()) {
-    const Kiv::Ptr<BsrCandidateConfig> config = candidateOf(*status_->zoneAcl(acl));
-    if (config && isComplete(config->acl(acl))) continue;
+  for (const std::string &acl : status().zoneAcl().keys()) {
+    if (zoneAcls_.contains({*status().zoneAcl(acl), acl})) continue;
     VRF_TRACE(trace, 4, "Removing unsupported zoneAcl " << acl);
-    status_->zoneAclDel(acl);
+    status().zoneAclDel(acl);
   }
 }
 
-void ConfigSm::doRemoveExtraCandidateRps() {
-  const auto isServed = [this](const RpCandidateConfig &config, const Pax::IpGenPrefix &prefix) {
-    if (config.groupRange(prefix)) return true;
-    for (const auto &[acl, in] : config.acl()) {
-      if (permitsGroup(acl, prefix)) return true;
-    }
-    return false;
-  };
-  const auto hasPriority = [this](const RpCandidateConfig &config, const Pax::IpGenPrefix &prefix) {
-    const auto isSet = [](const auto &options) { return options && options->priority() != rpPriorityUnset; };
-    if (isSet(config.groupRangeOptions(prefix))) return true;
-    for (const auto &[acl, in] : config.acl()) {
-      if (permitsGroup(acl, prefix) && isSet(config.aclOptions(acl))) return true;
-    }
-    return false;
-  };
-  for (const Pax::IpGenAddr &address : status_->crp().keys()) {
-    const Kiv::Ptr<RpCandidate> crp = status_->crp(address);
-    const Kiv::Ptr<RpCandidateConfig> config = config_->rpCandidateConfig(crp->intfId());
-    const bool keeps = config && sourceIntfSm_->sourceIntfIs(crp->intfId())->ipAddr() == address;
+void StaleStatus::removeCandidateRps() {
+  for (const Pax::IpGenAddr &address : status().crp().keys()) {
+    const Kiv::Ptr<RpCandidate> crp = status().crp(address);
+    const Pax::IntfId &intfId = crp->intfId();
+    const bool keeps =
+        configSm_.config()->rpCandidateConfig(intfId) && configSm_.sourceIntfSm()->ipAddr(intfId) == address;
     for (const Pax::IpGenPrefix &prefix : crp->prefixSet().keys()) {
-      if (!keeps || isServed(*config, prefix)) continue;
+      if (!keeps || rpPrefixes_.contains({intfId, prefix})) continue;
       VRF_TRACE(trace, 4, "Removing unsupported prefix " << prefix << " of C-RP " << address);
       crp->prefixSetDel(prefix);
     }
     for (const Pax::IpGenPrefix &prefix : crp->prefixOptions().keys()) {
-      if (!keeps || hasPriority(*config, prefix)) continue;
+      if (!keeps || rpPriorities_.contains({intfId, prefix})) continue;
       VRF_TRACE(trace, 4, "Removing unsupported priority of prefix " << prefix << " of C-RP " << address);
       crp->prefixOptionsDel(prefix);
     }
     if (keeps && !crp->prefixSet().empty()) continue;
     VRF_TRACE(trace, 4, "Deleting CRP " << address << " from status");
-    status_->crpDel(address);
+    status().crpDel(address);
   }
 }
 
-void ConfigSm::doRemoveExtraPermits() {
-  const auto isPermitted = [this](const Pax::IpGenPrefix &prefix) {
-    for (const auto &[acl, in] : config_->crpFilterAcl()) {
-      const Kiv::Ptr<BsrConfigAcl> present = bsrConfigAcl(acl);
-      if (present && present->prefix(prefix)) return true;
-    }
-    return false;
-  };
-  for (const Pax::IpGenPrefix &prefix : status_->crpPermit().keys()) {
-    if (isPermitted(prefix)) continue;
+void StaleStatus::removePermits() {
+  for (const Pax::IpGenPrefix &prefix : status().crpPermit().keys()) {
+    if (permits_.contains(prefix)) continue;
     VRF_TRACE(trace, 4, "Deleting CRP Permit Prefix " << prefix << " from status");
-    status_->crpPermitDel(prefix);
+    status().crpPermitDel(prefix);
   }
 }
 

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <map>
 
 #include "view/Json.h"
@@ -7,33 +8,34 @@ namespace Routing::Pim::Bsr {
 
 namespace {
 
-struct User {
-  const char *role;
-  Pax::IntfId intfId;  ///< empty for the filter, which is of the VRF
-};
-using Users = std::map<std::string, std::vector<User>>;
-
 /// By ACL, also of those that nobody has defined.
+using Users = std::map<std::string, Sources>;
+
+const char *textOf(Role role) {
+  switch (role) {
+    case Role::border: return "border";
+    case Role::candidateBsr: return "candidate-bsr";
+    case Role::candidateRp: return "candidate-rp";
+    default: return "filter";
+  }
+}
+
 Users usersOf(const VrfView &view) {
   Users users;
-  for (const auto &[intfId, config] : view.intfConfig) {
-    for (const std::string &acl : config->bsrBorderAcl().keys()) users[acl].push_back({"border", intfId});
+  for (Source &source : sourcesOf(view)) {
+    if (source.isAcl()) users[source.acl].push_back(std::move(source));
   }
-  for (const Pax::IntfId &intfId : sortedKeys(view.config->bsrCandidateConfig())) {
-    const auto config = view.config->bsrCandidateConfig(intfId);
-    for (const std::string &acl : config->acl().keys()) users[acl].push_back({"candidate-bsr", intfId});
+  for (auto &[acl, sources] : users) {
+    std::sort(sources.begin(), sources.end(),
+              [](const Source &a, const Source &b) { return std::tie(a.role, a.intfId) < std::tie(b.role, b.intfId); });
   }
-  for (const Pax::IntfId &intfId : sortedKeys(view.config->rpCandidateConfig())) {
-    const auto config = view.config->rpCandidateConfig(intfId);
-    for (const std::string &acl : config->acl().keys()) users[acl].push_back({"candidate-rp", intfId});
-  }
-  for (const std::string &acl : view.config->crpFilterAcl().keys()) users[acl].push_back({"filter", {}});
   return users;
 }
 
-std::string whyUseless(const VrfView &view, const std::string &acl, const std::vector<User> &users) {
-  for (const User &user : users) {
-    const std::string lack = user.intfId.isEmpty() ? whyNobody(view, acl) : whyNoGroup(view, acl);
+std::string whyIdle(const VrfView &view, const std::string &acl, const std::optional<PermittedPrefixes> &permitted,
+                    const Sources &users) {
+  for (const Source &user : users) {
+    const std::string lack = whyUseless(user.role, acl, permitted);
     if (!lack.empty()) return lack;
   }
   return users.empty() ? "not used in this VRF" : whyNotRunning(view);
@@ -51,18 +53,19 @@ void showAcl(const VrfView &view, Rows &rows) {
   Users all = usersOf(view);
   for (const std::string &acl : view.ipAclConfig->acl().keys()) all[acl];
   for (const auto &[acl, users] : all) {
-    const Permitted permitted = permittedBy(view, acl);
+    const auto permitted = permittedBy(view, acl);
+    const PermittedPrefixes prefixes = permitted.value_or(PermittedPrefixes());
     Rows row{{"vrf", toJson(view.vrf)},
              {"acl", acl},
-             {"exists", permitted.exists},
-             {"groups", textsOf(permitted.groups)},
-             {"unicast", textsOf(permitted.unicast)},
+             {"exists", permitted.has_value()},
+             {"groups", textsOf(prefixes.groups)},
+             {"unicast", textsOf(prefixes.unicast)},
              {"users", Rows::array()}};
-    for (const User &user : users) {
+    for (const Source &user : users) {
       row["users"].push_back(
-          {{"role", user.role}, {"interface", user.intfId.isEmpty() ? Rows() : toJson(user.intfId)}});
+          {{"role", textOf(user.role)}, {"interface", user.intfId.isEmpty() ? Rows() : toJson(user.intfId)}});
     }
-    const std::string why = whyUseless(view, acl, users);
+    const std::string why = whyIdle(view, acl, permitted, users);
     addReason(row, why.empty(), why);
     rows.push_back(std::move(row));
   }

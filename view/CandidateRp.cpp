@@ -1,7 +1,6 @@
 #include <map>
 #include <set>
 
-#include "config/ConfigSm.h"
 #include "engine/RpCandidateSm.h"
 #include "view/Json.h"
 #include "view/Reasons.h"
@@ -13,15 +12,15 @@ namespace {
 using Priorities = std::map<Pax::IpGenPrefix, RpPriority>;
 
 /// What it would serve.
-Priorities configuredGroups(const VrfView &view, const RpCandidateConfig &config) {
+Priorities configuredGroups(const Offers &offers) {
+  std::map<Pax::IpGenPrefix, Offers> byPrefix;
+  for (const Offer &offer : offers) {
+    if (offer.usable()) byPrefix[offer.prefix].push_back(offer);
+  }
   Priorities groups;
-  const auto add = [&](const Pax::IpGenPrefix &prefix, const auto &options) {
-    RpPriority &priority = groups.try_emplace(prefix, rpPriorityUnset).first->second;
-    if (options && options->priority() != rpPriorityUnset) priority = options->priority();
-  };
-  for (const Pax::IpGenPrefix &prefix : config.groupRange().keys()) add(prefix, config.groupRangeOptions(prefix));
-  for (const std::string &acl : sortedKeys(config.acl())) {
-    for (const Pax::IpGenPrefix &prefix : permittedBy(view, acl).groups) add(prefix, config.aclOptions(acl));
+  for (const auto &[prefix, sources] : byPrefix) {
+    const Offer *offer = standing(sources);
+    groups[prefix] = offer ? offer->source.options.priority : rpPriorityUnset;
   }
   return groups;
 }
@@ -36,7 +35,7 @@ Priorities servedGroups(const RpCandidate &crp) {
 }
 
 /// The first thing in the way of the whole candidacy, or of one of its ACLs.
-std::string whyNotServed(const VrfView &view, const Pax::IntfId &intfId, const RpCandidateConfig &config,
+std::string whyNotServed(const VrfView &view, const Pax::IntfId &intfId, const Offers &offers,
                          const Kiv::Ptr<RpCandidate> &present) {
   const std::string why = whyNoAddress(view, intfId);
   if (!why.empty()) return why;
@@ -45,10 +44,10 @@ std::string whyNotServed(const VrfView &view, const Pax::IntfId &intfId, const R
     text << present->intfId() << " serves " << addressOf(view, intfId);
     return text.str();
   }
-  for (const std::string &acl : sortedKeys(config.acl())) {
-    if (const std::string lack = whyNoGroup(view, acl); !lack.empty()) return lack;
+  for (const Offer &offer : offers) {
+    if (!offer.usable()) return offer.lack;
   }
-  return config.groupRange().empty() && config.acl().empty() ? "serves no group" : "";
+  return offers.empty() ? "serves no group" : "";
 }
 
 /// What the RP's machines, one for each priority, advertise to a zone.
@@ -103,7 +102,7 @@ Rows groupsOf(const Priorities &priorities) {
   return json;
 }
 
-Rows rowOf(const VrfView &view, const Pax::IntfId &intfId, const RpCandidateConfig &config) {
+Rows rowOf(const VrfView &view, const Pax::IntfId &intfId, const RpCandidateConfig &config, const Offers &offers) {
   const Pax::IpGenAddr address = addressOf(view, intfId);
   const auto present = view.configSm ? view.status->crp(address) : nullptr;
   const bool active = present && present->intfId() == intfId;
@@ -112,8 +111,8 @@ Rows rowOf(const VrfView &view, const Pax::IntfId &intfId, const RpCandidateConf
            {"interface", toJson(intfId)},
            {"mode", toJson(config.mode())},
            {"interval", toJson(config.advInterval())},
-           {"groups", groupsOf(active ? servedGroups(*present) : configuredGroups(view, config))}};
-  addReason(row, active, whyNotServed(view, intfId, config, present));
+           {"groups", groupsOf(active ? servedGroups(*present) : configuredGroups(offers))}};
+  addReason(row, active, whyNotServed(view, intfId, offers, present));
   row["zones"] = active && view.bsrSm ? zonesOf(view, address) : Rows::array();
   return row;
 }
@@ -121,8 +120,10 @@ Rows rowOf(const VrfView &view, const Pax::IntfId &intfId, const RpCandidateConf
 }  // namespace
 
 void showCandidateRp(const VrfView &view, Rows &rows) {
+  std::map<Pax::IntfId, Offers> offers;
+  for (Offer &offer : offersOf(view, Role::candidateRp)) offers[offer.source.intfId].push_back(std::move(offer));
   for (const Pax::IntfId &intfId : sortedKeys(view.config->rpCandidateConfig())) {
-    rows.push_back(rowOf(view, intfId, *view.config->rpCandidateConfig(intfId)));
+    rows.push_back(rowOf(view, intfId, *view.config->rpCandidateConfig(intfId), offers[intfId]));
   }
 }
 

@@ -1,8 +1,7 @@
 #include "view/Reasons.h"
 
+#include <algorithm>
 #include <sstream>
-
-#include "platform/acl/AclToPrefix.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -16,10 +15,18 @@ std::string join(const Pax::IntfId &intfId, const char *what) {
 
 }  // namespace
 
-Permitted permittedBy(const VrfView &view, const std::string &acl) {
-  const auto config = view.ipAclConfig->acl(acl);
-  if (!config) return {};
-  return {sortPermitted(AclPrefix::permittedPrefixes(*config, view.af), view.af), true};
+Offers offersOf(const VrfView &view, Role role) {
+  Sources sources = sourcesOf(view);
+  std::erase_if(sources, [&](const Source &source) { return source.role != role; });
+  Offers offers = offersOf(sources, [&](const std::string &acl) { return permittedBy(view, acl); });
+  sortOffers(offers);
+  return offers;
+}
+
+Sources sourcesOf(const VrfView &view) { return sourcesOf(*view.config, view.intfConfig); }
+
+std::optional<PermittedPrefixes> permittedBy(const VrfView &view, const std::string &acl) {
+  return permittedBy(*view.ipAclConfig, acl, view.af);
 }
 
 std::string whyNotRunning(const VrfView &view) { return view.configSm ? "" : "the VRF does not run"; }
@@ -44,18 +51,6 @@ std::string whyPimOff(const VrfView &view, const Pax::IntfId &intfId) {
   if (!status->up()) return join(intfId, " has no carrier");
   if (!status->pimAddr().isZero()) return "";
   return join(intfId, view.af == Pax::AddressFamily::ipv4 ? " has no address" : " has no link-local address");
-}
-
-std::string whyNoGroup(const VrfView &view, const std::string &acl) {
-  const Permitted permitted = permittedBy(view, acl);
-  if (!permitted.exists) return "ACL " + acl + " is not defined";
-  return permitted.groups.empty() ? "ACL " + acl + " permits no group" : "";
-}
-
-std::string whyNobody(const VrfView &view, const std::string &acl) {
-  const Permitted permitted = permittedBy(view, acl);
-  if (!permitted.exists) return "ACL " + acl + " is not defined";
-  return permitted.unicast.empty() ? "ACL " + acl + " permits nobody" : "";
 }
 
 Pax::IpGenAddr addressOf(const VrfView &view, const Pax::IntfId &intfId) {

@@ -1,18 +1,20 @@
 /// Why something that is configured is not in force, in the operator's words.
 #pragma once
 
+#include <optional>
 #include <string>
 
-#include "config/PermittedPrefixes.h"
+#include "config/Offers.h"
 #include "view/Show.h"
 
 namespace Routing::Pim::Bsr {
 
-/// What the rules of an ACL permit now, whether anybody uses it or not.
-struct Permitted : PermittedPrefixes {
-  bool exists = false;
-};
-Permitted permittedBy(const VrfView &view, const std::string &acl);
+/// What is configured in the VRF, in force or not, with what its ACLs permit now: sorted by prefix, interface and
+/// source.
+Offers offersOf(const VrfView &view, Role role);
+Sources sourcesOf(const VrfView &view);
+/// What the rules of an ACL permit now, whether anybody uses it or not; nothing for one that is not defined.
+std::optional<PermittedPrefixes> permittedBy(const VrfView &view, const std::string &acl);
 
 // All of these are empty when nothing stands in the way.
 std::string whyNotRunning(const VrfView &view);
@@ -22,8 +24,6 @@ std::string whyAbsent(const VrfView &view, const Pax::IntfId &intfId);
 std::string whyNoAddress(const VrfView &view, const Pax::IntfId &intfId);
 /// Of a PIM interface; includes whyAbsent().
 std::string whyPimOff(const VrfView &view, const Pax::IntfId &intfId);
-std::string whyNoGroup(const VrfView &view, const std::string &acl);
-std::string whyNobody(const VrfView &view, const std::string &acl);
 
 /// Zero while it has none.
 Pax::IpGenAddr addressOf(const VrfView &view, const Pax::IntfId &intfId);

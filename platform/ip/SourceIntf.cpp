@@ -45,4 +45,9 @@ Kiv::Ptr<const SourceIntf> SourceIntfSm::sourceIntfIs(const Pax::IntfId &intfId)
   return sourceIntf;
 }
 
+Pax::IpGenAddr SourceIntfSm::ipAddr(const Pax::IntfId &intfId) const {
+  const Kiv::Ptr<IntfStatus> intfStatus = allIntfStatusDir_->intfStatus(intfId);
+  return intfStatus ? intfStatus->ipAddr() : Pax::IpGenAddr();
+}
+
 }  // namespace Ip

@@ -43,6 +43,8 @@ class SourceIntfSm {
 
   /// Tracks the interface from now on, whether it exists or not; the entry is up to date on return.
   Kiv::Ptr<const SourceIntf> sourceIntfIs(const Pax::IntfId &intfId);
+  /// The interface's address now, whether it is tracked or not; zero while it has none.
+  Pax::IpGenAddr ipAddr(const Pax::IntfId &intfId) const;
 
  private:
   class KivIntfStatus;
