@@ -1,13 +1,37 @@
 #include "daemon/file/ConfigApply.h"
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
+#include <tuple>
 
-#include "daemon/file/Zones.h"
+#include "daemon/file/FileOffers.h"
 
 namespace Routing::Pim::Bsr {
 
 namespace {
+
+// As the header has them.
+enum class Phase {
+  setTimes,
+  hold,
+  withdraw,
+  narrowAcls,
+  addAcls,
+  addEntries,
+  addBorders,
+  changeAcls,
+  deleteEntries,
+  deleteBorders,
+  deleteInterfaces,
+  deleteVrfs,
+  deleteAcls,
+};
+
+struct Operation {
+  Phase phase;
+  std::function<void()> write;
+};
 
 AclRules rulesOf(const Acl::AclConfig &acl) {
   AclRules rules;
@@ -18,43 +42,28 @@ AclRules rulesOf(const Acl::AclConfig &acl) {
   return rules;
 }
 
-/// The ACLs and the candidates' sources that the entities have now, with whatever values.
-Configuration sourcesNow(Pax::AddressFamily family, const ConfigColl &coll, const Acl::Input::Config &acls) {
-  Configuration now;
-  now.family = family;
-  for (const auto &[name, acl] : acls.acl()) now.acl.emplace(name, rulesOf(*acl));
-  for (const auto &[vrf, config] : coll.vrfConfig()) {
-    VrfSettings &settings = now.vrfConfig[vrf];
-    for (const auto &[intfId, candidate] : config->bsrCandidateConfig()) {
-      BsrCandidacy &candidacy = settings.bsrCandidateConfig[intfId];
-      for (const auto &[zone, group] : candidate->group()) candidacy.group.emplace(zone, family);
-      for (const auto &[name, acl] : candidate->acl()) candidacy.acl.emplace(name, family);
-    }
-    for (const auto &[intfId, candidate] : config->rpCandidateConfig()) {
-      RpCandidacy &candidacy = settings.rpCandidateConfig[intfId];
-      for (const auto &[range, in] : candidate->groupRange()) candidacy.groupRange[range];
-      for (const auto &[name, in] : candidate->acl()) candidacy.acl[name];
-    }
+// By where each is made, every list in the order in which its sources stand.
+using OffersByPlace = std::map<std::tuple<Role, Pax::IntfId, Pax::IpGenPrefix>, Offers>;
+
+OffersByPlace byPlace(Offers offers) {
+  OffersByPlace places;
+  sortOffers(offers);
+  for (Offer &offer : offers) {
+    if (offer.prefix.isEmpty()) continue;
+    places[{offer.source.role, offer.source.intfId, offer.prefix}].push_back(std::move(offer));
   }
-  return now;
+  return places;
 }
 
-/// The value of the key, or a default one.
-template <class Map>
-typename Map::mapped_type valueOr(const Map &map, const typename Map::key_type &key) {
-  const auto found = map.find(key);
-  return found == map.end() ? typename Map::mapped_type() : found->second;
+// Whether a source stays, whatever values it has.
+bool goesOn(const Offers &before, const Offers &wanted) {
+  return std::any_of(wanted.begin(), wanted.end(), [&](const Offer &next) {
+    return std::any_of(before.begin(), before.end(),
+                       [&](const Offer &present) { return present.source.acl == next.source.acl; });
+  });
 }
 
-/// Group and ACL entries of a candidate BSR alike.
-template <class Entry>
-void candidacyIs(Entry &entry, const ZoneCandidacy &candidacy) {
-  entry.intervalIs(candidacy.interval);
-  entry.priorityIs(candidacy.priority);
-  entry.hashMaskLenIs(candidacy.hashMaskLen);
-}
-
-/// Calls `del` with every key of the collection that is not wanted.
+// Calls `del` with every key of the collection that is not wanted.
 template <class Collection, class Wanted, class Delete>
 void deleteOthers(const Collection &present, const Wanted &wanted, const Delete &del) {
   for (const auto &key : present.keys()) {
@@ -62,9 +71,44 @@ void deleteOthers(const Collection &present, const Wanted &wanted, const Delete 
   }
 }
 
+void timesIs(Config &config, const VrfSettings &settings) {
+  const bool changes = config.holdTime() != settings.holdTime;
+  config.holdTimeIs(settings.holdTime);
+  if (changes) config.szTimeoutIs(settings.szTimeout + 1);  // it is compared with the hold time when it changes
+  config.szTimeoutIs(settings.szTimeout);
+}
+
+// Group and ACL entries of a candidate BSR alike. The priority and the mask length come last: with
+// them an entry is complete.
+template <class Entry>
+void candidacyIs(Entry &entry, const ZoneCandidacy &candidacy) {
+  entry.intervalIs(candidacy.interval);
+  entry.priorityIs(candidacy.priority);
+  entry.hashMaskLenIs(candidacy.hashMaskLen);
+}
+
 void rangeIs(RpCandidateConfig &candidate, const Pax::IpGenPrefix &range, const RangeOptions &options) {
   candidate.groupRangeIs(range);
   candidate.groupRangeOptionsIs(range)->priorityIs(options.priority);
+}
+
+void entriesIs(Config &config, const VrfSettings &settings) {
+  for (const auto &[intfId, candidacy] : settings.bsrCandidateConfig) {
+    const auto candidate = config.bsrCandidateConfigIs(intfId);
+    for (const auto &[zone, values] : candidacy.group) candidacyIs(*candidate->groupIs(zone), values);
+    for (const auto &[acl, values] : candidacy.acl) candidacyIs(*candidate->aclIs(acl), values);
+  }
+  for (const auto &[intfId, candidacy] : settings.rpCandidateConfig) {
+    const auto candidate = config.rpCandidateConfigIs(intfId);
+    candidate->modeIs(candidacy.mode);
+    candidate->advIntervalIs(CrpAdvInterval(candidacy.advInterval));
+    for (const auto &[range, options] : candidacy.groupRange) rangeIs(*candidate, range, options);
+    for (const auto &[acl, options] : candidacy.acl) {
+      candidate->aclIs(acl);
+      candidate->aclOptionsIs(acl)->priorityIs(options.priority);
+    }
+  }
+  for (const std::string &acl : settings.crpFilterAcl) config.crpFilterAclIs(acl);
 }
 
 void bsrEntriesDel(BsrCandidateConfig &candidate, const BsrCandidacy &wanted) {
@@ -80,90 +124,136 @@ void rpEntriesDel(RpCandidateConfig &candidate, const RpCandidacy &wanted) {
   deleteOthers(candidate.aclOptions(), wanted.acl, [&](const auto &acl) { candidate.aclOptionsDel(acl); });
 }
 
-/// Whether a source of the prefix stays.
-template <class Values>
-bool goesOn(const Offers<Values> &before, const Pax::IpGenPrefix &prefix, const std::map<std::string, Values> &wanted) {
-  const auto sources = before.find(prefix);
-  return sources != before.end() &&
-         std::any_of(wanted.begin(), wanted.end(), [&](const auto &w) { return sources->second.contains(w.first); });
+// The candidates that are not wanted, and of the others the sources.
+void candidatesDel(Config &config, const VrfSettings &wanted) {
+  deleteOthers(config.bsrCandidateConfig(), wanted.bsrCandidateConfig,
+               [&](const auto &intfId) { config.bsrCandidateConfigDel(intfId); });
+  deleteOthers(config.rpCandidateConfig(), wanted.rpCandidateConfig,
+               [&](const auto &intfId) { config.rpCandidateConfigDel(intfId); });
+  for (const auto &[intfId, candidate] : config.bsrCandidateConfig()) {
+    bsrEntriesDel(*candidate, wanted.bsrCandidateConfig.at(intfId));
+  }
+  for (const auto &[intfId, candidate] : config.rpCandidateConfig()) {
+    rpEntriesDel(*candidate, wanted.rpCandidateConfig.at(intfId));
+  }
 }
 
-Prefixes both(const Prefixes &some, const Prefixes &others) {
-  Prefixes both;
-  std::set_intersection(some.begin(), some.end(), others.begin(), others.end(), std::inserter(both, both.end()));
-  return both;
+void bordersIs(IntfConfig &config, const IntfSettings &settings) {
+  for (const Pax::IpGenPrefix &group : settings.bsrBorderGrp) config.bsrBorderGrpIs(group);
+  for (const std::string &acl : settings.bsrBorderAcl) config.bsrBorderAclIs(acl);
+}
+
+void bordersDel(IntfConfig &config, const IntfSettings &wanted) {
+  deleteOthers(config.bsrBorderGrp(), wanted.bsrBorderGrp, [&](const auto &group) { config.bsrBorderGrpDel(group); });
+  deleteOthers(config.bsrBorderAcl(), wanted.bsrBorderAcl, [&](const auto &acl) { config.bsrBorderAclDel(acl); });
+}
+
+// Rules that permit what stays of an ACL's groups, and no source that is new.
+AclRules rulesOfWhatStays(const PermittedPrefixes &now, const PermittedPrefixes &next) {
+  AclRules rules;
+  for (const auto part : {&PermittedPrefixes::groups, &PermittedPrefixes::unicast}) {
+    for (const Pax::IpGenPrefix &prefix : now.*part) {
+      if ((next.*part).contains(prefix)) rules.push_back({Acl::Action::permit, {prefix}});
+    }
+  }
+  return rules;
 }
 
 class Application {
  public:
   Application(const Configuration &wanted, ConfigColl &coll, Acl::Input::Config &acls)
-      : wanted_(wanted), coll_(coll), acls_(acls), before_(sourcesNow(wanted.family, coll, acls)), bridge_(wanted) {}
+      : wanted_(wanted), coll_(coll), acls_(acls) {
+    for (const auto &[vrf, settings] : wanted.vrfConfig) planVrf(vrf, settings);
+    for (const auto &[intfId, settings] : wanted.intfConfig) planInterface(intfId, settings);
+    for (const auto &[name, rules] : wanted.acl) planAcl(name, rules);
+    planDeletions();
+  }
 
   void apply() {
-    for (const auto &[vrf, settings] : wanted_.vrfConfig) timesIs(*coll_.vrfConfigIs(vrf), settings);
-    for (auto &[vrf, settings] : bridge_.vrfConfig) hold(*coll_.vrfConfigIs(vrf), before_.vrfConfig[vrf], settings);
-    for (const auto &[vrf, config] : coll_.vrfConfig()) candidatesDel(*config, bridge_.vrfConfig[vrf]);
-    for (const auto &[name, rules] : before_.acl) giveUp(name, rules);
-    for (const auto &[name, rules] : wanted_.acl) {
-      if (!before_.acl.contains(name)) rulesIs(name, rules);
-    }
-    for (const auto &[vrf, settings] : wanted_.vrfConfig) entriesIs(*coll_.vrfConfigIs(vrf), settings);
-    for (const auto &[intfId, settings] : wanted_.intfConfig) bordersIs(*coll_.intfConfigIs(intfId), settings);
-    for (const auto &[name, rules] : wanted_.acl) {
-      if (before_.acl.contains(name) && before_.acl.at(name) != rules) rulesIs(name, rules);
-    }
-    for (const auto &[vrf, settings] : wanted_.vrfConfig) othersDel(*coll_.vrfConfigIs(vrf), settings);
-    for (const auto &[intfId, settings] : wanted_.intfConfig) bordersDel(*coll_.intfConfigIs(intfId), settings);
-    deleteOthers(coll_.intfConfig(), wanted_.intfConfig, [this](const auto &intfId) { coll_.intfConfigDel(intfId); });
-    deleteOthers(coll_.vrfConfig(), wanted_.vrfConfig, [this](const auto &vrf) { coll_.vrfConfigDel(vrf); });
-    deleteOthers(acls_.acl(), wanted_.acl, [this](const auto &name) { acls_.aclDel(name); });
+    std::stable_sort(operations_.begin(), operations_.end(),
+                     [](const Operation &a, const Operation &b) { return a.phase < b.phase; });
+    for (const Operation &operation : operations_) operation.write();
   }
 
  private:
-  /// The scoped-zone timeout is judged by the hold time whenever it changes, so it does so now.
-  static void timesIs(Config &config, const VrfSettings &settings) {
-    const bool judge = config.holdTime() != settings.holdTime;
-    config.holdTimeIs(settings.holdTime);
-    if (judge) config.szTimeoutIs(settings.szTimeout + 1);
-    config.szTimeoutIs(settings.szTimeout);
+  void plan(Phase phase, std::function<void()> write) { operations_.push_back({phase, std::move(write)}); }
+
+  void planVrf(const L3::VrfName &vrf, const VrfSettings &settings) {
+    const auto config = [this, &vrf]() -> Config & { return *coll_.vrfConfigIs(vrf); };
+    plan(Phase::setTimes, [=, &settings] { timesIs(config(), settings); });
+    if (const auto present = coll_.vrfConfig(vrf)) {
+      const VrfSettings bridge = planBridge(vrf, settings, present);
+      plan(Phase::withdraw, [=] { candidatesDel(*present, bridge); });
+    }
+    plan(Phase::addEntries, [=, &settings] { entriesIs(config(), settings); });
+    plan(Phase::deleteEntries, [=, &settings] {
+      candidatesDel(config(), settings);
+      deleteOthers(config().crpFilterAcl(), settings.crpFilterAcl,
+                   [&](const auto &acl) { config().crpFilterAclDel(acl); });
+    });
   }
 
-  /// Gives an explicit entry to what an interface keeps while all its sources are exchanged. A new range gets one,
-  /// too: a candidate RP that exchanges its ranges is never without any.
-  void hold(Config &config, const VrfSettings &before, VrfSettings &bridge) {
-    for (auto &[intfId, candidacy] : bridge.bsrCandidateConfig) {
-      const auto offered = zonesOf(before_, valueOr(before.bsrCandidateConfig, intfId));
-      for (const auto &[zone, sources] : zonesOf(wanted_, candidacy)) {
-        if (!offered.contains(zone) || goesOn(offered, zone, sources)) continue;
-        const ZoneCandidacy &values = candidacy.group.insert_or_assign(zone, sources.rbegin()->second).first->second;
-        candidacyIs(*config.bsrCandidateConfigIs(intfId)->groupIs(zone), values);
+  // What is wanted, and explicit entries that hold what an interface keeps while all its sources are exchanged. A new
+  // range gets one, too: a candidate RP that exchanges its ranges is never without any.
+  VrfSettings planBridge(const L3::VrfName &vrf, const VrfSettings &settings, const Kiv::Ptr<Config> &config) {
+    VrfSettings bridge = settings;
+    Sources sources;
+    addCandidatesAndFilter(sources, *config);
+    const OffersByPlace before =
+        byPlace(offersOf(sources, [this](const std::string &acl) { return permittedBy(acls_, acl, wanted_.family); }));
+    for (const auto &[place, offers] : byPlace(offersOf(wanted_, vrf))) {
+      const auto &[role, intfId, prefix] = place;
+      const auto present = before.find(place);
+      if (present != before.end() && goesOn(present->second, offers)) continue;
+      const Offer *stands = standing(offers);
+      if (!stands) continue;  // of a border or a filter
+      const CandidacyOptions options = stands->source.options;
+      if (role == Role::candidateBsr && present != before.end()) {
+        ZoneCandidacy values(wanted_.family);
+        values.priority = options.priority;
+        values.hashMaskLen = options.hashMaskLen;
+        values.interval = options.interval;
+        bridge.bsrCandidateConfig.at(intfId).group.insert_or_assign(prefix, values);
+        plan(Phase::hold, [candidate = config->bsrCandidateConfig(intfId), zone = prefix, values] {
+          candidacyIs(*candidate->groupIs(zone), values);
+        });
+      } else if (const auto candidate = config->rpCandidateConfig(intfId); candidate && role == Role::candidateRp) {
+        bridge.rpCandidateConfig.at(intfId).groupRange.insert_or_assign(prefix, RangeOptions{options.priority});
+        plan(Phase::hold, [=, range = prefix] { rangeIs(*candidate, range, {options.priority}); });
       }
     }
-    for (auto &[intfId, candidacy] : bridge.rpCandidateConfig) {
-      const auto candidate = config.rpCandidateConfig(intfId);
-      if (!candidate) continue;
-      const auto offered = rangesOf(before_, valueOr(before.rpCandidateConfig, intfId));
-      for (const auto &[range, sources] : rangesOf(wanted_, candidacy)) {
-        if (goesOn(offered, range, sources)) continue;
-        const RangeOptions &options =
-            candidacy.groupRange.insert_or_assign(range, sources.rbegin()->second).first->second;
-        rangeIs(*candidate, range, options);
-      }
-    }
+    return bridge;
   }
 
-  /// Where the ACL will not permit all its groups any more, it permits only what stays from now on.
-  void giveUp(const std::string &name, const AclRules &rules) {
-    const auto next = wanted_.acl.find(name);
-    if (next == wanted_.acl.end() || next->second == rules) return;
-    const PermittedPrefixes was = permittedPrefixes(rules, wanted_.family);
-    const PermittedPrefixes will = permittedPrefixes(next->second, wanted_.family);
-    Prefixes stay = both(was.groups, will.groups);
-    if (stay == was.groups) return;
-    stay.merge(both(was.unicast, will.unicast));
-    AclRules permits;
-    for (const Pax::IpGenPrefix &prefix : stay) permits.push_back({Acl::Action::permit, {prefix}});
-    rulesIs(name, permits);
+  void planInterface(const Pax::IntfId &intfId, const IntfSettings &settings) {
+    plan(Phase::addBorders, [this, &intfId, &settings] { bordersIs(*coll_.intfConfigIs(intfId), settings); });
+    plan(Phase::deleteBorders, [this, &intfId, &settings] { bordersDel(*coll_.intfConfigIs(intfId), settings); });
+  }
+
+  void planAcl(const std::string &name, const AclRules &rules) {
+    const auto present = acls_.acl(name);
+    if (!present) return plan(Phase::addAcls, [this, &name, &rules] { rulesIs(name, rules); });
+    if (rulesOf(*present) == rules) return;
+    const PermittedPrefixes now = *permittedBy(acls_, name, wanted_.family);
+    const PermittedPrefixes next = permittedBy(rules, wanted_.family);
+    if (!std::includes(next.groups.begin(), next.groups.end(), now.groups.begin(), now.groups.end())) {
+      plan(Phase::narrowAcls, [this, &name, stay = rulesOfWhatStays(now, next)] { rulesIs(name, stay); });
+    }
+    plan(Phase::changeAcls, [this, &name, &rules] { rulesIs(name, rules); });
+  }
+
+  void planDeletions() {
+    for (const auto &[vrf, config] : coll_.vrfConfig()) {
+      if (!wanted_.vrfConfig.contains(vrf)) plan(Phase::withdraw, [config = config] { candidatesDel(*config, {}); });
+    }
+    plan(Phase::deleteInterfaces, [this] {
+      deleteOthers(coll_.intfConfig(), wanted_.intfConfig, [this](const auto &intfId) { coll_.intfConfigDel(intfId); });
+    });
+    plan(Phase::deleteVrfs, [this] {
+      deleteOthers(coll_.vrfConfig(), wanted_.vrfConfig, [this](const auto &vrf) { coll_.vrfConfigDel(vrf); });
+    });
+    plan(Phase::deleteAcls,
+         [this] { deleteOthers(acls_.acl(), wanted_.acl, [this](const auto &name) { acls_.aclDel(name); }); });
   }
 
   void rulesIs(const std::string &name, const AclRules &rules) {
@@ -173,59 +263,10 @@ class Application {
     acls_.aclIs(name)->currCfgIs(next);
   }
 
-  static void entriesIs(Config &config, const VrfSettings &settings) {
-    for (const auto &[intfId, candidacy] : settings.bsrCandidateConfig) {
-      const auto candidate = config.bsrCandidateConfigIs(intfId);
-      for (const auto &[zone, values] : candidacy.group) candidacyIs(*candidate->groupIs(zone), values);
-      for (const auto &[acl, values] : candidacy.acl) candidacyIs(*candidate->aclIs(acl), values);
-    }
-    for (const auto &[intfId, candidacy] : settings.rpCandidateConfig) {
-      const auto candidate = config.rpCandidateConfigIs(intfId);
-      candidate->modeIs(candidacy.mode);
-      candidate->advIntervalIs(CrpAdvInterval(candidacy.advInterval));
-      for (const auto &[range, options] : candidacy.groupRange) rangeIs(*candidate, range, options);
-      for (const auto &[acl, options] : candidacy.acl) {
-        candidate->aclIs(acl);
-        candidate->aclOptionsIs(acl)->priorityIs(options.priority);
-      }
-    }
-    for (const std::string &acl : settings.crpFilterAcl) config.crpFilterAclIs(acl);
-  }
-
-  static void bordersIs(IntfConfig &config, const IntfSettings &settings) {
-    for (const Pax::IpGenPrefix &group : settings.bsrBorderGrp) config.bsrBorderGrpIs(group);
-    for (const std::string &acl : settings.bsrBorderAcl) config.bsrBorderAclIs(acl);
-  }
-
-  static void bordersDel(IntfConfig &config, const IntfSettings &wanted) {
-    deleteOthers(config.bsrBorderGrp(), wanted.bsrBorderGrp, [&](const auto &group) { config.bsrBorderGrpDel(group); });
-    deleteOthers(config.bsrBorderAcl(), wanted.bsrBorderAcl, [&](const auto &acl) { config.bsrBorderAclDel(acl); });
-  }
-
-  /// Deletes the candidates that are not wanted, and of the others the sources.
-  static void candidatesDel(Config &config, const VrfSettings &wanted) {
-    deleteOthers(config.bsrCandidateConfig(), wanted.bsrCandidateConfig,
-                 [&](const auto &intfId) { config.bsrCandidateConfigDel(intfId); });
-    deleteOthers(config.rpCandidateConfig(), wanted.rpCandidateConfig,
-                 [&](const auto &intfId) { config.rpCandidateConfigDel(intfId); });
-    for (const auto &[intfId, candidate] : config.bsrCandidateConfig()) {
-      bsrEntriesDel(*candidate, wanted.bsrCandidateConfig.at(intfId));
-    }
-    for (const auto &[intfId, candidate] : config.rpCandidateConfig()) {
-      rpEntriesDel(*candidate, wanted.rpCandidateConfig.at(intfId));
-    }
-  }
-
-  static void othersDel(Config &config, const VrfSettings &wanted) {
-    candidatesDel(config, wanted);
-    deleteOthers(config.crpFilterAcl(), wanted.crpFilterAcl, [&](const auto &acl) { config.crpFilterAclDel(acl); });
-  }
-
   const Configuration &wanted_;
   ConfigColl &coll_;
   Acl::Input::Config &acls_;
-  Configuration before_;
-  Configuration bridge_;  ///< what is wanted, and the entries that hold what stays
+  std::vector<Operation> operations_;
 };
 
 }  // namespace

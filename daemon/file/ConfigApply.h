@@ -7,18 +7,25 @@
 
 namespace Routing::Pim::Bsr {
 
-/// Writes what differs, so an agent that runs hears only of changes. In this order:
+/// Writes what differs, so an agent that runs hears only of changes. All operations are collected first and then done
+/// phase by phase, over all VRFs, interfaces and ACLs:
 ///
-///   1. of every VRF the hold time, then the scoped-zone timeout, which is judged by it
-///   2. for each zone and range that an interface keeps while all its sources are exchanged, an
-///      explicit entry that holds it meanwhile
-///   3. candidates and sources of theirs that go
-///   4. groups that an ACL does not permit any more, and ACLs that are new
-///   5. all other new and changed entries
-///   6. what else differs in ACLs
-///   7. all other deletions, the entries of 2 among them and the ACLs last
+///   setTimes          the hold time of a VRF, then the scoped-zone timeout, which is compared with it
+///   hold              an explicit entry for each zone and range that an interface keeps while all its sources are
+///                     exchanged
+///   withdraw          candidates, and sources of theirs, that go: before anybody else offers the same zone
+///   narrowAcls        groups that an ACL no longer permits, for the same reason
+///   addAcls           new ACLs: before entries that name them
+///   addEntries        new and changed candidates and filters: what held them is still there
+///   addBorders        new borders
+///   changeAcls        what else differs in ACLs: once their new users are there and the old ones are gone
+///   deleteEntries     the entries of `hold`, filters that go
+///   deleteBorders     borders that go
+///   deleteInterfaces  interfaces without a line of their own
+///   deleteVrfs        VRFs
+///   deleteAcls        ACLs: nothing names them any more
 ///
-/// So an interface never is without what it keeps, whatever it comes from, and no zone is ever
+/// So an interface is never without what it keeps, whichever source it comes from, and no zone is ever
 /// offered by two interfaces. Borders and filters may be incomplete meanwhile: no message comes in.
 /// An entry gets its priority and its hash mask length last, since it is used from then on. `pim` is
 /// not looked at: interfaces are VrfHost's.

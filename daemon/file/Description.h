@@ -6,7 +6,7 @@
 /// MemberReader, MemberSchema and MemberWriter. These have
 ///
 ///   scope()                                      where the object stands
-///   number(name, field, least, most, help)       a whole number
+///   number(name, field, least, most, help)       an integer
 ///   computed(name, field, least, most, help)     the same; 0 until it is computed where none is given
 ///   word(name, field, words, help)               one of a few words, each for a value
 ///   text(name, field, form, help)                a text
@@ -37,41 +37,43 @@ template <class Members>
 void describe(Members &members, PimVrf &pim) {
   members.text(
       "namespace", pim.networkNamespace, namespaceNames(members.scope()),
-      "Its network namespace, under /run/netns or a path; the VRF's name when not given. The VRF \"default\" has "
-      "none: it is the namespace that the program starts in.");
-  members.list("interfaces", pim.interfaces, interfaceNames(members.scope()), "Where PIM is on.");
+      "Its network namespace, by name under /run/netns or as a path; by default the name of the VRF. Not for the VRF "
+      "\"default\", which is the namespace that the program starts in.");
+  members.list("interfaces", pim.interfaces, interfaceNames(members.scope()),
+               "The interfaces on which PIM is enabled.");
   members.word("hello", pim.speak, Words<bool>{{"speak", true}, {"listen", false}},
                "\"speak\" sends Hellos; \"listen\" where another PIM daemon on this router does.");
   members.number("drPriority", pim.drPriority, 0, UINT32_MAX,
-                 "DR priority of our Hellos, or that of the daemon that sends them.");
+                 "DR priority in our Hellos, or in those of the daemon that sends them.");
 }
 
 template <class Members>
 void describe(Members &members, ZoneCandidacy &candidacy) {
   const uint64_t lengthMost = std::min<uint64_t>(Pax::addressBits(members.scope().file.family), hashMaskLenUnset - 1);
-  members.number("priority", candidacy.priority, 0, priorityMost, "Priority as BSR; the higher wins.");
+  members.number("priority", candidacy.priority, 0, priorityMost, "Priority as a BSR; the highest wins.");
   members.number("hashMaskLen", candidacy.hashMaskLen, 0, lengthMost,
-                 "Bits of a group that choose among RPs: groups alike in these have the same RP.");
+                 "How many leading bits of a group address select its RP: groups that share them share an RP.");
   members.number("interval", candidacy.interval, 1, intervalMost, "Bootstrap period, seconds.");
 }
 
 template <class Members>
 void describe(Members &members, BsrCandidacy &candidacy) {
   members.map("group", candidacy.group, groupRanges(members.scope()),
-              "By group range: a zone to be BSR of. The range of all groups is the global zone.");
-  members.map("acl", candidacy.acl, aclNames(), "By ACL: every group prefix that it permits is a zone.");
+              "By group range: the zones to be the BSR of. The range of all groups is the global zone.");
+  members.map("acl", candidacy.acl, aclNames(), "By ACL: every group prefix that the ACL permits is a zone.");
   members.needsOne({"group", "acl"}, "is a candidate BSR without a zone (group or acl)");
 }
 
 template <class Members>
 void describe(Members &members, RangeOptions &options) {
-  members.number("priority", options.priority, 0, priorityMost, "Priority as RP; the lower wins.");
+  members.number("priority", options.priority, 0, priorityMost, "Priority as an RP; the lowest wins.");
 }
 
 template <class Members>
 void describe(Members &members, RpCandidacy &candidacy) {
-  members.map("groupRange", candidacy.groupRange, groupRanges(members.scope()), "By group range: what the RP serves.");
-  members.map("acl", candidacy.acl, aclNames(), "By ACL: every group prefix that it permits is served.");
+  members.map("groupRange", candidacy.groupRange, groupRanges(members.scope()),
+              "By group range: the groups that the RP serves.");
+  members.map("acl", candidacy.acl, aclNames(), "By ACL: the RP serves every group prefix that the ACL permits.");
   members.word("mode", candidacy.mode, Words<Mode>{{"sparsemode", Mode::sparse}, {"bidir", Mode::bidir}},
                "PIM mode of the RP.");
   members.number("advInterval", candidacy.advInterval, 1, intervalMost, "Seconds between advertisements.");
@@ -81,26 +83,28 @@ void describe(Members &members, RpCandidacy &candidacy) {
 template <class Members>
 void describe(Members &members, VrfSettings &settings) {
   members.computed("holdTime", settings.holdTime, 1, holdTimeMost,
-                   "Seconds without a Bootstrap message after which a BSR is lost. When not given: 2 x the largest "
-                   "interval of the VRF's candidates + 10, 130 without a candidate.");
-  members.computed("szTimeout", settings.szTimeout, 1, 10 * holdTimeMost,
-                   "Seconds after that until a scoped zone is forgotten, at least 10 x holdTime, which it is when not "
-                   "given.");
+                   "Seconds without a Bootstrap message after which the BSR is considered lost. By default 2 x the "
+                   "largest interval of the VRF's candidates + 10, or 130 without a candidate.");
+  members.computed(
+      "szTimeout", settings.szTimeout, 1, 10 * holdTimeMost,
+      "Seconds without a BSR after which a scoped zone is forgotten. By default 10 x holdTime, which is also "
+      "used instead of a smaller value.");
   members.map("bsrCandidateConfig", settings.bsrCandidateConfig, interfaceNames(members.scope()),
-              "By interface: candidate BSRs. The BSR has the interface's first global address.");
+              "By interface: the candidate BSRs. Each uses the first global address of its interface.");
   members.map("rpCandidateConfig", settings.rpCandidateConfig, interfaceNames(members.scope()),
-              "By interface: candidate RPs. The RP has the interface's first global address.");
+              "By interface: the candidate RPs. Each uses the first global address of its interface.");
   members.list(
       "crpFilterAcl", settings.crpFilterAcl, aclNames(),
-      "ACLs of the candidate RPs that are believed while this router is the BSR; all are where none is named.");
+      "ACLs of the candidate RPs that are accepted while this router is the BSR; without any, all are accepted.");
 }
 
 template <class Members>
 void describe(Members &members, IntfSettings &settings) {
   members.list("bsrBorderGrp", settings.bsrBorderGrp, groupRanges(members.scope()),
-               "Zones whose Bootstrap messages do not pass the interface; each blocks the zone of just that range.");
+               "Zones whose Bootstrap messages are blocked on the interface. Each entry blocks only the zone of "
+               "exactly that range.");
   members.list("bsrBorderAcl", settings.bsrBorderAcl, aclNames(),
-               "The same for every group prefix that an ACL permits.");
+               "The same for every group prefix that the ACL permits.");
 }
 
 template <class Members>
@@ -111,12 +115,12 @@ void describe(Members &members, Acl::IpRule &rule) {
 
 template <class Members>
 void describe(Members &members, Configuration &file) {
-  members.map("pim", file.pim, vrfNames(), "By name: the VRFs, each a network namespace.");
-  members.map("vrfConfig", file.vrfConfig, vrfNamesPresent(members.scope()), "By VRF: timers and candidates.");
+  members.map("pim", file.pim, vrfNames(), "By name: the VRFs, each of them a network namespace.");
+  members.map("vrfConfig", file.vrfConfig, vrfNamesPresent(members.scope()), "By VRF: its timers and candidates.");
   members.map("intfConfig", file.intfConfig, interfaceKeys(members.scope()),
-              "By interface, NAME or VRF/NAME: where borders are.");
+              "By interface, NAME or VRF/NAME: its borders.");
   members.map("acl", file.acl, aclNames(),
-              "By name: access lists. The first rule that matches decides; what none matches is denied.");
+              "By name: the access lists. The first rule that matches decides; what no rule matches is denied.");
 }
 
 /// What the members of a new element start with.

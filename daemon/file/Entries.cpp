@@ -12,41 +12,21 @@ std::string entryPath(std::initializer_list<std::string_view> names) {
 
 std::string textOf(const Pax::IpGenPrefix &prefix) { return Kiv::toText(Kiv::toValue(prefix)); }
 
-std::string bsrEntry(const L3::VrfName &vrf, const Pax::IntfId &intfId) {
-  return entryPath({"vrfConfig", vrf.text(), "bsrCandidateConfig", intfId.name()});
-}
-
-std::string rpEntry(const L3::VrfName &vrf, const Pax::IntfId &intfId) {
-  return entryPath({"vrfConfig", vrf.text(), "rpCandidateConfig", intfId.name()});
-}
-
-std::string intfEntry(const Configuration &configuration, const Pax::IntfId &intfId) {
-  return entryPath({"intfConfig", interfaceKeys({configuration, ""}).write(intfId)});
-}
-
-std::vector<AclUse> aclUses(const Configuration &configuration) {
-  std::vector<AclUse> uses;
-  for (const auto &[vrf, settings] : configuration.vrfConfig) {
-    for (const auto &[intfId, candidacy] : settings.bsrCandidateConfig) {
-      for (const auto &[acl, values] : candidacy.acl) {
-        uses.push_back({acl, bsrEntry(vrf, intfId) + entryPath({"acl", acl}), true});
-      }
-    }
-    for (const auto &[intfId, candidacy] : settings.rpCandidateConfig) {
-      for (const auto &[acl, options] : candidacy.acl) {
-        uses.push_back({acl, rpEntry(vrf, intfId) + entryPath({"acl", acl}), true});
-      }
-    }
-    for (const std::string &acl : settings.crpFilterAcl) {
-      uses.push_back({acl, entryPath({"vrfConfig", vrf.text(), "crpFilterAcl", acl}), false});
+std::string entryOf(const Configuration &configuration, const L3::VrfName &vrf, const Source &source) {
+  const auto &[role, intfId, range, acl, options] = source;
+  const std::string name = source.isAcl() ? acl : textOf(range);
+  const auto kind = [&](const char *ofRange, const char *ofAcl) { return source.isAcl() ? ofAcl : ofRange; };
+  switch (role) {
+    case Role::candidateBsr:
+      return entryPath({"vrfConfig", vrf.text(), "bsrCandidateConfig", intfId.name(), kind("group", "acl"), name});
+    case Role::candidateRp:
+      return entryPath({"vrfConfig", vrf.text(), "rpCandidateConfig", intfId.name(), kind("groupRange", "acl"), name});
+    case Role::filter: return entryPath({"vrfConfig", vrf.text(), "crpFilterAcl", name});
+    default: {
+      const std::string key = interfaceKeys({configuration, ""}).write(intfId);
+      return entryPath({"intfConfig", key, kind("bsrBorderGrp", "bsrBorderAcl"), name});
     }
   }
-  for (const auto &[intfId, settings] : configuration.intfConfig) {
-    for (const std::string &acl : settings.bsrBorderAcl) {
-      uses.push_back({acl, intfEntry(configuration, intfId) + entryPath({"bsrBorderAcl", acl}), true});
-    }
-  }
-  return uses;
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -2,7 +2,7 @@
 
 #include "daemon/file/Checks.h"
 #include "daemon/file/Entries.h"
-#include "daemon/file/Zones.h"
+#include "daemon/file/FileOffers.h"
 #include "platform/linux/Namespace.h"
 
 namespace Routing::Pim::Bsr {
@@ -16,7 +16,7 @@ void findNamespacesTwice(const Configuration &configuration, Findings &findings)
     const auto [owner, isFirst] = owners.emplace(Linux::namespacePath(pim.networkNamespace.text()), vrf);
     if (isFirst) continue;
     findings.error(entryPath({"pim", vrf.text()}),
-                   "namespace " + pim.networkNamespace.text() + " is that of VRF " + owner->second.text() + " already");
+                   "namespace " + pim.networkNamespace.text() + " already belongs to VRF " + owner->second.text());
   }
 }
 
@@ -26,17 +26,13 @@ class ZoneOwners {
   ZoneOwners(const Configuration &configuration, const Places &places, bool resolve, Findings &findings)
       : configuration_(configuration), places_(places), resolve_(resolve), findings_(findings) {}
 
-  void candidacyIs(const L3::VrfName &vrf, const Pax::IntfId &intfId, const BsrCandidacy &candidacy) {
-    const std::string entry = bsrEntry(vrf, intfId);
-    for (const auto &[zone, values] : candidacy.group) {
-      claim(zones_, zone, intfId, entry + entryPath({"group", textOf(zone)}), "zone " + textOf(zone) + " is");
-    }
-    for (const auto &[acl, values] : candidacy.acl) {
-      const std::string place = entry + entryPath({"acl", acl});
-      if (!claim(acls_, acl, intfId, place, "the zones of ACL " + acl + " are") || !resolve_) continue;
-      for (const Pax::IpGenPrefix &zone : permittedGroups(configuration_, acl)) {
-        claim(zones_, zone, intfId, place, "zone " + textOf(zone) + ", which ACL " + acl + " permits, is");
-      }
+  void sourceIs(const Source &source, const std::string &entry) {
+    const auto &[role, intfId, range, acl, options] = source;
+    if (!source.isAcl()) return void(claim(zones_, range, intfId, entry, "zone " + textOf(range) + " is"));
+    if (!claim(acls_, acl, intfId, entry, "the zones of ACL " + acl + " are") || !resolve_) return;
+    const PermittedPrefixes permitted = permittedBy(configuration_, acl).value_or(PermittedPrefixes());
+    for (const Pax::IpGenPrefix &zone : permitted.groups) {
+      claim(zones_, zone, intfId, entry, "zone " + textOf(zone) + ", which ACL " + acl + " permits, is");
     }
   }
 
@@ -47,7 +43,7 @@ class ZoneOwners {
              const std::string &what) {
     const auto owner = owners.emplace(key, intfId).first->second;
     if (owner == intfId) return true;
-    findings_.error(places_.of(entry), what + " offered by " + std::string(owner.name()) + " already");
+    findings_.error(places_.of(entry), what + " already offered by " + std::string(owner.name()));
     return false;
   }
 
@@ -64,14 +60,17 @@ class ZoneOwners {
 void findErrors(const Configuration &configuration, const Places &places, Findings &findings) {
   const bool resolve = findings.errors.empty();
   findNamespacesTwice(configuration, findings);
-  for (const AclUse &use : aclUses(configuration)) {
-    if (!configuration.acl.contains(use.acl)) {
-      findings.error(places.of(use.entry), "there is no ACL " + use.acl + " in acl");
+  for (const auto &[vrf, settings] : configuration.vrfConfig) {
+    for (const Source &source : sourcesOf(configuration, vrf)) {
+      if (!source.isAcl() || configuration.acl.contains(source.acl)) continue;
+      findings.error(places.of(entryOf(configuration, vrf, source)), "ACL " + source.acl + " is not defined");
     }
   }
   for (const auto &[vrf, settings] : configuration.vrfConfig) {
     ZoneOwners owners(configuration, places, resolve, findings);
-    for (const auto &[intfId, candidacy] : settings.bsrCandidateConfig) owners.candidacyIs(vrf, intfId, candidacy);
+    for (const Source &source : sourcesOf(configuration, vrf)) {
+      if (source.role == Role::candidateBsr) owners.sourceIs(source, entryOf(configuration, vrf, source));
+    }
   }
 }
 

@@ -26,11 +26,11 @@ void checkInterface(const std::string &name) {
   const bool good = !name.empty() && name.size() <= 15 && name != "." && name != ".." &&
                     std::none_of(name.begin(), name.end(), [](char c) { return c == '/' || c == ':' || isBlank(c); });
   if (good) return;
-  throw RangeError(shown(name) + " is no interface name (1 to 15 bytes, without blanks, '/' and ':')");
+  throw RangeError(shown(name) + " is not an interface name (1 to 15 bytes without blanks, '/' or ':')");
 }
 
 void checkPresent(const Scope &scope, const L3::VrfName &vrf) {
-  if (!scope.file.pim.contains(vrf)) throw RangeError("there is no VRF " + vrf.text() + " in pim");
+  if (!scope.file.pim.contains(vrf)) throw RangeError("VRF " + vrf.text() + " is not in pim");
 }
 
 /// The only VRF of `pim` with an interface of this name.
@@ -49,7 +49,7 @@ Pax::IntfId interfaceOfBareName(const Scope &scope, const std::string &name) {
   checkInterface(name);
   if (const auto only = onlyListed(scope.file, name)) return *only;
   if (scope.file.pim.contains(L3::defaultVrf)) return {L3::defaultVrf, name};
-  throw RangeError(shown(name) + " is not listed in exactly one VRF of pim; say which by VRF/" + name);
+  throw RangeError(shown(name) + " is not listed in exactly one VRF of pim; write VRF/" + name);
 }
 
 Pax::IntfId readInterfaceKey(const Scope &scope, const std::string &text) {
@@ -81,9 +81,9 @@ std::optional<Type> parsed(std::string_view text) {
 
 Pax::IpGenPrefix readPrefix(Pax::AddressFamily family, const std::string &text) {
   const auto prefix = parsed<Pax::IpGenPrefix>(text);
-  if (!prefix || prefix->af() != family) throw RangeError(shown(text) + " is no " + familyName(family) + " prefix");
+  if (!prefix || prefix->af() != family) throw RangeError(shown(text) + " is not an " + familyName(family) + " prefix");
   if (parsed<Pax::IpGenAddr>(text.substr(0, text.find('/'))) == prefix->address()) return *prefix;
-  throw RangeError(shown(text) + " has bits set behind its length; the prefix is " + toText(*prefix));
+  throw RangeError(shown(text) + " has host bits set; the prefix is " + toText(*prefix));
 }
 
 std::string prefixPattern(Pax::AddressFamily family, const char *ipv4First, const char *ipv6First) {
@@ -101,7 +101,7 @@ Form<L3::VrfName> vrfNames() {
   const auto read = [](const std::string &name) {
     const bool good = !name.empty() && name != "." && name != ".." &&
                       std::none_of(name.begin(), name.end(), [](char c) { return c == '/' || isBlank(c); });
-    if (!good) throw RangeError(shown(name) + " is no VRF name (not empty, '.' or '..', without blanks and '/')");
+    if (!good) throw RangeError(shown(name) + " is not a VRF name (not empty, '.' or '..', without blanks or '/')");
     return L3::VrfName(name);
   };
   return {read, toText<L3::VrfName>, whole("[^/\\s]{1,100}")};
@@ -119,8 +119,8 @@ Form<L3::VrfName> vrfNamesPresent(const Scope &scope) {
 
 Form<Pax::NamespaceName> namespaceNames(const Scope &scope) {
   const auto read = [isDefault = scope.vrf == L3::defaultVrf](const std::string &name) {
-    if (isDefault) throw RangeError("the VRF default is the namespace that the program starts in and names none");
-    if (name.empty() || name == "." || name == "..") throw RangeError(shown(name) + " is no namespace name");
+    if (isDefault) throw RangeError("the VRF default is the namespace that the program starts in, and takes no name");
+    if (name.empty() || name == "." || name == "..") throw RangeError(shown(name) + " is not a namespace name");
     return Pax::NamespaceName(name);
   };
   return {read, toText<Pax::NamespaceName>, whole(".{1,150}")};
@@ -145,7 +145,8 @@ Form<Pax::IpGenPrefix> groupRanges(const Scope &scope) {
   const auto read = [family](const std::string &text) {
     const Pax::IpGenPrefix prefix = readPrefix(family, text);
     const Pax::IpGenPrefix groups = Pax::allGroups(family);
-    if (!groups.covers(prefix)) throw RangeError(shown(text) + " is no range of groups, which are " + toText(groups));
+    if (!groups.covers(prefix))
+      throw RangeError(shown(text) + " is not a range of multicast groups (" + toText(groups) + ")");
     return prefix;
   };
   return {read, toText<Pax::IpGenPrefix>, whole(prefixPattern(family, "2(2[4-9]|3[0-9])", "[fF][fF]"))};

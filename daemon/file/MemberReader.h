@@ -68,7 +68,7 @@ class MemberReader {
   void list(const char *name, Container &field, const Form<typename Container::value_type> &form, const char *) {
     const std::string entries = pathTo(entry_, name);
     object_.elements(name, [&](const std::string &, const nlohmann::json &element, const std::string &path) {
-      if (!element.is_string()) return file_.findings.error(path, shown(element) + " is no text");
+      if (!element.is_string()) return file_.findings.error(path, mustBe("a string", element));
       const auto value = parsed(form, element.get<std::string>(), path);
       if (!value) return;
       if (std::find(field.begin(), field.end(), *value) != field.end()) {
@@ -99,11 +99,11 @@ class MemberReader {
     size_t given = 0;
     std::string names;
     for (const auto &[name, value] : words) {
-      names += (names.empty() ? "" : " and ") + std::string(name);
+      names += (names.empty() ? "" : " or ") + std::string(name);
       if (object_.has(name)) ++given, action = value;
       text(name, field, form, help);
     }
-    if (given != 1 && object_.isObject()) file_.findings.error(object_.path(), "needs one of " + names);
+    if (given != 1 && object_.isObject()) file_.findings.error(object_.path(), "must have either " + names);
   }
 
   void needsOne(const std::vector<const char *> &names, const char *lack) {
@@ -121,7 +121,7 @@ class MemberReader {
   template <class Settings>
   void readElement(const nlohmann::json &value, const std::string &path, const std::string &entry, const Scope &scope,
                    std::vector<Settings> &settings) {
-    if (!value.is_array()) return file_.findings.error(path, shown(value) + " is no list");
+    if (!value.is_array()) return file_.findings.error(path, mustBe("a list", value));
     for (size_t i = 0; i < value.size(); ++i) {
       const std::string number = std::to_string(i);
       read(value[i], pathTo(path, number), pathTo(entry, number), scope, file_,

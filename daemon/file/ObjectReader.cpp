@@ -10,9 +10,9 @@ using nlohmann::json;
 
 namespace {
 
-std::string joined(const std::vector<std::string> &words) {
+std::string joined(const std::vector<std::string> &words, const char *between) {
   std::string text;
-  for (const std::string &word : words) text += (text.empty() ? "" : ", ") + word;
+  for (const std::string &word : words) text += (text.empty() ? "" : between) + word;
   return text;
 }
 
@@ -26,9 +26,11 @@ std::string shown(const json &value) {
   return text;
 }
 
+std::string mustBe(const std::string &what, const json &value) { return "must be " + what + ", not " + shown(value); }
+
 ObjectReader::ObjectReader(const json &value, std::string path, Findings &findings)
     : value_(value), path_(std::move(path)), findings_(findings) {
-  if (!value.is_object()) findings.error(path_, shown(value) + " is no object");
+  if (!value.is_object()) findings.error(path_, mustBe("an object", value));
 }
 
 std::string ObjectReader::path(std::string_view name) const { return pathTo(path_, name); }
@@ -50,7 +52,7 @@ std::optional<uint64_t> ObjectReader::number(const char *name, uint64_t least, u
     if (number >= least && number <= most) return number;
   }
   findings_.error(path(name),
-                  shown(*member) + " is no whole number from " + std::to_string(least) + " to " + std::to_string(most));
+                  mustBe("an integer from " + std::to_string(least) + " to " + std::to_string(most), *member));
   return std::nullopt;
 }
 
@@ -58,7 +60,7 @@ std::optional<std::string> ObjectReader::text(const char *name) {
   const json *member = find(name);
   if (!member) return std::nullopt;
   if (member->is_string()) return member->get<std::string>();
-  findings_.error(path(name), shown(*member) + " is no text");
+  findings_.error(path(name), mustBe("a string", *member));
   return std::nullopt;
 }
 
@@ -68,7 +70,7 @@ std::optional<std::string> ObjectReader::word(const char *name, const std::vecto
   if (member->is_string() && std::find(words.begin(), words.end(), *member) != words.end()) {
     return member->get<std::string>();
   }
-  findings_.error(path(name), shown(*member) + " is none of " + joined(words));
+  findings_.error(path(name), mustBe(joined(words, " or "), *member));
   return std::nullopt;
 }
 
@@ -76,7 +78,7 @@ void ObjectReader::elements(const char *name, const Member &element) {
   const json *found = find(name);
   if (!found) return;
   if (!found->is_array()) {
-    findings_.error(path(name), shown(*found) + " is no list");
+    findings_.error(path(name), mustBe("a list", *found));
     return;
   }
   size_t index = 0;
@@ -90,7 +92,7 @@ void ObjectReader::each(const char *name, const Member &member) {
   const json *found = find(name);
   if (!found) return;
   if (!found->is_object()) {
-    findings_.error(path(name), shown(*found) + " is no object");
+    findings_.error(path(name), mustBe("an object", *found));
     return;
   }
   for (const auto &[key, value] : found->items()) member(key, value, pathTo(path(name), key));
@@ -100,7 +102,7 @@ void ObjectReader::noOthers() {
   if (!value_.is_object()) return;
   for (const auto &[name, value] : value_.items()) {
     if (std::find(known_.begin(), known_.end(), name) != known_.end()) continue;
-    findings_.error(path(name), "unknown name; known here: " + joined(known_));
+    findings_.error(path(name), "unknown name; known here: " + joined(known_, ", "));
   }
 }
 

@@ -14,13 +14,13 @@
 namespace Routing::Pim::Bsr {
 
 /// Hands out members by name; what is wrong with one becomes an error with its path, and the member
-/// counts as absent. When all known members have been asked for, noOthers() refuses the rest.
+/// is treated as absent. When all known members have been asked for, noOthers() refuses the rest.
 /// Refers to the value and to the findings.
 class ObjectReader {
  public:
   using Member = std::function<void(const std::string &name, const nlohmann::json &value, const std::string &path)>;
 
-  /// An error if `value` is no object; it has no members then.
+  /// An error if `value` is not an object; it has no members then.
   ObjectReader(const nlohmann::json &value, std::string path, Findings &findings);
 
   const std::string &path() const { return path_; }
@@ -30,7 +30,7 @@ class ObjectReader {
   /// Whether there is such a member, other than an empty object.
   bool hasEntries(std::string_view name) const;
 
-  /// A whole number from `least` to `most`.
+  /// An integer from `least` to `most`.
   std::optional<uint64_t> number(const char *name, uint64_t least, uint64_t most);
   std::optional<std::string> text(const char *name);
   /// One of the words given.
@@ -53,5 +53,7 @@ class ObjectReader {
 
 /// The value as messages show it, cut short.
 std::string shown(const nlohmann::json &value);
+/// "must be WHAT, not VALUE"
+std::string mustBe(const std::string &what, const nlohmann::json &value);
 
 }  // namespace Routing::Pim::Bsr

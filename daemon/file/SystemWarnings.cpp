@@ -6,7 +6,7 @@
 #include <system_error>
 
 #include "daemon/file/Entries.h"
-#include "daemon/file/Zones.h"
+#include "daemon/file/FileOffers.h"
 #include "platform/linux/NetlinkMonitor.h"
 
 namespace Routing::Pim::Bsr {
@@ -15,8 +15,8 @@ namespace {
 
 bool permits(const Configuration &configuration, const std::set<std::string> &acls, const Pax::IpGenAddr &address) {
   return std::any_of(acls.begin(), acls.end(), [&](const std::string &acl) {
-    const Prefixes permitted = permittedPrefixes(configuration.acl.at(acl), configuration.family).unicast;
-    return std::any_of(permitted.begin(), permitted.end(),
+    const PermittedPrefixes permitted = permittedBy(configuration.acl.at(acl), configuration.family);
+    return std::any_of(permitted.unicast.begin(), permitted.unicast.end(),
                        [&](const Pax::IpGenPrefix &prefix) { return prefix.covers(Pax::IpGenPrefix::host(address)); });
   });
 }
@@ -29,7 +29,7 @@ void judgeFilter(const Configuration &configuration, const L3::VrfName &vrf, con
     const auto intf = view.interfaces->intfStatus(intfId);
     if (!intf || intf->ipAddr().isZero() || permits(configuration, settings.crpFilterAcl, intf->ipAddr())) continue;
     findings.warning(entryPath({"vrfConfig", vrf.text(), "crpFilterAcl"}),
-                     "denies " + Kiv::toText(Kiv::toValue(intf->ipAddr())) + ", our own candidate RP of " +
+                     "denies " + Kiv::toText(Kiv::toValue(intf->ipAddr())) + ", this router's own candidate RP on " +
                          std::string(intfId.name()));
   }
 }
@@ -39,11 +39,11 @@ void judgeInterfaces(const L3::VrfName &vrf, const PimVrf &pim, const SystemView
     if (!view.inVrfDevice(pim.interfaces[i])) continue;
     findings.warning(entryPath({"pim", vrf.text(), "interfaces", std::to_string(i)}),
                      std::string(pim.interfaces[i].name()) +
-                         " belongs to a vrf device, whose routes are not looked at: a VRF is a namespace here");
+                         " belongs to a VRF device, whose routes are ignored: a VRF is a network namespace here");
   }
 }
 
-/// How long the kernel may take to tell of a namespace's interfaces; what it does not tell is passed over.
+// How long the kernel may take to report the interfaces of a namespace; what is missing by then is not checked.
 constexpr std::chrono::seconds patience(5);
 
 void askSystem(const Configuration &configuration, const L3::VrfName &vrf, Findings &findings) {

@@ -2,18 +2,12 @@
 
 #include "daemon/file/Checks.h"
 #include "daemon/file/Entries.h"
-#include "daemon/file/Zones.h"
+#include "daemon/file/FileOffers.h"
 #include "engine/CrpGoodbyes.h"
 
 namespace Routing::Pim::Bsr {
 
 namespace {
-
-/// A zone or a border, and where it is said.
-struct Said {
-  Pax::IpGenPrefix prefix;
-  std::string entry;
-};
 
 class WarningFinder {
  public:
@@ -24,121 +18,109 @@ class WarningFinder {
         all_(Pax::allGroups(configuration.family)) {}
 
   void find() {
+    std::map<L3::VrfName, Offers> offers;
     for (const auto &[vrf, settings] : configuration_.vrfConfig) {
-      judgeTimes(entryPath({"vrfConfig", vrf.text()}), settings);
-      judgeZones(settings, zones(vrf, settings));
-      for (const auto &[intfId, candidacy] : settings.rpCandidateConfig) judgeRanges(rpEntry(vrf, intfId), candidacy);
+      offers[vrf] = offersOf(configuration_, vrf);
+      checkTimes(entryPath({"vrfConfig", vrf.text()}), settings);
+      checkZones(vrf, offers[vrf]);
+      checkRanges(vrf, offers[vrf]);
     }
-    for (const auto &[intfId, settings] : configuration_.intfConfig) judgeBorders(intfId, settings);
-    judgeAcls();
+    for (const auto &[vrf, ofVrf] : offers) checkBorders(vrf, ofVrf);
+    for (const auto &[vrf, ofVrf] : offers) checkAcls(vrf, ofVrf);
   }
 
  private:
   void warn(const std::string &entry, const std::string &message) { findings_.warning(places_.of(entry), message); }
+  void warn(const L3::VrfName &vrf, const Offer &offer, const std::string &message) {
+    warn(entryOf(configuration_, vrf, offer.source), message);
+  }
 
-  void judgeTimes(const std::string &entry, const VrfSettings &settings) {
+  void checkTimes(const std::string &entry, const VrfSettings &settings) {
     const uint32_t interval = largestInterval(settings);
     if (interval != 0 && settings.holdTime < holdTimeOf(interval)) {
-      findings_.warning(entry + "/holdTime", std::to_string(settings.holdTime) + " is under 2 x interval + 10 = " +
+      findings_.warning(entry + "/holdTime", std::to_string(settings.holdTime) + " is less than 2 x interval + 10 = " +
                                                  std::to_string(holdTimeOf(interval)));
     }
     const uint32_t szLeast = 10 * settings.holdTime;
     if (settings.szTimeout >= szLeast) return;
-    findings_.warning(entry + "/szTimeout", std::to_string(settings.szTimeout) +
-                                                " is under 10 x holdTime and counts as " + std::to_string(szLeast));
+    findings_.warning(entry + "/szTimeout", std::to_string(settings.szTimeout) + " is less than 10 x holdTime; " +
+                                                std::to_string(szLeast) + " is used");
   }
 
-  std::vector<Said> zones(const L3::VrfName &vrf, const VrfSettings &settings) const {
-    std::vector<Said> zones;
-    for (const auto &[intfId, candidacy] : settings.bsrCandidateConfig) {
-      const std::string entry = bsrEntry(vrf, intfId);
-      for (const auto &[zone, values] : candidacy.group) {
-        zones.push_back({zone, entry + entryPath({"group", textOf(zone)})});
-      }
-      for (const auto &[acl, values] : candidacy.acl) append(zones, acl, entry + entryPath({"acl", acl}));
-    }
-    return zones;
-  }
-  void append(std::vector<Said> &said, const std::string &acl, const std::string &entry) const {
-    for (const Pax::IpGenPrefix &group : permittedGroups(configuration_, acl)) said.push_back({group, entry});
-  }
-
-  void judgeZones(const VrfSettings &settings, const std::vector<Said> &zones) {
+  void checkZones(const L3::VrfName &vrf, const Offers &offers) {
     static const Pax::IpGenPrefix scoped(Pax::IpGenAddr::v4(239u << 24), 8);
-    Prefixes ranges;
-    for (const auto &[intfId, candidacy] : settings.rpCandidateConfig) {
-      for (const auto &[range, sources] : rangesOf(configuration_, candidacy)) ranges.insert(range);
-    }
-    for (const Said &zone : zones) {
-      if (zone.prefix == all_) continue;
+    for (const Offer &zone : offers) {
+      if (zone.source.role != Role::candidateBsr || !zone.usable() || zone.prefix == all_) continue;
       const std::string name = "zone " + textOf(zone.prefix);
       if (configuration_.family == Pax::AddressFamily::ipv4 && !scoped.covers(zone.prefix)) {
-        warn(zone.entry, name + " is outside 239.0.0.0/8, where administrative scopes are");
+        warn(vrf, zone, name + " is outside 239.0.0.0/8, the range for administrative scopes");
       }
-      const auto inside = [&](const Pax::IpGenPrefix &range) { return zone.prefix.covers(range); };
-      if (std::none_of(ranges.begin(), ranges.end(), inside)) {
-        warn(zone.entry, "no candidate RP of this router serves a range inside " + name);
+      const auto isInside = [&](const Offer &range) {
+        return range.source.role == Role::candidateRp && range.usable() && zone.prefix.covers(range.prefix);
+      };
+      if (std::none_of(offers.begin(), offers.end(), isInside)) {
+        warn(vrf, zone, "no candidate RP of this router serves a range inside " + name);
       }
     }
   }
 
   /// Ranges of one priority share an advertisement, where they are in one zone.
-  void judgeRanges(const std::string &entry, const RpCandidacy &candidacy) {
-    std::map<Pax::IpGenPrefix, RpPriority> priorities;
-    for (const auto &[acl, options] : candidacy.acl) {
-      for (const Pax::IpGenPrefix &range : permittedGroups(configuration_, acl)) priorities[range] = options.priority;
+  void checkRanges(const L3::VrfName &vrf, const Offers &offers) {
+    std::map<Pax::IntfId, std::map<Pax::IpGenPrefix, Offers>> candidates;
+    for (const Offer &offer : offers) {
+      if (offer.source.role != Role::candidateRp || !offer.usable()) continue;
+      candidates[offer.source.intfId][offer.prefix].push_back(offer);
     }
-    for (const auto &[range, options] : candidacy.groupRange) priorities[range] = options.priority;
-    std::map<RpPriority, size_t> ranges;
-    for (const auto &[range, priority] : priorities) ++ranges[priority];
-    for (const auto &[priority, count] : ranges) {
-      if (count <= CrpGoodbyes::mostCounted) continue;
-      warn(entry, std::to_string(count) + " ranges have priority " + std::to_string(priority) +
-                      ", and the BSR of a zone is told of the first " + std::to_string(CrpGoodbyes::mostCounted) +
-                      " in it");
-    }
-  }
-
-  void judgeBorders(const Pax::IntfId &intfId, const IntfSettings &settings) {
-    const std::string entry = intfEntry(configuration_, intfId);
-    std::vector<Said> borders;
-    for (const Pax::IpGenPrefix &group : settings.bsrBorderGrp) {
-      borders.push_back({group, entry + entryPath({"bsrBorderGrp", textOf(group)})});
-    }
-    for (const std::string &acl : settings.bsrBorderAcl) append(borders, acl, entry + entryPath({"bsrBorderAcl", acl}));
-    const auto settingsOfVrf = configuration_.vrfConfig.find(L3::VrfName(intfId.vrf()));
-    if (settingsOfVrf == configuration_.vrfConfig.end()) return;
-    const auto isBorder = [&](const Pax::IpGenPrefix &zone) {
-      return std::any_of(borders.begin(), borders.end(), [&](const Said &border) { return border.prefix == zone; });
-    };
-    for (const Said &border : borders) {
-      for (const Said &zone : zones(settingsOfVrf->first, settingsOfVrf->second)) {
-        if (!border.prefix.covers(zone.prefix) || isBorder(zone.prefix)) continue;
-        warn(border.entry, "border " + textOf(border.prefix) + " does not block zone " + textOf(zone.prefix) +
-                               ", only the zone of its own range");
+    for (const auto &[intfId, ranges] : candidates) {
+      std::map<RpPriority, size_t> counts;
+      for (const auto &[range, sources] : ranges) ++counts[standing(sources)->source.options.priority];
+      for (const auto &[priority, count] : counts) {
+        if (count <= CrpGoodbyes::mostCounted) continue;
+        warn(entryPath({"vrfConfig", vrf.text(), "rpCandidateConfig", intfId.name()}),
+             std::to_string(count) + " ranges have priority " + std::to_string(priority) +
+                 "; the BSR of a zone is told of the first " + std::to_string(CrpGoodbyes::mostCounted) +
+                 " of those in the zone");
       }
     }
   }
 
-  void judgeAcls() {
-    std::set<std::string> judged;
-    for (const AclUse &use : aclUses(configuration_)) {
-      if (!use.groups) continue;
-      if (permittedGroups(configuration_, use.acl).empty()) {
-        warn(use.entry, "ACL " + use.acl + " permits no range of groups");
+  void checkBorders(const L3::VrfName &vrf, const Offers &offers) {
+    for (const Offer &border : offers) {
+      if (border.source.role != Role::border || !border.usable()) continue;
+      const auto isBlocked = [&](const Offer &zone) {
+        return std::any_of(offers.begin(), offers.end(), [&](const Offer &other) {
+          return other.source.role == Role::border && other.source.intfId == border.source.intfId &&
+                 other.prefix == zone.prefix;
+        });
+      };
+      for (const Offer &zone : offers) {
+        if (zone.source.role != Role::candidateBsr || !zone.usable()) continue;
+        if (!border.prefix.covers(zone.prefix) || isBlocked(zone)) continue;
+        warn(vrf, border,
+             "border " + textOf(border.prefix) + " does not block zone " + textOf(zone.prefix) +
+                 ", only the zone of its own range");
       }
-      if (judged.insert(use.acl).second) judgeJoined(use.acl, configuration_.acl.at(use.acl));
     }
   }
-  void judgeJoined(const std::string &acl, const AclRules &rules) {
-    const Prefixes permitted = permittedGroups(configuration_, acl);
+
+  void checkAcls(const L3::VrfName &vrf, const Offers &offers) {
+    for (const auto &[source, prefix, lack] : offers) {
+      if (!source.isAcl() || source.role == Role::filter) continue;
+      if (!lack.empty()) {
+        warn(entryOf(configuration_, vrf, source), "ACL " + source.acl + " permits no range of groups");
+      }
+      if (checkedAcls_.insert(source.acl).second) checkJoined(source.acl, configuration_.acl.at(source.acl));
+    }
+  }
+  void checkJoined(const std::string &acl, const AclRules &rules) {
+    const std::set<Pax::IpGenPrefix> permitted = permittedBy(rules, configuration_.family).groups;
     for (size_t i = 0; i < rules.size(); ++i) {
       const Pax::IpGenPrefix &source = rules[i].filter.source;
       if (rules[i].action != Acl::Action::permit || !all_.covers(source) || permitted.contains(source)) continue;
       for (const Pax::IpGenPrefix &prefix : permitted) {
         if (!prefix.covers(source)) continue;
         warn(entryPath({"acl", acl, std::to_string(i)}),
-             textOf(source) + " is joined with what else the ACL permits and counts as " + textOf(prefix));
+             textOf(source) + " is merged with what else the ACL permits into " + textOf(prefix));
       }
     }
   }
@@ -147,6 +129,7 @@ class WarningFinder {
   const Places &places_;
   Findings &findings_;
   const Pax::IpGenPrefix all_;
+  std::set<std::string> checkedAcls_;
 };
 
 }  // namespace

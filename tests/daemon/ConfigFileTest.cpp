@@ -20,7 +20,7 @@ std::vector<std::string> texts(const std::vector<Finding> &findings) {
 
 constexpr auto ipv4 = Pax::AddressFamily::ipv4, ipv6 = Pax::AddressFamily::ipv6;
 
-const std::string noInterface = " is no interface name (1 to 15 bytes, without blanks, '/' and ':')";
+const std::string noInterface = " is not an interface name (1 to 15 bytes without blanks, '/' or ':')";
 
 struct Case {
   std::string text;
@@ -41,17 +41,18 @@ TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
       {"", {"F:1:1: syntax error while parsing value - unexpected end of input; expected '[', '{', or a literal"}},
       {"{ \"pim\": {},\n  }",
        {"F:2:3: syntax error while parsing object key - unexpected '}'; expected string literal"}},
-      {"[]", {"F: a list is no object"}},
+      {"[]", {"F: must be an object, not a list"}},
       {R"({"pin": {}})", {"F:/pin: unknown name; known here: pim, vrfConfig, intfConfig, acl"}},
       {R"({"pim": {"default": {"interface": []}}})",
        {"F:/pim/default/interface: unknown name; known here: namespace, interfaces, hello, drPriority"}},
       {R"({"pim": {"default": {"namespace": "x"}}})",
-       {"F:/pim/default/namespace: the VRF default is the namespace that the program starts in and names none"}},
+       {"F:/pim/default/namespace: the VRF default is the namespace that the program starts in, and takes no name"}},
       {R"({"pim": {"default": {"hello": "shout", "drPriority": 4294967296, "interfaces": "eth0"}}})",
-       {"F:/pim/default/interfaces: \"eth0\" is no list", "F:/pim/default/hello: \"shout\" is none of speak, listen",
-        "F:/pim/default/drPriority: 4294967296 is no whole number from 0 to 4294967295"}},
+       {"F:/pim/default/interfaces: must be a list, not \"eth0\"",
+        "F:/pim/default/hello: must be speak or listen, not \"shout\"",
+        "F:/pim/default/drPriority: must be an integer from 0 to 4294967295, not 4294967296"}},
       {R"({"pim": {"default": {"interfaces": ["eth0", 3, "eth0", "a/b", "sixteen-byte-16x", ""]}}})",
-       {"F:/pim/default/interfaces/1: 3 is no text", "F:/pim/default/interfaces/2: \"eth0\" is listed twice",
+       {"F:/pim/default/interfaces/1: must be a string, not 3", "F:/pim/default/interfaces/2: \"eth0\" is listed twice",
         "F:/pim/default/interfaces/3: \"a/b\"" + noInterface,
         "F:/pim/default/interfaces/4: \"sixteen-byte-16x\"" + noInterface,
         "F:/pim/default/interfaces/5: \"\"" + noInterface}},
@@ -60,16 +61,16 @@ TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
       {R"({"pim": {"red": {"namespace": ")" + name151 + R"("}}})",
        {"F:/pim/red/namespace: NamespaceName::bytes > 150 not allowed"}},
       {R"({"pim": {"red": {}, "tan": {"namespace": "red"}}})",
-       {"F:/pim/tan: namespace red is that of VRF red already"}},
+       {"F:/pim/tan: namespace red already belongs to VRF red"}},
       {R"({"pim": {"a b": {}}})",
-       {"F:/pim/a b: \"a b\" is no VRF name (not empty, '.' or '..', without blanks and '/')"}},
+       {"F:/pim/a b: \"a b\" is not a VRF name (not empty, '.' or '..', without blanks or '/')"}},
       {R"({"pim": {"default": {"hello": "speak", "hello": "listen"}, "default": {}}})",
        {"F:/pim/default/hello: is given twice", "F:/pim/default: is given twice"}},
-      {R"({"vrfConfig": {"red": {}}})", {"F:/vrfConfig/red: there is no VRF red in pim"}},
+      {R"({"vrfConfig": {"red": {}}})", {"F:/vrfConfig/red: VRF red is not in pim"}},
       {R"({"pim": {"default": {}},
            "vrfConfig": {"default": {"holdTime": 0, "szTimeout": 1.5, "holdtime": 3}}})",
-       {"F:/vrfConfig/default/holdTime: 0 is no whole number from 1 to 65535",
-        "F:/vrfConfig/default/szTimeout: 1.5 is no whole number from 1 to 655350",
+       {"F:/vrfConfig/default/holdTime: must be an integer from 1 to 65535, not 0",
+        "F:/vrfConfig/default/szTimeout: must be an integer from 1 to 655350, not 1.5",
         "F:/vrfConfig/default/holdtime: unknown name; known here: holdTime, szTimeout, bsrCandidateConfig, "
         "rpCandidateConfig, crpFilterAcl"}},
       {R"({"pim": {"default": {"drPriority": 1e999}}})", {"F:1:40: number overflow parsing '1e999'"}},
@@ -91,53 +92,53 @@ TEST(ConfigFile, EveryFaultOfCandidatesBordersAndAclsIsNamedWithItsPlace) {
   const std::string at = "F:/vrfConfig/default/";
   const Case table[] = {
       {file(bsr(R"("lo": {"group": {"224.0.0.0/4": {"priority": 256, "hashMaskLen": 33, "interval": 21846}}})")),
-       {at + "bsrCandidateConfig/lo/group/224.0.0.0/4/priority: 256 is no whole number from 0 to 255",
-        at + "bsrCandidateConfig/lo/group/224.0.0.0/4/hashMaskLen: 33 is no whole number from 0 to 32",
-        at + "bsrCandidateConfig/lo/group/224.0.0.0/4/interval: 21846 is no whole number from 1 to 21845"}},
+       {at + "bsrCandidateConfig/lo/group/224.0.0.0/4/priority: must be an integer from 0 to 255, not 256",
+        at + "bsrCandidateConfig/lo/group/224.0.0.0/4/hashMaskLen: must be an integer from 0 to 32, not 33",
+        at + "bsrCandidateConfig/lo/group/224.0.0.0/4/interval: must be an integer from 1 to 21845, not 21846"}},
       {file(rp(R"("lo": {"groupRange": {"224.0.0.0/4": {"priority": 256}}, "mode": "dense", "advInterval": 21846})")),
-       {at + "rpCandidateConfig/lo/groupRange/224.0.0.0/4/priority: 256 is no whole number from 0 to 255",
-        at + "rpCandidateConfig/lo/mode: \"dense\" is none of sparsemode, bidir",
-        at + "rpCandidateConfig/lo/advInterval: 21846 is no whole number from 1 to 21845"}},
+       {at + "rpCandidateConfig/lo/groupRange/224.0.0.0/4/priority: must be an integer from 0 to 255, not 256",
+        at + "rpCandidateConfig/lo/mode: must be sparsemode or bidir, not \"dense\"",
+        at + "rpCandidateConfig/lo/advInterval: must be an integer from 1 to 21845, not 21846"}},
       {file(bsr(R"("lo": {"group": {"239.1.0.0/8": {}, "ff0e::/16": {}, "10.0.0.0/8": {}, "239.1.1.1": {}}})")),
-       {at + "bsrCandidateConfig/lo/group/10.0.0.0/8: \"10.0.0.0/8\" is no range of groups, which are 224.0.0.0/4",
-        at + "bsrCandidateConfig/lo/group/239.1.0.0/8: \"239.1.0.0/8\" has bits set behind its length; "
+       {at + "bsrCandidateConfig/lo/group/10.0.0.0/8: \"10.0.0.0/8\" is not a range of multicast groups (224.0.0.0/4)",
+        at + "bsrCandidateConfig/lo/group/239.1.0.0/8: \"239.1.0.0/8\" has host bits set; "
              "the prefix is 239.0.0.0/8",
-        at + "bsrCandidateConfig/lo/group/239.1.1.1: \"239.1.1.1\" is no IPv4 prefix",
-        at + "bsrCandidateConfig/lo/group/ff0e::/16: \"ff0e::/16\" is no IPv4 prefix"}},
+        at + "bsrCandidateConfig/lo/group/239.1.1.1: \"239.1.1.1\" is not an IPv4 prefix",
+        at + "bsrCandidateConfig/lo/group/ff0e::/16: \"ff0e::/16\" is not an IPv4 prefix"}},
       {file(bsr(R"("lo": {"group": {}}, "a/b": {"acl": {}}, "eth0": 3)") + "," + rp(R"("lo": {})")),
-       {at + "bsrCandidateConfig/a/b: \"a/b\"" + noInterface, at + "bsrCandidateConfig/eth0: 3 is no object",
+       {at + "bsrCandidateConfig/a/b: \"a/b\"" + noInterface, at + "bsrCandidateConfig/eth0: must be an object, not 3",
         at + "bsrCandidateConfig/lo: is a candidate BSR without a zone (group or acl)",
         at + "rpCandidateConfig/lo: is a candidate RP without a range (groupRange or acl)"}},
       {file(bsr(R"("lo": {"acl": {"A": {}}})") + "," + rp(R"("lo": {"acl": {"B": {}}})") + R"(, "crpFilterAcl": ["C"])",
             R"(, "intfConfig": {"lo": {"bsrBorderAcl": ["D", "D"]}})"),
        {"F:/intfConfig/lo/bsrBorderAcl/1: \"D\" is listed twice",
-        at + "bsrCandidateConfig/lo/acl/A: there is no ACL A in acl",
-        at + "rpCandidateConfig/lo/acl/B: there is no ACL B in acl", at + "crpFilterAcl/0: there is no ACL C in acl",
-        "F:/intfConfig/lo/bsrBorderAcl/0: there is no ACL D in acl"}},
+        at + "bsrCandidateConfig/lo/acl/A: ACL A is not defined",
+        at + "rpCandidateConfig/lo/acl/B: ACL B is not defined", at + "crpFilterAcl/0: ACL C is not defined",
+        "F:/intfConfig/lo/bsrBorderAcl/0: ACL D is not defined"}},
       // One zone of two interfaces: by group, by name of the ACL, by what ACLs permit.
       {file(bsr(R"("a": {"group": {"224.0.0.0/4": {}}, "acl": {"A": {}}},
                    "b": {"group": {"224.0.0.0/4": {}}, "acl": {"A": {}, "B": {}}})"),
             R"(, "acl": {"A": [{"permit": "239.1.0.0/16"}], "B": [{"permit": "239.1.0.0/17"},
                          {"permit": "239.1.128.0/17"}]})"),
-       {at + "bsrCandidateConfig/b/group/224.0.0.0/4: zone 224.0.0.0/4 is offered by a already",
-        at + "bsrCandidateConfig/b/acl/A: the zones of ACL A are offered by a already",
-        at + "bsrCandidateConfig/b/acl/B: zone 239.1.0.0/16, which ACL B permits, is offered by a already"}},
+       {at + "bsrCandidateConfig/b/group/224.0.0.0/4: zone 224.0.0.0/4 is already offered by a",
+        at + "bsrCandidateConfig/b/acl/A: the zones of ACL A are already offered by a",
+        at + "bsrCandidateConfig/b/acl/B: zone 239.1.0.0/16, which ACL B permits, is already offered by a"}},
       {R"({"acl": {"": [], "A": {}, "B": [7, {}, {"permit": "any", "deny": "any"}, {"permit": "all"},
                                           {"deny": "10.0.0.1/8"}, {"allow": "any"}]}})",
-       {"F:/acl/: an ACL needs a name", "F:/acl/A: an object is no list", "F:/acl/B/0: 7 is no object",
-        "F:/acl/B/1: needs one of permit and deny", "F:/acl/B/2: needs one of permit and deny",
-        "F:/acl/B/3/permit: \"all\" is no IPv4 prefix",
-        "F:/acl/B/4/deny: \"10.0.0.1/8\" has bits set behind its length; the prefix is 10.0.0.0/8",
-        "F:/acl/B/5: needs one of permit and deny", "F:/acl/B/5/allow: unknown name; known here: permit, deny"}},
+       {"F:/acl/: an ACL needs a name", "F:/acl/A: must be a list, not an object",
+        "F:/acl/B/0: must be an object, not 7", "F:/acl/B/1: must have either permit or deny",
+        "F:/acl/B/2: must have either permit or deny", "F:/acl/B/3/permit: \"all\" is not an IPv4 prefix",
+        "F:/acl/B/4/deny: \"10.0.0.1/8\" has host bits set; the prefix is 10.0.0.0/8",
+        "F:/acl/B/5: must have either permit or deny", "F:/acl/B/5/allow: unknown name; known here: permit, deny"}},
       {R"({"pim": {"blue": {"interfaces": ["eth0", "eth1"]}, "red": {"interfaces": ["eth0"]}},
            "intfConfig": {"eth0": {}, "eth1": {}, "blue/eth1": {}, "tan/eth1": {}, "red/": {}, "eth2": {},
                           "red/eth1": {"bsrBorderGrp": ["239.1.0.0/16", "239.001.0.0/16"]}}})",
-       {"F:/intfConfig/eth0: \"eth0\" is not listed in exactly one VRF of pim; say which by VRF/eth0",
+       {"F:/intfConfig/eth0: \"eth0\" is not listed in exactly one VRF of pim; write VRF/eth0",
         "F:/intfConfig/eth1: is given twice, also as /intfConfig/blue/eth1",
-        "F:/intfConfig/eth2: \"eth2\" is not listed in exactly one VRF of pim; say which by VRF/eth2",
+        "F:/intfConfig/eth2: \"eth2\" is not listed in exactly one VRF of pim; write VRF/eth2",
         "F:/intfConfig/red/: \"\"" + noInterface,
-        "F:/intfConfig/red/eth1/bsrBorderGrp/1: \"239.001.0.0/16\" is no IPv4 prefix",
-        "F:/intfConfig/tan/eth1: there is no VRF tan in pim"}},
+        "F:/intfConfig/red/eth1/bsrBorderGrp/1: \"239.001.0.0/16\" is not an IPv4 prefix",
+        "F:/intfConfig/tan/eth1: VRF tan is not in pim"}},
   };
   for (const Case &bad : table) {
     EXPECT_EQ(texts(configurationFromText(bad.text, ipv4).findings.errors), bad.findings) << bad.text;
@@ -148,11 +149,11 @@ TEST(ConfigFile, EveryFaultOfCandidatesBordersAndAclsIsNamedWithItsPlace) {
       ipv6);
   EXPECT_EQ(texts(loaded.findings.errors),
             (std::vector<std::string>{
-                at + "bsrCandidateConfig/lo/group/224.0.0.0/4: \"224.0.0.0/4\" is no IPv6 prefix",
-                at + "bsrCandidateConfig/lo/group/FF0E::/16/hashMaskLen: 128 is no whole number from 0 to 127",
+                at + "bsrCandidateConfig/lo/group/224.0.0.0/4: \"224.0.0.0/4\" is not an IPv6 prefix",
+                at + "bsrCandidateConfig/lo/group/FF0E::/16/hashMaskLen: must be an integer from 0 to 127, not 128",
                 at + "bsrCandidateConfig/lo/group/ff0e:0::/16: is given twice, also as "
                      "/vrfConfig/default/bsrCandidateConfig/lo/group/FF0E::/16",
-                at + "bsrCandidateConfig/lo/group/FF0E::/16: zone ff0e::/16 is offered by eth0 already"}));
+                at + "bsrCandidateConfig/lo/group/FF0E::/16: zone ff0e::/16 is already offered by eth0"}));
 }
 
 TEST(ConfigFile, WhatIsDoubtfulIsAWarning) {
@@ -164,12 +165,12 @@ TEST(ConfigFile, WhatIsDoubtfulIsAWarning) {
   for (int n = 2; n < 256; ++n) many += ", \"225." + std::to_string(n) + ".0.0/16\": {}";
   const Case table[] = {
       {file(zone), {}},
-      {file(R"("holdTime": 129, )" + zone), {at + "holdTime: 129 is under 2 x interval + 10 = 130"}},
+      {file(R"("holdTime": 129, )" + zone), {at + "holdTime: 129 is less than 2 x interval + 10 = 130"}},
       {file(R"("holdTime": 129, "szTimeout": 1289)"),
-       {at + "szTimeout: 1289 is under 10 x holdTime and counts as 1290"}},
+       {at + "szTimeout: 1289 is less than 10 x holdTime; 1290 is used"}},
       {file(bsr(R"("lo": {"group": {"224.0.0.0/4": {}, "225.0.0.0/8": {}}})") + "," + serves),
-       {at + "bsrCandidateConfig/lo/group/225.0.0.0/8: zone 225.0.0.0/8 is outside 239.0.0.0/8, where administrative "
-             "scopes are",
+       {at + "bsrCandidateConfig/lo/group/225.0.0.0/8: zone 225.0.0.0/8 is outside 239.0.0.0/8, the range for "
+             "administrative scopes",
         at + "bsrCandidateConfig/lo/group/225.0.0.0/8: no candidate RP of this router serves a range inside zone "
              "225.0.0.0/8"}},
       {file(zone, R"(, "intfConfig": {"e": {"bsrBorderGrp": ["239.2.0.0/16", "239.0.0.0/8"]},
@@ -177,18 +178,18 @@ TEST(ConfigFile, WhatIsDoubtfulIsAWarning) {
        {"F:/intfConfig/e/bsrBorderGrp/1: border 239.0.0.0/8 does not block zone 239.1.0.0/16, only the zone of its own "
         "range"}},
       {file(acls, R"(, "acl": {"A": [{"permit": "239.1.0.0/17"}, {"permit": "239.1.128.0/17"}]})"),
-       {"F:/acl/A/0: 239.1.0.0/17 is joined with what else the ACL permits and counts as 239.1.0.0/16",
-        "F:/acl/A/1: 239.1.128.0/17 is joined with what else the ACL permits and counts as 239.1.0.0/16"}},
+       {"F:/acl/A/0: 239.1.0.0/17 is merged with what else the ACL permits into 239.1.0.0/16",
+        "F:/acl/A/1: 239.1.128.0/17 is merged with what else the ACL permits into 239.1.0.0/16"}},
       {file(rp(R"("lo": {"acl": {"A": {}}, "groupRange": {)" + many + R"(}}, "e": {"groupRange": {)" + many +
                R"(}, "acl": {"A": {"priority": 7}}})"),
             R"(, "acl": {"A": [{"permit": "239.1.0.0/16"}]})"),
-       {at +
-        "rpCandidateConfig/lo: 256 ranges have priority 192, and the BSR of a zone is told of the first 255 in it"}},
+       {at + "rpCandidateConfig/lo: 256 ranges have priority 192; the BSR of a zone is told of the first 255 of those "
+             "in the zone"}},
       {file(acls, R"(, "acl": {"A": [{"permit": "10.0.0.0/8"}]})"),
        {at + "bsrCandidateConfig/lo/acl/A: ACL A permits no range of groups"}},
       {file(acls, R"(, "acl": {"A": [{"permit": "224.0.0.0/4"}, {"permit": "240.0.0.0/4"}]})"), {}},
       {file(acls, R"(, "acl": {"A": [{"permit": "239.1.0.0/16"}, {"permit": "any"}]})"),
-       {"F:/acl/A/0: 239.1.0.0/16 is joined with what else the ACL permits and counts as 224.0.0.0/4"}},
+       {"F:/acl/A/0: 239.1.0.0/16 is merged with what else the ACL permits into 224.0.0.0/4"}},
   };
   for (const Case &doubtful : table) {
     const auto loaded = configurationFromText(doubtful.text, ipv4);

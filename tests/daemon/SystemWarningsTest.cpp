@@ -23,8 +23,8 @@ TEST_F(SystemWarningsTest, AFilterThatDeniesOurOwnCandidateRpIsFoundByTheAddress
   ASSERT_TRUE(loaded.good());
   Findings findings;
   findSystemWarnings(loaded.configuration, findings);
-  EXPECT_EQ(findings.warnings,
-            (std::vector<Finding>{{"/vrfConfig/red/crpFilterAcl", "denies 10.9.0.1, our own candidate RP of eth7"}}));
+  EXPECT_EQ(findings.warnings, (std::vector<Finding>{{"/vrfConfig/red/crpFilterAcl",
+                                                      "denies 10.9.0.1, this router's own candidate RP on eth7"}}));
 }
 
 TEST(SystemWarnings, APimInterfaceOfAVrfDeviceIsFound) {
@@ -35,8 +35,8 @@ TEST(SystemWarnings, APimInterfaceOfAVrfDeviceIsFound) {
   findSystemWarnings(loaded.configuration, "default", view, findings);
   EXPECT_EQ(findings.warnings,
             (std::vector<Finding>{{"/pim/default/interfaces/1",
-                                   "eth1 belongs to a vrf device, whose routes are not looked at: a VRF is a namespace "
-                                   "here"}}));
+                                   "eth1 belongs to a VRF device, whose routes are ignored: a VRF is a network "
+                                   "namespace here"}}));
 }
 
 }  // namespace
