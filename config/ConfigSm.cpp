@@ -40,7 +40,7 @@ void follow(ConfigSm &configSm, std::map<Pax::IntfId, std::unique_ptr<Reactor>> 
 
 }  // namespace
 
-/// What ConfigSm itself follows.
+// What ConfigSm itself follows.
 class ConfigSm::Reactors {
  public:
   explicit Reactors(ConfigSm &configSm)
@@ -253,7 +253,7 @@ void ConfigSm::doBuildBsrConfigAcl() {
 
 void ConfigSm::doRemoveExtraStatusEntries() {
   VRF_TRACE_ENTRY(trace);
-  StaleStatus(*this).remove();
+  removeStaleStatus(*this);
 }
 
 Permits ConfigSm::permits() const {

@@ -42,26 +42,25 @@ void KivBsrCandidateConfig::handleDel() {
   for (KivEntry *entry : entries()) entry->handleDel();
 }
 
+// Ends the entry of what left the configuration; starts one on what came.
+template <class Key, class Entry, class EntryConfig>
+void KivBsrCandidateConfig::follow(std::map<Key, std::unique_ptr<Entry>> &entries, const Key &key,
+                                   const Kiv::Ptr<EntryConfig> &config) {
+  if (const auto present = entries.find(key); present != entries.end()) {
+    present->second->handleDel();
+    entries.erase(present);
+  }
+  if (config) (entries[key] = std::make_unique<Entry>(*this, key, config))->handleInitialize();
+}
+
 void KivBsrCandidateConfig::handleGroup(const Pax::IpGenPrefix &prefix) {
   VRF_TRACE_ENTRY(trace);
-  if (const auto present = group_.find(prefix); present != group_.end()) {
-    present->second->handleDel();
-    group_.erase(present);
-  }
-  if (const Kiv::Ptr<BsrCandidateGroup> config = notifier()->group(prefix)) {
-    (group_[prefix] = std::make_unique<KivGroup>(*this, prefix, config))->handleInitialize();
-  }
+  follow(group_, prefix, notifier()->group(prefix));
 }
 
 void KivBsrCandidateConfig::handleAcl(const std::string &acl) {
   VRF_TRACE_ENTRY(trace);
-  if (const auto present = acl_.find(acl); present != acl_.end()) {
-    present->second->handleDel();
-    acl_.erase(present);
-  }
-  if (const Kiv::Ptr<BsrCandidateAcl> config = notifier()->acl(acl)) {
-    (acl_[acl] = std::make_unique<KivAcl>(*this, acl, config))->handleInitialize();
-  }
+  follow(acl_, acl, notifier()->acl(acl));
 }
 
 void KivBsrCandidateConfig::handleIpAddress() {

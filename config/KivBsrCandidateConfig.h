@@ -48,6 +48,8 @@ class KivBsrCandidateConfig : public BsrCandidateConfig::Notifiee {
     void onIpAddr() override { owner_.handleIpAddress(); }
   };
 
+  template <class Key, class Entry, class EntryConfig>
+  void follow(std::map<Key, std::unique_ptr<Entry>> &entries, const Key &key, const Kiv::Ptr<EntryConfig> &config);
   void handleGroup(const Pax::IpGenPrefix &prefix);
   void handleAcl(const std::string &acl);
   void handleIpAddress();

@@ -32,16 +32,17 @@ void KivBsrCandidateConfig::KivEntry::requireOwn(const Pax::IntfId &intfId) cons
   REQUIRE_AS(intfId == candidate_.intfId_, "intfId == kivBsrCandidateConfig()->intfId()");
 }
 
-template <class Write>
-void KivBsrCandidateConfig::KivEntry::changed(const char *what, uint32_t value, Write write) {
+template <class Value>
+void KivBsrCandidateConfig::KivEntry::changed(const char *what, Value CandidacyOptions::*value,
+                                              void (BsrCandidate::*set)(const Value &)) {
   if (!initialized_) return handleInitialize();
   for (const Pax::IpGenPrefix &zone : zones()) {
     const Kiv::Ptr<BsrCandidate> candidate = candidate_.ownCandidate(zone);
     if (!candidate || candidate_.standing(zone) != this) continue;
-    write(*candidate);
+    ((*candidate).*set)(options().*value);
     VRF_TRACE(trace, 4,
               what << " for Candidate BSR in Zone " << zone << " with IP " << candidate->address() << " changed to "
-                   << value);
+                   << options().*value);
   }
 }
 
@@ -54,20 +55,17 @@ void KivBsrCandidateConfig::KivEntry::doSourceRemove(const Pax::IpGenPrefix &zon
 
 void KivBsrCandidateConfig::KivEntry::handlePriority() {
   VRF_TRACE_ENTRY(trace);
-  const auto priority = options().priority;
-  changed("Priority", priority, [=](BsrCandidate &candidate) { candidate.priorityIs(priority); });
+  changed("Priority", &CandidacyOptions::priority, &BsrCandidate::priorityIs);
 }
 
 void KivBsrCandidateConfig::KivEntry::handleHashMaskLen() {
   VRF_TRACE_ENTRY(trace);
-  const auto hashMaskLen = options().hashMaskLen;
-  changed("HashMaskLen", hashMaskLen, [=](BsrCandidate &candidate) { candidate.hashMaskLenIs(hashMaskLen); });
+  changed("HashMaskLen", &CandidacyOptions::hashMaskLen, &BsrCandidate::hashMaskLenIs);
 }
 
 void KivBsrCandidateConfig::KivEntry::handleInterval() {
   VRF_TRACE_ENTRY(trace);
-  const auto interval = options().interval;
-  changed("Interval", interval, [=](BsrCandidate &candidate) { candidate.bsPeriodIs(interval); });
+  changed("Interval", &CandidacyOptions::interval, &BsrCandidate::bsPeriodIs);
 }
 
 void KivBsrCandidateConfig::KivGroup::doAdd() {

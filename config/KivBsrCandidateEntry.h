@@ -44,8 +44,8 @@ class KivBsrCandidateConfig::KivEntry {
   bool initialized_ = false;
 
  private:
-  template <class Write>
-  void changed(const char *what, uint32_t value, Write write);
+  template <class Value>
+  void changed(const char *what, Value CandidacyOptions::*value, void (BsrCandidate::*set)(const Value &));
 };
 
 template <class EntryConfig>

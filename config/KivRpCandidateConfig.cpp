@@ -1,6 +1,5 @@
 #include "config/KivRpCandidateConfig.h"
 
-#include "config/KivRpCandidateOptions.h"
 #include "model/VrfTrace.h"
 
 namespace Routing::Pim::Bsr {
@@ -8,6 +7,23 @@ namespace Routing::Pim::Bsr {
 namespace {
 Tracelet::Module trace("Pim::Bsr::ConfigSm");
 }
+
+// The reactor on the priority of a range or of an ACL, its key.
+template <class Options, class Key, void (KivRpCandidateConfig::*handle)(const Key &key)>
+class KivRpCandidateConfig::KivOptions : public Kiv::ReactorOf<Options, KivRpCandidateConfig> {
+ public:
+  KivOptions(KivRpCandidateConfig &candidate, const Key &key, const Kiv::Ptr<const Options> &options)
+      : Kiv::ReactorOf<Options, KivRpCandidateConfig>(candidate, options), key_(key) {}
+  void onPriority() override { handlePriority(); }
+  void handlePriority() {
+    VRF_TRACE_ENTRY(trace);
+    (this->owner_.*handle)(key_);
+  }
+
+ private:
+  const std::string &vrfName() const { return this->owner_.vrfName(); }
+  const Key key_;
+};
 
 KivRpCandidateConfig::KivRpCandidateConfig(ConfigSm &configSm, const Pax::IntfId &intfId,
                                            const Kiv::Ptr<const RpCandidateConfig> &config)
@@ -98,11 +114,11 @@ void KivRpCandidateConfig::handleDel() {
 // Ranges and ACLs first and their options afterwards, so that the goodbye names everything that
 // was advertised.
 void KivRpCandidateConfig::doRemove() {
-  for (const Pax::IpGenPrefix &prefix : notifier()->groupRange().keys()) doGroupRemove(prefix);
+  for (const Pax::IpGenPrefix &prefix : notifier()->groupRange().keys()) element_.sourceDel(prefix);
   std::vector<std::string> used;
   for (const std::string &acl : notifier()->acl().keys()) {
     if (!usesAcl(acl)) continue;
-    for (const Pax::IpGenPrefix &prefix : configSm_.groupsOf(acl)) doGroupRemove(prefix);
+    for (const Pax::IpGenPrefix &prefix : configSm_.groupsOf(acl)) element_.sourceDel(prefix);
     used.push_back(acl);
   }
   element_.addressIs({});
@@ -120,7 +136,7 @@ void KivRpCandidateConfig::handleGroupRange(const Pax::IpGenPrefix &prefix) {
   if (notifier()->groupRange(prefix)) {
     doGroupAdd(prefix);
   } else {
-    doGroupRemove(prefix);
+    element_.sourceDel(prefix);
   }
   configSm_.doHandOverCrps();
 }
@@ -136,16 +152,6 @@ void KivRpCandidateConfig::doGroupAdd(const Pax::IpGenPrefix &prefix) {
   crp()->prefixSetIs(prefix);
   VRF_TRACE(trace, 4, "Added Prefix " << prefix << " to C-RP " << element_.address());
   VRF_TRACE(trace, 4, "C-RP PrefixCounter for prefix " << prefix << " is " << count);
-}
-
-// A range that came without address was never counted.
-void KivRpCandidateConfig::doGroupRemove(const Pax::IpGenPrefix &prefix) {
-  const bool wasCounted = configSm_.crpPfxRefCount.counter(intfId_, prefix) > 0;
-  const auto [isLast, count] = configSm_.crpPfxRefCount.remove(intfId_, prefix);
-  if (wasCounted) VRF_TRACE(trace, 4, "C-RP PrefixCounter for prefix " << prefix << " is " << count);
-  if (count > 0) return;
-  if (isLast) VRF_TRACE(trace, 4, "Deleted C-RP refcount object for interface " << intfId_);
-  element_.prefixDel(prefix);
 }
 
 void KivRpCandidateConfig::handleGroupRangeOptions(const Pax::IpGenPrefix &prefix) {
@@ -169,20 +175,10 @@ void KivRpCandidateConfig::doGroupOptionsAdd(const Pax::IpGenPrefix &prefix) {
 }
 
 void KivRpCandidateConfig::doGroupOptionsRemove(const Pax::IpGenPrefix &prefix) {
-  doPriorityLost(prefix,
-                 " because this prefix "
-                 "appears in ACL rules.");
+  element_.prioritySourceDel(prefix,
+                             " because this prefix "
+                             "appears in ACL rules.");
   element_.deleteIfIdle();
-}
-
-// A source of the prefix's priority went: another one's stands from now on, or none.
-void KivRpCandidateConfig::doPriorityLost(const Pax::IpGenPrefix &prefix, const char *because) {
-  element_.settle(prefix);
-  const auto options = crp() ? crp()->prefixOptions(prefix) : nullptr;
-  if (!options) return;
-  VRF_TRACE(trace, 4,
-            "Created prefix " << prefix << " with priority " << options->priority() << " to C-RP " << element_.address()
-                              << because);
 }
 
 void KivRpCandidateConfig::handleAcl(const std::string &acl) {
@@ -204,7 +200,7 @@ void KivRpCandidateConfig::doAclAdd(const std::string &acl) {
 
 void KivRpCandidateConfig::doAclRemove(const std::string &acl) {
   if (!usesAcl(acl)) return configSm_.bsrConfigAclRelease(acl);
-  for (const Pax::IpGenPrefix &prefix : configSm_.groupsOf(acl)) doGroupRemove(prefix);
+  for (const Pax::IpGenPrefix &prefix : configSm_.groupsOf(acl)) element_.sourceDel(prefix);
   doAclOptionsRemove(acl);
 }
 
@@ -230,10 +226,10 @@ void KivRpCandidateConfig::doAclPrefixActivate(const std::string &acl, const Pax
 
 void KivRpCandidateConfig::doAclPrefixDeactivate(const std::string &acl, const Pax::IpGenPrefix &prefix) {
   VRF_TRACE_ENTRY_WITH(trace, " ( " << acl << ", " << prefix << " )");
-  doGroupRemove(prefix);
-  doPriorityLost(prefix,
-                 " because this prefix appears in other ACL "
-                 "rules or in group range.");
+  element_.sourceDel(prefix);
+  element_.prioritySourceDel(prefix,
+                             " because this prefix appears in other ACL "
+                             "rules or in group range.");
 }
 
 void KivRpCandidateConfig::handleAclOptions(const std::string &acl) {
@@ -257,9 +253,9 @@ void KivRpCandidateConfig::doAclOptionsAdd(const std::string &acl) {
 // stays a user, so that rule changes are followed.
 void KivRpCandidateConfig::doAclOptionsRemove(const std::string &acl) {
   for (const Pax::IpGenPrefix &prefix : configSm_.groupsOf(acl)) {
-    doPriorityLost(prefix,
-                   " because this prefix appears in other ACL "
-                   "rules or in group range.");
+    element_.prioritySourceDel(prefix,
+                               " because this prefix appears in other ACL "
+                               "rules or in group range.");
   }
   element_.deleteIfIdle();
   doAclDetach(acl);

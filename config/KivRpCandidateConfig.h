@@ -44,8 +44,6 @@ class KivRpCandidateConfig : public RpCandidateConfig::Notifiee {
   void doAclPrefixDeactivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
 
  private:
-  class KivGroupRangeOptions;
-  class KivAclOptions;
   struct KivIntf : Kiv::ReactorOf<Ip::SourceIntf, KivRpCandidateConfig> {
     using ReactorOf::ReactorOf;
     void onIpAddr() override { owner_.handleIpAddress(); }
@@ -65,10 +63,8 @@ class KivRpCandidateConfig : public RpCandidateConfig::Notifiee {
   void doCrpIs();
 
   void doGroupAdd(const Pax::IpGenPrefix &prefix);
-  void doGroupRemove(const Pax::IpGenPrefix &prefix);
   void doGroupOptionsAdd(const Pax::IpGenPrefix &prefix);
   void doGroupOptionsRemove(const Pax::IpGenPrefix &prefix);
-  void doPriorityLost(const Pax::IpGenPrefix &prefix, const char *because);
 
   void doAclAdd(const std::string &acl);
   void doAclRemove(const std::string &acl);
@@ -78,6 +74,12 @@ class KivRpCandidateConfig : public RpCandidateConfig::Notifiee {
   void doAclAttach(const std::string &acl);
   void doAclDetach(const std::string &acl);
   bool usesAcl(const std::string &acl) const;
+
+  template <class Options, class Key, void (KivRpCandidateConfig::*handle)(const Key &key)>
+  class KivOptions;
+  using KivGroupRangeOptions =
+      KivOptions<RpCandidateGroupEntryOptions, Pax::IpGenPrefix, &KivRpCandidateConfig::doGroupOptionsAdd>;
+  using KivAclOptions = KivOptions<RpCandidateAclEntryOptions, std::string, &KivRpCandidateConfig::doAclOptionsAdd>;
 
   /// Whether it has an address of its own.
   bool initialized() const { return !element_.address().isZero(); }

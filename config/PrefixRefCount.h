@@ -6,7 +6,6 @@
 #include "platform/kiv/Table.h"
 #include "platform/pax/IntfId.h"
 #include "platform/pax/IpGenPrefix.h"
-#include "platform/tracelet/Require.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -15,11 +14,11 @@ namespace Routing::Pim::Bsr {
 class PrefixRefCount {
  public:
   struct Added {
-    bool isFirst;
+    bool isFirst;    ///< there was no counter
     uint32_t count;  ///< from now on
   };
   struct Removed {
-    bool isLast;
+    bool isLast;  ///< there is no counter any more
     uint32_t count;
   };
 
@@ -29,34 +28,18 @@ class PrefixRefCount {
     const uint32_t *count = counter_.find(prefix);
     return count ? *count : 0;
   }
-  bool empty() const { return counter_.empty(); }
-
-  /// Counts a source, or with 0 makes sure of a counter.
+  /// Counts one source more, or with 0 makes sure of a counter.
   Added add(const Pax::IpGenPrefix &prefix, uint32_t by = 1) {
-    const bool isFirst = counterIs(prefix, 0);
-    return {isFirst, counterInc(prefix, by)};
+    if (uint32_t *count = counter_.find(prefix)) return {false, *count += by};
+    return {true, counter_.insert(prefix, by)};
   }
-  /// Counts one source less; the last one takes the counter with it.
+  /// Counts one source less; without a source it does nothing but end the counter.
   Removed remove(const Pax::IpGenPrefix &prefix) {
-    const uint32_t count = counterDec(prefix, 1);
-    if (count == 0) counterDel(prefix);
-    return {count == 0, count};
-  }
-
-  /// Creates the counter with `count` if it is missing. True if it was.
-  bool counterIs(const Pax::IpGenPrefix &prefix, uint32_t count) {
-    if (counter_.contains(prefix)) return false;
-    counter_.insert(prefix, count);
-    return true;
-  }
-  /// Both return the new count. There must be a counter, and no count passes below zero.
-  uint32_t counterInc(const Pax::IpGenPrefix &prefix, uint32_t by) { return *counter_.find(prefix) += by; }
-  uint32_t counterDec(const Pax::IpGenPrefix &prefix, uint32_t by) {
     uint32_t *count = counter_.find(prefix);
-    REQUIRE(count && *count >= by);
-    return *count -= by;
+    if (count && *count > 1) return {false, --*count};
+    counter_.erase(prefix);
+    return {true, 0};
   }
-  void counterDel(const Pax::IpGenPrefix &prefix) { counter_.erase(prefix); }
 
  private:
   Kiv::Table<Pax::IpGenPrefix, uint32_t> counter_;
@@ -85,19 +68,13 @@ class PrefixRefCounts {
     const auto [entry, isFirst] = refCount_.try_emplace(intfId);
     return {isFirst, entry->second.add(prefix, by).count};
   }
-  /// A counter that stands at 0 goes, too; without a counter nothing happens.
   PrefixRefCount::Removed remove(const Pax::IntfId &intfId, const Pax::IpGenPrefix &prefix) {
     const auto found = refCount_.find(intfId);
     if (found == refCount_.end()) return {false, 0};
-    RefCount &refCount = found->second;
-    if (refCount.counter(prefix) > 0) {
-      if (const uint32_t count = refCount.remove(prefix).count; count > 0) return {false, count};
-    } else {
-      refCount.counterDel(prefix);
-    }
-    const bool isLast = refCount.empty();
+    const uint32_t count = found->second.remove(prefix).count;
+    const bool isLast = found->second.counter().empty();
     if (isLast) refCount_.erase(found);
-    return {isLast, 0};
+    return {isLast, count};
   }
 
  private:

@@ -25,7 +25,14 @@ void RpCandidateElement::create() {
   created->modeIs(config_->mode());
 }
 
-void RpCandidateElement::prefixDel(const Pax::IpGenPrefix &prefix) {
+// A range that came without address was never counted.
+void RpCandidateElement::sourceDel(const Pax::IpGenPrefix &prefix) {
+  const Pax::IntfId &intfId = config_->intfId();
+  const bool wasCounted = configSm_.crpPfxRefCount.counter(intfId, prefix) > 0;
+  const auto [isLast, count] = configSm_.crpPfxRefCount.remove(intfId, prefix);
+  if (wasCounted) VRF_TRACE(trace, 4, "C-RP PrefixCounter for prefix " << prefix << " is " << count);
+  if (count > 0) return;
+  if (isLast) VRF_TRACE(trace, 4, "Deleted C-RP refcount object for interface " << intfId);
   const Kiv::Ptr<RpCandidate> own = crp();
   if (!own) return;
   own->prefixSetDel(prefix);
@@ -53,6 +60,15 @@ void RpCandidateElement::settle(const Pax::IpGenPrefix &prefix) {
     own->prefixOptionsDel(prefix);
     VRF_TRACE(trace, 4, "Deleted priority of prefix " << prefix << " from prefixOptions");
   }
+}
+
+void RpCandidateElement::prioritySourceDel(const Pax::IpGenPrefix &prefix, const char *because) {
+  settle(prefix);
+  const auto options = crp() ? crp()->prefixOptions(prefix) : nullptr;
+  if (!options) return;
+  VRF_TRACE(
+      trace, 4,
+      "Created prefix " << prefix << " with priority " << options->priority() << " to C-RP " << address_ << because);
 }
 
 }  // namespace Routing::Pim::Bsr

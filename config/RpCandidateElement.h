@@ -1,4 +1,5 @@
-/// The element of a candidate RP in `Status.crp`, and the claim to the address that is its key.
+/// The element of a candidate RP in `Status.crp`: the claim to the address that is its key, and what sources make of
+/// it.
 #pragma once
 
 #include <functional>
@@ -26,11 +27,13 @@ class RpCandidateElement {
   Kiv::Ptr<RpCandidate> crp() const;
   /// Creates it with what is configured for all of it. There is an address, and no element yet.
   void create();
-  /// A prefix that no source serves any more.
-  void prefixDel(const Pax::IpGenPrefix &prefix);
+  /// Counts a source of the prefix less. The last one takes the prefix with it, and the last prefix the element.
+  void sourceDel(const Pax::IpGenPrefix &prefix);
   void deleteIfIdle();
   /// Brings the prefix's priority to what its sources say: that of the one that stands, or none.
   void settle(const Pax::IpGenPrefix &prefix);
+  /// The same after a source of the priority went; `because` says why there still is one.
+  void prioritySourceDel(const Pax::IpGenPrefix &prefix, const char *because);
 
  private:
   Status &status() const { return *configSm_.status(); }

@@ -8,7 +8,7 @@ namespace Routing::Pim::Bsr {
 
 namespace {
 
-/// By ACL, also of those that nobody has defined.
+// By ACL, also of those that nobody has defined.
 using Users = std::map<std::string, Sources>;
 
 const char *textOf(Role role) {
@@ -41,12 +41,6 @@ std::string whyIdle(const VrfView &view, const std::string &acl, const std::opti
   return users.empty() ? "not used in this VRF" : whyNotRunning(view);
 }
 
-Rows textsOf(const std::set<Pax::IpGenPrefix> &prefixes) {
-  Rows json = Rows::array();
-  for (const Pax::IpGenPrefix &prefix : prefixes) json.push_back(toJson(prefix));
-  return json;
-}
-
 }  // namespace
 
 void showAcl(const VrfView &view, Rows &rows) {
@@ -58,8 +52,8 @@ void showAcl(const VrfView &view, Rows &rows) {
     Rows row{{"vrf", toJson(view.vrf)},
              {"acl", acl},
              {"exists", permitted.has_value()},
-             {"groups", textsOf(prefixes.groups)},
-             {"unicast", textsOf(prefixes.unicast)},
+             {"groups", toJson(prefixes.groups)},
+             {"unicast", toJson(prefixes.unicast)},
              {"users", Rows::array()}};
     for (const Source &user : users) {
       row["users"].push_back(

@@ -21,10 +21,10 @@ struct Border {
 };
 
 Rows rowOf(const VrfView &view, Rows prefix, const Border &border) {
-  Rows row{{"vrf", toJson(view.vrf)}, {"prefix", std::move(prefix)}, {"interfaces", Rows::array()}};
-  for (const Pax::IntfId &intfId : border.interfaces) row["interfaces"].push_back(toJson(intfId));
-  row["sources"] = border.sources;
-  return row;
+  return {{"vrf", toJson(view.vrf)},
+          {"prefix", std::move(prefix)},
+          {"interfaces", toJson(border.interfaces)},
+          {"sources", border.sources}};
 }
 
 Rows activeOrNot(const VrfView &view, const Pax::IpGenPrefix &prefix, const Border &border) {

@@ -23,7 +23,7 @@ std::vector<std::string> namesOf(const Offers &offers, bool usableOnly) {
   return names;
 }
 
-/// What one interface offers for a zone: the offer that stands, or the first where none has all its values.
+// What one interface offers for a zone: the offer that stands, or the first where none has all its values.
 Rows rowOf(const VrfView &view, const Offers &offers) {
   const Offer &offer = standing(offers) ? *standing(offers) : offers.front();
   const Pax::IpGenPrefix &zone = offer.prefix;
@@ -49,7 +49,7 @@ Rows rowOf(const VrfView &view, const Offers &offers) {
   return row;
 }
 
-/// Whether both are for one zone from one interface. What comes to no zone is for itself.
+// Whether both are for one zone from one interface. An ACL that permits no zone has a row of its own.
 bool goTogether(const Offer &one, const Offer &other) {
   return !one.prefix.isEmpty() && one.prefix == other.prefix && one.source.intfId == other.source.intfId;
 }

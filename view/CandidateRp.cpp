@@ -11,7 +11,7 @@ namespace {
 
 using Priorities = std::map<Pax::IpGenPrefix, RpPriority>;
 
-/// What it would serve.
+// What it would serve.
 Priorities configuredGroups(const Offers &offers) {
   std::map<Pax::IpGenPrefix, Offers> byPrefix;
   for (const Offer &offer : offers) {
@@ -34,7 +34,7 @@ Priorities servedGroups(const RpCandidate &crp) {
   return groups;
 }
 
-/// The first thing in the way of the whole candidacy, or of one of its ACLs.
+// The first thing in the way of the whole candidacy, or of one of its ACLs.
 std::string whyNotServed(const VrfView &view, const Pax::IntfId &intfId, const Offers &offers,
                          const Kiv::Ptr<RpCandidate> &present) {
   const std::string why = whyNoAddress(view, intfId);
@@ -50,13 +50,13 @@ std::string whyNotServed(const VrfView &view, const Pax::IntfId &intfId, const O
   return offers.empty() ? "serves no group" : "";
 }
 
-/// What the RP's machines, one for each priority, advertise to a zone.
+// What the RP's machines, one for each priority, advertise to a zone.
 struct Advertised {
   std::set<Pax::IpGenPrefix> groups, leftOut;
   double next = Orb::never;
 };
 
-/// A message counts the first ranges only.
+// A message counts the first ranges only.
 void add(Advertised &advertised, const RpCandidatePrefixSet &set, double next) {
   const auto keys = set.prefixSet().keys();
   const std::set<Pax::IpGenPrefix> sorted(keys.begin(), keys.end());
@@ -66,12 +66,6 @@ void add(Advertised &advertised, const RpCandidatePrefixSet &set, double next) {
     groups.insert(prefix);
   }
   advertised.next = std::min(advertised.next, next);
-}
-
-Rows listOf(const std::set<Pax::IpGenPrefix> &prefixes) {
-  Rows json = Rows::array();
-  for (const Pax::IpGenPrefix &prefix : prefixes) json.push_back(toJson(prefix));
-  return json;
 }
 
 Rows zonesOf(const VrfView &view, const Pax::IpGenAddr &rp) {
@@ -87,8 +81,8 @@ Rows zonesOf(const VrfView &view, const Pax::IpGenAddr &rp) {
     const auto bsr = view.status->bootstrapRouter(zone);
     json.push_back({{"zone", toJson(zone)},
                     {"bsr", bsr ? toJson(bsr->ipAddr()) : nullptr},
-                    {"groups", listOf(advertised.groups)},
-                    {"leftOut", listOf(advertised.leftOut)},
+                    {"groups", toJson(advertised.groups)},
+                    {"leftOut", toJson(advertised.leftOut)},
                     {"nextAdvertisement", secondsBetween(view.now, advertised.next)}});
   }
   return json;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <vector>
 
 #include "platform/kiv/Table.h"
@@ -23,6 +24,14 @@ nlohmann::ordered_json toJson(const Type &value) {
 inline nlohmann::ordered_json toJson(const Pax::IpGenAddr &address) {
   if (address.isZero()) return nullptr;
   return Kiv::toText(Kiv::toValue(address));
+}
+
+/// The elements in their order.
+template <class Type>
+nlohmann::ordered_json toJson(const std::set<Type> &values) {
+  Rows json = Rows::array();
+  for (const Type &value : values) json.push_back(toJson(value));
+  return json;
 }
 
 /// Seconds to the millisecond; null for a time that is not set or never comes.
