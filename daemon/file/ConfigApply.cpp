@@ -12,21 +12,7 @@ namespace Routing::Pim::Bsr {
 namespace {
 
 // As the header has them.
-enum class Phase {
-  setTimes,
-  hold,
-  withdraw,
-  narrowAcls,
-  addAcls,
-  addEntries,
-  addBorders,
-  changeAcls,
-  deleteEntries,
-  deleteBorders,
-  deleteInterfaces,
-  deleteVrfs,
-  deleteAcls,
-};
+enum class Phase { setTimes, hold, withdraw, narrowAcls, addAcls, addEntries, changeAcls, deleteRest };
 
 struct Operation {
   Phase phase;
@@ -186,7 +172,7 @@ class Application {
       plan(Phase::withdraw, [=] { candidatesDel(*present, bridge); });
     }
     plan(Phase::addEntries, [=, &settings] { entriesIs(config(), settings); });
-    plan(Phase::deleteEntries, [=, &settings] {
+    plan(Phase::deleteRest, [=, &settings] {
       candidatesDel(config(), settings);
       deleteOthers(config().crpFilterAcl(), settings.crpFilterAcl,
                    [&](const auto &acl) { config().crpFilterAclDel(acl); });
@@ -226,8 +212,8 @@ class Application {
   }
 
   void planInterface(const Pax::IntfId &intfId, const IntfSettings &settings) {
-    plan(Phase::addBorders, [this, &intfId, &settings] { bordersIs(*coll_.intfConfigIs(intfId), settings); });
-    plan(Phase::deleteBorders, [this, &intfId, &settings] { bordersDel(*coll_.intfConfigIs(intfId), settings); });
+    plan(Phase::addEntries, [this, &intfId, &settings] { bordersIs(*coll_.intfConfigIs(intfId), settings); });
+    plan(Phase::deleteRest, [this, &intfId, &settings] { bordersDel(*coll_.intfConfigIs(intfId), settings); });
   }
 
   void planAcl(const std::string &name, const AclRules &rules) {
@@ -246,14 +232,11 @@ class Application {
     for (const auto &[vrf, config] : coll_.vrfConfig()) {
       if (!wanted_.vrfConfig.contains(vrf)) plan(Phase::withdraw, [config = config] { candidatesDel(*config, {}); });
     }
-    plan(Phase::deleteInterfaces, [this] {
+    plan(Phase::deleteRest, [this] {
       deleteOthers(coll_.intfConfig(), wanted_.intfConfig, [this](const auto &intfId) { coll_.intfConfigDel(intfId); });
-    });
-    plan(Phase::deleteVrfs, [this] {
       deleteOthers(coll_.vrfConfig(), wanted_.vrfConfig, [this](const auto &vrf) { coll_.vrfConfigDel(vrf); });
+      deleteOthers(acls_.acl(), wanted_.acl, [this](const auto &name) { acls_.aclDel(name); });
     });
-    plan(Phase::deleteAcls,
-         [this] { deleteOthers(acls_.acl(), wanted_.acl, [this](const auto &name) { acls_.aclDel(name); }); });
   }
 
   void rulesIs(const std::string &name, const AclRules &rules) {

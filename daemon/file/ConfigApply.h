@@ -10,20 +10,15 @@ namespace Routing::Pim::Bsr {
 /// Writes what differs, so an agent that runs hears only of changes. All operations are collected first and then done
 /// phase by phase, over all VRFs, interfaces and ACLs:
 ///
-///   setTimes          the hold time of a VRF, then the scoped-zone timeout, which is compared with it
-///   hold              an explicit entry for each zone and range that an interface keeps while all its sources are
-///                     exchanged
-///   withdraw          candidates, and sources of theirs, that go: before anybody else offers the same zone
-///   narrowAcls        groups that an ACL no longer permits, for the same reason
-///   addAcls           new ACLs: before entries that name them
-///   addEntries        new and changed candidates and filters: what held them is still there
-///   addBorders        new borders
-///   changeAcls        what else differs in ACLs: once their new users are there and the old ones are gone
-///   deleteEntries     the entries of `hold`, filters that go
-///   deleteBorders     borders that go
-///   deleteInterfaces  interfaces without a line of their own
-///   deleteVrfs        VRFs
-///   deleteAcls        ACLs: nothing names them any more
+///   setTimes    the hold time of a VRF, then the scoped-zone timeout, which is compared with it
+///   hold        an explicit entry for each zone and range that an interface keeps while all its sources are exchanged
+///   withdraw    candidates, and sources of theirs, that go: before anybody else offers the same zone
+///   narrowAcls  groups that an ACL no longer permits, for the same reason
+///   addAcls     new ACLs: before the entries that name them
+///   addEntries  new and changed candidates, filters and borders: what was held still is
+///   changeAcls  what else differs in ACLs: once their new users are there and the old ones are gone
+///   deleteRest  the entries of `hold`, filters and borders, then interfaces, VRFs, and the ACLs, which nobody names
+///   now
 ///
 /// So an interface is never without what it keeps, whichever source it comes from, and no zone is ever
 /// offered by two interfaces. Borders and filters may be incomplete meanwhile: no message comes in.

@@ -5,21 +5,23 @@
 #include <fstream>
 #include <sstream>
 
-#include "daemon/file/Checks.h"
+#include "daemon/file/Errors.h"
+#include "daemon/file/FileOffers.h"
 #include "daemon/file/MemberReader.h"
+#include "daemon/file/Warnings.h"
 
 namespace Routing::Pim::Bsr {
 
 namespace {
 
-/// The defaults that hang on other members.
+// The defaults that hang on other members.
 void compute(Configuration &configuration) {
   for (auto &[vrf, pim] : configuration.pim) {
     if (vrf.text() != L3::defaultVrf && pim.networkNamespace.empty()) pim.networkNamespace = vrf.text();
     configuration.vrfConfig.try_emplace(vrf);
   }
   for (auto &[vrf, settings] : configuration.vrfConfig) {
-    const uint32_t interval = largestInterval(settings);
+    const uint32_t interval = largestInterval(configuration, vrf);
     if (settings.holdTime == 0) settings.holdTime = interval == 0 ? VrfSettings().holdTime : holdTimeOf(interval);
     if (settings.szTimeout == 0) settings.szTimeout = 10 * settings.holdTime;
   }

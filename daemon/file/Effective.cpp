@@ -8,7 +8,7 @@ using nlohmann::ordered_json;
 
 namespace {
 
-/// Writes the members of one object.
+// Writes the members of one object.
 class MemberWriter {
  public:
   explicit MemberWriter(const Scope &scope) : scope_(scope) {}

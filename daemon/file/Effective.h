@@ -1,3 +1,4 @@
+/// What `show config` prints.
 #pragma once
 
 #include <nlohmann/json.hpp>

@@ -1,6 +1,5 @@
-#include <algorithm>
+#include "daemon/file/Errors.h"
 
-#include "daemon/file/Checks.h"
 #include "daemon/file/Entries.h"
 #include "daemon/file/FileOffers.h"
 #include "platform/linux/Namespace.h"
@@ -20,7 +19,7 @@ void findNamespacesTwice(const Configuration &configuration, Findings &findings)
   }
 }
 
-/// The zones of one VRF, with the interface that offers each.
+// The zones of one VRF, with the interface that offers each.
 class ZoneOwners {
  public:
   ZoneOwners(const Configuration &configuration, const Places &places, bool resolve, Findings &findings)
@@ -37,7 +36,7 @@ class ZoneOwners {
   }
 
  private:
-  /// An error, and false, where another interface has it.
+  // An error, and false, where another interface has it.
   template <class Key>
   bool claim(std::map<Key, Pax::IntfId> &owners, const Key &key, const Pax::IntfId &intfId, const std::string &entry,
              const std::string &what) {
@@ -72,15 +71,6 @@ void findErrors(const Configuration &configuration, const Places &places, Findin
       if (source.role == Role::candidateBsr) owners.sourceIs(source, entryOf(configuration, vrf, source));
     }
   }
-}
-
-uint32_t largestInterval(const VrfSettings &settings) {
-  uint32_t largest = 0;
-  for (const auto &[intfId, candidacy] : settings.bsrCandidateConfig) {
-    for (const auto &[zone, values] : candidacy.group) largest = std::max(largest, values.interval);
-    for (const auto &[acl, values] : candidacy.acl) largest = std::max(largest, values.interval);
-  }
-  return largest;
 }
 
 }  // namespace Routing::Pim::Bsr

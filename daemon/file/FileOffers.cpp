@@ -1,5 +1,7 @@
 #include "daemon/file/FileOffers.h"
 
+#include <algorithm>
+
 #include "platform/acl/AclToPrefix.h"
 
 namespace Routing::Pim::Bsr {
@@ -41,6 +43,12 @@ Sources sourcesOf(const Configuration &configuration, const L3::VrfName &vrf) {
 Offers offersOf(const Configuration &configuration, const L3::VrfName &vrf) {
   return offersOf(sourcesOf(configuration, vrf),
                   [&](const std::string &acl) { return permittedBy(configuration, acl); });
+}
+
+uint32_t largestInterval(const Configuration &configuration, const L3::VrfName &vrf) {
+  uint32_t largest = 0;
+  for (const Source &source : sourcesOf(configuration, vrf)) largest = std::max(largest, source.options.interval);
+  return largest;
 }
 
 PermittedPrefixes permittedBy(const AclRules &rules, Pax::AddressFamily family) {

@@ -33,7 +33,7 @@ void checkPresent(const Scope &scope, const L3::VrfName &vrf) {
   if (!scope.file.pim.contains(vrf)) throw RangeError("VRF " + vrf.text() + " is not in pim");
 }
 
-/// The only VRF of `pim` with an interface of this name.
+// The only VRF of `pim` with an interface of this name.
 std::optional<Pax::IntfId> onlyListed(const Configuration &file, const std::string &name) {
   std::optional<Pax::IntfId> only;
   for (const auto &[vrf, pim] : file.pim) {

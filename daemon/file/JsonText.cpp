@@ -8,7 +8,7 @@ using nlohmann::json;
 
 namespace {
 
-/// Builds the value from the parser's events, and knows where it is.
+// Builds the value from the parser's events, and knows where it is.
 class Builder : public nlohmann::json_sax<json> {
  public:
   Builder(std::string_view text, Findings &findings) : text_(text), findings_(findings) {}
@@ -44,7 +44,7 @@ class Builder : public nlohmann::json_sax<json> {
   }
 
  private:
-  /// An open object or array. `value` is null inside what is left out.
+  // An open object or array. `value` is null inside what is left out.
   struct Level {
     json *value;
     std::string path;
@@ -53,7 +53,7 @@ class Builder : public nlohmann::json_sax<json> {
 
   static constexpr size_t deepest = 32;  // far more than any configuration has
 
-  /// The parser's message without its own place: "[exception] parse error at line 1, column 2: reason".
+  // The parser's message without its own place: "[exception] parse error at line 1, column 2: reason".
   static std::string reason(std::string_view what) {
     for (const std::string_view end : {"] ", ": "}) {
       if (const size_t found = what.find(end); found != what.npos) what.remove_prefix(found + end.size());
@@ -61,7 +61,7 @@ class Builder : public nlohmann::json_sax<json> {
     return std::string(what);
   }
 
-  /// Puts a value into the innermost level; null where it is left out.
+  // Puts a value into the innermost level; null where it is left out.
   json *place(json &&value) {
     if (levels_.empty()) return &(root_ = std::move(value));
     Level &level = levels_.back();

@@ -1,3 +1,4 @@
+/// Where in the file each part of a configuration stands, for messages about it.
 #pragma once
 
 #include <map>

@@ -14,7 +14,7 @@ ordered_json texts(const Form<Type> &form) {
   return {{"type", "string"}, {"pattern", form.pattern}};
 }
 
-/// Notes the members of one object.
+// Notes the members of one object.
 class MemberSchema {
  public:
   explicit MemberSchema(const Scope &scope) : scope_(scope) {

@@ -1,3 +1,4 @@
+/// The JSON Schema of the configuration file.
 #pragma once
 
 #include <nlohmann/json.hpp>

@@ -1,6 +1,7 @@
+#include "daemon/file/Warnings.h"
+
 #include <algorithm>
 
-#include "daemon/file/Checks.h"
 #include "daemon/file/Entries.h"
 #include "daemon/file/FileOffers.h"
 #include "engine/CrpGoodbyes.h"
@@ -18,15 +19,14 @@ class WarningFinder {
         all_(Pax::allGroups(configuration.family)) {}
 
   void find() {
-    std::map<L3::VrfName, Offers> offers;
     for (const auto &[vrf, settings] : configuration_.vrfConfig) {
-      offers[vrf] = offersOf(configuration_, vrf);
-      checkTimes(entryPath({"vrfConfig", vrf.text()}), settings);
-      checkZones(vrf, offers[vrf]);
-      checkRanges(vrf, offers[vrf]);
+      const Offers offers = offersOf(configuration_, vrf);
+      checkTimes(vrf, settings);
+      checkZones(vrf, offers);
+      checkRanges(vrf, offers);
+      checkBorders(vrf, offers);
+      checkAcls(vrf, offers);
     }
-    for (const auto &[vrf, ofVrf] : offers) checkBorders(vrf, ofVrf);
-    for (const auto &[vrf, ofVrf] : offers) checkAcls(vrf, ofVrf);
   }
 
  private:
@@ -35,8 +35,9 @@ class WarningFinder {
     warn(entryOf(configuration_, vrf, offer.source), message);
   }
 
-  void checkTimes(const std::string &entry, const VrfSettings &settings) {
-    const uint32_t interval = largestInterval(settings);
+  void checkTimes(const L3::VrfName &vrf, const VrfSettings &settings) {
+    const std::string entry = entryPath({"vrfConfig", vrf.text()});
+    const uint32_t interval = largestInterval(configuration_, vrf);
     if (interval != 0 && settings.holdTime < holdTimeOf(interval)) {
       findings_.warning(entry + "/holdTime", std::to_string(settings.holdTime) + " is less than 2 x interval + 10 = " +
                                                  std::to_string(holdTimeOf(interval)));
@@ -64,7 +65,7 @@ class WarningFinder {
     }
   }
 
-  /// Ranges of one priority share an advertisement, where they are in one zone.
+  // Ranges of one priority share an advertisement, where they are in one zone.
   void checkRanges(const L3::VrfName &vrf, const Offers &offers) {
     std::map<Pax::IntfId, std::map<Pax::IpGenPrefix, Offers>> candidates;
     for (const Offer &offer : offers) {
