@@ -1,9 +1,11 @@
 #include "platform/pim/Codec.h"
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 
 #include "platform/pim/Wire.h"
+#include "platform/pim/Writer.h"
 
 namespace Routing::Pim::Packet {
 
@@ -26,8 +28,7 @@ const char *toText(DecodeError error) {
   return "unknown";
 }
 
-// The place in a message. Sizes are asked for first, with has(); what reads past that is the
-// caller's mistake.
+// The place in a message. Whoever reads asks with has() first: the reading functions check no size.
 class Codec::Cursor {
  public:
   Cursor(std::span<const uint8_t> bytes, Pax::AddressFamily family)
@@ -51,7 +52,7 @@ class Codec::Cursor {
     at_ += 4;
     return Wire::load32(at_ - 4);
   }
-  // The family that an encoded address begins with.
+  // The family with which an encoded address begins.
   Pax::AddressFamily announcedFamily() const { return Pax::AddressFamily{*at_}; }
 
   DecodeError unicast(Pax::IpGenAddr &address) {
@@ -64,7 +65,7 @@ class Codec::Cursor {
     const DecodeError error = unicast(address);
     return error == DecodeError::none && address.isLinkLocal() ? DecodeError::linkLocal : error;
   }
-  // Into the fields in place: a copy of what has just been written by bytes would wait for it.
+  // Writes the fields in place: copying what was just written byte by byte would stall.
   DecodeError group(Pax::IpGenPrefix &prefix, bool &adminScope, bool &bidir) {
     if (const DecodeError error = encoding(); error != DecodeError::none) return error;
     const uint8_t flags = u8();
@@ -99,7 +100,7 @@ class Codec::Cursor {
 
 namespace {
 
-// Entries of the other family are of no use here; of a family unknown, not even the size is known.
+// Entries of the other family are of no use here. Of an unknown family not even the size is known.
 template <class Cursor>
 DecodeError readAddressList(Cursor in, std::vector<Pax::IpGenAddr> &list) {
   while (in.left() > 0) {
@@ -248,6 +249,13 @@ Codec::Result Codec::decode(std::span<const uint8_t> payload, const Pax::IpGenAd
   result.message->sourceIs(source);
   result.message->destinationIs(destination);
   return result;
+}
+
+void Codec::encode(const Message &message, const Pax::IpGenAddr &source, const Pax::IpGenAddr &destination,
+                   std::vector<uint8_t> &bytes) const {
+  write(message, family_, bytes);
+  const auto checksum = static_cast<uint16_t>(~Wire::checksumOf(bytes, source, destination));
+  std::memcpy(bytes.data() + Wire::checksumOffset, &checksum, sizeof checksum);
 }
 
 }  // namespace Routing::Pim::Packet

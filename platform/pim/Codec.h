@@ -1,4 +1,4 @@
-/// The wire form of the PIM messages (RFC 5059 section 4, RFC 7761 section 4.9).
+/// The wire form of PIM messages (RFC 5059 section 4, RFC 7761 section 4.9): bytes to records and back.
 #pragma once
 
 #include <cstdint>
@@ -9,14 +9,14 @@
 
 namespace Routing::Pim::Packet {
 
-/// Why bytes are no message. The name of each is given by toText().
+/// Why bytes are not a message. Each drops the whole packet: nothing of a malformed message reaches the agent.
 enum class DecodeError : uint8_t {
   none,
   truncated,  ///< shorter than its fields, or a block's list is cut short
   version,    ///< not PIM version 2
   checksum,
-  type,          ///< a type that this agent does not read
-  family,        ///< an unknown family, or another than the packet's
+  type,          ///< a message type that is not read here, such as Join/Prune; nothing is wrong with it
+  family,        ///< an unknown address family, or not that of the packet
   encoding,      ///< an encoding other than 0
   maskLength,    ///< longer than the address
   group,         ///< outside 224.0.0.0/4 or ff00::/8
@@ -25,12 +25,16 @@ enum class DecodeError : uint8_t {
   counts,        ///< a fragment RP count above the RP count
   partialTwice,  ///< two partial blocks of one prefix
 };
-inline constexpr size_t decodeErrors = 13;
+inline constexpr size_t decodeErrors = 13;  ///< `none` included
+/// "truncated", "mask length" and so on; traces and counters name the errors so.
 const char *toText(DecodeError error);
 
-/// Decodes and encodes the messages of one family. Decoded Bootstrap messages come from a small
-/// pool: one that nobody holds any more is filled anew, with all its blocks and lists, so that in
-/// steady state decoding allocates nothing.
+/// Decodes and encodes the messages of one address family. Owned by a packet port. It knows nothing of interfaces
+/// and neighbors, and judges no more than the form of a message.
+///
+/// Decoded Bootstrap messages come from a small pool: one that nobody holds any longer is filled anew, with all
+/// its blocks and lists, so in steady state decoding allocates nothing. A message that somebody still holds is
+/// never changed, nor is a block or list of it.
 class Codec {
  public:
   explicit Codec(Pax::AddressFamily family) : family_(family) {}
@@ -39,26 +43,28 @@ class Codec {
     Kiv::Ptr<Message> message;  ///< null when there is an error
     DecodeError error = DecodeError::none;
   };
-  /// `payload` begins with the PIM header. For IPv6 the checksum covers the pseudo-header of the
-  /// two addresses, which are also written into the record.
+  /// `payload` begins with the PIM header. The addresses are those of the packet: for IPv6 the checksum covers
+  /// them, and they are written into the record. Never throws, whatever the bytes are.
   Result decode(std::span<const uint8_t> payload, const Pax::IpGenAddr &source, const Pax::IpGenAddr &destination);
 
-  /// Replaces `bytes` by the message, checksum included. The addresses are the packet's.
+  /// Replaces `bytes` by the wire form of the message, checksum included. The addresses are those of the packet
+  /// that will carry it; those in the record are ignored.
   void encode(const Message &message, const Pax::IpGenAddr &source, const Pax::IpGenAddr &destination,
               std::vector<uint8_t> &bytes) const;
 
  private:
   class Cursor;
-  /// More messages than these, all held at once, are not kept for filling anew.
+  /// The size of the pool. Messages beyond it, when all of it is held, are not reused.
   static constexpr size_t poolMost = 64;
 
+  /// A message that nobody else holds: one of the pool, or a new one.
   Kiv::Ptr<BootstrapMessage> recycled();
   DecodeError readBootstrap(Cursor &in, bool forward, BootstrapMessage &message);
   DecodeError readBlock(Cursor &in, BootstrapGroupData &block);
 
   const Pax::AddressFamily family_;
   std::vector<Kiv::Ptr<BootstrapMessage>> pool_;
-  size_t lastTaken_ = 0;                   // where in the pool; the next is the likeliest to be free
+  size_t lastTaken_ = 0;                   // place in the pool; the next is the likeliest to be free
   std::vector<Pax::IpGenPrefix> partial_;  // prefixes of the partial blocks of one message
 };
 

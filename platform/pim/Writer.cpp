@@ -1,47 +1,10 @@
+#include "platform/pim/Writer.h"
+
 #include <algorithm>
 
-#include "platform/pim/Codec.h"
 #include "platform/pim/Wire.h"
 
 namespace Routing::Pim::Packet {
-
-namespace Wire {
-
-uint16_t checksumOf(std::span<const uint8_t> message, const Pax::IpGenAddr &source, const Pax::IpGenAddr &destination) {
-  uint64_t sum = 0;
-  const auto add = [&sum](std::span<const uint8_t> bytes) {
-    size_t at = 0;
-    for (; at + 4 <= bytes.size(); at += 4) {
-      uint32_t word;
-      std::memcpy(&word, bytes.data() + at, 4);
-      sum += word;
-    }
-    uint8_t rest[4] = {};
-    std::copy(bytes.begin() + static_cast<std::ptrdiff_t>(at), bytes.end(), rest);
-    uint32_t word;
-    std::memcpy(&word, rest, 4);
-    sum += word;
-  };
-  if (source.af() == Pax::AddressFamily::ipv6) {
-    add(source.bytes());
-    add(destination.bytes());
-    const size_t size = message.size();
-    const uint8_t lengthAndProtocol[8] = {static_cast<uint8_t>(size >> 24),
-                                          static_cast<uint8_t>(size >> 16),
-                                          static_cast<uint8_t>(size >> 8),
-                                          static_cast<uint8_t>(size),
-                                          0,
-                                          0,
-                                          0,
-                                          protocol};
-    add(lengthAndProtocol);
-  }
-  add(message);
-  while (sum >> 16) sum = (sum & 0xffff) + (sum >> 16);
-  return static_cast<uint16_t>(sum);
-}
-
-}  // namespace Wire
 
 namespace {
 
@@ -113,17 +76,14 @@ void write(Writer &out, const CrpAdvMessage &message) {
 
 }  // namespace
 
-void Codec::encode(const Message &message, const Pax::IpGenAddr &source, const Pax::IpGenAddr &destination,
-                   std::vector<uint8_t> &bytes) const {
+void write(const Message &message, Pax::AddressFamily family, std::vector<uint8_t> &bytes) {
   bytes.clear();
-  Writer out(bytes, family_);
+  Writer out(bytes, family);
   switch (message.type()) {
-    case MessageType::hello: write(out, static_cast<const HelloMessage &>(message), family_); break;
+    case MessageType::hello: write(out, static_cast<const HelloMessage &>(message), family); break;
     case MessageType::bootstrap: write(out, static_cast<const BootstrapMessage &>(message)); break;
     case MessageType::crpAdv: write(out, static_cast<const CrpAdvMessage &>(message)); break;
   }
-  const auto checksum = static_cast<uint16_t>(~Wire::checksumOf(bytes, source, destination));
-  std::memcpy(bytes.data() + Wire::checksumOffset, &checksum, sizeof checksum);
 }
 
 }  // namespace Routing::Pim::Packet
