@@ -1,5 +1,6 @@
-/// Access lists as operators configure them: rules by sequence number, the first that matches
-/// decides, and what no rule matches is denied.
+/// Access lists as operators configure them. The rules of a list apply in the order of their sequence numbers,
+/// whatever the order in which they were added; the first that matches decides, and what no rule matches is
+/// denied. Written by the configuration, read by everybody else.
 #pragma once
 
 #include <string>
@@ -10,6 +11,7 @@
 
 namespace Acl {
 
+/// Bounds of the two 24-bit identifiers of a rule.
 struct VniRule {
   using Rep = uint32_t;
   static constexpr uint64_t least = 0, most = 16777215;
@@ -23,8 +25,8 @@ struct TniRule : VniRule {
 enum class Action : uint8_t { permit, deny };
 std::ostream &operator<<(std::ostream &out, Action action);
 
-/// What a rule matches. Only the source field decides what an ACL permits here; a source of length
-/// zero matches every address of the family.
+/// What a rule matches. Only the source decides what an ACL permits here; the identifiers are kept and shown. A
+/// source of length zero matches every address of its family, an empty one matches nothing.
 struct IpFilterBase {
   Pax::IpGenPrefix source;
   Pax::Ranged<VniRule> vni{};  ///< virtual network identifier, 24 bits
@@ -37,16 +39,18 @@ struct IpRule {
   IpFilterBase filter;
   bool operator==(const IpRule &) const = default;
 };
+/// "permit 10.0.0.0/8", "deny any".
 std::ostream &operator<<(std::ostream &out, const IpRule &rule);
 
-/// One set of rules. It may be changed in place, or built aside and put in force whole through
-/// `AclConfig::currCfg`.
+/// One set of rules. It may be changed in place, rule by rule, or built aside and put in force as a whole by
+/// setting `AclConfig::currCfg`.
 class AclSubConfig : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(values, uint32_t, IpRule, ruleBySequence, RuleBySequence)
   KIV_ENTITY(AclSubConfig, ATTRIBUTES)
 #undef ATTRIBUTES
 };
 
+/// An ACL and its rules in force. Without a `currCfg` it permits nothing.
 class AclConfig : public Kiv::NamedEntity {
  public:
   using NamedEntity::NamedEntity;

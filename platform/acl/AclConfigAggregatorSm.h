@@ -1,4 +1,4 @@
-/// One ACL configuration out of several.
+/// Makes one ACL configuration of several: the ACLs that operators entered, and those that other inputs bring.
 #pragma once
 
 #include <map>
@@ -10,8 +10,9 @@
 
 namespace Acl {
 
-/// Merges the inputs of a directory and what operators entered into `aclConfig`. An ACL that several
-/// of them have is that of the operators, or else of the input that was there first.
+/// Merges the inputs of a directory and what operators entered (`cli`) into `aclConfig`, which nobody else may
+/// write. If several have an ACL of one name, the operators' counts, or else that of the input that was there
+/// first. Rules come over as a whole: `currCfg` is shared, not copied. When it goes, `aclConfig` stays as it is.
 class AclConfigAggregatorSm {
  public:
   AclConfigAggregatorSm(const Kiv::Ptr<const Kiv::Dir<Input::Config>> &input, const Kiv::Ptr<const Input::Config> &cli,
@@ -25,8 +26,11 @@ class AclConfigAggregatorSm {
   class KivDir;
   class KivAcl;
 
+  /// An input came or went.
   void handleInput(const std::string &name);
+  /// An ACL came to one of the inputs or left it.
   void handleAcl(const std::string &acl);
+  /// The ACL of this name that counts, or null.
   Kiv::Ptr<const AclConfig> inForce(const std::string &acl) const;
 
   const Kiv::Ptr<const Kiv::Dir<Input::Config>> input_;

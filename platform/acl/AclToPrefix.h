@@ -8,10 +8,10 @@
 
 namespace AclPrefix {
 
-/// Takes the rules of one ACL in the order of their sequence numbers and yields what they permit
-/// together: what an earlier rule has decided is out of the reach of the later ones, and the rest is
-/// denied. Works on sets of address intervals, so neighbouring permitted ranges become one prefix
-/// where they fill it, and a hole becomes the prefixes around it.
+/// Takes the rules of one ACL in the order of their sequence numbers and says what they permit together. What an
+/// earlier rule has decided is out of reach of the later ones; what no rule decides is denied. It works on sets
+/// of address intervals, so adjacent permitted ranges become one prefix if they fill it, and a hole becomes the
+/// prefixes around it.
 class AclToPrefix {
  public:
   /// A family other than IPv4 and IPv6 is fatal.

@@ -1,5 +1,5 @@
-/// The unicast tables of a VRF, as they are mounted. A route is asked for per address; the table is
-/// not mirrored, so what is mounted is the way to ask.
+/// The unicast tables of a VRF, as they are mounted. Written by the platform when PIM comes up in the VRF. The
+/// agent never mirrors a table but asks for one address at a time, so what is mounted is the way to ask.
 #pragma once
 
 #include "platform/kiv/Attributes.h"
@@ -9,7 +9,7 @@ namespace Flume {
 
 namespace Fib {
 
-/// "routing/status", and "routing/vrf/status/NAME" outside the default VRF.
+/// "routing/status", or "routing/vrf/status/NAME" outside the default VRF.
 class RouteStatus : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(pointer, Routing::RouteLookup, routes, Routes)
   KIV_ENTITY(RouteStatus, ATTRIBUTES)

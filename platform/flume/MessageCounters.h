@@ -1,4 +1,5 @@
-/// The message-counter table of one VRF: what its packet channel received, dropped and sent.
+/// The message-counter table of one VRF ("bsr"): what its packet channel received, dropped and sent. Counters
+/// only grow, and wrap at 32 bits; an operator's `clear counters` sets them to zero.
 #pragma once
 
 #include <array>
@@ -9,22 +10,23 @@
 
 namespace Routing::Pim::Flume {
 
-/// Packets that were dropped before they reached any consumer, by reason, and those handed on.
+/// A packet that arrives counts in exactly one of the fields: in `received` when a consumer got it, otherwise in
+/// the one that says why none did. Plain numbers, since nobody reacts to them.
 struct PacketCounters {
   uint32_t received = 0;
-  uint32_t sent = 0;
+  uint32_t sent = 0;  ///< messages; one that leaves in several packets counts once
   uint32_t sendFailed = 0;
   uint32_t malformed = 0;  ///< the codec's reasons are in malformedBy
   uint32_t wrongFamily = 0;
   uint32_t pimOff = 0;           ///< PIM is not on at the arrival interface
-  uint32_t noConsumer = 0;       ///< a type that nobody takes: not read here (Join/Prune, ...), or no consumer
+  uint32_t noConsumer = 0;       ///< nobody takes the type: it is not read here (Join/Prune, ...) or has no consumer
   uint32_t noFwdNoHello = 0;     ///< no-forward Bootstrap message from a source without Hello state
   uint32_t noFwdOwnAddress = 0;  ///< no-forward Bootstrap message that names us as BSR
-  uint32_t badHello = 0;         ///< not to ALL-PIM-ROUTERS, or from an address that is no neighbour's
+  uint32_t badHello = 0;         ///< not to ALL-PIM-ROUTERS, or from an address that no neighbor can have
   std::array<uint32_t, Packet::decodeErrors> malformedBy{};
 };
 
-/// Written by the packet channel, read by whoever shows it.
+/// Written by the packet channel, read by whatever shows it. Nobody is notified.
 class MessageCounters : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE)
   KIV_ENTITY(MessageCounters, ATTRIBUTES)

@@ -1,4 +1,5 @@
-/// The source-interface tracker: the candidate address of the interfaces that somebody asked for.
+/// The source-interface tracker: the address that a candidate takes from an interface, for the interfaces that
+/// somebody asked for.
 #pragma once
 
 #include <map>
@@ -8,21 +9,14 @@
 
 namespace Ip {
 
-/// The address of one interface; zero while the interface is not there or has none.
+/// The address of one interface, zero while the interface is not there or has none. Written by SourceIntfSm alone.
 class SourceIntf : public Kiv::Entity {
- public:
-  explicit SourceIntf(const Pax::IntfId &intfId) : intfId_(intfId) {}
-  const Pax::IntfId &intfId() const { return intfId_; }
-
 #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(value, Pax::IpGenAddr, ipAddr, IpAddr, {})
   KIV_ENTITY(SourceIntf, ATTRIBUTES)
 #undef ATTRIBUTES
-
- private:
-  const Pax::IntfId intfId_;
 };
 
-/// The tracked interfaces of one VRF.
+/// The tracked interfaces of one VRF, under the name of the VRF.
 class SourceIntfDir : public Kiv::NamedEntity {
  public:
   using NamedEntity::NamedEntity;
@@ -31,9 +25,10 @@ class SourceIntfDir : public Kiv::NamedEntity {
 #undef ATTRIBUTES
 };
 
-/// Keeps a directory true to the interface status of the VRF. One per running VRF. An interface that
-/// vanishes reports address zero; the entry stays and takes the address of the one that comes under
-/// the same name.
+/// Keeps the directory in step with the interface status of the VRF. One per running VRF, owned by its machines;
+/// the directory outlives it and keeps what it says last. When an interface vanishes its entry stays, with
+/// address zero, and takes the address of the next interface of that name. Tracking never ends before the
+/// tracker does.
 class SourceIntfSm {
  public:
   SourceIntfSm(const Kiv::Ptr<SourceIntfDir> &sourceIntfDir, const Kiv::Ptr<const AllIntfStatusDir> &allIntfStatusDir);
@@ -41,7 +36,7 @@ class SourceIntfSm {
   SourceIntfSm(const SourceIntfSm &) = delete;
   SourceIntfSm &operator=(const SourceIntfSm &) = delete;
 
-  /// Tracks the interface from now on, whether it exists or not; the entry is up to date on return.
+  /// Tracks the interface from now on, whether it exists or not. The entry is up to date on return.
   Kiv::Ptr<const SourceIntf> sourceIntfIs(const Pax::IntfId &intfId);
   /// The interface's address now, whether it is tracked or not; zero while it has none.
   Pax::IpGenAddr ipAddr(const Pax::IntfId &intfId) const;

@@ -1,4 +1,5 @@
-/// The VRFs of the system, their network namespaces and interfaces.
+/// The VRFs of the system, their network namespaces and interfaces. Written by the platform; the agent mounts
+/// them to find out when a VRF has what it needs.
 #pragma once
 
 #include "platform/ip/IntfStatus.h"
@@ -6,16 +7,18 @@
 
 namespace Ip {
 
+/// One VRF of this router. It is in the collection as long as it is configured.
 class VrfStatusLocal : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE)                                            \
   /* empty for the default VRF */                                        \
   ATTRIBUTE(value, Pax::NamespaceName, namespaceName, NamespaceName, {}) \
+  /* and can be entered */                                               \
   ATTRIBUTE(value, bool, namespaceExists, NamespaceExists, false)
   KIV_ENTITY(VrfStatusLocal, ATTRIBUTES)
 #undef ATTRIBUTES
 };
 
-/// "ip/vrf/status/local".
+/// "ip/vrf/status/local": the VRFs of this router.
 class AllVrfStatusLocal : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, L3::VrfName, VrfStatusLocal, vrfStatus, VrfStatus)
   KIV_ENTITY(AllVrfStatusLocal, ATTRIBUTES)
@@ -26,8 +29,8 @@ class AllVrfStatusLocal : public Kiv::Entity {
 
 namespace Interface {
 
-/// "interface/status/all": the interfaces by VRF. A VRF is in it once all its interfaces and
-/// addresses are known.
+/// "interface/status/all": the interfaces of each VRF. A VRF comes into it only when all its interfaces and
+/// addresses are known, so a reader never takes a missing one for a deleted one.
 class AllIntfStatusDir : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE) \
   ATTRIBUTE(values, L3::VrfName, Kiv::Ptr<Ip::AllIntfStatusDir>, vrfIntfStatus, VrfIntfStatus)
@@ -39,7 +42,7 @@ class AllIntfStatusDir : public Kiv::Entity {
 
 namespace KernelNetInfo {
 
-/// "kni/ns/NAMESPACE/status": the kernel's interfaces of one network namespace.
+/// "kni/ns/NAMESPACE/status": the kernel's interfaces in one network namespace.
 class Status : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(pointer, Ip::AllIntfStatusDir, devices, Devices)
   KIV_ENTITY(Status, ATTRIBUTES)

@@ -1,22 +1,28 @@
-/// The declaration of an entity's attributes.
+/// How an entity declares its attributes.
 ///
-/// An entity lists them once, in a macro ATTRIBUTES(ATTRIBUTE) that applies its argument to each, as in
-/// ATTRIBUTE(value, Pax::IpGenAddr, ipAddr, IpAddr, {}), and then says KIV_ENTITY(Class, ATTRIBUTES).
+///   class Lamp : public Kiv::Entity {
+///   #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(value, bool, on, On, false) ATTRIBUTE(counter, blown, Blown)
+///     KIV_ENTITY(Lamp, ATTRIBUTES)
+///   #undef ATTRIBUTES
+///   };
 ///
-/// The kinds, with what each gives beside its virtual on<Name> in Notifiee:
+/// The list is the only place that names an attribute: accessors, Notifiee, replay, description and access by
+/// name all come from it. The kinds, and what each gives beside the virtual on<Name> of Notifiee:
 ///
 ///   value(Type, name, Name, initial)   name(), nameIs(value); an equal value does not notify
 ///   pointer(Type, name, Name)          the same for a Ptr<Type>; notifies when the pointer changes
 ///   counter(name, Name)                uint32_t name(), nameIs(value), nameInc(n); Inc notifies always
 ///   child(Type, name, Name)            Ptr<Type> name(), nameIs(entityName) creates, nameDel()
-///   set(Key, name, Name)               name() the table, name(key) is it in, nameIs(key[, true]), nameDel(key)
-///   values(Key, Type, name, Name)      name() the table, name(key) pointer or null, nameIs(key, value), nameDel(key)
-///   map(Key, Type, name, Name)         name() the table, name(key) Ptr or empty, nameIs(key) creates or
-///                                      finds, nameDel(key), nameDelAll()
+///   set(Key, name, Name)               name() the table, name(key) is it in, nameIs(key[, true])
+///   values(Key, Type, name, Name)      name() the table, name(key) pointer or null, nameIs(key, value)
+///   map(Key, Type, name, Name)         name() the table, name(key) Ptr or empty, nameIs(key) creates or finds
 ///
-/// Collections notify with the key, after the element has come or gone; deleting what is not there
-/// does nothing. A key is copied before reactors are told, so it may be a part of what they delete.
-/// A map element is constructed with its key where its class takes one.
+/// The last three are collections, with nameDel(key) and nameDelAll() too. They notify with the key, after the
+/// element has come or gone; deleting what is not there does nothing. The key is copied before reactors are
+/// told, so it may be part of an element that they delete. A map element is constructed with its key if its
+/// class takes one, a child with its name.
+///
+/// Pointers and children are not written by name, and collections neither: only scalars are.
 #pragma once
 
 #include "platform/kiv/Entity.h"
@@ -24,8 +30,8 @@
 
 namespace Kiv {
 
-/// What an attribute starts with: `{}` is the default of its type, whatever else the type could
-/// make of empty braces.
+/// What an attribute starts with. `{}` always means the default of the attribute's type, never what some
+/// constructor makes of empty braces.
 template <class Type>
 struct Initial {
   Initial() = default;
@@ -34,6 +40,7 @@ struct Initial {
   Type value{};
 };
 
+/// A new map element or child, constructed with its key if its class takes one.
 template <class Type, class Key>
 Ptr<Type> makeElement(const Key &key) {
   if constexpr (std::is_constructible_v<Type, const Key &>) {
@@ -43,7 +50,7 @@ Ptr<Type> makeElement(const Key &key) {
   }
 }
 
-/// An element of a `values` collection; a reference to an entity is described as that entity.
+/// Describes an element of a `values` collection; a Ptr to an entity is described as that entity.
 template <class Key, class Type>
 void describeElement(Visitor &visitor, const Key &key, const Type &value) {
   visitor.element(toValue(key), toValue(value));
@@ -55,6 +62,7 @@ void describeElement(Visitor &visitor, const Key &key, const Ptr<Type> &entity) 
 
 }  // namespace Kiv
 
+/// Ends the declaration of an entity; what follows it is public.
 #define KIV_ENTITY(Class, ATTRIBUTES)                                                                                 \
  public:                                                                                                              \
   class Notifiee : public ::Kiv::NotifieeOf<Class> {                                                                  \
@@ -243,7 +251,7 @@ void describeElement(Visitor &visitor, const Key &key, const Ptr<Type> &entity) 
 #define KIV_REPLAY_map(Key, Type, name, Name) KIV_REPLAY_COLLECTION(Key, name, Name)
 #define KIV_MEMBER_map(Key, Type, name, Name) ::Kiv::Table<Key, ::Kiv::Ptr<Type>> name##_;
 
-/// A field of a plain record: name() and nameIs(value), no notification.
+/// A field of a plain record, which nobody watches: name() and nameIs(value). What follows it is public.
 #define KIV_FIELD(Type, name, initial)                  \
  public:                                                \
   const Type &name() const { return name##_; }          \

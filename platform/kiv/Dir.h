@@ -1,4 +1,4 @@
-/// A directory: entities of one type by name.
+/// A directory: entities of one type, each under a name that whoever adds it chooses. It owns what is in it.
 #pragma once
 
 #include <string>

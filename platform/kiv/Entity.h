@@ -1,12 +1,12 @@
 /// Entities: plain classes with attributes whose changes are notified to reactors.
 ///
-/// An entity declares its attributes once (platform/kiv/Attributes.h) and so gets accessors, a
-/// `Notifiee` class with one virtual `on<Attribute>` each, and its description for generic access.
-/// Writing notifies synchronously: every reactor has been told, and everything that it wrote in
-/// turn has been told, before the setter returns. Nothing is queued or merged. Reactors are told
-/// in the order of their attachment; one that attaches while a notification runs is not told of
-/// that one; one that goes while it runs is skipped. A reactor may be destroyed in its own callback,
-/// also during a replay.
+/// An entity declares its attributes once (platform/kiv/Attributes.h) and so gets accessors, a `Notifiee` class
+/// with a virtual function `on<Attribute>` for each, and its description for access by name.
+///
+/// Writing notifies synchronously: before the setter returns, every reactor has been told, and so has everybody
+/// who reacts to what those reactors wrote. Nothing is queued or merged. Reactors are told in the order in which
+/// they were attached. One that is attached during a notification is not told of that change; one that is
+/// detached before its turn is skipped. A reactor may be destroyed in its own callback, during a replay too.
 #pragma once
 
 #include <string>
@@ -19,8 +19,8 @@ namespace Kiv {
 
 class Entity;
 
-/// The link of a reactor in its entity's list. Holds the entity, and leaves the list with its own
-/// destruction.
+/// A reactor's place in the list of its entity. It keeps the entity alive while attached; the entity does not
+/// own it. Its destruction detaches it.
 class NotifieeLink {
  public:
   NotifieeLink(const NotifieeLink &) = delete;
@@ -29,7 +29,7 @@ class NotifieeLink {
  protected:
   NotifieeLink() = default;
   virtual ~NotifieeLink() { attach(nullptr); }
-  /// Moves to the end of the list of `entity`, or out of any list.
+  /// Detaches from any list, then joins the end of the list of `entity` if there is one. Tells nothing.
   void attach(Ptr<const Entity> entity);
   const Entity *entity() const { return entity_.get(); }
 
@@ -40,29 +40,35 @@ class NotifieeLink {
   NotifieeLink *next_ = nullptr;
 };
 
+/// Base of all entities. Each attribute has one writer by agreement, which is not checked; everybody else holds
+/// the entity as const and reacts. KIV_ENTITY implements the first three functions.
 class Entity : public Counted {
  public:
-  /// The class name, for example "PimBsmStatus".
+  /// The name of the class, for example "PimBsmStatus".
   virtual const char *fwkType() const = 0;
+  /// Shows every attribute to the visitor, pointers aside: those are of somebody else's state.
   virtual void describe(Visitor &visitor) const = 0;
-  /// Generic write of a scalar by its name. False when there is no such attribute; throws
-  /// RangeError for a value that the attribute's type does not allow.
+  /// Writes a scalar attribute by name, and notifies as its setter does. False when there is no such attribute;
+  /// throws RangeError, and changes nothing, when the attribute's type does not allow the value.
   virtual bool attributeIs(std::string_view name, const Value &value) = 0;
   /// Entities are not replicated to a second supervisor.
   bool hasBackupSupport() const { return false; }
 
  protected:
-  /// One notification under way; keeps the entity alive and its own place in the list right.
+  /// A notification under way, on the stack of notify() or replay(). It keeps the entity alive, and a reactor
+  /// that is detached meanwhile moves it on. Notifications of one entity nest.
   class Notification {
    public:
-    /// Of every reactor attached now.
+    /// For every reactor that is attached now.
     explicit Notification(const Entity &entity);
-    /// Of this one.
+    /// For this reactor alone.
     Notification(const Entity &entity, NotifieeLink &only);
     ~Notification() { entity_->running_ = outer_; }
+    /// The next reactor to be told, or null.
     NotifieeLink *next();
     /// Whether a reactor is left to be told.
     bool pending() const { return next_ != nullptr; }
+    /// The reactor is being detached.
     void skip(const NotifieeLink *link);
     Notification *outer() const { return outer_; }
 
@@ -73,6 +79,7 @@ class Entity : public Counted {
     Notification *outer_;
   };
 
+  /// Calls `on` of every reactor. Costs one branch when there is none.
   template <class Notifiee, class... Arguments>
   void notify(void (Notifiee::*on)(Arguments...), const std::type_identity_t<Arguments> &...arguments) const {
     if (!first_) return;
@@ -88,7 +95,7 @@ class Entity : public Counted {
   mutable Notification *running_ = nullptr;
 };
 
-/// An entity that was given a name of its own.
+/// An entity with a name of its own, given at its creation and never changed.
 class NamedEntity : public Entity {
  public:
   explicit NamedEntity(std::string name) : name_(std::move(name)) {}
@@ -98,16 +105,19 @@ class NamedEntity : public Entity {
   std::string name_;
 };
 
-/// Base of every entity's `Notifiee`. Attaching is quiet (notifierIs) for a reactor that does its
-/// own full synchronisation, or with a replay that tells it of every element of every collection
-/// as if it were new; a reactor asks for the replay at the end of its own construction.
+/// Base of every entity's `Notifiee`, and so of every reactor. Attaching is quiet: the reactor synchronizes
+/// itself with what is there already, or calls notifierReplay().
 template <class EntityType>
 class NotifieeOf : public NotifieeLink {
  public:
+  /// The entity that it is attached to, or null.
   const EntityType *notifier() const { return static_cast<const EntityType *>(entity()); }
+  /// Attaches to the entity instead of any other, or to none. Nothing is told.
   void notifierIs(const Ptr<const EntityType> &entity) { attach(entity); }
 
  protected:
+  /// Tells this reactor of every element of every collection as if it were new. Virtual functions are called, so
+  /// the final class does it last in its constructor, or later.
   void notifierReplay() {
     if (notifier()) notifier()->replay(static_cast<typename EntityType::Notifiee &>(*this));
   }

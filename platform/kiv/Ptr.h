@@ -1,7 +1,8 @@
 /// Reference-counted ownership of entities and packet records.
 ///
-/// The count lives in the object and is not atomic: every object belongs to the one thread of
-/// its agent. An object taken out of its collection lives on while somebody holds a Ptr to it.
+/// The count lives in the object and is not atomic: everything runs on one thread. An object that has been
+/// taken out of its collection lives on while somebody holds a Ptr to it. Two objects that hold each other are
+/// never destroyed, so whoever is owned refers back by a plain reference.
 #pragma once
 
 #include <cstddef>
@@ -11,8 +12,8 @@
 
 namespace Kiv {
 
-/// Base of everything that a Ptr can hold. Starts with a count of zero; the first Ptr owns it, so a
-/// constructor hands out no Ptr to its own object.
+/// Base of everything that a Ptr can hold. The count starts at zero and the first Ptr takes ownership, so a
+/// constructor must not hand out a Ptr to its own object: the object would be destroyed when that Ptr goes.
 class Counted {
  public:
   Counted() = default;
@@ -34,6 +35,9 @@ class Counted {
   mutable uint32_t refCount_ = 0;
 };
 
+/// A shared owner of an object, or empty. Moving one costs nothing, copying one counts. Like a plain pointer
+/// it converts to a Ptr of a base or to const; using an empty one is undefined. Two are equal when they hold
+/// the same object, whatever that contains.
 template <class T>
 class Ptr {
  public:
@@ -75,7 +79,7 @@ class Ptr {
   T *object_ = nullptr;
 };
 
-/// The only way entities come into being: on the heap, owned by the Ptr returned.
+/// Creates an object on the heap, owned by the Ptr returned. Entities come into being only this way.
 template <class T, class... Arguments>
 Ptr<T> make(Arguments &&...arguments) {
   return Ptr<T>(new T(std::forward<Arguments>(arguments)...));

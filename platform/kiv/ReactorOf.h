@@ -1,4 +1,4 @@
-/// A reactor that hands what it is told on to whoever owns it.
+/// A reactor that passes on what it is told to its owner.
 ///
 ///   class KivStatus : public Kiv::ReactorOf<Status, Machine> {
 ///     using ReactorOf::ReactorOf;
@@ -11,9 +11,9 @@
 
 namespace Kiv {
 
-/// A member of its owner, and goes with it. Attaches quietly, since most owners do the first full
-/// synchronisation themselves; one that wants to be told of the elements present calls
-/// `notifierReplay()` in a constructor of its own. Without an entity it waits for notifierIs().
+/// A member of its owner, so it goes with it. It attaches quietly, since most owners do the first full
+/// synchronization themselves; one that wants to hear of the elements present calls notifierReplay() in a
+/// constructor of its own. Without an entity it waits for notifierIs().
 template <class EntityType, class Owner>
 class ReactorOf : public EntityType::Notifiee {
  public:

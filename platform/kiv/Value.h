@@ -1,4 +1,7 @@
-/// Attribute values in the general form in which they are shown and set by name.
+/// Attribute values in a general form, for reading and writing attributes by name.
+///
+/// What shows the state store, saves it or takes values from a file knows only this form. Everything else uses
+/// the typed accessors of the entities, which never come here.
 #pragma once
 
 #include <concepts>
@@ -13,12 +16,13 @@
 
 namespace Kiv {
 
-/// Numbers and truth values as themselves, every other type as its text.
+/// Numbers and booleans as themselves, every other type as text.
 using Value = std::variant<bool, uint64_t, double, std::string>;
 
-/// The text of a value as operators read it.
+/// The value as operators read it: "true", "42", "10.0.0.1".
 std::string toText(const Value &value);
 
+/// The general form of a typed value: of an enumeration or an address, what `<<` prints.
 template <class T>
 Value toValue(const T &value) {
   if constexpr (std::is_same_v<T, bool>) {
@@ -36,8 +40,8 @@ Value toValue(const T &value) {
   }
 }
 
-/// The typed value. Throws RangeError where the general form does not fit the type. A type that
-/// is given as text offers `static T fromText(std::string_view)`, which throws the same.
+/// The typed value. Throws RangeError if the general form is of the wrong kind or out of the type's range. A
+/// type that is written as text has a `static T fromText(std::string_view)`, which throws the same.
 template <class T>
 T fromValue(const Value &value) {
   const auto fail = []() -> T { throw RangeError("value is of the wrong type"); };
@@ -64,8 +68,9 @@ T fromValue(const Value &value) {
 
 class Entity;
 
-/// Visits what an entity describes of itself, in order of declaration. A collection is announced
-/// with enter(), its elements follow, leave() ends it. Nothing is passed on ownership.
+/// Is shown the attributes of an entity in the order of their declaration. A collection begins with enter(),
+/// its elements follow in their order, leave() ends it. The visitor must not change the entity meanwhile, and
+/// owns nothing of what it is shown.
 class Visitor {
  public:
   virtual ~Visitor() = default;

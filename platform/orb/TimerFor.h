@@ -1,4 +1,4 @@
-/// A timer that calls a member function of its owner.
+/// A timer that calls a member function of its owner when it fires: the way to make a timer.
 ///
 ///   void handleHoldTimerExpiry();
 ///   Orb::TimerFor<&Machine::handleHoldTimerExpiry> holdTimer_{wheel, *this};
@@ -11,7 +11,8 @@ namespace Orb {
 template <auto handler>
 class TimerFor;
 
-/// A member of its owner, and goes with it. The handler may destroy both as its last act.
+/// A member of its owner, so it goes with it. It is disarmed when the handler is called. The handler may destroy
+/// the owner and the timer with it, and must not touch either afterwards.
 template <class Owner, void (Owner::*handler)()>
 class TimerFor<handler> final : public Timer {
  public:

@@ -74,16 +74,13 @@ uint32_t TimerWheel::indexOf(int64_t tick, unsigned level) const {
 
 void TimerWheel::arm(Timer &timer) {
   timer.sequence_ = ++sequence_;
-  ++armed_;
   place(timer);
   if (!running_ && timer.time_ < asked_) ask(timer.time_);
 }
 
 void TimerWheel::disarm(Timer &timer) {
-  if (!timer.armed()) return;
   if (timer.slot_) unlink(timer);
   if (timer.due_ != Timer::notDue) due_[std::exchange(timer.due_, Timer::notDue)] = nullptr;
-  --armed_;
 }
 
 void TimerWheel::place(Timer &timer) {

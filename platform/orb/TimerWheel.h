@@ -1,18 +1,16 @@
 /// One-shot timers on a hierarchical wheel.
 ///
-/// The wheel sorts timers into slots of a tick; a slot of the next level holds as many ticks as a
-/// level has slots, and is dealt out to the levels below when its time comes. The windows are
-/// aligned: level l holds the timers whose tick differs from the current one within the bits of
-/// that level and agrees above them, so every timer of a level fires before those of the next.
-/// Arming, moving and disarming are O(1) and allocate nothing up to the horizon. A timer that is
-/// moved to a later time, as most are, stays in its slot until that is looked at. Firing times are
-/// exact (a tick is only the unit of sorting), and timers of one instant fire in the order in which
-/// they were armed.
+/// The wheel sorts timers into slots of one tick. A slot of the next level covers as many ticks as a level has
+/// slots, and is dealt out to the levels below when its time comes. The windows are aligned: level l holds the
+/// timers whose tick differs from the current one within the bits of that level and agrees above them, so every
+/// timer of a level fires before those of the next. Arming, moving and disarming are O(1) and allocate nothing
+/// up to the horizon. A timer that is moved to a later time, as most are, stays in its slot until the wheel
+/// gets there. Firing times are exact (a tick is only the unit of sorting), and timers of one instant fire in
+/// the order in which they were armed.
 ///
-/// A wheel has no thread: it tells its Waker when it next wants to run, and whoever owns the loop
-/// calls run() then. That is the time of the next timer, or earlier the start of a slot that has to
-/// be dealt out; a timer that has been moved or disarmed may leave one idle run behind. A wheel
-/// without timers asks for nothing.
+/// A wheel has no thread: it tells its Waker when it next needs to run, and whoever owns the loop calls run()
+/// then. That is the time of the next timer, or earlier the start of a slot that has to be dealt out; a timer
+/// that was moved or disarmed may leave one idle run behind. A wheel without timers asks for nothing.
 #pragma once
 
 #include <cstdint>
@@ -26,8 +24,9 @@ namespace Orb {
 
 class TimerWheel;
 
-/// A timer is a member of its owner, which derives a class with onTime() from it. It is one-shot:
-/// when it fires it is disarmed first. Destroyed, it never fires, even if it was due.
+/// A one-shot timer, a member of its owner; platform/orb/TimerFor.h makes one that calls a function of the
+/// owner. It is disarmed before it fires, so onTime() may arm it anew or destroy it. Once destroyed it never
+/// fires, even if it was due. It keeps its wheel alive.
 class Timer {
  public:
   explicit Timer(const Kiv::Ptr<TimerWheel> &wheel);
@@ -35,9 +34,10 @@ class Timer {
   Timer(const Timer &) = delete;
   Timer &operator=(const Timer &) = delete;
 
-  /// Arms for an absolute time, always anew; zero and `never` disarm. A time that has passed
-  /// fires on the next run of the wheel, never inside this call.
+  /// Arms for an absolute time of the wheel's clock; an equal time too puts it behind the others of that time.
+  /// Zero and `never` disarm. A time that has passed fires on the next run of the wheel, never inside this call.
   void timeMinIs(double time);
+  /// The time it was last set to; `never` after it has fired.
   double timeMin() const { return time_; }
   bool armed() const { return slot_ != nullptr || due_ != notDue; }
 
@@ -57,35 +57,35 @@ class Timer {
   uint32_t due_ = notDue;  // place among the timers being fired
 };
 
-/// Asked to call wheel.run() at `time`, or as soon as possible if that has passed. A later request
-/// replaces an earlier one of the same wheel; `never` cancels it.
+/// Whoever owns the loop and runs the wheels: the event loop on Linux, virtual time in a simulation.
 class Waker {
  public:
   virtual ~Waker() = default;
+  /// Asks for wheel.run() at `time`, or as soon as possible if that has passed, but never inside this call. The
+  /// next request of the same wheel replaces this one; `never` cancels it.
   virtual void wakeAt(TimerWheel &wheel, double time) = 0;
 };
 
+/// Each part that stops as a whole (a VRF's machines, the Hello speaker, the program) has a wheel of its own.
 class TimerWheel : public Kiv::Counted {
  public:
   struct Parameters {
     uint32_t ticksPerSecond = 100;
-    uint32_t horizon = 108200;      ///< seconds that the levels made at once span; further ones are made on demand
+    uint32_t horizon = 108200;      ///< seconds; levels for timers beyond it are made when they are needed
     uint32_t ticksPerSlot = 1;      ///< of the lowest level
     uint32_t slotsPerLevel = 1024;  ///< a power of two
   };
 
-  /// The clock and the waker outlive the wheel; its timers hold it.
+  /// The clock and the waker must outlive the wheel, which lives until the last of its timers is destroyed.
   TimerWheel(const Clock &clock, Waker &waker, const Parameters &parameters);
   TimerWheel(const Clock &clock, Waker &waker) : TimerWheel(clock, waker, Parameters()) {}
   ~TimerWheel() override;
 
   double now() const { return clock_.now(); }
   const Parameters &parameters() const { return parameters_; }
-  /// Fires every timer that is due, then asks the Waker for the next run. Timers that the callbacks
-  /// arm wait for that, even if they are due. Does nothing inside a callback.
+  /// Fires every timer that is due, then asks the Waker for the next run. A timer that is armed by a callback
+  /// waits for that run, even if it is due already. Does nothing inside a callback.
   void run();
-  /// How many timers are armed.
-  size_t size() const { return armed_; }
 
  private:
   friend class Timer;
@@ -101,14 +101,16 @@ class TimerWheel : public Kiv::Counted {
   static constexpr int64_t beyondAll = int64_t{1} << 62;
 
   int64_t tickOf(double time) const;
-  /// The least time whose tick is `tick`.
+  /// The earliest time whose tick is `tick`.
   double startOf(int64_t tick) const;
+  /// The level and the slot in it to which the tick belongs, as seen from the current tick.
   unsigned levelOf(int64_t tick) const;
   uint32_t indexOf(int64_t tick, unsigned level) const;
   void arm(Timer &timer);
   void disarm(Timer &timer);
   void place(Timer &timer);
-  /// Deals a postponed timer that the slot of `tick` still holds to its own slot. False if it is due there.
+  /// Moves a timer that was postponed, and still is in the slot of `tick`, to its own slot. False if it belongs
+  /// where it is.
   bool dealOn(Timer &timer, int64_t tick);
   static void unlink(Timer &timer);
   /// The first slot from the current tick on that holds timers.
@@ -131,7 +133,6 @@ class TimerWheel : public Kiv::Counted {
   std::vector<Timer *> due_;  // those being fired; null where one was disarmed meanwhile
   int64_t current_;           // every earlier slot is empty
   uint64_t sequence_ = 0;
-  size_t armed_ = 0;
   double asked_ = never;  // of the Waker; no timer is earlier
   bool running_ = false;
 };

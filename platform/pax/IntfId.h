@@ -1,4 +1,4 @@
-/// Identity of an interface.
+/// The identity of an interface: the name of its VRF and its own name there.
 #pragma once
 
 #include <compare>
@@ -10,20 +10,21 @@
 
 namespace Pax {
 
-/// An interface is known by its network namespace (named by the VRF that it makes up) and its name
-/// there, since "lo" and "eth0" exist in every namespace, and names change hands while the kernel's
-/// index says nothing to anybody. The default is the empty id: no interface. Copies share one
-/// record, so copying allocates nothing.
+/// Both names are needed, since "lo" and "eth0" exist in every network namespace. The kernel's interface index is
+/// never the identity: an interface that is deleted and made anew under its name is the same one here. The
+/// default is the empty id, which means no interface. Copies share one record, so copying allocates nothing; two
+/// ids are equal when their names are.
 class IntfId {
  public:
   IntfId() = default;
   /// `vrf` is "default" or empty for the default VRF.
   IntfId(std::string_view vrf, std::string_view name);
-  /// From "NAME" or "VRF/NAME"; the empty text is the empty id. Throws Kiv::RangeError.
+  /// From "NAME" or "VRF/NAME"; an empty text gives the empty id. Throws Kiv::RangeError for anything else.
   static IntfId fromText(std::string_view text);
 
   bool isEmpty() const { return !record_; }
-  std::string_view vrf() const;  ///< "default" for the default VRF; empty for the empty id
+  /// "default" for the default VRF; empty for the empty id, as is name(). Both views last as long as some copy.
+  std::string_view vrf() const;
   std::string_view name() const;
 
   bool operator==(const IntfId &other) const;
@@ -38,7 +39,7 @@ class IntfId {
   Kiv::Ptr<const Record> record_;
 };
 
-/// NAME in the default VRF, VRF/NAME elsewhere.
+/// NAME in the default VRF, VRF/NAME in any other.
 std::ostream &operator<<(std::ostream &out, const IntfId &intfId);
 
 }  // namespace Pax

@@ -5,16 +5,17 @@
 
 namespace Pax {
 
-/// An address and a length, host bits masked. The default is the empty prefix (no match, unset):
-/// a value of its own that never equals 0.0.0.0/0 or ::/0 and covers nothing.
+/// An address and a length, with the host bits masked, so equal prefixes have equal fields. The default is the
+/// empty prefix (no match, unset): a value of its own that equals neither 0.0.0.0/0 nor ::/0, covers nothing and
+/// is covered by nothing. Ordered by family, then address, then length: a prefix stands before those it covers.
 class IpGenPrefix {
  public:
   constexpr IpGenPrefix() = default;
-  /// Masks the host bits. A length beyond the address counts as the full length.
+  /// A length beyond that of the address is taken as the full length. Empty if the address has no family.
   IpGenPrefix(const IpGenAddr &address, uint8_t length);
-  /// From "239.0.0.0/8"; host bits are masked. Throws Kiv::RangeError.
+  /// From "239.0.0.0/8"; host bits are masked. Throws Kiv::RangeError for anything else, "0.0.0.0" included.
   static IpGenPrefix fromText(std::string_view text);
-  /// The prefix of this one address.
+  /// The prefix that contains only this address.
   static IpGenPrefix host(const IpGenAddr &address) { return {address, addressBits(address.af())}; }
 
   constexpr const IpGenAddr &address() const { return address_; }
@@ -33,9 +34,10 @@ class IpGenPrefix {
   uint8_t length_ = 0;
 };
 
+/// "239.0.0.0/8"; "none" for the empty prefix.
 std::ostream &operator<<(std::ostream &out, const IpGenPrefix &prefix);
 
-/// All multicast groups, which is the global zone: 224.0.0.0/4 or ff00::/8. Empty for an unknown family.
+/// All multicast groups, 224.0.0.0/4 or ff00::/8: the global scope zone. Empty for an unknown family.
 IpGenPrefix allGroups(AddressFamily family);
 /// All addresses: 0.0.0.0/0 or ::/0. Empty for an unknown family.
 IpGenPrefix allAddresses(AddressFamily family);

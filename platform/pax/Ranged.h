@@ -1,4 +1,5 @@
-/// Value types that check their range where they are constructed.
+/// Value types that check their range when they are constructed, so that an entity can hold no bad value and
+/// no reader checks again. Each type is named by a rule: its bounds and the text of its error.
 #pragma once
 
 #include <compare>
@@ -11,8 +12,8 @@
 
 namespace Pax {
 
-/// A whole number within a range. `Rule` gives Rep (the type it is stored in), least, most,
-/// initial and text, the message of the RangeError.
+/// An integer within a range. `Rule` has Rep (the type it is stored in), least, most, initial (what
+/// the default constructor gives) and text, the message of the Kiv::RangeError. Numbers convert implicitly.
 template <class Rule>
 class Ranged {
  public:
@@ -28,7 +29,8 @@ class Ranged {
   typename Rule::Rep number_ = Rule::initial;
 };
 
-/// A text of limited size. `Rule` gives most (bytes) and text, the message of the RangeError.
+/// A text of limited size. `Rule` has most, in bytes, and text, the message of the Kiv::RangeError. Its
+/// characters are not checked. Texts convert implicitly.
 template <class Rule>
 class BoundedText {
  public:
@@ -52,7 +54,7 @@ struct NamespaceNameRule {
   static constexpr size_t most = 150;
   static constexpr const char *text = "NamespaceName::bytes > 150 not allowed";
 };
-/// Name of the network namespace of a VRF.
+/// The name of the network namespace of a VRF.
 using NamespaceName = BoundedText<NamespaceNameRule>;
 
 }  // namespace Pax
@@ -64,9 +66,10 @@ struct VrfNameRule {
   static constexpr size_t most = maxLength;
   static constexpr const char *text = "VrfName::bytes > VrfName::maxLength not allowed";
 };
+/// The name of a VRF, as the configuration gives it.
 using VrfName = Pax::BoundedText<VrfNameRule>;
 
-/// The VRF of the namespace that the agent starts in.
+/// The name of the VRF of the namespace that the agent starts in.
 inline constexpr const char *defaultVrf = "default";
 
 }  // namespace L3

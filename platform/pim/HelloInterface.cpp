@@ -19,7 +19,7 @@ class HelloSpeaker::Interface::StatusReactor : public Kiv::ReactorOf<Ip::IntfSta
   void onAddress(const Pax::IpGenAddr &) override { owner_.ownListChanged(); }
 };
 
-// A neighbour with the timer that ends it.
+// A neighbor with the timer of its holdtime.
 struct HelloSpeaker::Interface::Neighbor {
   Neighbor(Interface &interface, const Pax::IpGenAddr &address, const Kiv::Ptr<PimNeighbor> &status)
       : interface(interface), address(address), status(status) {}
@@ -140,7 +140,7 @@ void HelloSpeaker::Interface::triggeredHello() {
   pimIntf_->triggeredHelloSentInc();
 }
 
-// For IPv6 of this interface only: link-local addresses may repeat on others.
+// For IPv6 only those of this interface count: others may have the same link-local addresses.
 bool HelloSpeaker::Interface::isOurs(const Pax::IpGenAddr &address) const {
   if (address == pimIntf_->address() || intfStatus_->address(address)) return true;
   if (address.af() == Pax::AddressFamily::ipv6) return false;
@@ -205,7 +205,7 @@ void HelloSpeaker::Interface::refresh(Neighbor &neighbor, const Packet::HelloMes
 
 void HelloSpeaker::Interface::secondaryAre(Neighbor &neighbor, const std::vector<Pax::IpGenAddr> &list) {
   for (const Pax::IpGenAddr &address : list) {
-    // A neighbour that died and came back with another of its addresses.
+    // A neighbor that died and came back with another of its addresses.
     if (address != neighbor.address) neighborDel(address);
     const auto [claim, isNew] = owner_.try_emplace(address, neighbor.address);
     if (!isNew && claim->second != neighbor.address) {
@@ -234,7 +234,7 @@ void HelloSpeaker::Interface::greet() {
   triggered_.timeMinIs(speaker_.wheel_->now() + delay);
 }
 
-// By value, since the neighbour that owns the address may be the caller.
+// By value, since the address may belong to the neighbor that is being deleted.
 void HelloSpeaker::Interface::neighborDel(Pax::IpGenAddr address) {
   const auto gone = neighbor_.find(address);
   if (gone == neighbor_.end()) return;

@@ -1,4 +1,5 @@
-/// One interface of the Hello speaker. For the speaker only.
+/// One interface of the Hello speaker, which owns it: sending Hellos there, its neighbors, its DR. For the speaker
+/// only.
 #pragma once
 
 #include <unordered_map>
@@ -8,8 +9,9 @@
 
 namespace Routing::Pim::IO {
 
-/// Follows the interface's status: while it is up and has a PIM address, its PimIntf stands in the
-/// VRF's PIM status, with what Hellos tell. Writes nothing when it is destroyed; leave() comes first.
+/// It follows the status of the interface. While that is up and has a PIM address, and this controller is not on
+/// standby, its PimIntf is in the VRF's PIM status, and this class alone writes it. Each start there is a new
+/// Generation ID. The destruction writes and says nothing; leave() does.
 class HelloSpeaker::Interface {
  public:
   Interface(HelloSpeaker &speaker, const Pax::IntfId &intfId);
@@ -17,11 +19,13 @@ class HelloSpeaker::Interface {
 
   /// The interface's status, or null while the router has no such interface.
   void intfStatusIs(const Kiv::Ptr<const Ip::IntfStatus> &intfStatus);
+  /// A Hello has arrived here. Our own, looped back, is ignored.
   void helloIs(const Packet::HelloMessage &hello);
-  /// Turns PIM on or off here, as everything says that it depends on.
+  /// Looks at everything that PIM depends on here, turns it on or off, and takes over a new address or MTU.
   void settle();
-  /// Says Hello unless every neighbour has heard one.
+  /// Says Hello unless every neighbor has heard one.
   void helloFirst();
+  /// The speaker has new parameters; `before` are the old ones.
   void parametersChanged(const Parameters &before);
   /// Says goodbye and takes the PimIntf away.
   void leave();
@@ -33,18 +37,25 @@ class HelloSpeaker::Interface {
   void start();
   void stop();
   void addressChanged();
+  /// Our addresses here changed; a new Address List goes out at once if neighbors know the old one.
   void ownListChanged();
+  /// Begins a new generation, with the first Hello after a random delay.
   void speakFromNowOn();
+  /// False when nothing went out: the port failed, we only listen, or there is nobody to say goodbye to.
   bool sendHello(uint16_t holdTime = Packet::HelloMessage::holdTimeDefault);
   void periodicHello();
   void triggeredHello();
 
+  /// Whether the address is one of this router's.
   bool isOurs(const Pax::IpGenAddr &address) const;
+  /// Our Address List here: the usable addresses besides the PIM address.
   std::vector<Pax::IpGenAddr> ownList() const;
+  /// The neighbor that sent the Hello, a new one if need be; null when there are too many.
   Neighbor *neighborFor(const Packet::HelloMessage &hello);
   void refresh(Neighbor &neighbor, const Packet::HelloMessage &hello);
   void secondaryAre(Neighbor &neighbor, const std::vector<Pax::IpGenAddr> &list);
   void secondaryDel(Neighbor &neighbor, const Pax::IpGenAddr &address);
+  /// A neighbor is new or has restarted: it gets a triggered Hello, one for all who come within its delay.
   void greet();
   void neighborDel(Pax::IpGenAddr address);
   void electDr();
@@ -54,11 +65,11 @@ class HelloSpeaker::Interface {
   Kiv::Ptr<const Ip::IntfStatus> intfStatus_;
   Kiv::Ptr<PimIntf> pimIntf_;  // null while the interface is not usable
   uint32_t generationId_ = 0;
-  bool spoke_ = false;                // we have said Hello here, and not goodbye
-  bool everyoneHeardUs_ = false;      // no neighbour has appeared since our last Hello
+  bool spoke_ = false;                // we have said Hello here and not goodbye since
+  bool everyoneHeardUs_ = false;      // no neighbor is new since our last Hello
   std::vector<Pax::IpGenAddr> told_;  // our Address List in that Hello
   std::unordered_map<Pax::IpGenAddr, std::unique_ptr<Neighbor>> neighbor_;
-  std::unordered_map<Pax::IpGenAddr, Pax::IpGenAddr> owner_;  // secondary address to its neighbour
+  std::unordered_map<Pax::IpGenAddr, Pax::IpGenAddr> owner_;  // secondary address to its neighbor
   Orb::TimerFor<&Interface::periodicHello> periodic_{speaker_.wheel_, *this};
   Orb::TimerFor<&Interface::triggeredHello> triggered_{speaker_.wheel_, *this};
   std::unique_ptr<StatusReactor> reactor_;

@@ -1,5 +1,5 @@
-/// Speaks and hears Hellos on the PIM interfaces of a VRF (RFC 7761 section 4.3), and writes the
-/// VRF's PIM status: interfaces, neighbours, DR.
+/// Sends and receives Hellos on the PIM interfaces of a VRF (RFC 7761 section 4.3), and writes the VRF's PIM status:
+/// interfaces, neighbors, DR.
 #pragma once
 
 #include <map>
@@ -14,40 +14,48 @@
 
 namespace Routing::Pim::IO {
 
-/// PIM is on at every interface named with intfIs(), from the moment it is up and has a PIM address,
-/// while this controller is not the standby one. Such an interface, and no other, stands in
-/// Status.pimIntf. Where PIM ends, neighbours that were told of us are told so. Holds all else that a peer can send
-/// within bounds: at most neighborsMost neighbours on an interface, further ones are refused with a
-/// trace; a secondary address belongs to the neighbour that claimed it last.
+/// One per VRF in which PIM runs, owned by the platform; it lives on while agents come and go. PIM is on at every
+/// interface named with intfIs() that is up and has a PIM address, as long as this controller is not the standby
+/// one. These interfaces, and no others, are in Status.pimIntf. Where PIM goes off, the neighbors that have heard a
+/// Hello from us hear a goodbye, unless the link is down already.
+///
+/// A peer cannot make it grow without bounds: an interface has at most neighborsMost neighbors, and refuses more
+/// with a trace. A secondary address belongs to the neighbor that claimed it last. The speaker never looks at the
+/// configuration of the agent and knows nothing of Bootstrap messages, except that a Hello has to go before.
 class HelloSpeaker : public Kiv::Counted, public MessageConsumer, public BeforeBootstrap {
  public:
   struct Parameters {
-    /// False: listen only, because another PIM daemon on this router speaks; then drPriority is that
-    /// daemon's, and its triggered Hello counts as sent 5 s after a new neighbour or Generation ID.
+    /// False: only listen, because another PIM daemon on this router speaks. Then drPriority is that daemon's, and
+    /// its triggered Hello is taken as sent 5 s after a new neighbor or Generation ID.
     bool speak = true;
     uint32_t drPriority = 0;
-    /// Of the speaker's whole life. On standby PIM is off at every interface; null is never that.
+    /// The same for the speaker's whole life. On standby PIM is off at every interface; null is never standby.
     Kiv::Ptr<const Redundancy::RedundancyStatus> redundancyStatus = nullptr;
   };
-  static constexpr double period = 30;
-  static constexpr double triggeredDelayMost = 5;
-  static constexpr size_t neighborsMost = 256;
-  static constexpr size_t listedMost = 60;      ///< own addresses in a Hello: 60 fit the least IPv6 MTU
-  static constexpr uint32_t packetMost = 2100;  ///< bytes of a packet that an agent looks at
+  static constexpr double period = 30;             ///< seconds: Hello_Period
+  static constexpr double triggeredDelayMost = 5;  ///< seconds: Triggered_Hello_Delay
+  static constexpr size_t neighborsMost = 256;     ///< on an interface
+  static constexpr size_t listedMost = 60;         ///< own addresses in a Hello: 60 fit the smallest IPv6 MTU
+  static constexpr uint32_t packetMost = 2100;     ///< bytes of a packet that an agent receives
 
   HelloSpeaker(const Kiv::Ptr<Status> &status, const Kiv::Ptr<const Ip::AllIntfStatusDir> &interfaces,
                const Kiv::Ptr<PacketPort> &port, const Kiv::Ptr<Orb::TimerWheel> &wheel, Orb::Random &random,
                const Parameters &parameters);
   ~HelloSpeaker() override;
 
+  /// Configures PIM on the interface, which need not exist yet.
   void intfIs(const Pax::IntfId &intfId);
+  /// Says goodbye there and forgets the interface.
   void intfDel(const Pax::IntfId &intfId);
-  /// A change of drPriority is told at once.
+  /// Neighbors hear of a new drPriority at once.
   void parametersIs(const Parameters &parameters);
-  /// Says goodbye (holdtime 0) on every interface and forgets them; for an orderly stop.
+  /// Says goodbye (holdtime 0) on every interface and forgets them all; for an orderly stop. Without it the
+  /// destruction says nothing, and neighbors wait until their holdtimes run out.
   void shutDown();
 
+  /// The Hellos that the packet port hands over.
   void messageIs(const Pax::IntfId &intfId, const Kiv::Ptr<Packet::Message> &message) override;
+  /// Says Hello on the interface if a neighbor there has not heard one yet.
   void helloFirst(const Pax::IntfId &intfId) override;
 
  private:

@@ -5,7 +5,7 @@ namespace Routing::Pim::IO {
 MessageInfo::MessageInfo(const Kiv::Ptr<PacketPort> &port) : rx_(Kiv::make<ReceivedMessage>()), tx_(port) {}
 
 void MessageInfo::messageIs(const Pax::IntfId &intfId, const Kiv::Ptr<Packet::Message> &message) {
-  const Kiv::Ptr<ReceivedMessage> rx = rx_;  // a reactor may end this channel
+  const Kiv::Ptr<ReceivedMessage> rx = rx_;  // a reactor may destroy this channel
   rx->intfIdIs(intfId);
   rx->sourceIs(message->source());
   rx->destinationIs(message->destination());

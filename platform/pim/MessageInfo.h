@@ -1,4 +1,4 @@
-/// The agent's end of the packet channel: one MessageInfo per message type.
+/// The agent's end of the packet channel: one MessageInfo for each message type.
 #pragma once
 
 #include "platform/kiv/Attributes.h"
@@ -8,7 +8,8 @@
 
 namespace Routing::Pim::IO {
 
-/// What arrived last. All fields are written before `message` changes and `count` grows.
+/// What arrived last. Written by MessageInfo alone, in the order of the attributes: a reactor to `count`, which
+/// grows by one with each message, finds all the others filled.
 class ReceivedMessage : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE)                                    \
   ATTRIBUTE(value, Pax::IntfId, intfId, IntfId, {})              \
@@ -20,8 +21,8 @@ class ReceivedMessage : public Kiv::Entity {
 #undef ATTRIBUTES
 };
 
-/// What is to be sent: interface and message first (an empty interface for a routed unicast
-/// message), then countInc(), which sends. The count advances only when the packet was handed over.
+/// What is to be sent. The sender sets the interface (the empty one for a routed unicast message) and the message,
+/// then calls countInc(), which sends. The count grows only if the packet was handed to the network.
 class TransmitMessage {
  public:
   explicit TransmitMessage(const Kiv::Ptr<PacketPort> &port) : port_(port) {}
@@ -37,7 +38,7 @@ class TransmitMessage {
   uint32_t count_ = 0;
 };
 
-/// Two halves, so that sending never looks like receiving.
+/// The messages of one type, in two halves, so that sending is never mistaken for receiving.
 class MessageInfo : public Kiv::Counted, public MessageConsumer {
  public:
   explicit MessageInfo(const Kiv::Ptr<PacketPort> &port);
@@ -51,23 +52,22 @@ class MessageInfo : public Kiv::Counted, public MessageConsumer {
   TransmitMessage tx_;
 };
 
-/// Sets every message counter of the table to zero.
+/// Sets every packet counter of the VRF to zero.
 inline void messageCountersClear(Flume::MessageCounters &counters) { counters.packets = {}; }
 
-/// The packet channel of a VRF: a MessageInfo per registered message type. Delivers from its
-/// registration on until its own end.
+/// The packet channel of a VRF, owned by its machines: a MessageInfo for each message type that was registered.
+/// Messages come in from the registration until the channel goes; the port lives on.
 class PamManager : public Kiv::Counted {
  public:
   struct Parameters {
     uint32_t receiveBuffer = 307200;  ///< bytes
-    uint32_t maxPacket = 2100;        ///< bytes of a received packet that are looked at
+    uint32_t maxPacket = 2100;        ///< bytes; longer packets are cut off when they are received
     bool transparent = true;          ///< may send from addresses that are not the interface's
   };
   PamManager(const Kiv::Ptr<PacketPort> &port, const Parameters &parameters);
   ~PamManager() override;
 
-  const Kiv::Ptr<PacketPort> &port() const { return port_; }
-  /// Registers the type; once each.
+  /// Registers the type, or finds it.
   Kiv::Ptr<MessageInfo> messageInfoIs(Packet::MessageType type);
 
  private:

@@ -92,7 +92,7 @@ bool PacketPort::acceptableHello(const Incoming &packet) {
                             (family_ == Pax::AddressFamily::ipv4 || packet.source.isLinkLocal());
   if (isNeighborly && packet.destination == Pax::allPimRouters(family_)) return true;
   ++counters_.badHello;
-  TRACELET(trace, 1, "RX - Error - Dropping Hello from " << packet << ": not from a neighbour to all");
+  TRACELET(trace, 1, "RX - Error - Dropping Hello from " << packet << ": not from a neighbor to all");
   return false;
 }
 

@@ -1,4 +1,4 @@
-/// The road of PIM packets of one VRF: bytes below, records above.
+/// The way of the PIM packets of one VRF: bytes below, records above.
 #pragma once
 
 #include <array>
@@ -22,7 +22,8 @@ struct Incoming {
   std::span<const uint8_t> payload;
 };
 
-/// A packet to send. With an interface: out of it, TTL 1. Without: routed, default TTL.
+/// A packet to send: with an interface out of it and with TTL 1, without one routed and with the default TTL. The
+/// payload is gone when transmit() returns.
 struct Outgoing {
   Pax::IntfId intfId;
   Pax::IpGenAddr source;
@@ -30,51 +31,60 @@ struct Outgoing {
   std::span<const uint8_t> payload;
 };
 
-/// Takes the messages of one type. A message arrived on an interface where PIM is on.
+/// Takes the messages of one type.
 class MessageConsumer {
  public:
   virtual ~MessageConsumer() = default;
+  /// A message has arrived on `intfId`, where PIM is on. It is shared and must not be changed.
   virtual void messageIs(const Pax::IntfId &intfId, const Kiv::Ptr<Packet::Message> &message) = 0;
 };
 
-/// Told before a Bootstrap message leaves an interface: neighbours refuse messages from strangers,
-/// so a Hello has to go out first if none has.
+/// Called before a Bootstrap message leaves an interface. Neighbors refuse Bootstrap messages from a router that
+/// has not said Hello, so a Hello goes out first if none has (RFC 5059 section 3.1.3).
 class BeforeBootstrap {
  public:
   virtual ~BeforeBootstrap() = default;
+  /// May send on the port, anything but a Bootstrap message.
   virtual void helloFirst(const Pax::IntfId &intfId) = 0;
 };
 
-/// One per VRF and family. The backend derives from it, gives it what arrives with receive(), and
-/// implements transmit(). Everything between is shared by the backends: decoding, the drops before
-/// any consumer (each counted and traced at level 1), encoding. Transmission never re-enters
-/// reception: what a backend delivers, it delivers from a later turn of the loop.
+/// One per VRF and family, owned by the platform; it lives as long as PIM runs in the VRF, whether an agent does or
+/// not. A backend derives from it, calls receive() for what arrives and implements transmit(). What lies between
+/// is the same for all backends: decoding, encoding, and the drops before any consumer, each of which is counted
+/// and traced at level 1.
+///
+/// Sending never leads to receiving: what a backend delivers, it delivers in a later turn of the loop.
 class PacketPort : public Kiv::Counted {
  public:
-  /// `status` tells where PIM is on and who is a neighbour; `routes` which addresses are ours.
+  /// `status` says where PIM is on and who is a neighbor, `routes` which addresses are ours.
   PacketPort(Pax::AddressFamily family, const Kiv::Ptr<const Status> &status, const Kiv::Ptr<RouteLookup> &routes);
 
   Pax::AddressFamily af() const { return family_; }
   const Kiv::Ptr<Flume::MessageCounters> &messageCounters() const { return messageCounters_; }
   const Flume::PacketCounters &counters() const { return messageCounters_->packets; }
 
-  /// At most one consumer a type; null ends it.
+  /// Each type has at most one consumer, which takes itself out (null) before it goes. Messages without one are
+  /// counted and dropped.
   void consumerIs(Packet::MessageType type, MessageConsumer *consumer);
+  /// At most one, likewise.
   void beforeBootstrapIs(BeforeBootstrap *hook) { beforeBootstrap_ = hook; }
 
-  /// Encodes and sends. A Bootstrap message and a Hello go to ALL-PIM-ROUTERS from the interface's
-  /// own PIM address, whatever the record says; an advertisement goes from the RP address to the
-  /// record's destination, in pieces where it would be too long for its receiver. False when the packet was not handed
-  /// to the network; nothing throws.
+  /// Encodes and sends. A Bootstrap message or a Hello goes to ALL-PIM-ROUTERS from the PIM address of the
+  /// interface, whatever the record says. An advertisement goes from the RP address to the destination in the
+  /// record, in several packets if one would be too long for its receiver. False if anything of it could not be
+  /// handed to the network. Never throws.
   bool send(const Pax::IntfId &intfId, const Packet::Message &message);
 
-  /// Hints for the backend's socket; the simulator ignores the first and the last.
+  /// What the agent wants of the socket (bytes, bytes, whether to send from addresses that are not the
+  /// interface's). A backend without sockets ignores them.
   virtual void receiveBufferIs(uint32_t) {}
   virtual void maxPacketIs(uint32_t) {}
   virtual void transparentIs(bool) {}
 
  protected:
+  /// Hands the packet to the network. False if that failed.
   virtual bool transmit(const Outgoing &packet) = 0;
+  /// For the backend: a packet has arrived. Whatever its bytes are, nothing throws.
   void receive(const Incoming &packet);
 
  private:

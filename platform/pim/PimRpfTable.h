@@ -1,4 +1,4 @@
-/// The way back: from which neighbour a message about an address must come.
+/// The reverse path: from which neighbor a message that originates at an address must arrive.
 #pragma once
 
 #include <optional>
@@ -10,28 +10,31 @@
 namespace Routing::Pim {
 
 struct RpfInfo {
-  Pax::IpGenAddr neighbor;  ///< the primary address of a PIM neighbour; unset when there is none
+  Pax::IpGenAddr neighbor;  ///< the primary address of a PIM neighbor; unset if there is none
   Pax::IntfId intfId;
 };
 
-/// Routes tell the next hop, PIM status tells which neighbour owns it. For an address in a subnet of
-/// ours the next hop is the address itself, and nobody else will do: two routers that took each other
-/// for the way to a third that has left the LAN would pass its messages back and forth for ever. A
-/// route elsewhere that names only an interface (an unnumbered link), or a next hop of the other
-/// family, whose owner no Hello tells, means the one neighbour that is there.
+/// One per VRF. It writes nothing and keeps nothing: each lookup asks the routes for the next hop and PIM status
+/// for the neighbor that owns it.
+///
+/// For an address in a subnet of ours the next hop is the address itself, and no other neighbor will do: two
+/// routers that each took the other for the way to a third one, which has left the LAN, would pass its messages
+/// back and forth for ever. For an address elsewhere, a route may name only the interface (an unnumbered link) or
+/// a next hop of the other family, which no Hello assigns to a neighbor. Then the only neighbor on the interface
+/// is meant.
 class PimRpfTable : public Kiv::Counted {
  public:
   PimRpfTable(const Kiv::Ptr<RouteLookup> &routes, const Kiv::Ptr<const Status> &status)
       : routes_(routes), status_(status) {}
 
-  /// None for an address of ours, and none, with a trace, where the interface does not tell which of
-  /// several neighbours it is. Among equal paths the one with the lowest next hop, which for an
-  /// interface alone is the neighbour that it stands for. An unspecified `group` asks for the unicast
-  /// topology, the only one there is.
+  /// The RPF neighbor toward the address. There is none for an address of ours, none without a route to a PIM
+  /// neighbor, and none, with a trace, if an interface leaves open which of several neighbors is meant. Of equal
+  /// paths the one with the lowest next hop counts; for an interface alone that is the neighbor it stands for. An
+  /// unspecified `group` asks for the unicast topology, the only one there is.
   RpfInfo doLookup(const Pax::IpGenAddr &address, const Pax::IpGenAddr &group) const;
 
  private:
-  /// A next hop that is a neighbour's, and the neighbour.
+  /// The address of a next hop, and the neighbor that owns it.
   using Path = std::pair<Pax::IpGenAddr, RpfInfo>;
   std::optional<Path> pathOf(const NextHop &nextHop, const Pax::IpGenAddr &address, bool isConnected) const;
 

@@ -1,4 +1,5 @@
-/// Status of PIM on the interfaces of a VRF: neighbours, DR, MTU. Written by the Hello speaker.
+/// Status of PIM on the interfaces of a VRF: neighbors, DR, MTU. Written by the Hello speaker alone; the agent only
+/// reads it.
 #pragma once
 
 #include <utility>
@@ -9,7 +10,8 @@
 
 namespace Routing::Pim {
 
-/// A neighbour, keyed by the source address of its Hellos. Times are absolute seconds.
+/// A neighbor, keyed by the source address of its Hellos. It is there until its holdtime runs out or it says
+/// goodbye. Times are absolute, in seconds of the platform's clock; `expires` may be infinite.
 class PimNeighbor : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE)                                         \
   /* its other addresses on the link, from the Address List option */ \
@@ -24,24 +26,25 @@ class PimNeighbor : public Kiv::Entity {
 #undef ATTRIBUTES
 };
 
-/// One interface on which PIM is on and usable: it is up and has a PIM address.
+/// An interface on which PIM is on and can work: it is up and has a PIM address.
 class PimIntf : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE)                                                           \
-  ATTRIBUTE(value, Pax::IpGenAddr, address, Address, {})                                \
-  /* what the agent's byte counts may fill: min(link MTU, 2100), half of it for IPv6 */ \
-  ATTRIBUTE(value, uint32_t, mtu, Mtu, 0)                                               \
-  /* ours, as Hellos tell it */                                                         \
-  ATTRIBUTE(value, uint32_t, drPriority, DrPriority, 0)                                 \
-  ATTRIBUTE(value, Pax::IpGenAddr, dr, Dr, {})                                          \
-  ATTRIBUTE(value, bool, isDr, IsDr, false)                                             \
-  ATTRIBUTE(map, Pax::IpGenAddr, PimNeighbor, neighbor, Neighbor)                       \
-  /* Hellos sent because of a new neighbour or Generation ID */                         \
+#define ATTRIBUTES(ATTRIBUTE)                                                         \
+  ATTRIBUTE(value, Pax::IpGenAddr, address, Address, {})                              \
+  /* bytes that the agent may fill: min(link MTU, 2100), and half of that for IPv6 */ \
+  ATTRIBUTE(value, uint32_t, mtu, Mtu, 0)                                             \
+  /* our own, as our Hellos say it */                                                 \
+  ATTRIBUTE(value, uint32_t, drPriority, DrPriority, 0)                               \
+  ATTRIBUTE(value, Pax::IpGenAddr, dr, Dr, {})                                        \
+  ATTRIBUTE(value, bool, isDr, IsDr, false)                                           \
+  ATTRIBUTE(map, Pax::IpGenAddr, PimNeighbor, neighbor, Neighbor)                     \
+  /* Hellos sent because of a new neighbor or Generation ID */                        \
   ATTRIBUTE(counter, triggeredHelloSent, TriggeredHelloSent)
   KIV_ENTITY(PimIntf, ATTRIBUTES)
 #undef ATTRIBUTES
 
  public:
-  /// The neighbour with this address, primary or listed; its primary address goes to `primary`.
+  /// The neighbor with this address, primary or in its Address List; `primary` becomes its primary address. Null,
+  /// and `primary` stays as it is, when no neighbor has the address.
   Kiv::Ptr<PimNeighbor> neighborOwning(const Pax::IpGenAddr &address, Pax::IpGenAddr &primary) const;
   /// The address of the DR among us and the neighbors for which `takesPart(address, neighbor)` holds (RFC
   /// 7761 section 4.3.2): priorities count only if all of them send one.
@@ -60,6 +63,7 @@ class PimIntf : public Kiv::Entity {
   }
 };
 
+/// All interfaces of one VRF where PIM is on and can work; no other interface is in it.
 class Status : public Kiv::NamedEntity {
  public:
   using NamedEntity::NamedEntity;

@@ -1,4 +1,5 @@
-/// What PIM publishes of itself to the agents around it, by VRF.
+/// What PIM publishes about itself, by VRF. Except where it is said otherwise the platform writes it when PIM comes
+/// up in a VRF, and an agent waits for it before it starts there.
 #pragma once
 
 #include "platform/flume/MessageCounters.h"
@@ -17,27 +18,28 @@ class GlobalStatus : public Kiv::Entity {
 #undef ATTRIBUTES
 };
 
-/// PIM status of each VRF in which PIM runs.
+/// The PIM status of each VRF in which PIM runs.
 class StatusColl : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(values, L3::VrfName, Kiv::Ptr<Status>, vrfStatus, VrfStatus)
   KIV_ENTITY(StatusColl, ATTRIBUTES)
 #undef ATTRIBUTES
 };
 
-/// The RP sets published by the BSR agent, for whoever maps groups to RPs.
+/// The RP sets that the BSR agent publishes, for whoever maps groups to RPs. Written by the agent.
 class RpCandidateStatusColl : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(values, L3::VrfName, Kiv::Ptr<RpCandidateStatus>, vrfStatus, VrfStatus)
   KIV_ENTITY(RpCandidateStatusColl, ATTRIBUTES)
 #undef ATTRIBUTES
 };
 
+/// The static RPs of one mode, by VRF.
 class RpConfigColl : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, L3::VrfName, RpConfig, vrfConfig, VrfConfig)
   KIV_ENTITY(RpConfigColl, ATTRIBUTES)
 #undef ATTRIBUTES
 };
 
-/// Group (MRT) status of one mode in one VRF. The RP hash status stands under the name "rpHash".
+/// The group (MRT) status of one mode in one VRF. Its RP hash status has the name "rpHash".
 class GroupStatus : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE)                                  \
   ATTRIBUTE(pointer, RpHashStatus, rpHashStatus, RpHashStatus) \
@@ -46,6 +48,7 @@ class GroupStatus : public Kiv::Entity {
 #undef ATTRIBUTES
 };
 
+/// The group status of one mode, by VRF.
 class GroupStatusColl : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, L3::VrfName, GroupStatus, vrfStatus, VrfStatus)
   KIV_ENTITY(GroupStatusColl, ATTRIBUTES)

@@ -1,5 +1,6 @@
-/// Sets of learned RPs: by group prefix, then by RP address. One such tree is kept per scope zone,
-/// and one per VRF is published for whoever maps groups to RPs.
+/// Learned RPs, by group prefix, then by RP address. There is one such tree for each scope zone, with what its
+/// BSR announced, and one for each VRF that is published for whoever maps groups to RPs. Both are written by the
+/// engine of the VRF.
 #pragma once
 
 #include "platform/kiv/Attributes.h"
@@ -8,7 +9,8 @@
 
 namespace Routing::Pim {
 
-/// One RP of one group prefix. Times are absolute, in seconds of the platform's clock.
+/// One RP of one group prefix, as the BSR announced it. Times are absolute, in seconds of the platform's clock;
+/// the hold time is in seconds.
 class RpCandidate : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE)                                       \
   ATTRIBUTE(value, Mode, pimMode, PimMode, Mode::sparse)            \
@@ -21,15 +23,17 @@ class RpCandidate : public Kiv::Entity {
 #undef ATTRIBUTES
 };
 
+/// The RPs of one group prefix.
 class RpCandidateSet : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, Pax::IpGenAddr, RpCandidate, rp, Rp)
   KIV_ENTITY(RpCandidateSet, ATTRIBUTES)
 #undef ATTRIBUTES
 };
 
-/// rpSetType of sets that were learned from a Bootstrap Router.
+/// The `rpSetType` of a set that was learned from a Bootstrap Router.
 inline constexpr uint32_t rpSetTypeBsr = 2;
 
+/// One tree: the group prefixes that have RPs. A prefix whose last RP goes is removed.
 class RpCandidateStatus : public Kiv::NamedEntity {
  public:
   using NamedEntity::NamedEntity;

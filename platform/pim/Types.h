@@ -1,4 +1,4 @@
-/// Value types of PIM.
+/// Value types of PIM that configuration, status and messages share.
 #pragma once
 
 #include <cstdint>
@@ -15,6 +15,7 @@ struct RpHashMaskLenRule {
   static constexpr Rep initial = 0;
   static constexpr const char *text = "RpHashMaskLen::value < 0 or > 128 not allowed";
 };
+/// Bits of a group address that enter the hash (RFC 7761 section 4.7.2).
 using RpHashMaskLen = Pax::Ranged<RpHashMaskLenRule>;
 
 struct CrpAdvIntervalRule {
@@ -26,19 +27,19 @@ struct CrpAdvIntervalRule {
 /// Seconds between two advertisements of a candidate RP.
 using CrpAdvInterval = Pax::Ranged<CrpAdvIntervalRule>;
 
-/// Priority of a candidate RP: 0 to 255, lower wins; 256 is unset.
+/// Priority of a candidate RP: 0 to 255, the lowest value is preferred; 256 means unset.
 using RpPriority = uint16_t;
 inline constexpr RpPriority rpPriorityUnset = 256;
 
-/// Seconds.
+/// How long an RP is kept without being heard of again, in seconds. 0 withdraws it at once.
 using CrpHoldTime = uint16_t;
 
-/// PIM mode of an RP, named "sparsemode" and "bidir".
+/// The PIM mode of an RP, written "sparsemode" or "bidir".
 class Mode {
  public:
   enum Number : uint8_t { sparse = 1, bidir = 2 };
   constexpr Mode(Number number = sparse) : number_(number) {}
-  /// From its name; throws Kiv::RangeError.
+  /// From its name. Throws Kiv::RangeError for any other text.
   static Mode fromText(std::string_view text);
   constexpr operator Number() const { return number_; }
   constexpr bool operator==(const Mode &) const = default;

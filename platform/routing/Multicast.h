@@ -7,7 +7,7 @@
 
 namespace Routing::Multicast::Rib {
 
-/// "routing/multicast/rib/status".
+/// "routing/multicast/rib/status": the multicast RIB of each VRF.
 class StatusColl : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, L3::VrfName, Status, vrfStatus, VrfStatus)
   KIV_ENTITY(StatusColl, ATTRIBUTES)

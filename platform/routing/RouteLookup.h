@@ -1,4 +1,4 @@
-/// What the router's own routing says of an address.
+/// What the router's unicast routing says about an address.
 #pragma once
 
 #include <vector>
@@ -10,18 +10,20 @@ namespace Routing {
 
 struct NextHop {
   Pax::IntfId intfId;
-  Pax::IpGenAddr address;  ///< unset where the route names only the interface; may be of the other family
+  Pax::IpGenAddr address;  ///< unset if the route names only the interface; may be of the other family
 };
 
-/// The answer for one destination. Connected is one in a subnet of ours: `via` holds the interface. For
-/// any other that is not local, `via` lists the equal-cost next hops.
+/// The answer for one destination.
 struct RouteAnswer {
+  /// `none`: there is no route. `local`: an address of this router. `connected`: in a subnet of ours; `via` is the
+  /// interface alone. `via`: anything else, through one of the equal-cost next hops.
   enum class Kind { none, local, connected, via };
   Kind kind = Kind::none;
   std::vector<NextHop> via;
 };
 
-/// Asked per address, of the kernel or of the simulated network: never a mirror of the table.
+/// One per VRF. It asks the kernel or the simulated network each time, and keeps no mirror of the table; nobody is
+/// told when a route changes.
 class RouteLookup : public Kiv::Counted {
  public:
   virtual RouteAnswer lookup(const Pax::IpGenAddr &destination) = 0;

@@ -11,8 +11,8 @@ namespace {
 constexpr unsigned stride = 6;
 constexpr unsigned chunks = 1u << stride;
 
-// Place of a prefix that ends `length` (0 to 5) bits into the chunk: a binary heap, so that longer
-// ones stand higher and the places of each length are neighbours.
+// The place of a prefix that ends `length` (0 to 5) bits into the chunk. Places are those of a binary heap:
+// longer prefixes have higher ones, and those of one length are adjacent.
 constexpr unsigned placeOf(unsigned chunk, unsigned length) { return 1u << length | chunk >> (stride - length); }
 
 // The places of all prefixes that cover a chunk, by chunk.
@@ -31,7 +31,7 @@ constexpr uint64_t upTo(unsigned length) {
 
 constexpr uint64_t bitOf(unsigned chunk) { return uint64_t{1} << chunk; }
 
-// Bits set in a word: without a call where the processor is not known to count them itself.
+// How many bits are set. std::popcount would be a call where the processor is not known to have an instruction.
 constexpr unsigned countOf(uint64_t word) {
   word -= word >> 1 & 0x5555555555555555;
   word = (word & 0x3333333333333333) + (word >> 2 & 0x3333333333333333);
@@ -71,8 +71,8 @@ struct Bits {
 
 }  // namespace
 
-// A node has prefixes or several children, the root aside: chains of single children are left out,
-// so a node says where it stands, and whoever comes down to it compares.
+// Every node but the root has prefixes or several children. Chains of single children are left out, so a node
+// says where it is, and a lookup that comes down to it compares.
 struct TrieGen::Node {
   uint64_t prefixes = 0;  // a bit per place
   uint64_t children = 0;  // a bit per chunk

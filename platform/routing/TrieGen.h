@@ -1,9 +1,9 @@
 /// A set of prefixes of one family with longest-match lookup.
 ///
-/// A multi-bit trie: each node looks at 6 bits of the address and keeps two 64-bit maps, one of
-/// the prefixes that end inside it and one of its children, which stand in one array. A lookup is
-/// one AND a node and one count of leading zeros at its end. Nodes that would only lead on are left
-/// out, so it is a few nodes long for IPv6 too.
+/// A multi-bit trie: each node looks at 6 bits of the address and has two 64-bit maps, one of the prefixes that
+/// end in it and one of its children, which are in one array. A lookup costs one AND per node and one count of
+/// leading zeros at its end. Nodes that would only lead on to a single child are left out, so a lookup visits
+/// only a few nodes for IPv6 too.
 #pragma once
 
 #include <cstdint>
@@ -16,34 +16,37 @@
 
 namespace Routing {
 
+/// It holds prefixes only. Whoever stores them knows what stands behind each, and says with changedRouteIs() when
+/// that changes. Looking up writes nothing and notifies nobody.
 class TrieGen : public Kiv::NamedEntity {
  public:
   class Notifiee : public Kiv::NotifieeOf<TrieGen> {
    public:
-    /// The prefix was stored, removed, or what stands behind it changed.
+    /// The prefix was stored or removed, or what stands behind it changed.
     virtual void onRoute(const Pax::IpGenPrefix &) {}
   };
 
-  /// Names serve traces; several tries may share one.
+  /// The name is for traces; several tries may share one.
   TrieGen(std::string name, Pax::AddressFamily family);
   ~TrieGen() override;
 
   Pax::AddressFamily af() const { return family_; }
   size_t size() const { return size_; }
-  /// Grows with every insertion and removal: what a reader derived from the trie holds while it stays.
+  /// Grows with every insertion and removal. What a reader derived from the trie holds as long as it is the same.
   uint64_t version() const { return version_; }
 
-  /// Stores the prefix. Storing one that is there, is empty or of the other family does nothing.
+  /// Stores the prefix. Does nothing if it is there already, is empty or is of the other family.
   void routeIs(const Pax::IpGenPrefix &prefix, bool = true);
-  /// Removes the prefix. Removing one that is not there does nothing.
+  /// Removes the prefix. Does nothing if it is not there.
   void routeDel(const Pax::IpGenPrefix &prefix);
-  /// Tells the readers that what stands behind a stored prefix changed.
+  /// Tells the reactors that what stands behind a stored prefix has changed.
   void changedRouteIs(const Pax::IpGenPrefix &prefix);
 
+  /// Whether exactly this prefix is stored.
   bool route(const Pax::IpGenPrefix &prefix) const;
-  /// The longest stored prefix that covers `prefix` (itself included), or the empty prefix.
+  /// The longest stored prefix that covers `prefix`, which may be `prefix` itself; the empty prefix if none does.
   Pax::IpGenPrefix longestMatch(const Pax::IpGenPrefix &prefix) const;
-  /// The longest stored prefix that covers `prefix` and is shorter, or the empty prefix.
+  /// The longest stored prefix that covers `prefix` and is shorter; the empty prefix if none does.
   Pax::IpGenPrefix findParent(const Pax::IpGenPrefix &prefix) const;
   /// Every stored prefix, sorted.
   std::vector<Pax::IpGenPrefix> routes() const;

@@ -1,4 +1,4 @@
-/// Where the way back to an address is looked up.
+/// The sources of the RPF lookup in a VRF. ContainerSm makes them and owns them; they write nothing.
 #pragma once
 
 #include <string>
@@ -8,8 +8,8 @@
 
 namespace Routing {
 
-/// Follows the unicast routes of a VRF under the name of the RPF source. Routes are asked for per
-/// address, so there is no shadow to keep.
+/// The unicast routes of a VRF under the name of the RPF source. Since routes are asked for one address at a time,
+/// there is no shadow table to keep.
 class UribRouteShadowSm : public Kiv::Counted {
  public:
   UribRouteShadowSm(std::string name, const Kiv::Ptr<const ::Flume::Fib::RouteStatus> &status)
@@ -22,7 +22,7 @@ class UribRouteShadowSm : public Kiv::Counted {
   const Kiv::Ptr<const ::Flume::Fib::RouteStatus> status_;
 };
 
-/// Would hold the multicast topology, where one differs from the unicast one. None does here.
+/// A multicast topology of its own, if a router had one. None has here: only the name is needed.
 class MribTrieBuilder : public Kiv::Counted {
  public:
   MribTrieBuilder(std::string name, const Kiv::Ptr<const Multicast::Rib::Status> &status)
@@ -34,7 +34,7 @@ class MribTrieBuilder : public Kiv::Counted {
   const Kiv::Ptr<const Multicast::Rib::Status> status_;
 };
 
-/// The sources of RPF together.
+/// Both sources together. Lookups use the unicast routes; the multicast topology is only kept.
 class UnicastRoutingStatus : public Kiv::Counted {
  public:
   UnicastRoutingStatus(const Kiv::Ptr<UribRouteShadowSm> &urib, const Kiv::Ptr<MribTrieBuilder> &mrib)

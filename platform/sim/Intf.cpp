@@ -18,8 +18,8 @@ Intf::Intf(Router &router, Link &link, const Pax::IntfId &intfId, const Kiv::Ptr
   const bool unnumbered = link.parameters().unnumbered;
   if (!unnumbered) nextHop_ = address_;
   if (family == Pax::AddressFamily::ipv6) {
-    linkLocal_ = nextHop_ = linkLocalAddress(router.index());
-    status->addressIs(linkLocal_, {.subnet = {linkLocal_, 64}, .global = false});
+    nextHop_ = linkLocalAddress(router.index());
+    status->addressIs(nextHop_, {.subnet = {nextHop_, 64}, .global = false});
   }
   status->addressIs(address_, {.subnet = unnumbered ? Pax::IpGenPrefix::host(address_) : link.subnet()});
   status->adminUpIs(true);

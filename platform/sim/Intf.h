@@ -1,4 +1,4 @@
-/// An end of a link at a router.
+/// The end of a link at a router. The router owns it.
 #pragma once
 
 #include "platform/ip/IntfStatus.h"
@@ -8,8 +8,8 @@ namespace Sim {
 
 class Router;
 
-/// Up from the start, with an address of the link's subnet (of its router where the link is
-/// unnumbered), and in IPv6 a link-local one before it.
+/// It is up from the start and keeps its IntfStatus as a kernel would. It has an address of the link's subnet, or
+/// that of its router if the link is unnumbered, and in IPv6 a link-local address before it.
 class Intf {
  public:
   Intf(Router &router, Link &link, const Pax::IntfId &intfId, const Kiv::Ptr<Ip::IntfStatus> &status);
@@ -19,17 +19,15 @@ class Intf {
   const Pax::IntfId &intfId() const { return intfId_; }
   const Kiv::Ptr<Ip::IntfStatus> &status() const { return status_; }
   const Pax::IpGenAddr &address() const { return address_; }
-  /// Unset in IPv4.
-  const Pax::IpGenAddr &linkLocal() const { return linkLocal_; }
-  /// What neighbours route to: the link-local address where there is one, nothing but the interface on
-  /// an unnumbered link.
+  /// What neighbors route to: the link-local address in IPv6; on an unnumbered link of IPv4 it is unset, and their
+  /// routes name only the interface.
   const Pax::IpGenAddr &nextHopAddress() const { return nextHop_; }
-  /// Gives it this address besides, and lets neighbours route to that one.
+  /// Adds this address, and lets neighbors route to it.
   void nextHopAddressIs(const Pax::IpGenAddr &address);
 
-  /// Down (administratively), it neither sends nor receives, and its addresses count for nothing.
+  /// Sets it up or down administratively. While it is down it neither sends nor receives, and nothing routes to it.
   void upIs(bool up);
-  /// Up, at a router that has power.
+  /// Whether it is up at a router that has power.
   bool isUp() const;
 
  private:
@@ -38,7 +36,6 @@ class Intf {
   const Pax::IntfId intfId_;
   const Kiv::Ptr<Ip::IntfStatus> status_;
   Pax::IpGenAddr address_;
-  Pax::IpGenAddr linkLocal_;
   Pax::IpGenAddr nextHop_;
 };
 

@@ -1,4 +1,4 @@
-/// A wire with two ends or a LAN with many.
+/// A link of the simulated network: a wire with two ends or a LAN with many.
 #pragma once
 
 #include <functional>
@@ -21,22 +21,22 @@ using Packet = Routing::Pim::IO::Outgoing;
 struct LinkParameters {
   uint32_t mtu = 1500;      ///< bytes of an IP packet
   double delay = 0.001;     ///< seconds
-  double jitter = 0;        ///< up to so many seconds more, for each receiver anew; reorders what comes closer
-  double loss = 0;          ///< the part of the packets that each receiver misses, 0 to 1
-  bool unnumbered = false;  ///< its ends have the addresses of their routers, none of a subnet; must not change
+  double jitter = 0;        ///< at most so many seconds more, for each receiver anew; may reorder packets
+  double loss = 0;          ///< the share of packets that each receiver misses, 0 to 1
+  bool unnumbered = false;  ///< its ends have the addresses of their routers and no subnet; must not change
 };
 
-/// Carries packets among its members, which are interfaces of routers and stay for good. Packets
-/// arrive from an event of their own, in the order of sending unless there is jitter. Owned by the
-/// Network, which gives it its subnet and its own random source.
+/// It carries packets among its members, which are interfaces of routers and never leave. Packets arrive in an
+/// event of their own, in the order in which they were sent unless there is jitter. The Network owns it and gives
+/// it its subnet and the seed of a random source of its own.
 class Link {
  public:
   struct Counters {
     uint64_t sent = 0;
-    uint64_t delivered = 0;  ///< once a receiver
-    uint64_t lost = 0;       ///< once a receiver, by the loss rate
-    uint64_t cut = 0;        ///< sent into, or still in, a link that is cut
-    uint64_t tooBig = 0;     ///< over the MTU: refused
+    uint64_t delivered = 0;  ///< counted for each receiver
+    uint64_t lost = 0;       ///< counted for each receiver, because of the loss rate
+    uint64_t cut = 0;        ///< sent into a cut link, or under way in it
+    uint64_t tooBig = 0;     ///< refused, because over the MTU
   };
 
   Link(VirtualTime &time, std::string name, const Pax::IpGenPrefix &subnet, const LinkParameters &parameters,
@@ -46,28 +46,29 @@ class Link {
   const std::string &name() const { return name_; }
   const Pax::IpGenPrefix &subnet() const { return subnet_; }
   const LinkParameters &parameters() const { return parameters_; }
-  /// Holds for what is sent from now on; a new MTU shows at the interfaces.
+  /// Applies to what is sent from now on; the interfaces take over a new MTU.
   void parametersIs(const LinkParameters &parameters);
   const Counters &counters() const { return counters_; }
-  /// Sees every packet that is sent, those that get lost too.
+  /// `tap` sees every packet that is sent, even those that get lost.
   void tapIs(std::function<void(const Packet &)> tap) { tap_ = std::move(tap); }
 
-  /// A cut link loses everything, what is under way too. Routing hears of it at once, while the
-  /// interfaces stay up: PIM learns of it by silence.
+  /// A cut link loses everything, what is under way included. Routing knows at once, but the interfaces stay up:
+  /// PIM finds out by silence.
   void cut() { cutIs(true); }
   void heal() { cutIs(false); }
   bool isCut() const { return isCut_; }
 
+  /// An interface joins the link.
   void memberIs(Intf &intf);
   const std::vector<Intf *> &members() const { return members_; }
   /// The member with this address, or null.
   Intf *memberWith(const Pax::IpGenAddr &address) const;
-  /// The only other member, or null where there are more.
+  /// The only other member, or null if there are several.
   Intf *peerOf(const Intf &intf) const;
 
-  /// Copies the packet and lets it arrive at `receiver`, or at every other member if that is null.
-  /// False when it exceeds the MTU; only a routed packet may (IP would fragment it). `hops` is how
-  /// many more routers a routed packet may cross.
+  /// Copies the packet and lets it arrive at `receiver`, or at every other member if that is null. False if it
+  /// exceeds the MTU, which only a packet to one receiver may: IP would fragment that. `hops` is how many more
+  /// routers a routed packet may cross.
   bool send(Intf &sender, const Packet &packet, Intf *receiver, uint32_t hops);
 
  private:

@@ -1,4 +1,4 @@
-/// A network of routers and links on virtual time.
+/// A simulated network: routers and links on virtual time.
 #pragma once
 
 #include <limits>
@@ -14,8 +14,9 @@
 
 namespace Sim {
 
-/// Owns the time, the routers and the links, all of which stay for its life. Everything random comes
-/// from the one seed: the same steps with the same seed give the same run, packet for packet.
+/// It owns the time, the routers and the links, all of which stay as long as it does. Everything random comes from
+/// one seed: the same steps with the same seed give the same run, packet for packet. Of one address family; it
+/// knows the topology but nothing of PIM.
 class Network {
  public:
   Network(Pax::AddressFamily family, uint64_t seed) : family_(family), seed_(seed) {}
@@ -23,23 +24,25 @@ class Network {
   Pax::AddressFamily af() const { return family_; }
   VirtualTime &time() { return time_; }
 
-  /// Creates the router, or finds it. It makes up the VRF.
+  /// Creates the router, which makes up the VRF, or finds it.
   Router &router(const std::string &name, const std::string &vrf = L3::defaultVrf);
-  /// Creates a link of its own name.
+  /// Creates a link without members. The name must be new.
   Link &linkIs(const std::string &name, const LinkParameters &parameters);
-  /// Creates the link and joins the routers to it, each created if need be, in that order.
+  /// Creates a link and joins the routers to it in this order; routers that are not there are created.
   Link &linkIs(const std::string &name, const std::vector<std::string> &routers, const LinkParameters &parameters = {});
   Link &link(const std::string &name) const { return *linkByName_.at(name); }
   const std::vector<std::unique_ptr<Router>> &routers() const { return routers_; }
   const std::vector<std::unique_ptr<Link>> &links() const { return links_; }
 
-  /// What the routers and links tell, and the routes ask.
+  /// From here on for the routers, links and routes only: they say what changes the topology, and ask for it.
   using Distances = std::vector<uint32_t>;
   static constexpr uint32_t unreachable = std::numeric_limits<uint32_t>::max();
   uint64_t topologyVersion() const { return topologyVersion_; }
   void topologyChanged() { ++topologyVersion_; }
+  /// The router has this address, which every other router can reach.
   void ownerIs(const Pax::IpGenAddr &address, Router &router);
-  /// Links between each router, by its index, and the router or the subnet that has the address.
+  /// How many links lie between each router, by its index, and the router or subnet with this address. Worked out
+  /// once for each state of the topology.
   const Distances &distancesTo(const Pax::IpGenAddr &destination);
 
  private:

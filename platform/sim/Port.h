@@ -7,10 +7,12 @@ namespace Sim {
 
 class Router;
 
-/// Real bytes go out to the router's links and come in from them, from an event of their own.
+/// The bytes go out to the router's links and come in from them as on a real wire. Owned by the router while its PIM
+/// runs.
 class Port : public Routing::Pim::IO::PacketPort {
  public:
   explicit Port(Router &router);
+  /// A link has delivered a packet to the router itself.
   void arrive(const Routing::Pim::IO::Incoming &packet) { receive(packet); }
 
  private:

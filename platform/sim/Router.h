@@ -1,5 +1,5 @@
-/// A router of the simulated network, as far as the platform goes: interfaces, routes, PIM Hellos
-/// and the packet port. An agent may run on it; this class knows nothing of agents.
+/// A router of the simulated network, as far as the platform goes: interfaces, routes, Hellos and the packet port.
+/// An agent may run on it, but this class knows nothing about agents.
 #pragma once
 
 #include <deque>
@@ -18,8 +18,8 @@ namespace Sim {
 
 class Network;
 
-/// One VRF of one family; another VRF of the same box is another Router with the same power. Owned by
-/// the Network. Forwards unicast packets along the routes while it has power.
+/// One VRF of one address family; whoever wants a second VRF in the same box makes another Router and switches the
+/// power of both. The Network owns it. It forwards unicast packets along its routes while it has power.
 class Router {
  public:
   using HelloParameters = Routing::Pim::IO::HelloSpeaker::Parameters;
@@ -31,28 +31,30 @@ class Router {
   const std::string &name() const { return name_; }
   const std::string &vrf() const { return vrf_; }
   uint32_t index() const { return index_; }
-  /// Of its loopback interface "lo", reachable by every path.
+  /// The first address of its loopback interface "lo", reachable on every path.
   const Pax::IpGenAddr &address() const { return address_; }
-  /// Gives "lo" another address, or takes one.
+  /// Adds an address to "lo", or removes one.
   void addressIs(const Pax::IpGenAddr &address);
   void addressDel(const Pax::IpGenAddr &address);
+  /// Whether the address is one of "lo" or of an interface that is up.
   bool owns(const Pax::IpGenAddr &address) const;
 
-  /// The next interface, "eth0" and on, joined to the link. PIM is on there whenever it runs.
+  /// Makes the next interface ("eth0", "eth1", ...) and joins it to the link. PIM is on there whenever it runs.
   Intf &join(Link &link);
   std::deque<Intf> &intfs() { return intfs_; }
+  /// Null if there is none of this id.
   Intf *intf(const Pax::IntfId &intfId) const;
-  /// Its interface at the link; it must have one.
+  /// Its interface on the link; there must be one.
   Intf &intfAt(const Link &link);
 
-  /// Starts the PIM part of a process: a new status, port and Hello speaker, with a Generation ID of
-  /// its own.
+  /// Starts the PIM part of a process: a new status, port and Hello speaker, with a new Generation ID. The router
+  /// must have power, and PIM must not run.
   void pimStart(const HelloParameters &parameters);
-  /// Ends it, with a goodbye to the neighbours or, as a crash does, without.
+  /// Ends it, with a goodbye to the neighbors or, as in a crash, without.
   void pimStop(bool goodbye);
   bool pimRuns() const { return speaker_ != nullptr; }
 
-  /// Without power nothing is sent, received or forwarded, and PIM does not run. Status is not told.
+  /// Without power nothing is sent, received or forwarded. PIM must not run when it changes. No status changes.
   void powerIs(bool power);
   bool hasPower() const { return power_; }
 
@@ -60,13 +62,13 @@ class Router {
   const Kiv::Ptr<Routes> &routes() const { return routes_; }
   const Kiv::Ptr<Orb::TimerWheel> &wheel() const { return wheel_; }
   Orb::Random &random() { return random_; }
-  /// Of the running PIM process.
+  /// Of the PIM part that runs; null when none does.
   const Kiv::Ptr<Routing::Pim::Status> &pimStatus() const { return pimStatus_; }
   const Kiv::Ptr<Port> &port() const { return port_; }
 
-  /// What the link delivers at `intf`.
+  /// A link has delivered a packet at `intf`. It may cross `hops` more routers.
   void receive(Intf &intf, const Packet &packet, uint32_t hops);
-  /// What the port sends: out of an interface, or routed if it names none.
+  /// The port sends a packet, out of an interface, or routed if it names none. False if it could not leave.
   bool transmit(const Packet &packet);
 
  private:

@@ -1,4 +1,4 @@
-/// The routes of one simulated router.
+/// The routes of one simulated router, which owns them.
 #pragma once
 
 #include <unordered_map>
@@ -10,9 +10,8 @@ namespace Sim {
 class Network;
 class Router;
 
-/// Shortest paths, a link counting one, always those of the network as it is: what was worked out
-/// is kept until the topology changes. Subnets of links and addresses of "lo" have routes; nothing
-/// else has.
+/// Shortest paths, each link counting one, always those of the network as it is now: answers are kept until the
+/// topology changes. There are routes to the subnets of links and to the addresses of "lo", and to nothing else.
 class Routes : public Routing::RouteLookup {
  public:
   Routes(Network &network, Router &router) : network_(network), router_(router) {}

@@ -1,10 +1,9 @@
-/// Time that passes only when the simulation runs: the clock, the waker of every timer wheel, and
-/// the queue of whatever else is to happen.
+/// Time that passes only when the simulation runs: the clock, the waker of every timer wheel, and the queue of
+/// everything else that is to happen.
 ///
-/// What happens is an Event; events run in order of time, those of one instant in the order in
-/// which they were scheduled. An event stands in the queue at most once. Nothing ever runs inside
-/// schedule(), cancel() or wakeAt(). Scheduling, moving and cancelling cost O(log n) of the events
-/// that wait, and allocate only while the queue grows.
+/// Whatever happens is an Event. Events run in order of time, those of one instant in the order in which they were
+/// scheduled. An event is in the queue at most once. Nothing ever runs inside schedule(), cancel() or wakeAt().
+/// Scheduling, moving and canceling cost O(log n) for n waiting events, and allocate only while the queue grows.
 #pragma once
 
 #include <cstdint>
@@ -20,7 +19,7 @@ namespace Sim {
 
 class VirtualTime;
 
-/// Owned by whoever schedules it; destroyed, it is not scheduled any more.
+/// Owned by whoever schedules it. Its destruction cancels it.
 class Event {
  public:
   explicit Event(VirtualTime &time) : virtualTime_(time) {}
@@ -30,7 +29,7 @@ class Event {
   bool scheduled() const { return place_ != notScheduled; }
 
  protected:
-  /// Runs at its time, no longer scheduled; may schedule or destroy itself.
+  /// Runs at its time, when it is no longer scheduled; it may schedule or destroy itself.
   virtual void happen() = 0;
 
  private:
@@ -40,9 +39,10 @@ class Event {
   size_t place_ = notScheduled;
 };
 
+/// One per simulation. It owns neither events nor wheels, and all of them must be gone before it goes.
 class VirtualTime : public Orb::Clock, public Orb::Waker {
  public:
-  static constexpr double start = 1000;
+  static constexpr double start = 1000;  ///< seconds; status takes 0 for unset
 
   VirtualTime();
   ~VirtualTime() override;
@@ -50,18 +50,18 @@ class VirtualTime : public Orb::Clock, public Orb::Waker {
   double now() const override { return now_; }
   void wakeAt(Orb::TimerWheel &wheel, double time) override;
 
-  /// Moves the event if it is scheduled already; a time that has passed means now, behind everything
-  /// that waits for now.
+  /// Schedules the event, or moves it if it is scheduled already. A time that has passed means now, behind
+  /// everything that waits for now.
   void schedule(Event &event, double time);
   void cancel(Event &event);
-  /// Runs `action` once.
+  /// Runs `action` once at `time`.
   void at(double time, std::function<void()> action);
 
-  /// Runs everything up to and including `deadline`, and ends there.
+  /// Runs everything up to and including `deadline`, which is the time afterwards.
   void runTo(double deadline);
   void runFor(double seconds) { runTo(now_ + seconds); }
-  /// Runs event after event until `holds` says true, asked before the first and after each. False
-  /// when it did not hold by `deadline`, at which time now() is then.
+  /// Runs one event after another until `holds()`, which is asked before the first and after each. False if it
+  /// does not hold by `deadline`, which is the time then.
   bool runUntil(const std::function<bool()> &holds, double deadline);
 
   uint64_t happened() const { return happened_; }  ///< events that have run

@@ -1,13 +1,13 @@
 /// The state store of a process: entities under paths, and typed mounts of them.
 ///
-/// Whoever owns a piece of state publishes its entity under a path; whoever needs it mounts the path
-/// and gets a Ptr, to a const entity where it only reads. A mount of a path that is not there yet
-/// completes when it is published. All mounts that a part of the agent needs are one MountGroup,
-/// which tells once that everything is there. The entities live on in the store when their users
-/// go, so state outlasts a restart of the agent object.
+/// Whoever owns a piece of state publishes its entity under a path; whoever needs it mounts the path and gets a
+/// Ptr, to a const entity if it only reads. A mount of a path that is not there yet is filled when the path is
+/// published. All mounts that a part of the agent needs make up one MountGroup, which says once that everything
+/// is there. The store holds the entities after their users are gone, so state outlasts a restart of the agent
+/// object.
 ///
-/// A path has one type for good: publishing or mounting it with another is fatal, and so is
-/// publishing over an entity that has not been withdrawn.
+/// A path has one type for good: to publish or mount it with another type is fatal, and so is publishing over an
+/// entity that has not been withdrawn.
 #pragma once
 
 #include <functional>
@@ -23,19 +23,21 @@ namespace Statehub {
 
 class MountGroup;
 
+/// Owned by the program. It must outlive every MountGroup, and changes nothing in the entities.
 class Store {
  public:
   Store() = default;
   Store(const Store &) = delete;
   Store &operator=(const Store &) = delete;
 
-  /// Mounts that wait for the path get the entity, and groups complete thereby are told, before
-  /// this returns.
+  /// Before this returns, every mount of the path in a waiting group has the entity, and the groups that thereby
+  /// become complete have been told.
   template <class Type>
   void publish(std::string_view path, const Kiv::Ptr<Type> &entity) {
     publish(path, typeid(Type), entity);
   }
-  /// Takes the path away. Groups that are complete keep what they mounted; the others wait again.
+  /// Takes the path away; does nothing if it is not there. Groups that are complete keep what they mounted, the
+  /// others wait for the path again.
   void withdraw(std::string_view path);
 
   /// What is published under the path, or an empty Ptr.
@@ -57,8 +59,8 @@ class Store {
   std::vector<MountGroup *> waiting_;
 };
 
-/// Mounts that complete together. Belongs to the part that mounts and goes with it, if need be
-/// before completion; the store and the Ptrs that are filled outlive it.
+/// Mounts that complete together. It belongs to the part that mounts, and may go before it is complete. The store
+/// and the Ptrs that it fills must outlive it.
 class MountGroup {
  public:
   explicit MountGroup(Store &store) : store_(store) {}
@@ -66,15 +68,14 @@ class MountGroup {
   MountGroup(const MountGroup &) = delete;
   MountGroup &operator=(const MountGroup &) = delete;
 
-  /// Fills `target` as soon as the path is there: read-only for a Ptr<const Type>, else writable.
+  /// Fills `target` as soon as the path is there, at once if it is already; use a Ptr<const Type> to read only.
   template <class Type>
   void mount(std::string_view path, Kiv::Ptr<Type> &target) {
     mount(path, typeid(Type), [&target](Kiv::Entity *entity) { target = Kiv::Ptr<Type>(static_cast<Type *>(entity)); });
   }
-  /// To be called once, after the last mount. `onComplete` is called once, when everything is there:
-  /// inside this call if it is already. It may destroy the group.
+  /// To be called once, after the last mount. `onComplete` is called once, when everything is there: inside this
+  /// call if it is there already. It may destroy the group.
   void whenComplete(std::function<void()> onComplete);
-  bool complete() const { return complete_; }
 
  private:
   friend class Store;

@@ -5,18 +5,19 @@
 
 namespace Redundancy {
 
-/// How two controllers share the router. The numbers are the platform's.
+/// How two controllers share the router. The numbers are those of the platform.
 enum class Protocol : uint8_t {
   none = 0,
   hotStandby = 3,  ///< the standby controller runs its agents and keeps their state
 };
 std::ostream &operator<<(std::ostream &out, Protocol protocol);
 
+/// The part that this controller has in the pair.
 enum class ControllerMode : uint8_t { unknown = 0, standby = 4, active = 5 };
 std::ostream &operator<<(std::ostream &out, ControllerMode mode);
 
-/// Written by the platform; whoever writes both sets the mode first, so that no reader takes an
-/// active controller for a standby one in between.
+/// Written by the platform; agents only read. To change both attributes set `mode` first, or a reader would take
+/// an active controller for a standby one in between.
 class RedundancyStatus : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE)                                    \
   ATTRIBUTE(value, Protocol, protocol, Protocol, Protocol::none) \
@@ -25,7 +26,8 @@ class RedundancyStatus : public Kiv::Entity {
 #undef ATTRIBUTES
 
  public:
-  /// Whether agents stand by: only a pair that keeps state on both controllers has such.
+  /// Whether agents stand by, which means that they keep state but neither send nor decide. Only in a hot-standby
+  /// pair do they; without one a mode that is not `active` means nothing.
   bool standby() const { return protocol() == Protocol::hotStandby && mode() != ControllerMode::active; }
 };
 

@@ -1,5 +1,5 @@
-/// Staged boot and shutdown: the system asks an agent to run stages, one by one, and goes on when
-/// the agent has reported each complete.
+/// Staged boot and shutdown: the system asks an agent to run stages, one after another, and goes on when the agent
+/// has reported the last one complete.
 #pragma once
 
 #include <functional>
@@ -11,41 +11,44 @@
 
 namespace Stage {
 
-/// The stages that an agent is asked to run, by name ("stageInput/boot/PimBsr"). A stage that the
-/// system takes away may be asked for again.
+/// The stages that an agent is asked to run, by name ("stageInput/boot/PimBsr"). Written by the system. A stage
+/// that it takes away may be asked for again.
 class AgentConfig : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(set, std::string, stage, Stage)
   KIV_ENTITY(AgentConfig, ATTRIBUTES)
 #undef ATTRIBUTES
 };
 
-/// Those that the agent has completed ("stageAgentStatus/boot/PimBsr").
+/// The stages that the agent has completed ("stageAgentStatus/boot/PimBsr"). Written by the agent, through
+/// StagesHelper; the system reads it.
 class AgentStatus : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(set, std::string, completeStage, CompleteStage)
   KIV_ENTITY(AgentStatus, ATTRIBUTES)
 #undef ATTRIBUTES
 };
 
+/// The two classes of stages.
 inline constexpr std::string_view bootStageClass = "bootStageClass";
 inline constexpr std::string_view shutdownStageClass = "shutdownStageClass";
 
-/// Runs the stages of one class: calls the handler for each stage that is asked for and not yet
-/// complete, and reports it complete when the agent says so. What an earlier run of the agent has
-/// completed is not run again, while it is asked for.
+/// Runs the stages of one class for an agent, which owns it: calls the handler for each stage that is asked for
+/// and not complete, and reports it complete when the agent says so. A stage that an earlier run of the agent has
+/// completed is not run again as long as it is asked for.
 class StagesHelper {
  public:
   using DoStage = std::function<void(std::string_view stageClass, std::string_view stage)>;
 
-  /// `stageClass` outlives the helper.
+  /// `stageClass` must outlive the helper.
   StagesHelper(std::string_view stageClass, const Kiv::Ptr<const AgentConfig> &config,
                const Kiv::Ptr<AgentStatus> &status, DoStage doStage);
   StagesHelper(const StagesHelper &) = delete;
   StagesHelper &operator=(const StagesHelper &) = delete;
 
-  /// Starts to follow the input, with the stages that are asked for already; to be called once, by
-  /// an owner whose handler can find the helper.
+  /// Begins with the stages that are asked for already, and follows the input from then on. To be called once,
+  /// when the owner's handler can reach the helper. Reports of stages that are no longer asked for are removed.
   void handleInitialized();
-  /// May be called inside the handler or any time later. Ignored for a stage that is not asked for.
+  /// The agent has completed the stage. May be called inside the handler or at any time later; ignored for a
+  /// stage that is not asked for.
   void stageComplete(std::string_view stage);
 
  private:

@@ -1,15 +1,16 @@
-/// Broken invariants end the process.
+/// Assertions that stay in release builds: a broken invariant ends the process. For the agent's own mistakes
+/// only. What a peer sends or an operator configures must never get here.
 #pragma once
 
 namespace Tracelet {
 
-/// Writes "Assertion failed: <expression>" with its place to the trace and to standard error,
-/// flushes the trace and aborts.
+/// Writes "Assertion failed: <expression>" and its place to the trace and to standard error, flushes the
+/// trace and aborts.
 [[noreturn]] void assertionFailed(const char *expression, const char *file, int line);
 
 }  // namespace Tracelet
 
-/// REQUIRE(config()): fatal with the expression as its text when it does not hold.
+/// REQUIRE(config()): aborts with the expression as the text if it does not hold.
 #define REQUIRE(expression) REQUIRE_AS(expression, #expression)
 
 /// The same with the text given, where its spacing would not survive formatting.

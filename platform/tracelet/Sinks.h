@@ -1,4 +1,4 @@
-/// The sinks that traces go to.
+/// The sinks that traces go to: a file, standard error, a ring in memory, and one for tests.
 #pragma once
 
 #include <cstdint>
@@ -14,11 +14,12 @@ namespace Tracelet {
 /// "2024-05-01 12:34:56.123456 PimBsrSm 4 text", in local time.
 std::string stampedLine(std::string_view module, int level, std::string_view text);
 
-/// Appends stamped lines to DIRECTORY/NAME.log, each at once. A file that has outgrown its limit
-/// becomes NAME.log.1 (in place of an earlier one) and a new one begins.
+/// Appends stamped lines to DIRECTORY/NAME.log and flushes after each. A file that has reached its limit is
+/// renamed to NAME.log.1, in place of an earlier one, and a new file begins. When that one cannot be opened,
+/// lines are lost; the agent goes on.
 class FileSink : public Sink {
  public:
-  static constexpr uint64_t defaultLimit = 32 << 20;
+  static constexpr uint64_t defaultLimit = 32 << 20;  ///< bytes
 
   /// Throws std::system_error when the file cannot be opened.
   FileSink(const std::string &directory, std::string_view name, uint64_t limit = defaultLimit);
@@ -43,11 +44,12 @@ class StderrSink : public Sink {
   void line(std::string_view module, int level, std::string_view text) override;
 };
 
-/// Keeps the last stamped lines.
+/// Keeps the last `most` stamped lines in memory, for the operator's `show log`.
 class RingSink : public Sink {
  public:
   explicit RingSink(size_t most) : most_(most) {}
   void line(std::string_view module, int level, std::string_view text) override;
+  /// Oldest first.
   const std::deque<std::string> &lines() const { return lines_; }
 
  private:
@@ -55,16 +57,17 @@ class RingSink : public Sink {
   std::deque<std::string> lines_;
 };
 
-/// For tests: registers itself, sets every module to a level while it lives, and keeps the bare texts.
+/// For tests: registers itself, sets every module to `level` while it lives, and keeps the bare texts, without
+/// stamp and module. Its end sets every module back to the default level.
 class CaptureSink : public Sink {
  public:
   explicit CaptureSink(int level = 9);
   ~CaptureSink() override;
   void line(std::string_view module, int level, std::string_view text) override;
   const std::vector<std::string> &lines() const { return lines_; }
-  /// Whether some line contains the text.
+  /// Whether any line contains the text.
   bool contains(std::string_view text) const { return count(text) > 0; }
-  /// How many lines do.
+  /// How many lines contain it.
   size_t count(std::string_view text) const;
   void clear() { lines_.clear(); }
 
@@ -72,9 +75,9 @@ class CaptureSink : public Sink {
   std::vector<std::string> lines_;
 };
 
-/// Sets tracing up from the environment and returns the sink in use, registered. TRACELET_DISABLE
-/// (set to anything) turns every statement off and gives none; otherwise lines go to NAME.log in
-/// TRACELETDIR, or to standard error when that is not set or cannot be written.
+/// Sets up tracing as the environment says and returns the sink in use, already registered; the caller owns
+/// it. With TRACELET_DISABLE set (to anything) every statement is off and there is no sink. Otherwise lines go
+/// to NAME.log in the directory TRACELETDIR, or to standard error if that is unset or cannot be written.
 std::unique_ptr<Sink> sinkFromEnvironment(std::string_view name);
 
 }  // namespace Tracelet

@@ -1,7 +1,10 @@
-/// Traces: modules with a level each, and the sinks that their lines go to.
+/// Traces for developers and support: modules with a level each, and the sinks that their lines go to.
 ///
-/// A statement that is off costs a load and a branch; its text is never formatted. Levels: 1 drops
-/// and errors, 4 accepted messages and changes of state, 5 timers, 9 entries of handlers.
+/// A file that traces has a static Module and says TRACELET(trace, level, text). A statement whose level is
+/// off costs a load and a branch; its text is never formatted. Levels: 1 for drops and errors, 4 for accepted
+/// messages and changes of state, 5 for timers, 9 for the entry of every handler.
+///
+/// What operators are told are events, which are made elsewhere; traces never replace them.
 #pragma once
 
 #include <map>
@@ -13,19 +16,22 @@
 
 namespace Tracelet {
 
-/// Where lines go. A sink is registered with Registry and leaves it with its own destruction.
+/// Where lines go. Its owner registers it with Registry::sinkAdd(); its destruction takes it out again. It is
+/// called in the middle of whatever traces, so it must neither trace nor throw.
 class Sink {
  public:
   Sink() = default;
   Sink(const Sink &) = delete;
   Sink &operator=(const Sink &) = delete;
   virtual ~Sink();
+  /// One trace statement, without an end of line. The texts are gone when this returns.
   virtual void line(std::string_view module, int level, std::string_view text) = 0;
+  /// Writes out whatever the sink holds back; the process may be about to abort.
   virtual void flush() {}
 };
 
-/// A named source of traces; a static object in the file that traces. Several may share a name,
-/// which outlives them (a string literal).
+/// A named source of traces: a static object of the file that traces. Several files may share a name. The name
+/// must outlive the module, so it is a string literal.
 class Module {
  public:
   explicit Module(const char *name);
@@ -33,9 +39,9 @@ class Module {
   Module(const Module &) = delete;
   Module &operator=(const Module &) = delete;
 
-  const char *name() const { return name_; }
-  /// Statements up to this level are on.
+  /// Statements up to this level are on; -1 when tracing is disabled.
   int level() const { return level_; }
+  /// Passes a line to all sinks, whatever the level: TRACELET has compared it already.
   void emit(int level, const std::ostringstream &text) const;
 
  private:
@@ -44,18 +50,21 @@ class Module {
   int level_;
 };
 
-/// All modules and sinks of the process.
+/// All modules and sinks of the process, and the levels that were asked for. It owns none of them. One
+/// instance lives until the process ends.
 class Registry {
  public:
+  /// The level of a module that nobody asked for.
   static constexpr int defaultLevel = 3;
 
   static Registry &instance();
-  /// Sets the level of every module of this name, now and later registered; "*" is every module.
-  /// False when there is no such module.
+  /// Sets the level of all modules of this name, of those registered later too. "*" stands for every module
+  /// and forgets the levels of single ones. False when no module of the name is registered yet.
   bool levelIs(std::string_view module, int level);
-  /// Turns every statement off for good (TRACELET_DISABLE).
+  /// Turns every statement off for the rest of the process's life (TRACELET_DISABLE).
   void disable();
   bool disabled() const { return disabled_; }
+  /// Registers the sink; adding it twice changes nothing.
   void sinkAdd(Sink &sink);
   void sinkRemove(Sink &sink);
   /// Passes a line to every sink, whatever the levels.
@@ -77,7 +86,8 @@ class Registry {
 
 }  // namespace Tracelet
 
-/// TRACELET(module, 4, "Added prefix " << prefix << " into trie");
+/// Traces a text that is written with `<<`: TRACELET(trace, 4, "Added prefix " << prefix << " into trie");
+/// The text is evaluated only if the level is on, so it must have no side effects.
 #define TRACELET(module, traceLevel, text)               \
   do {                                                   \
     if ((module).level() >= (traceLevel)) [[unlikely]] { \

@@ -128,7 +128,6 @@ TEST(WheelAgainstModel, FiresTheSameTimersInTheSameOrder) {
     for (unsigned n = 0; n < count; ++n) renew(n);
     for (int round = 0; round < 20000 && !testing::Test::HasFatalFailure(); ++round) {
       arm(random() % count);
-      ASSERT_EQ(wheel->size(), model.size());
       if (random() % 4) continue;
       const double jumps[] = {0, 0.01, 0.5, 30, 5000};
       time.advanceTo(time.now() + jumps[random() % 5]);
