@@ -89,8 +89,7 @@ TEST_P(Goodbye, OnStandbyThereIsNoPimNeighborUntilItIsActiveAgain) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Families, Goodbye, testing::Values(ipv4, ipv6),
-                         [](const auto &info) { return info.param.ipv4() ? "IPv4" : "IPv6"; });
+FOR_BOTH_FAMILIES(Goodbye);
 
 }  // namespace
 }  // namespace Test

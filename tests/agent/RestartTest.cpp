@@ -21,86 +21,86 @@ TEST_P(Restart, RemovesWhatIsConfiguredNoMoreBeforeItWritesAnythingNew) {
   const Pax::IpGenPrefix global = a.global(), scope = a.scope(5), other = a.scope(7);
   const Pax::IntfId eth1("default", "eth1");
   for (const bool changed : {false, true}) {
-    World w(GetParam());
-    w.add("default").interfaces->intfStatusIs(eth1);
-    w.candidateIs("default", global, 50);
-    w.candidateIs("default", scope, 50);
-    w.candidateRpIs("default", a.group(1), 51);
-    w.system.configColl->intfConfigIs(eth1)->bsrBorderGrpIs(a.scope(6));
-    w.start();
-    w.advance(w.bestDelay() + 1);
-    const Kiv::Ptr<Bsr::Status> status = w.status("default");
+    World world(GetParam());
+    world.add("default").interfaces->intfStatusIs(eth1);
+    world.candidateIs("default", global, 50);
+    world.candidateIs("default", scope, 50);
+    world.candidateRpIs("default", a.group(1), 51);
+    world.system.configColl->intfConfigIs(eth1)->bsrBorderGrpIs(a.scope(6));
+    world.start();
+    world.advance(world.bestDelay() + 1);
+    const Kiv::Ptr<Bsr::Status> status = world.status("default");
     ASSERT_TRUE(status->cbsr(global)->elected() && status->cbsr(scope)->elected());
-    const double since = w.bsr("default")->setupTime();
-    w.stop();
-    w.advance(7);
+    const double since = world.bsr("default")->setupTime();
+    world.stop();
+    world.advance(7);
     if (changed) {
-      w.config("default").bsrCandidateConfig({"default", "lo50"})->groupDel(scope);
-      w.config("default").rpCandidateConfigDel({"default", "lo51"});
-      w.system.configColl->intfConfigDel(eth1);
-      w.candidateIs("default", other, 50);
-      w.candidateRpIs("default", a.group(2), 52);
-      w.system.configColl->intfConfigIs(eth1)->bsrBorderGrpIs(a.scope(8));
+      world.config("default").bsrCandidateConfig({"default", "lo50"})->groupDel(scope);
+      world.config("default").rpCandidateConfigDel({"default", "lo51"});
+      world.system.configColl->intfConfigDel(eth1);
+      world.candidateIs("default", other, 50);
+      world.candidateRpIs("default", a.group(2), 52);
+      world.system.configColl->intfConfigIs(eth1)->bsrBorderGrpIs(a.scope(8));
     }
     const Recorder recorder(status);
-    w.start();
+    world.start();
     EXPECT_EQ(recorder.noted, changed ? "---+++" : "");
     EXPECT_EQ(status->cbsr().keys(), (std::vector{global, changed ? other : scope}));
     EXPECT_EQ(status->crp().keys(), std::vector{a.host(changed ? 52 : 51)});
     EXPECT_EQ(status->crpStatus(scope) == nullptr, changed) << "what it collected goes too";
     EXPECT_EQ(status->cbsr(global)->state(), Bsr::BsrCandidateState::eBsr);
-    EXPECT_EQ(w.bsr("default")->setupTime(), since);
-    w.advance(3000);
+    EXPECT_EQ(world.bsr("default")->setupTime(), since);
+    world.advance(3000);
     EXPECT_EQ(status->bootstrapRouter().keys(), status->cbsr().keys()) << "a zone that was given up ends";
   }
 }
 
 TEST_P(Restart, WhatWasLearnedLastsForTheTimeoutAndTheRestOfItsHoldTime) {
   for (const bool standby : {false, true}) {
-    World w(GetParam());
-    World::Vrf &vrf = w.add("default");
-    w.start();
+    World world(GetParam());
+    PlatformVrf &vrf = world.add("default");
+    world.start();
     vrf.hear(Bsm(a.host(60))
                  .group(a.group(1), {{a.host(70), 150, 1}})
                  .group(a.group(2), {{a.host(71), 400, 1}})
                  .group(a.group(3), {{a.host(72), 80, 1}}));
-    w.advance(50);
-    standby ? w.standbyIs(true) : w.stop();
-    w.advance(50);
-    const auto published = *w.system.rpCandidateStatusColl->vrfStatus("default");
+    world.advance(50);
+    standby ? world.standbyIs(true) : world.stop();
+    world.advance(50);
+    const auto published = *world.system.rpCandidateStatusColl->vrfStatus("default");
     const auto rps = [&] { return published->crpSet().size(); };
     EXPECT_EQ(rps(), 3u) << "nobody is there to end them";
     const auto rp = published->crpSet(a.group(2))->rp(a.host(71));
-    standby ? w.standbyIs(false) : w.start();
+    standby ? world.standbyIs(false) : world.start();
     EXPECT_EQ(published->crpSet(a.group(2))->rp(a.host(71)), rp) << "it was never withdrawn";
-    w.advance(49.9);
+    world.advance(49.9);
     EXPECT_EQ(rps(), 2u);
-    w.advance(0.2);
+    world.advance(0.2);
     EXPECT_EQ(rps(), 1u) << "150 seconds have passed since it was told";
-    w.advance(79.7);
-    EXPECT_EQ(w.bsr("default")->ipAddr(), a.host(60));
-    w.advance(0.2);
-    EXPECT_FALSE(w.bsr("default")) << "130 seconds after the start";
+    world.advance(79.7);
+    EXPECT_EQ(world.bsr("default")->ipAddr(), a.host(60));
+    world.advance(0.2);
+    EXPECT_FALSE(world.bsr("default")) << "130 seconds after the start";
     EXPECT_EQ(vrf.sent(), 1u) << "nothing but the message that was passed on";
   }
 }
 
 TEST_P(Restart, ForgetsVrfsThatAreGoneAndRpsThatNoZoneKnows) {
-  w.add("default");
-  w.add("blue");
-  w.start();
-  w.stop();
-  w.system.vrfDel("blue");
-  w.system.pimDel("default");
-  const auto published = *w.system.rpCandidateStatusColl->vrfStatus("default");
+  world.add("default");
+  world.add("blue");
+  world.start();
+  world.stop();
+  world.system.vrfDel("blue");
+  world.system.pimDel("default");
+  const auto published = *world.system.rpCandidateStatusColl->vrfStatus("default");
   published->crpSetIs(a.group(1))->rpIs(a.host(70));
-  const Kiv::Ptr<Bsr::Status> blue = w.status("blue");
-  w.start();
-  EXPECT_FALSE(w.status("blue"));
-  EXPECT_FALSE(w.system.rpCandidateStatusColl->vrfStatus("blue"));
+  const Kiv::Ptr<Bsr::Status> blue = world.status("blue");
+  world.start();
+  EXPECT_FALSE(world.status("blue"));
+  EXPECT_FALSE(world.system.rpCandidateStatusColl->vrfStatus("blue"));
   EXPECT_TRUE(published->crpSet().empty());
-  w.add("blue");
-  EXPECT_NE(w.status("blue"), blue);
+  world.add("blue");
+  EXPECT_NE(world.status("blue"), blue);
 }
 
 FOR_BOTH_FAMILIES(Restart);

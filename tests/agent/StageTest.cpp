@@ -11,24 +11,24 @@ const std::string shutdown("NetworkAgentShutdown");
 
 /// Ends the agent inside the report of a complete stage, if it is to.
 struct Ending : Stage::AgentStatus::Notifiee {
-  Ending(World &world, bool wanted) : w(world) {
-    if (wanted) notifierIs(w.system.shutdownStageStatus);
+  Ending(World &world, bool wanted) : world(world) {
+    if (wanted) notifierIs(world.system.shutdownStageStatus);
   }
-  void onCompleteStage(const std::string &) override { w.stop(); }
-  World &w;
+  void onCompleteStage(const std::string &) override { world.stop(); }
+  World &world;
 };
 
 TEST_P(Stages, OnlyThoseOfTheNetworkAreRunAndEachInItsOwnClass) {
   Tracelet::CaptureSink log;
   for (const char *stage : {"Forwarding", "NetworkAgent", "NetworkAgentShutdown"}) {
-    w.system.bootStageInput->stageIs(stage);
-    if (stage != shutdown) w.system.shutdownStageInput->stageIs(stage);
+    world.system.bootStageInput->stageIs(stage);
+    if (stage != shutdown) world.system.shutdownStageInput->stageIs(stage);
   }
-  w.start();
-  w.advance(100);
-  EXPECT_EQ(w.system.bootStageStatus->completeStage().keys(), std::vector<std::string>{"NetworkAgent"});
-  EXPECT_TRUE(w.system.shutdownStageStatus->completeStage().empty());
-  EXPECT_FALSE(w.agent->shutdown());
+  world.start();
+  world.advance(100);
+  EXPECT_EQ(world.system.bootStageStatus->completeStage().keys(), std::vector<std::string>{"NetworkAgent"});
+  EXPECT_TRUE(world.system.shutdownStageStatus->completeStage().empty());
+  EXPECT_FALSE(world.agent->shutdown());
   EXPECT_TRUE(log.contains("doStage, stageClass: bootStageClass, stage: NetworkAgent"));
   EXPECT_TRUE(log.contains("doStage, stageClass: shutdownStageClass, stage: Forwarding"));
 }
@@ -46,62 +46,63 @@ TEST_P(Stages, TheShutdownIsCompleteOnceEveryVrfThatRunsIs) {
       {1, false, nothing, 5},
       {3, false, nothing, 5},
       {3, true, nothing, 0},
-      {1, false, [](World &w) { w.system.vrfDel("v0"); }, 1},
-      {3, false, [](World &w) { w.standbyIs(true); }, 1},
-      {3, false, [](World &w) { w.system.pimDel("v1"); }, 5},
-      {3, false, [](World &w) { w.add("late"); }, 6},
-      {1, false, [](World &w) { w.add("late"), w.advance(4.5), w.system.pimDel("v0"), w.pimIs("v0"); }, 10.5},
+      {1, false, [](World &world) { world.system.vrfDel("v0"); }, 1},
+      {3, false, [](World &world) { world.standbyIs(true); }, 1},
+      {3, false, [](World &world) { world.system.pimDel("v1"); }, 5},
+      {3, false, [](World &world) { world.add("late"); }, 6},
+      {1, false,
+       [](World &world) { world.add("late"), world.advance(4.5), world.system.pimDel("v0"), world.pimIs("v0"); }, 10.5},
   };
   for (const Row &row : rows) {
     for (const bool ends : {false, true}) {
       SCOPED_TRACE(&row - rows);
-      World w(GetParam());
-      const Ending ending(w, ends);
-      for (int i = 0; i < row.vrfs; ++i) w.add("v" + std::to_string(i));
-      w.standbyIs(row.standby);
-      w.start();
-      w.system.shutdownStageInput->stageIs(shutdown);
-      const auto isComplete = [&] { return w.system.shutdownStageStatus->completeStage(shutdown); };
+      World world(GetParam());
+      const Ending ending(world, ends);
+      for (int i = 0; i < row.vrfs; ++i) world.add("v" + std::to_string(i));
+      world.standbyIs(row.standby);
+      world.start();
+      world.system.shutdownStageInput->stageIs(shutdown);
+      const auto isComplete = [&] { return world.system.shutdownStageStatus->completeStage(shutdown); };
       EXPECT_FALSE(isComplete()) << "not before the next turn";
-      const double begin = w.time.now();
-      if (!w.time.runUntil(isComplete, begin + 1)) {
-        row.afterOneSecond(w);
-        EXPECT_TRUE(w.time.runUntil(isComplete, begin + 100));
+      const double begin = world.time.now();
+      if (!world.time.runUntil(isComplete, begin + 1)) {
+        row.afterOneSecond(world);
+        EXPECT_TRUE(world.time.runUntil(isComplete, begin + 100));
       }
-      EXPECT_DOUBLE_EQ(w.time.now() - begin, row.completeAfter);
-      EXPECT_EQ(w.agent == nullptr, ends);
+      EXPECT_DOUBLE_EQ(world.time.now() - begin, row.completeAfter);
+      EXPECT_EQ(world.agent == nullptr, ends);
     }
   }
 }
 
 TEST_P(Stages, AShutdownThatIsAskedForAgainIsCompleteAtOnceAndANewProcessKnowsOfNone) {
   Tracelet::CaptureSink log;
-  w.add("default");
-  w.candidateRpIs("default", a.group(1), 51);
-  w.system.pimDel("default");
-  w.start();
-  const auto interval = [&] { return w.status("default")->crp(a.host(51))->interval().number(); };
-  w.system.shutdownStageInput->stageIs(shutdown);
-  w.pimIs("default");
-  w.advance(1);
-  EXPECT_FALSE(w.system.shutdownStageStatus->completeStage(shutdown)) << "a VRF came first";
-  w.add("late");
-  w.system.pimDel("late");
-  w.pimIs("late");
+  world.add("default");
+  world.candidateRpIs("default", a.group(1), 51);
+  world.system.pimDel("default");
+  world.start();
+  const auto interval = [&] { return world.status("default")->crp(a.host(51))->interval().number(); };
+  world.system.shutdownStageInput->stageIs(shutdown);
+  world.pimIs("default");
+  world.advance(1);
+  EXPECT_FALSE(world.system.shutdownStageStatus->completeStage(shutdown)) << "a VRF came first";
+  world.add("late");
+  world.system.pimDel("late");
+  world.pimIs("late");
   EXPECT_TRUE(log.contains("(), No VRFs have completed."));
-  w.advance(5);
+  world.advance(5);
   EXPECT_TRUE(log.contains("(), in progress for VRF late"));
   EXPECT_TRUE(log.contains("(), completed for all VRFs"));
-  w.system.shutdownStageInput->stageDel(shutdown);
-  w.standbyIs(true);
-  w.standbyIs(false);
+  world.system.shutdownStageInput->stageDel(shutdown);
+  world.standbyIs(true);
+  world.standbyIs(false);
   EXPECT_EQ(interval(), 120u);
-  w.system.shutdownStageInput->stageIs(shutdown);
-  EXPECT_TRUE(w.system.shutdownStageStatus->completeStage(shutdown));
-  w.stop();
-  w.start();
+  world.system.shutdownStageInput->stageIs(shutdown);
+  EXPECT_TRUE(world.system.shutdownStageStatus->completeStage(shutdown));
+  world.stop();
+  world.start();
   EXPECT_EQ(interval(), 60u);
-  EXPECT_FALSE(w.agent->shutdown());
+  EXPECT_FALSE(world.agent->shutdown());
 }
 
 FOR_BOTH_FAMILIES(Stages);

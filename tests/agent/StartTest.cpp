@@ -24,11 +24,11 @@ TEST_P(Start, EachOfThesePathsIsMountedUnderItsName) {
                            "stage/shutdown/completionstatus ip/vrf/status/local acl/config/input acl/config/cli "
                            "interface/status/all interface/status/local kni/ns/netns-blue/status");
   for (std::string path; paths >> path;) {
-    World w(GetParam());
-    for (const char *vrf : {"default", "blue"}) w.add(vrf);
-    w.store.withdraw(path);
-    w.start();
-    EXPECT_FALSE(w.agent->containerSm().size() == 2) << path;
+    World world(GetParam());
+    for (const char *vrf : {"default", "blue"}) world.add(vrf);
+    world.store.withdraw(path);
+    world.start();
+    EXPECT_FALSE(world.agent->containerSm().size() == 2) << path;
   }
 }
 
@@ -43,42 +43,42 @@ struct SetTypeWitness : Bsr::Status::Notifiee {
 };
 
 TEST_P(Start, ChannelWheelAndSourcesHaveTheirNamesAndSizes) {
-  TestVrf v(GetParam());
-  EXPECT_EQ(v.port->settings, "307200 2100 transparent ");
-  const Orb::TimerWheel::Parameters &wheel = v.sm->timerWheel().parameters();
+  TestVrf vrf(GetParam());
+  EXPECT_EQ(vrf.port->settings, "307200 2100 transparent ");
+  const Orb::TimerWheel::Parameters &wheel = vrf.sm->timerWheel().parameters();
   EXPECT_EQ((std::vector{wheel.ticksPerSecond, wheel.horizon, wheel.ticksPerSlot, wheel.slotsPerLevel}),
             (std::vector{100u, 108200u, 1u, 1024u}));
-  EXPECT_EQ(v.sm->uribRouteShadowSm().name(), a.ipv4() ? "PimBsrUrib" : "PimBsr6Urib");
-  EXPECT_EQ(v.sm->mribTrieBuilder().name(), "PimBsrMrib");
-  EXPECT_EQ(v.sm->bsrSm().bsrTrie()->name(), a.ipv4() ? "PimBsrTrie" : "PimBsr6Trie");
+  EXPECT_EQ(vrf.sm->uribRouteShadowSm().name(), a.ipv4() ? "PimBsrUrib" : "PimBsr6Urib");
+  EXPECT_EQ(vrf.sm->mribTrieBuilder().name(), "PimBsrMrib");
+  EXPECT_EQ(vrf.sm->bsrSm().bsrTrie()->name(), a.ipv4() ? "PimBsrTrie" : "PimBsr6Trie");
   EXPECT_EQ(static_cast<int>(Pim::Packet::MessageType::bootstrap), 4);
   EXPECT_EQ(static_cast<int>(Pim::Packet::MessageType::crpAdv), 8);
 
-  v.stop();
-  v.status->countersDel();
-  v.published->rpSetTypeIs(0);
-  const SetTypeWitness witness(v.status, *v.published);
-  v.start();
+  vrf.stop();
+  vrf.status->countersDel();
+  vrf.published->rpSetTypeIs(0);
+  const SetTypeWitness witness(vrf.status, *vrf.published);
+  vrf.start();
   EXPECT_EQ(witness.before, 2) << "before any machine is made";
-  EXPECT_EQ(v.published->rpSetType(), 2) << "and again by the engine";
-  v.intfIs(1);
-  v.hear(Bsm(a.host(60)).group(a.group(1), {{a.host(70), 150, 1}}));
-  v.candidateIs(a.scope(1), 1, 64);
-  v.advance(20);
-  for (const auto &[zone, learned] : v.status->crpStatus()) EXPECT_EQ(learned->status()->rpSetType(), 2) << zone;
-  EXPECT_EQ(v.status->crpStatus().size(), 2u);
+  EXPECT_EQ(vrf.published->rpSetType(), 2) << "and again by the engine";
+  vrf.intfIs(1);
+  vrf.hear(Bsm(a.host(60)).group(a.group(1), {{a.host(70), 150, 1}}));
+  vrf.candidateIs(a.scope(1), 1, 64);
+  vrf.advance(20);
+  for (const auto &[zone, learned] : vrf.status->crpStatus()) EXPECT_EQ(learned->status()->rpSetType(), 2) << zone;
+  EXPECT_EQ(vrf.status->crpStatus().size(), 2u);
 }
 
 TEST_P(Start, ClearedCountersAreAsNew) {
-  World::Vrf &vrf = w.add("default");
-  w.start();
+  PlatformVrf &vrf = world.add("default");
+  world.start();
   vrf.hear(Bsm(a.host(60)));
   const Kiv::Ptr<Pim::Packet::BootstrapMessage> nowhere = Bsm(a.host(61));
-  vrf.port->hear(vrf.intf("eth1"), a.onLink(101), Pax::allPimRouters(a.af), *nowhere);
-  const auto counters = w.status("default")->counters();
+  vrf.port->hear(vrf.intf(1), a.onLink(101), Pax::allPimRouters(a.af), *nowhere);
+  const auto counters = world.status("default")->counters();
   ASSERT_TRUE(counters->rxBsmSuccess() > 0 && counters->errCounters().rpfError > 0 &&
               vrf.port->counters().received > 0);
-  w.system.clearConfigColl->vrfClearConfig("default")->countersCountInc(1);
+  world.system.clearConfigColl->vrfClearConfig("default")->countersCountInc(1);
   EXPECT_EQ(linesOf(*counters), linesOf(*Kiv::make<Bsr::PimBsrCounters>("new")));
   EXPECT_EQ(counters->errCounters().rpfError, 0u);
   EXPECT_EQ(vrf.port->counters().received, 0u);

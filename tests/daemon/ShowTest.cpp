@@ -17,24 +17,9 @@ using ::Test::ipv6;
 using ::Test::TestVrf;
 
 VrfView viewOf(const TestVrf &vrf) {
-  VrfView view;
-  view.vrf = "default";
-  view.af = vrf.a.af;
-  view.now = vrf.time.now();
-  view.config = vrf.config;
-  for (const auto &[intfId, config] : vrf.borders->intfConfig()) view.intfConfig.emplace(intfId, config);
-  for (const uint32_t n : {9, 6, 4, 3, 1}) view.pimInterfaces.push_back(vrf.intf(n));
-  view.ipAclConfig = vrf.acls;
-  view.status = vrf.status;
-  view.interfaces = vrf.interfaces;
-  view.pimStatus = vrf.pimStatus;
-  view.packets = &vrf.port->counters();
-  if (!vrf.sm) return view;
-  view.configSm = &vrf.sm->configSm();
-  view.bsrSm = &vrf.sm->bsrSm();
-  view.rpHashSm = &vrf.sm->rpHashSm();
-  view.bidirRpHashSm = vrf.sm->bidirRpHashSm();
-  return view;
+  std::vector<Pax::IntfId> pimInterfaces;
+  for (const uint32_t n : {9, 6, 4, 3, 1}) pimInterfaces.push_back(vrf.intf(n));
+  return viewOf(vrf.system, "default", vrf.sm.get(), vrf.time.now(), pimInterfaces);
 }
 
 std::vector<std::string> namesOf(const Rows &row) {
@@ -99,7 +84,7 @@ void configure(TestVrf &vrf) {
   vrf.interfaces->intfStatusIs(vrf.intf(5))->ipAddrIs(vrf.a.host(5));
 
   const auto borderIs = [&](const Pax::IntfId &intfId, const char *zone) {
-    const auto border = Kiv::make<IntfConfig>();
+    const auto border = vrf.system.configColl->intfConfigIs(intfId);
     border->bsrBorderGrpIs(prefix(zone));
     vrf.borders->intfConfigIs(intfId, border);
     return border;

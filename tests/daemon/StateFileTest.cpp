@@ -23,23 +23,23 @@ class StateFileTest : public ::testing::TestWithParam<Addresses> {
 
   /// The VRF's machines start anew, on this status.
   void restartOn(const StateFile::Contents &on) {
-    v.stop();
-    v.status = v.container.status = on.statusColl->vrfStatusIs("default");
-    if (const auto *published = on.rpCandidateStatusColl->vrfStatus("default")) v.published = *published;
-    on.rpCandidateStatusColl->vrfStatusIs("default", v.published);
-    v.container.rpCandidateStatus = v.published;
-    v.start();
+    vrf.stop();
+    vrf.status = vrf.container.status = on.statusColl->vrfStatusIs("default");
+    if (const auto *published = on.rpCandidateStatusColl->vrfStatus("default")) vrf.published = *published;
+    on.rpCandidateStatusColl->vrfStatusIs("default", vrf.published);
+    vrf.container.rpCandidateStatus = vrf.published;
+    vrf.start();
   }
   void learn() {
-    v.intfIs(1);
+    vrf.intfIs(1);
     hear();
-    v.candidateIs(scope, 1, 64);
-    v.advance(20);
-    v.hearCrp(8, v.a.host(1), {{v.a.inScope(1, 1)}}, 150);
-    v.advance(7);
+    vrf.candidateIs(scope, 1, 64);
+    vrf.advance(20);
+    vrf.hearCrp(8, vrf.a.host(1), {{vrf.a.inScope(1, 1)}}, 150);
+    vrf.advance(7);
   }
   void hear() {
-    v.hear(::Test::Bsm(v.a.host(5), 70).group(v.a.group(1), {{v.a.host(20), 150, 5}, {v.a.host(21), 90, 7}}));
+    vrf.hear(::Test::Bsm(vrf.a.host(5), 70).group(vrf.a.group(1), {{vrf.a.host(20), 150, 5}, {vrf.a.host(21), 90, 7}}));
   }
   std::string text() const {
     std::ostringstream text;
@@ -48,42 +48,42 @@ class StateFileTest : public ::testing::TestWithParam<Addresses> {
   }
   StateFile::Contents loaded(const std::string &boot = "this boot") {
     const StateFile::Contents result{Kiv::make<StatusColl>(), Kiv::make<RpCandidateStatusColl>()};
-    StateFile({path, v.a.af, boot}, result, v.time, wheel).load();
+    StateFile({path, vrf.a.af, boot}, result, vrf.time, wheel).load();
     return result;
   }
 
   ::Test::TemporaryDirectory directory;
   const std::string path = directory.path() + "/run/state";
-  ::Test::TestVrf v{GetParam()};
-  const Pax::IpGenPrefix scope = v.a.scope(1);
-  const Kiv::Ptr<Orb::TimerWheel> wheel = Kiv::make<Orb::TimerWheel>(v.time, v.time);
+  ::Test::TestVrf vrf{GetParam()};
+  const Pax::IpGenPrefix scope = vrf.a.scope(1);
+  const Kiv::Ptr<Orb::TimerWheel> wheel = Kiv::make<Orb::TimerWheel>(vrf.time, vrf.time);
   const StateFile::Contents contents{Kiv::make<StatusColl>(), Kiv::make<RpCandidateStatusColl>()};
-  StateFile file{{path, v.a.af, "this boot"}, contents, v.time, wheel};
+  StateFile file{{path, vrf.a.af, "this boot"}, contents, vrf.time, wheel};
 };
 
 TEST_P(StateFileTest, WhatWasLearnedOutlivesACrash) {
   learn();
-  const auto before = savedJson(*v.status, *v.published);
-  v.stop();
-  v.advance(60);
+  const auto before = savedJson(*vrf.status, *vrf.published);
+  vrf.stop();
+  vrf.advance(60);
   const auto again = loaded();
   ASSERT_TRUE(again.statusColl->vrfStatus("default"));
   EXPECT_EQ(savedJson(*again.statusColl->vrfStatus("default"), **again.rpCandidateStatusColl->vrfStatus("default")),
             before);
 
   restartOn(again);
-  EXPECT_EQ(v.status->cbsr(scope)->state(), BsrCandidateState::eBsr);
-  EXPECT_EQ(v.bsr(v.a.global())->ipAddr(), v.a.host(5));
-  EXPECT_EQ(v.publishedRps(v.a.group(1)), (std::vector{v.a.host(20), v.a.host(21)}));
-  EXPECT_EQ(v.publishedRps(v.a.inScope(1, 1)), std::vector{v.a.host(8)});
-  v.advance(4);
-  EXPECT_EQ(v.publishedRps(v.a.group(1)), std::vector{v.a.host(20)}) << "it keeps the rest of its hold time";
+  EXPECT_EQ(vrf.status->cbsr(scope)->state(), BsrCandidateState::eBsr);
+  EXPECT_EQ(vrf.bsr(vrf.a.global())->ipAddr(), vrf.a.host(5));
+  EXPECT_EQ(vrf.publishedRps(vrf.a.group(1)), (std::vector{vrf.a.host(20), vrf.a.host(21)}));
+  EXPECT_EQ(vrf.publishedRps(vrf.a.inScope(1, 1)), std::vector{vrf.a.host(8)});
+  vrf.advance(4);
+  EXPECT_EQ(vrf.publishedRps(vrf.a.group(1)), std::vector{vrf.a.host(20)}) << "it keeps the rest of its hold time";
 }
 
 TEST_P(StateFileTest, AFileThatDoesNotFitIsIgnoredAsAWhole) {
   learn();
   const std::string good = text();
-  const std::string bsr = Kiv::toText(Kiv::toValue(v.a.host(5)));
+  const std::string bsr = Kiv::toText(Kiv::toValue(vrf.a.host(5)));
   struct Case {
     std::string from, to;
   };
@@ -92,8 +92,8 @@ TEST_P(StateFileTest, AFileThatDoesNotFitIsIgnoredAsAWhole) {
       {"\"PimBsr", "\"BimPsr"},
       {good, "\xff[[[{"},
       {good, good.substr(0, good.size() / 2)},
-      {"\"" + bsr + "\"", v.a.ipv4() ? "\"fd00::5\"" : "\"10.0.0.5\""},
-      {"\"" + bsr + "\"", "\"" + Kiv::toText(Kiv::toValue(Pax::allPimRouters(v.a.af))) + "\""},
+      {"\"" + bsr + "\"", vrf.a.ipv4() ? "\"fd00::5\"" : "\"10.0.0.5\""},
+      {"\"" + bsr + "\"", "\"" + Kiv::toText(Kiv::toValue(Pax::allPimRouters(vrf.a.af))) + "\""},
       {"\"holdTime\": 150", "\"holdTime\": -1"},
       {"\"priority\": 5", "\"priority\": 65541"},
       {"\"hashMaskLen\": 30", "\"hashMaskLen\": 286"},
@@ -118,19 +118,19 @@ TEST_P(StateFileTest, AFileThatDoesNotFitIsIgnoredAsAWhole) {
 
 TEST_P(StateFileTest, ItIsWrittenAfterChangesAndNotAtRest) {
   learn();
-  v.stop();
-  v.advance(10);
-  EXPECT_TRUE(v.time.idle());
+  vrf.stop();
+  vrf.advance(10);
+  EXPECT_TRUE(vrf.time.idle());
   restartOn(contents);
   std::ofstream(path) << "touched";
   hear();
-  v.advance(0.1);
+  vrf.advance(0.1);
   EXPECT_NE(text(), "touched") << "a first change is saved at once";
   std::ofstream(path) << "touched";
   hear();
-  v.advance(4.8);
+  vrf.advance(4.8);
   EXPECT_EQ(text(), "touched") << "and the next ones not within five seconds";
-  v.advance(0.2);
+  vrf.advance(0.2);
   EXPECT_NE(text(), "touched");
   EXPECT_FALSE(std::ifstream(path + ".new"));
 }
@@ -153,8 +153,7 @@ TEST_P(StateFileTest, AFileThatCannotBeWrittenIsTracedOnceUntilItCan) {
   EXPECT_FALSE(text().empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Families, StateFileTest, testing::Values(::Test::ipv4, ::Test::ipv6),
-                         [](const auto &info) { return info.param.ipv4() ? "IPv4" : "IPv6"; });
+FOR_BOTH_FAMILIES(StateFileTest);
 
 }  // namespace
 }  // namespace Routing::Pim::Bsr

@@ -220,10 +220,8 @@ TEST_P(Advertiser, Of300Ranges256AreSentAnd255CountedAndWithdrawn) {
   EXPECT_EQ(told[0], told[180]);
 }
 
-INSTANTIATE_TEST_SUITE_P(Families, Collection, testing::Values(ipv4, ipv6),
-                         [](const auto &info) { return info.param.ipv4() ? "IPv4" : "IPv6"; });
-INSTANTIATE_TEST_SUITE_P(Families, Advertiser, testing::Values(ipv4, ipv6),
-                         [](const auto &info) { return info.param.ipv4() ? "IPv4" : "IPv6"; });
+FOR_BOTH_FAMILIES(Collection);
+FOR_BOTH_FAMILIES(Advertiser);
 
 }  // namespace
 }  // namespace Test

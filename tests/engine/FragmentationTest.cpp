@@ -162,8 +162,7 @@ TEST_P(Fragmentation, ANewNeighbourGetsTheLastMessagesFromItsDrOnly) {
   EXPECT_FALSE(triggered().contains({a.group(1), true})) << "our own election is over";
 }
 
-INSTANTIATE_TEST_SUITE_P(Families, Fragmentation, testing::Values(ipv4, ipv6),
-                         [](const auto &info) { return info.param.ipv4() ? "IPv4" : "IPv6"; });
+FOR_BOTH_FAMILIES(Fragmentation);
 
 }  // namespace
 }  // namespace Test

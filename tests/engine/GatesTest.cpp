@@ -228,8 +228,7 @@ TEST_P(Gates, TheTriesCountTheirUpdates) {
   EXPECT_EQ(bsrs.trieUpdates(), 3u) << "a change of address is none";
 }
 
-INSTANTIATE_TEST_SUITE_P(Families, Gates, testing::Values(ipv4, ipv6),
-                         [](const auto &info) { return info.param.ipv4() ? "IPv4" : "IPv6"; });
+FOR_BOTH_FAMILIES(Gates);
 
 TEST(Weight, IsReadBackFromItsText) {
   const Bsr::CrpOptions options(ipv4.host(1), 5);

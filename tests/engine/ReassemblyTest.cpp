@@ -70,8 +70,7 @@ TEST_P(Reassembly, MoreRpsThanAnnouncedIsFatal) {
   EXPECT_DEATH(hearPiece(7, 5, 21, 23), "fragment->rpCount\\(\\) == fragment->rps\\(\\)");
 }
 
-INSTANTIATE_TEST_SUITE_P(Families, Reassembly, testing::Values(ipv4, ipv6),
-                         [](const auto &info) { return info.param.ipv4() ? "IPv4" : "IPv6"; });
+FOR_BOTH_FAMILIES(Reassembly);
 
 }  // namespace
 }  // namespace Test

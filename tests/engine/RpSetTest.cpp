@@ -87,8 +87,7 @@ TEST_P(RpSet, WithItsLastRpASetGoesAtTheBsrToo) {
   EXPECT_FALSE(v.rps(v.a.global(), v.a.group(1)) || v.publishedRps(v.a.group(1)));
 }
 
-INSTANTIATE_TEST_SUITE_P(Families, RpSet, testing::Values(ipv4, ipv6),
-                         [](const auto &info) { return info.param.ipv4() ? "IPv4" : "IPv6"; });
+FOR_BOTH_FAMILIES(RpSet);
 
 }  // namespace
 }  // namespace Test

@@ -185,7 +185,6 @@ TEST_P(RawPacketPortTest, TheReceiverLimitsThePacketAndOnlyATransparentSenderLen
   EXPECT_EQ(b->port->counters().malformedBy[static_cast<size_t>(Routing::Pim::Packet::DecodeError::truncated)], 1u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Families, RawPacketPortTest, ::testing::Values(Test::ipv4, Test::ipv6),
-                         [](const auto &info) { return info.param.ipv4() ? "ipv4" : "ipv6"; });
+FOR_BOTH_FAMILIES(RawPacketPortTest);
 
 }  // namespace

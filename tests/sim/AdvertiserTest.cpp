@@ -264,8 +264,7 @@ TEST_P(Advertiser, SaysTheGoodbyeThatHadNoRouteWithTheNextAdvertisement) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Families, Advertiser, testing::Values(ipv4, ipv6),
-                         [](const auto &info) { return info.param.ipv4() ? "IPv4" : "IPv6"; });
+FOR_BOTH_FAMILIES(Advertiser);
 
 }  // namespace
 }  // namespace Test

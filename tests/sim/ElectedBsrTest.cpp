@@ -141,8 +141,7 @@ TEST_P(ElectedBsr, GivesUpWhatAZoneInsideItsOwnCollects) {
   for (const std::string &name : names) EXPECT_FALSE(knows(name)) << name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Families, ElectedBsr, testing::Values(ipv4, ipv6),
-                         [](const auto &info) { return info.param.ipv4() ? "IPv4" : "IPv6"; });
+FOR_BOTH_FAMILIES(ElectedBsr);
 
 }  // namespace
 }  // namespace Test

@@ -151,8 +151,7 @@ TEST_P(Election, AScopedZoneHasItsOwnBsrAndEndsAtItsBorder) {
   EXPECT_TRUE(agree("r2", scope, scopedRps, inZone)) << why;
 }
 
-INSTANTIATE_TEST_SUITE_P(Families, Election, testing::Values(ipv4, ipv6),
-                         [](const auto &info) { return info.param.ipv4() ? "IPv4" : "IPv6"; });
+FOR_BOTH_FAMILIES(Election);
 
 }  // namespace
 }  // namespace Test

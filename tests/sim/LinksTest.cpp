@@ -72,8 +72,7 @@ TEST_P(Links, ADiamondLearnsByNextHopsThatAreNoSourcesOfHellos) {
   within(80, address("r0"), {address("r0")});
 }
 
-INSTANTIATE_TEST_SUITE_P(Families, Links, testing::Values(ipv4, ipv6),
-                         [](const auto &info) { return info.param.ipv4() ? "ipv4" : "ipv6"; });
+FOR_BOTH_FAMILIES(Links);
 
 }  // namespace
 }  // namespace Test

@@ -161,8 +161,7 @@ TEST_P(Protocol, ARestartedRouterIsToldByTheBestOfThoseThatHaveNot) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Families, Protocol, testing::Values(ipv4, ipv6),
-                         [](const auto &info) { return info.param.ipv4() ? "ipv4" : "ipv6"; });
+FOR_BOTH_FAMILIES(Protocol);
 
 }  // namespace
 }  // namespace Test

@@ -39,4 +39,9 @@ struct Addresses {
 inline constexpr Addresses ipv4{Pax::AddressFamily::ipv4};
 inline constexpr Addresses ipv6{Pax::AddressFamily::ipv6};
 
+/// Runs a suite for both families.
+#define FOR_BOTH_FAMILIES(suite)                                                     \
+  INSTANTIATE_TEST_SUITE_P(Families, suite, testing::Values(Test::ipv4, Test::ipv6), \
+                           [](const auto &info) { return info.param.ipv4() ? "IPv4" : "IPv6"; })
+
 }  // namespace Test

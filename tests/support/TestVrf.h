@@ -1,4 +1,4 @@
-/// One VRF with its state machines, on virtual time, over a port that keeps what is sent.
+/// One VRF with its state machines, on virtual time, without an agent.
 #pragma once
 
 #include <optional>
@@ -9,25 +9,22 @@
 #include "engine/PimBsrSm.h"
 #include "io/BootstrapMessageSm.h"
 #include "platform/tracelet/Sinks.h"
-#include "tests/support/Addresses.h"
-#include "tests/support/BsmBuilder.h"
-#include "tests/support/FakePort.h"
 #include "tests/support/ManualClock.h"
+#include "tests/support/PlatformVrf.h"
 
 namespace Test {
 
-namespace Bsr = Routing::Pim::Bsr;
-
-class TestVrf {
+class TestVrf : public PlatformVrf {
  public:
-  explicit TestVrf(Addresses addresses, uint64_t seed = 1) : a(addresses), random(seed) {
+  explicit TestVrf(Addresses addresses, uint64_t seed = 1) : PlatformVrf(addresses, "default"), random(seed) {
+    system.pimIs("default", services());
     container.vrf = "default";
     container.af = a.af;
     container.clock = &time;
     container.waker = &time;
     container.random = &random;
     container.config = config;
-    container.configColl = Kiv::make<Bsr::ConfigColl>();
+    container.configColl = system.configColl;
     container.vrfIntfConfig = borders;
     container.clearConfig = Kiv::make<Bsr::ClearConfig>();
     container.status = status;
@@ -50,53 +47,14 @@ class TestVrf {
   void start() { sm = std::make_unique<Bsr::ContainerSm>(container); }
   void stop() { sm.reset(); }
 
-  /// A PIM interface with one neighbour, eth<n>: onLink(n) is us, onLink(100 + n) the neighbour.
-  Pax::IntfId intfIs(uint32_t n, uint32_t mtu = 1500) {
-    const Pax::IntfId id = intf(n);
-    const auto pimIntf = pimStatus->pimIntfIs(id);
-    pimIntf->addressIs(a.onLink(n));
-    pimIntf->mtuIs(mtu);
-    pimIntf->neighborIs(neighbor(n));
-    return id;
-  }
-  static Pax::IntfId intf(uint32_t n) { return {"default", "eth" + std::to_string(n)}; }
-  Pax::IpGenAddr neighbor(uint32_t n) const { return a.onLink(100 + n); }
-  /// Routes an address through the neighbour on eth<n>.
-  void routeIs(const Pax::IpGenAddr &address, uint32_t n) const {
-    routes->answer[address] = {Routing::RouteAnswer::Kind::via, {{intf(n), neighbor(n)}}};
-  }
-
-  /// A message from the neighbour on eth<n>, which is the way to its BSR.
-  void hear(const Kiv::Ptr<Pim::Packet::BootstrapMessage> &bsm, uint32_t n = 1) const {
-    routeIs(bsm->bsrAddress(), n);
-    port->hear(intf(n), neighbor(n), Pax::allPimRouters(a.af), *bsm);
-  }
-
   /// Makes us a candidate BSR of the zone, with host(n) as our address.
   Kiv::Ptr<Bsr::BsrCandidate> candidateIs(const Pax::IpGenPrefix &zone, uint32_t n, uint16_t priority,
                                           uint32_t bsPeriod = 60) {
-    routes->answer[a.host(n)] = {Routing::RouteAnswer::Kind::local, {}};
-    const Pax::IntfId intfId("default", "lo" + std::to_string(n));
-    interfaces->intfStatusIs(intfId)->ipAddrIs(a.host(n));
-    const auto group = config->bsrCandidateConfigIs(intfId)->groupIs(zone);
-    group->intervalIs(bsPeriod);
-    group->hashMaskLenIs(30);
-    group->priorityIs(priority);
+    candidateBsrIs(*config, loopbackIs(n), zone, priority, bsPeriod);
     return status->cbsr(zone);
   }
   void candidateDel(const Pax::IpGenPrefix &zone) const {
     for (const auto &[intfId, candidate] : config->bsrCandidateConfig()) candidate->groupDel(zone);
-  }
-  /// An advertisement of RP host(n) for one range, from a router behind eth1.
-  void hearCrp(uint32_t n, const Pax::IpGenAddr &bsr, const std::vector<Pim::Packet::CrpGroup> &groups,
-               uint16_t holdTime = 180, uint8_t priority = 0) {
-    Pim::Packet::CrpAdvMessage message;
-    message.prefixCountIs(static_cast<uint8_t>(groups.size()));
-    message.rpAddressIs(a.host(n));
-    message.holdTimeIs(holdTime);
-    message.priorityIs(priority);
-    message.groupData()->groupInfo()->group = groups;
-    port->hear(intf(1), a.host(n), bsr, message);
   }
   void advance(double seconds) { time.advanceTo(time.now() + seconds); }
 
@@ -115,18 +73,15 @@ class TestVrf {
   const Bsr::PimBsrCounters &counters() const { return *status->counters(); }
   Bsr::BsrNonCandidateSm *machine(const Pax::IpGenPrefix &zone) const { return sm->bsrSm().nonCandidateSm(zone); }
 
-  const Addresses a;
   ManualTime time;
   Orb::Random random;
-  Kiv::Ptr<Bsr::Config> config = Kiv::make<Bsr::Config>();
+  Statehub::Store store;
+  Bsr::SystemState system{store, a.af};
+  Kiv::Ptr<Bsr::Config> config = system.configColl->vrfConfigIs("default");
   Kiv::Ptr<Bsr::VrfIntfConfig> borders = Kiv::make<Bsr::VrfIntfConfig>("default");
-  Kiv::Ptr<Acl::Input::Config> acls = Kiv::make<Acl::Input::Config>();
-  Kiv::Ptr<Bsr::Status> status = Kiv::make<Bsr::Status>(L3::VrfName("default"));
+  Kiv::Ptr<Acl::Input::Config> acls = system.aclCli;
+  Kiv::Ptr<Bsr::Status> status = system.statusColl->vrfStatusIs("default");
   Kiv::Ptr<Pim::RpCandidateStatus> published = Kiv::make<Pim::RpCandidateStatus>("default");
-  Kiv::Ptr<Pim::Status> pimStatus = Kiv::make<Pim::Status>("default");
-  Kiv::Ptr<Ip::AllIntfStatusDir> interfaces = Kiv::make<Ip::AllIntfStatusDir>();
-  Kiv::Ptr<FakeRoutes> routes = Kiv::make<FakeRoutes>();
-  Kiv::Ptr<FakePort> port = Kiv::make<FakePort>(a.af, pimStatus, routes);
   Kiv::Ptr<McastCommon::HitlessVrfStatus> hitlessVrfStatus = Kiv::make<McastCommon::HitlessVrfStatus>();
   Kiv::Ptr<McastCommon::HitlessShutdownStatus> hitlessShutdownStatus = Kiv::make<McastCommon::HitlessShutdownStatus>();
   Bsr::Container container;
