@@ -13,8 +13,9 @@ constexpr std::chrono::seconds patience{30};
 
 std::string whyUnreachable(const std::string &socket, const std::string &program,
                            const boost::system::error_code &error) {
-  if (error == boost::system::errc::permission_denied) return "not permitted to talk to " + program + " on " + socket;
-  return program + " does not run: nobody listens on " + socket + " (" + error.message() + ")";
+  if (error == boost::system::errc::permission_denied)
+    return "no permission to connect to " + program + " on " + socket;
+  return program + " is not running: nothing listens on " + socket + " (" + error.message() + ")";
 }
 
 }  // namespace
@@ -31,7 +32,7 @@ Rows ask(const std::string &socket, const std::string &program, const Request &r
   agent << toLine(request) << '\n' << std::flush;
   std::string line;
   if (!std::getline(agent, line) || agent.eof()) {
-    throw std::runtime_error(program + " gave no reply on " + socket +
+    throw std::runtime_error(program + " did not reply on " + socket +
                              (agent.error() ? " (" + agent.error().message() + ")" : ""));
   }
   return rowsFromLine(line);

@@ -1,3 +1,4 @@
+/// The client's side of the control protocol: one request on a connection of its own.
 #pragma once
 
 #include <string>
@@ -6,8 +7,8 @@
 
 namespace Control {
 
-/// Asks the agent that listens on the socket and returns its rows. Throws std::runtime_error with the
-/// agent's own error, or saying why it does not answer; `program` is its name for that.
+/// Asks the agent that listens on the socket and returns its rows; waits up to 30 seconds. Throws std::runtime_error
+/// with the agent's own error, or saying why there is no answer, where `program` names the agent.
 Rows ask(const std::string &socket, const std::string &program, const Request &request);
 
 }  // namespace Control

@@ -20,10 +20,10 @@ po::options_description visible() {
       ("ipv4,4", "ask PimBsr, the agent for IPv4 (the default)")                                    //
       ("ipv6,6", "ask PimBsr6, the agent for IPv6")                                                 //
       ("socket", po::value<std::string>()->value_name("PATH"), "ask the agent that listens there")  //
-      ("vrf", po::value<std::string>()->value_name("NAME"), "of this VRF only")                     //
-      ("json", "print one array of objects, times in seconds")                                      //
+      ("vrf", po::value<std::string>()->value_name("NAME"), "show this VRF only")                   //
+      ("json", "print JSON: an array of objects, times in seconds")                                 //
       ("version", "print the version and exit")                                                     //
-      ("help", "print this, or the columns of the noun given, and exit");
+      ("help", "print this help, or the columns of a noun, and exit");
   return described;
 }
 
@@ -47,7 +47,7 @@ void readAgent(const po::variables_map &given, Options &options) {
   options.socket = given.count("socket") ? given["socket"].as<std::string>() : defaultSocket(family);
 }
 
-// The words that `shape` stands for, from `next` on; none where it is in brackets and left out.
+// The operands for `shape`, from `next` on, as one text; empty where it is in brackets and left out.
 std::string takeArgument(const Texts &operands, const std::string &shape, size_t &next) {
   const size_t words = shape.empty() ? 0 : 1 + std::count(shape.begin(), shape.end(), ' ');
   if (operands.size() < next + words) {
@@ -76,7 +76,7 @@ void readOperands(const Texts &operands, Options &options) {
     options.noun = verb->answer;
     options.request.argument = takeArgument(operands, verb->operands, next);
   }
-  if (operands.size() > next) throw UsageError("'" + operands[next] + "' is too much");
+  if (operands.size() > next) throw UsageError("unexpected argument '" + operands[next] + "'");
 }
 
 }  // namespace

@@ -10,7 +10,7 @@
 
 namespace Control {
 
-/// The command line is not understood; what() says why.
+/// The command line is wrong; what() says why.
 class UsageError : public std::runtime_error {
  public:
   using runtime_error::runtime_error;
@@ -20,7 +20,7 @@ struct Options {
   enum class Action { ask, watch, help, version };
   Action action = Action::ask;
   bool json = false;
-  std::string program;  ///< the agent asked, for messages
+  std::string program;  ///< which agent is asked, for messages
   std::string socket;
   Request request;
   const Noun *noun = nullptr;  ///< how the answer is laid out; null: as it comes

@@ -62,7 +62,7 @@ std::string tableOf(const Rows &rows, const std::vector<std::string> &columns) {
     for (const std::string &column : columns) line.push_back(row.contains(column) ? cellOf(row[column]) : Cell{"-"});
     lines.push_back(std::move(line));
   }
-  // A header stands over its column as the column stands.
+  // A header is aligned as its column is.
   for (size_t i = 0; i < columns.size(); ++i) {
     const auto isNumber = [i](const Line &line) { return line[i].right; };
     lines[0].push_back({columns[i], std::any_of(lines.begin() + 1, lines.end(), isNumber)});

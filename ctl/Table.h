@@ -8,8 +8,8 @@
 
 namespace Control {
 
-/// As the noun's layout says, with its columns in their order. A null noun: a table of whatever
-/// fields the first row has.
+/// In the layout of the noun, with its columns in their order. A null noun: a table of whatever fields
+/// the first row has.
 std::string toTable(const Rows &rows, const Noun *noun);
 
 }  // namespace Control

@@ -1,4 +1,4 @@
-/// pimbsrctl: asks a running agent. Exit codes: 0 done, 1 failed, 2 bad usage.
+// pimbsrctl: asks a running agent. Exit codes: 0 done, 1 failed, 2 bad usage.
 #include <unistd.h>
 
 #include <chrono>

@@ -22,14 +22,14 @@ po::options_description describe(Pax::AddressFamily family) {
       ("socket", po::value<std::string>()->value_name("PATH")->default_value(Control::defaultSocket(family)),
        "the socket that pimbsrctl talks to")  //
       ("state", po::value<std::string>()->value_name("FILE")->default_value(Control::defaultStateFile(family)),
-       "what was learned, kept for a restart")                                      //
-      ("standby", "start as the standby controller")                                //
-      ("check", "validate the configuration and exit: 0 good, 2 with every error")  //
-      ("schema", "print the JSON Schema of the configuration file and exit")        //
+       "where what was learned is kept for a restart")                                            //
+      ("standby", "start as the standby controller")                                              //
+      ("check", "check the configuration and exit: 0 if it is valid, 2 with every error if not")  //
+      ("schema", "print the JSON Schema of the configuration file and exit")                      //
       ("trace", po::value<Texts>()->value_name("MODULE=LEVEL")->composing(),
-       "trace a module up to a level from 0 to 9; * is every module; may be repeated")  //
-      ("version", "print the version and exit")                                         //
-      ("help", "print this and exit");
+       "trace a module up to a level from 0 to 9; * means every module; may be repeated")  //
+      ("version", "print the version and exit")                                            //
+      ("help", "print this help and exit");
   return described;
 }
 
@@ -81,7 +81,7 @@ std::pair<std::string, int> traceLevelFrom(const std::string &text) {
 bool traceLevelIs(const std::pair<std::string, int> &level, std::string &error) {
   auto &registry = Tracelet::Registry::instance();
   if (registry.levelIs(level.first, level.second)) return true;
-  error = "there is no trace module '" + level.first + "'; there are:";
+  error = "there is no trace module '" + level.first + "'; the modules are:";
   for (const auto &[module, current] : registry.levels()) error += " " + module;
   return false;
 }

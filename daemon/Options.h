@@ -10,7 +10,7 @@
 
 namespace Routing::Pim::Bsr {
 
-/// The command line is not understood; what() says why.
+/// The command line is wrong; what() says why.
 class UsageError : public std::runtime_error {
  public:
   using runtime_error::runtime_error;

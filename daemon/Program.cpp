@@ -15,11 +15,10 @@ namespace {
 
 enum ExitCode { done = 0, failed = 1, badUsage = 2 };
 
-/// Errors and warnings to standard error; false when there are errors.
-bool report(const std::string &file, const Findings &findings) {
+// Errors and warnings to standard error.
+void report(const std::string &file, const Findings &findings) {
   for (const Finding &error : findings.errors) std::cerr << toText(file, error) << '\n';
   for (const Finding &warning : findings.warnings) std::cerr << "warning: " << toText(file, warning) << '\n';
-  return findings.errors.empty();
 }
 
 void setTraceLevels(const Options &options) {
@@ -31,7 +30,8 @@ void setTraceLevels(const Options &options) {
 
 int runAgent(Pax::AddressFamily family, const Options &options) {
   const LoadedConfiguration loaded = configurationForHere(options.config, family);
-  if (!report(options.config, loaded.findings)) return badUsage;
+  report(options.config, loaded.findings);
+  if (!loaded.good()) return badUsage;
   if (options.action == Options::Action::check) return done;
   const auto sink = Tracelet::sinkFromEnvironment(agentName(family));
   std::signal(SIGPIPE, SIG_IGN);  // standard error may be a pipe whose reader has gone

@@ -78,7 +78,7 @@ void VrfHost::open() {
 void VrfHost::publish() {
   for (const Pax::IntfId &intfId : pim_.interfaces) {
     if (!platform_->inVrfDevice(intfId)) continue;
-    TRACELET(trace, 1, "Interface " << intfId << " belongs to a vrf device, whose routes are not looked at");
+    TRACELET(trace, 1, "Interface " << intfId << " belongs to a vrf device, whose routing table is not used");
   }
   reason_.clear();
   process_.system.pimIs(vrf_,
@@ -106,7 +106,7 @@ void VrfHost::waitForNamespace() {
   awaited_.emplace(process_.watcher, pim_.networkNamespace.text(), [this](bool present) {
     if (present) open();
   });
-  // It may have come between the look and the watch.
+  // It may have appeared before it was watched.
   if (awaited_->present()) retry_.timeMinIs(process_.loop.now());
 }
 

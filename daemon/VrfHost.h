@@ -12,10 +12,9 @@
 
 namespace Routing::Pim::Bsr {
 
-/// Waits for the VRF's network namespace, opens the platform in it, and publishes what the agent
-/// needs there once its interfaces and addresses are all known. When the namespace vanishes all that
-/// is withdrawn and the platform goes, and it waits again. What fails otherwise is traced and tried
-/// again every ten seconds.
+/// Waits for the VRF's network namespace, opens the platform in it, and publishes through SystemState what the agent
+/// needs once all interfaces and addresses there are known. When the namespace vanishes it withdraws all that, closes
+/// the platform and waits again. Anything else that fails is traced and tried again every ten seconds.
 class VrfHost {
  public:
   /// What all VRFs of the process share; it outlives them.
@@ -33,7 +32,7 @@ class VrfHost {
   VrfHost(const VrfHost &) = delete;
   VrfHost &operator=(const VrfHost &) = delete;
 
-  /// Applies what differs. Another namespace means a new start there.
+  /// Applies what differs. With another namespace the VRF starts anew there.
   void pimIs(const PimVrf &pim);
 
   const L3::VrfName &vrf() const { return vrf_; }
@@ -41,7 +40,7 @@ class VrfHost {
   const Linux::VrfPlatform *platform() const { return platform_.get(); }
   /// What the platform still waits for; empty when all is published.
   const std::string &reason() const { return reason_; }
-  /// The operating system refuses what the agent needs to run at all.
+  /// Whether the operating system refuses what the agent needs to run at all.
   bool isForbidden() const { return forbidden_; }
 
  private:

@@ -17,7 +17,7 @@ constexpr uint8_t bootstrap = 4;
 
 uint16_t number16(Bytes bytes, size_t at) { return static_cast<uint16_t>(bytes[at] << 8 | bytes[at + 1]); }
 
-/// The IP packet inside a frame; empty when there is none.
+// The IP packet inside a frame; empty when there is none.
 Bytes ipPacket(int linkType, Bytes frame) {
   constexpr uint16_t vlan = 0x8100, serviceVlan = 0x88a8;
   size_t typeAt = 0, header = 0;

@@ -17,13 +17,13 @@ struct CapturedMessage {
   std::vector<uint8_t> payload;
 };
 
-/// The Bootstrap messages of `family` in `file`, in order, whatever else may be wrong with them. Reads
-/// what libpcap reads, of Ethernet (with VLAN tags), Linux "any" and raw IP. A packet that was cut by
-/// the capture or is an IP fragment is left out. Throws std::runtime_error, also when there is none.
+/// The Bootstrap messages of `family` in `file`, in order, even malformed ones. Reads the formats that libpcap reads,
+/// with Ethernet (and VLAN tags), Linux "any" or raw IP as link type. Packets that the capture truncated and IP
+/// fragments are left out. Throws std::runtime_error, also when there is no message.
 std::vector<CapturedMessage> readCapture(const std::string &file, Pax::AddressFamily family);
 
-/// Changes the checksum of an IPv6 message by what it differs from for the new addresses (as RFC 1624
-/// has it), so that a good one stays good and a wrong one stays wrong. That of IPv4 covers no address.
+/// Gives the message other addresses, and adjusts an IPv6 checksum to them (RFC 1624), so that a right one stays right
+/// and a wrong one stays wrong. The checksum of IPv4 does not cover addresses.
 void readdress(CapturedMessage &message, const Pax::IpGenAddr &source, const Pax::IpGenAddr &destination);
 
 }  // namespace Lab

@@ -4,38 +4,19 @@
 
 namespace Lab {
 
-/// Looks a few times a second whether the feed can begin.
-class Feed::Start : public Orb::Timer {
- public:
-  explicit Start(Feed &feed) : Timer(feed.vrf_.timerWheel()), feed_(feed) { later(); }
-
- private:
-  void later() { timeMinIs(feed_.vrf_.timerWheel()->now() + 0.1); }
-  void onTime() override {
-    const auto pimIntf = feed_.vrf_.pimStatus()->pimIntf(feed_.intfId_);
-    if (pimIntf && (!feed_.parameters_.waitForNeighbor || !pimIntf->neighbor().empty())) {
-      feed_.start();
-    } else {
-      later();
-    }
-  }
-
-  Feed &feed_;
-};
-
-class Feed::Sender : public Orb::Timer {
+class Feed::Sender {
  public:
   Sender(Feed &feed, Transmission transmission)
-      : Timer(feed.vrf_.timerWheel()), feed_(feed), transmission_(std::move(transmission)) {}
+      : feed_(feed), transmission_(std::move(transmission)), timer_(feed.vrf_.timerWheel(), *this) {}
 
   void startIs(double time) { sendAt(time + transmission_.offset); }
 
  private:
   void sendAt(double time) {
     planned_ = time;
-    timeMinIs(time);
+    timer_.timeMinIs(time);
   }
-  void onTime() override {
+  void send() {
     std::cout << (transmission_.send() ? "sent " : "could not send ") << transmission_.text << std::endl;
     if (++sent_ == feed_.parameters_.count) {
       feed_.finished();
@@ -48,21 +29,30 @@ class Feed::Sender : public Orb::Timer {
   const Transmission transmission_;
   double planned_ = 0;
   unsigned sent_ = 0;
+  Orb::TimerFor<&Sender::send> timer_;
 };
 
 Feed::Feed(const Linux::VrfPlatform &vrf, const Pax::IntfId &intfId, std::vector<Transmission> transmissions,
            const Parameters &parameters)
-    : vrf_(vrf), intfId_(intfId), parameters_(parameters), running_(transmissions.size()) {
+    : vrf_(vrf),
+      intfId_(intfId),
+      parameters_(parameters),
+      running_(transmissions.size()),
+      start_(vrf.timerWheel(), *this) {
   for (Transmission &transmission : transmissions) {
     senders_.push_back(std::make_unique<Sender>(*this, std::move(transmission)));
   }
-  start_ = std::make_unique<Start>(*this);
+  start_.timeMinIs(vrf.timerWheel()->now() + 0.1);
 }
 
 Feed::~Feed() = default;
 
-void Feed::start() {
+void Feed::startIfReady() {
   const double now = vrf_.timerWheel()->now();
+  const auto pimIntf = vrf_.pimStatus()->pimIntf(intfId_);
+  if (!pimIntf || (parameters_.waitForNeighbor && pimIntf->neighbor().empty())) {
+    return start_.timeMinIs(now + 0.1);  // looks again a few times a second
+  }
   for (const auto &sender : senders_) sender->startIs(now);
 }
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/linux/VrfPlatform.h"
+#include "platform/orb/TimerFor.h"
 
 namespace Lab {
 
@@ -18,9 +19,8 @@ struct Transmission {
   std::function<bool()> send;  ///< false when it was not sent
 };
 
-/// Sends every transmission `count` times (0: without end) from the moment PIM runs on the interface
-/// and, if wanted, has a neighbour there; then calls `done`. Each sending prints a line. A sending
-/// that fails counts too.
+/// Sends every transmission `count` times (0: without end) from the moment when PIM runs on the interface and, if
+/// wanted, has a neighbour there; then calls `done`. Prints a line for each sending; one that fails counts too.
 class Feed {
  public:
   struct Parameters {
@@ -34,9 +34,8 @@ class Feed {
   ~Feed();
 
  private:
-  class Start;
   class Sender;
-  void start();
+  void startIfReady();
   void finished();
 
   const Linux::VrfPlatform &vrf_;
@@ -44,7 +43,7 @@ class Feed {
   const Parameters parameters_;
   std::vector<std::unique_ptr<Sender>> senders_;
   size_t running_ = 0;
-  std::unique_ptr<Start> start_;
+  Orb::TimerFor<&Feed::startIfReady> start_;
 };
 
 }  // namespace Lab

@@ -13,7 +13,7 @@ namespace {
 using nlohmann::json;
 using namespace Routing::Pim;
 
-/// A place in the file.
+// A place in the file.
 class Node {
  public:
   Node(const json &value, std::string path, Pax::AddressFamily family)
@@ -74,14 +74,14 @@ class Node {
   template <class Value>
   Value ofFamily(const char *name) const {
     if (!value_.contains(name)) fail("missing", name);
-    if (!value_[name].is_string()) fail("must be a text", name);
+    if (!value_[name].is_string()) fail("must be a string", name);
     Value value;
     try {
       value = Value::fromText(value_[name].get<std::string>());
     } catch (const std::exception &error) {
       fail(error.what(), name);
     }
-    if (value.af() != family_) fail("is not of the family that is fed", name);
+    if (value.af() != family_) fail("is not of the address family of the feed", name);
     return value;
   }
 
@@ -99,7 +99,7 @@ Kiv::Ptr<Packet::BootstrapGroupData> readGroup(const Node &node) {
     rp.only({"address", "holdTime", "priority"});
     group->rpEnq({rp.address("address"), rp.number<uint16_t>("holdTime", 150), rp.number<uint8_t>("priority", 192)});
   }
-  if (group->rpList().size() > 255) node.fail("a block has room for 255", "rps");
+  if (group->rpList().size() > 255) node.fail("a block has room for 255 RPs", "rps");
   group->fragmentRpCountIs(static_cast<uint8_t>(group->rpList().size()));
   group->rpCountIs(node.number("rpCount", group->fragmentRpCount()));
   return group;
@@ -124,7 +124,7 @@ std::vector<FileMessage> readMessages(std::istream &file, Pax::AddressFamily fam
   root.only({"messages"});
   std::vector<FileMessage> messages;
   for (const Node &node : root.list("messages")) messages.push_back(readMessage(node, family));
-  if (messages.empty()) root.fail("no message", "messages");
+  if (messages.empty()) root.fail("must not be empty", "messages");
   return messages;
 }
 

@@ -5,10 +5,9 @@
 ///       "groups": [ { "prefix": "239.1.0.0/16", "adminScope": true, "bidir": false, "rpCount": 2,
 ///                     "rps": [ { "address": "10.255.0.2", "holdTime": 150, "priority": 192 } ] } ] } ] }
 ///
-/// Needed are `bsr`, `prefix` and `address`; the numbers above are the defaults, the flags' default is
-/// false. Without `fragmentTag` each sending has one of its own; without `rpCount` a block is whole.
-/// Two messages with one tag are fragments. Values may be wrong on purpose as far as the wire has room
-/// for them. Comments are allowed.
+/// `bsr`, `prefix` and `address` are required; the numbers above are the defaults, and the flags default to false.
+/// Without `fragmentTag` each sending has a tag of its own; without `rpCount` a block is complete. Messages with the
+/// same tag are fragments of one. Values may be wrong on purpose, if they fit into their fields. Comments are allowed.
 #pragma once
 
 #include <string>

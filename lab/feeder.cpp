@@ -1,4 +1,4 @@
-/// A PIM neighbour that floods Bootstrap messages: written by hand or replayed from a capture.
+// A PIM neighbour that floods Bootstrap messages: written by hand or replayed from a capture.
 #include <net/if.h>
 
 #include <boost/asio/signal_set.hpp>
@@ -30,30 +30,33 @@ struct Arguments {
 };
 
 const char *const description =
-    "Speaks PIM Hello on an interface and sends Bootstrap messages out of it, in the namespace that it is\n"
-    "started in, until it is stopped or has sent each --count times. Only where nothing else is disturbed.\n\n"
-    "--replay sends the PIM payloads of the Bootstrap messages of a capture, at their captured distances, from\n"
-    "this host's address. In IPv4 not a byte of them changes. In IPv6 the checksum covers the source address,\n"
-    "so it is moved by as much as the addresses differ: a good one stays good, a wrong one stays as wrong.\n\n"
-    "The form of a --messages file stands in lab/MessageFile.h; lab/messages-ipv4.json is one.\n\n"
+    "Speaks PIM Hello on an interface and sends Bootstrap messages out of it, in the namespace in which it is\n"
+    "started, until it is stopped or has sent each of them --count times. For labs only: it disturbs a real "
+    "network.\n\n"
+    "--replay sends the PIM payloads of the Bootstrap messages of a capture, at the intervals at which they were "
+    "captured,\n"
+    "from this host's address. In IPv4 not a byte of them changes. In IPv6 the checksum covers the source\n"
+    "address, so it is adjusted by the difference of the addresses: a right one stays right, a wrong one wrong.\n\n"
+    "lab/MessageFile.h describes the form of a --messages file; lab/messages-ipv4.json is one.\n\n"
     "Options";
 
-/// Throws options::error; no value when only help was asked for.
+// Throws options::error; no value when only help was asked for.
 std::optional<Arguments> parse(int count, char **words) {
   Arguments arguments;
   std::string family;
   options::options_description known(description, 100);
   auto add = known.add_options();
-  add("help", "print this");
-  add("interface", options::value(&arguments.interface)->required(), "where to speak");
+  add("help", "print this help");
+  add("interface", options::value(&arguments.interface)->required(), "the interface to send on");
   add("family", options::value(&family)->required(), "4 or 6");
   add("messages", options::value(&arguments.messages), "messages written as JSON");
   add("replay", options::value(&arguments.replay), "messages in a capture file");
-  add("count", options::value(&arguments.count), "send each so many times, then leave (0, the default: never)");
+  add("count", options::value(&arguments.count),
+      "how often to send each message before leaving (0, the default: for ever)");
   add("interval", options::value(&arguments.interval),
-      "seconds between two sendings of a message (default: what the file says; of a capture, its length + 60)");
-  add("no-wait", "do not wait for a first PIM neighbour");
-  add("checksum-as-captured", "send IPv6 checksums unchanged too");
+      "seconds between two sendings of a message (default: as in the file; for a capture, its length + 60)");
+  add("no-wait", "do not wait for the first PIM neighbour");
+  add("checksum-as-captured", "send IPv6 checksums unchanged as well");
 
   options::variables_map given;
   options::store(options::parse_command_line(count, words, known), given);
@@ -62,9 +65,10 @@ std::optional<Arguments> parse(int count, char **words) {
     return {};
   }
   options::notify(given);
-  if (family != "4" && family != "6") throw options::error("--family is 4 or 6");
-  if (given.contains("messages") == given.contains("replay")) throw options::error("give --messages or --replay");
-  if (given.contains("interval") && arguments.interval <= 0) throw options::error("--interval is above 0");
+  if (family != "4" && family != "6") throw options::error("--family must be 4 or 6");
+  if (given.contains("messages") == given.contains("replay"))
+    throw options::error("either --messages or --replay must be given");
+  if (given.contains("interval") && arguments.interval <= 0) throw options::error("--interval must be above 0");
   arguments.family = family == "4" ? Pax::AddressFamily::ipv4 : Pax::AddressFamily::ipv6;
   arguments.waitForNeighbor = !given.contains("no-wait");
   arguments.checksumAsCaptured = given.contains("checksum-as-captured");
@@ -86,7 +90,7 @@ std::vector<Transmission> writtenMessages(const Arguments &arguments, const Pax:
   return transmissions;
 }
 
-/// Sends on a socket of its own, since the packet port sends records and not bytes.
+// Sends on a socket of its own, since the packet port sends records and not bytes.
 std::vector<Transmission> capturedMessages(const Arguments &arguments, const Pax::IntfId &intfId,
                                            const Linux::VrfPlatform &vrf) {
   const auto captured = readCapture(arguments.replay, arguments.family);

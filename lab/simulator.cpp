@@ -1,16 +1,16 @@
-/// The lab's routers without a kernel: the same agents on simulated routers and virtual time. Reads
-/// commands, a line each, and acts on them; lab/run-lab speaks to it as it does to namespaces and
-/// pimbsrctl.
-///
-///   FAMILY router VRF NAME ADDRESS   a router's VRF, with the address of its "lo"; "default" comes first
-///   FAMILY link VRF NAME NAME        joins two, each with its next interface, eth0 and on
-///   FAMILY start NAME FILE           an agent with this configuration
-///   FAMILY kill NAME                 as SIGKILL does; the router goes on forwarding
-///   FAMILY run SECONDS
-///   FAMILY now                       prints the milliseconds that have passed
-///   FAMILY show NAME NOUN            prints the line that "pimbsrctl --json show NOUN" prints
-///
-/// Exit 0 at the end of its input, 1 with the reason at a command that it cannot follow.
+// The lab's routers without a kernel: the same agents on simulated routers and virtual time. Reads
+// commands, one on each line, and carries them out; lab/run-lab uses it in place of namespaces and
+// pimbsrctl.
+//
+//   FAMILY router VRF NAME ADDRESS   a router's VRF, with the address of its "lo"; "default" comes first
+//   FAMILY link VRF NAME NAME        joins two, each with its next interface, eth0 and on
+//   FAMILY start NAME FILE           an agent with this configuration
+//   FAMILY kill NAME                 as SIGKILL does; the router goes on forwarding
+//   FAMILY run SECONDS
+//   FAMILY now                       prints the milliseconds that have passed
+//   FAMILY show NAME NOUN            prints the line that "pimbsrctl --json show NOUN" prints
+//
+// Exit 0 at the end of its input, 1 with the reason at a command that it cannot carry out.
 #include <algorithm>
 #include <cmath>
 #include <iostream>

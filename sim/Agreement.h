@@ -10,7 +10,7 @@
 
 namespace Sim {
 
-/// What an agent holds of a zone: its BSR, unset for none, and its RP set.
+/// What an agent holds for a zone: its BSR, unset for none, and its RP set.
 struct ZoneView {
   Pax::IpGenAddr bsr;
   uint16_t priority = 0;
@@ -22,12 +22,12 @@ std::ostream &operator<<(std::ostream &out, const ZoneView &view);
 
 ZoneView zoneViewOf(const Host &host, const Pax::IpGenPrefix &zone);
 
-/// What an agent has to publish while nothing changes: each prefix as the innermost of the zones with
-/// a BSR that cover it has it.
+/// What an agent has to publish while nothing changes: each prefix with the RPs of the innermost zone that covers it
+/// and has a BSR.
 RpTable publicationDue(const Host &host);
 
-/// Which of the running agents hold something else of the zone than the first of them, or publish
-/// something else than they have to, one a line; empty when all agree.
+/// The running agents that hold something else for the zone than the first of them, or publish something else than
+/// they have to, each on a line; empty when all agree.
 std::string disagreement(const std::vector<const Host *> &hosts, const Pax::IpGenPrefix &zone);
 
 }  // namespace Sim

@@ -40,9 +40,9 @@ void Feeder::send(const Fragments &fragments) {
   }
 }
 
-void Feeder::Round::onTime() {
-  timeMinIs(feeder_.router_.wheel()->now() + feeder_.period_);
-  feeder_.send();
+void Feeder::handleRound() {
+  round_.timeMinIs(router_.wheel()->now() + period_);
+  send();
 }
 
 }  // namespace Sim

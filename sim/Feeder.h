@@ -4,14 +4,14 @@
 
 #include <map>
 
-#include "platform/orb/TimerWheel.h"
+#include "platform/orb/TimerFor.h"
 #include "platform/sim/Router.h"
 #include "sim/RpTable.h"
 
 namespace Sim {
 
-/// Every period it sends each zone's message, all fragments of it, out of every interface that has a
-/// PIM neighbour. A message gets one fragment tag, a new one each time.
+/// Every period (seconds) it sends each zone's message, all its fragments, out of every interface that has a PIM
+/// neighbour, each time with a new fragment tag. Learns nothing; the test that tells it what to say owns it.
 class Feeder {
  public:
   using Fragments = std::vector<Kiv::Ptr<Routing::Pim::Packet::BootstrapMessage>>;
@@ -25,28 +25,20 @@ class Feeder {
   /// Falls silent, as in a power failure: nobody is told, and no route leads here any more.
   void die();
 
-  /// What it says of the zone from now on, at once if it runs.
+  /// What it says about the zone from now on, at once if it runs.
   void zoneIs(const Pax::IpGenPrefix &zone, const Fragments &fragments);
   void zoneDel(const Pax::IpGenPrefix &zone) { zone_.erase(zone); }
-  /// Sends all of it now, besides the periodic rounds.
+  /// Sends everything now, besides the periodic rounds.
   void send();
 
  private:
-  class Round : public Orb::Timer {
-   public:
-    explicit Round(Feeder &feeder) : Timer(feeder.router_.wheel()), feeder_(feeder) {}
-
-   private:
-    void onTime() override;
-    Feeder &feeder_;
-  };
-
+  void handleRound();
   void send(const Fragments &fragments);
 
   Router &router_;
   const double period_;
   std::map<Pax::IpGenPrefix, Fragments> zone_;
-  Round round_{*this};
+  Orb::TimerFor<&Feeder::handleRound> round_{router_.wheel(), *this};
 };
 
 }  // namespace Sim

@@ -10,9 +10,9 @@
 
 namespace Sim {
 
-/// Keeps what outlives the agent's process (the state store with configuration, status and published
-/// RP set) and starts and ends that process: PIM Hellos and the agent together. The router is the
-/// default VRF, which most members speak of; it and those of other VRFs outlive the host.
+/// Keeps what outlives the agent's process (the state store with configuration, status and published RP set), and
+/// starts and ends that process: PIM Hellos and the agent together. The router is the default VRF, which most members
+/// are about; it and those of other VRFs outlive the host.
 class Host {
  public:
   explicit Host(Router &router);

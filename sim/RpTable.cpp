@@ -11,7 +11,7 @@ using Routing::Pim::Mode;
 
 namespace {
 
-/// Fills fragment after fragment (RFC 5059 section 3.3).
+// Fills fragment after fragment (RFC 5059 section 3.3).
 class Fragmenter {
  public:
   Fragmenter(const BsrParameters &bsr, const RpTable &table, uint32_t mtu) : bsr_(bsr), table_(table), mtu_(mtu) {

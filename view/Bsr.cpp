@@ -8,7 +8,7 @@ namespace Routing::Pim::Bsr {
 
 namespace {
 
-/// The global zone always, others while they have a machine or a BSR that a VRF without machines remembers.
+// The global zone always, others while they have a machine, or a BSR known from when the VRF ran.
 std::set<Pax::IpGenPrefix> zonesOf(const VrfView &view) {
   std::set<Pax::IpGenPrefix> zones{Pax::allGroups(view.af)};
   for (const auto &[zone, bsr] : view.status->bootstrapRouter()) zones.insert(zone);
@@ -19,7 +19,7 @@ std::set<Pax::IpGenPrefix> zonesOf(const VrfView &view) {
   return zones;
 }
 
-/// Null in a VRF without machines.
+// Null in a VRF without machines.
 nlohmann::ordered_json stateOf(const VrfView &view, const Pax::IpGenPrefix &zone) {
   if (!view.bsrSm) return nullptr;
   const auto candidate = view.status->cbsr(zone);

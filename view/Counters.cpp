@@ -7,8 +7,7 @@ namespace Routing::Pim::Bsr {
 
 namespace {
 
-/// The counters under their own names; errCounters, the only one that is no number, has a place of
-/// its own.
+// The counters under their own names. errCounters, the only one that is not a number, has a column of its own.
 class CounterVisitor : public Kiv::Visitor {
  public:
   explicit CounterVisitor(Rows &row) : row_(row) {}

@@ -1,4 +1,4 @@
-/// Values as the rows show them.
+/// Values as rows show them.
 #pragma once
 
 #include <algorithm>
@@ -15,7 +15,7 @@ namespace Routing::Pim::Bsr {
 
 using Rows = nlohmann::ordered_json;
 
-/// Numbers and truth values as such, all else as its text.
+/// Numbers and booleans as they are, anything else as its text.
 template <class Type>
 nlohmann::ordered_json toJson(const Type &value) {
   return std::visit([](const auto &general) { return nlohmann::ordered_json(general); }, Kiv::toValue(value));

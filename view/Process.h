@@ -1,4 +1,4 @@
-/// The rows of the nouns that tell of the process itself.
+/// The rows of the nouns that are about the process itself.
 #pragma once
 
 #include <map>
@@ -13,26 +13,26 @@
 
 namespace Routing::Pim::Bsr {
 
-/// How it went with the configuration file.
+/// What became of the configuration file.
 struct Loading {
   std::string file;
   std::string at;     ///< when the configuration in force was loaded, as "2024-05-01T12:34:56Z"
-  std::string error;  ///< of a later reload; empty when there was none or it went well
+  std::string error;  ///< of a later reload; empty if there was none or it succeeded
 };
-/// What runs.
+/// What runs; made for one answer, and read only.
 struct ProcessView {
   const Agent &agent;
   const SystemState &system;
   const Statehub::Store &store;
-  std::map<L3::VrfName, std::string> vrfs;  ///< configured, with what the platform of each waits for; empty for nothing
+  std::map<L3::VrfName, std::string> vrfs;  ///< configured, each with what its platform waits for; empty if for nothing
   const Loading &loading;
 };
 
 Rows agentRows(const ProcessView &view);
 /// Every configured VRF, or the one named; throws std::invalid_argument when there is none.
 Rows vrfRows(const ProcessView &view, const std::string &vrf);
-/// The paths of the store; or what stands under the path, or further in; throws std::invalid_argument
-/// when that is nothing.
+/// The paths of the store, or the contents of what is under the path, which may go on into an entity; throws
+/// std::invalid_argument when there is nothing.
 Rows stateRows(const ProcessView &view, const std::string &path);
 
 }  // namespace Routing::Pim::Bsr

@@ -15,11 +15,11 @@ Pax::IpGenAddr groupFrom(const std::string &text, Pax::AddressFamily family) {
   } catch (const Kiv::RangeError &) {
   }
   std::ostringstream error;
-  error << "'" << text << "' is no group of " << Pax::allGroups(family);
+  error << "'" << text << "' is not a group of " << Pax::allGroups(family);
   throw std::invalid_argument(error.str());
 }
 
-/// The zone whose set is published for the prefix.
+// The zone whose set is published for the prefix.
 Pax::IpGenPrefix zoneOf(const VrfView &view, const Pax::IpGenPrefix &prefix) {
   for (const auto &[zone, learned] : view.status->crpStatus()) {
     if (view.bsrSm->published().setOfOwner(zone, prefix)) return zone;

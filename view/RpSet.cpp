@@ -10,10 +10,10 @@ namespace Routing::Pim::Bsr {
 
 namespace {
 
-/// The RPs that our last message listed, by group, address and whether as bidirectional.
+// The RPs that our last message listed, by group, address and whether as bidirectional.
 using Announced = std::set<std::tuple<Pax::IpGenPrefix, Pax::IpGenAddr, bool>>;
 
-/// Nothing where we are not the zone's BSR.
+// Nothing where we are not the zone's BSR.
 std::optional<Announced> announcedIn(const VrfView &view, const Pax::IpGenPrefix &zone) {
   const auto candidate = view.status->cbsr(zone);
   const BsrCandidateSm *machine = view.bsrSm ? view.bsrSm->candidateSm(zone) : nullptr;

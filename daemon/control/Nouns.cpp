@@ -12,25 +12,25 @@ namespace {
 constexpr Column vrf{"vrf", "the VRF"};
 constexpr Column zone{"zone", "group prefix of the scope zone"};
 constexpr Column upTime{"upTime", "seconds since it was learned"};
-constexpr Column expires{"expires", "seconds until it ends"};
+constexpr Column expires{"expires", "seconds until it expires"};
 constexpr Column active{"active", "whether it is in force"};
-constexpr Column reason{"reason", "what of it is not in force, and why"};
+constexpr Column reason{"reason", "what is not in force, and why"};
 
 constexpr std::array agent{
     Column{"agent", "PimBsr or PimBsr6"},
     Column{"version", "its version"},
     Column{"redundancy", "active or standby"},
-    Column{"shutdown", "whether a hitless shutdown was asked for"},
-    Column{"pendingVrfs", "the VRFs that are not ready for it"},
+    Column{"shutdown", "whether a hitless shutdown was requested"},
+    Column{"pendingVrfs", "the VRFs that are not ready for it yet"},
     Column{"file", "the configuration file"},
     Column{"loadedAt", "when the configuration in force was loaded"},
-    Column{"lastError", "why a reload since then was refused"},
+    Column{"lastError", "why a later reload was refused"},
 };
 constexpr std::array vrfs{
     vrf,
-    Column{"namespace", "its network namespace; empty for the one that the agent started in"},
+    Column{"namespace", "its network namespace; empty for the one in which the agent was started"},
     Column{"state", "unknown, known or running"},
-    Column{"reason", "what it still waits for"},
+    Column{"reason", "what it is waiting for"},
 };
 constexpr std::array bsr{
     vrf,
@@ -47,7 +47,7 @@ constexpr std::array bsr{
 constexpr std::array candidateBsr{
     vrf,
     zone,
-    Column{"interface", "the interface whose address it has"},
+    Column{"interface", "the interface whose address it uses"},
     Column{"address", "that address"},
     Column{"priority", "BSR priority, the highest wins"},
     Column{"hashMaskLen", "hash mask length"},
@@ -67,7 +67,7 @@ constexpr std::array candidateRp{
     Column{"groups", "prefixes served, each with its priority"},
     active,
     reason,
-    Column{"zones", "where it advertises: zone, BSR, groups, those without room, seconds until the next advertisement"},
+    Column{"zones", "where it advertises: zone, BSR, groups, groups left out, seconds until the next advertisement"},
 };
 constexpr std::array border{
     vrf,
@@ -89,8 +89,8 @@ constexpr std::array acl{
 };
 constexpr std::array filter{
     vrf,
-    Column{"prefix", "addresses of candidate RPs that are believed while this router is the BSR"},
-    Column{"sources", "the ACLs that permit them; none where no filter is configured and all are believed"},
+    Column{"prefix", "addresses of candidate RPs that are accepted while this router is the BSR"},
+    Column{"sources", "the ACLs that permit them; none if no filter is configured and all are accepted"},
     active,
     reason,
 };
@@ -118,7 +118,7 @@ constexpr std::array rp{
     Column{"mode", "sparsemode or bidir"},
     Column{"priority", "priority of the RP, the lowest wins"},
     Column{"hash", "hash of group and RP, the highest wins among equal priorities"},
-    Column{"candidates", "every RP of the prefix and mode with its priority and hash, the best first"},
+    Column{"candidates", "every RP of the prefix and mode with its priority and hash, best first"},
 };
 constexpr std::array interfaces{
     vrf,
@@ -126,7 +126,7 @@ constexpr std::array interfaces{
     Column{"state", "whether PIM is on there: on or off"},
     Column{"reason", "why it is off"},
     Column{"address", "PIM address"},
-    Column{"mtu", "bytes of a Bootstrap message that the agent counts on"},
+    Column{"mtu", "MTU that Bootstrap messages are made to fit, in bytes"},
     Column{"dr", "designated router"},
     Column{"isDr", "whether that is this router"},
     Column{"neighbors", "number of PIM neighbours"},
@@ -137,14 +137,14 @@ constexpr std::array neighbors{
     Column{"interface", "the interface"},
     Column{"address", "source address of the neighbour's Hellos"},
     Column{"addresses", "its other addresses on the link"},
-    Column{"drPriority", "DR priority, if it tells one"},
-    Column{"generationId", "generation ID, if it tells one"},
+    Column{"drPriority", "DR priority, if it sends one"},
+    Column{"generationId", "generation ID, if it sends one"},
     upTime,
     expires,
 };
 constexpr std::array counters{
     vrf,
-    Column{"errors", "messages that the agent refused, by reason"},
+    Column{"errors", "messages that the agent rejected, by reason"},
     Column{"packets", "packets that never reached the agent, by reason, and those received and sent"},
 };
 constexpr std::array config{
@@ -154,13 +154,13 @@ constexpr std::array config{
     Column{"acl", "the ACLs"},
 };
 constexpr std::array state{
-    Column{"path", "where it stands in the state store"},
-    Column{"type", "what stands there; with a PATH, which may lead on into it, what it holds, as JSON"},
+    Column{"path", "its path in the state store"},
+    Column{"type", "the type of the entity there; with a PATH, which may go on into it, its contents as JSON"},
 };
 constexpr std::array finding{Column{"line", "FILE:PATH: message"}};
 constexpr std::array log{Column{"line", "time, module, level and text"}};
 
-constexpr Noun entity{"entity", "what an entity holds", state, Noun::Layout::file};
+constexpr Noun entity{"entity", "the contents of an entity", state, Noun::Layout::file};
 
 constexpr std::array allNouns{
     Noun{"agent", "the agent itself", agent, Noun::Layout::fields},
@@ -172,26 +172,28 @@ constexpr std::array allNouns{
     Noun{.name = "rp", .help = "the RP that serves a group", .columns = rp, .operand = "GROUP"},
     Noun{"border", "the BSR borders", border},
     Noun{"acl", "the ACLs and who uses them", acl},
-    Noun{"filter", "the candidate RPs that are believed", filter},
-    Noun{"interfaces", "the interfaces on which PIM is to be on", interfaces},
+    Noun{"filter", "the candidate RPs that are accepted", filter},
+    Noun{"interfaces", "the interfaces configured for PIM", interfaces},
     Noun{"neighbors", "the PIM neighbours", neighbors},
     Noun{"counters", "message counters of each VRF", counters, Noun::Layout::fields, true},
-    Noun{"config", "the configuration in force with its defaults, to be loaded again", config, Noun::Layout::file},
+    Noun{"config", "the configuration in force with its defaults, as a file that can be loaded", config,
+         Noun::Layout::file},
     Noun{.name = "state", .help = "the state store", .columns = state, .operand = "[PATH]", .about = &entity},
     Noun{"log", "the last trace lines", log, Noun::Layout::lines},
 };
 
-constexpr Noun findings{"findings", "what a configuration file has wrong", finding, Noun::Layout::lines};
+constexpr Noun findings{"findings", "what is wrong in a configuration file", finding, Noun::Layout::lines};
 
 constexpr std::array allVerbs{
     Verb{"show", "NOUN", "show it once", true},
     Verb{"watch", "NOUN", "show it every second until interrupted", true},
-    Verb{"trace", "[MODULE=LEVEL]", "set a trace level, * for every module; without an operand list them", false},
-    Verb{"check", "", "validate the configuration file and load nothing", false, &findings},
+    Verb{"trace", "[MODULE=LEVEL]", "set a trace level, * for every module; without an operand, list the levels",
+         false},
+    Verb{"check", "", "check the configuration file without loading it", false, &findings},
     Verb{"reload", "", "read the configuration file again", false},
     Verb{"clear", "counters", "set the message counters to zero", false},
     Verb{"redundancy", "active|standby", "run, or stand by: keep what was learned and send nothing", false},
-    Verb{"stage", "boot|shutdown STAGE", "run a stage of an upgrade; tell whether it is complete", false},
+    Verb{"stage", "boot|shutdown STAGE", "run a stage of an upgrade, and say whether it is complete", false},
 };
 
 template <class Entry>

@@ -1,6 +1,6 @@
 /// What operators may ask the agent: its verbs, and the nouns with their columns.
 ///
-/// This one table makes the client's help and its tables; the agent's rows have these names.
+/// The client's help and tables are made from this one table, and the members of the agent's rows have these names.
 #pragma once
 
 #include <span>
@@ -16,8 +16,8 @@ struct Column {
 
 struct Noun {
   enum class Layout {
-    table,   ///< a line a row, under a header
-    fields,  ///< a line a field, for rows with many
+    table,   ///< each row on a line, under a header
+    fields,  ///< each field on a line, for rows with many
     lines,   ///< the only column, as it is
     file,    ///< the only row, as a JSON file
   };
@@ -25,7 +25,7 @@ struct Noun {
   const char *help;
   std::span<const Column> columns;
   Layout layout = Layout::table;
-  /// Rows have further fields, which come in front of the last columns.
+  /// Whether rows have further fields, which come before the last columns.
   bool hasMore = false;
   const char *operand = "";     ///< what the noun is given, as the help shows it; in brackets if it may be left out
   const Noun *about = nullptr;  ///< how the rows about an operand are laid out, where that differs

@@ -1,4 +1,4 @@
-/// Reading of netlink attributes whose length nobody has checked.
+/// Reading netlink attributes whose lengths have not been checked.
 #pragma once
 
 #include <libmnl/libmnl.h>
@@ -49,7 +49,7 @@ inline uint32_t number(const nlattr &attribute) {
   return content(attribute).size() < sizeof(uint32_t) ? 0 : mnl_attr_get_u32(&attribute);
 }
 
-/// Of the family that the length tells; unset where it is neither.
+/// Of the family that the length implies; unset where it is neither.
 inline Pax::IpGenAddr toAddress(std::span<const uint8_t> bytes) {
   return bytes.size() == 4 || bytes.size() == 16 ? Pax::IpGenAddr::fromBytes(bytes) : Pax::IpGenAddr();
 }

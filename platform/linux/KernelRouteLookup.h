@@ -1,4 +1,4 @@
-/// Routes, asked of the kernel one address at a time.
+/// Routes, looked up in the kernel one address at a time.
 #pragma once
 
 #include <memory>
@@ -14,11 +14,10 @@ namespace Linux {
 
 struct RouteMessage;
 
-/// A question and its answer over netlink: honours rules and metrics, and costs nothing at rest. A
-/// destination is connected if the route there has no next hop and the interface an address in its
-/// subnet; a route to an interface is not enough.
-/// Unreachable, blackhole and prohibited destinations have the answer `none`, as has any failure,
-/// which is traced.
+/// Each lookup is a question and an answer over netlink, which honours rules and metrics; between lookups it does
+/// nothing. A destination is connected if the route there has no next hop and the interface an address in its subnet;
+/// a route to an interface is not enough. Unreachable, blackhole and prohibited destinations have the answer `none`,
+/// as has any failure, which is traced. VrfPlatform makes it; whoever looks up routes may hold it longer.
 class KernelRouteLookup : public Routing::RouteLookup {
  public:
   /// Throws std::system_error.

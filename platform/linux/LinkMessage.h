@@ -19,8 +19,8 @@ struct LinkMessage {
   uint32_t mtu = 0;
   bool inVrfDevice = false;
 
-  /// Nothing for a message that is not about the link itself (a bridge tells of its ports in the
-  /// same way) or is cut short.
+  /// Nothing for a message that is not about the link itself (a bridge announces its ports in the same way) or is
+  /// truncated.
   static std::optional<LinkMessage> parse(const nlmsghdr &message);
 };
 

@@ -9,9 +9,8 @@
 
 namespace Linux {
 
-/// The kernel's index of a link is what packets and routes carry; the name is what operators and the
-/// agent know it by. Written by NetlinkMonitor. A link that is deleted and made again under its name
-/// has a new index.
+/// Packets and routes carry the kernel's index of a link; operators and the agent know it by its name. Only
+/// NetlinkMonitor writes it. A link that is deleted and made again under its name has a new index.
 class LinkTable : public Kiv::Counted {
  public:
   /// Null for an index that is not known.

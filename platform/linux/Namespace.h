@@ -7,15 +7,15 @@
 
 namespace Linux {
 
-/// Where a namespace of this name is found: /run/netns/NAME. A text with a slash is a path already.
+/// The path of the namespace of this name: /run/netns/NAME. A name with a slash is a path already.
 std::string namespacePath(const std::string &name);
 
-/// The inode of the namespace mounted at `path`, which is its identity while it lives; 0 when there
-/// is none (yet: the file comes before the mount).
+/// The inode of the namespace mounted at `path`, which identifies it while it exists; 0 when there is none (or not
+/// yet: the file is made before the mount).
 uint64_t namespaceInode(const std::string &path);
 
-/// A network namespace held open, so that later sockets come from the same one even if its name has
-/// been taken over since. Whoever holds it lets go when the name vanishes, or it lives on.
+/// A network namespace held open, so that later sockets are in the same one even if another one has its name by then.
+/// Its owner lets go of it when the name vanishes; else the namespace would live on.
 class Namespace {
  public:
   /// An empty name is the namespace that the program runs in. Throws std::system_error when there is

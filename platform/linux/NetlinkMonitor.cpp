@@ -14,7 +14,7 @@ namespace {
 
 Tracelet::Module trace("Netlink");
 
-// Room for a burst of events; what does not fit is asked for again.
+// Room for a burst of events; if it overflows, everything is asked for again.
 constexpr int receiveBuffer = 1 << 20;
 // The kernel makes the pieces of a dump up to 32 KiB where the reader has room for them.
 constexpr size_t readBuffer = 32768;
@@ -155,7 +155,7 @@ void NetlinkMonitor::linkIs(const LinkMessage &message) {
   link.inVrfDevice = message.inVrfDevice;
   const Kiv::Ptr<Ip::IntfStatus> status = link.status;
   status->mtuIs(message.mtu);
-  // PIM first: what a candidate says when its address goes is not for an interface that is down.
+  // PIM first: what a candidate sends when its address goes must not go out of an interface that is down.
   status->upIs(message.up);
   status->adminUpIs(message.adminUp);
   Ip::chooseAddresses(*status, parameters_.family);
@@ -170,14 +170,14 @@ void NetlinkMonitor::linkDel(uint32_t index) {
 }
 
 NetlinkMonitor::Link &NetlinkMonitor::linkNamed(uint32_t index, const Pax::IntfId &intfId) {
-  // The former holder of the name is gone or renamed; its own message tells which.
+  // The interface that had the name is gone or renamed; its own message will say which.
   if (const uint32_t other = links_->index(intfId); other != 0 && other != index) linkDel(other);
 
   std::vector<AddressEntry> address;
   if (const auto found = link_.find(index); found != link_.end()) {
     if (found->second.intfId == intfId) return found->second;
     TRACELET(trace, 4, found->second.intfId << " is now " << intfId);
-    address = found->second.address;  // the kernel does not tell them again
+    address = found->second.address;  // the kernel does not report them again
     linkDel(index);
   }
   TRACELET(trace, 5, intfId << " has index " << index);

@@ -1,4 +1,4 @@
-/// Interfaces and addresses of a VRF, as the kernel tells of them.
+/// Interfaces and addresses of a VRF, as the kernel reports them.
 #pragma once
 
 #include <functional>
@@ -16,12 +16,12 @@
 
 namespace Linux {
 
-/// Fills the interface status of one family: a dump of links, then one of addresses, with the events
-/// that arrive meanwhile and ever after. An overrun of the socket, or a dump that the kernel calls
-/// inconsistent, means a new dump, and what that no longer has goes.
+/// The one writer of the interface status of a VRF and family, and of its LinkTable: from a dump of links, then one of
+/// addresses, and the events that arrive meanwhile and ever after. When the socket overruns, or the kernel calls a dump
+/// inconsistent, it asks for a new dump and removes what that no longer has.
 ///
-/// An interface that goes first loses its addresses and `up`, then its element; a renamed one goes
-/// and comes, since its name is its identity; so does one that was made again with another index.
+/// An interface that goes first loses its addresses and `up`, then its element; a renamed one goes and comes, since
+/// interfaces are known by name; so does one that was made again with another index.
 class NetlinkMonitor {
  public:
   struct Parameters {
@@ -36,9 +36,9 @@ class NetlinkMonitor {
                  const Kiv::Ptr<LinkTable> &links, Parameters parameters);
 
   bool complete() const { return complete_; }
-  /// Whether the interface is enslaved to a vrf device: then its packets are not this VRF's.
+  /// Whether the interface is enslaved to a vrf device, so that its packets are not this VRF's.
   bool inVrfDevice(const Pax::IntfId &intfId) const;
-  /// Takes every interface away, as if the kernel had; for a namespace that is gone.
+  /// Removes every interface, as if the kernel had; for a namespace that is gone.
   void retractAll();
 
  private:
@@ -51,7 +51,7 @@ class NetlinkMonitor {
     Kiv::Ptr<Ip::IntfStatus> status;
     bool inVrfDevice = false;
     bool seen = true;                   // in the dump that is running
-    std::vector<AddressEntry> address;  // in the order of their coming
+    std::vector<AddressEntry> address;  // in the order in which they came
   };
   enum class Dump { none, links, addresses };
 

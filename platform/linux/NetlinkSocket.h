@@ -11,15 +11,16 @@
 
 namespace Linux {
 
+/// Sends requests and reads answers and events; what they mean is up to its owner.
 class NetlinkSocket {
  public:
-  /// `flags` as SOCK_NONBLOCK. Throws std::system_error.
+  /// `flags` such as SOCK_NONBLOCK. Throws std::system_error.
   NetlinkSocket(const Namespace &where, int flags);
 
   int descriptor() const { return mnl_socket_get_fd(socket_.get()); }
   /// The socket's own address, which the kernel's answers carry.
   uint32_t port() const { return mnl_socket_get_portid(socket_.get()); }
-  /// Messages of this group from now on; throws std::system_error.
+  /// Joins a multicast group; throws std::system_error.
   void groupIs(int group) const;
   bool send(const nlmsghdr &message) const {
     return mnl_socket_sendto(socket_.get(), &message, message.nlmsg_len) >= 0;

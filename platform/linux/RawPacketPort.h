@@ -13,10 +13,10 @@
 
 namespace Linux {
 
-/// Joins ALL-PIM-ROUTERS wherever PIM is on (Status.pimIntf), by interface index; a socket that may
-/// have no more memberships is followed by another one. Every raw socket of a namespace gets every
-/// unicast, and in IPv6 every joined multicast: a multicast is taken from the socket that joined on
-/// its interface, a unicast from the first socket, so each packet is handed up once.
+/// Joins ALL-PIM-ROUTERS wherever PIM is on (Status.pimIntf), by interface index, and opens another socket when one can
+/// have no more memberships. Every raw socket of a namespace gets every unicast, and in IPv6 every joined multicast: a
+/// multicast is taken from the socket that joined on its interface, a unicast from the first socket, so that each
+/// packet is handed up once. VrfPlatform makes it; the agent may hold it longer, when it is closed and sends nothing.
 class RawPacketPort : public Routing::Pim::IO::PacketPort {
  public:
   /// Opens the first socket in `where`; throws std::system_error.
@@ -29,7 +29,7 @@ class RawPacketPort : public Routing::Pim::IO::PacketPort {
   void maxPacketIs(uint32_t bytes) override;
   void transparentIs(bool transparent) override;
 
-  /// Closes every socket; what is sent afterwards fails.
+  /// Closes every socket; sending fails afterwards.
   void close();
   size_t sockets() const { return sockets_.size(); }
 

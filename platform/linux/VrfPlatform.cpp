@@ -10,7 +10,7 @@ Tracelet::Module trace("VrfPlatform");
 
 }  // namespace
 
-// The name is watched before anything is opened behind it, so that no taking over goes unseen.
+// The name is watched before anything is opened, so that a namespace that takes it over is noticed.
 VrfPlatform::VrfPlatform(EventLoop &loop, NamespaceWatcher &watcher, Orb::Random &random, const Parameters &parameters)
     : vrf_(parameters.vrf),
       networkNamespace_(parameters.networkNamespace),

@@ -1,4 +1,4 @@
-/// All that one VRF has from the platform.
+/// Everything that one VRF gets from the platform.
 #pragma once
 
 #include <functional>
@@ -17,13 +17,12 @@
 
 namespace Linux {
 
-/// Opens what a VRF needs in its network namespace, which must exist: its owner waits for one that
-/// does not with NamespaceWatcher::Watched. PIM is on at the interfaces that hello() is told of,
-/// which may be done before complete().
+/// Opens what a VRF needs in its network namespace, which must exist: an owner waits for one that does not with
+/// NamespaceWatcher::Watched. PIM is on at the interfaces that hello() is given, which may be done before complete().
 ///
-/// When the namespace vanishes, every interface goes, every socket is closed, and `vanished` is
-/// called, in which the owner may destroy this object. The entities and services may be held longer
-/// than this object; the loop, the watcher and the random source outlive all of them.
+/// When the namespace vanishes, every interface goes, every socket is closed, and `vanished` is called, in which the
+/// owner may destroy this object. The entities and services may be held longer than this object; the loop, the watcher
+/// and the random source outlive all of them.
 class VrfPlatform {
  public:
   struct Parameters {
@@ -45,7 +44,7 @@ class VrfPlatform {
   const std::string &vrf() const { return vrf_; }
   const std::string &networkNamespace() const { return networkNamespace_; }
   bool complete() const { return monitor_ && monitor_->complete(); }
-  /// Whether the interface is enslaved to a vrf device, worth a warning: a VRF is a namespace here.
+  /// Whether the interface is enslaved to a vrf device, which deserves a warning: a VRF is a namespace here.
   bool inVrfDevice(const Pax::IntfId &intfId) const { return monitor_ && monitor_->inVrfDevice(intfId); }
 
   const Kiv::Ptr<Orb::TimerWheel> &timerWheel() const { return timerWheel_; }

@@ -10,9 +10,9 @@ class io_context;
 
 namespace Linux {
 
-/// Calls `ready` in each turn of the loop in which the descriptor can be read; what is left unread
-/// calls again in the next one. Does not own the descriptor, and has to go before that is closed.
-/// Never calls after its own destruction, which may happen inside the call.
+/// Calls `ready` in each turn of the loop in which the descriptor can be read, again in the next one if something is
+/// left unread. Does not own the descriptor, and must be destroyed before that is closed. Never calls after its own
+/// destruction, which may happen inside the call.
 class Watch {
  public:
   Watch(boost::asio::io_context &context, int descriptor, std::function<void()> ready);
