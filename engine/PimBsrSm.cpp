@@ -50,9 +50,7 @@ PimBsrSm::PimBsrSm(const Kiv::Ptr<Bsr::Status> &bsrStatus, const Kiv::Ptr<const 
 }
 
 PimBsrSm::~PimBsrSm() = default;
-
 const std::string &PimBsrSm::vrfName() const { return bsrStatus_->name(); }
-
 double PimBsrSm::now() const { return timerWheel_->now(); }
 
 void PimBsrSm::handleInitialized() {
@@ -111,21 +109,15 @@ void PimBsrSm::handleBsm() {
   const bool scoped = firstGroup && firstGroup->adminScope();
   const Pax::IpGenPrefix zone = scoped ? firstGroup->prefix() : globalOrNonScopeZone_;
   if (BsrCandidateSm *candidate = candidateSm(zone)) {
-    if (scoped) {
-      VRF_TRACE(trace, 5, "Trigger Scoped Candidate SM Scope: " << zone);
-    } else {
-      VRF_TRACE(trace, 5, "Trigger Global/Non-Scoped Candidate SM");
-    }
+    if (scoped) VRF_TRACE(trace, 5, "Trigger Scoped Candidate SM Scope: " << zone);
+    if (!scoped) VRF_TRACE(trace, 5, "Trigger Global/Non-Scoped Candidate SM");
     candidate->bsmIs(bsmStatus_->rxBsm());
     return;
   }
   if (!nonCandidateSm(zone)) {
     nonCandidateSmIs(zone);
-    if (scoped) {
-      VRF_TRACE(trace, 4, "Instantiated Scoped NonCandidate SM Scope: " << zone);
-    } else {
-      VRF_TRACE(trace, 4, "Instantiated Global/Non-Scoped Non Candidate SM");
-    }
+    if (scoped) VRF_TRACE(trace, 4, "Instantiated Scoped NonCandidate SM Scope: " << zone);
+    if (!scoped) VRF_TRACE(trace, 4, "Instantiated Global/Non-Scoped Non Candidate SM");
   }
   nonCandidateSm(zone)->bsmIs(bsmStatus_->rxBsm());
 }
@@ -289,7 +281,6 @@ void PimBsrSm::refreshRpSet(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet:
 }
 
 Kiv::Ptr<PimBsrRxFragments> PimBsrSm::bsmRxFragments(uint16_t tag) const { return reassembly_->bsmRxFragments(tag); }
-
 void PimBsrSm::bsmRxFragmentsDel(uint16_t tag) { reassembly_->bsmRxFragmentsDel(tag); }
 
 bool PimBsrSm::forwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
