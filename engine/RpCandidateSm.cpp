@@ -96,7 +96,7 @@ void RpCandidateSm::handlePrefix(const Pax::IpGenPrefix &prefix) {
   if (initialized_ && doUpdateCrpAdvSetPrefix(prefix)) doAdvertiseSoon();
 }
 
-// Another BSR entry takes the place of a sparse one; a bidirectional one has to go before.
+// A BSR replaces a sparse entry by a bidirectional one; the other way round the old one has to go first.
 void RpCandidateSm::handleMode() {
   VRF_TRACE_ENTRY(trace);
   if (crp_->mode() == Mode::sparse) advertisements_.withdraw(crpOptions_);
@@ -222,7 +222,7 @@ void RpCandidateSm::handleCrpAdvTimerExpiry() {
   }
 }
 
-// A longer interval is told at once, and once more: the BSR holds us by the old, shorter hold time.
+// A longer interval is told at once, and once more, since the BSR still counts the old, shorter hold time.
 void RpCandidateSm::handleInterval() {
   VRF_TRACE_ENTRY(trace);
   const uint16_t before = std::exchange(lastInterval_, crp_->interval().number());
@@ -237,11 +237,11 @@ void RpCandidateSm::handleInterval() {
     doSendCrpAdv(false);
     doRepeatWithin(before);
   } else if (due <= timerWheel_.now() + quickMost) {
-    doAdvertiseAt(due);  // there may be news that waited for it
+    doAdvertiseAt(due);  // news may have been waiting for it
   }
 }
 
-// Late enough to miss a burst of loss, and early enough for an agent that is about to shut down.
+// Late enough to outlast a burst of loss, early enough for an agent that is about to shut down.
 void RpCandidateSm::doRepeatWithin(uint16_t seconds) {
   const double delay = std::min(2.0, seconds / 2.0);
   VRF_TRACE(trace, 5, "Setting up repeat timer to fire in " << delay << " seconds from now");

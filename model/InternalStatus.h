@@ -30,7 +30,7 @@ class PimBsmStatus : public Kiv::NamedEntity {
 
 /// Candidate-RP advertisements. Received: the other attributes, then readCountInc(1) signals, once
 /// per group range. To send: `txCrpMsg`, whose destination is the BSR, then writeCountInc(1); whoever
-/// sends it lets `sentCount` grow if it left, or is for ourselves.
+/// sends it increments `sentCount` if it has left, or is for ourselves.
 class PimCrpMsgStatus : public Kiv::NamedEntity {
  public:
   using NamedEntity::NamedEntity;

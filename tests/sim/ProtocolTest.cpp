@@ -51,6 +51,7 @@ TEST_P(Protocol, BothModesOfAPrefixCrossALesserMtuAndOutliveADeadBsrAlike) {
   feeder.zoneIs(global, {bsm});
   feeder.start();
   EXPECT_TRUE(story.within(15, [&] { return story.everyAgentHas(global, feeder, told); }));
+  for (const auto &link : story.network.links()) EXPECT_EQ(link->counters().tooBig, 0u) << link->name();
   const double last = story.time().now();  // of the last message, but for the delays of the chain
   feeder.die();
   story.time().runTo(last + 129);
