@@ -1,36 +1,17 @@
 #include "engine/BootstrapTimer.h"
 
-#include <ostream>
-
-#include "model/Status.h"
 #include "model/VrfTrace.h"
-#include "platform/orb/TimerWheel.h"
 
 namespace Routing::Pim::Bsr {
 
 namespace {
+
 Tracelet::Module trace("Pim::Bsr::CandidateSm");
-}
 
-std::ostream &operator<<(std::ostream &out, BootstrapTimer::Reason reason) {
-  switch (reason) {
-    case BootstrapTimer::Reason::timeout: return out << "timeout";
-    case BootstrapTimer::Reason::randOverride: return out << "override";
-    case BootstrapTimer::Reason::announcement: return out << "announcement";
-    case BootstrapTimer::Reason::period: return out << "period";
-    case BootstrapTimer::Reason::answer: return out << "answer";
-    case BootstrapTimer::Reason::change: break;
-  }
-  return out << "change";
-}
+// By the reasons' numbers.
+constexpr const char *reasons[] = {"timeout", "override", "announcement", "period", "answer", "change"};
 
-BootstrapTimer::BootstrapTimer(Orb::Timer &timer, const Orb::TimerWheel &timerWheel, const Pax::IpGenPrefix &zone,
-                               const Status &bsrStatus)
-    : timer_(timer), timerWheel_(timerWheel), zone_(zone), bsrStatus_(bsrStatus) {}
-
-const std::string &BootstrapTimer::vrfName() const { return bsrStatus_.name(); }
-
-double BootstrapTimer::time() const { return timer_.timeMin(); }
+}  // namespace
 
 // Until we take over, the BSR keeps the time by which it should have been heard; and what is due at once
 // says nothing of the message after it.
@@ -38,14 +19,12 @@ void BootstrapTimer::arm(Reason reason, double time) {
   const double now = timerWheel_.now();
   reason_ = reason;
   timer_.timeMinIs(time);
-  VRF_TRACE(trace, 6, "Bootstrap timer of zone " << zone_ << " set to " << time - now << " seconds: " << reason);
+  VRF_TRACE(trace, 6,
+            "Bootstrap timer of zone " << zone_ << " set to " << time - now
+                                       << " seconds: " << reasons[static_cast<size_t>(reason)]);
   if (reason == Reason::randOverride || time <= now) return;
   if (const auto bsr = bsrStatus_.bootstrapRouter(zone_)) bsr->expiryTimeIs(time);
 }
-
-void BootstrapTimer::disarm() { timer_.timeMinIs(Orb::never); }
-
-void BootstrapTimer::hasten() { arm(reason_, timerWheel_.now()); }
 
 void BootstrapTimer::pull() {
   const double remaining = time() - timerWheel_.now();

@@ -1,20 +1,10 @@
 /// The bootstrap timer of a candidate BSR: when its machine acts next, and why.
 #pragma once
 
-#include <cstdint>
-#include <iosfwd>
-#include <string>
-
-#include "platform/pax/IpGenPrefix.h"
-
-namespace Orb {
-class Timer;
-class TimerWheel;
-}  // namespace Orb
+#include "model/Status.h"
+#include "platform/orb/TimerWheel.h"
 
 namespace Routing::Pim::Bsr {
-
-class Status;
 
 /// Owned by the zone's candidate machine, and the only one to arm its timer. Where the zone has a BSR, it
 /// writes the time into the BSR's status. Times are absolute, in seconds of the platform's clock.
@@ -34,13 +24,12 @@ class BootstrapTimer {
 
   /// All outlive it.
   BootstrapTimer(Orb::Timer &timer, const Orb::TimerWheel &timerWheel, const Pax::IpGenPrefix &zone,
-                 const Status &bsrStatus);
-  BootstrapTimer(const BootstrapTimer &) = delete;
-  BootstrapTimer &operator=(const BootstrapTimer &) = delete;
+                 const Status &bsrStatus)
+      : timer_(timer), timerWheel_(timerWheel), zone_(zone), bsrStatus_(bsrStatus) {}
 
   /// What it was armed for last.
   Reason reason() const { return reason_; }
-  double time() const;
+  double time() const { return timer_.timeMin(); }
 
   /// The timeout for the BSR that we follow: the hold time, raised where our own period is not shorter (RFC
   /// 5059 section 5). `lead` begins the trace of one that is raised.
@@ -48,16 +37,16 @@ class BootstrapTimer {
   uint32_t timeout() const { return timeout_; }
 
   void arm(Reason reason, double time);
-  void disarm();
+  void disarm() { timer_.timeMinIs(Orb::never); }
   /// What it is armed for is due now.
-  void hasten();
+  void hasten() { arm(reason_, timerWheel_.now()); }
   /// The RP set has changed, which is announced soon (RFC 5059 section 3.3).
   void pull();
   /// The timeout has changed: an armed timer fires within it.
   void shorten();
 
  private:
-  const std::string &vrfName() const;
+  const std::string &vrfName() const { return bsrStatus_.name(); }
 
   Orb::Timer &timer_;
   const Orb::TimerWheel &timerWheel_;
@@ -66,7 +55,5 @@ class BootstrapTimer {
   uint32_t timeout_ = 0;
   Reason reason_ = Reason::randOverride;
 };
-
-std::ostream &operator<<(std::ostream &out, BootstrapTimer::Reason reason);
 
 }  // namespace Routing::Pim::Bsr

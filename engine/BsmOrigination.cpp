@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "engine/Withdrawals.h"
-#include "model/Status.h"
 #include "model/VrfTrace.h"
 
 namespace Routing::Pim::Bsr {
@@ -20,16 +18,6 @@ bool better(const Packet::BootstrapRpData &one, const Packet::BootstrapRpData &o
 }
 
 }  // namespace
-
-BsmOrigination::BsmOrigination(const Status &bsrStatus, const Pax::IpGenPrefix &zone, const BsrCandidate &candidate,
-                               const Withdrawals &withdrawals)
-    : bsrStatus_(bsrStatus),
-      zone_(zone),
-      candidate_(candidate),
-      withdrawals_(withdrawals),
-      scoped_(zone != Pax::allGroups(bsrStatus.af())) {}
-
-const std::string &BsmOrigination::vrfName() const { return bsrStatus_.name(); }
 
 Kiv::Ptr<Packet::BootstrapMessage> BsmOrigination::bsm(uint16_t fragmentTag, uint8_t bsrPriority) const {
   const auto bsm = Packet::BootstrapMessageIs();

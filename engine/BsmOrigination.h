@@ -1,19 +1,11 @@
 /// The message that an elected BSR originates: what it collected in its zone, and what it withdraws.
 #pragma once
 
-#include <string>
-
+#include "engine/Withdrawals.h"
+#include "model/Status.h"
 #include "platform/pim/Packet.h"
 
-namespace Routing::Pim {
-
-class RpCandidateSet;
-
-namespace Bsr {
-
-class BsrCandidate;
-class Status;
-class Withdrawals;
+namespace Routing::Pim::Bsr {
 
 /// Made for one message of one zone. It only reads, so that a message can be made at any time; sending,
 /// fragmenting and counting the listings of withdrawn RPs are others' work.
@@ -21,9 +13,8 @@ class BsmOrigination {
  public:
   /// All outlive it. Every attribute of the candidate is set.
   BsmOrigination(const Status &bsrStatus, const Pax::IpGenPrefix &zone, const BsrCandidate &candidate,
-                 const Withdrawals &withdrawals);
-  BsmOrigination(const BsmOrigination &) = delete;
-  BsmOrigination &operator=(const BsmOrigination &) = delete;
+                 const Withdrawals &withdrawals)
+      : bsrStatus_(bsrStatus), zone_(zone), candidate_(candidate), withdrawals_(withdrawals) {}
 
   /// The whole message. A scoped zone's own block comes first, with or without RPs.
   Kiv::Ptr<Packet::BootstrapMessage> bsm(uint16_t fragmentTag, uint8_t bsrPriority) const;
@@ -34,7 +25,7 @@ class BsmOrigination {
     bool bidir = false;
   };
 
-  const std::string &vrfName() const;
+  const std::string &vrfName() const { return bsrStatus_.name(); }
   Kiv::Ptr<RpCandidateSet> setOf(const Pax::IpGenPrefix &prefix) const;
   std::vector<Pax::IpGenPrefix> prefixes() const;
   void addBlock(Packet::BootstrapMessage &bsm, const Pax::IpGenPrefix &prefix) const;
@@ -45,8 +36,7 @@ class BsmOrigination {
   const Pax::IpGenPrefix &zone_;
   const BsrCandidate &candidate_;
   const Withdrawals &withdrawals_;
-  const bool scoped_;
+  const bool scoped_ = zone_ != Pax::allGroups(bsrStatus_.af());
 };
 
-}  // namespace Bsr
-}  // namespace Routing::Pim
+}  // namespace Routing::Pim::Bsr

@@ -205,14 +205,7 @@ void BsrCandidateSm::doArmOverride(const char *lead) {
 }
 
 uint32_t BsrCandidateSm::bs_rand_override() const {
-  const PimBsrWeight own = ownWeight();
-  const PimBsrWeight stored(static_cast<uint8_t>(storedBsr_.priority), storedBsr_.ipAddr);
-  VRF_TRACE(trace, 5, " Stored Priority=" << unsigned{stored.priority} << ", myPriority=" << unsigned{own.priority});
-  VRF_TRACE(trace, 5, "Stored Addr=" << stored.ipAddr << ", myAddr=" << own.ipAddr);
-  const RandOverride waits(own, stored);
-  const auto result = static_cast<uint32_t>(waits.delay());
-  VRF_TRACE(trace, 5, waits << ", bs_rand_override=" << result);
-  return result;
+  return randOverride(ownWeight(), {static_cast<uint8_t>(storedBsr_.priority), storedBsr_.ipAddr}, vrfName());
 }
 
 bool BsrCandidateSm::doSendBsm(bool shutDown) {

@@ -10,15 +10,12 @@
 
 #include <memory>
 
-#include "engine/BootstrapTimer.h"
 #include "engine/CrpCollection.h"
 #include "engine/LastBsm.h"
 #include "engine/PimBsrSm.h"
 #include "engine/Resumption.h"
 #include "engine/RxFragments.h"
-#include "engine/Withdrawals.h"
 #include "model/InternalStatus.h"
-#include "model/Status.h"
 #include "platform/kiv/ReactorOf.h"
 #include "platform/orb/Random.h"
 #include "platform/orb/TimerFor.h"

@@ -34,7 +34,6 @@ class CandidateRps::KivCrp : public Kiv::ReactorOf<RpCandidate, CandidateRps> {
     const Pax::IpGenPrefix prefix_;
   };
 
-  bool isUsed(RpPriority priority) const;
   // Ends the advertisers whose priority no prefix has any more, or all.
   void doEndUnused(bool all);
 
@@ -98,16 +97,9 @@ void CandidateRps::KivCrp::KivOptions::handlePriority() {
   owner_.doEndUnused(false);
 }
 
-bool CandidateRps::KivCrp::isUsed(RpPriority priority) const {
-  for (const auto &[prefix, options] : notifier()->prefixOptions()) {
-    if (options->priority() == priority) return true;
-  }
-  return false;
-}
-
 void CandidateRps::KivCrp::doEndUnused(bool all) {
   for (const CrpOptions &options : owner_.rpCandidateSm_.keys()) {
-    if (options.rpAddress != rpAddress_ || (!all && isUsed(options.priority))) continue;
+    if (options.rpAddress != rpAddress_ || (!all && notifier()->hasPriority(options.priority))) continue;
     owner_.rpCandidateSmDel(options);
   }
 }

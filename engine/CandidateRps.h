@@ -22,8 +22,6 @@ class CandidateRps {
   CandidateRps(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<Orb::TimerWheel> &timerWheel,
                const Kiv::Ptr<PimCrpMsgStatus> &crpMsgStatus, Orb::Random &random);
   ~CandidateRps();
-  CandidateRps(const CandidateRps &) = delete;
-  CandidateRps &operator=(const CandidateRps &) = delete;
 
   /// From now on there are advertisers: handleCrp() makes those of a candidate RP. `bsrTrie` has the zones.
   void begin(const Kiv::Ptr<const TrieGen> &bsrTrie);

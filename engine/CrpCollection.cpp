@@ -1,31 +1,12 @@
 #include "engine/CrpCollection.h"
 
-#include "engine/BootstrapTimer.h"
-#include "engine/BsrCandidateSm.h"
-#include "engine/RpSetStore.h"
-#include "engine/Withdrawals.h"
-#include "model/Status.h"
 #include "model/VrfTrace.h"
-#include "platform/orb/TimerWheel.h"
 
 namespace Routing::Pim::Bsr {
 
 namespace {
 Tracelet::Module trace("Pim::Bsr::CandidateSm");
 }
-
-CrpCollection::CrpCollection(Status &bsrStatus, RpSetStore &rpSets, const Pax::IpGenPrefix &zone,
-                             const BsrCandidate &candidate, const Orb::TimerWheel &timerWheel, BootstrapTimer &bsTimer,
-                             Withdrawals &withdrawals)
-    : bsrStatus_(bsrStatus),
-      rpSets_(rpSets),
-      zone_(zone),
-      candidate_(candidate),
-      timerWheel_(timerWheel),
-      bsTimer_(bsTimer),
-      withdrawals_(withdrawals) {}
-
-const std::string &CrpCollection::vrfName() const { return bsrStatus_.name(); }
 
 void CrpCollection::add(const Packet::CrpGroup &group, const Pax::IpGenAddr &rpAddress, RpPriority priority,
                         CrpHoldTime holdTime) {

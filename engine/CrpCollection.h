@@ -2,26 +2,12 @@
 /// section 3.3).
 #pragma once
 
-#include <string>
-
+#include "engine/BootstrapTimer.h"
+#include "engine/RpSetStore.h"
+#include "engine/Withdrawals.h"
 #include "platform/pim/Packet.h"
 
-namespace Orb {
-class TimerWheel;
-}
-
-namespace Routing::Pim {
-
-class RpCandidate;
-class RpCandidateSet;
-
-namespace Bsr {
-
-class BootstrapTimer;
-class BsrCandidate;
-class RpSetStore;
-class Status;
-class Withdrawals;
+namespace Routing::Pim::Bsr {
 
 /// Owned by the zone's candidate machine, which asks it only while it is elected. It writes the zone's
 /// RP set in the status, and notes in `withdrawals` what others have to be told to forget. It sends
@@ -30,9 +16,14 @@ class CrpCollection {
  public:
   /// All outlive it.
   CrpCollection(Status &bsrStatus, RpSetStore &rpSets, const Pax::IpGenPrefix &zone, const BsrCandidate &candidate,
-                const Orb::TimerWheel &timerWheel, BootstrapTimer &bsTimer, Withdrawals &withdrawals);
-  CrpCollection(const CrpCollection &) = delete;
-  CrpCollection &operator=(const CrpCollection &) = delete;
+                const Orb::TimerWheel &timerWheel, BootstrapTimer &bsTimer, Withdrawals &withdrawals)
+      : bsrStatus_(bsrStatus),
+        rpSets_(rpSets),
+        zone_(zone),
+        candidate_(candidate),
+        timerWheel_(timerWheel),
+        bsTimer_(bsTimer),
+        withdrawals_(withdrawals) {}
 
   /// Merges one advertised range into the zone's RP set. A bidirectional RP wins over a sparse one.
   /// Hold time 0 withdraws the RP.
@@ -41,7 +32,7 @@ class CrpCollection {
   void giveUp(const Pax::IpGenPrefix &inner);
 
  private:
-  const std::string &vrfName() const;
+  const std::string &vrfName() const { return bsrStatus_.name(); }
   Kiv::Ptr<RpCandidateSet> setToAddTo(const Pax::IpGenPrefix &prefix);
   Kiv::Ptr<Pim::RpCandidate> newRp(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rpAddress);
   void withdraw(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rpAddress, Pim::RpCandidate &rp);
@@ -56,5 +47,4 @@ class CrpCollection {
   Withdrawals &withdrawals_;
 };
 
-}  // namespace Bsr
-}  // namespace Routing::Pim
+}  // namespace Routing::Pim::Bsr

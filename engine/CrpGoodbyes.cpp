@@ -20,9 +20,6 @@ std::vector<Pax::IpGenPrefix> counted(const CrpGoodbyes::Prefixes &prefixes) {
 
 }  // namespace
 
-CrpGoodbyes::CrpGoodbyes(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<const TrieGen> &bsrTrie)
-    : bsrStatus_(bsrStatus), bsrTrie_(bsrTrie) {}
-
 CrpGoodbyes::Told CrpGoodbyes::toldNow(const CrpOptions &options, const RpCandidate &crp) {
   return {options.priority, crp.mode() == Mode::bidir, holdTimeOf(crp)};
 }
@@ -61,10 +58,12 @@ void CrpGoodbyes::saidIs(const Pax::IpGenAddr &rpAddress, const Heading &heading
 
 std::map<CrpGoodbyes::Heading, CrpGoodbyes::Prefixes> CrpGoodbyes::due(const CrpOptions &options, bool ended) const {
   const auto &[rpAddress, priority] = options;
+  const auto crp = bsrStatus_->crp(rpAddress);
   std::map<Heading, Prefixes> due;
   for (const auto &[range, told] : told_) {
     if (range.rpAddress != rpAddress || !isDue(range, told, ended ? priority : rpPriorityUnset)) continue;
-    if (told.priority != priority && isUsed({rpAddress, told.priority})) continue;
+    // Another advertiser says its own goodbyes.
+    if (told.priority != priority && crp && crp->hasPriority(told.priority)) continue;
     due[{range.zone, told.priority, told.bidir}].insert(range.prefix);
   }
   return due;
@@ -76,16 +75,6 @@ bool CrpGoodbyes::isDue(const Range &range, const Told &told, RpPriority ended) 
   const bool served = options && crp->prefixSet(range.prefix) && options->priority() != rpPriorityUnset &&
                       options->priority() != ended && bsrTrie_->longestMatch(range.prefix) == range.zone;
   return !served || (told.bidir && crp->mode() == Mode::sparse);
-}
-
-// Whether the options have an advertiser, which says its own goodbyes.
-bool CrpGoodbyes::isUsed(const CrpOptions &options) const {
-  const auto crp = bsrStatus_->crp(options.rpAddress);
-  if (!crp) return false;
-  for (const auto &[prefix, ranges] : crp->prefixOptions()) {
-    if (ranges->priority() == options.priority) return true;
-  }
-  return false;
 }
 
 CrpHoldTime CrpGoodbyes::holdTimeTold(const Pax::IpGenAddr &rpAddress) const {

@@ -40,9 +40,8 @@ class CrpGoodbyes {
     return static_cast<CrpHoldTime>(3 * crp.interval().number());
   }
 
-  CrpGoodbyes(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<const TrieGen> &bsrTrie);
-  CrpGoodbyes(const CrpGoodbyes &) = delete;
-  CrpGoodbyes &operator=(const CrpGoodbyes &) = delete;
+  CrpGoodbyes(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<const TrieGen> &bsrTrie)
+      : bsrStatus_(bsrStatus), bsrTrie_(bsrTrie) {}
 
   /// The zone's BSR has been told of the ranges, as `crp` is now.
   void toldIs(const CrpOptions &options, const Pax::IpGenPrefix &zone, const Prefixes &prefixes,
@@ -83,7 +82,6 @@ class CrpGoodbyes {
 
   static Told toldNow(const CrpOptions &options, const RpCandidate &crp);
   bool isDue(const Range &range, const Told &told, RpPriority ended = rpPriorityUnset) const;
-  bool isUsed(const CrpOptions &options) const;
 
   const Kiv::Ptr<const Status> bsrStatus_;
   const Kiv::Ptr<const TrieGen> bsrTrie_;

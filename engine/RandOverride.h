@@ -2,19 +2,13 @@
 /// better its weight, the sooner, so that as a rule only the best one speaks.
 #pragma once
 
+#include <string>
+
 #include "model/InternalStatus.h"
 
 namespace Routing::Pim::Bsr {
 
-/// A plain value. Seconds.
-struct RandOverride {
-  /// `own` is our candidate, with a set address; `stored` the BSR that we believe elected.
-  RandOverride(const PimBsrWeight &own, const PimBsrWeight &stored);
-
-  double addrDelay;      ///< IPv4: by the address; IPv6: always the same
-  double priorityDelay;  ///< 0 for the best priority
-  double delay() const { return 5 + priorityDelay + addrDelay; }
-};
-std::ostream &operator<<(std::ostream &out, const RandOverride &delays);
+/// Whole seconds. `own` is our candidate, with a set address, and `stored` the BSR that it believes elected.
+uint32_t randOverride(const PimBsrWeight &own, const PimBsrWeight &stored, const std::string &vrf);
 
 }  // namespace Routing::Pim::Bsr

@@ -150,9 +150,9 @@ bool RpCandidateSm::isConfigured(const Pax::IpGenPrefix &prefix) const {
   return crp_->prefixSet(prefix) && options && options->priority() == crpOptions_.priority;
 }
 
-bool RpCandidateSm::advertises(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) const {
+Kiv::Ptr<RpCandidatePrefixSet> RpCandidateSm::setOf(const Pax::IpGenPrefix &zone) const {
   const auto *set = crpAdvSet_.find(zone);
-  return set && (*set)->prefixSet(prefix);
+  return set ? *set : nullptr;
 }
 
 void RpCandidateSm::doUpdateCrpAdvSet() {
@@ -165,14 +165,14 @@ bool RpCandidateSm::doUpdateCrpAdvSet(const Pax::IpGenPrefix &zone) {
   for (const Pax::IpGenPrefix &prefix : crp_->prefixOptions().keys()) {
     if (zone.covers(prefix)) changed |= doUpdateCrpAdvSetPrefix(prefix);
   }
-  const auto *set = crpAdvSet_.find(zone);
+  const auto set = setOf(zone);
   if (!set) return changed;
-  for (const Pax::IpGenPrefix &prefix : (*set)->prefixSet().keys()) {
+  for (const Pax::IpGenPrefix &prefix : set->prefixSet().keys()) {
     if (isConfigured(prefix)) continue;
     VRF_TRACE(trace, 4,
               "Deleting prefix " << prefix << " from"
                                  << " crpAdvSet");
-    (*set)->prefixSetDel(prefix);
+    set->prefixSetDel(prefix);
     changed = true;
   }
   return changed;
@@ -185,21 +185,20 @@ bool RpCandidateSm::doUpdateCrpAdvSetPrefix(const Pax::IpGenPrefix &prefix) {
   for (const Pax::IpGenPrefix &other : crpAdvSet_.keys()) {
     if (!wanted || other != zone) changed |= removeFromZone(other, prefix);
   }
-  if (!wanted || advertises(zone, prefix)) return changed;
+  if (!wanted || (setOf(zone) && setOf(zone)->prefixSet(prefix))) return changed;
   if (!crpAdvSet_.contains(zone)) {
     crpAdvSet_.insert(zone, Kiv::make<RpCandidatePrefixSet>(zone));
     VRF_TRACE(trace, 4, "Created crpAdvSet for zone " << zone);
   }
-  (*crpAdvSet_.find(zone))->prefixSetIs(prefix);
+  setOf(zone)->prefixSetIs(prefix);
   advertisements_.goodbyes().servedBy(crpOptions_, prefix);
   VRF_TRACE(trace, 4, "Added prefix " << prefix << " to crpAdvSet for zone " << zone);
   return true;
 }
 
 bool RpCandidateSm::removeFromZone(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) {
-  const auto *set = crpAdvSet_.find(zone);
-  if (!set || !(*set)->prefixSet(prefix)) return false;
-  (*set)->prefixSetDel(prefix);
+  if (!setOf(zone)->prefixSet(prefix)) return false;
+  setOf(zone)->prefixSetDel(prefix);
   VRF_TRACE(trace, 4, "Deleted prefix " << prefix << " from crpAdvSet for zone " << zone);
   return true;
 }
@@ -274,9 +273,9 @@ void RpCandidateSm::doSendCrpAdv(bool shutdown) {
 }
 
 RpCandidateSm::Prefixes RpCandidateSm::prefixesOf(const Pax::IpGenPrefix &zone) const {
-  const auto *set = crpAdvSet_.find(zone);
+  const auto set = setOf(zone);
   if (!set) return {};
-  const auto keys = (*set)->prefixSet().keys();
+  const auto keys = set->prefixSet().keys();
   return {keys.begin(), keys.end()};
 }
 

@@ -87,9 +87,9 @@ class RpCandidateSm {
   bool doUpdateCrpAdvSetPrefix(const Pax::IpGenPrefix &prefix);
   bool removeFromZone(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix);
   bool isConfigured(const Pax::IpGenPrefix &prefix) const;
-  bool advertises(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) const;
   double earliestReturn() const;
   void doReturnAt(double time);
+  Kiv::Ptr<RpCandidatePrefixSet> setOf(const Pax::IpGenPrefix &zone) const;
   Prefixes prefixesOf(const Pax::IpGenPrefix &zone) const;
   Prefixes restedOf(const Pax::IpGenPrefix &zone) const;
   uint32_t quickDelay();

@@ -46,6 +46,14 @@ class RpCandidate : public Kiv::Entity {
   ATTRIBUTE(map, Pax::IpGenPrefix, RpCandidateGroupEntryOptions, prefixOptions, PrefixOptions)
   KIV_ENTITY(RpCandidate, ATTRIBUTES)
 #undef ATTRIBUTES
+
+  /// Whether the priority is configured for any prefix: then there is an advertiser for it.
+  bool hasPriority(RpPriority priority) const {
+    for (const auto &[prefix, options] : prefixOptions()) {
+      if (options->priority() == priority) return true;
+    }
+    return false;
+  }
 };
 
 /// The interfaces that are a BSR border for one group range.
