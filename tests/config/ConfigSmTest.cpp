@@ -5,7 +5,6 @@
 #include <sstream>
 
 #include "config/ConfigSm.h"
-#include "platform/tracelet/Sinks.h"
 
 namespace Routing::Pim::Bsr {
 namespace {
@@ -36,50 +35,17 @@ struct Vrf {
   std::optional<ConfigSm> sm;
 };
 
-TEST(ConfigSm, SaysWhyAThingIsNotInForce) {
+TEST(ConfigSm, TheScopedZoneTimeoutIsComparedWithTheHoldTimeOnlyWhenItChanges) {
   Vrf vrf;
   vrf.start();
-  const Tracelet::CaptureSink traces;
-  struct Row {
-    std::function<void()> act;
-    const char *text;
-  };
-  auto &config = *vrf.config;
-  const auto entry = [&] { return config.bsrCandidateConfig(lo)->group(vrf.zone); };
-  const Row table[] = {
-      {[&] { config.holdTimeIs(60); }, "BSR Hold Time is 60"},
-      {[&] { config.szTimeoutIs(300); }, "Scoped Zone timeout 300 secs too low. Setting it to 600 secs in status"},
-      {[&] { config.szTimeoutIs(600); }, "Scoped Zone timeout is 600 secs"},
-      {[&] { config.bsrCandidateConfigIs(lo); },
-       "Deferred initialization since IP address for interface lo is not set"},
-      {[&] { vrf.addressIs(lo, "10.0.0.1"); }, "Interface lo assigned IP 10.0.0.1 for the first time."},
-      {[&] { config.bsrCandidateConfig(lo)->groupIs(vrf.zone)->priorityIs(64); },
-       "Skipping initialization since priority or hashmask lengths are not set"},
-      {[&] { entry()->hashMaskLenIs(30); },
-       "Created candidate BSR for zone 239.1.0.0/16 with IP 10.0.0.1, Priority=64, HashMaskLen=30, Interval=60"},
-      {[&] { entry()->priorityIs(65); },
-       "Priority for Candidate BSR in Zone 239.1.0.0/16 with IP 10.0.0.1 changed to 65"},
-      {[&] { vrf.addressIs(lo, ""); }, "Interface lo IP unset"},
-      // A priority that is not set yet ends nothing, here or when the address comes.
-      {[&] {
-         config.rpCandidateConfigIs(eth0)->groupRangeOptionsIs(vrf.zone);
-         config.rpCandidateConfig(eth0)->groupRangeIs(vrf.zone);
-       },
-       "Deferred C-RP initialization since IP address for interface eth0 is not set"},
-      {[&] { vrf.addressIs(eth0, "10.0.0.2"); }, "Created C-RP 10.0.0.2"},
-      {[&] { config.rpCandidateConfig(eth0)->advIntervalIs(90); },
-       "Advertisement interface for Candidate C-RP 10.0.0.2 changed to 90"},
-      {[&] { config.rpCandidateConfig(eth0)->groupRangeDel(vrf.zone); },
-       "Deleted candidate RP 10.0.0.2 since it doest serve any group"},
-      {[&] { config.crpFilterAclIs("none"); }, "Filter ACL none permits nobody"},
-  };
-  for (const Row &row : table) {
-    row.act();
-    EXPECT_TRUE(traces.contains(std::string("<Vrf:default>") + row.text)) << row.text;
+  vrf.config->holdTimeIs(60);
+  for (const auto &[configured, published] : {std::pair(300u, 600u), {600u, 600u}, {700u, 700u}}) {
+    vrf.config->szTimeoutIs(configured);
+    EXPECT_EQ(vrf.status->szTimeout(), published);
   }
-  config.holdTimeIs(90);
+  vrf.config->holdTimeIs(90);
   EXPECT_EQ(vrf.status->bsTimeout(), 90u);
-  EXPECT_EQ(vrf.status->szTimeout(), 600u) << "judged when it was set";
+  EXPECT_EQ(vrf.status->szTimeout(), 700u);
 }
 
 TEST(ConfigSm, TwoInterfacesOfOneZoneAreFatal) {

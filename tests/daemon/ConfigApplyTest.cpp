@@ -208,22 +208,6 @@ TEST(ConfigApply, ANeighbourKeepsBsrAndRpWhileTheirSourcesMove) {
   }
 }
 
-// "a" serves what A permits, from the address that is b's too.
-TEST(ConfigApply, TheOtherInterfaceOfAnAddressServesAllThatIsItsOwn) {
-  Box box(Pax::AddressFamily::ipv4);
-  box.addressIs("default", "b", 1);
-  const std::string permits = R"([{"permit": "225.1.0.0/16"}])", range = R"(, "groupRange": {"225.1.0.0/16": {}})";
-  for (const auto &[rules, own] : {std::pair<std::string, std::string>("[]", ""), {permits, ""}, {"[]", range}}) {
-    box.apply(Json::parse(R"({"pim": {"default": {}, "blue": {}}, "acl": {"A": )" + rules +
-                          R"(}, "vrfConfig": {"default": {"rpCandidateConfig": {"a": {"acl": {"A": {}}},
-                                                                               "b": {"acl": {"A": {}})" +
-                          own + "}}}}}"));
-    box.network.time().runFor(100);
-    const auto rps = box.other.rpSet().crpSet(Pax::IpGenPrefix::fromText("225.1.0.0/16"));
-    EXPECT_EQ(rps && rps->rp(box.address("default", 1)), rules == permits || own == range) << rules << own;
-  }
-}
-
 TEST(ConfigApply, StatusIsThatOfAFreshStartAndNothingThatStaysSaysGoodbye) {
   for (const Addresses &addresses : {ipv4, ipv6}) {
     for (uint32_t seed = 1; seed <= 8; ++seed) {

@@ -22,12 +22,6 @@ VrfView viewOf(const TestVrf &vrf) {
   return viewOf(vrf.system, "default", vrf.sm.get(), vrf.time.now(), pimInterfaces);
 }
 
-std::vector<std::string> namesOf(const Rows &row) {
-  std::vector<std::string> names;
-  for (const auto &member : row.items()) names.push_back(member.key());
-  return names;
-}
-
 /// A VRF with a neighbour, a BSR of the global zone and RPs of two groups, learned 10 s ago.
 void learn(TestVrf &vrf) {
   vrf.intfIs(1);
@@ -206,7 +200,8 @@ TEST(Show, RowsHaveTheColumnsOfTheirNounInOrder) {
     ASSERT_FALSE(rows.empty()) << noun.name;
     std::vector<std::string> columns;
     for (const Control::Column &column : noun.columns) columns.push_back(column.name);
-    std::vector<std::string> names = namesOf(rows[0]);
+    std::vector<std::string> names;
+    for (const auto &member : rows[0].items()) names.push_back(member.key());
     if (noun.hasMore) names.erase(names.begin() + 1, names.end() - static_cast<long>(columns.size()) + 1);
     EXPECT_EQ(names, columns) << noun.name;
   }
