@@ -16,9 +16,9 @@ namespace Routing::Pim::Bsr {
 
 class RootSm;
 
-/// Mounts what it needs, and runs the protocol in every VRF that qualifies while this controller is
-/// not the standby one. The families differ in the paths that they mount. Its end, like a change to
-/// standby, keeps all status and sends nothing.
+/// Mounts what it needs, and while this controller does not stand by, runs the protocol in every VRF that qualifies:
+/// which those are RootSm decides. Owned by the process, or by the host of a simulated router. The families differ in
+/// the paths that they mount. Its end, like a change to standby, keeps all status and sends nothing.
 class Agent {
  public:
   /// The loop that drives an agent: its clock, and whom its timers wake. Outlives the agent.
@@ -33,8 +33,8 @@ class Agent {
   Agent(const Agent &) = delete;
   Agent &operator=(const Agent &) = delete;
 
-  /// Mounts. The rest follows when everything is there, which may be inside this call. A second call
-  /// does nothing.
+  /// Mounts everything; the rest follows when all of it is there, perhaps inside this call. A second call does
+  /// nothing.
   void doInit();
 
   const std::string &name() const { return name_; }
@@ -50,7 +50,7 @@ class Agent {
   const ContainerColl &containerColl() const { return containerColl_; }
   /// Null when the VRF is not known.
   Container *container(const L3::VrfName &vrf) const;
-  /// Those that run, and one of them; null when the VRF does not run.
+  /// The VRFs that run, and one of them; null when that does not run.
   const ContainerSms &containerSm() const { return containerSm_; }
   const ContainerSm *containerSm(const L3::VrfName &vrf) const;
 
@@ -58,13 +58,13 @@ class Agent {
   Agent(Pax::AddressFamily af, const Process &process);
   /// Mounts everything, under the paths of the family.
   virtual void doAfInit(Statehub::MountGroup &group) = 0;
-  /// Everything is there; what only the family has is to be added.
+  /// Everything is there; a place for what only one family has.
   virtual void doAfMountsComplete() {}
   Mounts mounts_;
 
  private:
   friend class RootSm;
-  /// While one lives, machines are being made, and a change of standby, which would end them, waits.
+  /// While one exists, machines are being made, and a change of standby, which would end them, waits.
   class Starting {
    public:
     explicit Starting(Agent &agent) : agent_(agent) { ++agent_.starting_; }

@@ -21,9 +21,9 @@ class CrpMessageSm;
 class IntfConfigFill;
 class PimBsrSm;
 
-/// Creates the VRF's machines in the order in which each finds what it needs, and destroys them in
-/// exact reverse. It writes no status and sends nothing when it goes: the status stays for the next
-/// one.
+/// Creates the VRF's machines in the order in which each finds what it needs, and destroys them in exact reverse. The
+/// agent owns it while the VRF runs. It writes no status and sends nothing when it goes: the status stays for the next
+/// one. What the machines do is theirs; here is only how they are put together.
 class ContainerSm {
  public:
   /// The container outlives this.
@@ -39,7 +39,7 @@ class ContainerSm {
   const RpHashSm &rpHashSm() const { return *rpHashSm_; }
   /// Null in a VRF without bidirectional RP hash status.
   const RpHashSm *bidirRpHashSm() const { return bidirRpHashSm_.get(); }
-  /// Where routes are asked for, under the name of the family.
+  /// Where routes are looked up, under the name of the family.
   const UribRouteShadowSm &uribRouteShadowSm() const {
     return uribRouteShadowSm_ ? *uribRouteShadowSm_ : *urib6RouteShadowSm_;
   }

@@ -1,4 +1,4 @@
-/// Readies one VRF for a hitless shutdown.
+/// Gets one VRF ready for a hitless shutdown. Part of its ContainerSm.
 #pragma once
 
 #include "model/Config.h"
@@ -9,10 +9,10 @@
 
 namespace Routing::Pim::Bsr {
 
-/// When the shutdown is asked for, every candidate RP of this router gets a longer interval, which
-/// its advertiser tells the BSRs at once, so that they keep our RPs while the agent is away. A short
-/// time later, which those advertisements need to arrive, the VRF is recorded as completed. There is
-/// no way back: the intervals stay until the process ends or their configuration changes.
+/// When the shutdown is requested, every candidate RP of this router gets a longer interval in Status.crp. Its
+/// advertiser tells the BSRs at once, so that they keep our RPs while the agent is away. A little later, when those
+/// advertisements have arrived, the VRF is recorded as completed in the VRF status. There is no way back: the intervals
+/// stay until the process ends or their configuration changes.
 class HitlessSm {
  public:
   /// Without a shutdown status (null) the machine does nothing. The configuration is not looked at: the status has
@@ -27,7 +27,7 @@ class HitlessSm {
   /// Seconds between advertisements from then on.
   uint32_t hitlessCrpInterval() const { return hitlessCrpInterval_.number(); }
   void hitlessCrpIntervalIs(const CrpAdvInterval &interval) { hitlessCrpInterval_ = interval; }
-  /// Seconds until the VRF counts as completed.
+  /// Seconds until the VRF is recorded as completed.
   double hitlessNotifyDelay() const { return hitlessNotifyDelay_; }
   void hitlessNotifyDelayIs(double delay) { hitlessNotifyDelay_ = delay; }
   const Orb::Timer &hitlessTimer() const { return hitlessTimer_; }

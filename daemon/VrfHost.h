@@ -35,7 +35,6 @@ class VrfHost {
   /// Applies what differs. With another namespace the VRF starts anew there.
   void pimIs(const PimVrf &pim);
 
-  const L3::VrfName &vrf() const { return vrf_; }
   /// Null while the namespace is away.
   const Linux::VrfPlatform *platform() const { return platform_.get(); }
   /// What the platform still waits for; empty when all is published.

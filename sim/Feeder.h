@@ -27,7 +27,6 @@ class Feeder {
 
   /// What it says about the zone from now on, at once if it runs.
   void zoneIs(const Pax::IpGenPrefix &zone, const Fragments &fragments);
-  void zoneDel(const Pax::IpGenPrefix &zone) { zone_.erase(zone); }
   /// Sends everything now, besides the periodic rounds.
   void send();
 

@@ -9,9 +9,9 @@
 
 namespace Linux {
 
-/// Non-blocking. Sends with TOS 0xc0 (CS6) and without multicast loop; gets multicast only from where
-/// it has joined (IPv4), or of groups that it has joined anywhere (IPv6). The checksum is the codec's
-/// matter in both families.
+/// Non-blocking. Sends with TOS 0xc0 (CS6) and without multicast loop; receives multicast only from interfaces where it
+/// has joined (IPv4), or for groups that it has joined anywhere (IPv6). In both families the codec, not the kernel, fills
+/// and checks the checksum. RawPacketPort owns it.
 class RawSocket {
  public:
   struct Datagram {
@@ -42,8 +42,7 @@ class RawSocket {
   void receiveBufferIs(uint32_t bytes) const;
   void transparentIs(bool transparent) const;
 
-  /// A packet may be ignored because it is no PIM packet or tells no addresses; an error is traced
-  /// and ignored.
+  /// A packet is ignored if its header is malformed or its addresses are unknown; an error is traced and ignored.
   Received receive(std::span<uint8_t> buffer, Datagram &datagram) const;
   std::error_code send(const Departure &departure) const;
 

@@ -17,10 +17,10 @@ struct RouteMessage {
   };
 
   uint8_t type = 0;              ///< RTN_UNICAST, RTN_LOCAL, ...
-  std::vector<Hop> hop;          ///< all that are alive
+  std::vector<Hop> hop;          ///< those that are up
   bool isNextHopObject = false;  ///< refers to a nexthop object
 
-  /// A message that is cut short has the type 0.
+  /// A truncated message has the type 0.
   static RouteMessage parse(const nlmsghdr &message);
 };
 

@@ -41,8 +41,6 @@ class VrfPlatform {
   /// Closes every socket without a goodbye; for an orderly stop, hello()->shutDown() goes first.
   ~VrfPlatform();
 
-  const std::string &vrf() const { return vrf_; }
-  const std::string &networkNamespace() const { return networkNamespace_; }
   bool complete() const { return monitor_ && monitor_->complete(); }
   /// Whether the interface is enslaved to a vrf device, which deserves a warning: a VRF is a namespace here.
   bool inVrfDevice(const Pax::IntfId &intfId) const { return monitor_ && monitor_->inVrfDevice(intfId); }
