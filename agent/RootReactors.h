@@ -13,18 +13,7 @@ namespace Routing::Pim::Bsr {
 class RootReactors {
  public:
   RootReactors(RootSm &sm, const Mounts &mounts, const Kiv::Ptr<const McastCommon::HitlessVrfStatus> &hitless)
-      : vrfs_(sm, mounts.allVrfStatusLocal),
-        intfs_(sm, mounts.allIntfStatusDir),
-        global_(sm, mounts.pimGlobalStatus),
-        pimStatus_(sm, mounts.pimStatusColl),
-        groups_(sm, mounts.groupStatusColl),
-        bidirGroups_(sm, mounts.bidirGroupStatusColl),
-        mrib_(sm, mounts.mribStatusColl),
-        rpConfig_(sm, mounts.rpConfigColl),
-        bidirRpConfig_(sm, mounts.bidirRpConfigColl),
-        config_(sm, mounts.configColl),
-        clearConfig_(sm, mounts.clearConfigColl),
-        hitless_(sm, hitless) {}
+      : sm_(sm), mounts_(mounts), hitless_(sm, hitless) {}
 
  private:
   template <class Coll>
@@ -82,15 +71,17 @@ class RootReactors {
     std::map<L3::VrfName, std::unique_ptr<KivVrf>> vrf_;
   };
 
-  KivVrfs vrfs_;
-  KivIntfs intfs_;
-  KivGlobal global_;
-  KivVrfStatus<Pim::StatusColl> pimStatus_;
-  KivVrfStatus<GroupStatusColl> groups_, bidirGroups_;
-  KivVrfStatus<Multicast::Rib::StatusColl> mrib_;
-  KivRpConfig rpConfig_, bidirRpConfig_;
-  KivConfigColl config_;
-  KivClearConfigColl clearConfig_;
+  RootSm &sm_;
+  const Mounts &mounts_;
+  KivVrfs vrfs_{sm_, mounts_.allVrfStatusLocal};
+  KivIntfs intfs_{sm_, mounts_.allIntfStatusDir};
+  KivGlobal global_{sm_, mounts_.pimGlobalStatus};
+  KivVrfStatus<Pim::StatusColl> pimStatus_{sm_, mounts_.pimStatusColl};
+  KivVrfStatus<GroupStatusColl> groups_{sm_, mounts_.groupStatusColl}, bidirGroups_{sm_, mounts_.bidirGroupStatusColl};
+  KivVrfStatus<Multicast::Rib::StatusColl> mrib_{sm_, mounts_.mribStatusColl};
+  KivRpConfig rpConfig_{sm_, mounts_.rpConfigColl}, bidirRpConfig_{sm_, mounts_.bidirRpConfigColl};
+  KivConfigColl config_{sm_, mounts_.configColl};
+  KivClearConfigColl clearConfig_{sm_, mounts_.clearConfigColl};
   KivHitless hitless_;
 };
 

@@ -54,8 +54,6 @@ class Answers {
   std::string reply(std::string_view line) const;
 
  private:
-  class Reply;
-
   const Process process_;
 };
 

@@ -39,43 +39,30 @@ std::string timestamp() {
 
 // What the daemon owns, in the order in which it is made.
 struct Daemon::Process {
-  Process(Daemon &daemon, Pax::AddressFamily af, const Options &given)
-      : family(af),
-        options(given),
-        watcher(loop),
-        random(std::random_device()()),
-        wheel(Kiv::make<Orb::TimerWheel>(loop, loop)),
-        system(store, af),
-        signals(loop.context(), SIGTERM, SIGINT, SIGHUP),
-        agent(makeAgent(af, {store, loop, loop, random})),
-        stateFile({given.state, af, StateFile::thisBoot()}, {system.statusColl, system.rpCandidateStatusColl}, loop,
-                  wheel),
-        answers(
-            {loop, store, system, hosts, *agent, loading, configuration, log, [&daemon] { return daemon.reload(); }}) {
-    loading.file = given.config;
-  }
-
+  Daemon &daemon;
   const Pax::AddressFamily family;
   const Options options;
   Tracelet::RingSink log{logLines};
-  Linux::EventLoop loop;
-  Linux::NamespaceWatcher watcher;
-  Orb::Random random;
-  const Kiv::Ptr<Orb::TimerWheel> wheel;
-  Statehub::Store store;
-  SystemState system;
-  boost::asio::signal_set signals;
-  std::optional<ControlServer> control;
-  Configuration configuration;
-  Loading loading;
-  VrfHosts hosts;
-  std::unique_ptr<Agent> agent;
-  StateFile stateFile;
-  Answers answers;
+  Linux::EventLoop loop{};
+  Linux::NamespaceWatcher watcher{loop};
+  Orb::Random random{std::random_device()()};
+  const Kiv::Ptr<Orb::TimerWheel> wheel = Kiv::make<Orb::TimerWheel>(loop, loop);
+  Statehub::Store store{};
+  SystemState system{store, family};
+  boost::asio::signal_set signals{loop.context(), SIGTERM, SIGINT, SIGHUP};
+  std::optional<ControlServer> control{};
+  Configuration configuration{};
+  Loading loading{options.config, {}, {}};
+  VrfHosts hosts{};
+  std::unique_ptr<Agent> agent = makeAgent(family, {store, loop, loop, random});
+  StateFile stateFile{
+      {options.state, family, StateFile::thisBoot()}, {system.statusColl, system.rpCandidateStatusColl}, loop, wheel};
+  Answers answers{
+      {loop, store, system, hosts, *agent, loading, configuration, log, [this] { return daemon.reload(); }}};
 };
 
 Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configuration &configuration)
-    : process_(std::make_unique<Process>(*this, family, options)) {
+    : process_(new Process{*this, family, options}) {
   Tracelet::Registry::instance().sinkAdd(process_->log);
   process_->control.emplace(process_->loop.context(), options.socket,
                             [this](std::string_view line) { return reply(line); });
