@@ -86,21 +86,21 @@ TEST_P(Restart, WhatWasLearnedLastsForTheTimeoutAndTheRestOfItsHoldTime) {
 }
 
 TEST_P(Restart, ForgetsVrfsThatAreGoneAndRpsThatNoZoneKnows) {
-  world.add("default");
-  world.add("blue");
-  world.start();
-  world.stop();
-  world.system.vrfDel("blue");
-  world.system.pimDel("default");
-  const auto published = *world.system.rpCandidateStatusColl->vrfStatus("default");
+  add("default");
+  add("blue");
+  start();
+  stop();
+  system.vrfDel("blue");
+  system.pimDel("default");
+  const auto published = *system.rpCandidateStatusColl->vrfStatus("default");
   published->crpSetIs(a.group(1))->rpIs(a.host(70));
-  const Kiv::Ptr<Bsr::Status> blue = world.status("blue");
-  world.start();
-  EXPECT_FALSE(world.status("blue"));
-  EXPECT_FALSE(world.system.rpCandidateStatusColl->vrfStatus("blue"));
+  const Kiv::Ptr<Bsr::Status> blue = status("blue");
+  start();
+  EXPECT_FALSE(status("blue"));
+  EXPECT_FALSE(system.rpCandidateStatusColl->vrfStatus("blue"));
   EXPECT_TRUE(published->crpSet().empty());
-  world.add("blue");
-  EXPECT_NE(world.status("blue"), blue);
+  add("blue");
+  EXPECT_NE(status("blue"), blue);
 }
 
 FOR_BOTH_FAMILIES(Restart);

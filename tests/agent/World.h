@@ -72,10 +72,9 @@ class World {
   std::map<std::string, std::unique_ptr<PlatformVrf>> vrfs_;
 };
 
-/// A suite that runs for both families.
-struct BothFamilies : testing::TestWithParam<Addresses> {
-  World world{GetParam()};
-  const Addresses a = world.a;
+/// A suite that runs for both families, in a world of its own.
+struct BothFamilies : testing::TestWithParam<Addresses>, World {
+  BothFamilies() : World(GetParam()) {}
 };
 
 }  // namespace Test

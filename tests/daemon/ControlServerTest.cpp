@@ -100,26 +100,22 @@ TEST_F(ControlServerTest, ClientsThatMisbehaveHarmOnlyThemselves) {
   EXPECT_EQ(huge.hear(2), "{\"error\":\"the request is too long\"}\n<closed>");
 }
 
-TEST_F(ControlServerTest, OnlyOwnerAndGroupMayUseTheSocketWhichGoesWithTheServer) {
-  auto server = serve();
+TEST_F(ControlServerTest, TheSocketIsForOwnerAndGroupAndReplacesAStaleOneOnly) {
+  auto first = serve();
   struct stat made {};
   ASSERT_EQ(::stat(path.c_str(), &made), 0);
   EXPECT_EQ(made.st_mode & 07777, 0660u);
-  server.reset();
-  EXPECT_NE(::access(path.c_str(), F_OK), 0);
-}
-
-TEST_F(ControlServerTest, AStaleSocketIsReplacedAndALiveOneIsNot) {
-  auto first = serve();
   EXPECT_THROW(serve(), std::runtime_error);
   // The file of an agent that was killed: a socket on which nobody listens.
   ASSERT_EQ(::rename(path.c_str(), (path + ".kept").c_str()), 0);
   first.reset();
   ASSERT_EQ(::rename((path + ".kept").c_str(), path.c_str()), 0);
-  const auto second = serve();
+  auto second = serve();
   RawClient client(context, path);
   client.send("x\n");
   EXPECT_EQ(client.hear(1), "<x>\n");
+  second.reset();
+  EXPECT_NE(::access(path.c_str(), F_OK), 0);
 }
 
 }  // namespace
