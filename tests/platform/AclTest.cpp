@@ -13,12 +13,6 @@ using AclPrefix::permittedPrefixes;
 using Pax::IpGenAddr;
 using Pax::IpGenPrefix;
 
-std::string text(const std::vector<IpGenPrefix> &prefixes) {
-  std::ostringstream out;
-  for (const IpGenPrefix &prefix : prefixes) out << prefix << ' ';
-  return out.str();
-}
-
 /// An address like `address` in its first `same` bits, and in all others when it is `flipped` there.
 IpGenAddr near(const IpGenAddr &address, unsigned same, bool flipped) {
   auto bytes = address.bytes();
@@ -76,7 +70,7 @@ TEST(AclToPrefix, TheFirstRuleDecidesEveryAddressInAsFewPrefixesAsCanBe) {
         const auto holding =
             std::ranges::count_if(permitted, [&](const IpGenPrefix &prefix) { return prefix.covers(host); });
         ASSERT_EQ(holding, first != rules.end() && first->second.action == Acl::Action::permit)
-            << host << " seed " << seed << ": " << text(permitted);
+            << host << " seed " << seed << ": " << testing::PrintToString(permitted);
       }
     }
   }

@@ -62,13 +62,13 @@ struct Watcher : Tree::Notifiee {
   std::function<void(const std::string &)> then;
 };
 
-struct Kiv_ : testing::Test {
+struct KivEntity : testing::Test {
   Kiv::Ptr<Tree> tree = Kiv::make<Tree>();
   Watcher watcher{tree};
   std::string &heard = watcher.heard;
 };
 
-TEST_F(Kiv_, AnEqualValueIsSilentAndACounterIncrementNeverIs) {
+TEST_F(KivEntity, AnEqualValueIsSilentAndACounterIncrementNeverIs) {
   tree->greenIs(true);
   tree->labelIs("");
   EXPECT_EQ(heard, "");
@@ -86,7 +86,7 @@ TEST_F(Kiv_, AnEqualValueIsSilentAndACounterIncrementNeverIs) {
   EXPECT_EQ(heard, "green label=oak fallen=7 fallen=8 fallen=8 best best best");
 }
 
-TEST_F(Kiv_, CollectionsTellTheKeyAfterTheElementHasComeOrGone) {
+TEST_F(KivEntity, CollectionsTellTheKeyAfterTheElementHasComeOrGone) {
   tree->nestIs(1);
   tree->nestIs(1);
   tree->nestDel(1);
@@ -109,26 +109,18 @@ TEST_F(Kiv_, CollectionsTellTheKeyAfterTheElementHasComeOrGone) {
   EXPECT_EQ(tree->owner(2), nullptr);
 }
 
-TEST_F(Kiv_, AReactorIsToldOfWhatIsThereOnlyIfItAsks) {
-  tree->leafIs(1);
-  tree->leafIs(2);
+TEST_F(KivEntity, AReplayTellsWhatIsThereButWhatItsCallbacksDeleteAndEndsWithItsReactor) {
+  for (uint32_t key = 1; key <= 4; ++key) tree->leafIs(key);
   tree->nestIs(9);
   tree->ownerIs(8, "jay");
   tree->topIs("top");
-  Watcher quiet(tree);
-  EXPECT_EQ(quiet.heard, "");
-  quiet.replay();
-  EXPECT_EQ(quiet.heard, "top +n9 o8=jay +l1 +l2");
-}
-
-TEST_F(Kiv_, AReplayLeavesOutWhatItsCallbacksDeleteAndEndsWithItsReactor) {
-  for (uint32_t key = 1; key <= 4; ++key) tree->leafIs(key);
-  Watcher deleting(tree);
-  deleting.then = [&](const std::string &what) {
+  Watcher late(tree);
+  EXPECT_EQ(late.heard, "") << "it has not asked";
+  late.then = [&](const std::string &what) {
     if (what == "+l1") tree->leafDel(3);
   };
-  deleting.replay();
-  EXPECT_EQ(deleting.heard, "+l1 -l3 +l2 +l4");
+  late.replay();
+  EXPECT_EQ(late.heard, "top +n9 o8=jay +l1 -l3 +l2 +l4");
 
   auto dying = std::make_unique<Watcher>(tree);
   int count = 0;
@@ -139,7 +131,7 @@ TEST_F(Kiv_, AReplayLeavesOutWhatItsCallbacksDeleteAndEndsWithItsReactor) {
   EXPECT_EQ(count, 2);
 }
 
-TEST_F(Kiv_, AReactorMayDestroyItselfAndOthersInItsCallbackAndInNestedOnes) {
+TEST_F(KivEntity, AReactorMayDestroyItselfAndOthersInItsCallbackAndInNestedOnes) {
   auto first = std::make_unique<Watcher>(tree), second = std::make_unique<Watcher>(tree),
        third = std::make_unique<Watcher>(tree), last = std::make_unique<Watcher>(tree);
   std::unique_ptr<Watcher> late;
@@ -158,7 +150,7 @@ TEST_F(Kiv_, AReactorMayDestroyItselfAndOthersInItsCallbackAndInNestedOnes) {
   EXPECT_EQ(thirdHeard, "fallen=1greengreen");
 }
 
-TEST(KivLife, AnElementTakenOutLivesOnAndStillTellsItsReactors) {
+TEST(KivEntityLife, AnElementTakenOutLivesOnAndStillTellsItsReactors) {
   struct LeafWatcher : Leaf::Notifiee {
     void onSize() override { ++count; }
     int count = 0;
@@ -178,7 +170,7 @@ TEST(KivLife, AnElementTakenOutLivesOnAndStillTellsItsReactors) {
   EXPECT_EQ(Leaf::gone, 1);
 }
 
-TEST(KivLife, AnEntityWhoseLastHolderGoesInItsOwnNotificationStaysForIt) {
+TEST(KivEntityLife, AnEntityWhoseLastHolderGoesInItsOwnNotificationStaysForIt) {
   auto tree = Kiv::make<Tree>();
   Tree *const raw = tree.get();
   auto only = std::make_unique<Watcher>(tree);
@@ -190,7 +182,7 @@ TEST(KivLife, AnEntityWhoseLastHolderGoesInItsOwnNotificationStaysForIt) {
   raw->nestIs(2);
 }
 
-TEST_F(Kiv_, ADeletedKeyMayBelongToTheElementItself) {
+TEST_F(KivEntity, ADeletedKeyMayBelongToTheElementItself) {
   tree->ownerIs(1, "jay");
   tree->ownerIs(2, "owl");
   watcher.then = [&](const std::string &what) {

@@ -18,8 +18,8 @@ namespace {
 using namespace Routing::Pim::Packet;
 
 /// A router with PIM on at eth1, onLink(1) there, where it knows onLink(2); host(1) is its own.
-struct PortFixture {
-  explicit PortFixture(const Addresses &addresses) : a(addresses) {
+struct Router {
+  explicit Router(const Addresses &addresses) : a(addresses) {
     const auto pimIntf = status->pimIntfIs(eth1);
     pimIntf->addressIs(a.onLink(1));
     pimIntf->neighborIs(a.onLink(2));
@@ -92,19 +92,19 @@ TEST(PacketPortTest, whatIsNotForTheAgentIsDroppedAndCountedByItsReasonAlone) {
         {"Hello from a group", hello, a.group(1).address(), all, badHello},
     };
     for (const auto &c : cases) {
-      PortFixture f(a);
-      auto manager = Kiv::make<Routing::Pim::IO::PamManager>(f.port, Routing::Pim::IO::PamManager::Parameters{});
+      Router router(a);
+      auto manager = Kiv::make<Routing::Pim::IO::PamManager>(router.port, Routing::Pim::IO::PamManager::Parameters{});
       const auto bsms = manager->messageInfoIs(MessageType::bootstrap);
       const auto advertisements = manager->messageInfoIs(MessageType::crpAdv);
       Listener hellos;
-      f.port->consumerIs(MessageType::hello, &hellos);
+      router.port->consumerIs(MessageType::hello, &hellos);
       std::vector<uint8_t> bytes;
       Codec(a.af).encode(*c.message, c.source, c.destination, bytes);
       if (c.change) c.change(bytes);
       const auto counts = [&] {
-        const Counts before = countsOf(f.port->counters());
-        f.port->hear(c.pimOff ? f.eth2 : f.eth1, c.source, c.destination, bytes);
-        return grown(before, countsOf(f.port->counters()));
+        const Counts before = countsOf(router.port->counters());
+        router.port->hear(c.pimOff ? router.eth2 : router.eth1, c.source, c.destination, bytes);
+        return grown(before, countsOf(router.port->counters()));
       };
       const Tracelet::CaptureSink traces(1);
       EXPECT_EQ(counts(), c.counts) << c.what;
@@ -119,30 +119,30 @@ TEST(PacketPortTest, whatIsNotForTheAgentIsDroppedAndCountedByItsReasonAlone) {
 
 TEST(PacketPortTest, aBootstrapMessageLeavesFromThePimAddressAfterAHello) {
   for (const Addresses &a : {ipv4, ipv6}) {
-    PortFixture f(a);
+    Router router(a);
     Listener hook;
-    hook.first = [&](const Pax::IntfId &intfId) { f.port->send(intfId, HelloMessage()); };
-    f.port->beforeBootstrapIs(&hook);
+    hook.first = [&](const Pax::IntfId &intfId) { router.port->send(intfId, HelloMessage()); };
+    router.port->beforeBootstrapIs(&hook);
     const Kiv::Ptr<BootstrapMessage> bsm = Bsm(a.host(9)).group(a.group(1), {{a.host(5), 150, 0}});
     bsm->sourceIs(a.host(77));
     bsm->destinationIs(a.host(78));
-    EXPECT_TRUE(f.port->send(f.eth1, *bsm));
-    ASSERT_EQ(f.port->sent.size(), 2u);
-    EXPECT_EQ(f.port->sent[0].message->type(), MessageType::hello);
+    EXPECT_TRUE(router.port->send(router.eth1, *bsm));
+    ASSERT_EQ(router.port->sent.size(), 2u);
+    EXPECT_EQ(router.port->sent[0].message->type(), MessageType::hello);
     bsm->sourceIs(a.onLink(1));
-    EXPECT_EQ(f.port->sent[1].destination, Pax::allPimRouters(a.af));
-    EXPECT_EQ(textOf(*f.port->sent[1].message), textOf(*bsm));
+    EXPECT_EQ(router.port->sent[1].destination, Pax::allPimRouters(a.af));
+    EXPECT_EQ(textOf(*router.port->sent[1].message), textOf(*bsm));
     const Tracelet::CaptureSink traces(1);
-    EXPECT_FALSE(f.port->send(f.eth2, *bsm)) << "no PIM there";
+    EXPECT_FALSE(router.port->send(router.eth2, *bsm)) << "no PIM there";
     EXPECT_EQ(traces.count("Cannot send"), 2u);
-    EXPECT_EQ(grown({}, countsOf(f.port->counters())), (Counts{{"sent", 2}, {"sendFailed", 2}}));
+    EXPECT_EQ(grown({}, countsOf(router.port->counters())), (Counts{{"sent", 2}, {"sendFailed", 2}}));
   }
 }
 
 TEST(PacketPortTest, anAdvertisementLeavesFromTheRpInPiecesThatIpv6ReceiversTake) {
   for (const Addresses &a : {ipv4, ipv6}) {
     for (const size_t count : {0u, 100u, 101u, 255u, 256u}) {
-      PortFixture f(a);
+      Router router(a);
       CrpAdvMessage message;
       message.destinationIs(a.host(50));
       message.rpAddressIs(a.host(7));
@@ -151,10 +151,9 @@ TEST(PacketPortTest, anAdvertisementLeavesFromTheRpInPiecesThatIpv6ReceiversTake
       message.prefixCountIs(static_cast<uint8_t>(std::min<size_t>(count, 255)));
       auto &group = message.groupData()->groupInfo()->group;
       for (uint32_t n = 0; n < count; ++n) group.push_back({a.group(n)});
-      EXPECT_TRUE(f.port->send({}, message));
+      EXPECT_TRUE(router.port->send({}, message));
       std::vector<CrpGroup> arrived;
-      for (const auto &sent : f.port->sent) {
-        ASSERT_TRUE(sent.message);
+      for (const auto &sent : router.port->sent) {
         const auto &piece = static_cast<const CrpAdvMessage &>(*sent.message);
         EXPECT_EQ(std::tuple(sent.source, sent.destination, piece.rpAddress(), piece.priority(), piece.holdTime()),
                   std::tuple(a.host(7), a.host(50), a.host(7), 192, 180));
@@ -162,11 +161,12 @@ TEST(PacketPortTest, anAdvertisementLeavesFromTheRpInPiecesThatIpv6ReceiversTake
         const auto &part = piece.groupData()->groupInfo()->group;
         arrived.insert(arrived.end(), part.begin(), part.end());
       }
-      if (a.ipv4()) EXPECT_EQ(f.port->sent[0].bytes.size(), 14 + 8 * count) << "a 256th is written but not counted";
-      EXPECT_EQ(f.port->sent.size(), a.ipv4() || count == 0 ? 1 : (std::min<size_t>(count, 255) + 99) / 100);
+      if (a.ipv4())
+        EXPECT_EQ(router.port->sent[0].bytes.size(), 14 + 8 * count) << "a 256th is written but not counted";
+      EXPECT_EQ(router.port->sent.size(), a.ipv4() || count == 0 ? 1 : (std::min<size_t>(count, 255) + 99) / 100);
       group.resize(std::min<size_t>(count, 255));
       EXPECT_EQ(arrived, group);
-      EXPECT_EQ(f.port->counters().sent, 1u);
+      EXPECT_EQ(router.port->counters().sent, 1u);
     }
   }
 }
