@@ -24,8 +24,6 @@ class PimBsrSm;
 class BsmReassembly {
  public:
   explicit BsmReassembly(const PimBsrSm &sm);
-  BsmReassembly(const BsmReassembly &) = delete;
-  BsmReassembly &operator=(const BsmReassembly &) = delete;
 
   /// Adds the RPs of a piece to the collection of its group. Returns the collection if it is complete now.
   Kiv::Ptr<PimBsrRxFragment> collect(const Packet::BootstrapMessage &bsm, const Packet::BootstrapGroupData &piece);

@@ -21,8 +21,6 @@ class BsmSender {
  public:
   BsmSender(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<const Pim::Status> &pimStatus,
             const Kiv::Ptr<PimBsmStatus> &bsmStatus);
-  BsmSender(const BsmSender &) = delete;
-  BsmSender &operator=(const BsmSender &) = delete;
 
   /// Floods a message out of every PIM interface that has a neighbour and is no border of the zone,
   /// the one that it came in on included. Whether it went out on any.

@@ -20,6 +20,13 @@ void copyRp(const Pim::RpCandidate &from, Pim::RpCandidate &to) {
   to.expiresIs(from.expires());
 }
 
+// Deletes the RPs that are not in `among`.
+void retain(RpCandidateSet &set, const RpCandidateSet &among) {
+  for (const Pax::IpGenAddr &address : set.rp().keys()) {
+    if (!among.rp(address)) set.rpDel(address);
+  }
+}
+
 }  // namespace
 
 PublishedRpSet::PublishedRpSet(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<RpCandidateStatus> &published,
@@ -33,7 +40,7 @@ void PublishedRpSet::adopt() {
     Entry &entry = entryIs(prefix);
     const auto rps = entry.set->rp().keys();
     for (const Pax::IpGenPrefix &zone : bsrStatus_->crpStatus().keys()) {
-      const auto set = zone.covers(prefix) && !trie_->route(zone) ? setOf(zone, prefix) : nullptr;
+      const auto set = zone.covers(prefix) && !trie_->route(zone) ? rpSetOf(*bsrStatus_, zone, prefix) : nullptr;
       const bool all = set && std::all_of(rps.begin(), rps.end(), [&](const auto &rp) { return bool(set->rp(rp)); });
       if (all && entry.owner.isEmpty()) entry.owner = zone;
     }
@@ -74,24 +81,23 @@ void PublishedRpSet::entryDelIfUnused(const Pax::IpGenPrefix &prefix) {
 void PublishedRpSet::settle(const Pax::IpGenPrefix &prefix) {
   Entry &entry = entryIs(prefix);
   entry.innermost = trie_->longestMatch(prefix);
-  if (const auto own = setOf(entry.innermost, prefix)) {
+  if (const auto own = rpSetOf(*bsrStatus_, entry.innermost, prefix)) {
     RpCandidateSet &set = setFor(entry.innermost, prefix, entry);
-    retain(set, own.get());
     for (const auto &[address, rp] : own->rp()) copyRp(*rp, *set.rpIs(address));
     return;
   }
   // A publisher without a BSR: its RPs serve until their own hold times end.
-  const auto remaining = trie_->route(entry.owner) ? nullptr : setOf(entry.owner, prefix);
-  if (entry.set && remaining) retain(*entry.set, remaining.get());
+  const auto remaining = trie_->route(entry.owner) ? nullptr : rpSetOf(*bsrStatus_, entry.owner, prefix);
+  if (entry.set && remaining) retain(*entry.set, *remaining);
   if (entry.set && (!remaining || entry.set->rp().empty())) withdraw(prefix, entry);
   entryDelIfUnused(prefix);
 }
 
 // The set of `prefix`, created if absent, for `zone` to fill. What another zone had there goes.
 RpCandidateSet &PublishedRpSet::setFor(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix, Entry &entry) {
-  const Pax::IpGenPrefix before = std::exchange(entry.owner, zone);
+  entry.owner = zone;
   entry.set = published_->crpSetIs(prefix);
-  if (!before.isEmpty() && before != zone) retain(*entry.set, setOf(zone, prefix).get());
+  retain(*entry.set, *rpSetOf(*bsrStatus_, zone, prefix));
   return *entry.set;
 }
 
@@ -99,17 +105,6 @@ void PublishedRpSet::withdraw(const Pax::IpGenPrefix &prefix, Entry &entry) {
   entry.owner = {};
   entry.set = nullptr;
   published_->crpSetDel(prefix);
-}
-
-Kiv::Ptr<RpCandidateSet> PublishedRpSet::setOf(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) const {
-  const auto zoneStatus = bsrStatus_->crpStatus(zone);
-  return zoneStatus && zoneStatus->status() ? zoneStatus->status()->crpSet(prefix) : nullptr;
-}
-
-void PublishedRpSet::retain(RpCandidateSet &set, const RpCandidateSet *among) {
-  for (const Pax::IpGenAddr &address : set.rp().keys()) {
-    if (!among || !among->rp(address)) set.rpDel(address);
-  }
 }
 
 // Source

@@ -25,8 +25,6 @@ class PublishedRpSet {
 
   PublishedRpSet(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<RpCandidateStatus> &published,
                  const Kiv::Ptr<const TrieGen> &trie);
-  PublishedRpSet(const PublishedRpSet &) = delete;
-  PublishedRpSet &operator=(const PublishedRpSet &) = delete;
 
   /// Takes over what an earlier engine left in the status: each published prefix gets the zone that
   /// it must have come from, and what no zone stands behind goes.
@@ -52,8 +50,6 @@ class PublishedRpSet {
   void settle(const Pax::IpGenPrefix &prefix);
   RpCandidateSet &setFor(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix, Entry &entry);
   void withdraw(const Pax::IpGenPrefix &prefix, Entry &entry);
-  Kiv::Ptr<RpCandidateSet> setOf(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) const;
-  static void retain(RpCandidateSet &set, const RpCandidateSet *among);
 
   const Kiv::Ptr<const Status> bsrStatus_;
   const Kiv::Ptr<RpCandidateStatus> published_;

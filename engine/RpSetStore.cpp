@@ -1,7 +1,6 @@
 #include "engine/RpSetStore.h"
 
 #include <algorithm>
-#include <optional>
 
 #include "engine/BsmReassembly.h"
 #include "model/VrfTrace.h"
@@ -23,7 +22,6 @@ struct RpSetStore::Store {
   const Packet::BootstrapMessage &bsm;
   const bool refresh;
   const double now;
-  std::optional<RpHashMaskLen> hashMaskLen;  // constructed for the first RP that needs it
 };
 
 RpSetStore::RpSetStore(const Kiv::Ptr<Status> &bsrStatus, const Kiv::Ptr<const Orb::TimerWheel> &timerWheel,
@@ -32,14 +30,14 @@ RpSetStore::RpSetStore(const Kiv::Ptr<Status> &bsrStatus, const Kiv::Ptr<const O
 
 void RpSetStore::storeRpSet(const Pax::IpGenPrefix &zone, const Packet::BootstrapMessage &bsm, bool refresh) {
   if (!refresh) keepOwnSet(zone);
-  Store store{zone, bsm, refresh, timerWheel_->now(), std::nullopt};
+  const Store store{zone, bsm, refresh, timerWheel_->now()};
   for (const auto &group : bsm.groupData()) {
     if (!storeGroup(store, *group)) return;
   }
 }
 
 // False for a message that cannot be stored.
-bool RpSetStore::storeGroup(Store &store, const Packet::BootstrapGroupData &group) {
+bool RpSetStore::storeGroup(const Store &store, const Packet::BootstrapGroupData &group) {
   const bool split = group.isPiece();
   const Packet::BootstrapGroupData::RpList *rps = &group.rpList();
   if (split) {
@@ -84,7 +82,7 @@ Kiv::Ptr<RpCandidateSet> RpSetStore::setToStoreInto(const Store &store, const Pa
   return status->crpSetIs(prefix);
 }
 
-bool RpSetStore::storeRp(Store &store, RpCandidateSet &set, const Packet::BootstrapGroupData &group,
+bool RpSetStore::storeRp(const Store &store, RpCandidateSet &set, const Packet::BootstrapGroupData &group,
                          const Packet::BootstrapRpData &data) const {
   if (data.holdTime == 0) {
     set.rpDel(data.address);
@@ -93,13 +91,9 @@ bool RpSetStore::storeRp(Store &store, RpCandidateSet &set, const Packet::Bootst
   }
   auto rp = set.rp(data.address);
   if (!rp && store.refresh) return true;
-  if (!store.hashMaskLen) {
-    try {
-      store.hashMaskLen = RpHashMaskLen(store.bsm.hashMaskLen());
-    } catch (const Kiv::RangeError &error) {
-      VRF_TRACE(trace, 1, error.what());
-      return false;
-    }
+  if (store.bsm.hashMaskLen() > RpHashMaskLenRule::most) {
+    VRF_TRACE(trace, 1, RpHashMaskLenRule::text);
+    return false;
   }
   if (rp) {
     VRF_TRACE(trace, 4, "Updating RP " << data.address << " to prefix " << group.prefix() << " in zone " << store.zone);
@@ -113,7 +107,7 @@ bool RpSetStore::storeRp(Store &store, RpCandidateSet &set, const Packet::Bootst
   rp->pimModeIs(group.bidir() ? Mode::bidir : Mode::sparse);
   rp->priorityIs(data.priority);
   rp->holdTimeIs(data.holdTime);
-  rp->hashMaskLenIs(*store.hashMaskLen);
+  rp->hashMaskLenIs(store.bsm.hashMaskLen());
   rp->expiresIs(store.now + data.holdTime);
   VRF_TRACE(trace, 5, "RP " << data.address << " to expire in " << data.holdTime << " from now");
   return true;
@@ -129,22 +123,22 @@ void RpSetStore::keepOwnSet(const Pax::IpGenPrefix &zone) {
 }
 
 bool RpSetStore::hasRps(const Pax::IpGenPrefix &zone) const {
-  const auto zoneStatus = bsrStatus_->crpStatus(zone);
-  if (!zoneStatus || !zoneStatus->status()) return false;
-  for (const auto &[prefix, set] : zoneStatus->status()->crpSet()) {
+  const auto sets = rpSetsOf(*bsrStatus_, zone);
+  if (!sets) return false;
+  for (const auto &[prefix, set] : sets->crpSet()) {
     if (!set->rp().empty()) return true;
   }
   return false;
 }
 
 void RpSetStore::hashMaskLenIs(const Pax::IpGenPrefix &zone, uint32_t length) const {
-  const auto zoneStatus = bsrStatus_->crpStatus(zone);
-  if (!zoneStatus || !zoneStatus->status()) {
+  const auto sets = rpSetsOf(*bsrStatus_, zone);
+  if (!sets) {
     VRF_TRACE(trace, 8, "No CRP have been populated for zone " << zone);
     return;
   }
   REQUIRE_AS(length <= hashMaskLenUnset, "RpHashMaskLen::value < 0 or > 128 not allowed");
-  for (const auto &[prefix, set] : zoneStatus->status()->crpSet()) {
+  for (const auto &[prefix, set] : sets->crpSet()) {
     for (const auto &[address, rp] : set->rp()) {
       rp->hashMaskLenIs(RpHashMaskLen(length));
       VRF_TRACE(
@@ -155,31 +149,25 @@ void RpSetStore::hashMaskLenIs(const Pax::IpGenPrefix &zone, uint32_t length) co
 }
 
 void RpSetStore::clearRpSet(const Pax::IpGenPrefix &zone) {
-  const auto zoneStatus = bsrStatus_->crpStatus(zone);
-  if (!zoneStatus) return;
-  if (const auto status = zoneStatus->status()) status->crpSetDelAll();
+  if (const auto sets = rpSetsOf(*bsrStatus_, zone)) sets->crpSetDelAll();
 }
 
 void RpSetStore::rpDel(Pax::IpGenPrefix zone, Pax::IpGenPrefix prefix, Pax::IpGenAddr address) {
-  const auto zoneStatus = bsrStatus_->crpStatus(zone);
-  const auto set = zoneStatus && zoneStatus->status() ? zoneStatus->status()->crpSet(prefix) : nullptr;
-  if (!set) return;
-  set->rpDel(address);
+  if (const auto set = rpSetOf(*bsrStatus_, zone, prefix)) set->rpDel(address);
   removeEmptySet(zone, prefix);
 }
 
 void RpSetStore::removeEmptySet(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) {
-  const auto zoneStatus = bsrStatus_->crpStatus(zone);
-  if (!zoneStatus || !zoneStatus->status()) return;
-  const auto status = zoneStatus->status();
+  const auto sets = rpSetsOf(*bsrStatus_, zone);
+  if (!sets) return;
   const bool hasBsr = bool(bsrStatus_->bootstrapRouter(zone));
-  const auto set = status->crpSet(prefix);
+  const auto set = sets->crpSet(prefix);
   const bool keptForScope = hasBsr && prefix == zone && !isGlobal(zone);
   if (set && set->rp().empty() && !keptForScope) {
     VRF_TRACE(trace, 5, "Deleted rpset for prefix " << prefix << " in zone " << zone);
-    status->crpSetDel(prefix);
+    sets->crpSetDel(prefix);
   }
-  if (!hasBsr && status->crpSet().empty()) bsrStatus_->crpStatusDel(zone);
+  if (!hasBsr && sets->crpSet().empty()) bsrStatus_->crpStatusDel(zone);
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -42,8 +42,8 @@ class RpSetStore {
  private:
   struct Store;
   const std::string &vrfName() const { return bsrStatus_->name(); }
-  bool storeGroup(Store &store, const Packet::BootstrapGroupData &group);
-  bool storeRp(Store &store, RpCandidateSet &set, const Packet::BootstrapGroupData &group,
+  bool storeGroup(const Store &store, const Packet::BootstrapGroupData &group);
+  bool storeRp(const Store &store, RpCandidateSet &set, const Packet::BootstrapGroupData &group,
                const Packet::BootstrapRpData &data) const;
   Kiv::Ptr<RpCandidateSet> setToStoreInto(const Store &store, const Pax::IpGenPrefix &prefix,
                                           const Packet::BootstrapGroupData::RpList &rps);

@@ -25,4 +25,14 @@ bool isBorder(const Status &status, const Pax::IpGenPrefix &zone, const Pax::Int
   return border && border->intfId(intfId);
 }
 
+Kiv::Ptr<RpCandidateStatus> rpSetsOf(const Status &status, const Pax::IpGenPrefix &zone) {
+  const auto zoneStatus = status.crpStatus(zone);
+  return zoneStatus ? zoneStatus->status() : nullptr;
+}
+
+Kiv::Ptr<RpCandidateSet> rpSetOf(const Status &status, const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) {
+  const auto sets = rpSetsOf(status, zone);
+  return sets ? sets->crpSet(prefix) : nullptr;
+}
+
 }  // namespace Routing::Pim::Bsr

@@ -119,6 +119,10 @@ class Status : public Kiv::NamedEntity {
 
 /// Whether `intfId` is a BSR border for the zone.
 bool isBorder(const Status &status, const Pax::IpGenPrefix &zone, const Pax::IntfId &intfId);
+/// The RP sets of a zone, or null.
+Kiv::Ptr<RpCandidateStatus> rpSetsOf(const Status &status, const Pax::IpGenPrefix &zone);
+/// A zone's RP set of one group prefix, or null.
+Kiv::Ptr<RpCandidateSet> rpSetOf(const Status &status, const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix);
 
 class StatusColl : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, L3::VrfName, Status, vrfStatus, VrfStatus)
