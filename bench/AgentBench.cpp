@@ -1,6 +1,6 @@
-// An agent with many VRFs, from its start to all of them running, beside a bare loop that allocates
-// what the same machines hold: an entity and a timer a zone, a wheel and a status a VRF. Arguments:
-// VRFs, zones in each in which this router is a candidate BSR.
+// An agent with many VRFs, from its start until all of them run, compared with a bare loop that allocates what the
+// same machines hold: an entity and a timer per zone, a wheel and a status per VRF. Arguments: VRFs, and zones in
+// each in which this router is a candidate BSR.
 
 #include <benchmark/benchmark.h>
 

@@ -1,5 +1,5 @@
-// Decoding and encoding Bootstrap messages, beside a bare loop that only walks the same bytes and
-// sums what it reads, checksum included. Arguments: groups, RPs a group; time is also given an RP.
+// Decoding and encoding Bootstrap messages, compared with a bare loop that only walks the same bytes and adds up
+// what it reads, checksum included. Arguments: groups, RPs per group. The time is also given per RP.
 
 #include <benchmark/benchmark.h>
 
@@ -50,7 +50,7 @@ struct Packet {
 
 void perRp(benchmark::State &state) {
   const auto rps = static_cast<double>(state.range(0) * state.range(1));
-  state.counters["anRp"] =
+  state.counters["perRp"] =
       benchmark::Counter(rps, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 

@@ -1,7 +1,7 @@
-// An hour of protocol in a network of a hundred routers: how long it takes to converge, to replace a
-// dead BSR and to add and withdraw an RP, in virtual seconds, beside what the timers of RFC 5059 allow
-// at best. Several networks with seeds of their own, as many as the argument says; the exit status is 1
-// if in any of them the routers do not agree in time or at the end of the hour.
+// An hour of protocol in a network of a hundred routers: how long it takes to converge, to replace a dead BSR and
+// to add and withdraw an RP, in virtual seconds, compared with the best that the timers of RFC 5059 allow. It runs
+// as many networks as the argument says, each with a seed of its own. The exit status is 1 if in any of them the
+// routers do not agree in time or at the end of the hour.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -19,10 +19,10 @@ namespace {
 // RFC 5059 section 5.
 constexpr double bsTimeout = 130, bsMinInterval = 10, leastRandOverride = 5;
 constexpr double rpHoldTime = 180;  // three times the interval of advertisements
-constexpr double step = 0.1;        // how exactly times are taken
+constexpr double step = 0.1;        // the resolution of the times reported
 
-// A grid of agents. Three candidate BSRs, the first the best, and four candidate RPs stand apart in it;
-// each RP serves one range of all and one of its own.
+// A grid of agents with three candidate BSRs, of which the first is the best, and four candidate RPs, far from one
+// another. Each RP serves a range that all serve and one of its own.
 class Grid {
  public:
   static constexpr uint32_t columns = 10, routers = 100;
@@ -56,15 +56,14 @@ class Grid {
 
   void runTo(double time) { network_.time().runTo(Sim::VirtualTime::start + time); }
   double now() { return network_.time().now(); }
-  // Seconds until the zone's bootstrap timer ends at a candidate.
+  // Seconds until the zone's bootstrap timer expires at a candidate.
   double bsrExpires(uint32_t n) { return bsr(n).status().bootstrapRouter(zone_)->expires(now()); }
 
-  // Seconds until all running agents agree on candidate `n` as the BSR; not a number when that takes
-  // more than `most`.
+  // Seconds until all running agents agree on candidate `n` as the BSR; NaN if that takes longer than `most`.
   double untilBsr(uint32_t n, double most) {
     return until([&] { return allFollow(n); }, most);
   }
-  // The same, with so many RPs counted once a range.
+  // The same, and on an RP set of so many RPs, each counted once per range.
   double untilRps(uint32_t n, size_t rps, double most) {
     return until([&] { return agree(n, rps); }, most);
   }
@@ -105,7 +104,7 @@ class Grid {
   std::vector<const Sim::Host *> agents_;
 };
 
-// What took how long, once for each network, and what the timers allow at best.
+// What took how long, a time for each network, and the best that the timers allow.
 class Report {
  public:
   void add(const char *what, double took, double atBest, const char *why) {
@@ -182,7 +181,7 @@ bool reportOf(Pax::AddressFamily family, const char *name, uint64_t seeds) {
   Report report;
   for (uint64_t seed = 1; seed <= seeds; ++seed) {
     Grid grid(family, seed);
-    // Faults fall at all points of the period of 60 s.
+    // Faults come at all points of the 60 s period.
     anHour(grid, static_cast<double>(seed) * 60 / static_cast<double>(seeds), report);
   }
   report.print(name);

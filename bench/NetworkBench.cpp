@@ -9,7 +9,8 @@ namespace {
 
 constexpr double hour = 3600;
 
-// Routers in a grid with links of different MTUs, a feeder in a corner. `groups` prefixes with 3 RPs.
+// Routers in a grid, with links of different MTUs and a feeder in a corner that announces `groups` prefixes of
+// three RPs each.
 class Grid {
  public:
   Grid(Pax::AddressFamily family, uint32_t columns, uint32_t rows, uint32_t groups)

@@ -1,5 +1,5 @@
-// From the wire bytes of Bootstrap messages to the published RP set: the refresh of a known set, beside
-// a bare loop that parses the same bytes and updates a hash table, and the learning of a new one.
+// From the wire bytes of Bootstrap messages to the published RP set: the refresh of a known set, compared with a
+// bare loop that parses the same bytes and updates a hash table, and the learning of a new set.
 
 #include <benchmark/benchmark.h>
 #include <malloc.h>
@@ -13,7 +13,7 @@ namespace {
 size_t allocations = 0;
 }
 
-// Counts what is taken from the heap: in steady state, nothing.
+// Counts allocations: in steady state there are none.
 void *operator new(size_t size) {
   ++allocations;
   return std::malloc(size);
@@ -53,7 +53,7 @@ class Port : public Pim::IO::PacketPort {
   bool transmit(const Pim::IO::Outgoing &) override { return true; }
 };
 
-// The bytes of messages that list `groups` groups of rpsAGroup RPs, as many to a message as fit.
+// The bytes of messages that list `groups` groups of rpsAGroup RPs, four groups per message.
 std::vector<std::vector<uint8_t>> messages(uint32_t groups, bool shuffled) {
   std::vector<uint32_t> order(rpsAGroup);
   for (uint32_t i = 0; i < rpsAGroup; ++i) order[i] = i;

@@ -1,4 +1,4 @@
-// Arming and moving one of 100,000 timers, beside the bare loop that picks the timer and its time.
+// Arming and moving one of 100,000 timers, compared with a bare loop that only picks the timer and its time.
 
 #include <benchmark/benchmark.h>
 
@@ -38,7 +38,7 @@ struct Timers {
   std::vector<double> times = std::vector<double>(size);
 };
 
-// As a refresh does it: one after another, each to the same time.
+// As a refresh does: one after another, all to the same time.
 void moveInOrder(benchmark::State &state) {
   Timers t;
   size_t i = 0;

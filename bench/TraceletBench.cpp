@@ -1,4 +1,4 @@
-// A trace statement that is off, beside the same loop without it.
+// A trace statement that is off, compared with the same loop without it.
 
 #include <benchmark/benchmark.h>
 

@@ -1,5 +1,4 @@
-// The longest match of random addresses among 10,000 prefixes, beside the bare loop over the same
-// addresses that the measurement itself needs.
+// The longest match of random addresses among 10,000 prefixes, compared with a bare loop over the same addresses.
 
 #include <benchmark/benchmark.h>
 

@@ -1,5 +1,5 @@
-// Whatever arrives: decoding neither crashes nor throws, and what decodes is written and read again
-// to the same fields.
+// Whatever arrives, decoding neither crashes nor throws; and a message that decodes, written and read again, has
+// the same fields.
 
 #include <cstdlib>
 #include <iostream>
@@ -9,8 +9,8 @@
 
 using namespace Routing::Pim::Packet;
 
-// The first byte says the family, and whether the checksum is set right first (or hardly anything
-// would get past it). Codecs live on, so that records are filled anew.
+// The first byte says which family to use, and whether to correct the checksum first: without that, hardly anything
+// would get past it. The codecs live on, so records are reused.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   static Codec codec4(Pax::AddressFamily::ipv4), codec6(Pax::AddressFamily::ipv6);
   static Kiv::Ptr<Message> kept;

@@ -20,7 +20,7 @@ class AclConfigAggregatorSm::KivDir : public Kiv::ReactorOf<Kiv::Dir<Input::Conf
   void onEntry(const std::string &name) override { owner_.handleInput(name); }
 };
 
-// Hands on the rules in force, all of them at once.
+// Passes on the rules in force, all of them at once.
 class AclConfigAggregatorSm::KivAcl : public Kiv::ReactorOf<AclConfig, AclConfigAggregatorSm> {
   using ReactorOf::ReactorOf;
   void onCurrCfg() override { owner_.aclConfig_->aclIs(notifier()->name())->currCfgIs(notifier()->currCfg()); }

@@ -4,7 +4,7 @@
 
 namespace Ip {
 
-// Keeps one entry of the directory true to the interface that has its name now, if any.
+// Keeps one entry of the directory in step with the interface that has its name now, if any.
 class SourceIntfSm::KivIntfStatus : public IntfStatus::Notifiee {
  public:
   explicit KivIntfStatus(const Kiv::Ptr<SourceIntf> &sourceIntf) : sourceIntf_(sourceIntf) {}

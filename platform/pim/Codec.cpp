@@ -37,7 +37,7 @@ class Codec::Cursor {
   Pax::AddressFamily family() const { return family_; }
   size_t left() const { return static_cast<size_t>(end_ - at_); }
   bool has(size_t size) const { return left() >= size; }
-  // The next `size` bytes, for reading apart.
+  // The next `size` bytes, to be read on their own.
   Cursor part(size_t size) {
     at_ += size;
     return {{at_ - size, size}, family_};

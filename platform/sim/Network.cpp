@@ -6,7 +6,7 @@ namespace Sim {
 
 namespace {
 
-// Distinct uses of one seed get seeds that have nothing in common (the finisher of SplitMix64).
+// Makes unrelated seeds of one seed and different uses (the finisher of SplitMix64).
 uint64_t mix(uint64_t number) {
   number = (number ^ (number >> 30)) * 0xbf58476d1ce4e5b9;
   number = (number ^ (number >> 27)) * 0x94d049bb133111eb;

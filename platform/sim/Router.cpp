@@ -114,7 +114,7 @@ bool Router::transmit(const Packet &packet) {
 
 bool Router::forward(const Packet &packet, uint32_t hops) {
   const Routing::RouteAnswer answer = routes_->lookup(packet.destination);
-  // To ourselves it would come in by the loopback interface, where PIM is not on.
+  // A packet to ourselves would arrive on the loopback interface, where PIM is off.
   if (answer.kind == Routing::RouteAnswer::Kind::local) return true;
   if (answer.via.empty()) return false;
   const Routing::NextHop &nextHop = answer.via.front();

@@ -4,8 +4,7 @@
 
 namespace Tracelet {
 
-/// Writes "Assertion failed: <expression>" and its place to the trace and to standard error, flushes the
-/// trace and aborts.
+/// Writes "Assertion failed: <expression>" and its place to the trace and to standard error, then aborts.
 [[noreturn]] void assertionFailed(const char *expression, const char *file, int line);
 
 }  // namespace Tracelet

@@ -48,10 +48,6 @@ void FileSink::line(std::string_view module, int level, std::string_view text) {
   std::fflush(file_.get());
 }
 
-void FileSink::flush() {
-  if (file_) std::fflush(file_.get());
-}
-
 void StderrSink::line(std::string_view module, int level, std::string_view text) {
   const std::string line = stampedLine(module, level, text) + "\n";
   std::fwrite(line.data(), 1, line.size(), stderr);

@@ -24,7 +24,6 @@ class FileSink : public Sink {
   /// Throws std::system_error when the file cannot be opened.
   FileSink(const std::string &directory, std::string_view name, uint64_t limit = defaultLimit);
   void line(std::string_view module, int level, std::string_view text) override;
-  void flush() override;
 
  private:
   struct Close {

@@ -67,10 +67,6 @@ void Registry::write(std::string_view module, int level, std::string_view text) 
   for (size_t i = 0; i < sinks_.size(); ++i) sinks_[i]->line(module, level, text);
 }
 
-void Registry::flush() {
-  for (Sink *sink : sinks_) sink->flush();
-}
-
 std::vector<std::pair<std::string, int>> Registry::levels() const {
   std::map<std::string, int> byName;
   for (const Module *module : modules_) byName.emplace(module->name_, module->level_);

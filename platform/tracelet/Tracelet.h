@@ -24,10 +24,9 @@ class Sink {
   Sink(const Sink &) = delete;
   Sink &operator=(const Sink &) = delete;
   virtual ~Sink();
-  /// One trace statement, without an end of line. The texts are gone when this returns.
+  /// One trace statement, without an end of line. The texts are gone when this returns, and the process may abort
+  /// then: nothing may be held back.
   virtual void line(std::string_view module, int level, std::string_view text) = 0;
-  /// Writes out whatever the sink holds back; the process may be about to abort.
-  virtual void flush() {}
 };
 
 /// A named source of traces: a static object of the file that traces. Several files may share a name. The name
@@ -69,7 +68,6 @@ class Registry {
   void sinkRemove(Sink &sink);
   /// Passes a line to every sink, whatever the levels.
   void write(std::string_view module, int level, std::string_view text);
-  void flush();
   /// Names and levels, each name once, sorted.
   std::vector<std::pair<std::string, int>> levels() const;
 
