@@ -2,8 +2,8 @@
 ///
 /// Each configured thing has a reactor that follows it: KivBsrCandidateConfig and
 /// KivRpCandidateConfig a candidate interface, KivActiveConfig a border interface, ConfigSm::KivAcl
-/// the rules of an ACL, KivBsrConfigAclSm what an ACL permits. What several sources serve is counted,
-/// and is in status while the count is above zero. Offers.h says which source serves what.
+/// the rules of an ACL, KivBsrConfigAclSm what an ACL permits. The sources of each prefix are counted,
+/// and it is in status while the count is above zero. Offers.h says which source serves what.
 #pragma once
 
 #include <map>
@@ -28,12 +28,12 @@ class KivBsrConfigAclSm;
 class KivRpCandidateConfig;
 
 /// One per running VRF, made by its container. It and its reactors are the only writers of `Status.bsTimeout`,
-/// `szTimeout`, `cbsr` (what the engine writes of an element aside), `zoneGroup`, `zoneAcl`, `crp`, `bsBorder` and
-/// `crpPermit`. On status of an earlier run it first removes what the configuration no longer supports (StaleStatus).
-/// It never writes configuration, and its end writes no status.
+/// `szTimeout`, `cbsr` (except for the attributes that the engine writes), `zoneGroup`, `zoneAcl`, `crp`, `bsBorder`
+/// and `crpPermit`. On status of an earlier run it first removes what the configuration no longer supports
+/// (StaleStatus). It never writes configuration, and its end writes no status.
 class ConfigSm {
  public:
-  /// Of the VRF's own; `sourceIntfSm` outlives this. None may be missing but `pimCounters`.
+  /// All of the same VRF; `sourceIntfSm` outlives this. Only `pimCounters` may be missing.
   ConfigSm(const Kiv::Ptr<const Config> &config, const Kiv::Ptr<const VrfIntfConfig> &vrfIntfConfig,
            const Kiv::Ptr<const ClearConfig> &clearConfig, const Kiv::Ptr<Status> &status,
            const Kiv::Ptr<Flume::MessageCounters> &pimCounters, Ip::SourceIntfSm *sourceIntfSm,
@@ -91,10 +91,10 @@ class ConfigSm {
   void doFilterAclPrefixDeactivate(const Pax::IpGenPrefix &prefix) { filterAcl_.doFilterAclPrefixDeactivate(prefix); }
   /// A zone of the candidate BSRs has left status: another interface that still offers it serves it now.
   void handleCbsrDel(const Pax::IpGenPrefix &zone);
-  /// A candidate RP has come to status: no other interface serves its address.
+  /// A candidate RP has entered status: no other interface serves its address.
   void handleCrpAdd(const Pax::IpGenAddr &address);
-  /// A candidate RP has left status. To be said while its reactor is at work, and followed by the
-  /// other when all is done: an interface that has the same address may serve it then.
+  /// A candidate RP has left status. Its reactor calls this while it is at work, and doHandOverCrps() when
+  /// it is done: then another interface with the same address may serve it.
   void handleCrpDel(const Pax::IpGenAddr &address);
   void doHandOverCrps();
 

@@ -15,11 +15,11 @@ class Status;
 class FilterAcl {
  public:
   explicit FilterAcl(ConfigSm &configSm) : configSm_(configSm) {}
-  /// Takes up what is configured.
+  /// Applies what is configured at the start.
   void handleInitialized();
-  /// The ACL is named as a filter from now on, or no longer is.
+  /// The configuration starts or stops naming the ACL as a filter.
   void handleFilterAcl(const std::string &acl);
-  /// A filter ACL starts or stops to permit the prefix.
+  /// A filter ACL starts or stops permitting the prefix.
   void doFilterAclPrefixActivate(const Pax::IpGenPrefix &prefix);
   void doFilterAclPrefixDeactivate(const Pax::IpGenPrefix &prefix);
 

@@ -5,8 +5,8 @@
 
 namespace Routing::Pim::Bsr {
 
-/// One per ACL of the ACL configuration, of ConfigSm. Follows its rules, in whichever set of them is in force, and
-/// brings the ACL's BsrConfigAcl to what they permit.
+/// One per ACL of the ACL configuration, owned by ConfigSm. Follows the set of rules in force and its rules, and
+/// updates the ACL's BsrConfigAcl to what they permit.
 class ConfigSm::KivAcl : public Kiv::ReactorOf<Acl::AclConfig, ConfigSm> {
  public:
   KivAcl(ConfigSm &configSm, const Kiv::Ptr<const Acl::AclConfig> &acl)

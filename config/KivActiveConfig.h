@@ -5,9 +5,9 @@
 
 namespace Routing::Pim::Bsr {
 
-/// Puts the interface into `Status.bsBorder` for every prefix that one of its sources names, whether the interface
-/// exists or has an address. One per interface with an IntfConfig, of ConfigSm, from when it is configured in the VRF
-/// until that ends (`handleDel`). It shares the elements with other interfaces and never touches their part.
+/// Puts the interface into `Status.bsBorder` for every prefix that one of its sources names, whether or not
+/// the interface exists or has an address. One per interface with an IntfConfig, owned by ConfigSm, for as long as the
+/// interface is configured in the VRF. Elements are shared with other interfaces, whose part it never touches.
 class KivActiveConfig : public IntfConfig::Notifiee {
  public:
   KivActiveConfig(ConfigSm &configSm, const Pax::IntfId &intfId, const Kiv::Ptr<const IntfConfig> &config);
@@ -17,7 +17,7 @@ class KivActiveConfig : public IntfConfig::Notifiee {
   void handleInitialized();
   /// The configuration or the interface has left the VRF: withdraws all that it held.
   void handleDel();
-  /// The ACL, which the interface uses, starts or stops to permit the prefix.
+  /// An ACL that the interface uses starts or stops permitting the prefix.
   void doAclPrefixActivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
   void doAclPrefixDeactivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
 

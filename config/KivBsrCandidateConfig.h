@@ -15,10 +15,10 @@ namespace Routing::Pim::Bsr {
 /// with its values: the last ACL by name, or the explicit zone where there is no ACL.
 ///
 /// One zone is served by one interface. While a reload moves a zone, an addition takes the element
-/// over, and everything else touches it only while it is this interface's.
+/// over; everything else changes it only while it belongs to this interface.
 ///
-/// One per candidate interface, of ConfigSm, from when it is configured until that ends (`handleDel`). It writes
-/// `Status.zoneGroup` and `zoneAcl`, too, and never what the engine writes of an element.
+/// One per candidate interface, owned by ConfigSm, for as long as the interface is configured. It also writes
+/// `Status.zoneGroup` and `zoneAcl`, and never what the engine writes into an element.
 class KivBsrCandidateConfig : public BsrCandidateConfig::Notifiee {
  public:
   KivBsrCandidateConfig(ConfigSm &configSm, const Pax::IntfId &intfId,
@@ -32,7 +32,7 @@ class KivBsrCandidateConfig : public BsrCandidateConfig::Notifiee {
   void handleDel();
   /// The zone's element, which another interface had taken over, is gone.
   void handleZoneFree(const Pax::IpGenPrefix &zone);
-  /// The ACL, which the interface uses, starts or stops to permit the prefix.
+  /// An ACL that the interface uses starts or stops permitting the prefix.
   void doAclPrefixActivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
   void doAclPrefixDeactivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
 

@@ -5,9 +5,9 @@
 
 namespace Routing::Pim::Bsr {
 
-/// What both kinds do alike. An entry is initialized once it has all its values and the interface
-/// has an address; until it is removed then, whatever becomes of either. Of KivBsrCandidateConfig; writes the zones'
-/// elements while its values stand, and who claims the zone or the ACL.
+/// What both kinds have in common. Owned by KivBsrCandidateConfig. An entry is initialized once it has all its values
+/// and the interface has an address, and stays so until it is removed, whatever becomes of either. It claims its zone
+/// or ACL in status, and writes the elements of its zones while its values are the ones that are used.
 class KivBsrCandidateConfig::KivEntry {
  public:
   explicit KivEntry(KivBsrCandidateConfig &candidate) : candidate_(candidate) {}
@@ -27,7 +27,7 @@ class KivBsrCandidateConfig::KivEntry {
   void handleInterval();
   virtual bool hasZone(const Pax::IpGenPrefix &zone) const = 0;
   virtual std::vector<Pax::IpGenPrefix> zones() const = 0;
-  /// Claims what the entry is named by, and serves its zones.
+  /// Claims the zone or the ACL, and serves its zones.
   virtual void doAdd() = 0;
 
   /// One interface serves a zone. That another one has claimed it already is fatal.

@@ -8,8 +8,8 @@ namespace Routing::Pim::Bsr {
 
 class ConfigSm;
 
-/// One per BsrConfigAcl, of ConfigSm. Tells the users of the ACL of each prefix that it starts or stops to permit:
-/// borders first, then candidate BSRs, then candidate RPs. Writes nothing itself.
+/// One per BsrConfigAcl, owned by ConfigSm. Tells the users of the ACL of each prefix that it starts or stops
+/// permitting: borders first, then candidate BSRs, then candidate RPs. Writes nothing itself.
 class KivBsrConfigAclSm : public Kiv::ReactorOf<BsrConfigAcl, ConfigSm> {
  public:
   using ReactorOf::ReactorOf;

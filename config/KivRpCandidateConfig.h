@@ -11,15 +11,15 @@
 namespace Routing::Pim::Bsr {
 
 /// Publishes a `Status.crp` element under the interface's address while it serves a prefix. Each
-/// range and each ACL that permits a prefix counts as a source of it. A priority that is configured
+/// range and each ACL that permits a prefix is counted as a source of it. A priority that is configured
 /// for a prefix, by its range or by an ACL, is in the element's `prefixOptions`; of several, that of
 /// the last ACL by name, or of the range where no ACL has one.
 ///
 /// An address serves one interface: while another interface's element stands under it, this one is
 /// treated as having no usable address and uses no ACL, and starts when that element goes.
 ///
-/// One per candidate interface, of ConfigSm, from when it is configured until that ends (`handleDel`). An address is
-/// handed over at the end of each handler that a configuration or an interface calls, never in the middle of one.
+/// One per candidate interface, owned by ConfigSm, for as long as the interface is configured. An address that becomes
+/// free is handed over at the end of a handler, never in the middle of one.
 class KivRpCandidateConfig : public RpCandidateConfig::Notifiee {
  public:
   KivRpCandidateConfig(ConfigSm &configSm, const Pax::IntfId &intfId, const Kiv::Ptr<const RpCandidateConfig> &config);
@@ -39,7 +39,7 @@ class KivRpCandidateConfig : public RpCandidateConfig::Notifiee {
   /// The element that stood under the address is gone.
   void handleAddressFree(const Pax::IpGenAddr &address);
 
-  /// The ACL, which the interface uses, starts or stops to permit the prefix.
+  /// An ACL that the interface uses starts or stops permitting the prefix.
   void doAclPrefixActivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
   void doAclPrefixDeactivate(const std::string &acl, const Pax::IpGenPrefix &prefix);
 

@@ -1,4 +1,4 @@
-/// What an ACL permits, sorted into groups and sources.
+/// What an ACL permits, divided into groups and sources.
 #pragma once
 
 #include <optional>
@@ -9,13 +9,13 @@
 
 namespace Routing::Pim::Bsr {
 
-/// The group set names zones, ranges and borders, the unicast set the sources that a filter lets in. A prefix that
-/// reaches beyond the groups of the family stands for all of them in the one, and is whole in the other.
+/// The groups are used as zones, ranges and borders, the unicast prefixes as the sources that a filter accepts. A
+/// prefix that reaches beyond the multicast groups stands for all groups in the first set, and is whole in the second.
 struct PermittedPrefixes {
   std::set<Pax::IpGenPrefix> groups, unicast;
 };
 
-/// From the prefixes that the rules come to.
+/// From the prefixes that the rules permit.
 PermittedPrefixes sortPermitted(const std::vector<Pax::IpGenPrefix> &permitted, Pax::AddressFamily family);
 /// From the rules in force; nothing for an ACL that is not defined.
 std::optional<PermittedPrefixes> permittedBy(const Acl::Input::Config &acls, const std::string &acl,

@@ -10,7 +10,7 @@
 namespace Routing::Pim::Bsr {
 
 /// A source is an explicit range, or one ACL that permits the prefix. What the count stands for is
-/// in status exactly while it is above zero; writing that is for whoever counts.
+/// in status exactly while it is above zero; the callers write that.
 class PrefixRefCount {
  public:
   struct Added {
@@ -28,12 +28,12 @@ class PrefixRefCount {
     const uint32_t *count = counter_.find(prefix);
     return count ? *count : 0;
   }
-  /// Counts one source more, or with 0 makes sure of a counter.
+  /// Counts one more source; with 0 only creates the counter if it is missing.
   Added add(const Pax::IpGenPrefix &prefix, uint32_t by = 1) {
     if (uint32_t *count = counter_.find(prefix)) return {false, *count += by};
     return {true, counter_.insert(prefix, by)};
   }
-  /// Counts one source less; without a source it does nothing but end the counter.
+  /// Counts one source less, and deletes the counter at 0. Harmless without a counter.
   Removed remove(const Pax::IpGenPrefix &prefix) {
     uint32_t *count = counter_.find(prefix);
     if (count && *count > 1) return {false, --*count};

@@ -1,5 +1,4 @@
-/// The element of a candidate RP in `Status.crp`: the claim to the address that is its key, and what sources make of
-/// it.
+/// The element of a candidate RP in `Status.crp`: its address, its prefixes and their priorities.
 #pragma once
 
 #include <functional>
@@ -9,9 +8,9 @@
 
 namespace Routing::Pim::Bsr {
 
-/// Part of KivRpCandidateConfig, which alone changes the element, through this class or in it. An address serves one
-/// interface: an element stands under the address that was claimed, and it is this interface's only as long as it
-/// names it as its own. It never looks at the interface's address: when to claim is for the owner to say.
+/// Part of KivRpCandidateConfig; nobody else changes the element. An address serves one interface: the element under
+/// the claimed address is this interface's own only while it carries its name. This class never looks at the
+/// interface's address: its owner decides when to claim one.
 class RpCandidateElement {
  public:
   RpCandidateElement(ConfigSm &configSm, const Kiv::Ptr<const RpCandidateConfig> &config)
@@ -25,14 +24,14 @@ class RpCandidateElement {
 
   /// This interface's element, empty while there is none.
   Kiv::Ptr<RpCandidate> crp() const;
-  /// Creates it with what is configured for all of it. There is an address, and no element yet.
+  /// Creates it, with interval and mode. An address must be claimed, and no element be there yet.
   void create();
-  /// Counts a source of the prefix less. The last one takes the prefix with it, and the last prefix the element.
+  /// Counts one source of the prefix less. Without a source the prefix goes, and without a prefix the element.
   void sourceDel(const Pax::IpGenPrefix &prefix);
   void deleteIfIdle();
-  /// Brings the prefix's priority to what its sources say: that of the one that stands, or none.
+  /// Brings the prefix's priority in status to what its sources say, or deletes it where none has one.
   void settle(const Pax::IpGenPrefix &prefix);
-  /// The same after a source of the priority went; `because` says why there still is one.
+  /// The same after a source of the priority has gone; `because` is for the trace where another one remains.
   void prioritySourceDel(const Pax::IpGenPrefix &prefix, const char *because);
 
  private:

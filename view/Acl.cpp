@@ -8,7 +8,7 @@ namespace Routing::Pim::Bsr {
 
 namespace {
 
-// By ACL, also of those that nobody has defined.
+// By ACL, including those that are not defined.
 using Users = std::map<std::string, Sources>;
 
 const char *textOf(Role role) {

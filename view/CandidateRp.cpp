@@ -56,7 +56,7 @@ struct Advertised {
   double next = Orb::never;
 };
 
-// A message counts the first ranges only.
+// A message has room for the first ranges only.
 void add(Advertised &advertised, const RpCandidatePrefixSet &set, double next) {
   const auto keys = set.prefixSet().keys();
   const std::set<Pax::IpGenPrefix> sorted(keys.begin(), keys.end());

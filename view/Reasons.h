@@ -16,7 +16,7 @@ Sources sourcesOf(const VrfView &view);
 /// What the rules of an ACL permit now, whether anybody uses it or not; nothing for one that is not defined.
 std::optional<PermittedPrefixes> permittedBy(const VrfView &view, const std::string &acl);
 
-// All of these are empty when nothing stands in the way.
+// Each is empty when nothing stands in the way.
 std::string whyNotRunning(const VrfView &view);
 /// Includes whyNotRunning().
 std::string whyAbsent(const VrfView &view, const Pax::IntfId &intfId);

@@ -11,7 +11,7 @@ namespace Routing::Pim::Bsr {
 
 namespace {
 
-// As the header has them.
+// In the order of the header.
 enum class Phase { setTimes, hold, withdraw, narrowAcls, addAcls, addEntries, changeAcls, deleteRest };
 
 struct Operation {
@@ -28,7 +28,7 @@ AclRules rulesOf(const Acl::AclConfig &acl) {
   return rules;
 }
 
-// By where each is made, every list in the order in which its sources stand.
+// By role, interface and prefix; each list is sorted by source.
 using OffersByPlace = std::map<std::tuple<Role, Pax::IntfId, Pax::IpGenPrefix>, Offers>;
 
 OffersByPlace byPlace(Offers offers) {
@@ -41,7 +41,7 @@ OffersByPlace byPlace(Offers offers) {
   return places;
 }
 
-// Whether a source stays, whatever values it has.
+// Whether a source stays, even if its values change.
 bool goesOn(const Offers &before, const Offers &wanted) {
   return std::any_of(wanted.begin(), wanted.end(), [&](const Offer &next) {
     return std::any_of(before.begin(), before.end(),
@@ -64,8 +64,8 @@ void timesIs(Config &config, const VrfSettings &settings) {
   config.szTimeoutIs(settings.szTimeout);
 }
 
-// Group and ACL entries of a candidate BSR alike. The priority and the mask length come last: with
-// them an entry is complete.
+// Both group and ACL entries of a candidate BSR. The priority and the mask length come last, since they
+// complete an entry.
 template <class Entry>
 void candidacyIs(Entry &entry, const ZoneCandidacy &candidacy) {
   entry.intervalIs(candidacy.interval);
@@ -110,7 +110,7 @@ void rpEntriesDel(RpCandidateConfig &candidate, const RpCandidacy &wanted) {
   deleteOthers(candidate.aclOptions(), wanted.acl, [&](const auto &acl) { candidate.aclOptionsDel(acl); });
 }
 
-// The candidates that are not wanted, and of the others the sources.
+// The candidates that are not wanted, and the unwanted sources of the others.
 void candidatesDel(Config &config, const VrfSettings &wanted) {
   deleteOthers(config.bsrCandidateConfig(), wanted.bsrCandidateConfig,
                [&](const auto &intfId) { config.bsrCandidateConfigDel(intfId); });
@@ -134,7 +134,7 @@ void bordersDel(IntfConfig &config, const IntfSettings &wanted) {
   deleteOthers(config.bsrBorderAcl(), wanted.bsrBorderAcl, [&](const auto &acl) { config.bsrBorderAclDel(acl); });
 }
 
-// Rules that permit what stays of an ACL's groups, and no source that is new.
+// Rules that permit what the ACL permits both now and next.
 AclRules rulesOfWhatStays(const PermittedPrefixes &now, const PermittedPrefixes &next) {
   AclRules rules;
   for (const auto part : {&PermittedPrefixes::groups, &PermittedPrefixes::unicast}) {
@@ -179,8 +179,8 @@ class Application {
     });
   }
 
-  // What is wanted, and explicit entries that hold what an interface keeps while all its sources are exchanged. A new
-  // range gets one, too: a candidate RP that exchanges its ranges is never without any.
+  // What is wanted, plus explicit entries that hold what an interface keeps while all its sources are exchanged. A new
+  // range gets one as well, so that a candidate RP that exchanges all its ranges is never without any.
   VrfSettings planBridge(const L3::VrfName &vrf, const VrfSettings &settings, const Kiv::Ptr<Config> &config) {
     VrfSettings bridge = settings;
     Sources sources;

@@ -7,15 +7,15 @@
 
 namespace Routing::Pim::Bsr {
 
-/// Writes what differs, so an agent that runs hears only of changes. All operations are collected first and then done
-/// phase by phase, over all VRFs, interfaces and ACLs:
+/// Writes what differs, so a running agent hears only of changes. All operations are planned first and then done phase
+/// by phase, across all VRFs, interfaces and ACLs:
 ///
 ///   setTimes    the hold time of a VRF, then the scoped-zone timeout, which is compared with it
 ///   hold        an explicit entry for each zone and range that an interface keeps while all its sources are exchanged
 ///   withdraw    candidates, and sources of theirs, that go: before anybody else offers the same zone
 ///   narrowAcls  groups that an ACL no longer permits, for the same reason
 ///   addAcls     new ACLs: before the entries that name them
-///   addEntries  new and changed candidates, filters and borders: what was held still is
+///   addEntries  new and changed candidates, filters and borders: whatever was held is still there
 ///   changeAcls  what else differs in ACLs: once their new users are there and the old ones are gone
 ///   deleteRest  the entries of `hold`, filters and borders, then interfaces, VRFs, and the ACLs, which nobody names
 ///   now
@@ -23,7 +23,7 @@ namespace Routing::Pim::Bsr {
 /// So an interface is never without what it keeps, whichever source it comes from, and no zone is ever
 /// offered by two interfaces. Borders and filters may be incomplete meanwhile: no message comes in.
 /// An entry gets its priority and its hash mask length last, since it is used from then on. `pim` is
-/// not looked at: interfaces are VrfHost's.
+/// ignored: VrfHost applies it.
 void configurationApply(const Configuration &configuration, ConfigColl &coll, Acl::Input::Config &acls);
 
 }  // namespace Routing::Pim::Bsr

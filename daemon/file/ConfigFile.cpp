@@ -14,7 +14,7 @@ namespace Routing::Pim::Bsr {
 
 namespace {
 
-// The defaults that hang on other members.
+// The defaults that depend on other members.
 void compute(Configuration &configuration) {
   for (auto &[vrf, pim] : configuration.pim) {
     if (vrf.text() != L3::defaultVrf && pim.networkNamespace.empty()) pim.networkNamespace = vrf.text();

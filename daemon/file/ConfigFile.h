@@ -1,5 +1,5 @@
-/// The configuration file: JSON, comments allowed, everything checked before anything is used. What
-/// its members are is said in daemon/file/Description.h, and for operators in docs/operator.md.
+/// The configuration file: JSON, comments allowed, everything checked before anything is used. Its
+/// members are described in daemon/file/Description.h, and for operators in docs/operator.md.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@
 
 namespace Routing::Pim::Bsr {
 
-/// The configuration is meant to be used only if there are no errors.
+/// The configuration may be used only if there are no errors.
 struct LoadedConfiguration {
   Configuration configuration;
   Findings findings;
@@ -18,7 +18,7 @@ struct LoadedConfiguration {
 };
 
 LoadedConfiguration configurationFromText(std::string_view text, Pax::AddressFamily family);
-/// Nothing throws: a file that cannot be read is an error with an empty place.
+/// Never throws: a file that cannot be read is an error with an empty place.
 LoadedConfiguration configurationFromFile(const std::string &file, Pax::AddressFamily family);
 
 }  // namespace Routing::Pim::Bsr

@@ -1,19 +1,18 @@
-/// The one description of the configuration file: which members there are, of what kind, within what
-/// bounds, and what they mean. The reader, the JSON Schema and the effective configuration all come
-/// from it; a member's default is what its field starts with.
+/// The only description of the configuration file: its members, their kinds, bounds and meanings. The reader, the JSON
+/// Schema and the effective configuration all come from it; a member's default is what its field starts with.
 ///
 /// describe(members, settings) hands each member of one object to `members`, which is one of
 /// MemberReader, MemberSchema and MemberWriter. These have
 ///
 ///   scope()                                      where the object stands
 ///   number(name, field, least, most, help)       an integer
-///   computed(name, field, least, most, help)     the same; 0 until it is computed where none is given
+///   computed(name, field, least, most, help)     the same; 0 if it is not given, to be computed later
 ///   word(name, field, words, help)               one of a few words, each for a value
 ///   text(name, field, form, help)                a text
-///   list(name, field, form, help)                a list of texts for a set or a vector
-///   map(name, field, form, help)                 an object with free names for a map of what is described
-///   either(action, words, field, form, help)     exactly one member, whose name says which value
-///   needsOne(names, lack)                        of these maps one at least has an entry
+///   list(name, field, form, help)                a list of texts, for a set or a vector
+///   map(name, field, form, help)                 an object with any names, for a map of described settings
+///   either(action, words, field, form, help)     exactly one of several members; its name gives `action`
+///   needsOne(names, lack)                        at least one of these maps must have an entry
 #pragma once
 
 #include <algorithm>

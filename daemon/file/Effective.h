@@ -7,7 +7,7 @@
 
 namespace Routing::Pim::Bsr {
 
-/// The configuration as a file that says all of it, defaults filled in: loaded, it gives the same.
+/// The configuration as a complete file, with all defaults filled in. Loading it gives the same configuration.
 nlohmann::ordered_json configurationJson(const Configuration &configuration);
 
 }  // namespace Routing::Pim::Bsr

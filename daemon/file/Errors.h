@@ -1,4 +1,4 @@
-/// What is wrong in a configuration although each of its members is good.
+/// Errors that concern more than one member of a configuration.
 #pragma once
 
 #include "daemon/file/Configuration.h"
@@ -7,9 +7,9 @@
 
 namespace Routing::Pim::Bsr {
 
-/// Finds a namespace of two VRFs, an ACL that is not defined, a zone that two interfaces of a VRF
-/// offer. What ACLs permit is looked at only if there was no error before, since a rule that was
-/// left out changes it.
+/// Finds a namespace that two VRFs use, an ACL that is not defined, and a zone that two interfaces of a
+/// VRF offer. Zones that come from ACLs are checked only if there was no error before, since a rule that
+/// could not be read changes what its ACL permits.
 void findErrors(const Configuration &configuration, const Places &places, Findings &findings);
 
 }  // namespace Routing::Pim::Bsr

@@ -1,4 +1,4 @@
-/// Who offers what by a configuration that is not in force, for its checks and for the way to it (config/Offers.h).
+/// Who offers what in a configuration file (config/Offers.h), for its checks and for applying it.
 #pragma once
 
 #include "config/Offers.h"
@@ -8,7 +8,7 @@ namespace Routing::Pim::Bsr {
 
 /// The sources of one VRF in the order of the file's members: candidate BSRs, candidate RPs, filters, borders.
 Sources sourcesOf(const Configuration &configuration, const L3::VrfName &vrf);
-/// What they come to, in the same order.
+/// Their offers, in the same order.
 Offers offersOf(const Configuration &configuration, const L3::VrfName &vrf);
 
 /// The largest bootstrap period of the VRF's candidate BSRs; 0 without any.

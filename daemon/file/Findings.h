@@ -1,4 +1,4 @@
-/// What is wrong, or doubtful, in a configuration file.
+/// The errors and warnings about a configuration file.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 namespace Routing::Pim::Bsr {
 
 /// `place` is where in the file: the path of the culprit ("/vrfConfig/default/holdTime", keys as they
-/// are written), LINE:COLUMN where the text is no JSON, or empty for the file as a whole.
+/// are written), LINE:COLUMN where the text is not JSON, or empty for the file as a whole.
 struct Finding {
   std::string place;
   std::string message;

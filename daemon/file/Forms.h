@@ -10,8 +10,8 @@ namespace Routing::Pim::Bsr {
 
 /// Where in the file a member stands.
 struct Scope {
-  const Configuration &file;  ///< what has been read of it so far, or all of it
-  std::string vrf;            ///< the VRF whose part it is, if it is in one's
+  const Configuration &file;  ///< all of it, or what has been read so far
+  std::string vrf;            ///< the VRF that the member belongs to, if any
 };
 
 /// The form of one kind of text.
@@ -20,8 +20,8 @@ struct Form {
   /// Throws Kiv::RangeError, whose text says what is wrong.
   std::function<Type(const std::string &text)> read;
   std::function<std::string(const Type &value)> write;
-  /// The regular expression of the texts, as a JSON Schema has it. It lets through some that are
-  /// refused (a prefix with host bits), and none the other way round.
+  /// A regular expression for the JSON Schema. It matches every text that is accepted, and some that are
+  /// refused (a prefix with host bits).
   std::string pattern;
 };
 

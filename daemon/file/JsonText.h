@@ -8,8 +8,8 @@
 
 namespace Routing::Pim::Bsr {
 
-/// The value of the text. Of a key given twice the first is kept and an error found; a text that is
-/// no JSON gives null and an error whose place is LINE:COLUMN.
+/// Parses the text. A key that is given twice is an error, and its first value is kept; a text that is not
+/// JSON gives null and an error at LINE:COLUMN.
 nlohmann::json parseJson(std::string_view text, Findings &findings);
 
 /// The path of a member; the path of the whole file is empty.

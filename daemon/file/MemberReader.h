@@ -1,4 +1,4 @@
-/// Reads a configuration file as its description says.
+/// Reads a configuration file according to its description.
 #pragma once
 
 #include <algorithm>
@@ -12,8 +12,8 @@
 
 namespace Routing::Pim::Bsr {
 
-/// Fills the settings of one object from its JSON. What is wrong becomes an error, and the field keeps
-/// what it had; an entry whose key is good is there even if its members are not.
+/// Fills the settings of one object from its JSON. A bad member becomes an error, and its field keeps its
+/// value; an entry with a good key is created even if its members are bad.
 class MemberReader {
  public:
   /// What all objects of one file share.

@@ -13,9 +13,8 @@
 
 namespace Routing::Pim::Bsr {
 
-/// Hands out members by name; what is wrong with one becomes an error with its path, and the member
-/// is treated as absent. When all known members have been asked for, noOthers() refuses the rest.
-/// Refers to the value and to the findings.
+/// Hands out members by name. A bad member becomes an error with its path, and is treated as absent. When all known
+/// members have been asked for, noOthers() refuses the rest. Refers to the value and to the findings.
 class ObjectReader {
  public:
   using Member = std::function<void(const std::string &name, const nlohmann::json &value, const std::string &path)>;

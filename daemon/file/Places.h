@@ -1,4 +1,4 @@
-/// Where in the file each part of a configuration stands, for messages about it.
+/// Where each entry of a configuration is in the file, for error messages.
 #pragma once
 
 #include <map>
@@ -6,9 +6,8 @@
 
 namespace Routing::Pim::Bsr {
 
-/// Where the entries of a configuration stand in the file. An entry is asked for by the path that
-/// configurationJson() would give it; the file may spell a prefix or an interface in another way, and
-/// an element of a list is found by its number.
+/// Filled by MemberReader. An entry is looked up by the path that configurationJson() would give it; the
+/// file may spell a prefix or an interface differently, and elements of a list are counted there.
 class Places {
  public:
   void placeIs(const std::string &entry, const std::string &written) {

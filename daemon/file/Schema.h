@@ -8,8 +8,8 @@
 
 namespace Routing::Pim::Bsr {
 
-/// The JSON Schema (draft 7) of the family's configuration file, for editors and other tools. What the
-/// loader checks across members is beyond it.
+/// The JSON Schema (draft 7) of the family's configuration file, for editors and other tools. It
+/// does not cover what the loader checks across members.
 nlohmann::ordered_json configurationSchema(Pax::AddressFamily family);
 /// As it is printed, and kept in docs/.
 std::string schemaText(Pax::AddressFamily family);

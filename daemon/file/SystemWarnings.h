@@ -1,4 +1,4 @@
-/// What is doubtful in a configuration on this machine.
+/// Doubtful settings that depend on the interfaces and addresses of this machine.
 #pragma once
 
 #include <functional>
@@ -8,19 +8,19 @@
 
 namespace Routing::Pim::Bsr {
 
-/// The interfaces of one VRF, and which of them belong to a vrf device.
+/// The interfaces of one VRF, and which of them belong to a VRF device.
 struct SystemView {
   Kiv::Ptr<const Ip::AllIntfStatusDir> interfaces;
   std::function<bool(const Pax::IntfId &intfId)> inVrfDevice;
 };
 
-/// Finds warnings of one VRF, in a configuration without errors: a PIM interface of a vrf device, a
-/// filter that denies our own candidate RP. What the system does not have (yet) is passed over.
+/// Checks one VRF of a configuration without errors for a PIM interface that belongs to a VRF device, and for
+/// a filter that denies this router's own candidate RP. Interfaces that do not exist (yet) are skipped.
 void findSystemWarnings(const Configuration &configuration, const L3::VrfName &vrf, const SystemView &view,
                         Findings &findings);
 
-/// The same of every VRF, asking the kernel for interfaces and addresses and waiting for its answer.
-/// A namespace that is not there, or may not be entered, is passed over.
+/// The same for every VRF; asks the kernel for interfaces and addresses and waits for the answer. A
+/// namespace that does not exist, or may not be entered, is skipped.
 void findSystemWarnings(const Configuration &configuration, Findings &findings);
 
 /// The configuration of the file, with the warnings for this machine.

@@ -1,4 +1,4 @@
-/// What is doubtful in a configuration, whatever machine it is for.
+/// Doubtful settings that can be found without asking the system.
 #pragma once
 
 #include "daemon/file/Configuration.h"
@@ -7,7 +7,7 @@
 
 namespace Routing::Pim::Bsr {
 
-/// In a configuration without errors.
+/// To be called for a configuration without errors. docs/operator.md lists what is warned of.
 void findWarnings(const Configuration &configuration, const Places &places, Findings &findings);
 
 }  // namespace Routing::Pim::Bsr
