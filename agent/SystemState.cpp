@@ -4,49 +4,17 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-
-template <class Type>
-Kiv::Ptr<Type> published(Statehub::Store &store, const std::string &path) {
-  const auto entity = Kiv::make<Type>();
-  store.publish(path, entity);
-  return entity;
-}
-
-}  // namespace
-
 SystemState::SystemState(Statehub::Store &store, Pax::AddressFamily family)
-    : af(family),
-      redundancyStatus(published<Redundancy::RedundancyStatus>(store, MountPaths::redundancyStatus())),
-      bootStageInput(published<Stage::AgentConfig>(store, MountPaths(family).stageInput("boot"))),
-      shutdownStageInput(published<Stage::AgentConfig>(store, MountPaths(family).stageInput("shutdown"))),
-      bootStageStatus(published<Stage::AgentStatus>(store, MountPaths(family).stageAgentStatus("boot"))),
-      shutdownStageStatus(published<Stage::AgentStatus>(store, MountPaths(family).stageAgentStatus("shutdown"))),
-      configColl(published<ConfigColl>(store, MountPaths(family).bsrConfigColl())),
-      clearConfigColl(published<ClearConfigColl>(store, MountPaths(family).bsrClearConfigColl())),
-      statusColl(published<StatusColl>(store, MountPaths(family).bsrStatusColl())),
-      rpCandidateStatusColl(published<RpCandidateStatusColl>(store, MountPaths(family).rpCandidateStatusColl())),
-      groupStatusColl(published<GroupStatusColl>(store, MountPaths(family).groupStatusColl(Mode::sparse))),
-      bidirGroupStatusColl(published<GroupStatusColl>(store, MountPaths(family).groupStatusColl(Mode::bidir))),
-      rpConfigColl(published<RpConfigColl>(store, MountPaths(family).rpConfigColl(Mode::sparse))),
-      bidirRpConfigColl(published<RpConfigColl>(store, MountPaths(family).rpConfigColl(Mode::bidir))),
-      pimGlobalStatus(published<GlobalStatus>(store, MountPaths(family).pimGlobalStatus())),
-      pimStatusColl(published<Pim::StatusColl>(store, MountPaths(family).pimStatusColl())),
-      mribStatusColl(published<Multicast::Rib::StatusColl>(store, MountPaths(family).mribStatusColl())),
-      allVrfStatusLocal(published<Ip::AllVrfStatusLocal>(store, MountPaths::allVrfStatusLocal())),
-      allIntfStatusDir(published<Interface::AllIntfStatusDir>(store, MountPaths::allIntfStatusDir())),
-      aclCli(published<Acl::Input::Config>(store, MountPaths::aclCli())),
-      store_(store),
-      paths_(family) {
-  published<Stage::ProgressDir>(store, MountPaths::stageProgress("boot"));
-  published<Stage::ProgressDir>(store, MountPaths::stageProgress("shutdown"));
-  published<Stage::CompletionStatusDir>(store, MountPaths::stageCompletion("boot"));
-  published<Stage::CompletionStatusDir>(store, MountPaths::stageCompletion("shutdown"));
-  published<Pim::ConfigColl>(store, paths_.pimConfigColl());
-  published<Multicast::Fib::VrfConfig>(store, paths_.mfibConfig());
-  published<McastBoundary::Status>(store, paths_.mcastBoundaryStatus());
-  published<Interface::AllIntfStatusLocalDir>(store, MountPaths::allIntfStatusLocalDir());
-  published<Kiv::Dir<Acl::Input::Config>>(store, MountPaths::aclInput());
+    : store_(store), paths_(family), af(family) {
+  published<Stage::ProgressDir>(MountPaths::stageProgress("boot"));
+  published<Stage::ProgressDir>(MountPaths::stageProgress("shutdown"));
+  published<Stage::CompletionStatusDir>(MountPaths::stageCompletion("boot"));
+  published<Stage::CompletionStatusDir>(MountPaths::stageCompletion("shutdown"));
+  published<Pim::ConfigColl>(paths_.pimConfigColl());
+  published<Multicast::Fib::VrfConfig>(paths_.mfibConfig());
+  published<McastBoundary::Status>(paths_.mcastBoundaryStatus());
+  published<Interface::AllIntfStatusLocalDir>(MountPaths::allIntfStatusLocalDir());
+  published<Kiv::Dir<Acl::Input::Config>>(MountPaths::aclInput());
 }
 
 void SystemState::vrfIs(const L3::VrfName &vrf, const Pax::NamespaceName &namespaceName) {
@@ -66,20 +34,20 @@ Pax::NamespaceName SystemState::namespaceOf(const L3::VrfName &vrf) const {
 
 template <class RouteStatus, class ForwardingStatus>
 void SystemState::publishTables(const L3::VrfName &vrf, const Kiv::Ptr<RouteLookup> &routes) {
-  published<RouteStatus>(store_, paths_.routeStatus(vrf))->routesIs(routes);
-  published<ForwardingStatus>(store_, paths_.forwardingStatus(vrf));
+  published<RouteStatus>(paths_.routeStatus(vrf))->routesIs(routes);
+  published<ForwardingStatus>(paths_.forwardingStatus(vrf));
 }
 
 void SystemState::pimIs(const L3::VrfName &vrf, const Services &services) {
   services_[vrf] = services;
   store_.publish(paths_.messageCounters(vrf), services.port->messageCounters());
-  published<IO::ChannelStatus>(store_, paths_.channelStatus(vrf))->portIs(services.port);
+  published<IO::ChannelStatus>(paths_.channelStatus(vrf))->portIs(services.port);
   if (af == Pax::AddressFamily::ipv6) {
     publishTables<::Flume::Fib6::RouteStatus, ::Flume::Fib6::ForwardingStatus>(vrf, services.routes);
   } else {
     publishTables<::Flume::Fib::RouteStatus, ::Flume::Fib::ForwardingStatus>(vrf, services.routes);
   }
-  published<KernelNetInfo::Status>(store_, MountPaths::kniStatus(namespaceOf(vrf)))->devicesIs(services.interfaces);
+  published<KernelNetInfo::Status>(MountPaths::kniStatus(namespaceOf(vrf)))->devicesIs(services.interfaces);
   allIntfStatusDir->vrfIntfStatusIs(vrf, services.interfaces);
   for (const auto &coll : {groupStatusColl, bidirGroupStatusColl}) {
     const auto group = coll->vrfStatusIs(vrf);

@@ -11,6 +11,15 @@ namespace Routing::Pim::Bsr {
 /// what the system knows. Publishes every path that an agent mounts, the collections of all VRFs at construction. It
 /// and the store live longer than the agent, so what that learned stays.
 class SystemState {
+  template <class Type>
+  Kiv::Ptr<Type> published(const std::string &path) {
+    const auto entity = Kiv::make<Type>();
+    store_.publish(path, entity);
+    return entity;
+  }
+  Statehub::Store &store_;
+  const MountPaths paths_;
+
  public:
   SystemState(Statehub::Store &store, Pax::AddressFamily family);
   SystemState(const SystemState &) = delete;
@@ -41,29 +50,38 @@ class SystemState {
   void standbyIs(bool standby);
 
   const Pax::AddressFamily af;
-  const Kiv::Ptr<Redundancy::RedundancyStatus> redundancyStatus;
-  const Kiv::Ptr<Stage::AgentConfig> bootStageInput, shutdownStageInput;
-  const Kiv::Ptr<Stage::AgentStatus> bootStageStatus, shutdownStageStatus;
-  const Kiv::Ptr<ConfigColl> configColl;
-  const Kiv::Ptr<ClearConfigColl> clearConfigColl;
-  const Kiv::Ptr<StatusColl> statusColl;
-  const Kiv::Ptr<RpCandidateStatusColl> rpCandidateStatusColl;
-  const Kiv::Ptr<GroupStatusColl> groupStatusColl, bidirGroupStatusColl;
-  const Kiv::Ptr<RpConfigColl> rpConfigColl, bidirRpConfigColl;
-  const Kiv::Ptr<GlobalStatus> pimGlobalStatus;
-  const Kiv::Ptr<Pim::StatusColl> pimStatusColl;
-  const Kiv::Ptr<Multicast::Rib::StatusColl> mribStatusColl;
-  const Kiv::Ptr<Ip::AllVrfStatusLocal> allVrfStatusLocal;
-  const Kiv::Ptr<Interface::AllIntfStatusDir> allIntfStatusDir;
-  const Kiv::Ptr<Acl::Input::Config> aclCli;
+  const Kiv::Ptr<Redundancy::RedundancyStatus> redundancyStatus =
+      published<Redundancy::RedundancyStatus>(MountPaths::redundancyStatus());
+  const Kiv::Ptr<Stage::AgentConfig> bootStageInput = published<Stage::AgentConfig>(paths_.stageInput("boot"));
+  const Kiv::Ptr<Stage::AgentConfig> shutdownStageInput = published<Stage::AgentConfig>(paths_.stageInput("shutdown"));
+  const Kiv::Ptr<Stage::AgentStatus> bootStageStatus = published<Stage::AgentStatus>(paths_.stageAgentStatus("boot"));
+  const Kiv::Ptr<Stage::AgentStatus> shutdownStageStatus =
+      published<Stage::AgentStatus>(paths_.stageAgentStatus("shutdown"));
+  const Kiv::Ptr<ConfigColl> configColl = published<ConfigColl>(paths_.bsrConfigColl());
+  const Kiv::Ptr<ClearConfigColl> clearConfigColl = published<ClearConfigColl>(paths_.bsrClearConfigColl());
+  const Kiv::Ptr<StatusColl> statusColl = published<StatusColl>(paths_.bsrStatusColl());
+  const Kiv::Ptr<RpCandidateStatusColl> rpCandidateStatusColl =
+      published<RpCandidateStatusColl>(paths_.rpCandidateStatusColl());
+  const Kiv::Ptr<GroupStatusColl> groupStatusColl = published<GroupStatusColl>(paths_.groupStatusColl(Mode::sparse));
+  const Kiv::Ptr<GroupStatusColl> bidirGroupStatusColl =
+      published<GroupStatusColl>(paths_.groupStatusColl(Mode::bidir));
+  const Kiv::Ptr<RpConfigColl> rpConfigColl = published<RpConfigColl>(paths_.rpConfigColl(Mode::sparse));
+  const Kiv::Ptr<RpConfigColl> bidirRpConfigColl = published<RpConfigColl>(paths_.rpConfigColl(Mode::bidir));
+  const Kiv::Ptr<GlobalStatus> pimGlobalStatus = published<GlobalStatus>(paths_.pimGlobalStatus());
+  const Kiv::Ptr<Pim::StatusColl> pimStatusColl = published<Pim::StatusColl>(paths_.pimStatusColl());
+  const Kiv::Ptr<Multicast::Rib::StatusColl> mribStatusColl =
+      published<Multicast::Rib::StatusColl>(paths_.mribStatusColl());
+  const Kiv::Ptr<Ip::AllVrfStatusLocal> allVrfStatusLocal =
+      published<Ip::AllVrfStatusLocal>(MountPaths::allVrfStatusLocal());
+  const Kiv::Ptr<Interface::AllIntfStatusDir> allIntfStatusDir =
+      published<Interface::AllIntfStatusDir>(MountPaths::allIntfStatusDir());
+  const Kiv::Ptr<Acl::Input::Config> aclCli = published<Acl::Input::Config>(MountPaths::aclCli());
 
  private:
   template <class RouteStatus, class ForwardingStatus>
   void publishTables(const L3::VrfName &vrf, const Kiv::Ptr<RouteLookup> &routes);
   Pax::NamespaceName namespaceOf(const L3::VrfName &vrf) const;
 
-  Statehub::Store &store_;
-  const MountPaths paths_;
   std::map<L3::VrfName, Services> services_;
 };
 
