@@ -10,8 +10,8 @@
 namespace Linux {
 
 /// Non-blocking. Sends with TOS 0xc0 (CS6) and without multicast loop; receives multicast only from interfaces where it
-/// has joined (IPv4), or for groups that it has joined anywhere (IPv6). In both families the codec, not the kernel, fills
-/// and checks the checksum. RawPacketPort owns it.
+/// has joined (IPv4), or for groups that it has joined anywhere (IPv6). In both families the codec, not the kernel,
+/// fills and checks the checksum. RawPacketPort owns it.
 class RawSocket {
  public:
   struct Datagram {
