@@ -28,9 +28,7 @@ struct PacketCounters {
 
 /// Written by the packet channel, read by whatever shows it. Nobody is notified.
 class MessageCounters : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE)
-  KIV_ENTITY(MessageCounters, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY(MessageCounters, KIV_NO_ATTRIBUTES)
  public:
   PacketCounters packets;
 };

@@ -62,6 +62,9 @@ void describeElement(Visitor &visitor, const Key &key, const Ptr<Type> &entity) 
 
 }  // namespace Kiv
 
+/// The list of an entity without attributes, of which only the name is needed.
+#define KIV_NO_ATTRIBUTES(ATTRIBUTE)
+
 /// Ends the declaration of an entity; what follows it is public.
 #define KIV_ENTITY(Class, ATTRIBUTES)                                                                                 \
  public:                                                                                                              \

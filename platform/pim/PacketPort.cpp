@@ -56,19 +56,19 @@ void PacketPort::receive(const Incoming &packet) {
     return;
   }
   const Packet::Codec::Result result = codec_.decode(packet.payload, packet.source, packet.destination);
-  if (!result.message) return malformed(packet, result.error);
+  if (!result.message) return dropMalformed(packet, result.error);
   MessageConsumer *const consumer = consumer_[static_cast<size_t>(result.message->type())];
   if (!consumer) {
     ++counters_.noConsumer;
     TRACELET(trace, 5, "RX - Nobody takes the message from " << packet);
     return;
   }
-  if (!acceptable(packet, *result.message)) return;
+  if (!accept(packet, *result.message)) return;
   ++counters_.received;
   consumer->messageIs(packet.intfId, result.message);
 }
 
-void PacketPort::malformed(const Incoming &packet, Packet::DecodeError error) {
+void PacketPort::dropMalformed(const Incoming &packet, Packet::DecodeError error) {
   if (error == Packet::DecodeError::type) {
     // The everyday messages of multicast routers; nothing is wrong with them.
     ++counters_.noConsumer;
@@ -80,14 +80,14 @@ void PacketPort::malformed(const Incoming &packet, Packet::DecodeError error) {
   TRACELET(trace, 1, "RX - Error - Dropping malformed packet from " << packet << ": " << toText(error));
 }
 
-bool PacketPort::acceptable(const Incoming &packet, const Packet::Message &message) {
-  if (message.type() == Packet::MessageType::hello) return acceptableHello(packet);
+bool PacketPort::accept(const Incoming &packet, const Packet::Message &message) {
+  if (message.type() == Packet::MessageType::hello) return acceptHello(packet);
   if (message.type() != Packet::MessageType::bootstrap) return true;
   const auto &bootstrap = static_cast<const Packet::BootstrapMessage &>(message);
-  return bootstrap.forward() || acceptableNoForward(packet, bootstrap);
+  return bootstrap.forward() || acceptNoForward(packet, bootstrap);
 }
 
-bool PacketPort::acceptableHello(const Incoming &packet) {
+bool PacketPort::acceptHello(const Incoming &packet) {
   const bool isNeighborly = !packet.source.isZero() && !packet.source.isMulticast() &&
                             (family_ == Pax::AddressFamily::ipv4 || packet.source.isLinkLocal());
   if (isNeighborly && packet.destination == Pax::allPimRouters(family_)) return true;
@@ -96,7 +96,7 @@ bool PacketPort::acceptableHello(const Incoming &packet) {
   return false;
 }
 
-bool PacketPort::acceptableNoForward(const Incoming &packet, const Packet::BootstrapMessage &message) {
+bool PacketPort::acceptNoForward(const Incoming &packet, const Packet::BootstrapMessage &message) {
   if (!status_->pimIntf(packet.intfId)->neighbor(packet.source)) {
     ++counters_.noFwdNoHello;
     TRACELET(trace, 1, "RX - Error - Dropping no-forward BSM from " << packet << ": no Hello from there");

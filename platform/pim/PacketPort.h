@@ -51,7 +51,7 @@ class BeforeBootstrap {
 /// One per VRF and family, owned by the platform; it lives as long as PIM runs in the VRF, whether an agent does or
 /// not. A backend derives from it, calls receive() for what arrives and implements transmit(). What lies between
 /// is the same for all backends: decoding, encoding, and the drops before any consumer, each of which is counted
-/// and traced at level 1.
+/// and traced.
 ///
 /// Sending never leads to receiving: what a backend delivers, it delivers in a later turn of the loop.
 class PacketPort : public Kiv::Counted {
@@ -88,10 +88,11 @@ class PacketPort : public Kiv::Counted {
   void receive(const Incoming &packet);
 
  private:
-  void malformed(const Incoming &packet, Packet::DecodeError error);
-  bool acceptable(const Incoming &packet, const Packet::Message &message);
-  bool acceptableHello(const Incoming &packet);
-  bool acceptableNoForward(const Incoming &packet, const Packet::BootstrapMessage &message);
+  /// What is dropped is counted and traced here; these say whether the message goes on to its consumer.
+  bool accept(const Incoming &packet, const Packet::Message &message);
+  bool acceptHello(const Incoming &packet);
+  bool acceptNoForward(const Incoming &packet, const Packet::BootstrapMessage &message);
+  void dropMalformed(const Incoming &packet, Packet::DecodeError error);
   bool sendToAll(const Pax::IntfId &intfId, const Packet::Message &message);
   bool sendAdvertisement(const Pax::IntfId &intfId, const Packet::CrpAdvMessage &message);
   bool encodeAndTransmit(const Pax::IntfId &intfId, const Packet::Message &message, const Pax::IpGenAddr &source,

@@ -1,21 +1,13 @@
 #include "platform/tracelet/Tracelet.h"
 
-#include <algorithm>
+#include <map>
 
 namespace Tracelet {
 
-namespace {
-
-constexpr int off = -1;
-
-}  // namespace
-
 Sink::~Sink() { Registry::instance().sinkRemove(*this); }
 
-Module::Module(const char *name) : name_(name) {
-  Registry &registry = Registry::instance();
-  level_ = registry.levelOf(name);
-  registry.modules_.push_back(this);
+Module::Module(const char *name) : name_(name), level_(Registry::defaultLevel) {
+  Registry::instance().modules_.push_back(this);
 }
 
 Module::~Module() { std::erase(Registry::instance().modules_, this); }
@@ -29,24 +21,12 @@ Registry &Registry::instance() {
   return registry;
 }
 
-int Registry::levelOf(std::string_view module) const {
-  if (disabled_) return off;
-  const auto asked = asked_.find(module);
-  return asked == asked_.end() ? others_ : asked->second;
-}
-
 bool Registry::levelIs(std::string_view module, int level) {
   const bool every = module == "*";
-  if (every) {
-    asked_.clear();
-    others_ = level;
-  } else {
-    asked_.insert_or_assign(std::string(module), level);
-  }
   bool known = every;
   for (Module *each : modules_) {
     if (!every && each->name_ != module) continue;
-    each->level_ = levelOf(each->name_);
+    if (!disabled_) each->level_ = level;
     known = true;
   }
   return known;
@@ -54,12 +34,10 @@ bool Registry::levelIs(std::string_view module, int level) {
 
 void Registry::disable() {
   disabled_ = true;
-  for (Module *module : modules_) module->level_ = off;
+  for (Module *module : modules_) module->level_ = -1;
 }
 
-void Registry::sinkAdd(Sink &sink) {
-  if (std::find(sinks_.begin(), sinks_.end(), &sink) == sinks_.end()) sinks_.push_back(&sink);
-}
+void Registry::sinkAdd(Sink &sink) { sinks_.push_back(&sink); }
 
 void Registry::sinkRemove(Sink &sink) { std::erase(sinks_, &sink); }
 

@@ -7,7 +7,6 @@
 /// What operators are told are events, which are made elsewhere; traces never replace them.
 #pragma once
 
-#include <map>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -49,21 +48,20 @@ class Module {
   int level_;
 };
 
-/// All modules and sinks of the process, and the levels that were asked for. It owns none of them. One
-/// instance lives until the process ends.
+/// All modules and sinks of the process. It owns none of them. One instance lives until the process ends.
 class Registry {
  public:
-  /// The level of a module that nobody asked for.
+  /// The level with which a module starts.
   static constexpr int defaultLevel = 3;
 
   static Registry &instance();
-  /// Sets the level of all modules of this name, of those registered later too. "*" stands for every module
-  /// and forgets the levels of single ones. False when no module of the name is registered yet.
+  /// Sets the level of all modules of this name; "*" stands for every module. False when there is none. Modules
+  /// are static, so all are there when a program starts.
   bool levelIs(std::string_view module, int level);
   /// Turns every statement off for the rest of the process's life (TRACELET_DISABLE).
   void disable();
   bool disabled() const { return disabled_; }
-  /// Registers the sink; adding it twice changes nothing.
+  /// Registers the sink, which must not be registered yet.
   void sinkAdd(Sink &sink);
   void sinkRemove(Sink &sink);
   /// Passes a line to every sink, whatever the levels.
@@ -73,12 +71,9 @@ class Registry {
 
  private:
   friend class Module;
-  int levelOf(std::string_view module) const;
 
   std::vector<Module *> modules_;
   std::vector<Sink *> sinks_;
-  std::map<std::string, int, std::less<>> asked_;  // levels by name, for modules yet to come too
-  int others_ = defaultLevel;
   bool disabled_ = false;
 };
 
