@@ -6,16 +6,15 @@
 
 #include "platform/kiv/Attributes.h"
 
-#define NO_ATTRIBUTES(ATTRIBUTE)
-#define PLACEHOLDER(Type)           \
-  class Type : public Kiv::Entity { \
-    KIV_ENTITY(Type, NO_ATTRIBUTES) \
+#define PLACEHOLDER(Type)               \
+  class Type : public Kiv::Entity {     \
+    KIV_ENTITY(Type, KIV_NO_ATTRIBUTES) \
   };
 #define NAMED_PLACEHOLDER(Type)          \
   class Type : public Kiv::NamedEntity { \
    public:                               \
     using NamedEntity::NamedEntity;      \
-    KIV_ENTITY(Type, NO_ATTRIBUTES)      \
+    KIV_ENTITY(Type, KIV_NO_ATTRIBUTES)  \
   };
 
 namespace Flume {
@@ -83,4 +82,3 @@ class PimIOSm : public Kiv::Counted {};
 
 #undef NAMED_PLACEHOLDER
 #undef PLACEHOLDER
-#undef NO_ATTRIBUTES
