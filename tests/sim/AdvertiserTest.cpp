@@ -6,7 +6,6 @@
 namespace Test {
 namespace {
 
-namespace Bsr = Routing::Pim::Bsr;
 namespace Pim = Routing::Pim;
 const Pax::IntfId loopback(L3::defaultVrf, "lo");
 
