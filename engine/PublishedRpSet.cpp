@@ -42,7 +42,7 @@ void PublishedRpSet::adopt() {
     for (const Pax::IpGenPrefix &zone : bsrStatus_->crpStatus().keys()) {
       const auto set = zone.covers(prefix) && !trie_->route(zone) ? rpSetOf(*bsrStatus_, zone, prefix) : nullptr;
       const bool all = set && std::all_of(rps.begin(), rps.end(), [&](const auto &rp) { return bool(set->rp(rp)); });
-      if (all && entry.owner.isEmpty()) entry.owner = zone;
+      if (all && entry.owner.isEmpty()) entry.ownerIs(zone);
     }
     settle(prefix);
   }
@@ -70,7 +70,7 @@ void PublishedRpSet::settleWithin(const Pax::IpGenPrefix &zone) {
 
 PublishedRpSet::Entry &PublishedRpSet::entryIs(const Pax::IpGenPrefix &prefix) {
   if (Entry *present = entry_.find(prefix)) return *present;
-  return entry_.insert(prefix, {trie_->longestMatch(prefix), {}, published_->crpSet(prefix)});
+  return entry_.insert(prefix, {trie_->longestMatch(prefix), {}, false, published_->crpSet(prefix)});
 }
 
 void PublishedRpSet::entryDelIfUnused(const Pax::IpGenPrefix &prefix) {
@@ -78,9 +78,19 @@ void PublishedRpSet::entryDelIfUnused(const Pax::IpGenPrefix &prefix) {
   if (entry && !entry->set && entry->sources == 0) entry_.erase(prefix);
 }
 
+void PublishedRpSet::Entry::innermostIs(const Pax::IpGenPrefix &zone) {
+  innermost = zone;
+  isOwn = owner == innermost;
+}
+
+void PublishedRpSet::Entry::ownerIs(const Pax::IpGenPrefix &zone) {
+  owner = zone;
+  isOwn = owner == innermost;
+}
+
 void PublishedRpSet::settle(const Pax::IpGenPrefix &prefix) {
   Entry &entry = entryIs(prefix);
-  entry.innermost = trie_->longestMatch(prefix);
+  entry.innermostIs(trie_->longestMatch(prefix));
   if (const auto own = rpSetOf(*bsrStatus_, entry.innermost, prefix)) {
     RpCandidateSet &set = setFor(entry.innermost, prefix, entry);
     for (const auto &[address, rp] : own->rp()) copyRp(*rp, *set.rpIs(address));
@@ -95,14 +105,14 @@ void PublishedRpSet::settle(const Pax::IpGenPrefix &prefix) {
 
 // The set of `prefix`, created if absent, for `zone` to fill. What another zone had there goes.
 RpCandidateSet &PublishedRpSet::setFor(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix, Entry &entry) {
-  entry.owner = zone;
+  entry.ownerIs(zone);
   entry.set = published_->crpSetIs(prefix);
   retain(*entry.set, *rpSetOf(*bsrStatus_, zone, prefix));
   return *entry.set;
 }
 
 void PublishedRpSet::withdraw(const Pax::IpGenPrefix &prefix, Entry &entry) {
-  entry.owner = {};
+  entry.ownerIs({});
   entry.set = nullptr;
   published_->crpSetDel(prefix);
 }
@@ -137,23 +147,32 @@ void PublishedRpSet::Source::setWent() {
   published_.settle(prefix_);
 }
 
-void PublishedRpSet::Source::rpCame(const Pax::IpGenAddr &address) {
+void PublishedRpSet::Source::rpCame(const Pax::IpGenAddr &address, const Pim::RpCandidate &rp) {
   if (!publishes()) return;
-  publishedSet().rpIs(address);
+  copyRp(rp, *publishedSet().rpIs(address));
   VRF_TRACE(trace, 5, "Initialized RP " << address << " in Rp Set for prefix " << prefix_ << " in zone " << zone_);
 }
 
 bool PublishedRpSet::Source::rpChanged(const Pax::IpGenAddr &address, const Pim::RpCandidate &rp) {
-  if (!publishes()) return false;
+  const auto published = twin(address, rp);
+  if (published) copyRp(rp, *published);
+  return bool(published);
+}
+
+void PublishedRpSet::Source::rpRefreshed(const Pax::IpGenAddr &address, const Pim::RpCandidate &rp) {
+  if (const auto published = twin(address, rp)) published->expiresIs(rp.expires());
+}
+
+// The published RP, a copy of `rp` if it was missing; null while another zone is to publish the prefix.
+Kiv::Ptr<Pim::RpCandidate> PublishedRpSet::Source::twin(const Pax::IpGenAddr &address, const Pim::RpCandidate &rp) {
+  if (!publishes()) return nullptr;
   RpCandidateSet &set = publishedSet();
-  auto twin = set.rp(address);
-  if (!twin) {
-    VRF_TRACE(trace, 5,
-              "Forced creation of RP " << address << " in Rp Set for prefix " << prefix_ << " in zone " << zone_);
-    twin = set.rpIs(address);
-  }
-  copyRp(rp, *twin);
-  return true;
+  if (auto present = set.rp(address)) return present;
+  VRF_TRACE(trace, 5,
+            "Forced creation of RP " << address << " in Rp Set for prefix " << prefix_ << " in zone " << zone_);
+  const auto created = set.rpIs(address);
+  copyRp(rp, *created);
+  return created;
 }
 
 void PublishedRpSet::Source::rpWent(const Pax::IpGenAddr &address) {
@@ -181,7 +200,7 @@ bool PublishedRpSet::Source::publishes() const {
 }
 
 RpCandidateSet &PublishedRpSet::Source::publishedSet() {
-  if (entry_.owner == zone_) return *entry_.set;
+  if (entry_.isOwn) return *entry_.set;
   VRF_TRACE(trace, 5, "Forced creation of crpSet with prefix " << prefix_ << " in rpCandidateStatus");
   return published_.setFor(zone_, prefix_, entry_);
 }

@@ -38,8 +38,12 @@ class PublishedRpSet {
  private:
   /// What is published for one prefix. Entries stay where they are in memory.
   struct Entry {
+    void innermostIs(const Pax::IpGenPrefix &zone);
+    void ownerIs(const Pax::IpGenPrefix &zone);
+
     Pax::IpGenPrefix innermost;    // the zone that is to publish; empty: none has a BSR
     Pax::IpGenPrefix owner;        // the zone that `set` comes from; empty: not known
+    bool isOwn = false;            // both are one zone
     Kiv::Ptr<RpCandidateSet> set;  // null: nothing is published
     unsigned sources = 0;
   };
@@ -71,15 +75,18 @@ class PublishedRpSet::Source {
 
   void setCame();
   void setWent();
-  void rpCame(const Pax::IpGenAddr &address);
+  void rpCame(const Pax::IpGenAddr &address, const Pim::RpCandidate &rp);
   /// Whether `rp` is published, with all its fields, now.
   bool rpChanged(const Pax::IpGenAddr &address, const Pim::RpCandidate &rp);
+  /// A new `expires` alone, as every refresh brings it.
+  void rpRefreshed(const Pax::IpGenAddr &address, const Pim::RpCandidate &rp);
   void rpWent(const Pax::IpGenAddr &address);
 
  private:
   const std::string &vrfName() const { return published_.vrfName(); }
   bool publishes() const;
   RpCandidateSet &publishedSet();
+  Kiv::Ptr<Pim::RpCandidate> twin(const Pax::IpGenAddr &address, const Pim::RpCandidate &rp);
 
   PublishedRpSet &published_;
   const Pax::IpGenPrefix zone_;

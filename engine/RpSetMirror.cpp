@@ -21,7 +21,7 @@ const std::string &PimBsrSm::KivRp::vrfName() const { return owner_.sm().vrfName
 
 void PimBsrSm::KivRp::handleInitialized() {
   VRF_TRACE_ENTRY(trace);
-  owner_.source().rpCame(address_);
+  owner_.source().rpCame(address_, *notifier());
 }
 
 void PimBsrSm::KivRp::handlePriority() {
@@ -65,7 +65,7 @@ void PimBsrSm::KivRp::setHoldtimer() {
   VRF_TRACE(trace, 5,
             " Set holdtimer to expire in " << rp.expires() - owner_.sm().now() << " from now for " << address_
                                            << " in prefix " << source.prefix() << " of zone " << source.zone());
-  source.rpChanged(address_, rp);
+  source.rpRefreshed(address_, rp);
 }
 
 void PimBsrSm::KivRp::handleHoldtimeExpired() {
