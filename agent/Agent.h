@@ -30,8 +30,6 @@ class Agent {
   };
 
   virtual ~Agent();
-  Agent(const Agent &) = delete;
-  Agent &operator=(const Agent &) = delete;
 
   /// Mounts everything; the rest follows when all of it is there, perhaps inside this call. A second call does
   /// nothing.

@@ -9,9 +9,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::Agent");
-}
+static Tracelet::Module trace("Pim::Bsr::Agent");
 
 ContainerSm::ContainerSm(Container &container) : container_(container), kivIpStatus_(*this, container.vrfIpStatus) {
   handleInitialized();

@@ -29,8 +29,6 @@ class ContainerSm {
   /// The container outlives this.
   explicit ContainerSm(Container &container);
   ~ContainerSm();
-  ContainerSm(const ContainerSm &) = delete;
-  ContainerSm &operator=(const ContainerSm &) = delete;
 
   const Container &container() const { return container_; }
   const ConfigSm &configSm() const { return *configSm_; }

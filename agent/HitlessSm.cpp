@@ -4,9 +4,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::HitlessSm");
-}
+static Tracelet::Module trace("Pim::Bsr::HitlessSm");
 
 HitlessSm::HitlessSm(const Kiv::Ptr<const Config> &, const Kiv::Ptr<Status> &status,
                      const Kiv::Ptr<Orb::TimerWheel> &timerWheel,

@@ -21,8 +21,6 @@ class HitlessSm {
             const Kiv::Ptr<Orb::TimerWheel> &timerWheel,
             const Kiv::Ptr<const McastCommon::HitlessShutdownStatus> &shutdownStatus,
             const Kiv::Ptr<McastCommon::HitlessVrfStatus> &vrfStatus, const L3::VrfName &vrf);
-  HitlessSm(const HitlessSm &) = delete;
-  HitlessSm &operator=(const HitlessSm &) = delete;
 
   /// Seconds between advertisements from then on.
   uint32_t hitlessCrpInterval() const { return hitlessCrpInterval_.number(); }

@@ -4,9 +4,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::Agent");
-}
+static Tracelet::Module trace("Pim::Bsr::Agent");
 
 RedundancyStatusSm::RedundancyStatusSm(const Kiv::Ptr<const Redundancy::RedundancyStatus> &redundancyStatus,
                                        StandbyModeIs standbyModeIs)

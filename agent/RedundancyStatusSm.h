@@ -15,8 +15,6 @@ class RedundancyStatusSm {
   using StandbyModeIs = std::function<void(bool standby)>;
 
   RedundancyStatusSm(const Kiv::Ptr<const Redundancy::RedundancyStatus> &redundancyStatus, StandbyModeIs standbyModeIs);
-  RedundancyStatusSm(const RedundancyStatusSm &) = delete;
-  RedundancyStatusSm &operator=(const RedundancyStatusSm &) = delete;
 
  private:
   class KivRedundancyStatus : public Kiv::ReactorOf<Redundancy::RedundancyStatus, RedundancyStatusSm> {

@@ -8,9 +8,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::Agent");
-}
+static Tracelet::Module trace("Pim::Bsr::Agent");
 
 RootSm::RootSm(Agent &agent, Pax::AddressFamily af, uint32_t maxRoutes)
     : agent_(agent), af_(af), maxRoutes_(maxRoutes), mounts_(agent.mounts_) {}

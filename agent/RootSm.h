@@ -22,8 +22,6 @@ class RootSm {
   /// `maxRoutes` bounds the mirrors of route tables that a platform may keep; ours asks per address.
   RootSm(Agent &agent, Pax::AddressFamily af, uint32_t maxRoutes);
   ~RootSm();
-  RootSm(const RootSm &) = delete;
-  RootSm &operator=(const RootSm &) = delete;
 
   /// Starts with everything that is there already; to be called once.
   void handleInitialized();

@@ -21,8 +21,6 @@ class Shutdown {
 
   /// `running` are the agent's VRFs that run; `complete` reports the stage complete, and may end the agent.
   Shutdown(const ContainerSms &running, const Kiv::Ptr<Orb::TimerWheel> &wheel, std::function<void()> complete);
-  Shutdown(const Shutdown &) = delete;
-  Shutdown &operator=(const Shutdown &) = delete;
 
   const Kiv::Ptr<McastCommon::HitlessShutdownStatus> &shutdownStatus() const { return shutdownStatus_; }
   const Kiv::Ptr<McastCommon::HitlessVrfStatus> &vrfStatus() const { return vrfStatus_; }

@@ -17,8 +17,6 @@ class VrfStart {
 
   /// Mounts the VRF's counters, packet channel and routes, under the paths of the family.
   VrfStart(Statehub::Store &store, Pax::AddressFamily af, const L3::VrfName &vrf);
-  VrfStart(const VrfStart &) = delete;
-  VrfStart &operator=(const VrfStart &) = delete;
 
   /// Mounts the kernel's interfaces in the VRF's network namespace too.
   void kernelInterfacesMount(const Pax::NamespaceName &networkNamespace);

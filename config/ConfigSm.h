@@ -39,8 +39,6 @@ class ConfigSm {
            const Kiv::Ptr<Flume::MessageCounters> &pimCounters, Ip::SourceIntfSm *sourceIntfSm,
            const Kiv::Ptr<const Acl::Input::Config> &ipAclConfig);
   ~ConfigSm();
-  ConfigSm(const ConfigSm &) = delete;
-  ConfigSm &operator=(const ConfigSm &) = delete;
 
   /// Publishes the hold time. The scoped-zone timeout is not recomputed: it keeps the value of the
   /// last change of its own configuration.

@@ -5,9 +5,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::ConfigSm");
-}
+static Tracelet::Module trace("Pim::Bsr::ConfigSm");
 
 Status &FilterAcl::status() const { return *configSm_.status(); }
 const std::string &FilterAcl::vrfName() const { return configSm_.vrfName(); }

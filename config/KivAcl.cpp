@@ -4,9 +4,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::ConfigSm");
-}
+static Tracelet::Module trace("Pim::Bsr::ConfigSm");
 
 void ConfigSm::KivAcl::handleCfg() {
   VRF_TRACE_ENTRY(trace);

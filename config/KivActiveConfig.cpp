@@ -4,9 +4,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::ConfigSm");
-}
+static Tracelet::Module trace("Pim::Bsr::ConfigSm");
 
 KivActiveConfig::KivActiveConfig(ConfigSm &configSm, const Pax::IntfId &intfId,
                                  const Kiv::Ptr<const IntfConfig> &config)

@@ -5,9 +5,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::ConfigSm");
-}
+static Tracelet::Module trace("Pim::Bsr::ConfigSm");
 
 KivBsrCandidateConfig::KivBsrCandidateConfig(ConfigSm &configSm, const Pax::IntfId &intfId,
                                              const Kiv::Ptr<const BsrCandidateConfig> &config)

@@ -5,9 +5,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::ConfigSm");
-}
+static Tracelet::Module trace("Pim::Bsr::ConfigSm");
 
 void KivBsrCandidateConfig::KivEntry::handleInitialize() {
   VRF_TRACE_ENTRY(trace);

@@ -8,9 +8,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::ConfigSm");
-}
+static Tracelet::Module trace("Pim::Bsr::ConfigSm");
 
 const std::string &KivBsrConfigAclSm::vrfName() const { return owner_.vrfName(); }
 

@@ -4,9 +4,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::ConfigSm");
-}
+static Tracelet::Module trace("Pim::Bsr::ConfigSm");
 
 // The reactor on the priority of a range or of an ACL, its key.
 template <class Options, class Key, void (KivRpCandidateConfig::*handle)(const Key &key)>

@@ -4,9 +4,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::ConfigSm");
-}
+static Tracelet::Module trace("Pim::Bsr::ConfigSm");
 
 bool RpCandidateElement::isTaken(const Pax::IpGenAddr &address) const {
   const Kiv::Ptr<RpCandidate> present = status().crp(address);

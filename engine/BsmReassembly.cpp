@@ -9,9 +9,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::Sm");
-}
+static Tracelet::Module trace("Pim::Bsr::Sm");
 
 BsmReassembly::BsmReassembly(const PimBsrSm &sm) : sm_(sm), fragmentTimer_(sm.timerWheel(), *this) {}
 

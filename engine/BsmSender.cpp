@@ -8,9 +8,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::Sm");
-}
+static Tracelet::Module trace("Pim::Bsr::Sm");
 
 BsmSender::BsmSender(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<const Pim::Status> &pimStatus,
                      const Kiv::Ptr<PimBsmStatus> &bsmStatus)

@@ -4,7 +4,6 @@
 #include "engine/BsmReassembly.h"
 #include "engine/BsmSender.h"
 #include "engine/KivCandidate.h"
-#include "engine/PimBsrSm.h"
 #include "engine/RandOverride.h"
 #include "engine/RpSetStore.h"
 #include "model/VrfTrace.h"
@@ -12,9 +11,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::CandidateSm");
-}
+static Tracelet::Module trace("Pim::Bsr::CandidateSm");
 
 #define TRACE_STATE() VRF_TRACE(trace, 4, __PRETTY_FUNCTION__ << ", state=" << state_ << ", zone=" << zone_)
 

@@ -42,8 +42,6 @@ class BsrCandidateSm {
   BsrCandidateSm(PimBsrSm &bsrSm, const Pax::IpGenPrefix &zone, const Kiv::Ptr<Status> &bsrStatus,
                  const Kiv::Ptr<Orb::TimerWheel> &timerWheel, Orb::Random &random);
   ~BsrCandidateSm();
-  BsrCandidateSm(const BsrCandidateSm &) = delete;
-  BsrCandidateSm &operator=(const BsrCandidateSm &) = delete;
 
   const Kiv::Ptr<BsrCandidate> &candidate() const { return candidate_; }
   const LastBsm &lastBsm() const { return lastBsm_; }

@@ -4,16 +4,13 @@
 
 #include "engine/BsmReassembly.h"
 #include "engine/BsmSender.h"
-#include "engine/PimBsrSm.h"
 #include "engine/RpSetStore.h"
 #include "model/InternalStatus.h"
 #include "model/VrfTrace.h"
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::NonCandidateSm");
-}
+static Tracelet::Module trace("Pim::Bsr::NonCandidateSm");
 
 #define TRACE_STATE() VRF_TRACE(trace, 4, __PRETTY_FUNCTION__ << ", state=" << state_ << ", Zone=" << zone_)
 

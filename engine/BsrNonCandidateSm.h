@@ -25,8 +25,6 @@ class BsrNonCandidateSm {
  public:
   BsrNonCandidateSm(PimBsrSm &bsrSm, const Pax::IpGenPrefix &zone, const Kiv::Ptr<Status> &bsrStatus,
                     const Kiv::Ptr<Orb::TimerWheel> &bsTimerWheel, const Kiv::Ptr<Orb::TimerWheel> &szTimerWheel);
-  BsrNonCandidateSm(const BsrNonCandidateSm &) = delete;
-  BsrNonCandidateSm &operator=(const BsrNonCandidateSm &) = delete;
 
   BsrNonCandidateState state() const { return state_; }
   const LastBsm &lastBsm() const { return lastBsm_; }

@@ -5,9 +5,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::Sm");
-}
+static Tracelet::Module trace("Pim::Bsr::Sm");
 
 // Follows one candidate RP: each priority that is configured for a prefix has an advertiser.
 class CandidateRps::KivCrp : public Kiv::ReactorOf<RpCandidate, CandidateRps> {

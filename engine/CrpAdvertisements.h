@@ -15,8 +15,6 @@ class CrpAdvertisements {
 
   CrpAdvertisements(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<const TrieGen> &bsrTrie,
                     const Kiv::Ptr<Orb::TimerWheel> &timerWheel, const Kiv::Ptr<PimCrpMsgStatus> &crpMsgStatus);
-  CrpAdvertisements(const CrpAdvertisements &) = delete;
-  CrpAdvertisements &operator=(const CrpAdvertisements &) = delete;
 
   /// Tells the zone's BSR, if there is one, of the ranges. Whether a message was made.
   bool advertise(const CrpOptions &options, const Pax::IpGenPrefix &zone, const Prefixes &prefixes,

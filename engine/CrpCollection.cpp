@@ -4,9 +4,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::CandidateSm");
-}
+static Tracelet::Module trace("Pim::Bsr::CandidateSm");
 
 void CrpCollection::add(const Packet::CrpGroup &group, const Pax::IpGenAddr &rpAddress, RpPriority priority,
                         CrpHoldTime holdTime) {

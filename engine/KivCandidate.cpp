@@ -7,9 +7,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::CandidateSm");
-}
+static Tracelet::Module trace("Pim::Bsr::CandidateSm");
 
 // An elected candidate with complete values stays elected and publishes what has changed; any other starts anew.
 bool BsrCandidateSm::KivCandidate::staysElected() const { return notifier()->elected() && notifier()->isComplete(); }

@@ -16,9 +16,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::Sm");
-}
+static Tracelet::Module trace("Pim::Bsr::Sm");
 
 PimBsrSm::PimBsrSm(const Kiv::Ptr<Bsr::Status> &bsrStatus, const Kiv::Ptr<const Pim::Status> &pimStatus,
                    const Kiv::Ptr<PimBsmStatus> &bsmStatus, const Kiv::Ptr<PimCrpMsgStatus> &crpMsgStatus,

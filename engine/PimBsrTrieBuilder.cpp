@@ -4,9 +4,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::TrieBuilder");
-}
+static Tracelet::Module trace("Pim::Bsr::TrieBuilder");
 
 PimBsrTrieBuilderSm::PimBsrTrieBuilderSm(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<TrieGen> &trie)
     : bsrStatus_(bsrStatus), trie_(trie) {

@@ -15,8 +15,6 @@ class PimBsrTrieBuilderSm {
  public:
   /// Stores every zone that has a BSR already.
   PimBsrTrieBuilderSm(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<TrieGen> &trie);
-  PimBsrTrieBuilderSm(const PimBsrTrieBuilderSm &) = delete;
-  PimBsrTrieBuilderSm &operator=(const PimBsrTrieBuilderSm &) = delete;
 
   /// Insertions and removals so far; changes of a BSR's address do not count.
   uint32_t trieUpdates() const { return trieUpdates_; }

@@ -7,9 +7,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::Sm");
-}
+static Tracelet::Module trace("Pim::Bsr::Sm");
 
 // Creates the reactor of everything that the status holds already, as if it were new.
 void PimBsrSm::followStatus() {

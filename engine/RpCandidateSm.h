@@ -22,8 +22,6 @@ class RpCandidateSm {
   RpCandidateSm(const CrpOptions &crpOptions, const Kiv::Ptr<const Status> &bsrStatus,
                 const Kiv::Ptr<const TrieGen> &bsrTrie, const Kiv::Ptr<Orb::TimerWheel> &timerWheel,
                 CrpAdvertisements &advertisements, const Kiv::Ptr<const RpCandidate> &crp, Orb::Random &random);
-  RpCandidateSm(const RpCandidateSm &) = delete;
-  RpCandidateSm &operator=(const RpCandidateSm &) = delete;
 
   /// By zone, what its BSR is told.
   const Kiv::Table<Pax::IpGenPrefix, Kiv::Ptr<RpCandidatePrefixSet>> &crpAdvSet() const { return crpAdvSet_; }

@@ -6,9 +6,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::Sm");
-}
+static Tracelet::Module trace("Pim::Bsr::Sm");
 
 PimBsrSm::KivPimIntf::KivPimIntf(PimBsrSm &sm, const Pax::IntfId &intfId, const Kiv::Ptr<const PimIntf> &pimIntf)
     : ReactorOf(sm, pimIntf), intfId_(intfId), isDr_(pimIntf->isDr()) {}

@@ -6,9 +6,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::IO");
-}
+static Tracelet::Module trace("Pim::Bsr::IO");
 
 BootstrapMessageSm::BootstrapMessageSm(const Kiv::Ptr<IO::PamManager> &pimPamManager, const Kiv::Ptr<Status> &bsrStatus,
                                        const Kiv::Ptr<PimBsmStatus> &bsmStatus,

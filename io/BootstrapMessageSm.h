@@ -31,8 +31,6 @@ class BootstrapMessageSm {
                      const Kiv::Ptr<PimBsmStatus> &bsmStatus, const Kiv::Ptr<IO::MessageInfo> &bsmInfo,
                      const Kiv::Ptr<PimRpfTable> &rpfTable, const Orb::Clock &clock);
   ~BootstrapMessageSm();
-  BootstrapMessageSm(const BootstrapMessageSm &) = delete;
-  BootstrapMessageSm &operator=(const BootstrapMessageSm &) = delete;
 
   /// The last accepted message of a zone, or null. It stays until the next one, or the end of this machine.
   Kiv::Ptr<Packet::BootstrapMessage> lastBsm(const Pax::IpGenPrefix &zone) const;

@@ -8,9 +8,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::IO");
-}
+static Tracelet::Module trace("Pim::Bsr::IO");
 
 CrpMessageSm::CrpMessageSm(const Kiv::Ptr<IO::PamManager> &pimPamManager, const Kiv::Ptr<Status> &bsrStatus,
                            const Kiv::Ptr<PimCrpMsgStatus> &crpMsgStatus, const Kiv::Ptr<IO::MessageInfo> &crpMsgInfo,

@@ -32,8 +32,6 @@ class CrpMessageSm {
                const Kiv::Ptr<PimCrpMsgStatus> &crpMsgStatus, const Kiv::Ptr<IO::MessageInfo> &crpMsgInfo,
                const Kiv::Ptr<RouteLookup> &ucastRouteStatus);
   ~CrpMessageSm();
-  CrpMessageSm(const CrpMessageSm &) = delete;
-  CrpMessageSm &operator=(const CrpMessageSm &) = delete;
 
  private:
   class KivBsrStatus : public Kiv::ReactorOf<Status, CrpMessageSm> {

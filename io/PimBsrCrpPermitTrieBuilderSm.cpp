@@ -5,9 +5,7 @@
 
 namespace Routing::Pim::Bsr {
 
-namespace {
-Tracelet::Module trace("Pim::Bsr::IO");
-}
+static Tracelet::Module trace("Pim::Bsr::IO");
 
 PimBsrCrpPermitTrieBuilderSm::PimBsrCrpPermitTrieBuilderSm(const Kiv::Ptr<const Status> &bsrStatus,
                                                            const Kiv::Ptr<TrieGen> &trie)

@@ -18,8 +18,6 @@ class PimBsrCrpPermitTrieBuilderSm {
   /// Stores every permitted prefix.
   PimBsrCrpPermitTrieBuilderSm(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<TrieGen> &trie);
   ~PimBsrCrpPermitTrieBuilderSm();
-  PimBsrCrpPermitTrieBuilderSm(const PimBsrCrpPermitTrieBuilderSm &) = delete;
-  PimBsrCrpPermitTrieBuilderSm &operator=(const PimBsrCrpPermitTrieBuilderSm &) = delete;
 
   /// Changes made so far; a prefix that was there at construction counts twice.
   uint32_t trieUpdates() const { return trieUpdates_; }
