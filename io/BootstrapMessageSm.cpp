@@ -1,7 +1,6 @@
 #include "io/BootstrapMessageSm.h"
 
 #include "model/VrfTrace.h"
-#include "platform/pim/PimRpfTable.h"
 #include "platform/tracelet/Require.h"
 
 namespace Routing::Pim::Bsr {
@@ -96,8 +95,8 @@ bool BootstrapMessageSm::noForwardPasses(const Pax::IpGenPrefix &zone) {
   const bool known = lastBsm_.contains(zone);
   if (!known && sinceStartup <= bsPeriod(zone)) return true;
   VRF_TRACE(trace, 1,
-            "RX - Error - Dropping BSM. We expect no-forward BSM only if quick refresh. "
-                << "lastBsm=" << (known ? "NULL" : "Set") << ", TimeSince startup=" << sinceStartup
+            "RX - Error - Dropping BSM. We expect no-forward BSM only if quick refresh. lastBsm="
+                << (known ? "NULL" : "Set") << ", TimeSince startup=" << sinceStartup
                 << ", bsPeriod=" << bsPeriod(zone));
   countDrop(&PimBsrErrorCounters::noFwdBsmError);
   return false;
@@ -128,8 +127,8 @@ bool BootstrapMessageSm::borderPasses(const Pax::IpGenPrefix &zone) {
   const Pax::IntfId &intfId = bsmInfo_->rx()->intfId();
   if (!isBorder(*bsrStatus_, zone, intfId)) return true;
   VRF_TRACE(trace, 1,
-            "RX: Error - Dropping BSM since the interface " << intfId << " the message "
-                                                            << "arrived on is a BSR border for group" << zone);
+            "RX: Error - Dropping BSM since the interface "
+                << intfId << " the message arrived on is a BSR border for group" << zone);
   countDrop(&PimBsrErrorCounters::deniedError);
   return false;
 }

@@ -14,12 +14,9 @@
 #include "platform/kiv/ReactorOf.h"
 #include "platform/orb/Clock.h"
 #include "platform/pim/MessageInfo.h"
+#include "platform/pim/PimRpfTable.h"
 
-namespace Routing::Pim {
-
-class PimRpfTable;
-
-namespace Bsr {
+namespace Routing::Pim::Bsr {
 
 /// Owned by the VRF's container, which makes it after the engine. It writes the receive half of
 /// PimBsmStatus, the channel's transmit half, and counters; its end writes nothing. It never changes a
@@ -93,5 +90,4 @@ class BootstrapMessageSm {
   KivBsmStatus kivBsmStatus_;
 };
 
-}  // namespace Bsr
-}  // namespace Routing::Pim
+}  // namespace Routing::Pim::Bsr

@@ -1,9 +1,6 @@
 #include "io/CrpMessageSm.h"
 
-#include "io/PimBsrCrpPermitTrieBuilderSm.h"
 #include "model/VrfTrace.h"
-#include "platform/routing/RouteLookup.h"
-#include "platform/routing/TrieGen.h"
 #include "platform/tracelet/Require.h"
 
 namespace Routing::Pim::Bsr {
@@ -23,8 +20,6 @@ CrpMessageSm::CrpMessageSm(const Kiv::Ptr<IO::PamManager> &pimPamManager, const 
   REQUIRE_AS(pimPamManager, "pimPamManager()");
   handleInitialize();
 }
-
-CrpMessageSm::~CrpMessageSm() = default;
 
 void CrpMessageSm::handleInitialize() {
   REQUIRE_AS(bsrStatus_, "bsrStatus()");

@@ -8,19 +8,12 @@
 
 #include <memory>
 
+#include "io/PimBsrCrpPermitTrieBuilderSm.h"
 #include "model/InternalStatus.h"
-#include "model/Status.h"
-#include "platform/kiv/ReactorOf.h"
 #include "platform/pim/MessageInfo.h"
+#include "platform/routing/RouteLookup.h"
 
-namespace Routing {
-
-class RouteLookup;
-class TrieGen;
-
-namespace Pim::Bsr {
-
-class PimBsrCrpPermitTrieBuilderSm;
+namespace Routing::Pim::Bsr {
 
 /// Owned by the VRF's container, which makes it after the engine. It writes the receive half of
 /// PimCrpMsgStatus and its `sentCount`, the channel's transmit half, and counters; its end writes nothing.
@@ -31,7 +24,6 @@ class CrpMessageSm {
   CrpMessageSm(const Kiv::Ptr<IO::PamManager> &pimPamManager, const Kiv::Ptr<Status> &bsrStatus,
                const Kiv::Ptr<PimCrpMsgStatus> &crpMsgStatus, const Kiv::Ptr<IO::MessageInfo> &crpMsgInfo,
                const Kiv::Ptr<RouteLookup> &ucastRouteStatus);
-  ~CrpMessageSm();
 
  private:
   class KivBsrStatus : public Kiv::ReactorOf<Status, CrpMessageSm> {
@@ -81,5 +73,4 @@ class CrpMessageSm {
   KivCrpMsgStatus kivCrpMsgStatus_;
 };
 
-}  // namespace Pim::Bsr
-}  // namespace Routing
+}  // namespace Routing::Pim::Bsr

@@ -1,7 +1,6 @@
 #include "io/PimBsrCrpPermitTrieBuilderSm.h"
 
 #include "model/VrfTrace.h"
-#include "platform/routing/TrieGen.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -12,8 +11,6 @@ PimBsrCrpPermitTrieBuilderSm::PimBsrCrpPermitTrieBuilderSm(const Kiv::Ptr<const 
     : bsrStatus_(bsrStatus), trie_(trie), kivBsrStatus_(*this, bsrStatus) {
   handleCrpPermit();
 }
-
-PimBsrCrpPermitTrieBuilderSm::~PimBsrCrpPermitTrieBuilderSm() = default;
 
 void PimBsrCrpPermitTrieBuilderSm::handleCrpPermit() {
   VRF_TRACE_ENTRY(trace);

@@ -4,12 +4,9 @@
 
 #include "model/Status.h"
 #include "platform/kiv/ReactorOf.h"
+#include "platform/routing/TrieGen.h"
 
-namespace Routing {
-
-class TrieGen;
-
-namespace Pim::Bsr {
+namespace Routing::Pim::Bsr {
 
 /// Owned by CrpMessageSm, which owns the trie too. It writes nothing but the trie. Which sources are
 /// permitted, and that all are where no filter is configured, is settled in the configuration.
@@ -17,7 +14,6 @@ class PimBsrCrpPermitTrieBuilderSm {
  public:
   /// Stores every permitted prefix.
   PimBsrCrpPermitTrieBuilderSm(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<TrieGen> &trie);
-  ~PimBsrCrpPermitTrieBuilderSm();
 
   /// Changes made so far; a prefix that was there at construction counts twice.
   uint32_t trieUpdates() const { return trieUpdates_; }
@@ -41,5 +37,4 @@ class PimBsrCrpPermitTrieBuilderSm {
   KivBsrStatus kivBsrStatus_;
 };
 
-}  // namespace Pim::Bsr
-}  // namespace Routing
+}  // namespace Routing::Pim::Bsr
