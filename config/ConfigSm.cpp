@@ -96,11 +96,11 @@ ConfigSm::~ConfigSm() = default;
 void ConfigSm::handleInitialized() {
   VRF_TRACE_ENTRY(trace);
   REQUIRE(config());
-  REQUIRE(vrfIntfConfig());
+  REQUIRE_AS(vrfIntfConfig_, "vrfIntfConfig()");
   REQUIRE(status());
   REQUIRE_AS(clearConfig_, "clearConfig()");
   REQUIRE(sourceIntfSm());
-  REQUIRE(ipAclConfig());
+  REQUIRE_AS(ipAclConfig_, "ipAclConfig()");
   REQUIRE_AS(status_->af() != Pax::AddressFamily::unknown, "0 && \"Unknown Address Family not supported\"");
   globalOrNonScopedZone_ = Pax::allGroups(status_->af());
   zeroPfx_ = Pax::allAddresses(status_->af());

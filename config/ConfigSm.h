@@ -51,10 +51,8 @@ class ConfigSm {
 
   const std::string &vrfName() const { return status_->name(); }
   const Kiv::Ptr<const Config> &config() const { return config_; }
-  const Kiv::Ptr<const VrfIntfConfig> &vrfIntfConfig() const { return vrfIntfConfig_; }
   const Kiv::Ptr<Status> &status() const { return status_; }
   Ip::SourceIntfSm *sourceIntfSm() const { return sourceIntfSm_; }
-  const Kiv::Ptr<const Acl::Input::Config> &ipAclConfig() const { return ipAclConfig_; }
   /// The prefix of all addresses.
   const Pax::IpGenPrefix &zeroPfx() const { return zeroPfx_; }
   /// What is configured in the VRF, and what its ACLs permit, for offersOf().

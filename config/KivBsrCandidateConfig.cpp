@@ -25,10 +25,7 @@ void KivBsrCandidateConfig::handleInitialized() {
   if (initialized_) return;
   VRF_TRACE(trace, 4, "New BSR candidate configured for interface " << intfId_);
   if (address_.isZero()) {
-    VRF_TRACE(trace, 4,
-              "Deferred initialization since IP address "
-              "for interface "
-                  << intfId_ << " is not set");
+    VRF_TRACE(trace, 4, "Deferred initialization since IP address for interface " << intfId_ << " is not set");
     return;
   }
   initialized_ = true;

@@ -16,9 +16,7 @@ void KivBsrCandidateConfig::KivEntry::handleInitialize() {
   }
   if (candidate_.address_.isZero()) {
     VRF_TRACE(trace, 4,
-              "Deferred initialization since IP address "
-              "for interface "
-                  << candidate_.intfId_ << " is not set");
+              "Deferred initialization since IP address for interface " << candidate_.intfId_ << " is not set");
     return;
   }
   initialized_ = true;

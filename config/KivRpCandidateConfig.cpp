@@ -45,10 +45,7 @@ void KivRpCandidateConfig::handleInitialized() {
   VRF_TRACE(trace, 4, "New RP candidate configured for interface " << intfId_);
   const Pax::IpGenAddr &address = kivIntf_.notifier()->ipAddr();
   if (address.isZero()) {
-    VRF_TRACE(trace, 4,
-              "Deferred C-RP initialization since IP address "
-              "for interface "
-                  << intfId_ << " is not set");
+    VRF_TRACE(trace, 4, "Deferred C-RP initialization since IP address for interface " << intfId_ << " is not set");
   } else if (element_.isTaken(address)) {
     VRF_TRACE(trace, 4, "Deferred C-RP initialization since another interface serves " << address);
   } else {
@@ -173,9 +170,7 @@ void KivRpCandidateConfig::doGroupOptionsAdd(const Pax::IpGenPrefix &prefix) {
 }
 
 void KivRpCandidateConfig::doGroupOptionsRemove(const Pax::IpGenPrefix &prefix) {
-  element_.prioritySourceDel(prefix,
-                             " because this prefix "
-                             "appears in ACL rules.");
+  element_.prioritySourceDel(prefix, " because this prefix appears in ACL rules.");
   element_.deleteIfIdle();
 }
 
@@ -225,9 +220,7 @@ void KivRpCandidateConfig::doAclPrefixActivate(const std::string &acl, const Pax
 void KivRpCandidateConfig::doAclPrefixDeactivate(const std::string &acl, const Pax::IpGenPrefix &prefix) {
   VRF_TRACE_ENTRY_WITH(trace, " ( " << acl << ", " << prefix << " )");
   element_.sourceDel(prefix);
-  element_.prioritySourceDel(prefix,
-                             " because this prefix appears in other ACL "
-                             "rules or in group range.");
+  element_.prioritySourceDel(prefix, " because this prefix appears in other ACL rules or in group range.");
 }
 
 void KivRpCandidateConfig::handleAclOptions(const std::string &acl) {
@@ -251,9 +244,7 @@ void KivRpCandidateConfig::doAclOptionsAdd(const std::string &acl) {
 // stays a user, so that rule changes are followed.
 void KivRpCandidateConfig::doAclOptionsRemove(const std::string &acl) {
   for (const Pax::IpGenPrefix &prefix : configSm_.groupsOf(acl)) {
-    element_.prioritySourceDel(prefix,
-                               " because this prefix appears in other ACL "
-                               "rules or in group range.");
+    element_.prioritySourceDel(prefix, " because this prefix appears in other ACL rules or in group range.");
   }
   element_.deleteIfIdle();
   doAclDetach(acl);

@@ -13,13 +13,9 @@ namespace Routing::Pim::Bsr {
 /// in status exactly while it is above zero; the callers write that.
 class PrefixRefCount {
  public:
-  struct Added {
-    bool isFirst;    ///< there was no counter
-    uint32_t count;  ///< from now on
-  };
-  struct Removed {
-    bool isLast;  ///< there is no counter any more
-    uint32_t count;
+  struct Change {
+    bool cameOrWent;  ///< there was no counter when a source was added, or is none any more after one was removed
+    uint32_t count;   ///< from now on
   };
 
   const Kiv::Table<Pax::IpGenPrefix, uint32_t> &counter() const { return counter_; }
@@ -29,12 +25,12 @@ class PrefixRefCount {
     return count ? *count : 0;
   }
   /// Counts one more source; with 0 only creates the counter if it is missing.
-  Added add(const Pax::IpGenPrefix &prefix, uint32_t by = 1) {
+  Change add(const Pax::IpGenPrefix &prefix, uint32_t by = 1) {
     if (uint32_t *count = counter_.find(prefix)) return {false, *count += by};
     return {true, counter_.insert(prefix, by)};
   }
   /// Counts one source less, and deletes the counter at 0. Harmless without a counter.
-  Removed remove(const Pax::IpGenPrefix &prefix) {
+  Change remove(const Pax::IpGenPrefix &prefix) {
     uint32_t *count = counter_.find(prefix);
     if (count && *count > 1) return {false, --*count};
     counter_.erase(prefix);
@@ -64,11 +60,11 @@ class PrefixRefCounts {
     const RefCount *refCount = find(intfId);
     return refCount ? refCount->counter(prefix) : 0;
   }
-  PrefixRefCount::Added add(const Pax::IntfId &intfId, const Pax::IpGenPrefix &prefix, uint32_t by = 1) {
+  PrefixRefCount::Change add(const Pax::IntfId &intfId, const Pax::IpGenPrefix &prefix, uint32_t by = 1) {
     const auto [entry, isFirst] = refCount_.try_emplace(intfId);
     return {isFirst, entry->second.add(prefix, by).count};
   }
-  PrefixRefCount::Removed remove(const Pax::IntfId &intfId, const Pax::IpGenPrefix &prefix) {
+  PrefixRefCount::Change remove(const Pax::IntfId &intfId, const Pax::IpGenPrefix &prefix) {
     const auto found = refCount_.find(intfId);
     if (found == refCount_.end()) return {false, 0};
     const uint32_t count = found->second.remove(prefix).count;
