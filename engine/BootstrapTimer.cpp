@@ -30,9 +30,7 @@ void BootstrapTimer::pull() {
   const double remaining = time() - timerWheel_.now();
   if (remaining > bsMinInterval) {
     arm(Reason::change, timerWheel_.now() + bsMinInterval);
-    VRF_TRACE(trace, 5,
-              "Setting bootstrap timer to expire in BS_MIN_INTERVAL for "
-                  << "zone " << zone_);
+    VRF_TRACE(trace, 5, "Setting bootstrap timer to expire in BS_MIN_INTERVAL for zone " << zone_);
   } else {
     VRF_TRACE(trace, 5, "Bootstrap timer expires in " << remaining << " seconds");
   }
@@ -58,8 +56,7 @@ void BootstrapTimer::timeoutIs(uint32_t holdTime, uint32_t bsPeriod, const char 
   }
   VRF_TRACE(trace, 1,
             lead << holdTime << " secs, which is less than this C-BSR BSM interval of " << bsPeriod
-                 << " secs. Overriding this with value ( 2 * BS_Period ) + 10 as recommended by "
-                    "RFC 5059.");
+                 << " secs. Overriding this with value ( 2 * BS_Period ) + 10 as recommended by RFC 5059.");
   timeout_ = 2 * bsPeriod + 10;
 }
 

@@ -2,7 +2,6 @@
 
 #include <cmath>
 
-#include "engine/LastBsm.h"
 #include "engine/PimBsrSm.h"
 #include "model/VrfTrace.h"
 #include "platform/tracelet/Require.h"
@@ -65,15 +64,15 @@ void BsmReassembly::bsmRxFragmentsDelAll() {
   for (const uint16_t tag : bsmRxFragments_.keys()) bsmRxFragmentsDel(tag);
 }
 
-void BsmReassembly::doKeepBsm(LastBsm &lastBsm, Kiv::Ptr<PimBsrRxFragments> &lastBsmFragments,
-                              const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+void BsmReassembly::doKeepBsm(LastBsm &lastBsm, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+  Kiv::Ptr<PimBsrRxFragments> &fragments = lastBsm.lastBsmFragments;
   lastBsm.bsmIs(bsm, sm_.now());
-  if (lastBsmFragments && lastBsmFragments->fragTag() != bsm->fragmentTag()) {
-    const uint16_t tag = lastBsmFragments->fragTag();
+  if (fragments && fragments->fragTag() != bsm->fragmentTag()) {
+    const uint16_t tag = fragments->fragTag();
     bsmRxFragmentsDel(tag);
     VRF_TRACE(trace, 4, "Removing saved fragments related to tag " << tag);
   }
-  lastBsmFragments = bsmRxFragments(bsm->fragmentTag());
+  fragments = bsmRxFragments(bsm->fragmentTag());
 }
 
 void BsmReassembly::handleBsmRxFragments(uint16_t tag) {

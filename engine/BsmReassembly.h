@@ -7,17 +7,11 @@
 /// anything is open. Both are attributes of the engine. Nothing is written to any status.
 #pragma once
 
-#include "engine/RxFragments.h"
+#include "engine/LastBsm.h"
 #include "platform/orb/TimerFor.h"
-
-namespace Routing::Pim::Packet {
-class BootstrapGroupData;
-class BootstrapMessage;
-}  // namespace Routing::Pim::Packet
 
 namespace Routing::Pim::Bsr {
 
-class LastBsm;
 class PimBsrSm;
 
 /// Owned by the engine.
@@ -30,8 +24,7 @@ class BsmReassembly {
   /// Ends the collection of a group that has been stored.
   void collectedGroupDone(uint16_t tag, const Pax::IpGenPrefix &prefix);
   /// Remembers an accepted message and what is still incomplete of it; collections of an earlier tag end.
-  void doKeepBsm(LastBsm &lastBsm, Kiv::Ptr<PimBsrRxFragments> &lastBsmFragments,
-                 const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
+  void doKeepBsm(LastBsm &lastBsm, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
 
   /// The open collections of a fragment tag, or null.
   Kiv::Ptr<PimBsrRxFragments> bsmRxFragments(uint16_t tag) const;

@@ -14,7 +14,6 @@
 #include "engine/LastBsm.h"
 #include "engine/PimBsrSm.h"
 #include "engine/Resumption.h"
-#include "engine/RxFragments.h"
 #include "model/InternalStatus.h"
 #include "platform/kiv/ReactorOf.h"
 #include "platform/orb/Random.h"
@@ -23,9 +22,6 @@
 #include "platform/orb/TokenBucket.h"
 
 namespace Routing::Pim::Bsr {
-
-class PimBsrRxFragments;
-class PimBsrSm;
 
 /// Owned by the engine, one per zone with a candidate. Inert until every attribute of the candidate
 /// is set; an attribute that becomes unset makes it inert again. Times in seconds.
@@ -45,13 +41,8 @@ class BsrCandidateSm {
 
   const Kiv::Ptr<BsrCandidate> &candidate() const { return candidate_; }
   const LastBsm &lastBsm() const { return lastBsm_; }
-  /// The groups of the last messages that are still incomplete; null when there are none.
-  const Kiv::Ptr<PimBsrRxFragments> &lastBsmFragments() const { return lastBsmFragments_; }
   /// Takes over what the zone's machine of the other kind had kept.
-  void lastBsmIs(const LastBsm &lastBsm, const Kiv::Ptr<PimBsrRxFragments> &lastBsmFragments) {
-    lastBsm_ = lastBsm;
-    lastBsmFragments_ = lastBsmFragments;
-  }
+  void lastBsmIs(const LastBsm &lastBsm) { lastBsm_ = lastBsm; }
 
   /// Takes an accepted message of the zone.
   void bsmIs(const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
@@ -118,7 +109,6 @@ class BsrCandidateSm {
   StoredBsr storedBsr_;
   Kiv::Ptr<Packet::BootstrapMessage> bsm_;
   LastBsm lastBsm_;
-  Kiv::Ptr<PimBsrRxFragments> lastBsmFragments_;
   Resumption resumption_{bsMinInterval};
   Orb::TokenBucket answers_{answerBurst, answerInterval};
   KivBsTimer kivBsTimer_;

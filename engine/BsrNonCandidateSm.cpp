@@ -15,12 +15,8 @@ static Tracelet::Module trace("Pim::Bsr::NonCandidateSm");
 #define TRACE_STATE() VRF_TRACE(trace, 4, __PRETTY_FUNCTION__ << ", state=" << state_ << ", Zone=" << zone_)
 
 std::ostream &operator<<(std::ostream &out, BsrNonCandidateState state) {
-  switch (state) {
-    case BsrNonCandidateState::noInfo: return out << "noInfo";
-    case BsrNonCandidateState::acceptAny: return out << "acceptAny";
-    case BsrNonCandidateState::acceptPreferred: break;
-  }
-  return out << "acceptPreferred";
+  static constexpr const char *names[] = {"noInfo", "acceptAny", "acceptPreferred"};
+  return out << names[static_cast<size_t>(state)];
 }
 
 BsrNonCandidateSm::BsrNonCandidateSm(PimBsrSm &bsrSm, const Pax::IpGenPrefix &zone, const Kiv::Ptr<Status> &bsrStatus,
@@ -73,7 +69,7 @@ void BsrNonCandidateSm::handleBsm() {
   }
   bsrSm_.sender().doForwardBsm(zone_, bsm);
   bsrSm_.storeRpSet(zone_, bsm, false);
-  bsrSm_.reassembly().doKeepBsm(lastBsm_, lastBsmFragments_, bsm);
+  bsrSm_.reassembly().doKeepBsm(lastBsm_, bsm);
   doArmBsTimer();
 }
 
@@ -107,8 +103,7 @@ void BsrNonCandidateSm::handlePreferredBsm(const Packet::BootstrapMessage &bsm) 
   const auto bsr = bsrStatus_->bootstrapRouterIs(zone_);
   if (bsr->ipAddr() != bsm.bsrAddress()) {
     VRF_TRACE(trace, 4,
-              "Clearing RP Set for zone " << zone_ << " since we have a new BSR"
-                                          << ". Old BSR was " << bsr->ipAddr());
+              "Clearing RP Set for zone " << zone_ << " since we have a new BSR. Old BSR was " << bsr->ipAddr());
     bsrSm_.rpSets().clearRpSet(zone_);
     bsr->setupTimeIs(bsrSm_.now());
   }
@@ -164,33 +159,28 @@ void BsrNonCandidateSm::handleSzTimerExpiry() {
 
 void BsrNonCandidateSm::handleBsTimeout() {
   VRF_TRACE_ENTRY(trace);
-  const double now = bsrSm_.now();
-  const uint32_t timeout = bsrStatus_->bsTimeout();
-  if (!bsTimer_.armed()) {
-    VRF_TRACE(trace, 5, "BS timer not set. Nothing to be done. ");
-    return;
-  }
-  if (bsTimer_.timeMin() <= now + timeout) return;
-  VRF_TRACE(trace, 5,
-            "BS timer expiry was in " << bsTimer_.timeMin() - now << " seconds from now. Resetting BS timer expiry to "
-                                      << timeout << " seconds from now.");
-  bsTimer_.timeMinIs(now + timeout);
-  if (const auto bsr = bsrStatus_->bootstrapRouter(zone_)) bsr->expiryTimeIs(now + timeout);
+  const double before = bsTimer_.timeMin();
+  doShorten(bsTimer_, bsrStatus_->bsTimeout(), "BS", "Resetting");
+  if (bsTimer_.timeMin() == before) return;
+  if (const auto bsr = bsrStatus_->bootstrapRouter(zone_)) bsr->expiryTimeIs(bsTimer_.timeMin());
 }
 
 void BsrNonCandidateSm::handleSzTimeout() {
   VRF_TRACE_ENTRY(trace);
+  doShorten(szTimer_, bsrStatus_->szTimeout(), "SZ", "Restting");
+}
+
+void BsrNonCandidateSm::doShorten(Orb::Timer &timer, uint32_t timeout, const char *name, const char *resetting) {
   const double now = bsrSm_.now();
-  const uint32_t timeout = bsrStatus_->szTimeout();
-  if (!szTimer_.armed()) {
-    VRF_TRACE(trace, 5, "SZ timer not set. Nothing to be done. ");
+  if (!timer.armed()) {
+    VRF_TRACE(trace, 5, name << " timer not set. Nothing to be done. ");
     return;
   }
-  if (szTimer_.timeMin() <= now + timeout) return;
+  if (timer.timeMin() <= now + timeout) return;
   VRF_TRACE(trace, 5,
-            "SZ timer expiry was in " << szTimer_.timeMin() - now << " seconds from now. Restting SZ timer expiry to "
-                                      << timeout << " seconds from now.");
-  szTimer_.timeMinIs(now + timeout);
+            name << " timer expiry was in " << timer.timeMin() - now << " seconds from now. " << resetting << " "
+                 << name << " timer expiry to " << timeout << " seconds from now.");
+  timer.timeMinIs(now + timeout);
 }
 
 }  // namespace Routing::Pim::Bsr

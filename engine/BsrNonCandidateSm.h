@@ -5,16 +5,12 @@
 
 #include "engine/LastBsm.h"
 #include "engine/PimBsrSm.h"
-#include "engine/RxFragments.h"
 #include "model/Status.h"
 #include "platform/kiv/ReactorOf.h"
 #include "platform/orb/TimerFor.h"
 #include "platform/orb/TimerWheel.h"
 
 namespace Routing::Pim::Bsr {
-
-class PimBsrRxFragments;
-class PimBsrSm;
 
 enum class BsrNonCandidateState : uint8_t { noInfo = 0, acceptAny = 1, acceptPreferred = 2 };
 std::ostream &operator<<(std::ostream &out, BsrNonCandidateState state);
@@ -28,13 +24,8 @@ class BsrNonCandidateSm {
 
   BsrNonCandidateState state() const { return state_; }
   const LastBsm &lastBsm() const { return lastBsm_; }
-  /// The groups of the last messages that are still incomplete; null when there are none.
-  const Kiv::Ptr<PimBsrRxFragments> &lastBsmFragments() const { return lastBsmFragments_; }
   /// Takes over what the zone's machine of the other kind had kept.
-  void lastBsmIs(const LastBsm &lastBsm, const Kiv::Ptr<PimBsrRxFragments> &lastBsmFragments) {
-    lastBsm_ = lastBsm;
-    lastBsmFragments_ = lastBsmFragments;
-  }
+  void lastBsmIs(const LastBsm &lastBsm) { lastBsm_ = lastBsm; }
   /// Takes an accepted message of the zone.
   void bsmIs(const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
 
@@ -59,6 +50,8 @@ class BsrNonCandidateSm {
   void handlePreferredBsm(const Packet::BootstrapMessage &bsm);
   void handleBsTimeout();
   void handleSzTimeout();
+  /// Brings an armed timer forward where the new timeout ends sooner; `resetting` is the word that its trace has.
+  void doShorten(Orb::Timer &timer, uint32_t timeout, const char *name, const char *resetting);
   void writeBsr(ElectedBsrStatus &bsr, const Packet::BootstrapMessage &bsm);
   void doArmBsTimer();
 
@@ -69,7 +62,6 @@ class BsrNonCandidateSm {
   bool initialized_ = false;
   Kiv::Ptr<Packet::BootstrapMessage> bsm_;
   LastBsm lastBsm_;
-  Kiv::Ptr<PimBsrRxFragments> lastBsmFragments_;
   KivBsTimer bsTimer_;
   KivSzTimer szTimer_;
   KivBsrStatus kivBsrStatus_;

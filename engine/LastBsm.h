@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "engine/RxFragments.h"
 #include "platform/pim/Packet.h"
 
 namespace Routing::Pim::Bsr {
@@ -21,6 +22,9 @@ class LastBsm {
 
   /// Oldest first. A copy, since sending or storing a message may change what is kept.
   std::vector<Kiv::Ptr<Packet::BootstrapMessage>> all() const;
+
+  /// The groups of these messages that are still incomplete; null when there are none. clear() leaves them.
+  Kiv::Ptr<PimBsrRxFragments> lastBsmFragments;
 
  private:
   struct Kept {

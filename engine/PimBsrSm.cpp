@@ -167,16 +167,14 @@ void PimBsrSm::handleBsrCandidate(const Pax::IpGenPrefix &zone) {
 
 void PimBsrSm::doConfigureCandidate(const Pax::IpGenPrefix &zone) {
   LastBsm lastBsm;
-  Kiv::Ptr<PimBsrRxFragments> lastBsmFragments;
   if (const BsrNonCandidateSm *predecessor = nonCandidateSm(zone)) {
     lastBsm = predecessor->lastBsm();
-    lastBsmFragments = predecessor->lastBsmFragments();
     nonCandidateSmDel(zone);
     VRF_TRACE(trace, 4, "Deleted " << zone << " NonCandidate SM");
   }
   if (candidateSm(zone)) return;
   candidateSmIs(zone);
-  candidateSm(zone)->lastBsmIs(lastBsm, lastBsmFragments);
+  candidateSm(zone)->lastBsmIs(lastBsm);
   VRF_TRACE(trace, 4, "Instantiated Candidate SM for zone " << zone);
 }
 
@@ -191,12 +189,11 @@ void PimBsrSm::doUnconfigureCandidate(const Pax::IpGenPrefix &zone) {
     bsrStatus_->crpStatusDel(zone);
   }
   const LastBsm lastBsm = machine.lastBsm();
-  const Kiv::Ptr<PimBsrRxFragments> lastBsmFragments = machine.lastBsmFragments();
   candidateSmDel(zone);
   VRF_TRACE(trace, 4, "Deleted Candidate SM for zone " << zone);
   if (!bsrStatus_->bootstrapRouter(zone)) return;
   maybeInitNonCandidateSm();
-  nonCandidateSm(zone)->lastBsmIs(lastBsm, lastBsmFragments);
+  nonCandidateSm(zone)->lastBsmIs(lastBsm);
 }
 
 void PimBsrSm::handleCandidateSm(const Pax::IpGenPrefix &zone) {

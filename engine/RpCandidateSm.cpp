@@ -169,9 +169,7 @@ bool RpCandidateSm::doUpdateCrpAdvSet(const Pax::IpGenPrefix &zone) {
   if (!set) return changed;
   for (const Pax::IpGenPrefix &prefix : set->prefixSet().keys()) {
     if (isConfigured(prefix)) continue;
-    VRF_TRACE(trace, 4,
-              "Deleting prefix " << prefix << " from"
-                                 << " crpAdvSet");
+    VRF_TRACE(trace, 4, "Deleting prefix " << prefix << " from crpAdvSet");
     set->prefixSetDel(prefix);
     changed = true;
   }

@@ -11,11 +11,13 @@ namespace {
 Tracelet::Module trace("Pim::Bsr::Sm");
 
 // Places the blocks of one group; lives for one call.
-class GroupPlacement {
- public:
-  GroupPlacement(const Pax::IpGenPrefix &zone, uint8_t zoneRpCount, PimBsrTxFragments &fragments, uint32_t mtu,
-                 const Packet::BootstrapGroupData &group, const std::string &vrfName)
-      : zone_(zone), zoneRpCount_(zoneRpCount), fragments_(fragments), mtu_(mtu), group_(group), vrfName_(vrfName) {}
+struct GroupPlacement {
+  const Pax::IpGenPrefix &zone_;
+  const uint8_t zoneRpCount_;
+  PimBsrTxFragments &fragments_;
+  const uint32_t mtu_;
+  const Packet::BootstrapGroupData &group_;
+  const std::string &vrfName_;
 
   bool placeWhole() {
     for (uint32_t i = 0; i < fragments_.numFragments(); ++i) {
@@ -54,7 +56,6 @@ class GroupPlacement {
     return true;
   }
 
- private:
   const std::string &vrfName() const { return vrfName_; }
 
   // Compared with the IPv4 global zone, so that in IPv6 the fragments of every zone begin with the
@@ -117,13 +118,6 @@ class GroupPlacement {
     block->rpListIs({begin, begin + static_cast<std::ptrdiff_t>(count)});
     fragments_.fragment(i).bsm()->optionalData()->groupDataEnq(block);
   }
-
-  const Pax::IpGenPrefix &zone_;
-  const uint8_t zoneRpCount_;
-  PimBsrTxFragments &fragments_;
-  const uint32_t mtu_;
-  const Packet::BootstrapGroupData &group_;
-  const std::string &vrfName_;
 };
 
 }  // namespace
@@ -139,14 +133,14 @@ void PimBsrTxFragments::fragmentAppend() { fragment_.emplace_back(Packet::bootst
 
 int32_t doAddGroupData(const Pax::IpGenPrefix &zone, uint8_t zoneRpCount, PimBsrTxFragments &fragments, uint32_t mtu,
                        const Packet::BootstrapGroupData &group, bool split, const std::string &vrfName) {
-  GroupPlacement placement(zone, zoneRpCount, fragments, mtu, group, vrfName);
+  GroupPlacement placement{zone, zoneRpCount, fragments, mtu, group, vrfName};
   if (placement.placeWhole()) return 0;
   return split && placement.placeSplit() ? 0 : -1;
 }
 
 bool appendGroupData(const Pax::IpGenPrefix &zone, uint8_t zoneRpCount, PimBsrTxFragments &fragments,
                      const Packet::BootstrapGroupData &group, const std::string &vrfName) {
-  return GroupPlacement(zone, zoneRpCount, fragments, fragments.mtu(), group, vrfName).appendWhole();
+  return GroupPlacement{zone, zoneRpCount, fragments, fragments.mtu(), group, vrfName}.appendWhole();
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -11,13 +11,8 @@ std::ostream &operator<<(std::ostream &out, const PimBsrErrorCounters &counters)
 }
 
 std::ostream &operator<<(std::ostream &out, BsrCandidateState state) {
-  switch (state) {
-    case BsrCandidateState::cBsr: return out << "cBsr";
-    case BsrCandidateState::pBsr: return out << "pBsr";
-    case BsrCandidateState::eBsr: return out << "eBsr";
-    case BsrCandidateState::unset: break;
-  }
-  return out << "unset";
+  static constexpr const char *names[] = {"unset", "cBsr", "pBsr", "eBsr"};
+  return out << names[static_cast<size_t>(state)];
 }
 
 bool isBorder(const Status &status, const Pax::IpGenPrefix &zone, const Pax::IntfId &intfId) {
