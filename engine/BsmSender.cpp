@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "model/InternalStatus.h"
+#include "model/Status.h"
 #include "model/VrfTrace.h"
 #include "platform/tracelet/Require.h"
 
@@ -10,16 +12,12 @@ namespace Routing::Pim::Bsr {
 
 static Tracelet::Module trace("Pim::Bsr::Sm");
 
-BsmSender::BsmSender(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<const Pim::Status> &pimStatus,
-                     const Kiv::Ptr<PimBsmStatus> &bsmStatus)
-    : bsrStatus_(bsrStatus), pimStatus_(pimStatus), bsmStatus_(bsmStatus) {}
-
 bool BsmSender::forwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
   bool wentOut = false;
   const uint32_t length = doComputeBsmLength(*bsm);
   VRF_TRACE(trace, 8, "BSM length is " << length);
-  for (const Pax::IntfId &intfId : pimStatus_->pimIntf().keys()) {
-    const auto pimIntf = pimStatus_->pimIntf(intfId);
+  for (const Pax::IntfId &intfId : sm_.pimStatus()->pimIntf().keys()) {
+    const auto pimIntf = sm_.pimStatus()->pimIntf(intfId);
     if (!pimIntf || pimIntf->neighbor().empty() || !usableForZone(zone, intfId, *pimIntf)) continue;
     VRF_TRACE(trace, 8, "MTU of interface " << intfId << " is " << pimIntf->mtu());
     sendBsm(zone, length, intfId, pimIntf->mtu(), bsm);
@@ -39,7 +37,7 @@ void BsmSender::doForwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet
 
 void BsmSender::doSendTriggeredBsm(const Pax::IpGenPrefix &zone, bool forward, const Pax::IntfId &intfId,
                                    const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
-  const auto pimIntf = pimStatus_->pimIntf(intfId);
+  const auto pimIntf = sm_.pimStatus()->pimIntf(intfId);
   if (!pimIntf || !usableForZone(zone, intfId, *pimIntf)) return;
   VRF_TRACE(trace, 8, "MTU of interface " << intfId << " is " << pimIntf->mtu());
   VRF_TRACE(trace, 4,
@@ -53,7 +51,7 @@ void BsmSender::doSendTriggeredBsm(const Pax::IpGenPrefix &zone, bool forward, c
 }
 
 bool BsmSender::usableForZone(const Pax::IpGenPrefix &zone, const Pax::IntfId &intfId, const PimIntf &pimIntf) const {
-  if (isBorder(*bsrStatus_, zone, intfId)) return false;
+  if (isBorder(*sm_.bsrStatus(), zone, intfId)) return false;
   if (pimIntf.mtu() >= bsmLeastMtu) return true;
   VRF_TRACE(trace, 1, "No BSM to interface " << intfId << " since its MTU is " << pimIntf.mtu());
   return false;
@@ -70,9 +68,10 @@ void BsmSender::sendBsm(const Pax::IpGenPrefix &zone, uint32_t length, const Pax
 }
 
 void BsmSender::handOver(const Pax::IntfId &oif, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
-  bsmStatus_->oifIntfIdIs(oif);
-  bsmStatus_->txBsmIs(bsm);
-  bsmStatus_->writeCountInc(1);
+  PimBsmStatus &bsmStatus = *sm_.bsmStatus();
+  bsmStatus.oifIntfIdIs(oif);
+  bsmStatus.txBsmIs(bsm);
+  bsmStatus.writeCountInc(1);
 }
 
 uint32_t BsmSender::doComputeBsmLength(const Packet::BootstrapMessage &bsm) const {
@@ -137,7 +136,7 @@ void BsmSender::doSplitLater(const Pax::IpGenPrefix &zone, uint8_t zoneRpCount, 
   }
   if (appendGroupData(zone, zoneRpCount, fragments, *group, vrfName())) return;
   VRF_TRACE(trace, 1, "Not forwarding a second group block of " << group->prefix() << " that needs to be split");
-  if (const auto &counters = bsrStatus_->counters()) {
+  if (const auto &counters = sm_.bsrStatus()->counters()) {
     counters->txInc();
     counters->txErrorInc();
   }

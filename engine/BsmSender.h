@@ -9,9 +9,8 @@
 #include <memory>
 #include <vector>
 
+#include "engine/PimBsrSm.h"
 #include "engine/TxFragments.h"
-#include "model/InternalStatus.h"
-#include "model/Status.h"
 #include "platform/pim/PimStatus.h"
 
 namespace Routing::Pim::Bsr {
@@ -19,8 +18,7 @@ namespace Routing::Pim::Bsr {
 /// Owned by the engine.
 class BsmSender {
  public:
-  BsmSender(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<const Pim::Status> &pimStatus,
-            const Kiv::Ptr<PimBsmStatus> &bsmStatus);
+  explicit BsmSender(const PimBsrSm &sm) : sm_(sm) {}
 
   /// Floods a message out of every PIM interface that has a neighbour and is no border of the zone,
   /// the one that it came in on included. Whether it went out on any.
@@ -36,7 +34,7 @@ class BsmSender {
  private:
   using GroupData = Packet::BootstrapOptionalData::GroupData;
 
-  const std::string &vrfName() const { return bsrStatus_->name(); }
+  const std::string &vrfName() const { return sm_.vrfName(); }
   bool usableForZone(const Pax::IpGenPrefix &zone, const Pax::IntfId &intfId, const PimIntf &pimIntf) const;
   void sendBsm(const Pax::IpGenPrefix &zone, uint32_t length, const Pax::IntfId &oif, uint32_t mtu,
                const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
@@ -49,9 +47,7 @@ class BsmSender {
                     const Kiv::Ptr<Packet::BootstrapGroupData> &group, GroupData &inPieces);
   void bsmFragmentsDelAll();
 
-  const Kiv::Ptr<const Status> bsrStatus_;
-  const Kiv::Ptr<const Pim::Status> pimStatus_;
-  const Kiv::Ptr<PimBsmStatus> bsmStatus_;
+  const PimBsrSm &sm_;
   Kiv::Table<uint32_t, std::unique_ptr<PimBsrTxFragments>> bsmFragments_;  // by MTU, of the message being sent
   GroupData splitGroupRpData_;                                             // its groups waiting to be split
 };

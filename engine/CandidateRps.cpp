@@ -39,15 +39,12 @@ class CandidateRps::KivCrp : public Kiv::ReactorOf<RpCandidate, CandidateRps> {
   Kiv::Table<Pax::IpGenPrefix, std::unique_ptr<KivOptions>> options_;
 };
 
-CandidateRps::CandidateRps(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<Orb::TimerWheel> &timerWheel,
-                           const Kiv::Ptr<PimCrpMsgStatus> &crpMsgStatus, Orb::Random &random)
-    : bsrStatus_(bsrStatus), timerWheel_(timerWheel), crpMsgStatus_(crpMsgStatus), random_(random) {}
+CandidateRps::CandidateRps(const PimBsrSm &sm, Orb::Random &random) : sm_(sm), random_(random) {}
 
 CandidateRps::~CandidateRps() = default;
 
-void CandidateRps::begin(const Kiv::Ptr<const TrieGen> &bsrTrie) {
-  bsrTrie_ = bsrTrie;
-  advertisements_ = std::make_unique<CrpAdvertisements>(bsrStatus_, bsrTrie_, timerWheel_, crpMsgStatus_);
+void CandidateRps::begin() {
+  advertisements_ = std::make_unique<CrpAdvertisements>(sm_);
   begun_ = true;
 }
 
@@ -59,17 +56,16 @@ void CandidateRps::end() {
 void CandidateRps::handleCrp(const Pax::IpGenAddr &rpAddress) {
   VRF_TRACE_ENTRY_WITH(trace, " ( " << rpAddress << " )");
   if (const auto gone = crp_.erase(rpAddress)) gone->handleDel();
-  if (const auto crp = bsrStatus_->crp(rpAddress)) {
+  if (const auto crp = sm_.bsrStatus()->crp(rpAddress)) {
     crp_.insert(rpAddress, std::make_unique<KivCrp>(*this, rpAddress, crp));
   }
 }
 
 void CandidateRps::rpCandidateSmIs(const CrpOptions &options) {
   if (rpCandidateSm_.contains(options)) return;
-  const auto crp = bsrStatus_->crp(options.rpAddress);
+  const auto crp = sm_.bsrStatus()->crp(options.rpAddress);
   if (!crp) return;
-  rpCandidateSm_.insert(options, std::make_unique<RpCandidateSm>(options, bsrStatus_, bsrTrie_, timerWheel_,
-                                                                 *advertisements_, crp, random_));
+  rpCandidateSm_.insert(options, std::make_unique<RpCandidateSm>(options, sm_, *advertisements_, crp, random_));
   VRF_TRACE(trace, 4, "Created RpcandidateSm with options " << options);
 }
 

@@ -6,7 +6,6 @@
 
 #include <memory>
 
-#include "engine/CrpAdvertisements.h"
 #include "engine/RpCandidateSm.h"
 
 namespace Routing::Pim::Bsr {
@@ -19,12 +18,11 @@ class CandidateRps {
   using Advertisers = Kiv::Table<CrpOptions, std::unique_ptr<RpCandidateSm>>;
 
   /// `random` outlives it.
-  CandidateRps(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<Orb::TimerWheel> &timerWheel,
-               const Kiv::Ptr<PimCrpMsgStatus> &crpMsgStatus, Orb::Random &random);
+  CandidateRps(const PimBsrSm &sm, Orb::Random &random);
   ~CandidateRps();
 
-  /// From now on there are advertisers: handleCrp() makes those of a candidate RP. `bsrTrie` has the zones.
-  void begin(const Kiv::Ptr<const TrieGen> &bsrTrie);
+  /// From now on there are advertisers: handleCrp() makes those of a candidate RP. The engine has its trie.
+  void begin();
   /// All advertisers end; there are none until the next begin().
   void end();
 
@@ -36,16 +34,13 @@ class CandidateRps {
  private:
   class KivCrp;
 
-  const std::string &vrfName() const { return bsrStatus_->name(); }
+  const std::string &vrfName() const { return sm_.vrfName(); }
   void rpCandidateSmIs(const CrpOptions &options);
   void rpCandidateSmDel(const CrpOptions &options);
 
-  const Kiv::Ptr<const Status> bsrStatus_;
-  const Kiv::Ptr<Orb::TimerWheel> timerWheel_;
-  const Kiv::Ptr<PimCrpMsgStatus> crpMsgStatus_;
+  const PimBsrSm &sm_;
   Orb::Random &random_;
   bool begun_ = false;
-  Kiv::Ptr<const TrieGen> bsrTrie_;
   std::unique_ptr<CrpAdvertisements> advertisements_;
   Advertisers rpCandidateSm_;
   Kiv::Table<Pax::IpGenAddr, std::unique_ptr<KivCrp>> crp_;

@@ -16,15 +16,6 @@ constexpr uint8_t flagAdminScope = 0x01;
 
 }  // namespace
 
-CrpAdvertisements::CrpAdvertisements(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<const TrieGen> &bsrTrie,
-                                     const Kiv::Ptr<Orb::TimerWheel> &timerWheel,
-                                     const Kiv::Ptr<PimCrpMsgStatus> &crpMsgStatus)
-    : bsrStatus_(bsrStatus),
-      timerWheel_(*timerWheel),
-      crpMsgStatus_(crpMsgStatus),
-      goodbyes_(bsrStatus, bsrTrie),
-      goodbyeTimer_(timerWheel, *this) {}
-
 bool CrpAdvertisements::advertise(const CrpOptions &options, const Pax::IpGenPrefix &zone, const Prefixes &prefixes,
                                   const RpCandidate &crp) {
   if (prefixes.empty() || !bsrOf(zone)) return false;
@@ -50,15 +41,15 @@ bool CrpAdvertisements::sayGoodbye(const Pax::IpGenAddr &rpAddress, const Headin
   const bool hasBsr = bool(bsrOf(heading.zone));
   if (!hasBsr && bsrStatus_->crp(rpAddress)) return false;
   const bool sent = hasBsr && send(rpAddress, heading, prefixes, 0);
-  goodbyes_.saidIs(rpAddress, heading, prefixes, sent, timerWheel_.now());
+  goodbyes_.saidIs(rpAddress, heading, prefixes, sent, sm_.now());
   return hasBsr;
 }
 
 void CrpAdvertisements::doRetryLater(const Pax::IpGenAddr &rpAddress) {
   const double delay = goodbyes_.holdTimeTold(rpAddress) / 3.0;
-  if (delay == 0 || goodbyeTimer_.timeMin() <= timerWheel_.now() + delay) return;
+  if (delay == 0 || goodbyeTimer_.timeMin() <= sm_.now() + delay) return;
   VRF_TRACE(trace, 5, "Setting up goodbye timer to fire in " << delay << " seconds from now");
-  goodbyeTimer_.timeMinIs(timerWheel_.now() + delay);
+  goodbyeTimer_.timeMinIs(sm_.now() + delay);
 }
 
 void CrpAdvertisements::handleGoodbyeTimerExpiry() {
@@ -106,10 +97,11 @@ bool CrpAdvertisements::send(const Pax::IpGenAddr &rpAddress, const Heading &hea
   VRF_TRACE(trace, 4,
             "Sending CRP Advertisement message to BSR " << message->destination() << " containing "
                                                         << unsigned{message->prefixCount()} << " prefixes");
-  const uint32_t before = crpMsgStatus_->sentCount();
-  crpMsgStatus_->txCrpMsgIs(message);
-  crpMsgStatus_->writeCountInc(1);
-  return crpMsgStatus_->sentCount() != before;
+  PimCrpMsgStatus &crpMsgStatus = *sm_.crpMsgStatus();
+  const uint32_t before = crpMsgStatus.sentCount();
+  crpMsgStatus.txCrpMsgIs(message);
+  crpMsgStatus.writeCountInc(1);
+  return crpMsgStatus.sentCount() != before;
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "engine/CrpGoodbyes.h"
+#include "engine/PimBsrSm.h"
 #include "platform/orb/TimerFor.h"
 
 namespace Routing::Pim::Bsr {
@@ -13,8 +14,11 @@ class CrpAdvertisements {
  public:
   using Prefixes = CrpGoodbyes::Prefixes;
 
-  CrpAdvertisements(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<const TrieGen> &bsrTrie,
-                    const Kiv::Ptr<Orb::TimerWheel> &timerWheel, const Kiv::Ptr<PimCrpMsgStatus> &crpMsgStatus);
+  explicit CrpAdvertisements(const PimBsrSm &sm)
+      : sm_(sm),
+        bsrStatus_(sm.bsrStatus()),
+        goodbyes_(bsrStatus_, sm.bsrTrie()),
+        goodbyeTimer_(sm.timerWheel(), *this) {}
 
   /// Tells the zone's BSR, if there is one, of the ranges. Whether a message was made.
   bool advertise(const CrpOptions &options, const Pax::IpGenPrefix &zone, const Prefixes &prefixes,
@@ -39,9 +43,8 @@ class CrpAdvertisements {
   bool send(const Pax::IpGenAddr &rpAddress, const Heading &heading, const Prefixes &prefixes, CrpHoldTime holdTime);
   uint8_t groupFlags(const Pax::IpGenPrefix &zone, bool bidir) const;
 
+  const PimBsrSm &sm_;
   const Kiv::Ptr<const Status> bsrStatus_;
-  const Orb::TimerWheel &timerWheel_;
-  const Kiv::Ptr<PimCrpMsgStatus> crpMsgStatus_;
   CrpGoodbyes goodbyes_;
   Orb::TimerFor<&CrpAdvertisements::handleGoodbyeTimerExpiry> goodbyeTimer_;  // of RPs that have gone
 };

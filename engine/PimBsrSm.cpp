@@ -31,9 +31,9 @@ PimBsrSm::PimBsrSm(const Kiv::Ptr<Bsr::Status> &bsrStatus, const Kiv::Ptr<const 
       allIntfStatusDir_(allIntfStatusDir),
       random_(random),
       reassembly_(std::make_unique<BsmReassembly>(*this)),
-      rpSets_(std::make_unique<RpSetStore>(bsrStatus, timerWheel, *reassembly_)),
-      sender_(std::make_unique<BsmSender>(bsrStatus, pimStatus, bsmStatus)),
-      candidateRps_(std::make_unique<CandidateRps>(bsrStatus, timerWheel, crpMsgStatus, random)),
+      rpSets_(std::make_unique<RpSetStore>(*this)),
+      sender_(std::make_unique<BsmSender>(*this)),
+      candidateRps_(std::make_unique<CandidateRps>(*this, random)),
       kivBsrStatus_(std::make_unique<KivBsrStatus>(*this, bsrStatus)),
       kivPimStatus_(std::make_unique<KivPimStatus>(*this, pimStatus)),
       kivBsmStatus_(std::make_unique<KivBsmStatus>(*this, bsmStatus)),
@@ -75,7 +75,7 @@ void PimBsrSm::handleInitialized() {
     settledVersion_ = bsrTrie_->version();
     published_->adopt();
   }
-  candidateRps_->begin(bsrTrie_);
+  candidateRps_->begin();
   initialized_ = true;
   handleBsrCandidate();
   handleRpCandidate();

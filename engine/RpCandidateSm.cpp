@@ -14,23 +14,20 @@ constexpr uint32_t quickMost = 2;  // seconds
 
 }  // namespace
 
-RpCandidateSm::RpCandidateSm(const CrpOptions &crpOptions, const Kiv::Ptr<const Status> &bsrStatus,
-                             const Kiv::Ptr<const TrieGen> &bsrTrie, const Kiv::Ptr<Orb::TimerWheel> &timerWheel,
-                             CrpAdvertisements &advertisements, const Kiv::Ptr<const RpCandidate> &crp,
-                             Orb::Random &random)
+RpCandidateSm::RpCandidateSm(const CrpOptions &crpOptions, const PimBsrSm &sm, CrpAdvertisements &advertisements,
+                             const Kiv::Ptr<const RpCandidate> &crp, Orb::Random &random)
     : crpOptions_(crpOptions),
-      bsrStatus_(bsrStatus),
-      bsrTrie_(bsrTrie),
+      sm_(sm),
+      bsrTrie_(sm.bsrTrie()),
       advertisements_(advertisements),
       crp_(crp),
       random_(random),
-      timerWheel_(*timerWheel),
-      crpAdvTimer_(timerWheel, *this),
-      soonTimer_(timerWheel, *this),
-      repeatTimer_(timerWheel, *this),
-      returnTimer_(timerWheel, *this),
+      crpAdvTimer_(sm.timerWheel(), *this),
+      soonTimer_(sm.timerWheel(), *this),
+      repeatTimer_(sm.timerWheel(), *this),
+      returnTimer_(sm.timerWheel(), *this),
       kivCrp_(*this, crp),
-      kivBsrTrie_(*this, bsrTrie) {
+      kivBsrTrie_(*this, bsrTrie_) {
   handleInitialized();
 }
 
@@ -61,7 +58,7 @@ void RpCandidateSm::handleInitialized() {
   VRF_TRACE_ENTRY(trace);
   const uint32_t delay = quickDelay();
   VRF_TRACE(trace, 5, "Setting up CRP Adv timer to fire in " << delay << " seconds from now");
-  crpAdvTimer_.timeMinIs(timerWheel_.now() + delay);
+  crpAdvTimer_.timeMinIs(sm_.now() + delay);
   crpAdvBackoffCount_ = 2;
   lastInterval_ = crp_->interval().number();
   VRF_TRACE(trace, 4, "Instantiated CRP SM " << crpOptions_.rpAddress << " with priority " << crpOptions_.priority);
@@ -72,7 +69,7 @@ void RpCandidateSm::handleInitialized() {
 // The zone's BSR came, went, or changed its address. Prefixes move to and from the zone.
 void RpCandidateSm::handleBsr(const Pax::IpGenPrefix &zone) {
   VRF_TRACE_ENTRY_WITH(trace, " ( " << zone << " )");
-  const bool known = bool(bsrStatus_->bootstrapRouter(zone));
+  const bool known = bool(sm_.bsrStatus()->bootstrapRouter(zone));
   if (!known) {
     crpAdvSet_.erase(zone);
     VRF_TRACE(trace, 4, "Deleting crpAdvSet for zone " << zone);
@@ -87,7 +84,7 @@ void RpCandidateSm::doAdvertiseQuickly() {
   VRF_TRACE(trace, 5,
             "Setting up CRP Adv timer to fire in "
                 << delay << " seconds from now. backoffCount=" << unsigned{crpAdvBackoffCount_});
-  crpAdvTimer_.timeMinIs(timerWheel_.now() + delay);
+  crpAdvTimer_.timeMinIs(sm_.now() + delay);
 }
 
 // The prefix is served or not served any more, or its priority changed.
@@ -105,19 +102,18 @@ void RpCandidateSm::handleMode() {
 }
 
 void RpCandidateSm::doAdvertiseSoon() {
-  if (nextAdvertisement() > timerWheel_.now() + quickMost) doAdvertiseAt(timerWheel_.now() + quickDelay());
+  if (nextAdvertisement() > sm_.now() + quickMost) doAdvertiseAt(sm_.now() + quickDelay());
 }
 
 void RpCandidateSm::doAdvertiseAt(double time) {
   if (nextAdvertisement() <= time) return;
-  VRF_TRACE(trace, 5,
-            "Setting up timer of a changed C-RP to fire in " << time - timerWheel_.now() << " seconds from now");
+  VRF_TRACE(trace, 5, "Setting up timer of a changed C-RP to fire in " << time - sm_.now() << " seconds from now");
   soonTimer_.timeMinIs(time);
 }
 
 // When the first of our prefixes that have just been withdrawn may be advertised again; never if none has.
 double RpCandidateSm::earliestReturn() const {
-  const double now = timerWheel_.now();
+  const double now = sm_.now();
   double earliest = Orb::never;
   for (const auto &[zone, set] : crpAdvSet_) {
     for (const Pax::IpGenPrefix &prefix : set->prefixSet().keys()) {
@@ -130,7 +126,7 @@ double RpCandidateSm::earliestReturn() const {
 
 void RpCandidateSm::doReturnAt(double time) {
   if (time == Orb::never) return;
-  VRF_TRACE(trace, 5, "Setting up return timer to fire in " << time - timerWheel_.now() << " seconds from now");
+  VRF_TRACE(trace, 5, "Setting up return timer to fire in " << time - sm_.now() << " seconds from now");
   returnTimer_.timeMinIs(time);
 }
 
@@ -212,10 +208,10 @@ void RpCandidateSm::handleCrpAdvTimerExpiry() {
     VRF_TRACE(trace, 5,
               "Setting up CRP Adv timer to fire in "
                   << delay << " seconds from now. BackoffCount=" << static_cast<char>(crpAdvBackoffCount_));
-    crpAdvTimer_.timeMinIs(timerWheel_.now() + delay);
+    crpAdvTimer_.timeMinIs(sm_.now() + delay);
   } else {
     VRF_TRACE(trace, 5, "Setting up CRP Adv timer to fire in " << crp_->interval() << " seconds from now");
-    crpAdvTimer_.timeMinIs(timerWheel_.now() + crp_->interval().number());
+    crpAdvTimer_.timeMinIs(sm_.now() + crp_->interval().number());
   }
 }
 
@@ -229,11 +225,11 @@ void RpCandidateSm::handleInterval() {
   }
   VRF_TRACE(trace, 5, "CRP Interval value changed. Resetting it to " << crp_->interval() << " seconds from now.");
   const double due = crpAdvTimer_.timeMin();
-  crpAdvTimer_.timeMinIs(timerWheel_.now() + lastInterval_);
+  crpAdvTimer_.timeMinIs(sm_.now() + lastInterval_);
   if (lastInterval_ > before) {
     doSendCrpAdv(false);
     doRepeatWithin(before);
-  } else if (due <= timerWheel_.now() + quickMost) {
+  } else if (due <= sm_.now() + quickMost) {
     doAdvertiseAt(due);  // news may have been waiting for it
   }
 }
@@ -242,7 +238,7 @@ void RpCandidateSm::handleInterval() {
 void RpCandidateSm::doRepeatWithin(uint16_t seconds) {
   const double delay = std::min(2.0, seconds / 2.0);
   VRF_TRACE(trace, 5, "Setting up repeat timer to fire in " << delay << " seconds from now");
-  repeatTimer_.timeMinIs(timerWheel_.now() + delay);
+  repeatTimer_.timeMinIs(sm_.now() + delay);
 }
 
 void RpCandidateSm::handlePassTimerExpiry() {
@@ -254,7 +250,7 @@ void RpCandidateSm::doSendCrpAdv(bool shutdown) {
   VRF_TRACE_ENTRY_WITH(trace, " ( shutdown=" << (shutdown ? "True" : "False") << " )");
   if (shutdown) {
     for (const Pax::IpGenPrefix &zone : crpAdvSet_.keys()) {
-      advertisements_.goodbyes().maybeToldIs(crpOptions_, zone, prefixesOf(zone), *crp_, timerWheel_.now());
+      advertisements_.goodbyes().maybeToldIs(crpOptions_, zone, prefixesOf(zone), *crp_, sm_.now());
     }
   }
   bool sent = advertisements_.withdraw(crpOptions_, shutdown);
@@ -281,7 +277,7 @@ RpCandidateSm::Prefixes RpCandidateSm::prefixesOf(const Pax::IpGenPrefix &zone) 
 RpCandidateSm::Prefixes RpCandidateSm::restedOf(const Pax::IpGenPrefix &zone) const {
   Prefixes prefixes = prefixesOf(zone);
   std::erase_if(prefixes, [&](const Pax::IpGenPrefix &prefix) {
-    return advertisements_.goodbyes().restsUntil(crpOptions_.rpAddress, zone, prefix) > timerWheel_.now();
+    return advertisements_.goodbyes().restsUntil(crpOptions_.rpAddress, zone, prefix) > sm_.now();
   });
   return prefixes;
 }

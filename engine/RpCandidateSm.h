@@ -19,9 +19,8 @@ namespace Routing::Pim::Bsr {
 /// the end of this machine. It writes no status.
 class RpCandidateSm {
  public:
-  RpCandidateSm(const CrpOptions &crpOptions, const Kiv::Ptr<const Status> &bsrStatus,
-                const Kiv::Ptr<const TrieGen> &bsrTrie, const Kiv::Ptr<Orb::TimerWheel> &timerWheel,
-                CrpAdvertisements &advertisements, const Kiv::Ptr<const RpCandidate> &crp, Orb::Random &random);
+  RpCandidateSm(const CrpOptions &crpOptions, const PimBsrSm &sm, CrpAdvertisements &advertisements,
+                const Kiv::Ptr<const RpCandidate> &crp, Orb::Random &random);
 
   /// By zone, what its BSR is told.
   const Kiv::Table<Pax::IpGenPrefix, Kiv::Ptr<RpCandidatePrefixSet>> &crpAdvSet() const { return crpAdvSet_; }
@@ -70,7 +69,7 @@ class RpCandidateSm {
 
   using Prefixes = CrpAdvertisements::Prefixes;
 
-  const std::string &vrfName() const { return bsrStatus_->name(); }
+  const std::string &vrfName() const { return sm_.vrfName(); }
   void handleInitialized();
   void handleBsr(const Pax::IpGenPrefix &zone);
   void handlePrefix(const Pax::IpGenPrefix &prefix);
@@ -93,12 +92,11 @@ class RpCandidateSm {
   uint32_t quickDelay();
 
   const CrpOptions crpOptions_;
-  const Kiv::Ptr<const Status> bsrStatus_;
+  const PimBsrSm &sm_;
   const Kiv::Ptr<const TrieGen> bsrTrie_;
   CrpAdvertisements &advertisements_;
   const Kiv::Ptr<const RpCandidate> crp_;
   Orb::Random &random_;
-  const Orb::TimerWheel &timerWheel_;
 
   Kiv::Table<Pax::IpGenPrefix, Kiv::Ptr<RpCandidatePrefixSet>> crpAdvSet_;
   uint8_t crpAdvBackoffCount_ = 0;  // quick advertisements still to send

@@ -24,13 +24,9 @@ struct RpSetStore::Store {
   const double now;
 };
 
-RpSetStore::RpSetStore(const Kiv::Ptr<Status> &bsrStatus, const Kiv::Ptr<const Orb::TimerWheel> &timerWheel,
-                       BsmReassembly &reassembly)
-    : bsrStatus_(bsrStatus), timerWheel_(timerWheel), reassembly_(reassembly) {}
-
 void RpSetStore::storeRpSet(const Pax::IpGenPrefix &zone, const Packet::BootstrapMessage &bsm, bool refresh) {
   if (!refresh) keepOwnSet(zone);
-  const Store store{zone, bsm, refresh, timerWheel_->now()};
+  const Store store{zone, bsm, refresh, sm_.now()};
   for (const auto &group : bsm.groupData()) {
     if (!storeGroup(store, *group)) return;
   }
@@ -41,7 +37,7 @@ bool RpSetStore::storeGroup(const Store &store, const Packet::BootstrapGroupData
   const bool split = group.isPiece();
   const Packet::BootstrapGroupData::RpList *rps = &group.rpList();
   if (split) {
-    const auto collected = reassembly_.collect(store.bsm, group);
+    const auto collected = sm_.reassembly().collect(store.bsm, group);
     if (!collected) return true;
     collectedRps_.clear();
     for (const auto &[address, rp] : collected->rp()) collectedRps_.push_back({address, rp.holdTime, rp.priority});
@@ -50,7 +46,7 @@ bool RpSetStore::storeGroup(const Store &store, const Packet::BootstrapGroupData
   const Pax::IpGenPrefix prefix = group.prefix();
   const auto set = setToStoreInto(store, prefix, *rps);
   if (!set) {
-    if (split && !store.refresh) reassembly_.collectedGroupDone(store.bsm.fragmentTag(), prefix);
+    if (split && !store.refresh) sm_.reassembly().collectedGroupDone(store.bsm.fragmentTag(), prefix);
     return true;
   }
 
@@ -60,7 +56,7 @@ bool RpSetStore::storeGroup(const Store &store, const Packet::BootstrapGroupData
     if (!good) break;
   }
   removeEmptySet(store.zone, prefix);
-  if (good && split) reassembly_.collectedGroupDone(store.bsm.fragmentTag(), prefix);
+  if (good && split) sm_.reassembly().collectedGroupDone(store.bsm.fragmentTag(), prefix);
   return good;
 }
 

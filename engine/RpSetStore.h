@@ -7,19 +7,16 @@
 /// global zone. The store never publishes: the reactors that follow the status do.
 #pragma once
 
+#include "engine/PimBsrSm.h"
 #include "model/Status.h"
-#include "platform/orb/TimerWheel.h"
 #include "platform/pim/Packet.h"
 
 namespace Routing::Pim::Bsr {
 
-class BsmReassembly;
-
 /// Owned by the engine.
 class RpSetStore {
  public:
-  RpSetStore(const Kiv::Ptr<Status> &bsrStatus, const Kiv::Ptr<const Orb::TimerWheel> &timerWheel,
-             BsmReassembly &reassembly);
+  explicit RpSetStore(const PimBsrSm &sm) : sm_(sm), bsrStatus_(sm.bsrStatus()) {}
   RpSetStore(const RpSetStore &) = delete;
   RpSetStore &operator=(const RpSetStore &) = delete;
 
@@ -48,9 +45,8 @@ class RpSetStore {
   Kiv::Ptr<RpCandidateSet> setToStoreInto(const Store &store, const Pax::IpGenPrefix &prefix,
                                           const Packet::BootstrapGroupData::RpList &rps);
 
+  const PimBsrSm &sm_;
   const Kiv::Ptr<Status> bsrStatus_;
-  const Kiv::Ptr<const Orb::TimerWheel> timerWheel_;
-  BsmReassembly &reassembly_;
   Packet::BootstrapGroupData::RpList collectedRps_;  // of a completed group; kept for its memory
 };
 
