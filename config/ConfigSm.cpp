@@ -43,11 +43,7 @@ void follow(ConfigSm &configSm, std::map<Pax::IntfId, std::unique_ptr<Reactor>> 
 // What ConfigSm itself follows.
 class ConfigSm::Reactors {
  public:
-  explicit Reactors(ConfigSm &configSm)
-      : kivConfig_(configSm, configSm.config_),
-        kivVrfIntfConfig_(configSm, configSm.vrfIntfConfig_),
-        kivClearConfig_(configSm, configSm.clearConfig_),
-        kivIpAclConfig_(configSm, configSm.ipAclConfig_) {}
+  explicit Reactors(ConfigSm &configSm) : configSm_(configSm) {}
 
  private:
   struct KivConfig : Kiv::ReactorOf<Config, ConfigSm> {
@@ -71,10 +67,11 @@ class ConfigSm::Reactors {
     void onAcl(const std::string &acl) override { owner_.handleAcl(acl); }
   };
 
-  KivConfig kivConfig_;
-  KivVrfIntfConfig kivVrfIntfConfig_;
-  KivClearConfig kivClearConfig_;
-  KivIpAclConfig kivIpAclConfig_;
+  ConfigSm &configSm_;
+  KivConfig kivConfig_{configSm_, configSm_.config_};
+  KivVrfIntfConfig kivVrfIntfConfig_{configSm_, configSm_.vrfIntfConfig_};
+  KivClearConfig kivClearConfig_{configSm_, configSm_.clearConfig_};
+  KivIpAclConfig kivIpAclConfig_{configSm_, configSm_.ipAclConfig_};
 };
 
 ConfigSm::ConfigSm(const Kiv::Ptr<const Config> &config, const Kiv::Ptr<const VrfIntfConfig> &vrfIntfConfig,

@@ -6,12 +6,6 @@ namespace Routing::Pim::Bsr {
 
 static Tracelet::Module trace("Pim::Bsr::ConfigSm");
 
-KivActiveConfig::KivActiveConfig(ConfigSm &configSm, const Pax::IntfId &intfId,
-                                 const Kiv::Ptr<const IntfConfig> &config)
-    : configSm_(configSm), intfId_(intfId) {
-  notifierIs(config);
-}
-
 void KivActiveConfig::handleInitialized() {
   VRF_TRACE_ENTRY(trace);
   notifierReplay();
@@ -42,9 +36,9 @@ void KivActiveConfig::handleBsrBorderAcl(const std::string &acl) {
 }
 
 void KivActiveConfig::doGroupAdd(const Pax::IpGenPrefix &prefix, const char *set) {
-  const auto [isFirst, count] = configSm_.borderPfxRefCount.add(intfId_, prefix);
+  const auto [isFirst, count] = owner_.borderPfxRefCount.add(intfId_, prefix);
   if (isFirst) VRF_TRACE(trace, 4, "Created refcount object for interface " << intfId_);
-  Status &status = *configSm_.status();
+  Status &status = *owner_.status();
   if (!status.bsBorder(prefix)) {
     status.bsBorderIs(prefix);
     VRF_TRACE(trace, 4, "Created group " << prefix << set);
@@ -55,11 +49,11 @@ void KivActiveConfig::doGroupAdd(const Pax::IpGenPrefix &prefix, const char *set
 }
 
 void KivActiveConfig::doGroupRemove(const Pax::IpGenPrefix &prefix) {
-  const auto [isLast, count] = configSm_.borderPfxRefCount.remove(intfId_, prefix);
+  const auto [isLast, count] = owner_.borderPfxRefCount.remove(intfId_, prefix);
   VRF_TRACE(trace, 4, "PrefixCounter for prefix " << prefix << " is " << count);
   if (count > 0) return;
   if (isLast) VRF_TRACE(trace, 4, "Deleted refcount object for interface " << intfId_);
-  Status &status = *configSm_.status();
+  Status &status = *owner_.status();
   const Kiv::Ptr<PimBsrBorder> border = status.bsBorder(prefix);
   if (!border) return;
   border->intfIdDel(intfId_);
@@ -70,16 +64,16 @@ void KivActiveConfig::doGroupRemove(const Pax::IpGenPrefix &prefix) {
 }
 
 void KivActiveConfig::doAclAdd(const std::string &acl) {
-  configSm_.bsrConfigAclIs(acl)->borderIntfIs(intfId_);
+  owner_.bsrConfigAclIs(acl)->borderIntfIs(intfId_);
   VRF_TRACE(trace, 4, "Added interface " << intfId_ << " to BsrConfigAcl object for acl " << acl);
-  for (const Pax::IpGenPrefix &prefix : configSm_.groupsOf(acl)) doAclPrefixAdd(prefix);
+  for (const Pax::IpGenPrefix &prefix : owner_.groupsOf(acl)) doAclPrefixAdd(prefix);
 }
 
 void KivActiveConfig::doAclRemove(const std::string &acl) {
-  configSm_.bsrConfigAcl(acl)->borderIntfDel(intfId_);
+  owner_.bsrConfigAcl(acl)->borderIntfDel(intfId_);
   VRF_TRACE(trace, 4, "Deleted interface " << intfId_ << " from BsrConfigAcl object for acl " << acl);
-  for (const Pax::IpGenPrefix &prefix : configSm_.groupsOf(acl)) doGroupRemove(prefix);
-  configSm_.bsrConfigAclRelease(acl);
+  for (const Pax::IpGenPrefix &prefix : owner_.groupsOf(acl)) doGroupRemove(prefix);
+  owner_.bsrConfigAclRelease(acl);
 }
 
 void KivActiveConfig::doAclPrefixActivate(const std::string &acl, const Pax::IpGenPrefix &prefix) {

@@ -8,9 +8,10 @@ namespace Routing::Pim::Bsr {
 /// Puts the interface into `Status.bsBorder` for every prefix that one of its sources names, whether or not
 /// the interface exists or has an address. One per interface with an IntfConfig, owned by ConfigSm, for as long as the
 /// interface is configured in the VRF. Elements are shared with other interfaces, whose part it never touches.
-class KivActiveConfig : public IntfConfig::Notifiee {
+class KivActiveConfig : public Kiv::ReactorOf<IntfConfig, ConfigSm> {
  public:
-  KivActiveConfig(ConfigSm &configSm, const Pax::IntfId &intfId, const Kiv::Ptr<const IntfConfig> &config);
+  KivActiveConfig(ConfigSm &configSm, const Pax::IntfId &intfId, const Kiv::Ptr<const IntfConfig> &config)
+      : ReactorOf(configSm, config), intfId_(intfId) {}
   void onBsrBorderGrp(const Pax::IpGenPrefix &prefix) override { handleBsrBorderGrp(prefix); }
   void onBsrBorderAcl(const std::string &acl) override { handleBsrBorderAcl(acl); }
 
@@ -29,9 +30,8 @@ class KivActiveConfig : public IntfConfig::Notifiee {
   void doGroupRemove(const Pax::IpGenPrefix &prefix);
   void doAclAdd(const std::string &acl);
   void doAclRemove(const std::string &acl);
-  const std::string &vrfName() const { return configSm_.vrfName(); }
+  const std::string &vrfName() const { return owner_.vrfName(); }
 
-  ConfigSm &configSm_;
   const Pax::IntfId intfId_;
 };
 

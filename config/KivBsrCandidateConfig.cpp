@@ -9,11 +9,10 @@ static Tracelet::Module trace("Pim::Bsr::ConfigSm");
 
 KivBsrCandidateConfig::KivBsrCandidateConfig(ConfigSm &configSm, const Pax::IntfId &intfId,
                                              const Kiv::Ptr<const BsrCandidateConfig> &config)
-    : configSm_(configSm),
+    : ReactorOf(configSm, config),
       intfId_(intfId),
       kivIntf_(*this, configSm.sourceIntfSm()->sourceIntfIs(intfId)),
       address_(kivIntf_.notifier()->ipAddr()) {
-  notifierIs(config);
   for (const auto &[prefix, entry] : config->group()) group_[prefix] = std::make_unique<KivGroup>(*this, prefix, entry);
   for (const auto &[acl, entry] : config->acl()) acl_[acl] = std::make_unique<KivAcl>(*this, acl, entry);
 }
@@ -128,7 +127,7 @@ Kiv::Ptr<BsrCandidate> KivBsrCandidateConfig::ownCandidate(const Pax::IpGenPrefi
 
 // The zones that are counted.
 std::vector<Pax::IpGenPrefix> KivBsrCandidateConfig::zones() const {
-  const auto *refCount = configSm_.cbsrPfxRefCount.find(intfId_);
+  const auto *refCount = owner_.cbsrPfxRefCount.find(intfId_);
   return refCount ? refCount->counter().keys() : std::vector<Pax::IpGenPrefix>();
 }
 
@@ -147,7 +146,7 @@ void KivBsrCandidateConfig::doWrite(const Pax::IpGenPrefix &zone) {
 }
 
 void KivBsrCandidateConfig::doSourceRemove(const Pax::IpGenPrefix &zone) {
-  const auto [isLast, count] = configSm_.cbsrPfxRefCount.remove(intfId_, zone);
+  const auto [isLast, count] = owner_.cbsrPfxRefCount.remove(intfId_, zone);
   VRF_TRACE(trace, 4, "PrefixCounter for prefix " << zone << " is " << count);
   if (count > 0) return doSettle(zone);
   if (isLast) VRF_TRACE(trace, 4, "Deleted refcount object for interface " << intfId_);
@@ -157,7 +156,7 @@ void KivBsrCandidateConfig::doSourceRemove(const Pax::IpGenPrefix &zone) {
 void KivBsrCandidateConfig::doCandidateDel(const Pax::IpGenPrefix &zone) {
   if (!ownCandidate(zone)) return;
   status().cbsrDel(zone);
-  configSm_.handleCbsrDel(zone);
+  owner_.handleCbsrDel(zone);
 }
 
 // After a source went, or the element of another interface did.

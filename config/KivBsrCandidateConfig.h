@@ -19,7 +19,7 @@ namespace Routing::Pim::Bsr {
 ///
 /// One per candidate interface, owned by ConfigSm, for as long as the interface is configured. It also writes
 /// `Status.zoneGroup` and `zoneAcl`, and never what the engine writes into an element.
-class KivBsrCandidateConfig : public BsrCandidateConfig::Notifiee {
+class KivBsrCandidateConfig : public Kiv::ReactorOf<BsrCandidateConfig, ConfigSm> {
  public:
   KivBsrCandidateConfig(ConfigSm &configSm, const Pax::IntfId &intfId,
                         const Kiv::Ptr<const BsrCandidateConfig> &config);
@@ -65,10 +65,9 @@ class KivBsrCandidateConfig : public BsrCandidateConfig::Notifiee {
   void doSourceRemove(const Pax::IpGenPrefix &zone);
   void doCandidateDel(const Pax::IpGenPrefix &zone);
   void doSettle(const Pax::IpGenPrefix &zone);
-  const std::string &vrfName() const { return configSm_.vrfName(); }
-  Status &status() const { return *configSm_.status(); }
+  const std::string &vrfName() const { return owner_.vrfName(); }
+  Status &status() const { return *owner_.status(); }
 
-  ConfigSm &configSm_;
   const Pax::IntfId intfId_;
   KivIntf kivIntf_;
   Pax::IpGenAddr address_;  ///< zero while the interface has none

@@ -36,7 +36,7 @@ class KivBsrCandidateConfig::KivEntry {
   template <class Name>
   void doSourceRemove(const Pax::IpGenPrefix &zone, const char *kind, const Name &name);
 
-  ConfigSm &configSm() const { return candidate_.configSm_; }
+  ConfigSm &configSm() const { return candidate_.owner_; }
   Status &status() const { return candidate_.status(); }
   const std::string &vrfName() const { return candidate_.vrfName(); }
 

@@ -25,11 +25,10 @@ class KivRpCandidateConfig::KivOptions : public Kiv::ReactorOf<Options, KivRpCan
 
 KivRpCandidateConfig::KivRpCandidateConfig(ConfigSm &configSm, const Pax::IntfId &intfId,
                                            const Kiv::Ptr<const RpCandidateConfig> &config)
-    : configSm_(configSm),
+    : ReactorOf(configSm, config),
       intfId_(intfId),
       kivIntf_(*this, configSm.sourceIntfSm()->sourceIntfIs(intfId)),
       element_(configSm, config) {
-  notifierIs(config);
   for (const auto &[prefix, options] : config->groupRangeOptions()) {
     groupRangeOptions_[prefix] = std::make_unique<KivGroupRangeOptions>(*this, prefix, options);
   }
@@ -67,7 +66,7 @@ void KivRpCandidateConfig::handleIpAddress() {
   } else {
     doStart();
   }
-  configSm_.doHandOverCrps();
+  owner_.doHandOverCrps();
 }
 
 // This one serves nothing, or the element would be its own.
@@ -103,7 +102,7 @@ void KivRpCandidateConfig::doPasses() {
 void KivRpCandidateConfig::handleDel() {
   VRF_TRACE_ENTRY(trace);
   doRemove();
-  for (const std::string &acl : notifier()->acl().keys()) configSm_.bsrConfigAclRelease(acl);
+  for (const std::string &acl : notifier()->acl().keys()) owner_.bsrConfigAclRelease(acl);
 }
 
 // Ranges and ACLs first and their options afterwards, so that the goodbye names everything that
@@ -113,7 +112,7 @@ void KivRpCandidateConfig::doRemove() {
   std::vector<std::string> used;
   for (const std::string &acl : notifier()->acl().keys()) {
     if (!usesAcl(acl)) continue;
-    for (const Pax::IpGenPrefix &prefix : configSm_.groupsOf(acl)) element_.sourceDel(prefix);
+    for (const Pax::IpGenPrefix &prefix : owner_.groupsOf(acl)) element_.sourceDel(prefix);
     used.push_back(acl);
   }
   element_.addressIs({});
@@ -133,11 +132,11 @@ void KivRpCandidateConfig::handleGroupRange(const Pax::IpGenPrefix &prefix) {
   } else {
     element_.sourceDel(prefix);
   }
-  configSm_.doHandOverCrps();
+  owner_.doHandOverCrps();
 }
 
 void KivRpCandidateConfig::doGroupAdd(const Pax::IpGenPrefix &prefix) {
-  const auto [isFirst, count] = configSm_.crpPfxRefCount.add(intfId_, prefix, initialized() ? 1 : 0);
+  const auto [isFirst, count] = owner_.crpPfxRefCount.add(intfId_, prefix, initialized() ? 1 : 0);
   if (isFirst) VRF_TRACE(trace, 4, "Created C-RP refcount object for interface " << intfId_);
   if (!initialized()) return;
   if (!crp()) {
@@ -158,7 +157,7 @@ void KivRpCandidateConfig::handleGroupRangeOptions(const Pax::IpGenPrefix &prefi
   } else {
     doGroupOptionsRemove(prefix);
   }
-  configSm_.doHandOverCrps();
+  owner_.doHandOverCrps();
 }
 
 void KivRpCandidateConfig::doGroupOptionsAdd(const Pax::IpGenPrefix &prefix) {
@@ -181,19 +180,19 @@ void KivRpCandidateConfig::handleAcl(const std::string &acl) {
   } else {
     doAclRemove(acl);
   }
-  configSm_.doHandOverCrps();
+  owner_.doHandOverCrps();
 }
 
 void KivRpCandidateConfig::doAclAdd(const std::string &acl) {
   if (!initialized()) return;
   doAclAttach(acl);
-  for (const Pax::IpGenPrefix &prefix : configSm_.groupsOf(acl)) doAclPrefixAdd(acl, prefix);
+  for (const Pax::IpGenPrefix &prefix : owner_.groupsOf(acl)) doAclPrefixAdd(acl, prefix);
   if (notifier()->aclOptions(acl)) doAclOptionsAdd(acl);
 }
 
 void KivRpCandidateConfig::doAclRemove(const std::string &acl) {
-  if (!usesAcl(acl)) return configSm_.bsrConfigAclRelease(acl);
-  for (const Pax::IpGenPrefix &prefix : configSm_.groupsOf(acl)) element_.sourceDel(prefix);
+  if (!usesAcl(acl)) return owner_.bsrConfigAclRelease(acl);
+  for (const Pax::IpGenPrefix &prefix : owner_.groupsOf(acl)) element_.sourceDel(prefix);
   doAclOptionsRemove(acl);
 }
 
@@ -204,7 +203,7 @@ void KivRpCandidateConfig::doAclPrefixAdd(const std::string &acl, const Pax::IpG
   }
   crp()->prefixSetIs(prefix);
   VRF_TRACE(trace, 4, "Address prefix " << prefix << " as part of Acl" << acl << " to C-RP " << element_.address());
-  const auto [isFirst, count] = configSm_.crpPfxRefCount.add(intfId_, prefix);
+  const auto [isFirst, count] = owner_.crpPfxRefCount.add(intfId_, prefix);
   if (isFirst) VRF_TRACE(trace, 4, "Created C-RP refcount object for interface " << intfId_);
   VRF_TRACE(trace, 4, "C-RP PrefixCounter for prefix " << prefix << " is " << count);
 }
@@ -232,18 +231,18 @@ void KivRpCandidateConfig::handleAclOptions(const std::string &acl) {
   } else if (usesAcl(acl)) {
     doAclOptionsRemove(acl);
   }
-  configSm_.doHandOverCrps();
+  owner_.doHandOverCrps();
 }
 
 void KivRpCandidateConfig::doAclOptionsAdd(const std::string &acl) {
   if (!usesAcl(acl)) return;
-  for (const Pax::IpGenPrefix &prefix : configSm_.groupsOf(acl)) element_.settle(prefix);
+  for (const Pax::IpGenPrefix &prefix : owner_.groupsOf(acl)) element_.settle(prefix);
 }
 
 // The interface leaves the ACL with its priority; while the configuration still names the ACL it
 // stays a user, so that rule changes are followed.
 void KivRpCandidateConfig::doAclOptionsRemove(const std::string &acl) {
-  for (const Pax::IpGenPrefix &prefix : configSm_.groupsOf(acl)) {
+  for (const Pax::IpGenPrefix &prefix : owner_.groupsOf(acl)) {
     element_.prioritySourceDel(prefix, " because this prefix appears in other ACL rules or in group range.");
   }
   element_.deleteIfIdle();
@@ -252,18 +251,18 @@ void KivRpCandidateConfig::doAclOptionsRemove(const std::string &acl) {
 }
 
 void KivRpCandidateConfig::doAclAttach(const std::string &acl) {
-  configSm_.bsrConfigAclIs(acl)->crpIntfIs(intfId_);
+  owner_.bsrConfigAclIs(acl)->crpIntfIs(intfId_);
   VRF_TRACE(trace, 4, "Added interface " << intfId_ << " to BsrConfigAcl's C-RP object for acl " << acl);
 }
 
 void KivRpCandidateConfig::doAclDetach(const std::string &acl) {
-  configSm_.bsrConfigAcl(acl)->crpIntfDel(intfId_);
+  owner_.bsrConfigAcl(acl)->crpIntfDel(intfId_);
   VRF_TRACE(trace, 4, "Deleted interface " << intfId_ << "from BsrConfigAcl object for acl " << acl);
-  configSm_.bsrConfigAclRelease(acl);
+  owner_.bsrConfigAclRelease(acl);
 }
 
 bool KivRpCandidateConfig::usesAcl(const std::string &acl) const {
-  const Kiv::Ptr<BsrConfigAcl> bsrConfigAcl = configSm_.bsrConfigAcl(acl);
+  const Kiv::Ptr<BsrConfigAcl> bsrConfigAcl = owner_.bsrConfigAcl(acl);
   return bsrConfigAcl && bsrConfigAcl->crpIntf(intfId_);
 }
 

@@ -20,7 +20,7 @@ namespace Routing::Pim::Bsr {
 ///
 /// One per candidate interface, owned by ConfigSm, for as long as the interface is configured. An address that becomes
 /// free is handed over at the end of a handler, never in the middle of one.
-class KivRpCandidateConfig : public RpCandidateConfig::Notifiee {
+class KivRpCandidateConfig : public Kiv::ReactorOf<RpCandidateConfig, ConfigSm> {
  public:
   KivRpCandidateConfig(ConfigSm &configSm, const Pax::IntfId &intfId, const Kiv::Ptr<const RpCandidateConfig> &config);
   ~KivRpCandidateConfig() override;
@@ -84,9 +84,8 @@ class KivRpCandidateConfig : public RpCandidateConfig::Notifiee {
   /// Whether it has an address of its own.
   bool initialized() const { return !element_.address().isZero(); }
   Kiv::Ptr<RpCandidate> crp() const { return element_.crp(); }
-  const std::string &vrfName() const { return configSm_.vrfName(); }
+  const std::string &vrfName() const { return owner_.vrfName(); }
 
-  ConfigSm &configSm_;
   const Pax::IntfId intfId_;
   KivIntf kivIntf_;
   RpCandidateElement element_;
