@@ -55,7 +55,7 @@ class Agent {
  protected:
   Agent(Pax::AddressFamily af, const Process &process);
   /// Mounts everything, under the paths of the family.
-  virtual void doAfInit(Statehub::MountGroup &group) = 0;
+  void doAfInit(Statehub::MountGroup &group) { mounts_.mount(group, MountPaths(af_)); }
   /// Everything is there; a place for what only one family has.
   virtual void doAfMountsComplete() {}
   Mounts mounts_;
@@ -111,18 +111,12 @@ class Agent {
 class Agent4 : public Agent {
  public:
   explicit Agent4(const Process &process) : Agent(Pax::AddressFamily::ipv4, process) {}
-
- private:
-  void doAfInit(Statehub::MountGroup &group) override { mounts_.mount(group, MountPaths(Pax::AddressFamily::ipv4)); }
 };
 
 /// "PimBsr6", of IPv6.
 class Agent6 : public Agent {
  public:
   explicit Agent6(const Process &process) : Agent(Pax::AddressFamily::ipv6, process) {}
-
- private:
-  void doAfInit(Statehub::MountGroup &group) override { mounts_.mount(group, MountPaths(Pax::AddressFamily::ipv6)); }
 };
 
 /// The agent of the family; any other than IPv4 and IPv6 is fatal.

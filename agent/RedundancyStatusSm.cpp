@@ -8,15 +8,13 @@ static Tracelet::Module trace("Pim::Bsr::Agent");
 
 RedundancyStatusSm::RedundancyStatusSm(const Kiv::Ptr<const Redundancy::RedundancyStatus> &redundancyStatus,
                                        StandbyModeIs standbyModeIs)
-    : redundancyStatus_(redundancyStatus),
-      standbyModeIs_(std::move(standbyModeIs)),
-      kivRedundancyStatus_(*this, redundancyStatus) {
+    : standbyModeIs_(std::move(standbyModeIs)), kivRedundancyStatus_(*this, redundancyStatus) {
   handleRedundancyStatus();
 }
 
 void RedundancyStatusSm::handleRedundancyStatus() {
   TRACELET(trace, 9, __PRETTY_FUNCTION__);
-  standbyModeIs_(redundancyStatus_->standby());
+  standbyModeIs_(kivRedundancyStatus_.notifier()->standby());
 }
 
 }  // namespace Routing::Pim::Bsr

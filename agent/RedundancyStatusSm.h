@@ -25,7 +25,6 @@ class RedundancyStatusSm {
 
   void handleRedundancyStatus();
 
-  const Kiv::Ptr<const Redundancy::RedundancyStatus> redundancyStatus_;
   const StandbyModeIs standbyModeIs_;
   KivRedundancyStatus kivRedundancyStatus_;
 };

@@ -110,7 +110,7 @@ void RootSm::handlePimEnabled(const L3::VrfName &vrf) {
   if (agent_.containerSm(vrf) || start_.contains(vrf)) return;
   if (const std::string missing = missingDefault(vrf); !missing.empty()) return reasonIs(vrf, missing);
   TRACELET(trace, 4, "Pim is enabled for vrf " << vrf);
-  VrfStart &start = *(start_[vrf] = std::make_unique<VrfStart>(agent_.process_.store, af_, vrf));
+  VrfStart &start = *(start_[vrf] = std::make_unique<VrfStart>(agent_.process_.store, af_, *agent_.container(vrf)));
   doKniInit(vrf);
   start.whenMounted([this, vrf] { handleStartMounted(vrf); });
 }
@@ -126,7 +126,7 @@ void RootSm::handleStartMounted(const L3::VrfName &vrf) {
   const std::string missing = missingDefault(vrf);  // it may have gone while the mounts were waited for
   if (missing.empty()) {
     start.phase = VrfStart::Phase::makingMachines;
-    start.fill(*agent_.container(vrf), mounts_);
+    start.fill(mounts_);
     agent_.containerSmIs(vrf);
   } else {
     reasonIs(vrf, missing);

@@ -15,26 +15,22 @@ class VrfStart {
   enum class Phase { mounting, makingMachines, toBeLookedAtAgain };
   Phase phase = Phase::mounting;
 
-  /// Mounts the VRF's counters, packet channel and routes, under the paths of the family.
-  VrfStart(Statehub::Store &store, Pax::AddressFamily af, const L3::VrfName &vrf);
+  /// Mounts the VRF's counters, packet channel and routes, under the paths of the family. `container` outlives it.
+  VrfStart(Statehub::Store &store, Pax::AddressFamily af, Container &container);
 
   /// Mounts the kernel's interfaces in the VRF's network namespace too.
   void kernelInterfacesMount(const Pax::NamespaceName &networkNamespace);
   /// To be called last. `mounted` may be called inside, and may destroy this.
   void whenMounted(std::function<void()> mounted) { mounts_.whenComplete(std::move(mounted)); }
   /// With what was mounted here and with the VRF's part of what all share.
-  void fill(Container &container, const Mounts &shared) const;
+  void fill(const Mounts &shared) const;
 
  private:
-  void fillMountedOnly(Container &container, const Mounts &shared) const;
+  void fillMountedOnly(const Mounts &shared) const;
 
   const Pax::AddressFamily af_;
+  Container &container_;
   Statehub::MountGroup mounts_;
-  Kiv::Ptr<const ::Flume::Fib::RouteStatus> uribStatus_;
-  Kiv::Ptr<const ::Flume::Fib::ForwardingStatus> uribFec_;
-  Kiv::Ptr<const ::Flume::Fib6::RouteStatus> urib6Status_;
-  Kiv::Ptr<const ::Flume::Fib6::ForwardingStatus> urib6Fec_;
-  Kiv::Ptr<Flume::MessageCounters> pimCounters_;
   Kiv::Ptr<const IO::ChannelStatus> channelStatus_;
   Kiv::Ptr<const KernelNetInfo::Status> kernelVrfIntfStatusDir_;
 };
