@@ -1,6 +1,5 @@
 #include "agent/Shutdown.h"
 
-#include "agent/ContainerSm.h"
 #include "platform/tracelet/Tracelet.h"
 
 namespace Routing::Pim::Bsr {

@@ -1,8 +1,6 @@
 /// What an ACL permits, and who uses it.
 #pragma once
 
-#include <string>
-
 #include "platform/kiv/Attributes.h"
 #include "platform/pax/IntfId.h"
 #include "platform/pax/IpGenPrefix.h"

@@ -1,7 +1,6 @@
 /// The element of a candidate RP in `Status.crp`: its address, its prefixes and their priorities.
 #pragma once
 
-#include <functional>
 #include <string>
 
 #include "config/ConfigSm.h"

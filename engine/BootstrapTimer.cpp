@@ -16,20 +16,20 @@ constexpr const char *reasons[] = {"timeout", "override", "announcement", "perio
 // Until we take over, the BSR keeps the time by which it should have been heard; and what is due at once
 // says nothing of the message after it.
 void BootstrapTimer::arm(Reason reason, double time) {
-  const double now = timerWheel_.now();
+  const double now = bsrSm_.now();
   reason_ = reason;
   timer_.timeMinIs(time);
   VRF_TRACE(trace, 6,
             "Bootstrap timer of zone " << zone_ << " set to " << time - now
                                        << " seconds: " << reasons[static_cast<size_t>(reason)]);
   if (reason == Reason::randOverride || time <= now) return;
-  if (const auto bsr = bsrStatus_.bootstrapRouter(zone_)) bsr->expiryTimeIs(time);
+  if (const auto bsr = bsrSm_.bsrStatus()->bootstrapRouter(zone_)) bsr->expiryTimeIs(time);
 }
 
 void BootstrapTimer::pull() {
-  const double remaining = time() - timerWheel_.now();
+  const double remaining = time() - bsrSm_.now();
   if (remaining > bsMinInterval) {
-    arm(Reason::change, timerWheel_.now() + bsMinInterval);
+    arm(Reason::change, bsrSm_.now() + bsMinInterval);
     VRF_TRACE(trace, 5, "Setting bootstrap timer to expire in BS_MIN_INTERVAL for zone " << zone_);
   } else {
     VRF_TRACE(trace, 5, "Bootstrap timer expires in " << remaining << " seconds");
@@ -41,7 +41,7 @@ void BootstrapTimer::shorten() {
     VRF_TRACE(trace, 5, "BS timer not set. Nothing to be done. ");
     return;
   }
-  const double now = timerWheel_.now();
+  const double now = bsrSm_.now();
   if (time() <= now + timeout_) return;
   VRF_TRACE(trace, 5,
             "BS timer expiry was in " << time() - now << " seconds from now. Resetting BS timer expiry to " << timeout_

@@ -1,6 +1,7 @@
 /// The bootstrap timer of a candidate BSR: when its machine acts next, and why.
 #pragma once
 
+#include "engine/PimBsrSm.h"
 #include "model/Status.h"
 #include "platform/orb/TimerWheel.h"
 
@@ -23,9 +24,8 @@ class BootstrapTimer {
   };
 
   /// All outlive it.
-  BootstrapTimer(Orb::Timer &timer, const Orb::TimerWheel &timerWheel, const Pax::IpGenPrefix &zone,
-                 const Status &bsrStatus)
-      : timer_(timer), timerWheel_(timerWheel), zone_(zone), bsrStatus_(bsrStatus) {}
+  BootstrapTimer(Orb::Timer &timer, const PimBsrSm &bsrSm, const Pax::IpGenPrefix &zone)
+      : timer_(timer), bsrSm_(bsrSm), zone_(zone) {}
 
   /// What it was armed for last.
   Reason reason() const { return reason_; }
@@ -39,19 +39,18 @@ class BootstrapTimer {
   void arm(Reason reason, double time);
   void disarm() { timer_.timeMinIs(Orb::never); }
   /// What it is armed for is due now.
-  void hasten() { arm(reason_, timerWheel_.now()); }
+  void hasten() { arm(reason_, bsrSm_.now()); }
   /// The RP set has changed, which is announced soon (RFC 5059 section 3.3).
   void pull();
   /// The timeout has changed: an armed timer fires within it.
   void shorten();
 
  private:
-  const std::string &vrfName() const { return bsrStatus_.name(); }
+  const std::string &vrfName() const { return bsrSm_.vrfName(); }
 
   Orb::Timer &timer_;
-  const Orb::TimerWheel &timerWheel_;
+  const PimBsrSm &bsrSm_;
   const Pax::IpGenPrefix &zone_;
-  const Status &bsrStatus_;
   uint32_t timeout_ = 0;
   Reason reason_ = Reason::randOverride;
 };

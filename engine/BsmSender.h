@@ -7,7 +7,6 @@
 #pragma once
 
 #include <memory>
-#include <vector>
 
 #include "engine/PimBsrSm.h"
 #include "engine/TxFragments.h"

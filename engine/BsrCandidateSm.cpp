@@ -23,8 +23,8 @@ BsrCandidateSm::BsrCandidateSm(PimBsrSm &bsrSm, const Pax::IpGenPrefix &zone, co
       candidate_(bsrStatus->cbsr(zone)),
       random_(random),
       kivBsTimer_(timerWheel, *this),
-      bsTimer_(kivBsTimer_, *timerWheel, zone_, *bsrStatus),
-      collection_(*bsrStatus, bsrSm.rpSets(), zone_, *candidate_, *timerWheel, bsTimer_, withdrawals_),
+      bsTimer_(kivBsTimer_, bsrSm, zone_),
+      collection_(bsrSm, zone_, *candidate_, bsTimer_, withdrawals_),
       kivBsrStatus_(*this, bsrStatus),
       kivCandidate_(std::make_unique<KivCandidate>(*this, candidate_)) {
   handleInitialized();

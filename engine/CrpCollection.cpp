@@ -1,5 +1,6 @@
 #include "engine/CrpCollection.h"
 
+#include "engine/RpSetStore.h"
 #include "model/VrfTrace.h"
 
 namespace Routing::Pim::Bsr {
@@ -8,14 +9,14 @@ static Tracelet::Module trace("Pim::Bsr::CandidateSm");
 
 void CrpCollection::add(const Packet::CrpGroup &group, const Pax::IpGenAddr &rpAddress, RpPriority priority,
                         CrpHoldTime holdTime) {
-  const auto zoneStatus = bsrStatus_.crpStatus(zone_);
+  const auto zoneStatus = bsrSm_.bsrStatus()->crpStatus(zone_);
   const auto set = zoneStatus && zoneStatus->status() ? zoneStatus->status()->crpSet(group.prefix) : nullptr;
   auto rp = set ? set->rp(rpAddress) : nullptr;
   if (rp && rp->pimMode() == Mode::sparse && group.bidir) {
     VRF_TRACE(trace, 4,
               "CRP " << rpAddress << " has both PIM-SM and PIM-BIDIR instances."
                      << " We prefer BIDIR. Hence deleting existing PIM-SM CRP entry");
-    rpSets_.rpDel(zone_, group.prefix, rpAddress);
+    bsrSm_.rpSets().rpDel(zone_, group.prefix, rpAddress);
     rp = nullptr;
     if (holdTime == 0) {  // it is gone here; everybody else has to be told
       withdrawals_.add(group.prefix, rpAddress, Mode::sparse);
@@ -43,16 +44,16 @@ void CrpCollection::add(const Packet::CrpGroup &group, const Pax::IpGenAddr &rpA
 Kiv::Ptr<Pim::RpCandidate> CrpCollection::newRp(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rpAddress) {
   const RpHashMaskLen hashMaskLen(candidate_.hashMaskLen());
   const auto rp = setToAddTo(prefix)->rpIs(rpAddress);
-  rp->setupTimeIs(timerWheel_.now());
+  rp->setupTimeIs(bsrSm_.now());
   rp->hashMaskLenIs(hashMaskLen);
   bsTimer_.pull();
   return rp;
 }
 
 Kiv::Ptr<RpCandidateSet> CrpCollection::setToAddTo(const Pax::IpGenPrefix &prefix) {
-  auto zoneStatus = bsrStatus_.crpStatus(zone_);
+  auto zoneStatus = bsrSm_.bsrStatus()->crpStatus(zone_);
   if (!zoneStatus) {
-    zoneStatus = bsrStatus_.crpStatusIs(zone_);
+    zoneStatus = bsrSm_.bsrStatus()->crpStatusIs(zone_);
     zoneStatus->statusIs("")->rpSetTypeIs(rpSetTypeBsr);
     VRF_TRACE(trace, 4, "Creating CrpStatus for zone " << zone_);
   }
@@ -66,7 +67,7 @@ Kiv::Ptr<RpCandidateSet> CrpCollection::setToAddTo(const Pax::IpGenPrefix &prefi
 void CrpCollection::withdraw(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rpAddress, Pim::RpCandidate &rp) {
   withdrawals_.add(prefix, rpAddress, rp.pimMode());
   rp.holdTimeIs(0);
-  rp.expiresIs(timerWheel_.now());
+  rp.expiresIs(bsrSm_.now());
   VRF_TRACE(trace, 4, rpAddress << " updated with holdtime 0");
   bsTimer_.pull();
 }
@@ -79,18 +80,18 @@ void CrpCollection::refresh(const Packet::CrpGroup &group, Pim::RpCandidate &rp,
   const uint64_t bsPeriod = candidate_.bsPeriod();
   if (holdTime > 2.5 * static_cast<double>(bsPeriod)) {
     rp.holdTimeIs(holdTime);
-    rp.expiresIs(timerWheel_.now() + holdTime);
+    rp.expiresIs(bsrSm_.now() + holdTime);
     return;
   }
   VRF_TRACE(trace, 4,
             "C-RP Adv message contains holdtime " << holdTime << " seconds which is less than 2.5 times bsPeriod of "
                                                   << bsPeriod << " seconds.");
   rp.holdTimeIs(static_cast<CrpHoldTime>(3 * bsPeriod));
-  rp.expiresIs(timerWheel_.now() + static_cast<double>(3 * bsPeriod));
+  rp.expiresIs(bsrSm_.now() + static_cast<double>(3 * bsPeriod));
 }
 
 void CrpCollection::giveUp(const Pax::IpGenPrefix &inner) {
-  const auto zoneStatus = bsrStatus_.crpStatus(zone_);
+  const auto zoneStatus = bsrSm_.bsrStatus()->crpStatus(zone_);
   if (!zoneStatus || !zoneStatus->status()) return;
   for (const auto &[prefix, set] : zoneStatus->status()->crpSet()) {
     if (!inner.covers(prefix)) continue;

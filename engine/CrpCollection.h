@@ -3,7 +3,6 @@
 #pragma once
 
 #include "engine/BootstrapTimer.h"
-#include "engine/RpSetStore.h"
 #include "engine/Withdrawals.h"
 #include "platform/pim/Packet.h"
 
@@ -15,15 +14,9 @@ namespace Routing::Pim::Bsr {
 class CrpCollection {
  public:
   /// All outlive it.
-  CrpCollection(Status &bsrStatus, RpSetStore &rpSets, const Pax::IpGenPrefix &zone, const BsrCandidate &candidate,
-                const Orb::TimerWheel &timerWheel, BootstrapTimer &bsTimer, Withdrawals &withdrawals)
-      : bsrStatus_(bsrStatus),
-        rpSets_(rpSets),
-        zone_(zone),
-        candidate_(candidate),
-        timerWheel_(timerWheel),
-        bsTimer_(bsTimer),
-        withdrawals_(withdrawals) {}
+  CrpCollection(const PimBsrSm &bsrSm, const Pax::IpGenPrefix &zone, const BsrCandidate &candidate,
+                BootstrapTimer &bsTimer, Withdrawals &withdrawals)
+      : bsrSm_(bsrSm), zone_(zone), candidate_(candidate), bsTimer_(bsTimer), withdrawals_(withdrawals) {}
 
   /// Merges one advertised range into the zone's RP set. A bidirectional RP wins over a sparse one.
   /// Hold time 0 withdraws the RP.
@@ -32,17 +25,15 @@ class CrpCollection {
   void giveUp(const Pax::IpGenPrefix &inner);
 
  private:
-  const std::string &vrfName() const { return bsrStatus_.name(); }
+  const std::string &vrfName() const { return bsrSm_.vrfName(); }
   Kiv::Ptr<RpCandidateSet> setToAddTo(const Pax::IpGenPrefix &prefix);
   Kiv::Ptr<Pim::RpCandidate> newRp(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rpAddress);
   void withdraw(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rpAddress, Pim::RpCandidate &rp);
   void refresh(const Packet::CrpGroup &group, Pim::RpCandidate &rp, RpPriority priority, CrpHoldTime holdTime);
 
-  Status &bsrStatus_;
-  RpSetStore &rpSets_;
+  const PimBsrSm &bsrSm_;
   const Pax::IpGenPrefix &zone_;
   const BsrCandidate &candidate_;
-  const Orb::TimerWheel &timerWheel_;
   BootstrapTimer &bsTimer_;
   Withdrawals &withdrawals_;
 };

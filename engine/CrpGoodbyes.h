@@ -11,7 +11,6 @@
 #include <compare>
 #include <map>
 #include <set>
-#include <vector>
 
 #include "model/InternalStatus.h"
 #include "model/Status.h"

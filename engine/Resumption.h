@@ -6,7 +6,6 @@
 /// out. Then the election has settled.
 #pragma once
 
-#include <algorithm>
 #include <optional>
 
 #include "platform/orb/Clock.h"

@@ -45,8 +45,7 @@ void CrpMessageSm::handleCrpAdvMessage() {
 
 void CrpMessageSm::handleCRPAdv(const Kiv::Ptr<Packet::CrpAdvMessage> &advertisement) {
   VRF_TRACE_ENTRY(trace);
-  count(&PimBsrCounters::rxInc);
-  count(&PimBsrCounters::rxCrpAdvInc);
+  count(&PimBsrCounters::rxInc, &PimBsrCounters::rxCrpAdvInc);
   if (!isPermitted(advertisement->source())) return countDenied(advertisement->source());
   VRF_TRACE(trace, 4, "RX - Accepted CrpAdv from " << advertisement->source());
   crpMsgStatus_->bsrIpIs(advertisement->destination());
@@ -60,8 +59,7 @@ void CrpMessageSm::handleCRPAdv(const Kiv::Ptr<Packet::CrpAdvMessage> &advertise
     VRF_TRACE(trace, 4, "RX - Received CRP Advertisement with 0 groups. Assuming 224.0.0.0/4 or ff00::/8");
     handOver({globalZone_});
   }
-  count(&PimBsrCounters::rxCrpAdvSuccessInc);
-  count(&PimBsrCounters::rxSuccessInc);
+  count(&PimBsrCounters::rxCrpAdvSuccessInc, &PimBsrCounters::rxSuccessInc);
 }
 
 bool CrpMessageSm::isPermitted(const Pax::IpGenAddr &source) const {
@@ -69,8 +67,7 @@ bool CrpMessageSm::isPermitted(const Pax::IpGenAddr &source) const {
 }
 
 void CrpMessageSm::countDenied(const Pax::IpGenAddr &source) {
-  count(&PimBsrCounters::rxErrorInc);
-  count(&PimBsrCounters::rxCrpAdvErrorInc);
+  count(&PimBsrCounters::rxErrorInc, &PimBsrCounters::rxCrpAdvErrorInc);
   if (counters_) counters_->errorInc(&PimBsrErrorCounters::deniedError);
   VRF_TRACE(trace, 1, "RX - Dropping CRP Adv since Crp Adv Message from " << source << " is not permitted");
 }

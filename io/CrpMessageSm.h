@@ -54,8 +54,9 @@ class CrpMessageSm {
   void countDenied(const Pax::IpGenAddr &source);
   /// The common fields stand in PimCrpMsgStatus already.
   void handOver(const Packet::CrpGroup &group);
-  void count(void (PimBsrCounters::*counter)(uint32_t)) {
-    if (counters_) ((*counters_).*counter)(1);
+  template <class... Inc>
+  void count(Inc... inc) {
+    if (counters_) (((*counters_).*inc)(1), ...);
   }
 
   const Kiv::Ptr<Status> bsrStatus_;
