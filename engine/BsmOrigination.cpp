@@ -33,18 +33,11 @@ Kiv::Ptr<Packet::BootstrapMessage> BsmOrigination::bsm(uint16_t fragmentTag, uin
   return bsm;
 }
 
-Kiv::Ptr<RpCandidateSet> BsmOrigination::setOf(const Pax::IpGenPrefix &prefix) const {
-  const auto zoneStatus = bsrStatus_.crpStatus(zone_);
-  return zoneStatus && zoneStatus->status() ? zoneStatus->status()->crpSet(prefix) : nullptr;
-}
-
-// Those with collected RPs or withdrawn ones, in order.
 std::vector<Pax::IpGenPrefix> BsmOrigination::prefixes() const {
   std::vector<Pax::IpGenPrefix> prefixes = withdrawals_.prefixes();
-  std::erase_if(prefixes, [this](const auto &prefix) { return bool(setOf(prefix)); });
-  const auto zoneStatus = bsrStatus_.crpStatus(zone_);
-  if (zoneStatus && zoneStatus->status()) {
-    for (const auto &[prefix, set] : zoneStatus->status()->crpSet()) prefixes.push_back(prefix);
+  std::erase_if(prefixes, [this](const auto &prefix) { return bool(rpSetOf(bsrStatus_, zone_, prefix)); });
+  if (const auto sets = rpSetsOf(bsrStatus_, zone_)) {
+    for (const auto &[prefix, set] : sets->crpSet()) prefixes.push_back(prefix);
   }
   std::ranges::sort(prefixes);
   return prefixes;
@@ -82,7 +75,7 @@ BsmOrigination::Rps BsmOrigination::rpsToList(const Pax::IpGenPrefix &prefix) co
 // Of one mode, since a block has one flag for all its RPs.
 BsmOrigination::Rps BsmOrigination::liveRps(const Pax::IpGenPrefix &prefix) const {
   Rps sparse, bidir{{}, true};
-  if (const auto set = setOf(prefix)) {
+  if (const auto set = rpSetOf(bsrStatus_, zone_, prefix)) {
     for (const auto &[address, rp] : set->rp()) {
       if (rp->holdTime() == 0) continue;
       Rps &rps = rp->pimMode() == Mode::bidir ? bidir : sparse;

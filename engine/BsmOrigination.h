@@ -26,7 +26,6 @@ class BsmOrigination {
   };
 
   const std::string &vrfName() const { return bsrStatus_.name(); }
-  Kiv::Ptr<RpCandidateSet> setOf(const Pax::IpGenPrefix &prefix) const;
   std::vector<Pax::IpGenPrefix> prefixes() const;
   void addBlock(Packet::BootstrapMessage &bsm, const Pax::IpGenPrefix &prefix) const;
   Rps rpsToList(const Pax::IpGenPrefix &prefix) const;

@@ -136,10 +136,7 @@ void BsmSender::doSplitLater(const Pax::IpGenPrefix &zone, uint8_t zoneRpCount, 
   }
   if (appendGroupData(zone, zoneRpCount, fragments, *group, vrfName())) return;
   VRF_TRACE(trace, 1, "Not forwarding a second group block of " << group->prefix() << " that needs to be split");
-  if (const auto &counters = sm_.bsrStatus()->counters()) {
-    counters->txInc();
-    counters->txErrorInc();
-  }
+  count(sm_.bsrStatus()->counters(), &PimBsrCounters::txInc, &PimBsrCounters::txErrorInc);
 }
 
 void BsmSender::bsmFragmentsDelAll() {

@@ -9,8 +9,7 @@ static Tracelet::Module trace("Pim::Bsr::CandidateSm");
 
 void CrpCollection::add(const Packet::CrpGroup &group, const Pax::IpGenAddr &rpAddress, RpPriority priority,
                         CrpHoldTime holdTime) {
-  const auto zoneStatus = bsrSm_.bsrStatus()->crpStatus(zone_);
-  const auto set = zoneStatus && zoneStatus->status() ? zoneStatus->status()->crpSet(group.prefix) : nullptr;
+  const auto set = rpSetOf(*bsrSm_.bsrStatus(), zone_, group.prefix);
   auto rp = set ? set->rp(rpAddress) : nullptr;
   if (rp && rp->pimMode() == Mode::sparse && group.bidir) {
     VRF_TRACE(trace, 4,
@@ -91,9 +90,9 @@ void CrpCollection::refresh(const Packet::CrpGroup &group, Pim::RpCandidate &rp,
 }
 
 void CrpCollection::giveUp(const Pax::IpGenPrefix &inner) {
-  const auto zoneStatus = bsrSm_.bsrStatus()->crpStatus(zone_);
-  if (!zoneStatus || !zoneStatus->status()) return;
-  for (const auto &[prefix, set] : zoneStatus->status()->crpSet()) {
+  const auto sets = rpSetsOf(*bsrSm_.bsrStatus(), zone_);
+  if (!sets) return;
+  for (const auto &[prefix, set] : sets->crpSet()) {
     if (!inner.covers(prefix)) continue;
     for (const auto &[address, rp] : set->rp()) {
       if (rp->holdTime() != 0) withdraw(prefix, address, *rp);

@@ -136,11 +136,7 @@ void PimBsrSm::handleCrpMsg() {
   }
   VRF_TRACE(trace, 1,
             "Rx Error - Dropping Crp Adv Message to Candidate BSR " << crpMsgStatus_->bsrIp() << " for zone " << zone);
-  if (const auto &counters = bsrStatus_->counters()) {
-    counters->rxErrorInc(1);
-    counters->rxCrpAdvErrorInc(1);
-    counters->errorInc(&PimBsrErrorCounters::notBsrError);
-  }
+  countDrop(bsrStatus_->counters(), &PimBsrCounters::rxCrpAdvErrorInc, &PimBsrErrorCounters::notBsrError);
 }
 
 void PimBsrSm::handleRpCandidate() const { VRF_TRACE_ENTRY(trace); }

@@ -57,7 +57,7 @@ void BootstrapMessageSm::handleBSM() {
   if (!initialized_ || !bsmInfo_->rx()->message()) return;
   const Kiv::Ptr<Packet::BootstrapMessage> bsm(
       static_cast<Packet::BootstrapMessage *>(bsmInfo_->rx()->message().get()));
-  count(&PimBsrCounters::rxInc, &PimBsrCounters::rxBsmInc);
+  count(counters_, &PimBsrCounters::rxInc, &PimBsrCounters::rxBsmInc);
   const Pax::IpGenPrefix zone = zoneOf(*bsm);
   if (!destinationPasses()) return;
   if (bsm->forward() ? !rpfPasses(*bsm) : !noForwardPasses(zone)) return;
@@ -139,7 +139,7 @@ void BootstrapMessageSm::accept(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Pac
   bsmStatus_->iifIntfIdIs(bsmInfo_->rx()->intfId());
   bsmStatus_->firstGroupIs(bsm->groupData().empty() ? nullptr : bsm->groupData().front());
   bsmStatus_->rxBsmIs(bsm);
-  count(&PimBsrCounters::rxBsmSuccessInc, &PimBsrCounters::rxSuccessInc);
+  count(counters_, &PimBsrCounters::rxBsmSuccessInc, &PimBsrCounters::rxSuccessInc);
 }
 
 void BootstrapMessageSm::handleTransmission() {
@@ -151,18 +151,11 @@ void BootstrapMessageSm::handleTransmission() {
   channel.messageIs(bsmStatus_->txBsm());
   channel.countInc(1);
   const bool sent = channel.count() != before;
-  count(&PimBsrCounters::txInc, sent ? &PimBsrCounters::txSuccessInc : &PimBsrCounters::txErrorInc);
-}
-
-void BootstrapMessageSm::count(void (PimBsrCounters::*first)(uint32_t), void (PimBsrCounters::*second)(uint32_t)) {
-  if (!counters_) return;
-  ((*counters_).*first)(1);
-  ((*counters_).*second)(1);
+  count(counters_, &PimBsrCounters::txInc, sent ? &PimBsrCounters::txSuccessInc : &PimBsrCounters::txErrorInc);
 }
 
 void BootstrapMessageSm::countDrop(uint32_t PimBsrErrorCounters::*reason) {
-  count(&PimBsrCounters::rxErrorInc, &PimBsrCounters::rxBsmErrorInc);
-  if (counters_) counters_->errorInc(reason);
+  Bsr::countDrop(counters_, &PimBsrCounters::rxBsmErrorInc, reason);
 }
 
 Kiv::Ptr<Packet::BootstrapMessage> BootstrapMessageSm::lastBsm(const Pax::IpGenPrefix &zone) const {

@@ -70,7 +70,6 @@ class BootstrapMessageSm {
   void lastBsmIs(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
   void lastBsmDel(const Pax::IpGenPrefix &zone) { lastBsm_.erase(zone); }
   void lastBsmDelAll();
-  void count(void (PimBsrCounters::*first)(uint32_t), void (PimBsrCounters::*second)(uint32_t));
   void countDrop(uint32_t PimBsrErrorCounters::*reason);
 
   static constexpr uint32_t bsPeriodDefault_ = 60;  // seconds

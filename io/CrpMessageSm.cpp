@@ -45,7 +45,7 @@ void CrpMessageSm::handleCrpAdvMessage() {
 
 void CrpMessageSm::handleCRPAdv(const Kiv::Ptr<Packet::CrpAdvMessage> &advertisement) {
   VRF_TRACE_ENTRY(trace);
-  count(&PimBsrCounters::rxInc, &PimBsrCounters::rxCrpAdvInc);
+  count(counters_, &PimBsrCounters::rxInc, &PimBsrCounters::rxCrpAdvInc);
   if (!isPermitted(advertisement->source())) return countDenied(advertisement->source());
   VRF_TRACE(trace, 4, "RX - Accepted CrpAdv from " << advertisement->source());
   crpMsgStatus_->bsrIpIs(advertisement->destination());
@@ -59,7 +59,7 @@ void CrpMessageSm::handleCRPAdv(const Kiv::Ptr<Packet::CrpAdvMessage> &advertise
     VRF_TRACE(trace, 4, "RX - Received CRP Advertisement with 0 groups. Assuming 224.0.0.0/4 or ff00::/8");
     handOver({globalZone_});
   }
-  count(&PimBsrCounters::rxCrpAdvSuccessInc, &PimBsrCounters::rxSuccessInc);
+  count(counters_, &PimBsrCounters::rxCrpAdvSuccessInc, &PimBsrCounters::rxSuccessInc);
 }
 
 bool CrpMessageSm::isPermitted(const Pax::IpGenAddr &source) const {
@@ -67,8 +67,7 @@ bool CrpMessageSm::isPermitted(const Pax::IpGenAddr &source) const {
 }
 
 void CrpMessageSm::countDenied(const Pax::IpGenAddr &source) {
-  count(&PimBsrCounters::rxErrorInc, &PimBsrCounters::rxCrpAdvErrorInc);
-  if (counters_) counters_->errorInc(&PimBsrErrorCounters::deniedError);
+  countDrop(counters_, &PimBsrCounters::rxCrpAdvErrorInc, &PimBsrErrorCounters::deniedError);
   VRF_TRACE(trace, 1, "RX - Dropping CRP Adv since Crp Adv Message from " << source << " is not permitted");
 }
 
@@ -89,7 +88,7 @@ void CrpMessageSm::handleTransmission() {
   if (!advertisement) return;
   if (isLocalHost(advertisement->destination())) {
     VRF_TRACE(trace, 1, "TX - Sending CRP Advertisement locally");
-    count(&PimBsrCounters::txSuccessInc);
+    count(counters_, &PimBsrCounters::txSuccessInc);
     crpMsgStatus_->sentCountInc(1);
     handleCRPAdv(advertisement);
   } else {
@@ -103,12 +102,12 @@ void CrpMessageSm::transmit(const Kiv::Ptr<Packet::CrpAdvMessage> &advertisement
   channel.intfIdIs(Pax::IntfId());
   channel.messageIs(advertisement);
   channel.countInc(1);
-  count(&PimBsrCounters::txInc);
+  count(counters_, &PimBsrCounters::txInc);
   if (channel.count() != before) {
-    count(&PimBsrCounters::txSuccessInc);
+    count(counters_, &PimBsrCounters::txSuccessInc);
     crpMsgStatus_->sentCountInc(1);
   } else {
-    count(&PimBsrCounters::txErrorInc);
+    count(counters_, &PimBsrCounters::txErrorInc);
     VRF_TRACE(trace, 1, "TX - Error sending CRP Advertisement");
   }
 }

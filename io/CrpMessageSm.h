@@ -54,10 +54,6 @@ class CrpMessageSm {
   void countDenied(const Pax::IpGenAddr &source);
   /// The common fields stand in PimCrpMsgStatus already.
   void handOver(const Packet::CrpGroup &group);
-  template <class... Inc>
-  void count(Inc... inc) {
-    if (counters_) (((*counters_).*inc)(1), ...);
-  }
 
   const Kiv::Ptr<Status> bsrStatus_;
   const Kiv::Ptr<PimCrpMsgStatus> crpMsgStatus_;

@@ -60,4 +60,17 @@ class PimBsrCounters : public Kiv::NamedEntity {
   }
 };
 
+/// Adds one to each of the counters named, as `&PimBsrCounters::rxInc`, unless there are none.
+template <class... Increment>
+void count(const Kiv::Ptr<PimBsrCounters> &counters, Increment... increment) {
+  if (counters) (((*counters).*increment)(1), ...);
+}
+
+/// A received message was dropped; `kindInc` counts that for messages of its kind.
+inline void countDrop(const Kiv::Ptr<PimBsrCounters> &counters, void (PimBsrCounters::*kindInc)(uint32_t),
+                      uint32_t PimBsrErrorCounters::*reason) {
+  count(counters, &PimBsrCounters::rxErrorInc, kindInc);
+  if (counters) counters->errorInc(reason);
+}
+
 }  // namespace Routing::Pim::Bsr
