@@ -1,5 +1,3 @@
-#include <sstream>
-
 #include "view/Json.h"
 #include "view/Reasons.h"
 
@@ -10,9 +8,7 @@ namespace {
 std::string whyNotServed(const VrfView &view, const Pax::IntfId &intfId, const BsrCandidate *candidate) {
   const std::string why = whyNoAddress(view, intfId);
   if (!why.empty() || !candidate || candidate->intfId() == intfId) return why;
-  std::ostringstream text;
-  text << candidate->intfId() << " serves the zone";
-  return text.str();
+  return Kiv::toText(candidate->intfId()) + " serves the zone";
 }
 
 std::vector<std::string> namesOf(const Offers &offers, bool usableOnly) {

@@ -40,9 +40,7 @@ std::string whyNotServed(const VrfView &view, const Pax::IntfId &intfId, const O
   const std::string why = whyNoAddress(view, intfId);
   if (!why.empty()) return why;
   if (present && present->intfId() != intfId) {
-    std::ostringstream text;
-    text << present->intfId() << " serves " << addressOf(view, intfId);
-    return text.str();
+    return Kiv::toText(present->intfId()) + " serves " + Kiv::toText(addressOf(view, intfId));
   }
   for (const Offer &offer : offers) {
     if (!offer.usable()) return offer.lack;

@@ -14,12 +14,6 @@ class CounterVisitor : public Kiv::Visitor {
   void attribute(std::string_view name, const Kiv::Value &value) override {
     if (const auto *number = std::get_if<uint64_t>(&value)) row_[std::string(name)] = *number;
   }
-  void child(std::string_view, const Kiv::Entity *) override {}
-  void enter(std::string_view) override {}
-  void key(const Kiv::Value &) override {}
-  void element(const Kiv::Value &, const Kiv::Value &) override {}
-  void element(const Kiv::Value &, const Kiv::Entity &) override {}
-  void leave() override {}
 
  private:
   Rows &row_;

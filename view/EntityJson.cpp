@@ -33,7 +33,6 @@ class JsonVisitor : public Kiv::Visitor {
   void element(const Kiv::Value &key, const Kiv::Entity &entity) override {
     (*collection_)[Kiv::toText(key)] = Bsr::toJson(entity);
   }
-  void leave() override {}
 
  private:
   json &member(std::string_view name) { return object_[std::string(name)]; }

@@ -23,7 +23,7 @@ nlohmann::ordered_json toJson(const Type &value) {
 /// Null for an address that is not set.
 inline nlohmann::ordered_json toJson(const Pax::IpGenAddr &address) {
   if (address.isZero()) return nullptr;
-  return Kiv::toText(Kiv::toValue(address));
+  return Kiv::toText(address);
 }
 
 /// The elements in their order.

@@ -2,8 +2,6 @@
 #pragma once
 
 #include <map>
-#include <memory>
-#include <optional>
 #include <string>
 
 #include "agent/Agent.h"

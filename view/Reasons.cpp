@@ -1,19 +1,6 @@
 #include "view/Reasons.h"
 
-#include <algorithm>
-#include <sstream>
-
 namespace Routing::Pim::Bsr {
-
-namespace {
-
-std::string join(const Pax::IntfId &intfId, const char *what) {
-  std::ostringstream text;
-  text << intfId << what;
-  return text.str();
-}
-
-}  // namespace
 
 Offers offersOf(const VrfView &view, Role role) {
   Sources sources = sourcesOf(view);
@@ -34,23 +21,23 @@ std::string whyNotRunning(const VrfView &view) { return view.configSm ? "" : "th
 std::string whyAbsent(const VrfView &view, const Pax::IntfId &intfId) {
   const std::string why = whyNotRunning(view);
   if (!why.empty()) return why;
-  return view.interfaces && view.interfaces->intfStatus(intfId) ? "" : join(intfId, " does not exist");
+  return view.interfaces && view.interfaces->intfStatus(intfId) ? "" : Kiv::toText(intfId) + " does not exist";
 }
 
 std::string whyNoAddress(const VrfView &view, const Pax::IntfId &intfId) {
   const std::string why = whyAbsent(view, intfId);
   if (!why.empty() || !addressOf(view, intfId).isZero()) return why;
-  return join(intfId, view.interfaces->intfStatus(intfId)->adminUp() ? " has no address" : " is down");
+  return Kiv::toText(intfId) + (view.interfaces->intfStatus(intfId)->adminUp() ? " has no address" : " is down");
 }
 
 std::string whyPimOff(const VrfView &view, const Pax::IntfId &intfId) {
   const std::string why = whyAbsent(view, intfId);
   if (!why.empty()) return why;
   const auto status = view.interfaces->intfStatus(intfId);
-  if (!status->adminUp()) return join(intfId, " is down");
-  if (!status->up()) return join(intfId, " has no carrier");
+  if (!status->adminUp()) return Kiv::toText(intfId) + " is down";
+  if (!status->up()) return Kiv::toText(intfId) + " has no carrier";
   if (!status->pimAddr().isZero()) return "";
-  return join(intfId, view.af == Pax::AddressFamily::ipv4 ? " has no address" : " has no link-local address");
+  return Kiv::toText(intfId) + (view.af == Pax::AddressFamily::ipv4 ? " has no address" : " has no link-local address");
 }
 
 Pax::IpGenAddr addressOf(const VrfView &view, const Pax::IntfId &intfId) {

@@ -14,9 +14,7 @@ Pax::IpGenAddr groupFrom(const std::string &text, Pax::AddressFamily family) {
     if (group.af() == family && group.isMulticast()) return group;
   } catch (const Kiv::RangeError &) {
   }
-  std::ostringstream error;
-  error << "'" << text << "' is not a group of " << Pax::allGroups(family);
-  throw std::invalid_argument(error.str());
+  throw std::invalid_argument("'" + text + "' is not a group of " + Kiv::toText(Pax::allGroups(family)));
 }
 
 // The zone whose set is published for the prefix.

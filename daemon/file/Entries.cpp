@@ -10,7 +10,7 @@ std::string entryPath(std::initializer_list<std::string_view> names) {
   return path;
 }
 
-std::string textOf(const Pax::IpGenPrefix &prefix) { return Kiv::toText(Kiv::toValue(prefix)); }
+std::string textOf(const Pax::IpGenPrefix &prefix) { return Kiv::toText(prefix); }
 
 std::string entryOf(const Configuration &configuration, const L3::VrfName &vrf, const Source &source) {
   const auto &[role, intfId, range, acl, options] = source;

@@ -11,13 +11,9 @@ namespace Routing::Pim::Bsr {
 namespace {
 
 using Kiv::RangeError;
+using Kiv::toText;
 
 bool isBlank(char c) { return std::strchr(" \t\n\v\f\r", c) != nullptr; }
-
-template <class Type>
-std::string toText(const Type &value) {
-  return Kiv::toText(Kiv::toValue(value));
-}
 
 // The kernel's own rule.
 constexpr const char *interfacePattern = "[^/:\\s]{1,15}";

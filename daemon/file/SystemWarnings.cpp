@@ -28,9 +28,9 @@ void judgeFilter(const Configuration &configuration, const L3::VrfName &vrf, con
   for (const auto &[intfId, candidacy] : settings.rpCandidateConfig) {
     const auto intf = view.interfaces->intfStatus(intfId);
     if (!intf || intf->ipAddr().isZero() || permits(configuration, settings.crpFilterAcl, intf->ipAddr())) continue;
-    findings.warning(entryPath({"vrfConfig", vrf.text(), "crpFilterAcl"}),
-                     "denies " + Kiv::toText(Kiv::toValue(intf->ipAddr())) + ", this router's own candidate RP on " +
-                         std::string(intfId.name()));
+    findings.warning(
+        entryPath({"vrfConfig", vrf.text(), "crpFilterAcl"}),
+        "denies " + Kiv::toText(intf->ipAddr()) + ", this router's own candidate RP on " + std::string(intfId.name()));
   }
 }
 

@@ -48,8 +48,7 @@ class Reader {
     return prefix;
   }
   void expectUnicast(const Pax::IpGenAddr &address) const {
-    expect(address.af() == range_.af && !address.isZero() && !address.isMulticast(),
-           Kiv::toText(Kiv::toValue(address)));
+    expect(address.af() == range_.af && !address.isZero() && !address.isMulticast(), Kiv::toText(address));
   }
   void expectTimes(double setup, double expiry, double longest) const {
     expect(setup >= 0 && setup <= range_.now, "setupTime");
@@ -102,7 +101,7 @@ json setsJson(const RpCandidateStatus &learned) {
   json sets = json::object();
   for (const auto &[prefix, set] : learned.crpSet()) {
     json saved = toJson(*set);
-    sets[Kiv::toText(Kiv::toValue(prefix))] = std::move(saved.at("rp"));
+    sets[Kiv::toText(prefix)] = std::move(saved.at("rp"));
   }
   return sets;
 }
@@ -116,13 +115,12 @@ const json::object_t &membersOf(const json &json) {
 
 json savedJson(const Status &status, const RpCandidateStatus &published) {
   json cbsr = json::object(), bsr = json::object(), crp = json::object();
-  const auto text = [](const Pax::IpGenPrefix &zone) { return Kiv::toText(Kiv::toValue(zone)); };
   for (const auto &[zone, candidate] : status.cbsr()) {
-    if (candidate->elected()) cbsr[text(zone)] = candidateJson(*candidate);
+    if (candidate->elected()) cbsr[Kiv::toText(zone)] = candidateJson(*candidate);
   }
-  for (const auto &[zone, elected] : status.bootstrapRouter()) bsr[text(zone)] = toJson(*elected);
+  for (const auto &[zone, elected] : status.bootstrapRouter()) bsr[Kiv::toText(zone)] = toJson(*elected);
   for (const auto &[zone, learned] : status.crpStatus()) {
-    if (learned->status()) crp[text(zone)] = setsJson(*learned->status());
+    if (learned->status()) crp[Kiv::toText(zone)] = setsJson(*learned->status());
   }
   return {{"cbsr", std::move(cbsr)},
           {"bootstrapRouter", std::move(bsr)},

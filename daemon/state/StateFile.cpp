@@ -12,7 +12,6 @@
 #include "platform/kiv/ReactorOf.h"
 #include "platform/system/AgentName.h"
 #include "platform/tracelet/Tracelet.h"
-#include "view/EntityJson.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -36,9 +35,7 @@ bool isOther(const std::string &path) {
 // Hears of changes, also of VRFs that come later.
 class StateFile::KivStatusColl : public Kiv::ReactorOf<StatusColl, StateFile> {
  public:
-  KivStatusColl(StateFile &file, const Kiv::Ptr<const StatusColl> &statusColl) : ReactorOf(file, statusColl) {
-    notifierReplay();
-  }
+  using ReactorOf::ReactorOf;
   void onVrfStatus(const L3::VrfName &vrf) override {
     vrf_.erase(vrf);
     if (const auto status = notifier()->vrfStatus(vrf)) vrf_[vrf] = std::make_unique<KivStatus>(owner_, status);
@@ -74,7 +71,9 @@ StateFile::StateFile(Identity identity, const Contents &contents, const Orb::Clo
       contents_(contents),
       clock_(clock),
       timer_(wheel, *this),
-      kivStatusColl_(std::make_unique<KivStatusColl>(*this, contents.statusColl)) {}
+      kivStatusColl_(std::make_unique<KivStatusColl>(*this, contents.statusColl)) {
+  contents.statusColl->replay(*kivStatusColl_);
+}
 
 StateFile::~StateFile() = default;
 

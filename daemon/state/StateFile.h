@@ -35,8 +35,6 @@ class StateFile {
   StateFile(Identity identity, const Contents &contents, const Orb::Clock &clock,
             const Kiv::Ptr<Orb::TimerWheel> &wheel);
   ~StateFile();
-  StateFile(const StateFile &) = delete;
-  StateFile &operator=(const StateFile &) = delete;
 
   /// Writes what the file has into the status, before an agent runs on it. A file of which any part is
   /// not usable is ignored, with a trace.

@@ -40,29 +40,37 @@ Value toValue(const T &value) {
   }
 }
 
+template <class T>
+std::string toText(const T &value) {
+  return toText(toValue(value));
+}
+
+/// The content of the general form. Throws RangeError if it is of another kind.
+template <class Content>
+const Content &contentOf(const Value &value) {
+  if (const Content *content = std::get_if<Content>(&value)) return *content;
+  throw RangeError("value is of the wrong type");
+}
+
 /// The typed value. Throws RangeError if the general form is of the wrong kind or out of the type's range. A
 /// type that is written as text has a `static T fromText(std::string_view)`, which throws the same.
 template <class T>
 T fromValue(const Value &value) {
-  const auto fail = []() -> T { throw RangeError("value is of the wrong type"); };
-  if constexpr (std::is_same_v<T, bool>) {
-    return std::holds_alternative<bool>(value) ? std::get<bool>(value) : fail();
+  if constexpr (std::is_same_v<T, bool> || std::is_same_v<T, std::string>) {
+    return contentOf<T>(value);
   } else if constexpr (std::unsigned_integral<T>) {
-    if (!std::holds_alternative<uint64_t>(value)) return fail();
-    const uint64_t number = std::get<uint64_t>(value);
+    const uint64_t number = contentOf<uint64_t>(value);
     if (number > T(-1)) throw RangeError("value does not fit " + std::to_string(8 * sizeof(T)) + " bits");
     return static_cast<T>(number);
   } else if constexpr (std::floating_point<T>) {
     if (std::holds_alternative<uint64_t>(value)) return static_cast<T>(std::get<uint64_t>(value));
-    return std::holds_alternative<double>(value) ? std::get<double>(value) : fail();
-  } else if constexpr (std::is_same_v<T, std::string>) {
-    return std::holds_alternative<std::string>(value) ? std::get<std::string>(value) : fail();
+    return contentOf<double>(value);
   } else if constexpr (requires(T t) { t.number(); }) {
-    return std::holds_alternative<uint64_t>(value) ? T(std::get<uint64_t>(value)) : fail();
+    return T(contentOf<uint64_t>(value));
   } else if constexpr (requires { T::fromText(std::string_view()); }) {
-    return std::holds_alternative<std::string>(value) ? T::fromText(std::get<std::string>(value)) : fail();
+    return T::fromText(contentOf<std::string>(value));
   } else {
-    return fail();
+    throw RangeError("value is of the wrong type");
   }
 }
 
@@ -70,17 +78,17 @@ class Entity;
 
 /// Is shown the attributes of an entity in the order of their declaration. A collection begins with enter(),
 /// its elements follow in their order, leave() ends it. The visitor must not change the entity meanwhile, and
-/// owns nothing of what it is shown.
+/// owns nothing of what it is shown. What it does not override it passes over.
 class Visitor {
  public:
   virtual ~Visitor() = default;
-  virtual void attribute(std::string_view name, const Value &value) = 0;
-  virtual void child(std::string_view name, const Entity *entity) = 0;  ///< null when there is none
-  virtual void enter(std::string_view name) = 0;
-  virtual void key(const Value &key) = 0;  ///< element of a set
-  virtual void element(const Value &key, const Value &value) = 0;
-  virtual void element(const Value &key, const Entity &entity) = 0;
-  virtual void leave() = 0;
+  virtual void attribute(std::string_view /*name*/, const Value & /*value*/) {}
+  virtual void child(std::string_view /*name*/, const Entity * /*entity*/) {}  ///< null when there is none
+  virtual void enter(std::string_view /*name*/) {}
+  virtual void key(const Value & /*key*/) {}  ///< element of a set
+  virtual void element(const Value & /*key*/, const Value & /*value*/) {}
+  virtual void element(const Value & /*key*/, const Entity & /*entity*/) {}
+  virtual void leave() {}
 };
 
 }  // namespace Kiv
