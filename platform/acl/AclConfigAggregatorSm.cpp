@@ -5,18 +5,12 @@
 namespace Acl {
 
 class AclConfigAggregatorSm::KivInput : public Kiv::ReactorOf<Input::Config, AclConfigAggregatorSm> {
- public:
-  KivInput(AclConfigAggregatorSm &sm, const Kiv::Ptr<const Input::Config> &input) : ReactorOf(sm, input) {
-    notifierReplay();
-  }
+  using ReactorOf::ReactorOf;
   void onAcl(const std::string &acl) override { owner_.handleAcl(acl); }
 };
 
 class AclConfigAggregatorSm::KivDir : public Kiv::ReactorOf<Kiv::Dir<Input::Config>, AclConfigAggregatorSm> {
- public:
-  KivDir(AclConfigAggregatorSm &sm, const Kiv::Ptr<const Kiv::Dir<Input::Config>> &dir) : ReactorOf(sm, dir) {
-    notifierReplay();
-  }
+  using ReactorOf::ReactorOf;
   void onEntry(const std::string &name) override { owner_.handleInput(name); }
 };
 
@@ -31,7 +25,9 @@ AclConfigAggregatorSm::AclConfigAggregatorSm(const Kiv::Ptr<const Kiv::Dir<Input
                                              const Kiv::Ptr<Input::Config> &aclConfig)
     : input_(input), cli_(cli), aclConfig_(aclConfig) {
   kivCli_ = std::make_unique<KivInput>(*this, cli_);
+  cli_->replay(*kivCli_);
   kivDir_ = std::make_unique<KivDir>(*this, input_);
+  input_->replay(*kivDir_);
 }
 
 AclConfigAggregatorSm::~AclConfigAggregatorSm() = default;
@@ -40,6 +36,7 @@ void AclConfigAggregatorSm::handleInput(const std::string &name) {
   kivInput_.erase(name);
   if (const Kiv::Ptr<Input::Config> input = input_->entry(name)) {
     kivInput_[name] = std::make_unique<KivInput>(*this, input);
+    input->replay(*kivInput_[name]);
   }
   for (const std::string &acl : aclConfig_->acl().keys()) handleAcl(acl);
 }

@@ -18,8 +18,6 @@ class AclConfigAggregatorSm {
   AclConfigAggregatorSm(const Kiv::Ptr<const Kiv::Dir<Input::Config>> &input, const Kiv::Ptr<const Input::Config> &cli,
                         const Kiv::Ptr<Input::Config> &aclConfig);
   ~AclConfigAggregatorSm();
-  AclConfigAggregatorSm(const AclConfigAggregatorSm &) = delete;
-  AclConfigAggregatorSm &operator=(const AclConfigAggregatorSm &) = delete;
 
  private:
   class KivInput;

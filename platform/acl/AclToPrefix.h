@@ -17,8 +17,6 @@ class AclToPrefix {
   /// A family other than IPv4 and IPv6 is fatal.
   explicit AclToPrefix(Pax::AddressFamily af);
   ~AclToPrefix();
-  AclToPrefix(const AclToPrefix &) = delete;
-  AclToPrefix &operator=(const AclToPrefix &) = delete;
 
   /// A rule whose source is of the other family matches nothing.
   void handleRule(const Acl::IpRule &rule);

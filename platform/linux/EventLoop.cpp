@@ -7,7 +7,6 @@
 #include <boost/asio/io_context.hpp>
 #include <cmath>
 
-#include "platform/linux/Descriptor.h"
 #include "platform/tracelet/Require.h"
 
 namespace Linux {
@@ -71,19 +70,14 @@ double EventLoop::now() const {
 void EventLoop::wakeAt(Orb::TimerWheel &wheel, double time) {
   if (time == Orb::never) return forget(wheel);
   const auto [asked, added] = asked_.try_emplace(&wheel, time);
-  if (added) {
-    order_.emplace(time, &wheel);
-    return;
-  }
+  if (added) return void(order_.emplace(time, &wheel));
   auto node = order_.extract({asked->second, &wheel});
   node.value().first = asked->second = time;
   order_.insert(std::move(node));
 }
 
 void EventLoop::forget(Orb::TimerWheel &wheel) {
-  for (Orb::TimerWheel *&due : due_) {
-    if (due == &wheel) due = nullptr;
-  }
+  std::replace(due_.begin(), due_.end(), &wheel, static_cast<Orb::TimerWheel *>(nullptr));
   const auto asked = asked_.find(&wheel);
   if (asked == asked_.end()) return;
   order_.erase({asked->second, &wheel});

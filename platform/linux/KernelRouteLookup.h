@@ -1,7 +1,6 @@
 /// Routes, looked up in the kernel one address at a time.
 #pragma once
 
-#include <memory>
 #include <optional>
 #include <vector>
 

@@ -2,6 +2,7 @@
 
 #include <sys/inotify.h>
 
+#include <algorithm>
 #include <array>
 #include <vector>
 
@@ -33,8 +34,6 @@ NamespaceWatcher::NamespaceWatcher(EventLoop &loop)
   if (!inotify_) throw systemError("inotify_init1");
   watch_.emplace(loop.context(), inotify_.number(), [this] { read(); });
 }
-
-NamespaceWatcher::~NamespaceWatcher() = default;
 
 // A directory that does not exist yet (/run/netns before the first namespace) is waited for in its
 // parent, for one event at a time: other things come and go in there too.
@@ -77,10 +76,7 @@ void NamespaceWatcher::check() {
 }
 
 bool NamespaceWatcher::isWatched(const Watched *wanted) const {
-  for (const auto &[path, watched] : watched_) {
-    if (watched == wanted) return true;
-  }
-  return false;
+  return std::any_of(watched_.begin(), watched_.end(), [&](const auto &entry) { return entry.second == wanted; });
 }
 
 void NamespaceWatcher::tell(Watched &watched) {
@@ -111,12 +107,7 @@ NamespaceWatcher::Watched::Watched(NamespaceWatcher &watcher, const std::string 
 }
 
 NamespaceWatcher::Watched::~Watched() {
-  const auto [first, last] = watcher_.watched_.equal_range(path_);
-  for (auto found = first; found != last; ++found) {
-    if (found->second != this) continue;
-    watcher_.watched_.erase(found);
-    return;
-  }
+  std::erase_if(watcher_.watched_, [this](const auto &entry) { return entry.second == this; });
 }
 
 }  // namespace Linux

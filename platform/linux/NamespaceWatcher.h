@@ -19,7 +19,6 @@ class NamespaceWatcher {
  public:
   /// Throws std::system_error when the kernel grants no inotify descriptor.
   explicit NamespaceWatcher(EventLoop &loop);
-  ~NamespaceWatcher();
 
   using Changed = std::function<void(bool present)>;
 

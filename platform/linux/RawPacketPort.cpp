@@ -18,10 +18,7 @@ bool isOutOfMemberships(const std::error_code &error) {
 }  // namespace
 
 class RawPacketPort::StatusReactor : public Kiv::ReactorOf<Routing::Pim::Status, RawPacketPort> {
- public:
-  StatusReactor(RawPacketPort &port, const Kiv::Ptr<const Routing::Pim::Status> &status) : ReactorOf(port, status) {
-    notifierReplay();
-  }
+  using ReactorOf::ReactorOf;
   void onPimIntf(const Pax::IntfId &intfId) override { owner_.pimIntfChanged(intfId); }
 };
 
@@ -36,6 +33,7 @@ RawPacketPort::RawPacketPort(EventLoop &loop, const std::shared_ptr<const Namesp
       buffer_(defaultMaxPacket) {
   openSocket();
   reactor_ = std::make_unique<StatusReactor>(*this, status);
+  status->replay(*reactor_);
 }
 
 RawPacketPort::~RawPacketPort() = default;
@@ -44,8 +42,6 @@ void RawPacketPort::receiveBufferIs(uint32_t bytes) {
   receiveBuffer_ = bytes;
   for (const auto &open : sockets_) open->socket.receiveBufferIs(bytes);
 }
-
-void RawPacketPort::maxPacketIs(uint32_t bytes) { buffer_.resize(bytes); }
 
 void RawPacketPort::transparentIs(bool transparent) {
   transparent_ = transparent;

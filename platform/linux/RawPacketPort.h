@@ -26,7 +26,7 @@ class RawPacketPort : public Routing::Pim::IO::PacketPort {
   ~RawPacketPort() override;
 
   void receiveBufferIs(uint32_t bytes) override;
-  void maxPacketIs(uint32_t bytes) override;
+  void maxPacketIs(uint32_t bytes) override { buffer_.resize(bytes); }
   void transparentIs(bool transparent) override;
 
   /// Closes every socket; sending fails afterwards.

@@ -4,11 +4,7 @@
 
 namespace Linux {
 
-namespace {
-
-Tracelet::Module trace("VrfPlatform");
-
-}  // namespace
+static Tracelet::Module trace("VrfPlatform");
 
 // The name is watched before anything is opened, so that a namespace that takes it over is noticed.
 VrfPlatform::VrfPlatform(EventLoop &loop, NamespaceWatcher &watcher, Orb::Random &random, const Parameters &parameters)
@@ -30,8 +26,6 @@ VrfPlatform::VrfPlatform(EventLoop &loop, NamespaceWatcher &watcher, Orb::Random
   monitor_.emplace(loop, *where, interfaces_, links_,
                    NetlinkMonitor::Parameters{vrf_, parameters.family, parameters.complete});
 }
-
-VrfPlatform::~VrfPlatform() { close(); }
 
 // The owner's callback may destroy this object, so it is the last act.
 void VrfPlatform::vanish() {

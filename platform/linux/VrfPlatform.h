@@ -39,7 +39,7 @@ class VrfPlatform {
   /// Throws std::system_error when there is no such namespace or a socket is refused.
   VrfPlatform(EventLoop &loop, NamespaceWatcher &watcher, Orb::Random &random, const Parameters &parameters);
   /// Closes every socket without a goodbye; for an orderly stop, hello()->shutDown() goes first.
-  ~VrfPlatform();
+  ~VrfPlatform() { close(); }
 
   bool complete() const { return monitor_ && monitor_->complete(); }
   /// Whether the interface is enslaved to a vrf device, which deserves a warning: a VRF is a namespace here.

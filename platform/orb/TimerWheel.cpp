@@ -40,8 +40,6 @@ TimerWheel::TimerWheel(const Clock &clock, Waker &waker, const Parameters &param
   }
 }
 
-TimerWheel::~TimerWheel() { ask(never); }
-
 void TimerWheel::run() {
   if (running_) return;
   const Kiv::Ptr<TimerWheel> self(this);

@@ -79,7 +79,7 @@ class TimerWheel : public Kiv::Counted {
   /// The clock and the waker must outlive the wheel, which lives until the last of its timers is destroyed.
   TimerWheel(const Clock &clock, Waker &waker, const Parameters &parameters);
   TimerWheel(const Clock &clock, Waker &waker) : TimerWheel(clock, waker, Parameters()) {}
-  ~TimerWheel() override;
+  ~TimerWheel() override { ask(never); }
 
   double now() const { return clock_.now(); }
   const Parameters &parameters() const { return parameters_; }

@@ -21,9 +21,6 @@ IntfId IntfId::fromText(std::string_view text) {
   return {vrf, name};
 }
 
-std::string_view IntfId::vrf() const { return record_ ? std::string_view(record_->vrf) : std::string_view(); }
-std::string_view IntfId::name() const { return record_ ? std::string_view(record_->name) : std::string_view(); }
-
 bool IntfId::operator==(const IntfId &other) const {
   return record_ == other.record_ || (name() == other.name() && vrf() == other.vrf());
 }

@@ -24,8 +24,8 @@ class IntfId {
 
   bool isEmpty() const { return !record_; }
   /// "default" for the default VRF; empty for the empty id, as is name(). Both views last as long as some copy.
-  std::string_view vrf() const;
-  std::string_view name() const;
+  std::string_view vrf() const { return record_ ? std::string_view(record_->vrf) : std::string_view(); }
+  std::string_view name() const { return record_ ? std::string_view(record_->name) : std::string_view(); }
 
   bool operator==(const IntfId &other) const;
   std::strong_ordering operator<=>(const IntfId &other) const;

@@ -9,12 +9,7 @@
 namespace Pax {
 
 std::ostream &operator<<(std::ostream &out, AddressFamily family) {
-  switch (family) {
-    case AddressFamily::ipv4: return out << "ipv4";
-    case AddressFamily::ipv6: return out << "ipv6";
-    case AddressFamily::unknown: break;
-  }
-  return out << "unknown";
+  return out << (family == AddressFamily::ipv4 ? "ipv4" : family == AddressFamily::ipv6 ? "ipv6" : "unknown");
 }
 
 IpGenAddr IpGenAddr::fromBytes(std::span<const uint8_t> bytes) {

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <iosfwd>
 #include <span>
-#include <string>
 #include <string_view>
 
 namespace Pax {

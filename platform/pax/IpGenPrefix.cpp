@@ -52,21 +52,11 @@ std::ostream &operator<<(std::ostream &out, const IpGenPrefix &prefix) {
 }
 
 IpGenPrefix allGroups(AddressFamily family) {
-  switch (family) {
-    case AddressFamily::ipv4: return {IpGenAddr::v4(0xe0000000), 4};
-    case AddressFamily::ipv6: return {IpGenAddr::v6(0xff00ull << 48, 0), 8};
-    case AddressFamily::unknown: break;
-  }
-  return {};
+  if (family == AddressFamily::ipv4) return {IpGenAddr::v4(0xe0000000), 4};
+  return family == AddressFamily::ipv6 ? IpGenPrefix(IpGenAddr::v6(0xff00ull << 48, 0), 8) : IpGenPrefix();
 }
 
-IpGenPrefix allAddresses(AddressFamily family) {
-  switch (family) {
-    case AddressFamily::ipv4: return {IpGenAddr::v4(0), 0};
-    case AddressFamily::ipv6: return {IpGenAddr::v6(0, 0), 0};
-    case AddressFamily::unknown: break;
-  }
-  return {};
-}
+// Of the groups only the family counts here.
+IpGenPrefix allAddresses(AddressFamily family) { return {allGroups(family).address(), 0}; }
 
 }  // namespace Pax

@@ -1,6 +1,7 @@
 #include "platform/pim/Codec.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <memory>
 
@@ -10,26 +11,14 @@
 namespace Routing::Pim::Packet {
 
 const char *toText(DecodeError error) {
-  switch (error) {
-    case DecodeError::none: return "none";
-    case DecodeError::truncated: return "truncated";
-    case DecodeError::version: return "version";
-    case DecodeError::checksum: return "checksum";
-    case DecodeError::type: return "type";
-    case DecodeError::family: return "family";
-    case DecodeError::encoding: return "encoding";
-    case DecodeError::maskLength: return "mask length";
-    case DecodeError::group: return "group";
-    case DecodeError::unicast: return "unicast";
-    case DecodeError::linkLocal: return "link-local";
-    case DecodeError::counts: return "counts";
-    case DecodeError::partialTwice: return "partial twice";
-  }
-  return "unknown";
+  static constexpr std::array<const char *, decodeErrors> texts{
+      "none",        "truncated", "version", "checksum",   "type",   "family",       "encoding",
+      "mask length", "group",     "unicast", "link-local", "counts", "partial twice"};
+  return texts.at(static_cast<size_t>(error));
 }
 
 // The place in a message. Whoever reads asks with has() first: the reading functions check no size.
-class Codec::Cursor {
+class Cursor {
  public:
   Cursor(std::span<const uint8_t> bytes, Pax::AddressFamily family)
       : at_(bytes.data()), end_(bytes.data() + bytes.size()), family_(family) {}
@@ -101,7 +90,6 @@ class Codec::Cursor {
 namespace {
 
 // Entries of the other family are of no use here. Of an unknown family not even the size is known.
-template <class Cursor>
 DecodeError readAddressList(Cursor in, std::vector<Pax::IpGenAddr> &list) {
   while (in.left() > 0) {
     const Pax::AddressFamily family = in.announcedFamily();
@@ -118,7 +106,6 @@ DecodeError readAddressList(Cursor in, std::vector<Pax::IpGenAddr> &list) {
   return DecodeError::none;
 }
 
-template <class Cursor>
 DecodeError readHello(Cursor &in, HelloMessage &hello) {
   while (in.left() > 0) {
     if (!in.has(4)) return DecodeError::truncated;
@@ -126,29 +113,17 @@ DecodeError readHello(Cursor &in, HelloMessage &hello) {
     const uint16_t length = in.u16();
     if (!in.has(length)) return DecodeError::truncated;
     Cursor value = in.part(length);
-    switch (type) {
-      case Wire::holdTime:
-        if (!value.has(2)) return DecodeError::truncated;
-        hello.holdTimeIs(value.u16());
-        break;
-      case Wire::drPriority:
-        if (!value.has(4)) return DecodeError::truncated;
-        hello.drPriorityIs(value.u32());
-        break;
-      case Wire::generationId:
-        if (!value.has(4)) return DecodeError::truncated;
-        hello.generationIdIs(value.u32());
-        break;
-      case Wire::addressList:
-        if (const auto error = readAddressList(value, hello.addressList); error != DecodeError::none) return error;
-        break;
-      default: break;
-    }
+    const size_t least = type == Wire::holdTime ? 2 : type == Wire::drPriority || type == Wire::generationId ? 4 : 0;
+    if (!value.has(least)) return DecodeError::truncated;
+    if (type == Wire::holdTime) hello.holdTimeIs(value.u16());
+    if (type == Wire::drPriority) hello.drPriorityIs(value.u32());
+    if (type == Wire::generationId) hello.generationIdIs(value.u32());
+    if (type != Wire::addressList) continue;
+    if (const auto error = readAddressList(value, hello.addressList); error != DecodeError::none) return error;
   }
   return DecodeError::none;
 }
 
-template <class Cursor>
 DecodeError readCrpAdv(Cursor &in, CrpAdvMessage &message) {
   if (!in.has(4 + Wire::unicastSize(in.family()))) return DecodeError::truncated;
   message.prefixCountIs(in.u8());

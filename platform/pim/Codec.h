@@ -29,6 +29,8 @@ inline constexpr size_t decodeErrors = 13;  ///< `none` included
 /// "truncated", "mask length" and so on; traces and counters name the errors so.
 const char *toText(DecodeError error);
 
+class Cursor;
+
 /// Decodes and encodes the messages of one address family. Owned by a packet port. It knows nothing of interfaces
 /// and neighbors, and judges no more than the form of a message.
 ///
@@ -53,7 +55,6 @@ class Codec {
               std::vector<uint8_t> &bytes) const;
 
  private:
-  class Cursor;
   /// The size of the pool. Messages beyond it, when all of it is held, are not reused.
   static constexpr size_t poolMost = 64;
 

@@ -7,9 +7,7 @@
 
 namespace Routing::Pim::IO {
 
-namespace {
-Tracelet::Module trace("Pim::Hello");
-}
+static Tracelet::Module trace("Pim::Hello");
 
 class HelloSpeaker::Interface::StatusReactor : public Kiv::ReactorOf<Ip::IntfStatus, Interface> {
   using ReactorOf::ReactorOf;

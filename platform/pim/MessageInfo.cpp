@@ -2,8 +2,6 @@
 
 namespace Routing::Pim::IO {
 
-MessageInfo::MessageInfo(const Kiv::Ptr<PacketPort> &port) : rx_(Kiv::make<ReceivedMessage>()), tx_(port) {}
-
 void MessageInfo::messageIs(const Pax::IntfId &intfId, const Kiv::Ptr<Packet::Message> &message) {
   const Kiv::Ptr<ReceivedMessage> rx = rx_;  // a reactor may destroy this channel
   rx->intfIdIs(intfId);

@@ -41,7 +41,7 @@ class TransmitMessage {
 /// The messages of one type, in two halves, so that sending is never mistaken for receiving.
 class MessageInfo : public Kiv::Counted, public MessageConsumer {
  public:
-  explicit MessageInfo(const Kiv::Ptr<PacketPort> &port);
+  explicit MessageInfo(const Kiv::Ptr<PacketPort> &port) : rx_(Kiv::make<ReceivedMessage>()), tx_(port) {}
   const Kiv::Ptr<ReceivedMessage> &rx() const { return rx_; }
   TransmitMessage &tx() { return tx_; }
 

@@ -24,12 +24,7 @@ struct Incoming {
 
 /// A packet to send: with an interface out of it and with TTL 1, without one routed and with the default TTL. The
 /// payload is gone when transmit() returns.
-struct Outgoing {
-  Pax::IntfId intfId;
-  Pax::IpGenAddr source;
-  Pax::IpGenAddr destination;
-  std::span<const uint8_t> payload;
-};
+using Outgoing = Incoming;
 
 /// Takes the messages of one type.
 class MessageConsumer {

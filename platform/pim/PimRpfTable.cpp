@@ -6,11 +6,7 @@
 
 namespace Routing::Pim {
 
-namespace {
-
-Tracelet::Module trace("Pim::Rpf");
-
-}  // namespace
+static Tracelet::Module trace("Pim::Rpf");
 
 RpfInfo PimRpfTable::doLookup(const Pax::IpGenAddr &address, const Pax::IpGenAddr &) const {
   const RouteAnswer answer = routes_->lookup(address);

@@ -7,11 +7,7 @@
 
 namespace Sim {
 
-namespace {
-
 constexpr uint32_t hopsMost = 64;
-
-}  // namespace
 
 Router::Router(Network &network, std::string name, const std::string &vrf, uint32_t index, uint64_t seed)
     : network_(network),
@@ -29,8 +25,6 @@ Router::Router(Network &network, std::string name, const std::string &vrf, uint3
   loopback_->upIs(true);
   addressIs(address_);
 }
-
-Router::~Router() { pimStop(false); }
 
 void Router::addressIs(const Pax::IpGenAddr &address) {
   loopback_->addressIs(address, {.subnet = Pax::IpGenPrefix::host(address)});

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <deque>
-#include <memory>
 #include <string>
 #include <unordered_map>
 
@@ -25,7 +24,7 @@ class Router {
   using HelloParameters = Routing::Pim::IO::HelloSpeaker::Parameters;
 
   Router(Network &network, std::string name, const std::string &vrf, uint32_t index, uint64_t seed);
-  ~Router();
+  ~Router() { pimStop(false); }
 
   Network &network() const { return network_; }
   const std::string &name() const { return name_; }

@@ -6,9 +6,7 @@
 
 namespace Sim {
 
-namespace {
 constexpr size_t children = 4;
-}
 
 // The run of a wheel.
 class VirtualTime::Wake : public Event {
@@ -39,10 +37,7 @@ VirtualTime::VirtualTime() = default;
 VirtualTime::~VirtualTime() = default;
 
 void VirtualTime::wakeAt(Orb::TimerWheel &wheel, double time) {
-  if (time == Orb::never) {
-    wake_.erase(&wheel);
-    return;
-  }
+  if (time == Orb::never) return void(wake_.erase(&wheel));
   std::unique_ptr<Wake> &wake = wake_[&wheel];
   if (!wake) wake = std::make_unique<Wake>(*this, wheel);
   schedule(*wake, time);

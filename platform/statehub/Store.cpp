@@ -45,8 +45,6 @@ Store::Entry &Store::entry(std::string_view path, std::type_index type) {
   return found->second;
 }
 
-MountGroup::~MountGroup() { std::erase(store_.waiting_, this); }
-
 void MountGroup::mount(std::string_view path, std::type_index type, Fill fill) {
   REQUIRE(!onComplete_ && !complete_);
   const Kiv::Ptr<Kiv::Entity> present = store_.entry(path, type).entity;

@@ -64,7 +64,7 @@ class Store {
 class MountGroup {
  public:
   explicit MountGroup(Store &store) : store_(store) {}
-  ~MountGroup();
+  ~MountGroup() { std::erase(store_.waiting_, this); }
   MountGroup(const MountGroup &) = delete;
   MountGroup &operator=(const MountGroup &) = delete;
 

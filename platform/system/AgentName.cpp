@@ -5,13 +5,8 @@
 namespace Routing::Pim::Bsr {
 
 const char *agentName(Pax::AddressFamily af) {
-  switch (af) {
-    case Pax::AddressFamily::ipv4: return "PimBsr";
-    case Pax::AddressFamily::ipv6: return "PimBsr6";
-    case Pax::AddressFamily::unknown: break;
-  }
-  REQUIRE(0 && "Unsupported Address Family");
-  return nullptr;
+  REQUIRE_AS(Pax::addressBits(af) != 0, "0 && \"Unsupported Address Family\"");
+  return af == Pax::AddressFamily::ipv4 ? "PimBsr" : "PimBsr6";
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -37,10 +37,6 @@ void Registry::disable() {
   for (Module *module : modules_) module->level_ = -1;
 }
 
-void Registry::sinkAdd(Sink &sink) { sinks_.push_back(&sink); }
-
-void Registry::sinkRemove(Sink &sink) { std::erase(sinks_, &sink); }
-
 void Registry::write(std::string_view module, int level, std::string_view text) {
   for (size_t i = 0; i < sinks_.size(); ++i) sinks_[i]->line(module, level, text);
 }

@@ -62,8 +62,8 @@ class Registry {
   void disable();
   bool disabled() const { return disabled_; }
   /// Registers the sink, which must not be registered yet.
-  void sinkAdd(Sink &sink);
-  void sinkRemove(Sink &sink);
+  void sinkAdd(Sink &sink) { sinks_.push_back(&sink); }
+  void sinkRemove(Sink &sink) { std::erase(sinks_, &sink); }
   /// Passes a line to every sink, whatever the levels.
   void write(std::string_view module, int level, std::string_view text);
   /// Names and levels, each name once, sorted.
