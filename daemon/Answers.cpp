@@ -5,13 +5,10 @@
 #include <stdexcept>
 
 #include "daemon/Options.h"
-#include "daemon/VrfHost.h"
 #include "daemon/control/Nouns.h"
 #include "daemon/control/Request.h"
 #include "daemon/file/Effective.h"
 #include "daemon/file/SystemWarnings.h"
-#include "platform/tracelet/Sinks.h"
-#include "view/Process.h"
 #include "view/Show.h"
 
 namespace Routing::Pim::Bsr {
@@ -19,12 +16,6 @@ namespace Routing::Pim::Bsr {
 namespace {
 
 using Process = Answers::Process;
-
-std::string joined(const std::vector<std::string> &lines) {
-  std::string all;
-  for (const std::string &line : lines) all += (all.empty() ? "" : "\n") + line;
-  return all;
-}
 
 template <class Lines>
 Rows rowsOfLines(const Lines &lines) {
@@ -79,7 +70,7 @@ Rows check(const Process &process, const Control::Request &) {
   std::vector<std::string> lines;
   for (const Finding &error : findings.errors) lines.push_back(toText(file, error));
   for (const Finding &warning : findings.warnings) lines.push_back("warning: " + toText(file, warning));
-  if (!findings.errors.empty()) throw std::invalid_argument(joined(lines));
+  if (!findings.errors.empty()) throw std::invalid_argument(joined(lines, "\n"));
   return rowsOfLines(lines);
 }
 
@@ -98,8 +89,7 @@ Rows clear(const Process &process, const Control::Request &request) {
 
 Rows traceLevels(const Process &, const Control::Request &request) {
   const std::string &level = request.argument;
-  std::string error;
-  if (!level.empty() && !traceLevelIs(traceLevelFrom(level), error)) throw std::invalid_argument(error);
+  if (!level.empty()) traceLevelIs(traceLevelFrom(level));
   Rows rows = Rows::array();
   for (const auto &[module, level] : Tracelet::Registry::instance().levels()) {
     rows.push_back({{"module", module}, {"level", level}});

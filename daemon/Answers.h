@@ -7,25 +7,11 @@
 #include <string>
 #include <string_view>
 
-#include "platform/pax/Ranged.h"
-
-namespace Orb {
-class Clock;
-}
-namespace Statehub {
-class Store;
-}
-namespace Tracelet {
-class RingSink;
-}
+#include "daemon/VrfHost.h"
+#include "platform/tracelet/Sinks.h"
+#include "view/Process.h"
 
 namespace Routing::Pim::Bsr {
-
-class Agent;
-class SystemState;
-class VrfHost;
-struct Configuration;
-struct Loading;
 
 using VrfHosts = std::map<L3::VrfName, std::unique_ptr<VrfHost>>;
 
@@ -47,8 +33,6 @@ class Answers {
   };
 
   explicit Answers(Process process) : process_(std::move(process)) {}
-  Answers(const Answers &) = delete;
-  Answers &operator=(const Answers &) = delete;
 
   /// The reply line to a request line.
   std::string reply(std::string_view line) const;

@@ -1,14 +1,11 @@
 /// The control socket: a line in is a request, a line out the reply.
 #pragma once
 
+#include <boost/asio/io_context.hpp>
 #include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
-
-namespace boost::asio {
-class io_context;
-}
 
 namespace Routing::Pim::Bsr {
 

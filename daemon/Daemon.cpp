@@ -1,6 +1,5 @@
 #include "daemon/Daemon.h"
 
-#include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
 #include <csignal>
 #include <ctime>
@@ -11,12 +10,9 @@
 #include "agent/Agent.h"
 #include "daemon/Answers.h"
 #include "daemon/ControlServer.h"
-#include "daemon/VrfHost.h"
 #include "daemon/file/ConfigApply.h"
 #include "daemon/file/SystemWarnings.h"
 #include "daemon/state/StateFile.h"
-#include "platform/tracelet/Sinks.h"
-#include "view/Process.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -108,13 +104,12 @@ bool Daemon::reload() {
   const std::string &file = process_->options.config;
   const LoadedConfiguration loaded = configurationForHere(file, process_->family);
   if (!loaded.good()) {
-    std::string &errors = process_->loading.error;
-    errors.clear();
+    std::vector<std::string> errors;
     for (const Finding &error : loaded.findings.errors) {
-      const std::string line = toText(file, error);
-      TRACELET(trace, 1, line);
-      errors += (errors.empty() ? "" : "\n") + line;
+      errors.push_back(toText(file, error));
+      TRACELET(trace, 1, errors.back());
     }
+    process_->loading.error = joined(errors, "\n");
     TRACELET(trace, 1, "The configuration stays as it was");
     return false;
   }

@@ -24,8 +24,6 @@ class Daemon {
   /// std::runtime_error when there is one, or when the system does not let an agent run.
   Daemon(Pax::AddressFamily family, const Options &options, const Configuration &configuration);
   ~Daemon();
-  Daemon(const Daemon &) = delete;
-  Daemon &operator=(const Daemon &) = delete;
 
   /// Until a signal stops it.
   void run();

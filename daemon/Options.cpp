@@ -78,12 +78,12 @@ std::pair<std::string, int> traceLevelFrom(const std::string &text) {
   return {text.substr(0, equals), text.back() - '0'};
 }
 
-bool traceLevelIs(const std::pair<std::string, int> &level, std::string &error) {
+void traceLevelIs(const std::pair<std::string, int> &level) {
   auto &registry = Tracelet::Registry::instance();
-  if (registry.levelIs(level.first, level.second)) return true;
-  error = "there is no trace module '" + level.first + "'; the modules are:";
+  if (registry.levelIs(level.first, level.second)) return;
+  std::string error = "there is no trace module '" + level.first + "'; the modules are:";
   for (const auto &[module, current] : registry.levels()) error += " " + module;
-  return false;
+  throw UsageError(error);
 }
 
 }  // namespace Routing::Pim::Bsr

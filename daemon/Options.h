@@ -32,7 +32,7 @@ std::string usage(Pax::AddressFamily family);
 
 /// From "MODULE=LEVEL", with a level from 0 to 9; throws UsageError.
 std::pair<std::string, int> traceLevelFrom(const std::string &text);
-/// Sets the level; false, with a message, when there is no such module.
-bool traceLevelIs(const std::pair<std::string, int> &level, std::string &error);
+/// Sets the level; throws UsageError when there is no such module.
+void traceLevelIs(const std::pair<std::string, int> &level);
 
 }  // namespace Routing::Pim::Bsr

@@ -21,13 +21,6 @@ void report(const std::string &file, const Findings &findings) {
   for (const Finding &warning : findings.warnings) std::cerr << "warning: " << toText(file, warning) << '\n';
 }
 
-void setTraceLevels(const Options &options) {
-  for (const auto &level : options.trace) {
-    std::string error;
-    if (!traceLevelIs(level, error)) throw UsageError(error);
-  }
-}
-
 int runAgent(Pax::AddressFamily family, const Options &options) {
   const LoadedConfiguration loaded = configurationForHere(options.config, family);
   report(options.config, loaded.findings);
@@ -45,7 +38,7 @@ int runProgram(Pax::AddressFamily family, const std::vector<std::string> &argume
   const std::string name = agentName(family);
   try {
     const Options options = optionsFrom(family, arguments);
-    setTraceLevels(options);
+    for (const auto &level : options.trace) traceLevelIs(level);
     switch (options.action) {
       case Options::Action::help: std::cout << usage(family); return done;
       case Options::Action::version: std::cout << name << ' ' << PIMBSR_VERSION << '\n'; return done;

@@ -26,8 +26,6 @@ VrfHost::VrfHost(const Process &process, const L3::VrfName &vrf, const PimVrf &p
   open();
 }
 
-VrfHost::~VrfHost() { close(); }
-
 void VrfHost::pimIs(const PimVrf &pim) {
   const PimVrf before = std::exchange(pim_, pim);
   if (before.networkNamespace != pim.networkNamespace) {

@@ -28,9 +28,7 @@ class VrfHost {
 
   VrfHost(const Process &process, const L3::VrfName &vrf, const PimVrf &pim);
   /// Stops in order: the agent in this VRF, a goodbye to the neighbours, the sockets.
-  ~VrfHost();
-  VrfHost(const VrfHost &) = delete;
-  VrfHost &operator=(const VrfHost &) = delete;
+  ~VrfHost() { close(); }
 
   /// Applies what differs. With another namespace the VRF starts anew there.
   void pimIs(const PimVrf &pim);

@@ -49,17 +49,9 @@ Request requestFromLine(std::string_view line) {
   return request;
 }
 
-std::string rowsLine(const Rows &rows) {
-  Rows json;
-  json["rows"] = rows;
-  return toText(json);
-}
+std::string rowsLine(const Rows &rows) { return toText(Rows::object({{"rows", rows}})); }
 
-std::string errorLine(std::string_view error) {
-  Rows json;
-  json["error"] = error;
-  return toText(json);
-}
+std::string errorLine(std::string_view error) { return toText(Rows::object({{"error", error}})); }
 
 Rows rowsFromLine(std::string_view line) {
   Rows json = Rows::parse(line, nullptr, false);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <iterator>
 #include <tuple>
 
 #include "daemon/file/FileOffers.h"

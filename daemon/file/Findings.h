@@ -27,4 +27,11 @@ inline std::string toText(const std::string &file, const Finding &finding) {
   return file + (finding.place.empty() ? "" : ":" + finding.place) + ": " + finding.message;
 }
 
+/// The words as one text.
+inline std::string joined(const std::vector<std::string> &words, const char *between) {
+  std::string text;
+  for (const std::string &word : words) text += (text.empty() ? "" : between) + word;
+  return text;
+}
+
 }  // namespace Routing::Pim::Bsr

@@ -2,8 +2,6 @@
 #pragma once
 
 #include <algorithm>
-#include <iterator>
-#include <set>
 
 #include "daemon/file/Description.h"
 #include "daemon/file/JsonText.h"

@@ -8,16 +8,6 @@ namespace Routing::Pim::Bsr {
 
 using nlohmann::json;
 
-namespace {
-
-std::string joined(const std::vector<std::string> &words, const char *between) {
-  std::string text;
-  for (const std::string &word : words) text += (text.empty() ? "" : between) + word;
-  return text;
-}
-
-}  // namespace
-
 std::string shown(const json &value) {
   constexpr size_t longest = 40;
   if (value.is_structured()) return value.is_object() ? "an object" : "a list";
@@ -34,10 +24,6 @@ ObjectReader::ObjectReader(const json &value, std::string path, Findings &findin
 }
 
 std::string ObjectReader::path(std::string_view name) const { return pathTo(path_, name); }
-
-bool ObjectReader::has(std::string_view name) const { return value_.is_object() && value_.contains(name); }
-
-bool ObjectReader::hasEntries(std::string_view name) const { return has(name) && value_.at(name) != json::object(); }
 
 const json *ObjectReader::find(const char *name) {
   known_.emplace_back(name);
@@ -75,26 +61,16 @@ std::optional<std::string> ObjectReader::word(const char *name, const std::vecto
 }
 
 void ObjectReader::elements(const char *name, const Member &element) {
-  const json *found = find(name);
-  if (!found) return;
-  if (!found->is_array()) {
-    findings_.error(path(name), mustBe("a list", *found));
-    return;
-  }
-  size_t index = 0;
-  for (const json &value : *found) {
-    const std::string number = std::to_string(index++);
-    element(number, value, pathTo(path(name), number));
-  }
+  visit(name, &json::is_array, "a list", element);
 }
 
-void ObjectReader::each(const char *name, const Member &member) {
+void ObjectReader::each(const char *name, const Member &member) { visit(name, &json::is_object, "an object", member); }
+
+void ObjectReader::visit(const char *name, bool (json::*isRight)() const noexcept, const char *what,
+                         const Member &member) {
   const json *found = find(name);
   if (!found) return;
-  if (!found->is_object()) {
-    findings_.error(path(name), mustBe("an object", *found));
-    return;
-  }
+  if (!(found->*isRight)()) return findings_.error(path(name), mustBe(what, *found));
   for (const auto &[key, value] : found->items()) member(key, value, pathTo(path(name), key));
 }
 

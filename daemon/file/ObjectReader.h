@@ -25,9 +25,9 @@ class ObjectReader {
   const std::string &path() const { return path_; }
   std::string path(std::string_view name) const;
   bool isObject() const { return value_.is_object(); }
-  bool has(std::string_view name) const;
+  bool has(std::string_view name) const { return value_.is_object() && value_.contains(name); }
   /// Whether there is such a member, other than an empty object.
-  bool hasEntries(std::string_view name) const;
+  bool hasEntries(std::string_view name) const { return has(name) && value_.at(name) != nlohmann::json::object(); }
 
   /// An integer from `least` to `most`.
   std::optional<uint64_t> number(const char *name, uint64_t least, uint64_t most);
@@ -43,6 +43,9 @@ class ObjectReader {
 
  private:
   const nlohmann::json *find(const char *name);
+  /// Calls `member` for what is in the member `name`, an object or a list, or finds that it is not `what`.
+  void visit(const char *name, bool (nlohmann::json::*isRight)() const noexcept, const char *what,
+             const Member &member);
 
   const nlohmann::json &value_;
   const std::string path_;
