@@ -39,16 +39,17 @@ Bytes ipPacket(int linkType, Bytes frame) {
   return type == 0x0800 || type == 0x86dd ? frame.subspan(header) : Bytes();
 }
 
+CapturedMessage messageFrom(Bytes source, Bytes destination, Bytes payload) {
+  return {
+      0, Pax::IpGenAddr::fromBytes(source), Pax::IpGenAddr::fromBytes(destination), {payload.begin(), payload.end()}};
+}
+
 std::optional<CapturedMessage> fromIpv4(Bytes packet) {
   if (packet.size() < 20) return {};
   const size_t header = size_t{packet[0]} % 16 * 4, length = number16(packet, 2);
   const bool fragment = (number16(packet, 6) & 0x3fff) != 0;
   if (packet[9] != pim || fragment || header < 20 || length < header || length > packet.size()) return {};
-  const Bytes payload = packet.subspan(header, length - header);
-  return CapturedMessage{0,
-                         Pax::IpGenAddr::fromBytes(packet.subspan(12, 4)),
-                         Pax::IpGenAddr::fromBytes(packet.subspan(16, 4)),
-                         {payload.begin(), payload.end()}};
+  return messageFrom(packet.subspan(12, 4), packet.subspan(16, 4), packet.subspan(header, length - header));
 }
 
 std::optional<CapturedMessage> fromIpv6(Bytes packet) {
@@ -56,11 +57,7 @@ std::optional<CapturedMessage> fromIpv6(Bytes packet) {
   if (packet.size() < header) return {};
   const size_t length = number16(packet, 4);
   if (packet[6] != pim || length > packet.size() - header) return {};
-  const Bytes payload = packet.subspan(header, length);
-  return CapturedMessage{0,
-                         Pax::IpGenAddr::fromBytes(packet.subspan(8, 16)),
-                         Pax::IpGenAddr::fromBytes(packet.subspan(24, 16)),
-                         {payload.begin(), payload.end()}};
+  return messageFrom(packet.subspan(8, 16), packet.subspan(24, 16), packet.subspan(header, length));
 }
 
 std::optional<CapturedMessage> bootstrapMessage(Bytes packet, Pax::AddressFamily family) {

@@ -4,7 +4,6 @@
 #include <fstream>
 #include <limits>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <stdexcept>
 
 namespace Lab {

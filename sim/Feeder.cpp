@@ -4,10 +4,6 @@
 
 namespace Sim {
 
-Feeder::Feeder(Router &router, double period) : router_(router), period_(period) {}
-
-Feeder::~Feeder() { router_.pimStop(false); }
-
 void Feeder::start() {
   constexpr double helloAnswer = 10;
   router_.powerIs(true);

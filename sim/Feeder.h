@@ -16,8 +16,8 @@ class Feeder {
  public:
   using Fragments = std::vector<Kiv::Ptr<Routing::Pim::Packet::BootstrapMessage>>;
 
-  explicit Feeder(Router &router, double period = 60);
-  ~Feeder();
+  explicit Feeder(Router &router, double period = 60) : router_(router), period_(period) {}
+  ~Feeder() { router_.pimStop(false); }
 
   Router &router() const { return router_; }
   /// Starts speaking Hello; the first round follows when the neighbours have had time to answer.

@@ -7,9 +7,7 @@ namespace Sim {
 
 namespace Bsr = Routing::Pim::Bsr;
 
-namespace {
 const Pax::IntfId loopback(L3::defaultVrf, "lo");
-}
 
 const L3::VrfName Host::vrf(L3::defaultVrf);
 
@@ -17,8 +15,6 @@ Host::Host(Router &router) : router_(router), vrfs_{&router}, system_(store_, ro
   system_.vrfIs(vrf);
   storeNew();
 }
-
-Host::~Host() { crash(); }
 
 void Host::vrfIs(Router &router) {
   vrfs_.push_back(&router);

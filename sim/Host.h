@@ -16,7 +16,7 @@ namespace Sim {
 class Host {
  public:
   explicit Host(Router &router);
-  ~Host();
+  ~Host() { crash(); }
   /// One more VRF of the same box, before it starts.
   void vrfIs(Router &router);
   /// It leaves the configuration: the agent says goodbye there, then PIM does.
