@@ -45,27 +45,21 @@ std::ostream &operator<<(std::ostream &out, const IpRule &rule);
 /// One set of rules. It may be changed in place, rule by rule, or built aside and put in force as a whole by
 /// setting `AclConfig::currCfg`.
 class AclSubConfig : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(values, uint32_t, IpRule, ruleBySequence, RuleBySequence)
-  KIV_ENTITY(AclSubConfig, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(AclSubConfig, values, uint32_t, IpRule, ruleBySequence, RuleBySequence)
 };
 
 /// An ACL and its rules in force. Without a `currCfg` it permits nothing.
 class AclConfig : public Kiv::NamedEntity {
  public:
   using NamedEntity::NamedEntity;
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(pointer, AclSubConfig, currCfg, CurrCfg)
-  KIV_ENTITY(AclConfig, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(AclConfig, pointer, AclSubConfig, currCfg, CurrCfg)
 };
 
 namespace Input {
 
 /// All ACLs of one address family, by name.
 class Config : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, std::string, AclConfig, acl, Acl)
-  KIV_ENTITY(Config, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(Config, map, std::string, AclConfig, acl, Acl)
 };
 
 }  // namespace Input

@@ -11,9 +11,7 @@ namespace Fib {
 
 /// "routing/status", or "routing/vrf/status/NAME" outside the default VRF.
 class RouteStatus : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(pointer, Routing::RouteLookup, routes, Routes)
-  KIV_ENTITY(RouteStatus, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(RouteStatus, pointer, Routing::RouteLookup, routes, Routes)
 };
 
 }  // namespace Fib

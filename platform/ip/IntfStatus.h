@@ -57,9 +57,7 @@ void chooseAddresses(IntfStatus &intf, Pax::AddressFamily family);
 
 /// All interfaces of a VRF ("interface/status/all").
 class AllIntfStatusDir : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, Pax::IntfId, IntfStatus, intfStatus, IntfStatus)
-  KIV_ENTITY(AllIntfStatusDir, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(AllIntfStatusDir, map, Pax::IntfId, IntfStatus, intfStatus, IntfStatus)
 };
 
 }  // namespace Ip

@@ -11,18 +11,14 @@ namespace Ip {
 
 /// The address of one interface, zero while the interface is not there or has none. Written by SourceIntfSm alone.
 class SourceIntf : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(value, Pax::IpGenAddr, ipAddr, IpAddr, {})
-  KIV_ENTITY(SourceIntf, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(SourceIntf, value, Pax::IpGenAddr, ipAddr, IpAddr, {})
 };
 
 /// The tracked interfaces of one VRF, under the name of the VRF.
 class SourceIntfDir : public Kiv::NamedEntity {
  public:
   using NamedEntity::NamedEntity;
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, Pax::IntfId, SourceIntf, sourceIntf, SourceIntf)
-  KIV_ENTITY(SourceIntfDir, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(SourceIntfDir, map, Pax::IntfId, SourceIntf, sourceIntf, SourceIntf)
 };
 
 /// Keeps the directory in step with the interface status of the VRF. One per running VRF, owned by its machines;
@@ -33,8 +29,6 @@ class SourceIntfSm {
  public:
   SourceIntfSm(const Kiv::Ptr<SourceIntfDir> &sourceIntfDir, const Kiv::Ptr<const AllIntfStatusDir> &allIntfStatusDir);
   ~SourceIntfSm();
-  SourceIntfSm(const SourceIntfSm &) = delete;
-  SourceIntfSm &operator=(const SourceIntfSm &) = delete;
 
   /// Tracks the interface from now on, whether it exists or not. The entry is up to date on return.
   Kiv::Ptr<const SourceIntf> sourceIntfIs(const Pax::IntfId &intfId);

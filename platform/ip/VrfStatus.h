@@ -20,9 +20,7 @@ class VrfStatusLocal : public Kiv::Entity {
 
 /// "ip/vrf/status/local": the VRFs of this router.
 class AllVrfStatusLocal : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, L3::VrfName, VrfStatusLocal, vrfStatus, VrfStatus)
-  KIV_ENTITY(AllVrfStatusLocal, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(AllVrfStatusLocal, map, L3::VrfName, VrfStatusLocal, vrfStatus, VrfStatus)
 };
 
 }  // namespace Ip
@@ -32,10 +30,7 @@ namespace Interface {
 /// "interface/status/all": the interfaces of each VRF. A VRF comes into it only when all its interfaces and
 /// addresses are known, so a reader never takes a missing one for a deleted one.
 class AllIntfStatusDir : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE) \
-  ATTRIBUTE(values, L3::VrfName, Kiv::Ptr<Ip::AllIntfStatusDir>, vrfIntfStatus, VrfIntfStatus)
-  KIV_ENTITY(AllIntfStatusDir, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(AllIntfStatusDir, values, L3::VrfName, Kiv::Ptr<Ip::AllIntfStatusDir>, vrfIntfStatus, VrfIntfStatus)
 };
 
 }  // namespace Interface
@@ -44,9 +39,7 @@ namespace KernelNetInfo {
 
 /// "kni/ns/NAMESPACE/status": the kernel's interfaces in one network namespace.
 class Status : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(pointer, Ip::AllIntfStatusDir, devices, Devices)
-  KIV_ENTITY(Status, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(Status, pointer, Ip::AllIntfStatusDir, devices, Devices)
 };
 
 }  // namespace KernelNetInfo

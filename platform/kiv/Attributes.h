@@ -66,28 +66,37 @@ void describeElement(Visitor &visitor, const Key &key, const Ptr<Type> &entity) 
 #define KIV_NO_ATTRIBUTES(ATTRIBUTE)
 
 /// Ends the declaration of an entity; what follows it is public.
-#define KIV_ENTITY(Class, ATTRIBUTES)                                                                                 \
+#define KIV_ENTITY(Class, ATTRIBUTES)                                                                                  \
+  KIV_ENTITY_PARTS(Class, ATTRIBUTES(KIV_ON), ATTRIBUTES(KIV_ACCESS), ATTRIBUTES(KIV_DESCRIBE), ATTRIBUTES(KIV_WRITE), \
+                   ATTRIBUTES(KIV_REPLAY), ATTRIBUTES(KIV_MEMBER))
+
+/// The same for an entity with one attribute: KIV_ENTITY_WITH(Lamp, value, bool, on, On, false)
+#define KIV_ENTITY_WITH(Class, ...)                                                                \
+  KIV_ENTITY_PARTS(Class, KIV_ON(__VA_ARGS__), KIV_ACCESS(__VA_ARGS__), KIV_DESCRIBE(__VA_ARGS__), \
+                   KIV_WRITE(__VA_ARGS__), KIV_REPLAY(__VA_ARGS__), KIV_MEMBER(__VA_ARGS__))
+
+#define KIV_ENTITY_PARTS(Class, REACTIONS, ACCESSORS, DESCRIPTION, WRITING, REPLAYING, MEMBERS)                       \
  public:                                                                                                              \
   class Notifiee : public ::Kiv::NotifieeOf<Class> {                                                                  \
    public:                                                                                                            \
-    ATTRIBUTES(KIV_ON)                                                                                                \
+    REACTIONS                                                                                                         \
   };                                                                                                                  \
   using NotifieeConst = Notifiee;                                                                                     \
-  ATTRIBUTES(KIV_ACCESS)                                                                                              \
+  ACCESSORS                                                                                                           \
   const char *fwkType() const override { return #Class; }                                                             \
-  void describe([[maybe_unused]] ::Kiv::Visitor &visitor) const override { ATTRIBUTES(KIV_DESCRIBE) }                 \
+  void describe([[maybe_unused]] ::Kiv::Visitor &visitor) const override { DESCRIPTION }                              \
   bool attributeIs([[maybe_unused]] std::string_view wanted, [[maybe_unused]] const ::Kiv::Value &general) override { \
-    ATTRIBUTES(KIV_WRITE)                                                                                             \
+    WRITING                                                                                                           \
     return false;                                                                                                     \
   }                                                                                                                   \
   /** Tells `notifiee` of every element of every collection, as if new. */                                            \
   void replay(Notifiee &notifiee) const {                                                                             \
-    const Notification running(*this, notifiee);                                                                      \
-    ATTRIBUTES(KIV_REPLAY)                                                                                            \
+    const Notification running(*this, &notifiee, &notifiee);                                                          \
+    REPLAYING                                                                                                         \
   }                                                                                                                   \
                                                                                                                       \
  private:                                                                                                             \
-  ATTRIBUTES(KIV_MEMBER)                                                                                              \
+  MEMBERS                                                                                                             \
                                                                                                                       \
  public:
 
@@ -118,15 +127,8 @@ void describeElement(Visitor &visitor, const Key &key, const Ptr<Type> &entity) 
 #define KIV_MEMBER_value(Type, name, Name, initial) Type name##_ = ::Kiv::Initial<Type>(initial).value;
 
 // pointer
-#define KIV_ON_pointer(Type, name, Name) \
-  virtual void on##Name() {}
-#define KIV_ACCESS_pointer(Type, name, Name)               \
-  const ::Kiv::Ptr<Type> &name() const { return name##_; } \
-  void name##Is(const ::Kiv::Ptr<Type> &value) {           \
-    if (name##_ == value) return;                          \
-    name##_ = value;                                       \
-    notify(&Notifiee::on##Name);                           \
-  }
+#define KIV_ON_pointer(Type, name, Name) KIV_ON_value(::Kiv::Ptr<Type>, name, Name, nullptr)
+#define KIV_ACCESS_pointer(Type, name, Name) KIV_ACCESS_value(::Kiv::Ptr<Type>, name, Name, nullptr)
 #define KIV_DESCRIBE_pointer(Type, name, Name)
 #define KIV_WRITE_pointer(Type, name, Name)
 #define KIV_REPLAY_pointer(Type, name, Name)
@@ -146,8 +148,7 @@ void describeElement(Visitor &visitor, const Key &key, const Ptr<Type> &entity) 
 #define KIV_MEMBER_counter(name, Name) uint32_t name##_ = 0;
 
 // child
-#define KIV_ON_child(Type, name, Name) \
-  virtual void on##Name() {}
+#define KIV_ON_child(Type, name, Name) KIV_ON_pointer(Type, name, Name)
 #define KIV_ACCESS_child(Type, name, Name)                                        \
   const ::Kiv::Ptr<Type> &name() const { return name##_; }                        \
   ::Kiv::Ptr<Type> name##Is(const std::string &entityName) {                      \
@@ -246,10 +247,7 @@ void describeElement(Visitor &visitor, const Key &key, const Ptr<Type> &entity) 
     return element;                                                           \
   }                                                                           \
   KIV_DELETE(Key, name, Name)
-#define KIV_DESCRIBE_map(Key, Type, name, Name)                                            \
-  visitor.enter(#name);                                                                    \
-  for (const auto &[key, entity] : name##_) visitor.element(::Kiv::toValue(key), *entity); \
-  visitor.leave();
+#define KIV_DESCRIBE_map(Key, Type, name, Name) KIV_DESCRIBE_values(Key, Type, name, Name)
 #define KIV_WRITE_map(Key, Type, name, Name)
 #define KIV_REPLAY_map(Key, Type, name, Name) KIV_REPLAY_COLLECTION(Key, name, Name)
 #define KIV_MEMBER_map(Key, Type, name, Name) ::Kiv::Table<Key, ::Kiv::Ptr<Type>> name##_;

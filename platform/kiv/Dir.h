@@ -9,9 +9,7 @@ namespace Kiv {
 
 template <class Type>
 class Dir : public Entity {
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, std::string, Type, entry, Entry)
-  KIV_ENTITY(Dir, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(Dir, map, std::string, Type, entry, Entry)
 };
 
 }  // namespace Kiv

@@ -17,16 +17,6 @@ void NotifieeLink::attach(Ptr<const Entity> entity) {
   entity_ = std::move(entity);
 }
 
-Entity::Notification::Notification(const Entity &entity)
-    : entity_(&entity), next_(entity.first_), last_(entity.last_), outer_(entity.running_) {
-  entity.running_ = this;
-}
-
-Entity::Notification::Notification(const Entity &entity, NotifieeLink &only)
-    : entity_(&entity), next_(&only), last_(&only), outer_(entity.running_) {
-  entity.running_ = this;
-}
-
 NotifieeLink *Entity::Notification::next() {
   NotifieeLink *link = next_;
   if (link) next_ = link == last_ ? nullptr : link->next_;

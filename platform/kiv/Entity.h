@@ -59,10 +59,11 @@ class Entity : public Counted {
   /// that is detached meanwhile moves it on. Notifications of one entity nest.
   class Notification {
    public:
-    /// For every reactor that is attached now.
-    explicit Notification(const Entity &entity);
-    /// For this reactor alone.
-    Notification(const Entity &entity, NotifieeLink &only);
+    /// For the reactors from `first` to `last`.
+    Notification(const Entity &entity, NotifieeLink *first, NotifieeLink *last)
+        : entity_(&entity), next_(first), last_(last), outer_(entity.running_) {
+      entity.running_ = this;
+    }
     ~Notification() { entity_->running_ = outer_; }
     /// The next reactor to be told, or null.
     NotifieeLink *next();
@@ -83,7 +84,7 @@ class Entity : public Counted {
   template <class Notifiee, class... Arguments>
   void notify(void (Notifiee::*on)(Arguments...), const std::type_identity_t<Arguments> &...arguments) const {
     if (!first_) return;
-    Notification running(*this);
+    Notification running(*this, first_, last_);
     while (NotifieeLink *link = running.next()) (static_cast<Notifiee *>(link)->*on)(arguments...);
   }
 

@@ -7,7 +7,6 @@
 /// needed afterwards). The table must outlive its walks.
 #pragma once
 
-#include <string>
 #include <utility>
 #include <vector>
 

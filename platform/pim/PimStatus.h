@@ -68,9 +68,7 @@ class Status : public Kiv::NamedEntity {
  public:
   using NamedEntity::NamedEntity;
 
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, Pax::IntfId, PimIntf, pimIntf, PimIntf)
-  KIV_ENTITY(Status, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(Status, map, Pax::IntfId, PimIntf, pimIntf, PimIntf)
 };
 
 }  // namespace Routing::Pim

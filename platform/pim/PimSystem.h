@@ -13,30 +13,22 @@ namespace Routing::Pim {
 
 /// The VRFs in which PIM runs.
 class GlobalStatus : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(set, L3::VrfName, enabledVrf, EnabledVrf)
-  KIV_ENTITY(GlobalStatus, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(GlobalStatus, set, L3::VrfName, enabledVrf, EnabledVrf)
 };
 
 /// The PIM status of each VRF in which PIM runs.
 class StatusColl : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(values, L3::VrfName, Kiv::Ptr<Status>, vrfStatus, VrfStatus)
-  KIV_ENTITY(StatusColl, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(StatusColl, values, L3::VrfName, Kiv::Ptr<Status>, vrfStatus, VrfStatus)
 };
 
 /// The RP sets that the BSR agent publishes, for whoever maps groups to RPs. Written by the agent.
 class RpCandidateStatusColl : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(values, L3::VrfName, Kiv::Ptr<RpCandidateStatus>, vrfStatus, VrfStatus)
-  KIV_ENTITY(RpCandidateStatusColl, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(RpCandidateStatusColl, values, L3::VrfName, Kiv::Ptr<RpCandidateStatus>, vrfStatus, VrfStatus)
 };
 
 /// The static RPs of one mode, by VRF.
 class RpConfigColl : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, L3::VrfName, RpConfig, vrfConfig, VrfConfig)
-  KIV_ENTITY(RpConfigColl, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(RpConfigColl, map, L3::VrfName, RpConfig, vrfConfig, VrfConfig)
 };
 
 /// The group (MRT) status of one mode in one VRF. Its RP hash status has the name "rpHash".
@@ -50,18 +42,14 @@ class GroupStatus : public Kiv::Entity {
 
 /// The group status of one mode, by VRF.
 class GroupStatusColl : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, L3::VrfName, GroupStatus, vrfStatus, VrfStatus)
-  KIV_ENTITY(GroupStatusColl, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(GroupStatusColl, map, L3::VrfName, GroupStatus, vrfStatus, VrfStatus)
 };
 
 namespace IO {
 
 /// The packet channel of a VRF, as it is mounted.
 class ChannelStatus : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(pointer, PacketPort, port, Port)
-  KIV_ENTITY(ChannelStatus, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(ChannelStatus, pointer, PacketPort, port, Port)
 };
 
 }  // namespace IO

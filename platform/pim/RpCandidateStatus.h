@@ -25,9 +25,7 @@ class RpCandidate : public Kiv::Entity {
 
 /// The RPs of one group prefix.
 class RpCandidateSet : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, Pax::IpGenAddr, RpCandidate, rp, Rp)
-  KIV_ENTITY(RpCandidateSet, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(RpCandidateSet, map, Pax::IpGenAddr, RpCandidate, rp, Rp)
 };
 
 /// The `rpSetType` of a set that was learned from a Bootstrap Router.

@@ -9,9 +9,7 @@ namespace Routing::Multicast::Rib {
 
 /// "routing/multicast/rib/status": the multicast RIB of each VRF.
 class StatusColl : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, L3::VrfName, Status, vrfStatus, VrfStatus)
-  KIV_ENTITY(StatusColl, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(StatusColl, map, L3::VrfName, Status, vrfStatus, VrfStatus)
 };
 
 }  // namespace Routing::Multicast::Rib

@@ -9,16 +9,12 @@ namespace McastCommon {
 
 /// Whether a hitless shutdown has been asked for. Written by the shutdown stage, read by the machines of each VRF.
 class HitlessShutdownStatus : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(value, bool, shutdown, Shutdown, false)
-  KIV_ENTITY(HitlessShutdownStatus, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(HitlessShutdownStatus, value, bool, shutdown, Shutdown, false)
 };
 
 /// The VRFs that are ready for it. Each VRF writes its own entry; the stage completes when all are there.
 class HitlessVrfStatus : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(set, L3::VrfName, completedVrf, CompletedVrf)
-  KIV_ENTITY(HitlessVrfStatus, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(HitlessVrfStatus, set, L3::VrfName, completedVrf, CompletedVrf)
 };
 
 }  // namespace McastCommon

@@ -10,7 +10,8 @@ void StagesHelper::handleInitialized() {
   for (const std::string &stage : status_->completeStage().keys()) {
     if (!config_->stage(stage)) status_->completeStageDel(stage);
   }
-  kivConfig_.followIs(config_);
+  kivConfig_.notifierIs(config_);
+  config_->replay(kivConfig_);
 }
 
 void StagesHelper::handleStage(const std::string &stage) {

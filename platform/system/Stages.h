@@ -14,17 +14,13 @@ namespace Stage {
 /// The stages that an agent is asked to run, by name ("stageInput/boot/PimBsr"). Written by the system. A stage
 /// that it takes away may be asked for again.
 class AgentConfig : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(set, std::string, stage, Stage)
-  KIV_ENTITY(AgentConfig, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(AgentConfig, set, std::string, stage, Stage)
 };
 
 /// The stages that the agent has completed ("stageAgentStatus/boot/PimBsr"). Written by the agent, through
 /// StagesHelper; the system reads it.
 class AgentStatus : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(set, std::string, completeStage, CompleteStage)
-  KIV_ENTITY(AgentStatus, ATTRIBUTES)
-#undef ATTRIBUTES
+  KIV_ENTITY_WITH(AgentStatus, set, std::string, completeStage, CompleteStage)
 };
 
 /// The two classes of stages.
@@ -41,8 +37,6 @@ class StagesHelper {
   /// `stageClass` must outlive the helper.
   StagesHelper(std::string_view stageClass, const Kiv::Ptr<const AgentConfig> &config,
                const Kiv::Ptr<AgentStatus> &status, DoStage doStage);
-  StagesHelper(const StagesHelper &) = delete;
-  StagesHelper &operator=(const StagesHelper &) = delete;
 
   /// Begins with the stages that are asked for already, and follows the input from then on. To be called once,
   /// when the owner's handler can reach the helper. Reports of stages that are no longer asked for are removed.
@@ -56,10 +50,6 @@ class StagesHelper {
    public:
     using ReactorOf::ReactorOf;
     void onStage(const std::string &stage) override { owner_.handleStage(stage); }
-    void followIs(const Kiv::Ptr<const AgentConfig> &config) {
-      notifierIs(config);
-      notifierReplay();
-    }
   };
 
   void handleStage(const std::string &stage);
