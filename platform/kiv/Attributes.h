@@ -75,6 +75,7 @@ void describeElement(Visitor &visitor, const Key &key, const Ptr<Type> &entity) 
   KIV_ENTITY_PARTS(Class, KIV_ON(__VA_ARGS__), KIV_ACCESS(__VA_ARGS__), KIV_DESCRIBE(__VA_ARGS__), \
                    KIV_WRITE(__VA_ARGS__), KIV_REPLAY(__VA_ARGS__), KIV_MEMBER(__VA_ARGS__))
 
+/// What both expand to; for nobody else.
 #define KIV_ENTITY_PARTS(Class, REACTIONS, ACCESSORS, DESCRIPTION, WRITING, REPLAYING, MEMBERS)                       \
  public:                                                                                                              \
   class Notifiee : public ::Kiv::NotifieeOf<Class> {                                                                  \
