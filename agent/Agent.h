@@ -21,7 +21,7 @@ class RootSm;
 /// the paths that they mount. Its end, like a change to standby, keeps all status and sends nothing.
 class Agent {
  public:
-  /// The loop that drives an agent: its clock, and whom its timers wake. Outlives the agent.
+  /// The loop that drives an agent: its clock, and what its timers wake. Outlives the agent.
   struct Process {
     Statehub::Store &store;
     Orb::Clock &clock;

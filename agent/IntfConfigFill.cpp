@@ -13,7 +13,7 @@ void IntfConfigFill::one(const Pax::IntfId &intfId) const {
   if (config && interfaces_ && interfaces_->intfStatus(intfId)) {
     say_(Step::add, intfId);
     own_.intfConfigIs(intfId, config);
-  } else if (own_.intfConfig(intfId)) {
+  } else if (own_.intfConfig(intfId) && (interfaces_ || !config)) {
     say_(Step::remove, intfId);
     own_.intfConfigDel(intfId);
   } else if (config) {

@@ -8,7 +8,8 @@
 namespace Routing::Pim::Bsr {
 
 /// A VRF has the configuration of its interfaces that are there, and of no others. RootSm calls when configuration
-/// changes and when a VRF or its interfaces appear, ContainerSm for interfaces that come and go while the VRF runs.
+/// changes and when a VRF or its interfaces appear, ContainerSm as the VRF starts and for interfaces that come and go
+/// while it runs.
 /// Made for a call; what it refers to outlives it.
 class IntfConfigFill {
  public:

@@ -1,4 +1,4 @@
-/// Where the state stands that an agent mounts, by address family.
+/// The paths that an agent mounts, by address family.
 #pragma once
 
 #include <string>

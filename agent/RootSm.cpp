@@ -21,6 +21,7 @@ void RootSm::handleInitialized() {
   removeExtraVrfs(mounts_);
   reactors_ = std::make_unique<RootReactors>(*this, mounts_, agent_.shutdown_.vrfStatus());
   for (const L3::VrfName &vrf : mounts_.allVrfStatusLocal->vrfStatus().keys()) handleVrf(vrf);
+  for (const Pax::IntfId &intfId : mounts_.configColl->intfConfig().keys()) handleBsrIntfConfig(intfId);
 }
 
 std::string RootSm::reason(const L3::VrfName &vrf) const {

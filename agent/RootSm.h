@@ -13,7 +13,7 @@ class IntfConfigFill;
 class RootReactors;
 class VrfStart;
 
-/// Keeps what is the state of each VRF, and why: unknown, known (it has Status and Container), running (it has a
+/// Keeps the state of each VRF, and the reason for it: unknown, known (it has Status and Container), running (it has a
 /// ContainerSm too). Whenever something changes on which that may depend, its reactors (RootReactors) have it look at
 /// the VRF again. A VRF with everything in place starts (VrfStart), one that lost something stops; its Status stays
 /// until the VRF itself goes. Owned by the agent while that does not stand by.

@@ -34,14 +34,13 @@ void Shutdown::vrfStopped(const L3::VrfName &vrf) {
 void Shutdown::evaluate() {
   TRACELET(trace, 9, __PRETTY_FUNCTION__);
   if (!begun()) return;
+  const bool noneIsReady = vrfStatus_->completedVrf().empty();
+  if (noneIsReady) TRACELET(trace, 4, where << "(), No VRFs have completed.");
   if (running_.empty()) {
     TRACELET(trace, 5, "No VRF runs; the shutdown is complete with the next turn if none does then");
     return noVrfTimer_.timeMinIs(timerWheel_.now());
   }
-  if (vrfStatus_->completedVrf().empty()) {
-    TRACELET(trace, 4, where << "(), No VRFs have completed.");
-    return;
-  }
+  if (noneIsReady) return;
   for (const auto &[vrf, containerSm] : running_) {
     if (vrfStatus_->completedVrf(vrf)) continue;
     TRACELET(trace, 4, where << "(), in progress for VRF " << vrf);

@@ -44,7 +44,7 @@ class SystemState {
   /// Null while PIM does not run in the VRF.
   const Services *services(const L3::VrfName &vrf) const;
   /// The VRF leaves the configuration. Its candidates go first, and say goodbye where an agent runs there, so the
-  /// port still has to send then, to neighbours that know us.
+  /// port still has to send then, to neighbors that know us.
   void vrfDel(const L3::VrfName &vrf);
   /// Whether this is the standby controller of a redundant pair, or the active one.
   void standbyIs(bool standby);

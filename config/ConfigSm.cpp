@@ -165,7 +165,7 @@ void ConfigSm::handleAcl(const std::string &acl) {
   } else if (const Kiv::Ptr<BsrConfigAcl> named = bsrConfigAcl(acl)) {
     doResolve(*named);
     doHandOverCrps();
-    if (named->usedByCrpAdvAclFilter()) VRF_TRACE(trace, 1, "Filter ACL " << acl << " is gone and permits nobody");
+    if (named->usedByCrpAdvAclFilter()) VRF_TRACE(trace, 1, "Filter ACL " << acl << " is gone and permits no source");
   }
 }
 

@@ -43,7 +43,7 @@ void FilterAcl::doFilterAclAdd(const std::string &acl) {
   const Kiv::Ptr<BsrConfigAcl> bsrConfigAcl = configSm_.bsrConfigAclIs(acl);
   for (const Pax::IpGenPrefix &prefix : bsrConfigAcl->prefix().keys()) doFilterAclPrefixActivate(prefix);
   bsrConfigAcl->usedByCrpAdvAclFilterIs(true);
-  if (bsrConfigAcl->prefix().empty()) VRF_TRACE(trace, 1, "Filter ACL " << acl << " permits nobody");
+  if (bsrConfigAcl->prefix().empty()) VRF_TRACE(trace, 1, "Filter ACL " << acl << " permits no source");
 }
 
 void FilterAcl::doFilterAclRemove(const std::string &acl) {

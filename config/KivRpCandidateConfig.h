@@ -14,7 +14,7 @@ namespace Routing::Pim::Bsr {
 /// for a prefix, by its range or by an ACL, is in the element's `prefixOptions`; of several, that of
 /// the last ACL by name, or of the range where no ACL has one.
 ///
-/// An address serves one interface: while another interface's element stands under it, this one is
+/// An address serves one interface: while another interface's element is stored under it, this one is
 /// treated as having no usable address and uses no ACL, and starts when that element goes.
 ///
 /// One per candidate interface, owned by ConfigSm, for as long as the interface is configured. An address that becomes
@@ -33,7 +33,7 @@ class KivRpCandidateConfig : public Kiv::ReactorOf<RpCandidateConfig, ConfigSm> 
   void handleInitialized();
   /// Withdraws all that it serves.
   void handleDel();
-  /// Another interface's element stands under the address now.
+  /// Another interface's element is stored under the address now.
   void handleAddressTaken(const Pax::IpGenAddr &address);
   /// The element that stood under the address is gone.
   void handleAddressFree(const Pax::IpGenAddr &address);

@@ -55,7 +55,7 @@ void addCandidatesAndFilter(Sources &sources, const Config &config) {
 
 std::string whyUseless(Role role, const std::string &acl, const std::optional<PermittedPrefixes> &permitted) {
   if (!permitted) return "ACL " + acl + " is not defined";
-  if (role == Role::filter) return permitted->unicast.empty() ? "ACL " + acl + " permits nobody" : "";
+  if (role == Role::filter) return permitted->unicast.empty() ? "ACL " + acl + " permits no source" : "";
   return permitted->groups.empty() ? "ACL " + acl + " permits no group" : "";
 }
 

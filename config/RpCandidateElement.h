@@ -15,7 +15,7 @@ class RpCandidateElement {
   RpCandidateElement(ConfigSm &configSm, const Kiv::Ptr<const RpCandidateConfig> &config)
       : configSm_(configSm), config_(config) {}
 
-  /// Whether another interface's element stands under the address.
+  /// Whether another interface's element is stored under the address.
   bool isTaken(const Pax::IpGenAddr &address) const;
   /// Zero while no address is claimed.
   const Pax::IpGenAddr &address() const { return address_; }

@@ -27,7 +27,7 @@ class VrfHost {
   };
 
   VrfHost(const Process &process, const L3::VrfName &vrf, const PimVrf &pim);
-  /// Stops in order: the agent in this VRF, a goodbye to the neighbours, the sockets.
+  /// Stops in order: the agent in this VRF, a goodbye to the neighbors, the sockets.
   ~VrfHost() { close(); }
 
   /// Applies what differs. With another namespace the VRF starts anew there.

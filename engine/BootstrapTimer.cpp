@@ -13,8 +13,8 @@ constexpr const char *reasons[] = {"timeout", "override", "announcement", "perio
 
 }  // namespace
 
-// Until we take over, the BSR keeps the time by which it should have been heard; and what is due at once
-// says nothing of the message after it.
+// An override, and a message due at once, leave the BSR's expiry time alone: neither says when the next message of
+// the BSR is due.
 void BootstrapTimer::arm(Reason reason, double time) {
   const double now = bsrSm_.now();
   reason_ = reason;

@@ -7,8 +7,9 @@
 
 namespace Routing::Pim::Bsr {
 
-/// Owned by the zone's candidate machine, and the only one to arm its timer. Where the zone has a BSR, it
-/// writes the time into the BSR's status. Times are absolute, in seconds of the platform's clock.
+/// Owned by the zone's candidate machine; nothing else arms the timer. Where the zone has a BSR, arming writes the
+/// time into the BSR's status, except for an override and for what is due at once. Times are absolute, in seconds of
+/// the platform's clock.
 class BootstrapTimer {
  public:
   /// How soon a change of the RP set is announced or told again (RFC 5059 section 5: BS_Min_Interval).
@@ -17,9 +18,9 @@ class BootstrapTimer {
   enum class Reason : uint8_t {
     timeout,       ///< the BSR that we follow has to be heard before
     randOverride,  ///< we take over, unless we hear a better candidate before
-    announcement,  ///< of an election that outlived a restart
+    announcement,  ///< of an election that survived a restart
     period,        ///< our next message: after a period, or sooner where something has to be told again
-    answer,        ///< to a sender of lesser weight, which had to wait
+    answer,        ///< to a sender of lower weight, which had to wait
     change,        ///< of the RP set
   };
 
@@ -38,7 +39,7 @@ class BootstrapTimer {
 
   void arm(Reason reason, double time);
   void disarm() { timer_.timeMinIs(Orb::never); }
-  /// What it is armed for is due now.
+  /// Makes it fire now, for the same reason.
   void hasten() { arm(reason_, bsrSm_.now()); }
   /// The RP set has changed, which is announced soon (RFC 5059 section 3.3).
   void pull();

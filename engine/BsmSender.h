@@ -19,7 +19,7 @@ class BsmSender {
  public:
   explicit BsmSender(const PimBsrSm &sm) : sm_(sm) {}
 
-  /// Floods a message out of every PIM interface that has a neighbour and is no border of the zone,
+  /// Floods a message out of every PIM interface that has a neighbor and is no border of the zone,
   /// the one that it came in on included. Whether it went out on any.
   bool forwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
   /// The same for a message that came in, unless its no-forward bit is set.

@@ -127,7 +127,7 @@ void BsrCandidateSm::handlePreferredBsm(const Kiv::Ptr<Packet::BootstrapMessage>
   storedBsr_ = {bsm->bsrAddress(), bsm->priority(), bsm->hashMaskLen()};
   doUpdateElectedBsr();
   bsrSm_.sender().doForwardBsm(zone_, bsm);
-  bsrSm_.storeRpSet(zone_, bsm, false);
+  bsrSm_.rpSets().storeRpSet(zone_, *bsm, false);
   bsTimer_.arm(Reason::timeout, bsrSm_.now() + bsTimer_.timeout());
   VRF_TRACE(trace, 5, " Next Expiry Timer expires in about " << bsTimer_.timeout() << " secs from now");
   bsrSm_.reassembly().doKeepBsm(lastBsm_, bsm);
@@ -213,7 +213,7 @@ bool BsrCandidateSm::doSendBsm(bool shutDown) {
   const auto bsm = BsmOrigination(*bsrStatus_, zone_, *candidate_, withdrawals_).bsm(tag, priority);
   withdrawals_.listed();
   lastBsm_.bsmIs(bsm, bsrSm_.now());
-  return bsrSm_.forwardBsm(zone_, bsm);
+  return bsrSm_.sender().forwardBsm(zone_, bsm);
 }
 
 // Originates a message and arms the timer for the next: in `interval` seconds, or sooner while something

@@ -29,7 +29,7 @@ class BsrCandidateSm {
  public:
   /// What a newly elected BSR with nothing to announce waits before its next message.
   static constexpr double bsMinInterval = BootstrapTimer::bsMinInterval;
-  /// So many senders of lesser weight are answered at once, then one more in each interval.
+  /// At most this many senders of lower weight are answered at once, then one more in each interval (seconds).
   static constexpr uint32_t answerBurst = 5;
   static constexpr double answerInterval = 2;
   /// BSR priority of the last message of a candidate that goes, so that others take over.
@@ -49,7 +49,7 @@ class BsrCandidateSm {
   /// Originates one message; `shutDown` gives it BSR priority 0, so that others take over. Whether it
   /// went out on any interface.
   bool doSendBsm(bool shutDown);
-  /// A triggered Hello has gone out to a new neighbour, who can now hear us.
+  /// A triggered Hello has gone out to a new neighbor, who can now hear us.
   void handleTriggeredHelloSent();
   /// Takes one advertised range, which the machine as the zone's BSR collects.
   void doAddCrp(const Kiv::Ptr<Packet::CrpGroupInfo> &groupInfo, const Pax::IpGenAddr &rpAddress, RpPriority priority,

@@ -68,7 +68,7 @@ void BsrNonCandidateSm::handleBsm() {
     return;
   }
   bsrSm_.sender().doForwardBsm(zone_, bsm);
-  bsrSm_.storeRpSet(zone_, bsm, false);
+  bsrSm_.rpSets().storeRpSet(zone_, *bsm, false);
   bsrSm_.reassembly().doKeepBsm(lastBsm_, bsm);
   doArmBsTimer();
 }

@@ -62,7 +62,7 @@ Kiv::Ptr<RpCandidateSet> CrpCollection::setToAddTo(const Pax::IpGenPrefix &prefi
   return status->crpSetIs(prefix);
 }
 
-// The entry ends with the next turn; the next messages tell everybody.
+// The entry expires on the next turn of the loop; the next messages withdraw it elsewhere.
 void CrpCollection::withdraw(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rpAddress, Pim::RpCandidate &rp) {
   withdrawals_.add(prefix, rpAddress, rp.pimMode());
   rp.holdTimeIs(0);

@@ -23,7 +23,7 @@ namespace Routing::Pim::Bsr {
 class CrpGoodbyes {
  public:
   using Prefixes = std::set<Pax::IpGenPrefix>;
-  /// So many ranges an advertisement can count; a receiver reads no more, and so no more are kept.
+  /// An advertisement can count at most this many ranges; a receiver reads no more, and so no more are kept.
   static constexpr size_t mostCounted = 255;
 
   /// What the ranges of one message have in common.

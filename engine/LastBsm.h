@@ -10,7 +10,7 @@ namespace Routing::Pim::Bsr {
 
 /// A fragmented message arrives as several accepted messages with one tag. The newest message is kept,
 /// and those of its tag and BSR that were accepted within `window` seconds before it, so that a refresh
-/// and a message to a new neighbour offer the whole RP set. A message that repeats a block of a kept one
+/// and a message to a new neighbor offer the whole RP set. A message that repeats a block of a kept one
 /// (a whole group of one mode, or a piece with one of its RPs) replaces it, so that a sender that never
 /// changes its tag does not make the list grow. A member of the zone's machine; writes nothing.
 class LastBsm {

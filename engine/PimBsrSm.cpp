@@ -69,8 +69,8 @@ void PimBsrSm::handleInitialized() {
     for (const Pax::IpGenPrefix &zone : crpZoneStatus_.keys()) crpZoneStatus_.erase(zone);
     const bool ipv4 = bsrStatus_->af() == Pax::AddressFamily::ipv4;
     bsrTrie_ = Kiv::make<TrieGen>(ipv4 ? "PimBsrTrie" : "PimBsr6Trie", bsrStatus_->af());
-    bsrTrieBuilder_ = std::make_unique<PimBsrTrieBuilderSm>(bsrStatus_, bsrTrie_);
     published_ = std::make_unique<PublishedRpSet>(bsrStatus_, rpCandidateStatus_, bsrTrie_);
+    bsrTrieBuilder_ = std::make_unique<PimBsrTrieBuilderSm>(bsrStatus_, bsrTrie_);
     kivBsrTrie_ = std::make_unique<KivBsrTrie>(*this, bsrTrie_);
     settledVersion_ = bsrTrie_->version();
     published_->adopt();

@@ -1,4 +1,5 @@
-/// The RP set that a VRF publishes, kept true to the zones that it comes from, and its only writer.
+/// The RP set that a VRF publishes, kept true to the zones that it comes from, and its only writer while the engine
+/// runs; what an earlier run of the agent left is cleared before that.
 ///
 /// For each group prefix P, the innermost zone with a BSR that covers P (the trie's longest match)
 /// publishes its own set for P. Where that zone has no set for P, or no zone covers P:

@@ -1,6 +1,6 @@
-/// How an election that outlived a restart of the agent reaches the neighbours.
+/// How an election that outlived a restart of the agent reaches the neighbors.
 ///
-/// At the start no neighbour is known; then they turn up one after the other within ten seconds, which
+/// At the start no neighbor is known; then they turn up one after the other within ten seconds, which
 /// the first Hellos take. So the resumed BSR sends a message at once, with the first Hello if nothing
 /// could go out before, and when the ten seconds are over; after that every ten seconds until one goes
 /// out. Then the election has settled.
@@ -13,7 +13,7 @@
 namespace Routing::Pim::Bsr {
 
 /// A plain value, a member of the zone's candidate machine. Times are absolute seconds of one clock. It
-/// only reckons: it arms no timer and sends nothing.
+/// only computes: it arms no timer and sends nothing.
 class Resumption {
  public:
   explicit Resumption(double settling) : settling_(settling) {}

@@ -32,8 +32,8 @@ class RpSetStore {
   void clearRpSet(const Pax::IpGenPrefix &zone);
   /// Deletes an RP, and what has become empty with it. Takes copies, since the caller may go with the RP.
   void rpDel(Pax::IpGenPrefix zone, Pax::IpGenPrefix prefix, Pax::IpGenAddr address);
-  /// Removes the zone's set of `prefix` and the zone's entry if they have become empty. Follows whatever
-  /// deletes an RP or ends a BSR.
+  /// Removes the zone's set of `prefix` and the zone's entry if they have become empty. To be
+  /// called after deleting an RP or a BSR.
   void removeEmptySet(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix);
 
  private:

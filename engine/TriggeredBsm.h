@@ -1,7 +1,7 @@
-/// The messages that a new or restarted neighbour is sent (RFC 5059 section 3.5).
+/// The messages that a new or restarted neighbor is sent (RFC 5059 section 3.5).
 ///
 /// The DR of the link sends the last messages of every zone, and so does the router that is the DR
-/// without the neighbours that are new: a DR that has just restarted has nothing to send. A router
+/// without the neighbors that are new: a DR that has just restarted has nothing to send. A router
 /// that has stopped being the DR does so once more. Whoever has come or restarted within the last 15
 /// seconds is new.
 #pragma once

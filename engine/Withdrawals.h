@@ -18,9 +18,9 @@ namespace Routing::Pim::Bsr {
 /// no status and sends nothing.
 class Withdrawals {
  public:
-  /// In so many consecutive messages a withdrawn RP is listed.
+  /// A withdrawn RP is listed in this many consecutive messages.
   static constexpr uint8_t listings = 3;
-  /// So many of one prefix are listed in a message; the others wait for the next.
+  /// At most this many of one prefix are listed in a message; the others wait for the next.
   static constexpr size_t mostListed = 64;
 
   struct Rp {

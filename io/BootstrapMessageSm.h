@@ -57,7 +57,7 @@ class BootstrapMessageSm {
   bool destinationPasses();
   /// It is a quick refresh: the first message of its zone, soon after the start.
   bool noForwardPasses(const Pax::IpGenPrefix &zone);
-  /// It came from the RPF neighbour toward its BSR, on the interface to it.
+  /// It came from the RPF neighbor toward its BSR, on the interface to it.
   bool rpfPasses(const Packet::BootstrapMessage &bsm);
   /// It did not come in over a border of its zone.
   bool borderPasses(const Pax::IpGenPrefix &zone);

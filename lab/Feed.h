@@ -20,7 +20,7 @@ struct Transmission {
 };
 
 /// Sends every transmission `count` times (0: without end) from the moment when PIM runs on the interface and, if
-/// wanted, has a neighbour there; then calls `done`. Prints a line for each sending; one that fails counts too.
+/// wanted, has a neighbor there; then calls `done`. Prints a line for each sending; one that fails counts too.
 class Feed {
  public:
   struct Parameters {

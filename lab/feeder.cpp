@@ -1,4 +1,4 @@
-// A PIM neighbour that floods Bootstrap messages: written by hand or replayed from a capture.
+// A PIM neighbor that floods Bootstrap messages: written by hand or replayed from a capture.
 #include <net/if.h>
 
 #include <boost/asio/signal_set.hpp>
@@ -55,7 +55,7 @@ std::optional<Arguments> parse(int count, char **words) {
       "how often to send each message before leaving (0, the default: for ever)");
   add("interval", options::value(&arguments.interval),
       "seconds between two sendings of a message (default: as in the file; for a capture, its length + 60)");
-  add("no-wait", "do not wait for the first PIM neighbour");
+  add("no-wait", "do not wait for the first PIM neighbor");
   add("checksum-as-captured", "send IPv6 checksums unchanged as well");
 
   options::variables_map given;

@@ -10,7 +10,7 @@ namespace Routing::Pim::Bsr {
 
 namespace {
 
-/// The string form of both values: Value('<type>', ** {'<first>': %s, '<second>': %s}).
+// The string form of both values: Value('<type>', ** {'<first>': %s, '<second>': %s}).
 struct Form {
   const char *type;
   const char *first;
@@ -24,7 +24,7 @@ struct Form {
     return text.str();
   }
 
-  /// The two values' texts; throws Kiv::RangeError when the form does not fit.
+  // The two values' texts; throws Kiv::RangeError when the form does not fit.
   std::pair<std::string, std::string> read(const std::string &text) const {
     const std::string head = std::string("Value('") + type + "', ** {'" + first + "': ";
     const std::string middle = std::string(", '") + second + "': ";

@@ -85,7 +85,7 @@ class ElectedBsrStatus : public Kiv::Entity {
   const Pax::IpGenPrefix zone_;
 };
 
-/// The learned RPs of one zone; `status` stands under the empty name.
+/// The learned RPs of one zone; `status` is stored under the empty name.
 class PimBsrRpCandidateStatus : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(child, RpCandidateStatus, status, Status)
   KIV_ENTITY(PimBsrRpCandidateStatus, ATTRIBUTES)

@@ -1,4 +1,4 @@
-/// A simulated router without an agent that acts as a Bootstrap Router towards its neighbours: it
+/// A simulated router without an agent that acts as a Bootstrap Router towards its neighbors: it
 /// speaks Hello and sends the messages that it is given.
 #pragma once
 
@@ -11,7 +11,7 @@
 namespace Sim {
 
 /// Every period (seconds) it sends each zone's message, all its fragments, out of every interface that has a PIM
-/// neighbour, each time with a new fragment tag. Learns nothing; the test that tells it what to say owns it.
+/// neighbor, each time with a new fragment tag. Learns nothing; the test that tells it what to say owns it.
 class Feeder {
  public:
   using Fragments = std::vector<Kiv::Ptr<Routing::Pim::Packet::BootstrapMessage>>;
@@ -20,7 +20,7 @@ class Feeder {
   ~Feeder() { router_.pimStop(false); }
 
   Router &router() const { return router_; }
-  /// Starts speaking Hello; the first round follows when the neighbours have had time to answer.
+  /// Starts speaking Hello; the first round follows when the neighbors have had time to answer.
   void start();
   /// Falls silent, as in a power failure: nobody is told, and no route leads here any more.
   void die();

@@ -23,8 +23,8 @@ class Host {
   void vrfDel(Router &router);
 
   void start(Router::HelloParameters parameters = {});
-  void stop() { end(true); }    ///< in order: says goodbye to the neighbours
-  void crash() { end(false); }  ///< neighbours learn nothing; the router goes on forwarding
+  void stop() { end(true); }    ///< in order: says goodbye to the neighbors
+  void crash() { end(false); }  ///< neighbors learn nothing; the router goes on forwarding
   bool runs() const { return agent_ != nullptr; }
   /// A power failure takes what was stored along, the configuration aside.
   void powerOff();

@@ -27,7 +27,7 @@ const char *stateOf(const Agent &agent, const L3::VrfName &vrf) {
 
 std::string reasonOf(const Agent &agent, const L3::VrfName &vrf, const std::string &awaited) {
   if (!awaited.empty()) return awaited;
-  if (agent.standbyMode()) return "the agent stands by";
+  if (agent.standbyMode()) return "the agent is on standby";
   return agent.rootSm() ? agent.rootSm()->reason(vrf) : "";
 }
 

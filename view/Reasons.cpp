@@ -16,7 +16,7 @@ std::optional<PermittedPrefixes> permittedBy(const VrfView &view, const std::str
   return permittedBy(*view.ipAclConfig, acl, view.af);
 }
 
-std::string whyNotRunning(const VrfView &view) { return view.configSm ? "" : "the VRF does not run"; }
+std::string whyNotRunning(const VrfView &view) { return view.configSm ? "" : "the VRF is not running"; }
 
 std::string whyAbsent(const VrfView &view, const Pax::IntfId &intfId) {
   const std::string why = whyNotRunning(view);

@@ -21,7 +21,7 @@ bool permits(const Configuration &configuration, const std::set<std::string> &ac
   });
 }
 
-void judgeFilter(const Configuration &configuration, const L3::VrfName &vrf, const SystemView &view,
+void checkFilter(const Configuration &configuration, const L3::VrfName &vrf, const SystemView &view,
                  Findings &findings) {
   const VrfSettings &settings = configuration.vrfConfig.at(vrf);
   if (settings.crpFilterAcl.empty()) return;
@@ -34,7 +34,7 @@ void judgeFilter(const Configuration &configuration, const L3::VrfName &vrf, con
   }
 }
 
-void judgeInterfaces(const L3::VrfName &vrf, const PimVrf &pim, const SystemView &view, Findings &findings) {
+void checkInterfaces(const L3::VrfName &vrf, const PimVrf &pim, const SystemView &view, Findings &findings) {
   for (size_t i = 0; i < pim.interfaces.size(); ++i) {
     if (!view.inVrfDevice(pim.interfaces[i])) continue;
     findings.warning(entryPath({"pim", vrf.text(), "interfaces", std::to_string(i)}),
@@ -68,8 +68,8 @@ void askSystem(const Configuration &configuration, const L3::VrfName &vrf, Findi
 
 void findSystemWarnings(const Configuration &configuration, const L3::VrfName &vrf, const SystemView &view,
                         Findings &findings) {
-  judgeInterfaces(vrf, configuration.pim.at(vrf), view, findings);
-  judgeFilter(configuration, vrf, view, findings);
+  checkInterfaces(vrf, configuration.pim.at(vrf), view, findings);
+  checkFilter(configuration, vrf, view, findings);
 }
 
 void findSystemWarnings(const Configuration &configuration, Findings &findings) {

@@ -107,7 +107,7 @@ class WarningFinder {
   void checkAcls(const L3::VrfName &vrf, const Offers &offers) {
     for (const auto &[source, prefix, lack] : offers) {
       if (!source.isAcl() || source.role == Role::filter) continue;
-      if (!lack.empty()) {
+      if (prefix.isEmpty()) {
         warn(entryOf(configuration_, vrf, source), "ACL " + source.acl + " permits no range of groups");
       }
       if (checkedAcls_.insert(source.acl).second) checkJoined(source.acl, configuration_.acl.at(source.acl));

@@ -13,7 +13,7 @@ namespace Routing::Pim::Bsr {
 /// Holds for each VRF the elected BSRs, the RPs learned and published, and the elections that this router won, in
 /// the form in which `show state` shows them; the rest of the status follows from the configuration. Times are those
 /// of the boot clock, so a file is good for one boot of the machine only, and for one network namespace: the
-/// interfaces of another one have other neighbours.
+/// interfaces of another one have other neighbors.
 ///
 /// It is written, under another name first, on save() and after changes, at most every five seconds. What is watched
 /// are the messages and the coming and going of BSRs and zones; RPs that expire in between expire after a load, too.

@@ -22,7 +22,7 @@ VrfView viewOf(const TestVrf &vrf) {
   return viewOf(vrf.system, "default", vrf.sm.get(), vrf.time.now(), pimInterfaces);
 }
 
-/// A VRF with a neighbour, a BSR of the global zone and RPs of two groups, learned 10 s ago.
+// A VRF with a neighbor, a BSR of the global zone and RPs of two groups, learned 10 s ago.
 void learn(TestVrf &vrf) {
   vrf.intfIs(1);
   vrf.hear(Bsm(vrf.a.host(1), 70)
@@ -37,7 +37,7 @@ void aclIs(TestVrf &vrf, const std::string &name, const char *prefix) {
   vrf.acls->aclIs(name)->currCfgIs(rules);
 }
 
-/// eth1 and eth2 have one address, eth3 has none, eth6 is down, and there is no eth9.
+// eth1 and eth2 have one address, eth3 has none, eth6 is down, and there is no eth9.
 void configure(TestVrf &vrf) {
   const auto prefix = [](const char *text) { return Pax::IpGenPrefix::fromText(text); };
   const Pax::IntfId eth1 = vrf.intf(1), eth2 = vrf.intf(2), eth3 = vrf.intf(3), eth4 = vrf.intf(4), eth9 = vrf.intf(9);
@@ -89,7 +89,7 @@ void configure(TestVrf &vrf) {
   for (const char *acl : {"HOSTS", "GROUPS"}) vrf.config->crpFilterAclIs(acl);
 }
 
-/// The columns of each row; texts without their quotation marks.
+// The columns of each row; texts without their quotation marks.
 std::string brief(const Rows &rows, const std::vector<std::string> &columns) {
   std::string text;
   for (const Rows &row : rows) {
@@ -139,11 +139,11 @@ null | ["eth1"] | ["MISSING"] | false | ACL MISSING is not defined
       {"filter",
        {"prefix", "sources", "active", "reason"},
        R"(10.0.0.0/8 | ["HOSTS"] | true | null
-null | ["GROUPS"] | false | ACL GROUPS permits nobody
+null | ["GROUPS"] | false | ACL GROUPS permits no source
 )"},
       {"acl",
        {"acl", "exists", "groups", "unicast", "active", "reason"},
-       R"(GROUPS | true | ["239.1.0.0/16"] | [] | false | ACL GROUPS permits nobody
+       R"(GROUPS | true | ["239.1.0.0/16"] | [] | false | ACL GROUPS permits no source
 HOSTS | true | [] | ["10.0.0.0/8"] | false | ACL HOSTS permits no group
 IDLE | true | [] | ["10.0.0.0/8"] | false | not used in this VRF
 MISSING | false | [] | [] | false | ACL MISSING is not defined
