@@ -1,4 +1,4 @@
-// What neighbours see of a router whose VRF leaves the configuration, and of one that stands by.
+// What neighbors see of a router whose VRF leaves the configuration, and of one that stands by.
 #include <gtest/gtest.h>
 
 #include "tests/sim/Story.h"
@@ -8,7 +8,7 @@ namespace {
 
 namespace Pim = Routing::Pim;
 
-/// Four routers on a LAN. r1 is the BSR and an RP, r2 an RP, r3 the next BSR, r4 no candidate.
+// Four routers on a LAN. r1 is the BSR and an RP, r2 an RP, r3 the next BSR, r4 no candidate.
 class Goodbye : public testing::TestWithParam<Addresses> {
  protected:
   Goodbye() {
@@ -24,7 +24,7 @@ class Goodbye : public testing::TestWithParam<Addresses> {
       }
     });
   }
-  /// H, B or C for Hello, Bootstrap message and advertisement; small when it is a goodbye.
+  // H, B or C for Hello, Bootstrap message and advertisement; small when it is a goodbye.
   static char letter(const Pim::Packet::Message &message) {
     using namespace Pim::Packet;
     switch (message.type()) {
@@ -35,7 +35,7 @@ class Goodbye : public testing::TestWithParam<Addresses> {
     return '?';
   }
   bool follows(const Sim::Host &host, const Sim::Host &bsr) { return host.bsr(global) == bsr.router().address(); }
-  /// As `of` knows `whom`: its Generation ID, none for no neighbour.
+  // As `of` knows `whom`: its Generation ID, none for no neighbor.
   std::optional<uint32_t> neighbor(const Sim::Host &of, const Sim::Host &whom) {
     const Pax::IntfId eth0("default", "eth0");
     const auto intf = of.router().pimStatus()->pimIntf(eth0);

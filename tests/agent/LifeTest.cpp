@@ -7,7 +7,7 @@
 namespace Test {
 namespace {
 
-/// Five boxes with two VRFs each, a ring of routers in either; what happens comes from the seed.
+// Five boxes with two VRFs each, a ring of routers in either; what happens comes from the seed.
 class Life : public testing::TestWithParam<uint64_t> {
  protected:
   static constexpr uint32_t boxes = 5;
@@ -29,7 +29,7 @@ class Life : public testing::TestWithParam<uint64_t> {
     }
   }
 
-  /// Two candidate BSRs of everything, one of a scope, two candidate RPs.
+  // Two candidate BSRs of everything, one of a scope, two candidate RPs.
   void configureAll(uint32_t box) {
     for (Sim::Router *router : hosts[box]->vrfs()) {
       const auto priority = static_cast<uint16_t>(60 + box);

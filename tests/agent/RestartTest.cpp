@@ -8,7 +8,7 @@ namespace {
 
 using Restart = BothFamilies;
 
-/// Notes what comes (+) and goes (-) in the configured parts of a VRF's status.
+// Notes what comes (+) and goes (-) in the configured parts of a VRF's status.
 struct Recorder : Bsr::Status::Notifiee {
   explicit Recorder(const Kiv::Ptr<Bsr::Status> &status) { notifierIs(status); }
   void onCbsr(const Pax::IpGenPrefix &zone) override { noted += notifier()->cbsr(zone) ? '+' : '-'; }

@@ -9,7 +9,7 @@ namespace {
 using Stages = BothFamilies;
 const std::string shutdown("NetworkAgentShutdown");
 
-/// Ends the agent inside the report of a complete stage, if it is to.
+// Ends the agent inside the report of a complete stage, if it is to.
 struct Ending : Stage::AgentStatus::Notifiee {
   Ending(World &world, bool wanted) : world(world) {
     if (wanted) notifierIs(world.system.shutdownStageStatus);

@@ -32,7 +32,7 @@ TEST_P(Start, EachOfThesePathsIsMountedUnderItsName) {
   }
 }
 
-/// Looks at what stands when the counters come, and unsets it.
+// Looks at what stands when the counters come, and unsets it.
 struct SetTypeWitness : Bsr::Status::Notifiee {
   SetTypeWitness(const Kiv::Ptr<Bsr::Status> &status, Pim::RpCandidateStatus &published) : published(published) {
     notifierIs(status);

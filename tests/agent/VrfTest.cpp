@@ -87,7 +87,7 @@ TEST_P(VrfLife, TheDefaultVrfNeedsNoNamespaceAndNobodyTakesItsPath) {
   EXPECT_TRUE(runs("default") && runs("blue"));
 }
 
-/// Does something as soon as the machines of a VRF begin to write.
+// Does something as soon as the machines of a VRF begin to write.
 struct Meddler : Bsr::Status::Notifiee {
   Meddler(const Kiv::Ptr<Bsr::Status> &status, Action action) : meddle(std::move(action)) { notifierIs(status); }
   void onAf() override { meddle(); }

@@ -11,14 +11,14 @@ namespace {
 
 using namespace ::Test;
 
-/// ACLs of one rule each, and what names them: "" stands for an explicit entry of `prefix`.
+// ACLs of one rule each, and what names them: "" stands for an explicit entry of `prefix`.
 struct Said {
   std::map<std::string, std::string> acls;
   Texts sources;
   uint16_t priority = 10;
 };
 
-/// A file by which "a" is a candidate BSR of the zone and a candidate RP of the range, from the same sources.
+// A file by which "a" is a candidate BSR of the zone and a candidate RP of the range, from the same sources.
 Json fileOf(const std::string &prefix, const Said &said) {
   Json file = Json::parse(R"({"pim": {"default": {}, "blue": {}}})");
   for (const auto &[acl, permitted] : said.acls) file["acl"][acl] = {{{"permit", permitted}}};
@@ -32,8 +32,8 @@ Json fileOf(const std::string &prefix, const Said &said) {
   return file;
 }
 
-/// Of interfaces with one address, the one that serves it goes on to do so; who would be the first of a start is
-/// another matter.
+// Of interfaces with one address, the one that serves it goes on to do so; who would be the first of a start is
+// another matter.
 Json asServed(Json file, Box &box) {
   for (const std::string &vrf : vrfs) {
     for (const std::string intf : {"a", "b", "c"}) {
@@ -55,7 +55,7 @@ std::string difference(const Lines &is, const Lines &want) {
   return text;
 }
 
-/// What differs from an agent that starts with the file.
+// What differs from an agent that starts with the file.
 std::string unlikeFresh(Box &box, const Json &file) {
   Box fresh(box.network.af(), true);
   for (const std::string &vrf : vrfs) {
@@ -77,7 +77,7 @@ std::string unlikeFresh(Box &box, const Json &file) {
   return wrong;
 }
 
-/// One random life of a file. Empty, or what went wrong.
+// One random life of a file. Empty, or what went wrong.
 std::string life(const Addresses &a, uint32_t seed) {
   RandomFile file(a, seed);
   Box box(a.af);
@@ -170,7 +170,7 @@ TEST(ConfigApply, StatusSaysWhatTheFileSays) {
   for (const char *name : {"bsBorder", "cbsr", "crp", "crpPermit"}) EXPECT_EQ(status[name].size(), want[name].size());
 }
 
-TEST(ConfigApply, ANeighbourKeepsBsrAndRpWhileTheirSourcesMove) {
+TEST(ConfigApply, ANeighborKeepsBsrAndRpWhileTheirSourcesMove) {
   const std::string zone = "239.1.0.0/16", other = "239.2.0.0/16";
   const struct {
     Said before, after;

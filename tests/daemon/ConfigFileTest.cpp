@@ -26,7 +26,7 @@ struct Case {
   std::vector<std::string> findings;
 };
 
-/// A file with the VRF default and these settings for it; more members may follow them.
+// A file with the VRF default and these settings for it; more members may follow them.
 std::string file(const std::string &settings, const std::string &more = "") {
   return R"({"pim": {"default": {}}, "vrfConfig": {"default": {)" + settings + "}}" + more + "}";
 }

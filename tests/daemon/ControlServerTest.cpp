@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::chrono::seconds patience(60);
 
-/// A client of which nothing is expected: bytes out, whatever comes back in.
+// A client of which nothing is expected: bytes out, whatever comes back in.
 class RawClient {
  public:
   RawClient(boost::asio::io_context &context, const std::string &path) : context_(context) {
@@ -40,7 +40,7 @@ class RawClient {
   }
   void endSending() const { ::shutdown(socket_, SHUT_WR); }
 
-  /// What the server says until `lines` lines are there or it closes, letting it work meanwhile.
+  // What the server says until `lines` lines are there or it closes, letting it work meanwhile.
   std::string hear(int lines) {
     std::string heard;
     for (char byte = 0; lines > 0;) {

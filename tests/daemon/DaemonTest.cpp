@@ -21,7 +21,7 @@ namespace {
 
 using Control::Rows;
 
-/// A daemon whose VRFs wait for namespaces that never come, so that it needs no privilege.
+// A daemon whose VRFs wait for namespaces that never come, so that it needs no privilege.
 class DaemonTest : public ::testing::Test {
  protected:
   DaemonTest() {
@@ -35,7 +35,7 @@ class DaemonTest : public ::testing::Test {
     ASSERT_TRUE(loaded.good());
     daemon.emplace(Pax::AddressFamily::ipv4, options, loaded.configuration);
   }
-  /// Asks over the socket while the daemon's loop turns here.
+  // Asks over the socket while the daemon's loop turns here.
   Rows ask(const Control::Request &request) {
     Rows answer;
     std::atomic<bool> done = false;

@@ -15,13 +15,13 @@ namespace {
 
 using ::Test::Addresses;
 
-/// A VRF that follows the BSR of the global zone and is itself that of scope 1, and a file that
-/// follows it.
+// A VRF that follows the BSR of the global zone and is itself that of scope 1, and a file that
+// follows it.
 class StateFileTest : public ::testing::TestWithParam<Addresses> {
  protected:
   StateFileTest() { restartOn(contents); }
 
-  /// The VRF's machines start anew, on this status.
+  // The VRF's machines start anew, on this status.
   void restartOn(const StateFile::Contents &on) {
     vrf.stop();
     vrf.status = vrf.container.status = on.statusColl->vrfStatusIs("default");

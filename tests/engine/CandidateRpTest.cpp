@@ -58,7 +58,7 @@ class Advertiser : public testing::TestWithParam<Addresses> {
   using Said = std::vector<std::tuple<Pax::IpGenAddr, uint16_t, Groups>>;  // to whom, with which hold time
 
   Advertiser() : v(GetParam()), zone(v.a.global()), bsr(v.a.host(60)) { v.intfIs(1); }
-  /// We are a candidate RP, host(7), for the ranges with the priority.
+  // We are a candidate RP, host(7), for the ranges with the priority.
   Kiv::Ptr<Bsr::RpCandidate> crpIs(const std::vector<Pax::IpGenPrefix> &prefixes) {
     const auto crp = v.status->crpIs(v.a.host(7));
     for (const auto &prefix : prefixes) {
@@ -68,7 +68,7 @@ class Advertiser : public testing::TestWithParam<Addresses> {
     return crp;
   }
   void hearBsr(uint32_t n) { v.hear(Bsm(v.a.host(n), static_cast<uint8_t>(n))); }
-  /// What is said from the last call on until then.
+  // What is said from the last call on until then.
   Said saidWithin(double seconds) {
     v.advance(seconds);
     Said said;

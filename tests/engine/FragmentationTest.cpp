@@ -10,7 +10,7 @@
 namespace Test {
 namespace {
 
-/// The RP count and the RPs of each group and mode.
+// The RP count and the RPs of each group and mode.
 using Groups = std::map<std::pair<Pax::IpGenPrefix, bool>, std::pair<unsigned, std::vector<Bsm::Rp>>>;
 
 class Fragmentation : public testing::TestWithParam<Addresses> {
@@ -56,9 +56,9 @@ TEST_P(Fragmentation, FloodsTheArrivalInterfaceTooButNoBorderNorWhereNobodyIs) {
   EXPECT_EQ(v.port->sent[0].bsm->bsrAddress(), a.host(200));
 }
 
-/// Random messages over random MTUs: every RP of the source once and in order, no fragment over the
-/// MTU, the zone's block first in scoped zones, counts and modes that hold, and of the two groups of a
-/// prefix never both in pieces: one is left out, and counted, if it fits no fragment whole.
+// Random messages over random MTUs: every RP of the source once and in order, no fragment over the
+// MTU, the zone's block first in scoped zones, counts and modes that hold, and of the two groups of a
+// prefix never both in pieces: one is left out, and counted, if it fits no fragment whole.
 TEST_P(Fragmentation, EveryRpGoesOutOnceInFragmentsThatFit) {
   const uint64_t seed = std::random_device()();
   SCOPED_TRACE("seed " + std::to_string(seed));
@@ -120,7 +120,7 @@ TEST_P(Fragmentation, EveryRpGoesOutOnceInFragmentsThatFit) {
   }
 }
 
-TEST_P(Fragmentation, ANewNeighbourGetsTheLastMessagesFromItsDrOnly) {
+TEST_P(Fragmentation, ANewNeighborGetsTheLastMessagesFromItsDrOnly) {
   TestVrf v(a);
   v.intfIs(1);
   v.intfIs(2, 150);

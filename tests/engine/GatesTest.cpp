@@ -15,7 +15,7 @@ namespace {
 
 using BsmPtr = Kiv::Ptr<Pim::Packet::BootstrapMessage>;
 
-/// A VRF with eth1, whose neighbour is the way to host(1).
+// A VRF with eth1, whose neighbor is the way to host(1).
 struct Router : TestVrf {
   explicit Router(const Addresses &addresses) : TestVrf(addresses) {
     intfIs(1);
@@ -26,14 +26,14 @@ struct Router : TestVrf {
     all.merge(countsOf(counters()));
     return all;
   }
-  /// Every counter that grows meanwhile.
+  // Every counter that grows meanwhile.
   template <class Action>
   Counts counted(const Action &action) const {
     const Counts before = counts();
     action();
     return grown(before, counts());
   }
-  /// From the neighbour, whatever the BSR.
+  // From the neighbor, whatever the BSR.
   Counts countsOfHearing(const BsmPtr &bsm) const {
     return counted([&] { port->hear(intf(1), neighbor(1), Pax::allPimRouters(a.af), *bsm); });
   }
@@ -53,7 +53,7 @@ Counts dropped(const char *reason) {
   return {{"received", 1}, {"rx", 1}, {"rxError", 1}, {"rxBsm", 1}, {"rxBsmError", 1}, {reason, 1}};
 }
 
-/// A message that fails no test yet.
+// A message that fails no test yet.
 struct Arrival {
   Router &r;
   BsmPtr bsm = r.bsm();
@@ -94,7 +94,7 @@ TEST_P(Gates, TheFirstTestThatABootstrapMessageFailsCountsAndNothingElseChanges)
     std::vector<Change> changes;
     const char *trace = "";
   } rows[] = {
-      // Neighbouring tests in pairs.
+      // Neighboring tests in pairs.
       {"unicastBsm", {unicast, late}},
       {"unicastBsm", {unicast, noWay}},
       {"unknownDest", {known, elsewhere}},
@@ -123,7 +123,7 @@ TEST_P(Gates, TheFirstTestThatABootstrapMessageFailsCountsAndNothingElseChanges)
     SCOPED_TRACE(&row - rows);
     Router router(a);
     router.routeIs(a.host(2), 1);
-    router.pimStatus->pimIntfIs(router.intf(2));  // PIM is on there, without a neighbour
+    router.pimStatus->pimIntfIs(router.intf(2));  // PIM is on there, without a neighbor
     Arrival m{router};
     for (const Change &change : row.changes) change(m);
     const auto last = router.sm->bsrIOSm().lastBsm(m.zone);

@@ -14,7 +14,7 @@ namespace {
 struct RpSet : testing::TestWithParam<Addresses> {
   RpSet() : v(GetParam()) { v.intfIs(1); }
 
-  /// What has to be published for a prefix, from the rule alone.
+  // What has to be published for a prefix, from the rule alone.
   void expectPublicationHolds() const {
     for (const auto &prefix : prefixes) {
       Pax::IpGenPrefix owner;

@@ -10,7 +10,7 @@
 namespace Test {
 namespace {
 
-/// A VRF with a global and a scoped zone, and the model of each, living through the same history.
+// A VRF with a global and a scoped zone, and the model of each, living through the same history.
 class Zones : public testing::TestWithParam<unsigned> {
  protected:
   Zones() { v.pimStatus->pimIntfIs(v.intfIs(1))->isDrIs(true); }
@@ -36,7 +36,7 @@ class Zones : public testing::TestWithParam<unsigned> {
   }
   Pax::IpGenPrefix range() { return zone == 0 ? v.a.group(1 + pick(2)) : v.a.inScope(5, 1 + pick(2)); }
   unsigned priority() { return oneOf({0u, 1u, 60u, 64u, 64u, 64u, 65u, 255u}); }
-  // Neighbouring addresses, and addresses far apart.
+  // Neighboring addresses, and addresses far apart.
   uint32_t ownHost() { return oneOf({50u, 0x30000000u, 0xb0000000u}); }
   uint32_t otherHost() { return oneOf({49u, 51u, 0x2fffffffu, 0x30000001u, 0x70000000u, 0xd0000000u}); }
 
@@ -72,7 +72,7 @@ class Zones : public testing::TestWithParam<unsigned> {
     }
   }
 
-  /// What the configuration and the test have set in the status.
+  // What the configuration and the test have set in the status.
   std::optional<ZoneBsr> candidate(uint32_t n) {
     const auto candidate = v.status->cbsr(zones[n]);
     if (!candidate) return std::nullopt;
@@ -125,7 +125,7 @@ class Zones : public testing::TestWithParam<unsigned> {
     }
   }
 
-  /// The engine ends everything, advertisers too, and begins again.
+  // The engine ends everything, advertisers too, and begins again.
   void clearFamily() {
     v.status->crpIs(v.a.host(6))->prefixOptionsIs(v.a.group(9))->priorityIs(1);
     const auto &engine = v.sm->bsrSm();
@@ -145,7 +145,7 @@ class Zones : public testing::TestWithParam<unsigned> {
     linked ? void(pimIntf->neighborIs(v.neighbor(1))) : pimIntf->neighborDel(v.neighbor(1));
     for (ZoneModel &model : models) model.linked = linked;
   }
-  /// The neighbour goes, or is greeted.
+  // The neighbor goes, or is greeted.
   void changeLink() {
     if (pick(4) == 0) return linkIs(false);
     linkIs(true);
@@ -162,7 +162,7 @@ class Zones : public testing::TestWithParam<unsigned> {
     models[zone].hearCrp(key, holdTime);
   }
 
-  /// Looks just before something is due, when it is, and at the end.
+  // Looks just before something is due, when it is, and at the end.
   void advance(double seconds) {
     const double until = v.time.now() + seconds;
     for (double next = 0; !HasFatalFailure();) {

@@ -10,7 +10,7 @@ using Kind = Routing::RouteAnswer::Kind;
 
 class KernelRouteLookupTest : public Test::NetnsTest {
  protected:
-  /// Namespace "a" with a0 and b0 up, and the routes given.
+  // Namespace "a" with a0 and b0 up, and the routes given.
   std::unique_ptr<::Test::Router> router(AddressFamily family, const std::string &addresses,
                                          const std::string &routes) {
     netns("a");
@@ -23,7 +23,7 @@ class KernelRouteLookupTest : public Test::NetnsTest {
   }
 };
 
-/// "connected" or "via" and the next hops, each as its interface and address.
+// "connected" or "via" and the next hops, each as its interface and address.
 std::string textOf(const Routing::RouteAnswer &answer) {
   if (answer.via.empty()) return answer.kind == Kind::local ? "local" : "none";
   std::multiset<std::string> hops;

@@ -16,7 +16,7 @@ class NetlinkMonitorTest : public Test::NetnsTest {
     netns("a");
     ip("a", "link add a0 type veth peer name a1");
   }
-  /// A router that knows its interfaces.
+  // A router that knows its interfaces.
   std::unique_ptr<::Test::Router> router(AddressFamily family) {
     auto made = std::make_unique<::Test::Router>(loop, nameOf("a"), family);
     EXPECT_TRUE(waitFor([&] { return made->completed == 1; }));
@@ -24,7 +24,7 @@ class NetlinkMonitorTest : public Test::NetnsTest {
   }
 };
 
-/// What an interface and its addresses went through, as somebody who holds it sees it.
+// What an interface and its addresses went through, as somebody who holds it sees it.
 class Witness : public Ip::IntfStatus::Notifiee {
  public:
   Witness(const Kiv::Ptr<Ip::IntfStatus> &intf, const Ip::AllIntfStatusDir &all) : intf_(intf), all_(all) {

@@ -15,7 +15,7 @@ namespace {
 
 using Pax::IpGenAddr;
 
-/// The frames that an interface gets, from the construction on.
+// The frames that an interface gets, from the construction on.
 class Capture {
  public:
   Capture(const Linux::Namespace &where, const std::string &interface) {
@@ -28,7 +28,7 @@ class Capture {
       EXPECT_EQ(bind(socket_.number(), reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
     });
   }
-  /// Traffic class and hop limit of each PIM packet.
+  // Traffic class and hop limit of each PIM packet.
   std::vector<std::pair<int, int>> pimPackets() {
     std::vector<std::pair<int, int>> packets;
     std::array<uint8_t, 65536> frame;
@@ -46,7 +46,7 @@ class Capture {
   Linux::Descriptor socket_;
 };
 
-/// Two routers, "a" and "b", joined by links a0-b0, a1-b1, ... with PIM on at both ends.
+// Two routers, "a" and "b", joined by links a0-b0, a1-b1, ... with PIM on at both ends.
 class RawPacketPortTest : public Test::NetnsTest, public ::testing::WithParamInterface<::Test::Addresses> {
  protected:
   void join(int links) {

@@ -13,7 +13,7 @@ using AclPrefix::permittedPrefixes;
 using Pax::IpGenAddr;
 using Pax::IpGenPrefix;
 
-/// An address like `address` in its first `same` bits, and in all others when it is `flipped` there.
+// An address like `address` in its first `same` bits, and in all others when it is `flipped` there.
 IpGenAddr near(const IpGenAddr &address, unsigned same, bool flipped) {
   auto bytes = address.bytes();
   const unsigned bits = Pax::addressBits(address.af());
@@ -22,8 +22,8 @@ IpGenAddr near(const IpGenAddr &address, unsigned same, bool flipped) {
   return IpGenAddr::fromBytes(std::span(bytes).first(bits / 8));
 }
 
-/// Rules of both families whose bases are all zero, all one or in between, so that they meet and overlap
-/// at every length.
+// Rules of both families whose bases are all zero, all one or in between, so that they meet and overlap
+// at every length.
 std::vector<Acl::IpRule> anyRules(std::mt19937 &random) {
   std::vector<Acl::IpRule> rules;
   for (const ::Test::Addresses &addresses : {::Test::ipv4, ::Test::ipv6}) {

@@ -117,7 +117,7 @@ TEST(CodecTest, everyMalformedMessageIsToldByItsReasonAndWhatMayVaryIsAccepted) 
   }
 }
 
-/// A message with up to 11 groups of up to 29 RPs.
+// A message with up to 11 groups of up to 29 RPs.
 Kiv::Ptr<BootstrapMessage> anyMessage(const Addresses &a, std::mt19937 &random) {
   const auto number = [&](uint32_t below) { return static_cast<uint32_t>(random() % below); };
   Bsm bsm(a.host(1 + number(1000)), static_cast<uint8_t>(number(256)));

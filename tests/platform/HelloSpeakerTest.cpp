@@ -14,7 +14,7 @@ using namespace Routing::Pim;
 using IO::HelloSpeaker;
 using Packet::HelloMessage;
 
-/// What a neighbor says in a Hello.
+// What a neighbor says in a Hello.
 struct Said {
   uint16_t holdTime = 105;
   std::optional<uint32_t> generationId = 1;
@@ -22,7 +22,7 @@ struct Said {
   std::vector<Pax::IpGenAddr> list = {};
 };
 
-/// A router with one interface, eth1, where it is onLink(10), and its Hellos.
+// A router with one interface, eth1, where it is onLink(10), and its Hellos.
 struct Router {
   explicit Router(const Addresses &addresses, const HelloSpeaker::Parameters &parameters = {}, bool isUp = true)
       : a(addresses), intf(interfaces->intfStatusIs(eth1)) {
@@ -50,7 +50,7 @@ struct Router {
   const HelloMessage &hello(size_t index) const { return static_cast<HelloMessage &>(*port->sent.at(index).message); }
   size_t hellos() const { return port->sent.size(); }
   const HelloMessage &lastHello() const { return hello(hellos() - 1); }
-  /// Lets the seconds pass; how many Hellos went out in them.
+  // Lets the seconds pass; how many Hellos went out in them.
   size_t hellosIn(double seconds) {
     const size_t before = hellos();
     time.advanceTo(time.now() + seconds);

@@ -36,7 +36,7 @@ class Tree : public Kiv::Entity {
 #undef ATTRIBUTES
 };
 
-/// Writes down what it is told, and does what the test hangs in.
+// Writes down what it is told, and does what the test hangs in.
 struct Watcher : Tree::Notifiee {
   explicit Watcher(const Kiv::Ptr<Tree> &tree) { notifierIs(tree); }
   void onGreen() override { told("green"); }
@@ -194,7 +194,7 @@ TEST_F(KivEntity, ADeletedKeyMayBelongToTheElementItself) {
   EXPECT_EQ(second.heard, "o1 gone o1 gone o2=cat o2 gone");
 }
 
-/// A table of texts by number beside a plain list of its elements by age, under random changes.
+// A table of texts by number beside a plain list of its elements by age, under random changes.
 struct TableAndList {
   explicit TableAndList(uint32_t seed) : random(seed) {}
   uint32_t below(uint32_t n) { return static_cast<uint32_t>(random() % n); }
@@ -212,7 +212,7 @@ struct TableAndList {
       ASSERT_EQ(table.erase(key), "");
     }
   }
-  /// Meets what is behind the last met in the list, whatever happens on the way.
+  // Meets what is behind the last met in the list, whatever happens on the way.
   void walk(uint32_t depth) {
     uint64_t at = 0;
     for (const auto &[key, value] : table) {

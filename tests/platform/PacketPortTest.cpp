@@ -17,7 +17,7 @@ namespace {
 
 using namespace Routing::Pim::Packet;
 
-/// A router with PIM on at eth1, onLink(1) there, where it knows onLink(2); host(1) is its own.
+// A router with PIM on at eth1, onLink(1) there, where it knows onLink(2); host(1) is its own.
 struct Router {
   explicit Router(const Addresses &addresses) : a(addresses) {
     const auto pimIntf = status->pimIntfIs(eth1);

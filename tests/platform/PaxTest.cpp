@@ -19,7 +19,7 @@ std::string text(const T &value) {
   return out.str();
 }
 
-/// What reading the text and writing it again gives; "refused" where it is no value.
+// What reading the text and writing it again gives; "refused" where it is no value.
 template <class T>
 std::string again(std::string_view given) {
   try {

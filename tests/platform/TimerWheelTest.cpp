@@ -66,7 +66,7 @@ TEST_F(Wheel, RunsNoMoreOftenThanItsTimersNeed) {
   EXPECT_TRUE(time.idle());
 }
 
-/// What decides on the order of firing.
+// What decides on the order of firing.
 struct Due {
   double at;     // when it really fires: not before it was armed
   uint64_t run;  // the run whose callbacks armed it for a time that had passed
@@ -75,7 +75,7 @@ struct Due {
   auto operator<=>(const Due &) const = default;
 };
 
-/// The same commands on wheels of different shapes and on a sorted list: the same timers at the same times.
+// The same commands on wheels of different shapes and on a sorted list: the same timers at the same times.
 TEST(WheelAgainstModel, FiresTheSameTimersInTheSameOrder) {
   const unsigned seed = std::random_device()();
   SCOPED_TRACE("seed " + std::to_string(seed));

@@ -17,7 +17,7 @@ struct Listener : Routing::TrieGen::Notifiee {
   std::vector<IpGenPrefix> told;
 };
 
-/// Short ones, and such as share long beginnings.
+// Short ones, and such as share long beginnings.
 IpGenPrefix anyPrefix(std::mt19937 &random, AddressFamily family) {
   const uint64_t high =
       (uint64_t{random()} << 32 | random()) & (random() % 2 ? 0x8000000000000003 : 0xf00000ff0000f0ff);

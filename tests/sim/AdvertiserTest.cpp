@@ -9,7 +9,7 @@ namespace {
 namespace Pim = Routing::Pim;
 const Pax::IntfId loopback(L3::defaultVrf, "lo");
 
-/// Group range and RP, and what is held of it; the hold time only where it has settled.
+// Group range and RP, and what is held of it; the hold time only where it has settled.
 using Key = std::pair<Pax::IpGenPrefix, Pax::IpGenAddr>;
 using Held = std::map<Key, std::string>;
 
@@ -20,7 +20,7 @@ std::string textOf(Pim::Mode mode, unsigned priority, unsigned holdTime = 0) {
   return out.str();
 }
 
-/// Five routers in a ring, all within the scope and all RPs. r0 is the BSR of all groups, r3 of the scope.
+// Five routers in a ring, all within the scope and all RPs. r0 is the BSR of all groups, r3 of the scope.
 class Network {
  public:
   Network(const Addresses &addresses, uint64_t seed, const Sim::LinkParameters &parameters)
@@ -33,19 +33,19 @@ class Network {
     begin = story.time().now();
   }
 
-  /// Up to three changes of one RP, with one of its ranges, as a reload makes them.
+  // Up to three changes of one RP, with one of its ranges, as a reload makes them.
   void change() {
     const std::string name = routers[random.next() % routers.size()];
     const Pax::IpGenPrefix range = ranges[random.next() % ranges.size()];
     for (uint32_t left = random.next() % 3 + 1; left > 0; --left) change(name, range, random.next() % 8);
   }
-  /// What is looked at: the ranges of a router that is their BSR, or all. Before it has settled, hold times may
-  /// be old, and others may still have what is not announced beside a bidirectional RP.
+  // What is looked at: the ranges of a router that is their BSR, or all. Before it has settled, hold times may
+  // be old, and others may still have what is not announced beside a bidirectional RP.
   struct Look {
     bool all, settled;
     double delay;  // after a range came or changed its mode, in which it is learned for good
   };
-  /// The routers hold and use what is configured.
+  // The routers hold and use what is configured.
   void expectHeld(const Look &look) {
     for (const std::string &router : routers) {
       const Held expected = expectedAt(router, look);
@@ -115,7 +115,7 @@ class Network {
       }
     }
   }
-  /// Its BSR apart, a router hears only of the bidirectional RPs of a range that has any.
+  // Its BSR apart, a router hears only of the bidirectional RPs of a range that has any.
   Held expectedAt(const std::string &router, const Look &look) {
     Held expected;
     for (const Pax::IpGenPrefix &range : ranges) {

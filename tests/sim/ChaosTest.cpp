@@ -6,7 +6,7 @@
 namespace Test {
 namespace {
 
-/// Faults by a seed, which the name of the test shows. Everything is whole again at the end.
+// Faults by a seed, which the name of the test shows. Everything is whole again at the end.
 class Chaos : public testing::TestWithParam<uint64_t> {
  protected:
   static constexpr int routers = 10;
@@ -52,7 +52,7 @@ class Chaos : public testing::TestWithParam<uint64_t> {
     }
   }
 
-  /// Nobody publishes what was never said.
+  // Nobody publishes what was never said.
   void expectOnly(const Sim::RpTable &said) {
     for (const auto &name : names) {
       for (const auto &[prefix, rps] : Sim::tableOf(story.host(name).rpSet()).group) {
@@ -83,7 +83,7 @@ TEST_P(Chaos, IsForgottenSoonAfterItsEnd) {
     ASSERT_NO_FATAL_FAILURE(expectOnly(table));
   }
   repairAll();
-  // Neighbours found, two rounds of messages, and what was learned wrongly would have ended.
+  // Neighbors found, two rounds of messages, and what was learned wrongly would have ended.
   story.time().runFor(130 + 150 + 61);
   EXPECT_EQ(story.others(global, feeder.router().address(), table), "");
   EXPECT_EQ(story.others(scope, feeder.router().address(), table), "");

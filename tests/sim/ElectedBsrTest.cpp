@@ -1,4 +1,4 @@
-// What an elected BSR is to its neighbours and to routers farther away: through its restart, and when a zone
+// What an elected BSR is to its neighbors and to routers farther away: through its restart, and when a zone
 // inside its own appears.
 #include <gtest/gtest.h>
 
@@ -19,12 +19,12 @@ class ElectedBsr : public testing::TestWithParam<Addresses> {
   Sim::VirtualTime &time() { return story.time(); }
   Sim::Host &host(const std::string &name) { return story.host(name); }
   const Pax::IpGenAddr &address(const std::string &name) { return story.network.router(name).address(); }
-  /// The named router is the zone's BSR everywhere.
+  // The named router is the zone's BSR everywhere.
   bool leads(const std::string &name, const Names &among) {
     return std::ranges::all_of(among, [&](auto &other) { return host(other).bsr(global) == address(name); });
   }
   bool publishes(const std::string &name) { return host(name).rpSet().crpSet(group) != nullptr; }
-  /// Notes when messages of a BSR pass a link, each once.
+  // Notes when messages of a BSR pass a link, each once.
   void watch(const std::string &link, const Pax::IpGenAddr &bsr) {
     story.network.link(link).tapIs([this, link, bsr](const Sim::Packet &packet) {
       const auto result = Packet::Codec(bsr.af()).decode(packet.payload, packet.source, packet.destination);

@@ -9,8 +9,8 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-/// Five agents r0 to r4, all of them candidate BSRs of the global zone. r3 has the highest weight, by
-/// its address, r1 the next; r1 and r2 are candidate RPs.
+// Five agents r0 to r4, all of them candidate BSRs of the global zone. r3 has the highest weight, by
+// its address, r1 the next; r1 and r2 are candidate RPs.
 class FiveCandidates {
  public:
   FiveCandidates(const Addresses &addresses, uint64_t seed = 1)
@@ -38,9 +38,9 @@ class FiveCandidates {
     EXPECT_TRUE(within(60, "r3", bothRps)) << why;
   }
 
-  /// Groups and the routers that are their RPs.
+  // Groups and the routers that are their RPs.
   using Rps = std::map<Pax::IpGenPrefix, Names>;
-  /// The routers come to agree within so many seconds that this one is the zone's BSR and these its RPs.
+  // The routers come to agree within so many seconds that this one is the zone's BSR and these its RPs.
   bool within(double seconds, const std::string &bsr, const Rps &rps, const Names &among = names) {
     return story.within(seconds, [&] { return agree(bsr, global, rps, among); });
   }

@@ -10,7 +10,7 @@ class Links : public testing::TestWithParam<Addresses> {
  protected:
   Links() : story(GetParam()), global(story.addresses.global()) {}
 
-  /// Makes it a candidate for BSR and RP.
+  // Makes it a candidate for BSR and RP.
   void candidateAt(const std::string &name, const char *interface, uint16_t priority) {
     const Pax::IntfId intfId("default", interface);
     const auto bsr = story.host(name).config().bsrCandidateConfigIs(intfId)->groupIs(global);

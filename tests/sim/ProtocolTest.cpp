@@ -15,7 +15,7 @@ class Protocol : public testing::TestWithParam<Addresses> {
  protected:
   Protocol() : story(GetParam()), global(story.addresses.global()), scope(story.addresses.scope(5)) {}
 
-  /// A feeder and the agents a, b and c in a row, all with the table.
+  // A feeder and the agents a, b and c in a row, all with the table.
   Sim::Feeder &learnedChain(const Sim::RpTable &table) {
     story.chain({"feeder", "a", "b", "c"}, {1500});
     story.start({"a", "b", "c"});

@@ -1,4 +1,4 @@
-// The simulator itself: time, links, routes, neighbours, repetition by seed.
+// The simulator itself: time, links, routes, neighbors, repetition by seed.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,7 +12,7 @@ namespace {
 using Routing::RouteAnswer;
 using Routing::Pim::IO::MessageConsumer;
 
-/// Schedules itself; writes its name when it happens.
+// Schedules itself; writes its name when it happens.
 class Note : public Event {
  public:
   Note(VirtualTime &time, std::string &log, char name) : Event(time), log_(log), name_(name) {}
@@ -44,7 +44,7 @@ TEST(VirtualTime, EventsRunInOrderOfTimeThenOfScheduling) {
   EXPECT_EQ(log, "bca");
 }
 
-/// Two or more routers on a LAN, with bootstrap messages of a chosen size from the first.
+// Two or more routers on a LAN, with bootstrap messages of a chosen size from the first.
 class Lan : public MessageConsumer {
  public:
   explicit Lan(const LinkParameters &parameters, uint64_t seed = 1, int routers = 3,
@@ -58,7 +58,7 @@ class Lan : public MessageConsumer {
     }
     network.time().runFor(20);
   }
-  /// A message with so many groups without RPs; its tag is `tag`.
+  // A message with so many groups without RPs; its tag is `tag`.
   bool send(uint16_t tag, uint32_t groups = 1) {
     const auto bsm = Routing::Pim::Packet::BootstrapMessageIs();
     bsm->fragmentTagIs(tag);
@@ -128,7 +128,7 @@ TEST(Link, LosesItsShareAndReordersOnlyWithJitter) {
   }
 }
 
-/// The next hops as "router@link" in order, or the kind of answer.
+// The next hops as "router@link" in order, or the kind of answer.
 std::string route(Network &network, const std::string &from, const Pax::IpGenAddr &destination) {
   const RouteAnswer answer = network.router(from).routes()->lookup(destination);
   if (answer.kind == RouteAnswer::Kind::none) return "none";
@@ -171,7 +171,7 @@ TEST(Routes, FollowTheShortestPathsThroughCutsAndPowerFailures) {
   }
 }
 
-/// Every byte that crossed the link, with its time.
+// Every byte that crossed the link, with its time.
 std::string record(uint64_t seed) {
   Network network(Pax::AddressFamily::ipv4, seed);
   Link &link = network.linkIs("lan", {"a", "b", "c"}, {.jitter = 0.01, .loss = 0.2});

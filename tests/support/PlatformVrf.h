@@ -20,7 +20,7 @@ class PlatformVrf {
   /// What a SystemState publishes of it.
   Bsr::SystemState::Services services() const { return {interfaces, pimStatus, routes, port}; }
 
-  /// A PIM interface with one neighbour, eth<n>: onLink(n) is us, onLink(100 + n) the neighbour.
+  /// A PIM interface with one neighbor, eth<n>: onLink(n) is us, onLink(100 + n) the neighbor.
   Pax::IntfId intfIs(uint32_t n, uint32_t mtu = 1500) {
     const auto pimIntf = pimStatus->pimIntfIs(intf(n));
     pimIntf->addressIs(a.onLink(n));
@@ -30,7 +30,7 @@ class PlatformVrf {
   }
   Pax::IntfId intf(uint32_t n) const { return {name, "eth" + std::to_string(n)}; }
   Pax::IpGenAddr neighbor(uint32_t n) const { return a.onLink(100 + n); }
-  /// Routes an address through the neighbour on eth<n>.
+  /// Routes an address through the neighbor on eth<n>.
   void routeIs(const Pax::IpGenAddr &address, uint32_t n) const {
     routes->answer[address] = {Routing::RouteAnswer::Kind::via, {{intf(n), neighbor(n)}}};
   }
@@ -42,7 +42,7 @@ class PlatformVrf {
     return intfId;
   }
 
-  /// A message from the neighbour on eth<n>, which is the way to its BSR.
+  /// A message from the neighbor on eth<n>, which is the way to its BSR.
   void hear(const Kiv::Ptr<Pim::Packet::BootstrapMessage> &bsm, uint32_t n = 1) const {
     routeIs(bsm->bsrAddress(), n);
     port->hear(intf(n), neighbor(n), Pax::allPimRouters(a.af), *bsm);

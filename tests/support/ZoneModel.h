@@ -66,7 +66,7 @@ struct ZoneModel {
 
   const bool global, ipv4;
   double now;
-  bool linked = true;  // there is a neighbour
+  bool linked = true;  // there is a neighbor
   unsigned bsTimeout = 130, szTimeout = 1300, ownTag = 1 << 16;
   std::string state = "gone";  // no machine
   bool elected = false;
