@@ -16,32 +16,40 @@ class MountPaths {
  public:
   explicit MountPaths(Pax::AddressFamily af) : af_(af), agent_(agentName(af)) {}
 
+  /// Unicast routes, of one VRF; the default VRF has fixed paths.
   std::string routeStatus(const L3::VrfName &vrf) const { return unicast("routing", vrf); }
   std::string forwardingStatus(const L3::VrfName &vrf) const { return unicast("forwarding", vrf); }
+  /// Multicast routes, forwarding and boundaries, of all VRFs.
   std::string mribStatusColl() const { return routing() + "/multicast/rib/status"; }
   std::string mfibConfig() const { return routing() + "/multicast/fib/config"; }
   std::string mcastBoundaryStatus() const { return routing() + "/multicast/boundary/status"; }
 
+  /// Boot and shutdown stages: `kind` is "boot" or "shutdown".
   std::string stageInput(std::string_view kind) const { return stage("stageInput", kind); }
   std::string stageAgentStatus(std::string_view kind) const { return stage("stageAgentStatus", kind); }
   static std::string stageProgress(std::string_view kind) { return "stage/" + std::string(kind) + "/progress"; }
   static std::string stageCompletion(std::string_view kind) {
     return "stage/" + std::string(kind) + "/completionstatus";
   }
+  /// Which of two controllers is active.
   static std::string redundancyStatus() { return "redundancy/status"; }
 
+  /// What this agent reads and writes, of all VRFs.
   std::string bsrConfigColl() const { return pim("bsr/config"); }
   std::string bsrClearConfigColl() const { return pim("bsr/clear"); }
   std::string bsrStatusColl() const { return pim("bsr/status"); }
   std::string rpCandidateStatusColl() const { return pim("rpcandidate/status"); }
+  /// What PIM has: for each mode the groups and the static RPs, and its own configuration and status.
   std::string groupStatusColl(Mode mode) const { return pim("group/status/" + modeName(mode)); }
   std::string rpConfigColl(Mode mode) const { return pim("rp/config/" + modeName(mode)); }
   std::string pimConfigColl() const { return pim("config"); }
   std::string pimGlobalStatus() const { return pim("status/global"); }
   std::string pimStatusColl() const { return pim("status"); }
+  /// Of one VRF: the counters of PIM messages, and the packet channel.
   std::string messageCounters(const L3::VrfName &vrf) const { return pim("counters/" + vrf.text() + "/bsr"); }
   std::string channelStatus(const L3::VrfName &vrf) const { return pim("io/" + vrf.text()); }
 
+  /// What the system has, of all families.
   static std::string allVrfStatusLocal() { return "ip/vrf/status/local"; }
   static std::string aclInput() { return "acl/config/input"; }
   static std::string aclCli() { return "acl/config/cli"; }

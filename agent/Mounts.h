@@ -18,17 +18,20 @@ namespace Routing::Pim::Bsr {
 /// Collections of all VRFs, read-only but for those that the agent writes. The state of single VRFs
 /// is mounted when PIM becomes enabled there.
 struct Mounts {
+  // Of the process: redundancy and stages.
   Kiv::Ptr<const Redundancy::RedundancyStatus> redundancyStatus;
   Kiv::Ptr<const Stage::AgentConfig> bootStageInput, shutdownStageInput;
   Kiv::Ptr<Stage::AgentStatus> bootStageStatus, shutdownStageStatus;
   Kiv::Ptr<const Stage::ProgressDir> bootProgress, shutdownProgress;
   Kiv::Ptr<const Stage::CompletionStatusDir> bootCompletion, shutdownCompletion;
 
+  // Of the agent itself; it writes the last two.
   Kiv::Ptr<const ConfigColl> configColl;
   Kiv::Ptr<const ClearConfigColl> clearConfigColl;
   Kiv::Ptr<StatusColl> statusColl;
   Kiv::Ptr<RpCandidateStatusColl> rpCandidateStatusColl;
 
+  // Of PIM: a VRF starts when it is in each.
   Kiv::Ptr<const GroupStatusColl> groupStatusColl, bidirGroupStatusColl;
   Kiv::Ptr<const RpConfigColl> rpConfigColl, bidirRpConfigColl;
   Kiv::Ptr<const Pim::ConfigColl> pimConfigColl;
@@ -38,6 +41,7 @@ struct Mounts {
   Kiv::Ptr<const Multicast::Fib::VrfConfig> mfibConfig;
   Kiv::Ptr<const McastBoundary::Status> mcastBoundaryStatus;
 
+  // Of the system: VRFs, interfaces, ACLs.
   Kiv::Ptr<const Ip::AllVrfStatusLocal> allVrfStatusLocal;
   Kiv::Ptr<const Interface::AllIntfStatusDir> allIntfStatusDir;
   Kiv::Ptr<const Interface::AllIntfStatusLocalDir> allIntfStatusLocalDir;

@@ -1,4 +1,7 @@
 /// The configuration that the agent reads. It is written by whoever loads it, never by the agent.
+///
+/// Every entity may change at any time, one attribute at a time: whoever writes several related values orders the
+/// writes so that what is in force stays in force (daemon/file/ConfigApply). ConfigSm turns it into Status.
 #pragma once
 
 #include "platform/kiv/Attributes.h"
@@ -32,7 +35,8 @@ class BsrCandidateAcl : public Kiv::Entity {
 };
 #undef CANDIDATE_ATTRIBUTES
 
-/// An interface that is a candidate BSR.
+/// An interface that is a candidate BSR, with its address, in the zones of its entries. A zone that several entries
+/// name has the values of the last ACL by name, or else those of its group.
 class BsrCandidateConfig : public Kiv::Entity {
  public:
   explicit BsrCandidateConfig(const Pax::IntfId &intfId) : intfId_(intfId) {}
@@ -48,7 +52,7 @@ class BsrCandidateConfig : public Kiv::Entity {
   const Pax::IntfId intfId_;
 };
 
-/// Options of one advertised range.
+/// Options of one advertised range. Kept beside the range, and used while both are there.
 class RpCandidateGroupEntryOptions : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(value, RpPriority, priority, Priority, rpPriorityUnset)
   KIV_ENTITY(RpCandidateGroupEntryOptions, ATTRIBUTES)
@@ -60,7 +64,8 @@ class RpCandidateAclEntryOptions : public Kiv::Entity {
 #undef ATTRIBUTES
 };
 
-/// An interface that is a candidate RP.
+/// An interface that is a candidate RP, with its address, for the ranges listed and those that its ACLs permit. A range
+/// without a priority is served, and not advertised.
 class RpCandidateConfig : public Kiv::Entity {
  public:
   explicit RpCandidateConfig(const Pax::IntfId &intfId) : intfId_(intfId) {}
@@ -80,7 +85,7 @@ class RpCandidateConfig : public Kiv::Entity {
   const Pax::IntfId intfId_;
 };
 
-/// The group ranges for which an interface is a BSR border.
+/// The group ranges for which an interface is a BSR border, listed and permitted by ACLs.
 class IntfConfig : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE)                                  \
   ATTRIBUTE(set, Pax::IpGenPrefix, bsrBorderGrp, BsrBorderGrp) \
@@ -89,7 +94,8 @@ class IntfConfig : public Kiv::Entity {
 #undef ATTRIBUTES
 };
 
-/// Configuration of one VRF. Times in seconds.
+/// Configuration of one VRF. Times in seconds. Without `crpFilterAcl` the advertisements of all candidate RPs are
+/// accepted.
 class Config : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE)                                                             \
   ATTRIBUTE(value, uint32_t, holdTime, HoldTime, 130)                                     \
@@ -126,6 +132,7 @@ class ClearConfig : public Kiv::Entity {
 #undef ATTRIBUTES
 };
 
+/// The requests of every VRF.
 class ClearConfigColl : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, L3::VrfName, ClearConfig, vrfClearConfig, VrfClearConfig)
   KIV_ENTITY(ClearConfigColl, ATTRIBUTES)

@@ -19,6 +19,9 @@ struct PimBsrErrorCounters {
 };
 std::ostream &operator<<(std::ostream &out, const PimBsrErrorCounters &counters);
 
+/// Of all PIM messages of the agent, and by kind. Written by the message machines, and by the sender where it gives up
+/// a block; the first six and the errors start from zero with each start of the VRF, the others go on. The sums of a
+/// drop are kept together by countDrop().
 class PimBsrCounters : public Kiv::NamedEntity {
  public:
   using NamedEntity::NamedEntity;

@@ -2,6 +2,9 @@
 ///
 /// Every per-zone collection is keyed by the zone's group prefix; the global zone is all multicast
 /// groups of the family. Times are absolute, in seconds of the platform's clock.
+///
+/// Status is owned by the state store and outlives the machines that write it: a restarted agent, or one that comes
+/// back from standby, finds it and goes on from there. Each attribute has one writer, named beside its class.
 #pragma once
 
 #include "model/Config.h"
@@ -56,14 +59,16 @@ class RpCandidate : public Kiv::Entity {
   }
 };
 
-/// The interfaces that are a BSR border for one group range.
+/// The interfaces that are a BSR border for the group range that is its key: Bootstrap messages of the zone of exactly
+/// that range do not cross them. Written by the configuration (KivActiveConfig).
 class PimBsrBorder : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(set, Pax::IntfId, intfId, IntfId)
   KIV_ENTITY(PimBsrBorder, ATTRIBUTES)
 #undef ATTRIBUTES
 };
 
-/// The elected BSR of one zone.
+/// The elected BSR of one zone, which may be this router. Written by the zone's state machine, which removes it when
+/// the BSR is lost. `expiryTime` says when the zone's bootstrap timer acts next.
 class ElectedBsrStatus : public Kiv::Entity {
  public:
   explicit ElectedBsrStatus(const Pax::IpGenPrefix &zone) : zone_(zone) {}
@@ -85,14 +90,16 @@ class ElectedBsrStatus : public Kiv::Entity {
   const Pax::IpGenPrefix zone_;
 };
 
-/// The learned RPs of one zone; `status` is stored under the empty name.
+/// The RPs of one zone, learned from Bootstrap messages (RpSetStore) or, on the zone's BSR, from advertisements
+/// (CrpCollection). There while the zone has a BSR or an RP. `status` is stored under the empty name.
 class PimBsrRpCandidateStatus : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(child, RpCandidateStatus, status, Status)
   KIV_ENTITY(PimBsrRpCandidateStatus, ATTRIBUTES)
 #undef ATTRIBUTES
 };
 
-/// Status of one VRF.
+/// Status of one VRF. The configuration (ConfigSm) writes the timeouts, the candidates, the borders and the accepted
+/// sources; the engine the RP sets and the elected BSRs; the message machines the counters.
 class Status : public Kiv::NamedEntity {
  public:
   explicit Status(const L3::VrfName &vrf) : NamedEntity(vrf.text()) {}
@@ -124,6 +131,7 @@ Kiv::Ptr<RpCandidateStatus> rpSetsOf(const Status &status, const Pax::IpGenPrefi
 /// A zone's RP set of one group prefix, or null.
 Kiv::Ptr<RpCandidateSet> rpSetOf(const Status &status, const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix);
 
+/// The status of every VRF that the agent knows.
 class StatusColl : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, L3::VrfName, Status, vrfStatus, VrfStatus)
   KIV_ENTITY(StatusColl, ATTRIBUTES)
