@@ -170,7 +170,7 @@ void ConfigSm::handleAcl(const std::string &acl) {
 }
 
 // The difference in the permitted prefixes, those that come first.
-void ConfigSm::doResolve(BsrConfigAcl &bsrConfigAcl) {
+void ConfigSm::doResolve(BsrConfigAcl &bsrConfigAcl) const {
   const std::string &acl = bsrConfigAcl.name();
   const auto [groups, unicast] = permits()(acl).value_or(PermittedPrefixes());
   for (const Pax::IpGenPrefix &prefix : groups) {
@@ -248,7 +248,7 @@ void ConfigSm::doBuildBsrConfigAcl() {
   }
 }
 
-void ConfigSm::doRemoveExtraStatusEntries() {
+void ConfigSm::doRemoveExtraStatusEntries() const {
   VRF_TRACE_ENTRY(trace);
   removeStaleStatus(*this);
 }

@@ -106,8 +106,8 @@ class ConfigSm {
 
   void doBuildBsrConfigAcl();
   Kiv::Ptr<BsrConfigAcl> doCreateBsrConfigAcl(const std::string &acl);
-  void doResolve(BsrConfigAcl &bsrConfigAcl);
-  void doRemoveExtraStatusEntries();
+  void doResolve(BsrConfigAcl &bsrConfigAcl) const;
+  void doRemoveExtraStatusEntries() const;
 
   const Kiv::Ptr<const Config> config_;
   const Kiv::Ptr<const VrfIntfConfig> vrfIntfConfig_;

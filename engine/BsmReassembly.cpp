@@ -89,8 +89,9 @@ void BsmReassembly::handleBsmRxFragments(uint16_t tag) {
 
 void BsmReassembly::handleFragmentTimerExpiry() {
   VRF_TRACE_ENTRY(trace);
-  for (const uint16_t tag : bsmRxFragments_.keys()) {
-    const auto fragments = bsmRxFragments(tag);
+  for (const auto &element : bsmRxFragments_) {
+    const uint16_t tag = element.key;
+    const Kiv::Ptr<PimBsrRxFragments> fragments = element.value;
     discardAged(*fragments);
     if (!fragments->groupRpData().empty()) continue;
     bsmRxFragmentsDel(tag);
