@@ -30,6 +30,7 @@ std::vector<Withdrawals::Rp> Withdrawals::toList(const Pax::IpGenPrefix &prefix)
   std::ranges::stable_sort(order, std::greater(), [](const auto &rp) { return rp->second.listingsLeft; });
   order.resize(std::min(order.size(), mostListed));
   std::vector<Rp> result;
+  result.reserve(order.size());
   for (const auto &rp : order) result.push_back({rp->first, rp->second.mode});
   return result;
 }
