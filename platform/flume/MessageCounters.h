@@ -22,7 +22,7 @@ struct PacketCounters {
   uint32_t noConsumer = 0;       ///< nobody takes the type: it is not read here (Join/Prune, ...) or has no consumer
   uint32_t noFwdNoHello = 0;     ///< no-forward Bootstrap message from a source without Hello state
   uint32_t noFwdOwnAddress = 0;  ///< no-forward Bootstrap message that names us as BSR
-  uint32_t badHello = 0;         ///< not to ALL-PIM-ROUTERS, or from an address that no neighbor can have
+  uint32_t badHello = 0;         ///< not to ALL-PIM-ROUTERS, or in IPv6 not from a link-local address
   std::array<uint32_t, Packet::decodeErrors> malformedBy{};
 };
 

@@ -45,10 +45,6 @@ std::array<uint8_t, 16> IpGenAddr::bytes() const {
   return result;
 }
 
-bool IpGenAddr::isLoopback() const {
-  return family_ == AddressFamily::ipv4 ? v4() >> 24 == 127 : family_ == AddressFamily::ipv6 && high_ == 0 && low_ == 1;
-}
-
 std::ostream &operator<<(std::ostream &out, const IpGenAddr &address) {
   if (address.af() == AddressFamily::unknown) return out << "unset";
   char text[INET6_ADDRSTRLEN];

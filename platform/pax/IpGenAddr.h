@@ -53,7 +53,12 @@ class IpGenAddr {
                                           : family_ == AddressFamily::ipv6 && high_ >> 54 == 0xfe80 >> 6;
   }
   /// 127.0.0.0/8 or ::1
-  bool isLoopback() const;
+  constexpr bool isLoopback() const {
+    return family_ == AddressFamily::ipv4 ? v4() >> 24 == 127
+                                          : high_ == 0 && low_ == 1 && family_ == AddressFamily::ipv6;
+  }
+  /// 255.255.255.255; of a subnet's own broadcast address an address alone does not tell.
+  constexpr bool isBroadcast() const { return family_ == AddressFamily::ipv4 && v4() == 0xffffffff; }
 
   constexpr bool operator==(const IpGenAddr &) const = default;
   constexpr std::strong_ordering operator<=>(const IpGenAddr &) const = default;

@@ -12,10 +12,20 @@ namespace Routing::Pim::Packet {
 
 const char *toText(DecodeError error) {
   static constexpr std::array<const char *, decodeErrors> texts{
-      "none",        "truncated", "version", "checksum",   "type",   "family",       "encoding",
-      "mask length", "group",     "unicast", "link-local", "counts", "partial twice"};
+      "none",  "truncated", "version",  "checksum",   "type",   "family",        "encoding", "mask length",
+      "group", "unicast",   "loopback", "link-local", "counts", "partial twice", "source"};
   return texts.at(static_cast<size_t>(error));
 }
+
+namespace {
+
+// Whether the address can be one of a router.
+DecodeError judged(const Pax::IpGenAddr &address) {
+  if (address.isZero() || address.isMulticast() || address.isBroadcast()) return DecodeError::unicast;
+  return address.isLoopback() ? DecodeError::loopback : DecodeError::none;
+}
+
+}  // namespace
 
 // The place in a message. Whoever reads asks with has() first: the reading functions check no size.
 class Cursor {
@@ -47,7 +57,7 @@ class Cursor {
   DecodeError unicast(Pax::IpGenAddr &address) {
     if (const DecodeError error = encoding(); error != DecodeError::none) return error;
     address = addressBytes();
-    return address.isZero() || address.isMulticast() ? DecodeError::unicast : DecodeError::none;
+    return judged(address);
   }
   // The address of a BSR or an RP.
   DecodeError routable(Pax::IpGenAddr &address) {
@@ -204,6 +214,7 @@ Codec::Result Codec::decode(std::span<const uint8_t> payload, const Pax::IpGenAd
     return {nullptr, DecodeError::type};
   }
   if (Wire::checksumOf(payload, source, destination) != 0xffff) return {nullptr, DecodeError::checksum};
+  if (judged(source) != DecodeError::none) return {nullptr, DecodeError::source};
 
   Cursor in(payload.subspan(Wire::headerSize), family_);
   Result result;

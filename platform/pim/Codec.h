@@ -20,12 +20,14 @@ enum class DecodeError : uint8_t {
   encoding,      ///< an encoding other than 0
   maskLength,    ///< longer than the address
   group,         ///< outside 224.0.0.0/4 or ff00::/8
-  unicast,       ///< unspecified or multicast where a unicast address belongs
+  unicast,       ///< unspecified, multicast or broadcast where a unicast address belongs
+  loopback,      ///< a loopback address where that of another router belongs
   linkLocal,     ///< a link-local BSR or RP address
   counts,        ///< a fragment RP count above the RP count
   partialTwice,  ///< two partial blocks of one prefix
+  source,        ///< sent from an address that no router can have: unspecified, multicast, broadcast or loopback
 };
-inline constexpr size_t decodeErrors = 13;  ///< `none` included
+inline constexpr size_t decodeErrors = 15;  ///< `none` included
 /// "truncated", "mask length" and so on; traces and counters name the errors so.
 const char *toText(DecodeError error);
 

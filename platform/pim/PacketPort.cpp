@@ -88,8 +88,7 @@ bool PacketPort::accept(const Incoming &packet, const Packet::Message &message) 
 }
 
 bool PacketPort::acceptHello(const Incoming &packet) {
-  const bool isNeighborly = !packet.source.isZero() && !packet.source.isMulticast() &&
-                            (family_ == Pax::AddressFamily::ipv4 || packet.source.isLinkLocal());
+  const bool isNeighborly = family_ == Pax::AddressFamily::ipv4 || packet.source.isLinkLocal();
   if (isNeighborly && packet.destination == Pax::allPimRouters(family_)) return true;
   ++counters_.badHello;
   TRACELET(trace, 1, "RX - Error - Dropping Hello from " << packet << ": not from a neighbor to all");

@@ -63,6 +63,9 @@ TEST(PacketPortTest, whatIsNotForTheAgentIsDroppedAndCountedByItsReasonAlone) {
     };
     const auto joinPrune = [&](auto &bytes) { bytes[0] = 0x23; };
     const Counts received{{"received", 1}}, badHello{{"badHello", 1}}, wrongFamily{{"wrongFamily", 1}};
+    const Counts badSource{{"malformed", 1}, {"source", 1}};
+    const Pax::IpGenAddr loopback = a.ipv4() ? Pax::IpGenAddr::v4(0x7f000002) : Pax::IpGenAddr::v6(0, 1);
+    const Pax::IpGenAddr broadcast = a.ipv4() ? Pax::IpGenAddr::v4(0xffffffff) : Pax::allPimRouters(a.af);
     const struct {
       const char *what;
       Kiv::Ptr<Message> message;
@@ -88,8 +91,10 @@ TEST(PacketPortTest, whatIsNotForTheAgentIsDroppedAndCountedByItsReasonAlone) {
         {"Hello from a stranger", hello, stranger, all, received},
         {"Hello to us alone", hello, stranger, a.onLink(1), badHello},
         {"Hello from afar", hello, a.host(3), all, a.ipv4() ? received : badHello},
-        {"Hello from nowhere", hello, a.ipv4() ? Pax::IpGenAddr::v4(0) : Pax::IpGenAddr::v6(0, 0), all, badHello},
-        {"Hello from a group", hello, a.group(1).address(), all, badHello},
+        {"Hello from nowhere", hello, a.ipv4() ? Pax::IpGenAddr::v4(0) : Pax::IpGenAddr::v6(0, 0), all, badSource},
+        {"BSM from a group", forward, a.group(1).address(), all, badSource},
+        {"advertisement from loopback", advertisement, loopback, a.host(1), badSource},
+        {"Hello from everybody", hello, broadcast, all, badSource},
     };
     for (const auto &c : cases) {
       Router router(a);
