@@ -25,6 +25,7 @@ Rows rowOf(const VrfView &view, const Pax::IntfId &intfId) {
           {"dr", intf ? toJson(intf->dr()) : nullptr},
           {"isDr", intf && intf->isDr()},
           {"neighbors", intf ? intf->neighbor().size() : 0},
+          {"refused", intf ? intf->helloRefused() : 0},
           {"border", bordersOf(view, intfId)}};
 }
 

@@ -131,6 +131,7 @@ constexpr std::array interfaces{
     Column{"dr", "designated router"},
     Column{"isDr", "whether that is this router"},
     Column{"neighbors", "number of PIM neighbors"},
+    Column{"refused", "Hellos refused because there were too many neighbors"},
     Column{"border", "group prefixes for which it is a BSR border"},
 };
 constexpr std::array neighbors{

@@ -17,18 +17,6 @@ class HelloSpeaker::Interface::StatusReactor : public Kiv::ReactorOf<Ip::IntfSta
   void onAddress(const Pax::IpGenAddr &) override { owner_.ownListChanged(); }
 };
 
-// A neighbor with the timer of its holdtime.
-struct HelloSpeaker::Interface::Neighbor {
-  Neighbor(Interface &interface, const Pax::IpGenAddr &address, const Kiv::Ptr<PimNeighbor> &status)
-      : interface(interface), address(address), status(status) {}
-  void expire() { interface.neighborDel(address); }
-
-  Interface &interface;
-  const Pax::IpGenAddr address;
-  const Kiv::Ptr<PimNeighbor> status;
-  Orb::TimerFor<&Neighbor::expire> expiry{interface.speaker_.wheel_, *this};
-};
-
 HelloSpeaker::Interface::Interface(HelloSpeaker &speaker, const Pax::IntfId &intfId)
     : speaker_(speaker), intfId_(intfId), reactor_(std::make_unique<StatusReactor>(*this)) {}
 
@@ -164,83 +152,12 @@ void HelloSpeaker::Interface::helloIs(const Packet::HelloMessage &hello) {
   if (Neighbor *neighbor = neighborFor(hello)) refresh(*neighbor, hello);
 }
 
-HelloSpeaker::Interface::Neighbor *HelloSpeaker::Interface::neighborFor(const Packet::HelloMessage &hello) {
-  if (const auto present = neighbor_.find(hello.source()); present != neighbor_.end()) return present->second.get();
-  if (neighbor_.size() >= neighborsMost) {
-    TRACELET(trace, 1, "Too many neighbors on " << intfId_ << ", refusing " << hello.source());
-    return nullptr;
-  }
-  TRACELET(trace, 4, "New neighbor " << hello.source() << " on " << intfId_);
-  const Kiv::Ptr<PimNeighbor> status = pimIntf_->neighborIs(hello.source());
-  status->upTimeIs(speaker_.wheel_->now());
-  auto &neighbor = neighbor_[hello.source()] = std::make_unique<Neighbor>(*this, hello.source(), status);
-  status->hasGenerationIdIs(hello.generationId().has_value());
-  status->generationIdIs(hello.generationId().value_or(0));
-  greet();
-  return neighbor.get();
-}
-
-void HelloSpeaker::Interface::refresh(Neighbor &neighbor, const Packet::HelloMessage &hello) {
-  const Kiv::Ptr<PimNeighbor> status = neighbor.status;
-  const double now = speaker_.wheel_->now();
-  const bool isForEver = hello.holdTime() == Packet::HelloMessage::holdTimeForEver;
-  neighbor.expiry.timeMinIs(isForEver ? Orb::never : now + hello.holdTime());
-  status->expiresIs(neighbor.expiry.timeMin());
-
-  const uint32_t generationId = hello.generationId().value_or(0);
-  if (status->hasGenerationId() != hello.generationId().has_value() || status->generationId() != generationId) {
-    TRACELET(trace, 4, "Neighbor " << neighbor.address << " on " << intfId_ << " has restarted");
-    status->hasGenerationIdIs(hello.generationId().has_value());
-    status->generationIdIs(generationId);
-    status->upTimeIs(now);
-    greet();
-  }
-  secondaryAre(neighbor, hello.addressList);
-  status->hasDrPriorityIs(hello.drPriority().has_value());
-  status->drPriorityIs(hello.drPriority().value_or(1));
-  electDr();
-}
-
-void HelloSpeaker::Interface::secondaryAre(Neighbor &neighbor, const std::vector<Pax::IpGenAddr> &list) {
-  for (const Pax::IpGenAddr &address : list) {
-    // A neighbor that died and came back with another of its addresses.
-    if (address != neighbor.address) neighborDel(address);
-    const auto [claim, isNew] = owner_.try_emplace(address, neighbor.address);
-    if (!isNew && claim->second != neighbor.address) {
-      neighbor_.at(claim->second)->status->secondaryDel(address);
-      claim->second = neighbor.address;
-    }
-    neighbor.status->secondaryIs(address);
-  }
-  std::vector<Pax::IpGenAddr> sorted = list;
-  std::sort(sorted.begin(), sorted.end());
-  for (const Pax::IpGenAddr &address : neighbor.status->secondary().keys()) {
-    if (!std::binary_search(sorted.begin(), sorted.end(), address)) secondaryDel(neighbor, address);
-  }
-}
-
-void HelloSpeaker::Interface::secondaryDel(Neighbor &neighbor, const Pax::IpGenAddr &address) {
-  owner_.erase(address);
-  neighbor.status->secondaryDel(address);
-}
-
 void HelloSpeaker::Interface::greet() {
   everyoneHeardUs_ = false;
   if (triggered_.armed()) return;
   const double delay =
       speaker_.parameters_.speak ? speaker_.random_.uniform(0, triggeredDelayMost) : triggeredDelayMost;
   triggered_.timeMinIs(speaker_.wheel_->now() + delay);
-}
-
-// By value, since the address may belong to the neighbor that is being deleted.
-void HelloSpeaker::Interface::neighborDel(Pax::IpGenAddr address) {
-  const auto gone = neighbor_.find(address);
-  if (gone == neighbor_.end()) return;
-  TRACELET(trace, 4, "Neighbor " << address << " on " << intfId_ << " is gone");
-  for (const Pax::IpGenAddr &secondary : gone->second->status->secondary().keys()) owner_.erase(secondary);
-  neighbor_.erase(gone);
-  pimIntf_->neighborDel(address);
-  electDr();
 }
 
 void HelloSpeaker::Interface::electDr() {

@@ -2,9 +2,11 @@
 /// only.
 #pragma once
 
+#include <string>
 #include <unordered_map>
 
 #include "platform/orb/TimerFor.h"
+#include "platform/orb/TokenBucket.h"
 #include "platform/pim/HelloSpeaker.h"
 
 namespace Routing::Pim::IO {
@@ -52,9 +54,13 @@ class HelloSpeaker::Interface {
   std::vector<Pax::IpGenAddr> ownList() const;
   /// The neighbor that sent the Hello, a new one if need be; null when there are too many.
   Neighbor *neighborFor(const Packet::HelloMessage &hello);
+  /// False when every neighbor has a better right to be there than a stranger.
+  bool makeRoom();
   void refresh(Neighbor &neighbor, const Packet::HelloMessage &hello);
   void secondaryAre(Neighbor &neighbor, const std::vector<Pax::IpGenAddr> &list);
   void secondaryDel(Neighbor &neighbor, const Pax::IpGenAddr &address);
+  /// Why the neighbor may not have a listed address; empty if it may, or has it already.
+  std::string whyNot(const Neighbor &neighbor, const Pax::IpGenAddr &address) const;
   /// A neighbor is new or has restarted: it gets a triggered Hello, one for all who come within its delay.
   void greet();
   void neighborDel(Pax::IpGenAddr address);
@@ -72,7 +78,20 @@ class HelloSpeaker::Interface {
   std::unordered_map<Pax::IpGenAddr, Pax::IpGenAddr> owner_;  // secondary address to its neighbor
   Orb::TimerFor<&Interface::periodicHello> periodic_{speaker_.wheel_, *this};
   Orb::TimerFor<&Interface::triggeredHello> triggered_{speaker_.wheel_, *this};
+  Orb::TokenBucket complaint_{1, complaintInterval};
   std::unique_ptr<StatusReactor> reactor_;
+};
+
+/// A neighbor with the timer of its holdtime.
+struct HelloSpeaker::Interface::Neighbor {
+  Neighbor(Interface &interface, const Pax::IpGenAddr &address, const Kiv::Ptr<PimNeighbor> &status)
+      : interface(interface), address(address), status(status) {}
+  void expire() { interface.neighborDel(address); }
+
+  Interface &interface;
+  const Pax::IpGenAddr address;
+  const Kiv::Ptr<PimNeighbor> status;
+  Orb::TimerFor<&Neighbor::expire> expiry{interface.speaker_.wheel_, *this};
 };
 
 }  // namespace Routing::Pim::IO

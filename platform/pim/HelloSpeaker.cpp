@@ -28,12 +28,12 @@ HelloSpeaker::HelloSpeaker(const Kiv::Ptr<Status> &status, const Kiv::Ptr<const 
       reactor_(std::make_unique<DirReactor>(*this, interfaces)),
       redundancyReactor_(std::make_unique<RedundancyReactor>(*this, parameters.redundancyStatus)) {
   port_->consumerIs(Packet::MessageType::hello, this);
-  port_->beforeBootstrapIs(this);
+  port_->helloSideIs(this);
 }
 
 HelloSpeaker::~HelloSpeaker() {
   port_->consumerIs(Packet::MessageType::hello, nullptr);
-  port_->beforeBootstrapIs(nullptr);
+  port_->helloSideIs(nullptr);
 }
 
 void HelloSpeaker::intfIs(const Pax::IntfId &intfId) {
@@ -69,6 +69,12 @@ void HelloSpeaker::messageIs(const Pax::IntfId &intfId, const Kiv::Ptr<Packet::M
 void HelloSpeaker::helloFirst(const Pax::IntfId &intfId) {
   const auto found = interface_.find(intfId);
   if (found != interface_.end()) found->second->helloFirst();
+}
+
+void HelloSpeaker::spokeOtherwise(const Pax::IntfId &intfId, const Pax::IpGenAddr &source) {
+  const Kiv::Ptr<PimIntf> pimIntf = status_->pimIntf(intfId);
+  const Kiv::Ptr<PimNeighbor> neighbor = pimIntf ? pimIntf->neighbor(source) : nullptr;
+  if (neighbor) neighbor->onlyHelloIs(false);
 }
 
 void HelloSpeaker::intfStatusChanged(const Pax::IntfId &intfId) {

@@ -19,10 +19,12 @@ namespace Routing::Pim::IO {
 /// one. These interfaces, and no others, are in Status.pimIntf. Where PIM goes off, the neighbors that have heard a
 /// Hello from us hear a goodbye, unless the link is down already.
 ///
-/// A peer cannot make it grow without bounds: an interface has at most neighborsMost neighbors, and refuses more
-/// with a trace. A secondary address belongs to the neighbor that claimed it last. The speaker never looks at the
+/// A peer cannot make it grow without bounds. An interface has at most PimIntf::neighborsMost neighbors: a new one
+/// takes the place of one that said nothing but Hello or whose holdtime never ends, the latest first, or else is
+/// refused; of a neighbor's addresses at most secondaryMost are kept. An address belongs to the neighbor that sends
+/// from it, or else to the first that listed it, until that goes or lists it no more. The speaker never looks at the
 /// configuration of the agent and knows nothing of Bootstrap messages, except that a Hello has to go before.
-class HelloSpeaker : public Kiv::Counted, public MessageConsumer, public BeforeBootstrap {
+class HelloSpeaker : public Kiv::Counted, public MessageConsumer, public HelloSide {
  public:
   struct Parameters {
     /// False: only listen, because another PIM daemon on this router speaks. Then drPriority is that daemon's, and
@@ -34,7 +36,8 @@ class HelloSpeaker : public Kiv::Counted, public MessageConsumer, public BeforeB
   };
   static constexpr double period = 30;             ///< seconds: Hello_Period
   static constexpr double triggeredDelayMost = 5;  ///< seconds: Triggered_Hello_Delay
-  static constexpr size_t neighborsMost = 256;     ///< on an interface
+  static constexpr double complaintInterval = 60;  ///< seconds between traces that neighbors are refused
+  static constexpr size_t secondaryMost = 128;     ///< addresses kept of a neighbor's list
   static constexpr size_t listedMost = 60;         ///< own addresses in a Hello: 60 fit the smallest IPv6 MTU
   static constexpr uint32_t packetMost = 2100;     ///< bytes of a packet that an agent receives
 
@@ -57,6 +60,8 @@ class HelloSpeaker : public Kiv::Counted, public MessageConsumer, public BeforeB
   void messageIs(const Pax::IntfId &intfId, const Kiv::Ptr<Packet::Message> &message) override;
   /// Says Hello on the interface if a neighbor there has not heard one yet.
   void helloFirst(const Pax::IntfId &intfId) override;
+  /// Such a neighbor is not one of those that make room for others.
+  void spokeOtherwise(const Pax::IntfId &intfId, const Pax::IpGenAddr &source) override;
 
  private:
   class Interface;

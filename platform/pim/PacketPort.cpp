@@ -50,12 +50,18 @@ void PacketPort::receive(const Incoming &packet) {
     TRACELET(trace, 1, "RX - Error - Dropping packet from " << packet << ": not of family " << family_);
     return;
   }
-  if (!status_->pimIntf().contains(packet.intfId)) {
+  const Kiv::Ptr<PimIntf> pimIntf = status_->pimIntf(packet.intfId);
+  if (!pimIntf) {
     ++counters_.pimOff;
     TRACELET(trace, 1, "RX - Error - Dropping packet from " << packet << ": PIM is not on there");
     return;
   }
   const Packet::Codec::Result result = codec_.decode(packet.payload, packet.source, packet.destination);
+  const bool isHello = result.message && result.message->type() == Packet::MessageType::hello;
+  const bool isWhole = result.message || result.error == Packet::DecodeError::type;
+  if (isWhole && !isHello && helloSide_ && pimIntf->isCrowded()) {
+    helloSide_->spokeOtherwise(packet.intfId, packet.source);
+  }
   if (!result.message) return dropMalformed(packet, result.error);
   MessageConsumer *const consumer = consumer_[static_cast<size_t>(result.message->type())];
   if (!consumer) {
@@ -111,7 +117,7 @@ bool PacketPort::acceptNoForward(const Incoming &packet, const Packet::Bootstrap
 }
 
 bool PacketPort::send(const Pax::IntfId &intfId, const Packet::Message &message) {
-  if (message.type() == Packet::MessageType::bootstrap && beforeBootstrap_) beforeBootstrap_->helloFirst(intfId);
+  if (message.type() == Packet::MessageType::bootstrap && helloSide_) helloSide_->helloFirst(intfId);
   const bool isSent = message.type() == Packet::MessageType::crpAdv
                           ? sendAdvertisement(intfId, static_cast<const Packet::CrpAdvMessage &>(message))
                           : sendToAll(intfId, message);

@@ -34,13 +34,16 @@ class MessageConsumer {
   virtual void messageIs(const Pax::IntfId &intfId, const Kiv::Ptr<Packet::Message> &message) = 0;
 };
 
-/// Called before a Bootstrap message leaves an interface. Neighbors refuse Bootstrap messages from a router that
-/// has not said Hello, so a Hello goes out first if none has (RFC 5059 section 3.1.3).
-class BeforeBootstrap {
+/// What whoever speaks Hello is told of other messages.
+class HelloSide {
  public:
-  virtual ~BeforeBootstrap() = default;
-  /// May send on the port, anything but a Bootstrap message.
+  virtual ~HelloSide() = default;
+  /// A Bootstrap message is about to leave the interface. Neighbors refuse it from a router that has not said Hello,
+  /// so a Hello goes out first if none has (RFC 5059 section 3.1.3). May send on the port, anything but a Bootstrap
+  /// message.
   virtual void helloFirst(const Pax::IntfId &intfId) = 0;
+  /// A PIM message that is no Hello has arrived, of any type, where PimIntf::isCrowded().
+  virtual void spokeOtherwise(const Pax::IntfId &intfId, const Pax::IpGenAddr &source) = 0;
 };
 
 /// One per VRF and family, owned by the platform; it lives as long as PIM runs in the VRF, whether an agent does or
@@ -62,7 +65,7 @@ class PacketPort : public Kiv::Counted {
   /// counted and dropped.
   void consumerIs(Packet::MessageType type, MessageConsumer *consumer);
   /// At most one, likewise.
-  void beforeBootstrapIs(BeforeBootstrap *hook) { beforeBootstrap_ = hook; }
+  void helloSideIs(HelloSide *side) { helloSide_ = side; }
 
   /// Encodes and sends. A Bootstrap message or a Hello goes to ALL-PIM-ROUTERS from the PIM address of the
   /// interface, whatever the record says. An advertisement goes from the RP address to the destination in the
@@ -98,7 +101,7 @@ class PacketPort : public Kiv::Counted {
   const Kiv::Ptr<RouteLookup> routes_;
   Packet::Codec codec_;
   std::array<MessageConsumer *, 16> consumer_{};
-  BeforeBootstrap *beforeBootstrap_ = nullptr;
+  HelloSide *helloSide_ = nullptr;
   const Kiv::Ptr<Flume::MessageCounters> messageCounters_;
   Flume::PacketCounters &counters_;
   std::vector<uint8_t> buffer_;

@@ -13,14 +13,16 @@ namespace Routing::Pim {
 /// A neighbor, keyed by the source address of its Hellos. It is there until its holdtime runs out or it says
 /// goodbye. Times are absolute, in seconds of the platform's clock; `expires` may be infinite.
 class PimNeighbor : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE)                                         \
-  /* its other addresses on the link, from the Address List option */ \
-  ATTRIBUTE(set, Pax::IpGenAddr, secondary, Secondary)                \
-  ATTRIBUTE(value, bool, hasDrPriority, HasDrPriority, false)         \
-  ATTRIBUTE(value, uint32_t, drPriority, DrPriority, 1)               \
-  ATTRIBUTE(value, bool, hasGenerationId, HasGenerationId, false)     \
-  ATTRIBUTE(value, uint32_t, generationId, GenerationId, 0)           \
-  ATTRIBUTE(value, double, upTime, UpTime, 0)                         \
+#define ATTRIBUTES(ATTRIBUTE)                                                                \
+  /* its other addresses on the link, from the Address List option */                        \
+  ATTRIBUTE(set, Pax::IpGenAddr, secondary, Secondary)                                       \
+  ATTRIBUTE(value, bool, hasDrPriority, HasDrPriority, false)                                \
+  ATTRIBUTE(value, uint32_t, drPriority, DrPriority, 1)                                      \
+  ATTRIBUTE(value, bool, hasGenerationId, HasGenerationId, false)                            \
+  ATTRIBUTE(value, uint32_t, generationId, GenerationId, 0)                                  \
+  /* whether no other PIM message came from it; noted only while the interface is crowded */ \
+  ATTRIBUTE(value, bool, onlyHello, OnlyHello, true)                                         \
+  ATTRIBUTE(value, double, upTime, UpTime, 0)                                                \
   ATTRIBUTE(value, double, expires, Expires, 0)
   KIV_ENTITY(PimNeighbor, ATTRIBUTES)
 #undef ATTRIBUTES
@@ -38,11 +40,16 @@ class PimIntf : public Kiv::Entity {
   ATTRIBUTE(value, bool, isDr, IsDr, false)                                           \
   ATTRIBUTE(map, Pax::IpGenAddr, PimNeighbor, neighbor, Neighbor)                     \
   /* Hellos sent because of a new neighbor or Generation ID */                        \
-  ATTRIBUTE(counter, triggeredHelloSent, TriggeredHelloSent)
+  ATTRIBUTE(counter, triggeredHelloSent, TriggeredHelloSent)                          \
+  /* Hellos of strangers that were refused because there were too many neighbors */   \
+  ATTRIBUTE(counter, helloRefused, HelloRefused)
   KIV_ENTITY(PimIntf, ATTRIBUTES)
 #undef ATTRIBUTES
 
  public:
+  static constexpr size_t neighborsMost = 256;
+  /// There are so many neighbors that it soon matters which of them are real.
+  bool isCrowded() const { return neighbor().size() > neighborsMost / 2; }
   /// The neighbor with this address, primary or in its Address List; `primary` becomes its primary address. Null,
   /// and `primary` stays as it is, when no neighbor has the address.
   Kiv::Ptr<PimNeighbor> neighborOwning(const Pax::IpGenAddr &address, Pax::IpGenAddr &primary) const;

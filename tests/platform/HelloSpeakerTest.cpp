@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/Addresses.h"
 #include "tests/support/BsmBuilder.h"
-#include "tests/support/ManualClock.h"
-#include "tests/support/WirePort.h"
+#include "tests/support/HelloRouter.h"
 
 namespace Test {
 namespace {
@@ -13,61 +11,7 @@ namespace {
 using namespace Routing::Pim;
 using IO::HelloSpeaker;
 using Packet::HelloMessage;
-
-// What a neighbor says in a Hello.
-struct Said {
-  uint16_t holdTime = 105;
-  std::optional<uint32_t> generationId = 1;
-  std::optional<uint32_t> drPriority = 1;
-  std::vector<Pax::IpGenAddr> list = {};
-};
-
-// A router with one interface, eth1, where it is onLink(10), and its Hellos.
-struct Router {
-  explicit Router(const Addresses &addresses, const HelloSpeaker::Parameters &parameters = {}, bool isUp = true)
-      : a(addresses), intf(interfaces->intfStatusIs(eth1)) {
-    speaker = Kiv::make<HelloSpeaker>(status, interfaces, port, wheel, random, parameters);
-    intf->mtuIs(1500);
-    intf->upIs(isUp);
-    addressIs(10);
-    speaker->intfIs(eth1);
-  }
-  void addressIs(uint32_t n) {
-    intf->addressDelAll();
-    intf->addressIs(a.onLink(n), {Pax::IpGenPrefix(a.onLink(n), 24), false, a.ipv4(), true});
-    intf->pimAddrIs(a.onLink(n));
-  }
-  Kiv::Ptr<PimIntf> pimIntf() const { return status->pimIntf(eth1); }
-  Kiv::Ptr<PimNeighbor> neighbor(uint32_t n) const { return pimIntf()->neighbor(a.onLink(n)); }
-  void hear(uint32_t from, const Said &said = {}) {
-    HelloMessage hello;
-    hello.holdTimeIs(said.holdTime);
-    hello.generationIdIs(said.generationId);
-    hello.drPriorityIs(said.drPriority);
-    hello.addressList = said.list;
-    port->hear(eth1, a.onLink(from), hello);
-  }
-  const HelloMessage &hello(size_t index) const { return static_cast<HelloMessage &>(*port->sent.at(index).message); }
-  size_t hellos() const { return port->sent.size(); }
-  const HelloMessage &lastHello() const { return hello(hellos() - 1); }
-  // Lets the seconds pass; how many Hellos went out in them.
-  size_t hellosIn(double seconds) {
-    const size_t before = hellos();
-    time.advanceTo(time.now() + seconds);
-    return hellos() - before;
-  }
-
-  const Addresses a;
-  const Pax::IntfId eth1{"default", "eth1"};
-  ManualTime time;
-  Orb::Random random{7};
-  Kiv::Ptr<Status> status = Kiv::make<Status>("default");
-  Kiv::Ptr<Ip::AllIntfStatusDir> interfaces = Kiv::make<Ip::AllIntfStatusDir>();
-  Kiv::Ptr<Ip::IntfStatus> intf;
-  Kiv::Ptr<WirePort> port = Kiv::make<WirePort>(a.af, status, Kiv::make<FakeRoutes>());
-  Kiv::Ptr<Orb::TimerWheel> wheel = Kiv::make<Orb::TimerWheel>(time, time);
-  Kiv::Ptr<HelloSpeaker> speaker;
-};
+using Router = HelloRouter;
 
 TEST(HelloSpeakerTest, theInterfaceIsInStatusWhileConfiguredUpAndAddressed) {
   Router router(ipv4, {}, false);
@@ -145,32 +89,6 @@ TEST(HelloSpeakerTest, aHelloGoesBeforeTheBootstrapMessageThatNeighborsWouldRefu
   EXPECT_EQ(sentWith(), 1u);
 }
 
-TEST(HelloSpeakerTest, neighborsLastAsLongAsTheySayAndAFloodOfThemEndsAtTheLimit) {
-  Router router(ipv4);
-  const Said forEver{.holdTime = HelloMessage::holdTimeForEver}, goodbye{.holdTime = 0};
-  router.hear(20, {.holdTime = 100});
-  router.hear(21, forEver);
-  router.hear(22);
-  router.hear(10);  // ourselves, looped back
-  EXPECT_EQ(router.pimIntf()->neighbor().size(), 3u);
-  router.hear(22, goodbye);
-  router.hear(23, goodbye);
-  EXPECT_EQ(router.pimIntf()->neighbor().size(), 2u);
-  EXPECT_EQ(router.neighbor(20)->expires(), router.time.now() + 100);
-  router.hellosIn(60);
-  router.hear(20, {.holdTime = 100});
-  router.hellosIn(99);
-  EXPECT_TRUE(router.neighbor(20));
-  router.hellosIn(2);
-  EXPECT_FALSE(router.neighbor(20));
-  router.hellosIn(1e6);
-  for (uint32_t n = 1000; n < 1400; ++n) router.hear(n, forEver);
-  EXPECT_EQ(router.pimIntf()->neighbor().size(), HelloSpeaker::neighborsMost);
-  router.hear(21, goodbye);
-  router.hear(2000);
-  EXPECT_TRUE(router.neighbor(2000)) << "there is room again";
-}
-
 TEST(HelloSpeakerTest, theDrHasTheHighestPriorityThenAddressAndPriorityOnlyIfAllSendIt) {
   const struct {
     const char *what;
@@ -221,44 +139,6 @@ TEST(HelloSpeakerTest, aHelloGoesWithinFiveSecondsEveryThirtyAndForANewPrimaryAd
     EXPECT_FALSE(router.neighbor(11));
     EXPECT_TRUE(router.pimIntf()->isDr());
   }
-}
-
-TEST(HelloSpeakerTest, addressListsTellOursAndTheNeighbors) {
-  Router router(ipv6);
-  const auto addressIs = [&](const Pax::IpGenAddr &address, bool isUsable) {
-    router.intf->addressIs(address, {Pax::IpGenPrefix(address, 64), false, !address.isLinkLocal(), isUsable});
-  };
-  addressIs(ipv6.host(1), true);
-  addressIs(ipv6.host(2), false);
-  router.hellosIn(6);
-  EXPECT_EQ(router.hello(0).addressList, std::vector{ipv6.host(1)});
-  addressIs(ipv6.host(3), true);
-  EXPECT_EQ(router.hellosIn(0.1), 1u) << "a change is told";
-  EXPECT_EQ(router.hello(1).addressList, (std::vector{ipv6.host(1), ipv6.host(3)}));
-  addressIs(ipv6.host(4), false);
-  EXPECT_EQ(router.hellosIn(0.1), 0u) << "one that is not";
-  addressIs(ipv6.onLink(11), true);
-  EXPECT_EQ(router.hellosIn(0.1), 1u);
-  EXPECT_EQ(router.hello(2).addressList, (std::vector{ipv6.host(1), ipv6.host(3), ipv6.onLink(11)}));
-
-  const Pax::IpGenAddr routable = ipv6.host(5), linkLocal = ipv6.onLink(6), none;
-  const auto owner = [&](const Pax::IpGenAddr &address) {
-    Pax::IpGenAddr primary;
-    router.pimIntf()->neighborOwning(address, primary);
-    return primary;
-  };
-  router.hear(20, {.list = {routable, linkLocal}});
-  router.hear(21, {.list = {linkLocal}});
-  EXPECT_EQ(owner(routable), ipv6.onLink(20));
-  EXPECT_EQ(owner(linkLocal), ipv6.onLink(21)) << "the last claim holds";
-  router.hear(21, {.holdTime = 0});
-  EXPECT_EQ(owner(linkLocal), none);
-  router.hear(20, {.list = {linkLocal}});
-  EXPECT_EQ(owner(linkLocal), ipv6.onLink(20));
-  EXPECT_EQ(owner(routable), none);
-  router.hear(22, {.list = {ipv6.onLink(20), linkLocal}});
-  EXPECT_EQ(owner(ipv6.onLink(20)), ipv6.onLink(22)) << "it died, and has another address now";
-  EXPECT_FALSE(router.neighbor(20));
 }
 
 TEST(HelloSpeakerTest, aListenerSaysNothingAndTakesTheOtherDaemonsHelloAsSentAfterFiveSeconds) {

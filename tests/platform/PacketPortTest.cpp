@@ -32,12 +32,13 @@ struct Router {
   Kiv::Ptr<WirePort> port = Kiv::make<WirePort>(a.af, status, routes);
 };
 
-class Listener : public Routing::Pim::IO::MessageConsumer, public Routing::Pim::IO::BeforeBootstrap {
+class Listener : public Routing::Pim::IO::MessageConsumer, public Routing::Pim::IO::HelloSide {
  public:
   uint32_t heard = 0;
   std::function<void(const Pax::IntfId &)> first;
   void messageIs(const Pax::IntfId &, const Kiv::Ptr<Message> &) override { ++heard; }
   void helloFirst(const Pax::IntfId &intfId) override { first(intfId); }
+  void spokeOtherwise(const Pax::IntfId &, const Pax::IpGenAddr &) override {}
 };
 
 TEST(PacketPortTest, whatIsNotForTheAgentIsDroppedAndCountedByItsReasonAlone) {
@@ -127,7 +128,7 @@ TEST(PacketPortTest, aBootstrapMessageLeavesFromThePimAddressAfterAHello) {
     Router router(a);
     Listener hook;
     hook.first = [&](const Pax::IntfId &intfId) { router.port->send(intfId, HelloMessage()); };
-    router.port->beforeBootstrapIs(&hook);
+    router.port->helloSideIs(&hook);
     const Kiv::Ptr<BootstrapMessage> bsm = Bsm(a.host(9)).group(a.group(1), {{a.host(5), 150, 0}});
     bsm->sourceIs(a.host(77));
     bsm->destinationIs(a.host(78));
