@@ -31,7 +31,7 @@ std::invalid_argument needs(const std::string &verb) {
 ProcessView processView(const Process &process) {
   std::map<L3::VrfName, std::string> vrfs;
   for (const auto &[vrf, host] : process.hosts) vrfs.emplace(vrf, host->reason());
-  return {process.agent, process.system, process.store, std::move(vrfs), process.loading};
+  return {process.agent, process.system, process.store, std::move(vrfs), process.loading, process.loop.longestTurn()};
 }
 
 std::vector<VrfView> viewsOf(const Process &process, const std::string &vrf) {
@@ -39,7 +39,7 @@ std::vector<VrfView> viewsOf(const Process &process, const std::string &vrf) {
   for (const auto &[name, host] : process.hosts) {
     if (!vrf.empty() && name.text() != vrf) continue;
     if (!process.system.statusColl->vrfStatus(name)) continue;
-    views.push_back(viewOf(process.system, name, process.agent.containerSm(name), process.clock.now(),
+    views.push_back(viewOf(process.system, name, process.agent.containerSm(name), process.loop.now(),
                            process.configuration.pim.at(name).interfaces));
   }
   if (!vrf.empty() && views.empty()) throw std::invalid_argument("there is no VRF '" + vrf + "'");
@@ -77,6 +77,7 @@ Rows check(const Process &process, const Control::Request &) {
 Rows clear(const Process &process, const Control::Request &request) {
   if (request.argument != "counters") throw needs(request.verb);
   const auto &coll = *process.system.clearConfigColl;
+  if (request.vrf.empty()) process.loop.longestTurnClear();
   bool found = request.vrf.empty();
   for (const L3::VrfName &vrf : coll.vrfClearConfig().keys()) {
     if (!request.vrf.empty() && vrf.text() != request.vrf) continue;

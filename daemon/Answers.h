@@ -21,7 +21,7 @@ class Answers {
  public:
   /// The process; all of it outlives the answers.
   struct Process {
-    const Orb::Clock &clock;
+    Linux::EventLoop &loop;
     const Statehub::Store &store;
     SystemState &system;
     const VrfHosts &hosts;

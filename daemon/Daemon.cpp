@@ -60,8 +60,10 @@ struct Daemon::Process {
 Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configuration &configuration)
     : process_(new Process{*this, family, options}) {
   Tracelet::Registry::instance().sinkAdd(process_->log);
-  process_->control.emplace(process_->loop.context(), options.socket,
-                            [this](std::string_view line) { return reply(line); });
+  process_->control.emplace(process_->loop.context(), options.socket, [this](std::string_view line) {
+    process_->loop.workBegins();
+    return reply(line);
+  });
   if (options.standby) process_->system.standbyIs(true);  // before anything could be sent
   apply(configuration);
   for (const auto &[vrf, host] : process_->hosts) {
@@ -94,6 +96,7 @@ const Configuration &Daemon::configuration() const { return process_->configurat
 void Daemon::awaitSignal() {
   process_->signals.async_wait([this](const boost::system::error_code &error, int signal) {
     if (error) return;
+    process_->loop.workBegins();
     if (signal != SIGHUP) return process_->loop.stop();
     reload();
     awaitSignal();

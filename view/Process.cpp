@@ -42,7 +42,8 @@ Rows agentRows(const ProcessView &view) {
                        {"pendingVrfs", pendingVrfs(agent)},
                        {"file", view.loading.file},
                        {"loadedAt", view.loading.at},
-                       {"lastError", orNull(view.loading.error)}}});
+                       {"lastError", orNull(view.loading.error)},
+                       {"longestTurn", secondsBetween(1, 1 + view.longestTurn)}}});
 }
 
 Rows vrfRows(const ProcessView &view, const std::string &vrf) {

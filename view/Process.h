@@ -24,6 +24,7 @@ struct ProcessView {
   const Statehub::Store &store;
   std::map<L3::VrfName, std::string> vrfs;  ///< configured, each with what its platform waits for; empty if for nothing
   const Loading &loading;
+  double longestTurn;  ///< of the loop, in seconds
 };
 
 Rows agentRows(const ProcessView &view);

@@ -40,7 +40,7 @@ itimerspec timerSetting(double time) {
 }  // namespace
 
 EventLoop::EventLoop() : context_(std::make_unique<boost::asio::io_context>(1)), timer_(newTimer()) {
-  timerWatch_ = std::make_unique<Watch>(*context_, timer_.number(), [this] { runWheels(); });
+  timerWatch_ = std::make_unique<Watch>(*this, timer_.number(), [this] { runWheels(); });
 }
 
 EventLoop::~EventLoop() = default;
@@ -52,6 +52,7 @@ bool EventLoop::turn() {
   cached_ = 0;
   context_->restart();
   context_->run_one();
+  if (cached_ != 0) longestTurn_ = std::max(longestTurn_, bootTime() - cached_);
   inTurn_ = false;
   return !stopped_;
 }

@@ -10,6 +10,10 @@
 #include "platform/linux/Watch.h"
 #include "platform/orb/TimerWheel.h"
 
+namespace boost::asio {
+class io_context;
+}
+
 namespace Linux {
 
 /// Runs everything on the calling thread. Its clock is the boot clock, which goes on through
@@ -30,6 +34,13 @@ class EventLoop : public Orb::Clock, public Orb::Waker {
   void run();
   void stop() { stopped_ = true; }
 
+  /// Says that the wait of this turn is over. A Watch does; what belongs to Asio should, before work that may take
+  /// long.
+  void workBegins() const { now(); }
+  /// The longest turn since it was last cleared, in seconds, from the first reading of the clock in it to its end.
+  double longestTurn() const { return longestTurn_; }
+  void longestTurnClear() { longestTurn_ = 0; }
+
   double now() const override;
   void wakeAt(Orb::TimerWheel &wheel, double time) override;
 
@@ -48,6 +59,7 @@ class EventLoop : public Orb::Clock, public Orb::Waker {
   bool stopped_ = false;
   bool inTurn_ = false;
   mutable double cached_ = 0;  // zero: the clock was not read in this turn
+  double longestTurn_ = 0;
 };
 
 }  // namespace Linux

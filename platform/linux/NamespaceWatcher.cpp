@@ -32,7 +32,7 @@ NamespaceWatcher::NamespaceWatcher(EventLoop &loop)
       inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)),
       retry_(Kiv::make<Orb::TimerWheel>(loop, loop), *this) {
   if (!inotify_) throw systemError("inotify_init1");
-  watch_.emplace(loop.context(), inotify_.number(), [this] { read(); });
+  watch_.emplace(loop, inotify_.number(), [this] { read(); });
 }
 
 // A directory that does not exist yet (/run/netns before the first namespace) is waited for in its

@@ -32,7 +32,7 @@ NetlinkMonitor::NetlinkMonitor(EventLoop &loop, const Namespace &where,
       links_(links),
       socket_(where, SOCK_NONBLOCK),
       buffer_(readBuffer),
-      watch_(std::in_place, loop.context(), socket_.descriptor(), [this] { read(); }) {
+      watch_(std::in_place, loop, socket_.descriptor(), [this] { read(); }) {
   if (setsockopt(socket_.descriptor(), SOL_SOCKET, SO_RCVBUFFORCE, &receiveBuffer, sizeof receiveBuffer) != 0) {
     setsockopt(socket_.descriptor(), SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
   }

@@ -59,7 +59,7 @@ RawPacketPort::Open &RawPacketPort::openSocket() {
   Open &open = *sockets_.emplace_back(std::make_unique<Open>(RawSocket(*where_, af())));
   if (receiveBuffer_ != 0) open.socket.receiveBufferIs(receiveBuffer_);
   if (transparent_) open.socket.transparentIs(true);
-  open.watch.emplace(loop_.context(), open.socket.descriptor(), [this, &open] { read(open); });
+  open.watch.emplace(loop_, open.socket.descriptor(), [this, &open] { read(open); });
   return open;
 }
 

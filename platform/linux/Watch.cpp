@@ -3,20 +3,23 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/posix/stream_descriptor.hpp>
 
+#include "platform/linux/EventLoop.h"
+
 namespace Linux {
 
 struct Watch::State {
-  State(boost::asio::io_context &context, int descriptor, std::function<void()> ready)
-      : stream(context, descriptor), ready(std::move(ready)) {}
+  State(EventLoop &watching, int descriptor, std::function<void()> ready)
+      : loop(watching), stream(watching.context(), descriptor), ready(std::move(ready)) {}
   ~State() {
     if (stream.is_open()) stream.release();
   }
+  const EventLoop &loop;
   boost::asio::posix::stream_descriptor stream;
   const std::function<void()> ready;
 };
 
-Watch::Watch(boost::asio::io_context &context, int descriptor, std::function<void()> ready)
-    : state_(std::make_shared<State>(context, descriptor, std::move(ready))) {
+Watch::Watch(EventLoop &loop, int descriptor, std::function<void()> ready)
+    : state_(std::make_shared<State>(loop, descriptor, std::move(ready))) {
   wait(state_);
 }
 
@@ -28,6 +31,7 @@ void Watch::wait(const std::shared_ptr<State> &state) {
                            [weak = std::weak_ptr(state)](const boost::system::error_code &error) {
                              const auto present = weak.lock();
                              if (!present || error) return;
+                             present->loop.workBegins();
                              present->ready();
                              if (present->stream.is_open()) wait(present);
                            });

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <optional>
+#include <thread>
 
 namespace {
 
@@ -52,6 +54,22 @@ TEST(EventLoopTest, AWheelThatGoesWhileItIsDueFiresNothing) {
   second->timeMinIs(due);
   loop.run();
   EXPECT_EQ(fired, 1);
+}
+
+TEST(EventLoopTest, ALongTurnIsRememberedAndTheWaitBeforeItIsNot) {
+  Linux::EventLoop loop;
+  const Kiv::Ptr<Orb::TimerWheel> wheel = Kiv::make<Orb::TimerWheel>(loop, loop);
+  const auto sleep = [](double seconds) { std::this_thread::sleep_for(std::chrono::duration<double>(seconds)); };
+  Alarm busy(wheel, [&] { sleep(0.02); });
+  Alarm end(wheel, [&] { loop.stop(); });
+  const double start = loop.now();
+  busy.timeMinIs(start + 0.1);
+  end.timeMinIs(start + 0.2);
+  loop.run();
+  EXPECT_GE(loop.longestTurn(), 0.02);
+  EXPECT_LE(loop.longestTurn(), loop.now() - start - 0.1);
+  loop.longestTurnClear();
+  EXPECT_EQ(loop.longestTurn(), 0);
 }
 
 }  // namespace
