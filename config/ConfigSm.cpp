@@ -50,6 +50,8 @@ class ConfigSm::Reactors {
     using ReactorOf::ReactorOf;
     void onHoldTime() override { owner_.handleBsrHoldTime(); }
     void onSzTimeout() override { owner_.handleSzTimeout(); }
+    void onMixedFragments() override { owner_.handleMixedFragments(); }
+    void onLimits() override { owner_.handleLimits(); }
     void onBsrCandidateConfig(const Pax::IntfId &intfId) override { owner_.handleBsrCandidateConfig(intfId); }
     void onRpCandidateConfig(const Pax::IntfId &intfId) override { owner_.handleRpCandidateConfig(intfId); }
     void onCrpFilterAcl(const std::string &acl) override { owner_.filterAcl_.handleFilterAcl(acl); }
@@ -109,6 +111,8 @@ void ConfigSm::handleInitialized() {
 
   handleBsrHoldTime();
   handleSzTimeout();
+  handleMixedFragments();
+  handleLimits();
   for (const Pax::IntfId &intfId : vrfIntfConfig_->intfConfig().keys()) handleIntfConfig(intfId);
   for (const Pax::IntfId &intfId : config_->bsrCandidateConfig().keys()) handleBsrCandidateConfig(intfId);
   for (const Pax::IntfId &intfId : config_->rpCandidateConfig().keys()) handleRpCandidateConfig(intfId);
@@ -133,6 +137,9 @@ void ConfigSm::handleSzTimeout() {
               "Scoped Zone timeout " << configured << " secs too low. Setting it to " << least << " secs in status");
   }
 }
+
+void ConfigSm::handleMixedFragments() { status_->mixedFragmentsIs(config_->mixedFragments()); }
+void ConfigSm::handleLimits() { status_->limitsIs(config_->limits()); }
 
 void ConfigSm::handleClearCounters() {
   VRF_TRACE_ENTRY(trace);

@@ -28,9 +28,9 @@ class KivBsrConfigAclSm;
 class KivRpCandidateConfig;
 
 /// One per running VRF, made by its container. It and its reactors are the only writers of `Status.bsTimeout`,
-/// `szTimeout`, `cbsr` (except for the attributes that the engine writes), `zoneGroup`, `zoneAcl`, `crp`, `bsBorder`
-/// and `crpPermit`. On status of an earlier run it first removes what the configuration no longer supports
-/// (StaleStatus). It never writes configuration, and its end writes no status.
+/// `szTimeout`, `mixedFragments`, `limits`, `cbsr` (except for the attributes that the engine writes), `zoneGroup`,
+/// `zoneAcl`, `crp`, `bsBorder` and `crpPermit`. On status of an earlier run it first removes what the configuration no
+/// longer supports (StaleStatus). It never writes configuration, and its end writes no status.
 class ConfigSm {
  public:
   /// All of the same VRF; `sourceIntfSm` outlives this. Only `pimCounters` may be missing.
@@ -46,6 +46,9 @@ class ConfigSm {
   /// Publishes the scoped-zone timeout, raised to ten times the hold time where it is lower (RFC 5059
   /// section 5: SZ_Timeout).
   void handleSzTimeout();
+  /// Both are published as they are.
+  void handleMixedFragments();
+  void handleLimits();
   /// Sets the VRF's message counters to zero.
   void handleClearCounters();
 

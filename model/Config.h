@@ -4,6 +4,7 @@
 /// writes so that what is in force stays in force (daemon/file/ConfigApply). ConfigSm turns it into Status.
 #pragma once
 
+#include "model/Limits.h"
 #include "platform/kiv/Attributes.h"
 #include "platform/pax/IntfId.h"
 #include "platform/pax/IpGenPrefix.h"
@@ -15,6 +16,11 @@ namespace Routing::Pim::Bsr {
 inline constexpr uint16_t bsrPriorityUnset = 256;
 inline constexpr uint32_t hashMaskLenUnset = 128;
 inline constexpr uint32_t bsPeriodUnset = 0;
+
+/// What is done with a Bootstrap message whose pieces of a group contradict those that arrived before under the same
+/// fragment tag: it is dropped like any bad input, or it is taken, which ends the agent where it shows.
+enum class MixedFragments : uint8_t { drop, stop };
+std::ostream &operator<<(std::ostream &out, MixedFragments choice);
 
 /// What a group entry and an ACL entry of a candidate BSR have in common. An entry is not used
 /// before its priority and its hash mask length are set.
@@ -100,6 +106,8 @@ class Config : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE)                                                             \
   ATTRIBUTE(value, uint32_t, holdTime, HoldTime, 130)                                     \
   ATTRIBUTE(value, uint32_t, szTimeout, SzTimeout, 1300)                                  \
+  ATTRIBUTE(value, MixedFragments, mixedFragments, MixedFragments, MixedFragments::drop)  \
+  ATTRIBUTE(value, Bsr::Limits, limits, Limits, {})                                       \
   ATTRIBUTE(map, Pax::IntfId, BsrCandidateConfig, bsrCandidateConfig, BsrCandidateConfig) \
   ATTRIBUTE(map, Pax::IntfId, RpCandidateConfig, rpCandidateConfig, RpCandidateConfig)    \
   ATTRIBUTE(set, std::string, crpFilterAcl, CrpFilterAcl)

@@ -15,6 +15,10 @@ std::ostream &operator<<(std::ostream &out, BsrCandidateState state) {
   return out << names[static_cast<size_t>(state)];
 }
 
+std::ostream &operator<<(std::ostream &out, MixedFragments choice) {
+  return out << (choice == MixedFragments::drop ? "drop" : "stop");
+}
+
 bool isBorder(const Status &status, const Pax::IpGenPrefix &zone, const Pax::IntfId &intfId) {
   const auto border = status.bsBorder(zone);
   return border && border->intfId(intfId);

@@ -98,27 +98,31 @@ class PimBsrRpCandidateStatus : public Kiv::Entity {
 #undef ATTRIBUTES
 };
 
-/// Status of one VRF. The configuration (ConfigSm) writes the timeouts, the candidates, the borders and the accepted
-/// sources; the engine the RP sets and the elected BSRs; the message machines the counters.
+/// Status of one VRF. The configuration (ConfigSm) writes the timeouts, what else applies to all zones, the candidates,
+/// the borders and the accepted sources; the engine the RP sets and the elected BSRs; the message machines the
+/// counters.
 class Status : public Kiv::NamedEntity {
  public:
   explicit Status(const L3::VrfName &vrf) : NamedEntity(vrf.text()) {}
 
-#define ATTRIBUTES(ATTRIBUTE)                                                     \
-  ATTRIBUTE(value, Pax::AddressFamily, af, Af, Pax::AddressFamily::unknown)       \
-  ATTRIBUTE(child, PimBsrCounters, counters, Counters)                            \
-  /* the hold time and the scoped-zone timeout in force, seconds */               \
-  ATTRIBUTE(value, uint32_t, bsTimeout, BsTimeout, 0)                             \
-  ATTRIBUTE(value, uint32_t, szTimeout, SzTimeout, 0)                             \
-  ATTRIBUTE(map, Pax::IpGenPrefix, BsrCandidate, cbsr, Cbsr)                      \
-  /* which interface owns a configured zone group, or zone ACL */                 \
-  ATTRIBUTE(values, Pax::IpGenPrefix, Pax::IntfId, zoneGroup, ZoneGroup)          \
-  ATTRIBUTE(values, std::string, Pax::IntfId, zoneAcl, ZoneAcl)                   \
-  ATTRIBUTE(map, Pax::IpGenAddr, RpCandidate, crp, Crp)                           \
-  ATTRIBUTE(map, Pax::IpGenPrefix, PimBsrBorder, bsBorder, BsBorder)              \
-  /* sources whose advertisements are accepted */                                 \
-  ATTRIBUTE(values, Pax::IpGenPrefix, bool, crpPermit, CrpPermit)                 \
-  ATTRIBUTE(map, Pax::IpGenPrefix, PimBsrRpCandidateStatus, crpStatus, CrpStatus) \
+#define ATTRIBUTES(ATTRIBUTE)                                                            \
+  ATTRIBUTE(value, Pax::AddressFamily, af, Af, Pax::AddressFamily::unknown)              \
+  ATTRIBUTE(child, PimBsrCounters, counters, Counters)                                   \
+  /* the hold time and the scoped-zone timeout in force, seconds */                      \
+  ATTRIBUTE(value, uint32_t, bsTimeout, BsTimeout, 0)                                    \
+  ATTRIBUTE(value, uint32_t, szTimeout, SzTimeout, 0)                                    \
+  /* as configured */                                                                    \
+  ATTRIBUTE(value, MixedFragments, mixedFragments, MixedFragments, MixedFragments::drop) \
+  ATTRIBUTE(value, Bsr::Limits, limits, Limits, {})                                      \
+  ATTRIBUTE(map, Pax::IpGenPrefix, BsrCandidate, cbsr, Cbsr)                             \
+  /* which interface owns a configured zone group, or zone ACL */                        \
+  ATTRIBUTE(values, Pax::IpGenPrefix, Pax::IntfId, zoneGroup, ZoneGroup)                 \
+  ATTRIBUTE(values, std::string, Pax::IntfId, zoneAcl, ZoneAcl)                          \
+  ATTRIBUTE(map, Pax::IpGenAddr, RpCandidate, crp, Crp)                                  \
+  ATTRIBUTE(map, Pax::IpGenPrefix, PimBsrBorder, bsBorder, BsBorder)                     \
+  /* sources whose advertisements are accepted */                                        \
+  ATTRIBUTE(values, Pax::IpGenPrefix, bool, crpPermit, CrpPermit)                        \
+  ATTRIBUTE(map, Pax::IpGenPrefix, PimBsrRpCandidateStatus, crpStatus, CrpStatus)        \
   ATTRIBUTE(map, Pax::IpGenPrefix, ElectedBsrStatus, bootstrapRouter, BootstrapRouter)
   KIV_ENTITY(Status, ATTRIBUTES)
 #undef ATTRIBUTES

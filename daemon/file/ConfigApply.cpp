@@ -11,7 +11,7 @@ namespace Routing::Pim::Bsr {
 namespace {
 
 // In the order of the header.
-enum class Phase { setTimes, hold, withdraw, narrowAcls, addAcls, addEntries, changeAcls, deleteRest };
+enum class Phase { setValues, hold, withdraw, narrowAcls, addAcls, addEntries, changeAcls, deleteRest };
 
 struct Operation {
   Phase phase;
@@ -56,11 +56,13 @@ void deleteOthers(const Collection &present, const Wanted &wanted, const Delete 
   }
 }
 
-void timesIs(Config &config, const VrfSettings &settings) {
+void valuesIs(Config &config, const VrfSettings &settings) {
   const bool changes = config.holdTime() != settings.holdTime;
   config.holdTimeIs(settings.holdTime);
   if (changes) config.szTimeoutIs(settings.szTimeout + 1);  // it is compared with the hold time when it changes
   config.szTimeoutIs(settings.szTimeout);
+  config.mixedFragmentsIs(settings.mixedFragments);
+  config.limitsIs(settings.limits);
 }
 
 // Both group and ACL entries of a candidate BSR. The priority and the mask length come last, since they
@@ -165,7 +167,7 @@ class Application {
 
   void planVrf(const L3::VrfName &vrf, const VrfSettings &settings) {
     const auto config = [this, &vrf]() -> Config & { return *coll_.vrfConfigIs(vrf); };
-    plan(Phase::setTimes, [=, &settings] { timesIs(config(), settings); });
+    plan(Phase::setValues, [=, &settings] { valuesIs(config(), settings); });
     if (const auto present = coll_.vrfConfig(vrf)) {
       const VrfSettings bridge = planBridge(vrf, settings, present);
       plan(Phase::withdraw, [=] { candidatesDel(*present, bridge); });

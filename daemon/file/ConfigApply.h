@@ -10,7 +10,7 @@ namespace Routing::Pim::Bsr {
 /// Writes what differs, so a running agent hears only of changes. All operations are planned first and then done phase
 /// by phase, across all VRFs, interfaces and ACLs:
 ///
-///   setTimes    the hold time of a VRF, then the scoped-zone timeout, which is compared with it
+///   setValues   the hold time of a VRF, then the scoped-zone timeout, which is compared with it; limits
 ///   hold        an explicit entry for each zone and range that an interface keeps while all its sources are exchanged
 ///   withdraw    candidates, and sources of theirs, that go: before anybody else offers the same zone
 ///   narrowAcls  groups that an ACL no longer permits, for the same reason

@@ -55,6 +55,8 @@ struct RpCandidacy {
 struct VrfSettings {
   uint32_t holdTime = 130;
   uint32_t szTimeout = 1300;
+  MixedFragments mixedFragments = MixedFragments::drop;
+  Limits limits;
   std::map<Pax::IntfId, BsrCandidacy> bsrCandidateConfig;
   std::map<Pax::IntfId, RpCandidacy> rpCandidateConfig;
   std::set<std::string> crpFilterAcl;

@@ -11,6 +11,7 @@
 ///   text(name, field, form, help)                a text
 ///   list(name, field, form, help)                a list of texts, for a set or a vector
 ///   map(name, field, form, help)                 an object with any names, for a map of described settings
+///   object(name, field, help)                    an object of described settings
 ///   either(action, words, field, form, help)     exactly one of several members; its name gives `action`
 ///   needsOne(names, lack)                        at least one of these maps must have an entry
 #pragma once
@@ -79,6 +80,27 @@ void describe(Members &members, RpCandidacy &candidacy) {
   members.needsOne({"groupRange", "acl"}, "is a candidate RP without a range (groupRange or acl)");
 }
 
+// What a message or a fragment takes by itself has to fit.
+inline constexpr uint64_t countMost = 1000000;
+inline constexpr uint64_t bytesLeast = 65536;
+inline constexpr uint64_t bytesMost = 1 << 30;
+
+template <class Members>
+void describe(Members &members, Limits &limits) {
+  members.number("rps", limits.rps, 0, countMost,
+                 "RPs learned from Bootstrap messages; one counts once for each range and zone.");
+  members.number("zones", limits.zones, 0, countMost,
+                 "Scoped zones. Those of our own candidates and borders always fit.");
+  members.number("ranges", limits.ranges, 0, countMost, "Group ranges with RPs; one counts once for each zone.");
+  members.number("collectedRps", limits.collectedRps, 0, countMost,
+                 "Pairs of an RP and a range that the BSR collects from advertisements.");
+  members.number("rangesPerRp", limits.rangesPerRp, 0, countMost, "Ranges of one RP among them.");
+  members.number("keptBytes", limits.keptBytes, bytesLeast, bytesMost,
+                 "Memory for the last Bootstrap messages of a zone, which new neighbors are sent.");
+  members.number("openBytes", limits.openBytes, bytesLeast, bytesMost,
+                 "Memory for groups of which only some fragments have arrived.");
+}
+
 template <class Members>
 void describe(Members &members, VrfSettings &settings) {
   members.computed("holdTime", settings.holdTime, 1, holdTimeMost,
@@ -88,6 +110,15 @@ void describe(Members &members, VrfSettings &settings) {
       "szTimeout", settings.szTimeout, 1, 10 * holdTimeMost,
       "Seconds without a BSR after which a scoped zone is forgotten. By default 10 x holdTime, which is also "
       "used instead of a smaller value.");
+  members.word(
+      "mixedFragments", settings.mixedFragments,
+      Words<MixedFragments>{{"drop", MixedFragments::drop}, {"stop", MixedFragments::stop}},
+      "What to do with a Bootstrap message that contradicts earlier fragments of its tag: \"drop\" the message, or "
+      "take it and \"stop\" the agent where the contradiction shows.");
+  members.object(
+      "limits", settings.limits,
+      "What is held of other routers' making, at most. At a limit, what is known is refreshed and what is new "
+      "is refused.");
   members.map("bsrCandidateConfig", settings.bsrCandidateConfig, interfaceNames(members.scope()),
               "By interface: the candidate BSRs. Each uses the first global address of its interface.");
   members.map("rpCandidateConfig", settings.rpCandidateConfig, interfaceNames(members.scope()),

@@ -51,6 +51,10 @@ class MemberWriter {
     ordered_json &list = object_[name] = ordered_json::array();
     for (const auto &element : field) list.push_back(form.write(element));
   }
+  template <class Settings>
+  void object(const char *name, Settings &field, const char *) {
+    object_[name] = written(scope_, field);
+  }
   template <class Map>
   void map(const char *name, Map &field, const Form<typename Map::key_type> &form, const char *) {
     ordered_json &entries = object_[name] = ordered_json::object();

@@ -77,6 +77,13 @@ class MemberReader {
     });
   }
 
+  template <class Settings>
+  void object(const char *name, Settings &field, const char *) {
+    if (const nlohmann::json *given = object_.find(name)) {
+      read(*given, object_.path(name), pathTo(entry_, name), scope_, file_, field);
+    }
+  }
+
   template <class Map>
   void map(const char *name, Map &field, const Form<typename Map::key_type> &form, const char *) {
     const std::string entries = pathTo(entry_, name);

@@ -36,13 +36,14 @@ class ObjectReader {
   std::optional<std::string> word(const char *name, const std::vector<std::string> &words);
   /// The elements of a member that is a list, each with its number as its name.
   void elements(const char *name, const Member &element);
+  /// The member as it is, or null.
+  const nlohmann::json *find(const char *name);
   /// The members of a member that is an object with free names.
   void each(const char *name, const Member &member);
 
   void noOthers();
 
  private:
-  const nlohmann::json *find(const char *name);
   /// Calls `member` for what is in the member `name`, an object or a list, or finds that it is not `what`.
   void visit(const char *name, bool (nlohmann::json::*isRight)() const noexcept, const char *what,
              const Member &member);

@@ -62,6 +62,10 @@ class MemberSchema {
   void list(const char *name, Container &, const Form<typename Container::value_type> &form, const char *help) {
     propertyIs(name, help, {{"type", "array"}, {"items", texts(form)}, {"uniqueItems", true}});
   }
+  template <class Settings>
+  void object(const char *name, const Settings &, const char *help) {
+    propertyIs(name, help, of(scope_, static_cast<const Settings *>(nullptr)));
+  }
   template <class Map>
   void map(const char *name, Map &, const Form<typename Map::key_type> &form, const char *help) {
     const typename Map::mapped_type *element = nullptr;

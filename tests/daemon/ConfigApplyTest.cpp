@@ -130,6 +130,7 @@ TEST(ConfigApply, StatusSaysWhatTheFileSays) {
             "B": [{"permit": "239.1.0.0/16"}, {"permit": "225.1.0.0/16"}], "C": [{"permit": "any"}],
             "D": [{"permit": "224.0.0.0/4"}, {"permit": "10.0.0.0/8"}]},
     "vrfConfig": {"default": {"holdTime": 100, "szTimeout": 900, "crpFilterAcl": ["A", "C", "D"],
+      "mixedFragments": "stop", "limits": {"rps": 7, "keptBytes": 70000},
       "bsrCandidateConfig": {
         "a": {"group": {"239.1.0.0/16": {"priority": 1, "hashMaskLen": 10, "interval": 21}},
               "acl": {"A": {"priority": 2, "hashMaskLen": 11, "interval": 22},
@@ -144,7 +145,8 @@ TEST(ConfigApply, StatusSaysWhatTheFileSays) {
   Json status = toJson(box.status("default"));
   Json &prefixes = status["crp"]["10.1.0.1"]["prefixSet"];
   std::sort(prefixes.begin(), prefixes.end());
-  const Json want = Json::parse(R"({"bsTimeout": 100, "szTimeout": 1000,
+  const Json want = Json::parse(R"({"bsTimeout": 100, "szTimeout": 1000, "mixedFragments": "stop",
+    "limits": "rps=7 zones=1000 ranges=4096 collectedRps=10000 rangesPerRp=1000 keptBytes=70000 openBytes=4194304",
     "bsBorder": {"224.0.0.0/4": {"intfId": ["eth0"]}, "239.2.0.0/16": {"intfId": ["eth0"]}},
     "cbsr": {"224.0.0.0/4": {"address": "10.1.0.2", "intfId": "b", "priority": 5, "hashMaskLen": 30, "bsPeriod": 60},
              "225.1.0.0/16": {"address": "10.1.0.1", "intfId": "a", "priority": 3, "hashMaskLen": 12, "bsPeriod": 23},

@@ -61,10 +61,11 @@ TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
                           name151 + R"("}},
     "vrfConfig": {
       "gone": {},
-      "blue": {"crpFilterAcl": ["C"],
+      "blue": {"crpFilterAcl": ["C"], "limits": 7,
                "bsrCandidateConfig": {"lo": {"group": {"224.0.0.0/4": {}}, "acl": {"A": {}}}},
                "rpCandidateConfig": {"lo": {"acl": {"B": {}}}}},
-      "default": {"holdTime": 0, "szTimeout": 1.5, "holdtime": 3,
+      "default": {"holdTime": 0, "szTimeout": 1.5, "holdtime": 3, "mixedFragments": "keep",
+                  "limits": {"rps": -1, "openBytes": 65535, "keptBytes": 2000000000, "zone": 7},
         "bsrCandidateConfig": {
           "a/b": {"acl": {}}, "eth0": 3, "eth1": {"group": {}},
           "lo": {"group": {"224.0.0.0/4": {"priority": 256, "hashMaskLen": 33, "interval": 21846},
@@ -93,8 +94,14 @@ TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
 /pim/lime/interfaces: must be a list, not "eth0"
 /pim/violet/namespace: NamespaceName::bytes > 150 not allowed
 /pim/)" + name101 + R"(: VrfName::bytes > VrfName::maxLength not allowed
+/vrfConfig/blue/limits: must be an object, not 7
 /vrfConfig/default/holdTime: must be an integer from 1 to 65535, not 0
 /vrfConfig/default/szTimeout: must be an integer from 1 to 655350, not 1.5
+/vrfConfig/default/mixedFragments: must be drop or stop, not "keep"
+/vrfConfig/default/limits/rps: must be an integer from 0 to 1000000, not -1
+/vrfConfig/default/limits/keptBytes: must be an integer from 65536 to 1073741824, not 2000000000
+/vrfConfig/default/limits/openBytes: must be an integer from 65536 to 1073741824, not 65535
+/vrfConfig/default/limits/zone: unknown name; known here: rps, zones, ranges, collectedRps, rangesPerRp, keptBytes, openBytes
 /vrfConfig/default/bsrCandidateConfig/a/b: "a/b" is not an interface name (1 to 15 bytes without blanks, '/' or ':')
 /vrfConfig/default/bsrCandidateConfig/eth0: must be an object, not 3
 /vrfConfig/default/bsrCandidateConfig/eth1: is a candidate BSR without a zone (group or acl)
@@ -109,7 +116,7 @@ TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
 /vrfConfig/default/rpCandidateConfig/lo/groupRange/224.0.0.0/4/priority: must be an integer from 0 to 255, not 256
 /vrfConfig/default/rpCandidateConfig/lo/mode: must be sparsemode or bidir, not "dense"
 /vrfConfig/default/rpCandidateConfig/lo/advInterval: must be an integer from 1 to 21845, not 21846
-/vrfConfig/default/holdtime: unknown name; known here: holdTime, szTimeout, bsrCandidateConfig, rpCandidateConfig, crpFilterAcl
+/vrfConfig/default/holdtime: unknown name; known here: holdTime, szTimeout, mixedFragments, limits, bsrCandidateConfig, rpCandidateConfig, crpFilterAcl
 /vrfConfig/gone: VRF gone is not in pim
 /intfConfig/eth1: is given twice, also as /intfConfig/blue/eth1
 /intfConfig/eth3/bsrBorderAcl/1: "D" is listed twice
@@ -229,7 +236,8 @@ TEST(ConfigFile, AGoodFileIsReadWithItsDefaults) {
       "vrfConfig": { "blue": { "bsrCandidateConfig": { "lo": { "group": { "ff0e::/16": { "interval": 20 } },
                                                                "acl": { "A": { "priority": 0 } } } },
                                "rpCandidateConfig": { "lo": { "groupRange": { "FF3E:0::/32": {} }, "mode": "bidir" } } },
-                     "red": { "holdTime": 90, "crpFilterAcl": ["A"] } },
+                     "red": { "holdTime": 90, "crpFilterAcl": ["A"], "mixedFragments": "stop",
+                              "limits": { "zones": 0, "openBytes": 65536 } } },
       "intfConfig": { "eth7": { "bsrBorderAcl": ["A"] }, "eth0": {}, "default/eth7": {}, "red/eth7": {} },
       "acl": { "A": [ { "deny": "any" }, { "permit": "2001:DB8::/32" } ] } })",
                                             ipv6);
@@ -239,7 +247,9 @@ TEST(ConfigFile, AGoodFileIsReadWithItsDefaults) {
                "default": { "interfaces": ["eth0"], "hello": "speak", "drPriority": 0 },
                "red": { "namespace": "ns-red", "interfaces": [], "hello": "speak", "drPriority": 0 } },
       "vrfConfig": {
-        "blue": { "holdTime": 130, "szTimeout": 1300,
+        "blue": { "holdTime": 130, "szTimeout": 1300, "mixedFragments": "drop",
+                  "limits": { "rps": 20000, "zones": 1000, "ranges": 4096, "collectedRps": 10000,
+                              "rangesPerRp": 1000, "keptBytes": 1048576, "openBytes": 4194304 },
                   "bsrCandidateConfig": {
                     "lo": { "group": { "ff0e::/16": { "priority": 64, "hashMaskLen": 126, "interval": 20 } },
                             "acl": { "A": { "priority": 0, "hashMaskLen": 126, "interval": 60 } } } },
@@ -247,9 +257,15 @@ TEST(ConfigFile, AGoodFileIsReadWithItsDefaults) {
                     "lo": { "groupRange": { "ff3e::/32": { "priority": 192 } }, "acl": {},
                             "mode": "bidir", "advInterval": 60 } },
                   "crpFilterAcl": [] },
-        "default": { "holdTime": 130, "szTimeout": 1300, "bsrCandidateConfig": {}, "rpCandidateConfig": {},
+        "default": { "holdTime": 130, "szTimeout": 1300, "mixedFragments": "drop",
+                  "limits": { "rps": 20000, "zones": 1000, "ranges": 4096, "collectedRps": 10000,
+                              "rangesPerRp": 1000, "keptBytes": 1048576, "openBytes": 4194304 },
+                  "bsrCandidateConfig": {}, "rpCandidateConfig": {},
                      "crpFilterAcl": [] },
-        "red": { "holdTime": 90, "szTimeout": 900, "bsrCandidateConfig": {}, "rpCandidateConfig": {},
+        "red": { "holdTime": 90, "szTimeout": 900, "mixedFragments": "stop",
+                  "limits": { "rps": 20000, "zones": 0, "ranges": 4096, "collectedRps": 10000,
+                              "rangesPerRp": 1000, "keptBytes": 1048576, "openBytes": 65536 },
+                  "bsrCandidateConfig": {}, "rpCandidateConfig": {},
                  "crpFilterAcl": ["A"] } },
       "intfConfig": { "blue/eth7": { "bsrBorderGrp": [], "bsrBorderAcl": ["A"] },
                       "eth0": { "bsrBorderGrp": [], "bsrBorderAcl": [] },

@@ -51,7 +51,7 @@ class RandomFile {
       case 3: return listed(json["intfConfig"][vrf + "/eth0"]["bsrBorderGrp"], group());
       case 4: return listed(json["intfConfig"][vrf + "/eth0"]["bsrBorderAcl"], acl());
       case 5: settings["szTimeout"] = 1300 + 10 * upTo(3); [[fallthrough]];
-      case 6: settings["holdTime"] = 130 + upTo(3); return;
+      case 6: settings["holdTime"] = 130 + upTo(3), settings["limits"]["rps"] = upTo(3); return;
       case 7: return rules(json["acl"][acl()]);
       case 8:
       case 9: return candidate(settings, "bsrCandidateConfig", intf, "group");
