@@ -2,6 +2,7 @@
 
 #include "agent/IntfConfigFill.h"
 #include "config/ConfigSm.h"
+#include "engine/BsmReassembly.h"
 #include "engine/PimBsrSm.h"
 #include "io/BootstrapMessageSm.h"
 #include "io/CrpMessageSm.h"
@@ -41,6 +42,7 @@ void ContainerSm::handleInitialized() {
   }
   bsrSm_ = Kiv::make<PimBsrSm>(status, container_.pimStatus, pimBsmStatus_, pimCrpMsgStatus_,
                                container_.rpCandidateStatus, timerWheel_, vrfIpStatus, *container_.random);
+  container_.packetPort->bootstrapAdmissionIs(&bsrSm_->reassembly());
   bsrIOSm_ = std::make_unique<BootstrapMessageSm>(pimPamManager_, status, pimBsmStatus_, rxBootstrapMsgInfo_, rpfTable_,
                                                   *container_.clock);
   crpIOSm_ = std::make_unique<CrpMessageSm>(pimPamManager_, status, pimCrpMsgStatus_, rxCrpAdvMsgInfo_,
@@ -76,6 +78,7 @@ void ContainerSm::doRpfTableIs() {
 void ContainerSm::handleDestruction() {
   VRF_TRACE_ENTRY(trace);
   kivIpStatus_.notifierIs(nullptr);
+  container_.packetPort->bootstrapAdmissionIs(nullptr);
 }
 
 // An interface came into this VRF, or left it.

@@ -1,30 +1,79 @@
 #include "engine/BsmReassembly.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "engine/PimBsrSm.h"
+#include "model/InternalStatus.h"
+#include "model/Status.h"
 #include "model/VrfTrace.h"
 #include "platform/tracelet/Require.h"
 
 namespace Routing::Pim::Bsr {
 
-static Tracelet::Module trace("Pim::Bsr::Sm");
+namespace {
+
+Tracelet::Module trace("Pim::Bsr::Sm");
+
+// What a collection takes when it is complete, so that one that has begun never lacks room to end.
+uint64_t bytesOf(uint8_t rpCount) {
+  constexpr uint64_t tableElement = 64;  // links, allocation and a share of the buckets
+  return sizeof(PimBsrRxFragments) + sizeof(PimBsrRxFragment) + sizeof(PimBsrRxGroup) + 2 * tableElement +
+         rpCount * (sizeof(Pax::IpGenAddr) + sizeof(PimBsrRxFragment::Rp) + tableElement);
+}
+
+}  // namespace
 
 BsmReassembly::BsmReassembly(const PimBsrSm &sm) : sm_(sm), fragmentTimer_(sm.timerWheel(), *this) {}
 
 const std::string &BsmReassembly::vrfName() const { return sm_.vrfName(); }
 
-Kiv::Ptr<PimBsrRxFragment> BsmReassembly::collect(const Packet::BootstrapMessage &bsm,
+IO::BootstrapRefusal BsmReassembly::refusal(const Packet::BootstrapMessage &message) const {
+  const Pax::IpGenPrefix zone = zoneOf(message, sm_.globalOrNonScopeZone());
+  if (contradicts(zone, message)) return IO::BootstrapRefusal::contradiction;
+  const uint64_t more = bytesToOpen(zone, message);
+  const bool hasRoom = more == 0 || openBytes_ + more <= sm_.bsrStatus()->limits().openBytes;
+  return hasRoom ? IO::BootstrapRefusal::none : IO::BootstrapRefusal::memory;
+}
+
+bool BsmReassembly::contradicts(const Pax::IpGenPrefix &zone, const Packet::BootstrapMessage &bsm) const {
+  if (sm_.bsrStatus()->mixedFragments() == MixedFragments::stop) return false;
+  return std::ranges::any_of(bsm.groupData(), [&](const auto &group) {
+    const PimBsrRxFragment *open = group->isPiece() ? openGroup(zone, bsm, group->prefix()) : nullptr;
+    if (!open) return false;
+    const auto more = std::ranges::count_if(group->rpList(), [&](const auto &rp) { return !open->rp(rp.address); });
+    return group->rpCount() != open->rpCount() || open->rps() + static_cast<size_t>(more) > open->rpCount();
+  });
+}
+
+uint64_t BsmReassembly::bytesToOpen(const Pax::IpGenPrefix &zone, const Packet::BootstrapMessage &bsm) const {
+  uint64_t bytes = 0;
+  for (const auto &group : bsm.groupData()) {
+    if (group->isPiece() && !openGroup(zone, bsm, group->prefix())) bytes += bytesOf(group->rpCount());
+  }
+  return bytes;
+}
+
+const PimBsrRxFragment *BsmReassembly::openGroup(const Pax::IpGenPrefix &zone, const Packet::BootstrapMessage &bsm,
+                                                 const Pax::IpGenPrefix &prefix) const {
+  const auto *fragments = bsmRxFragments_.find(bsm.fragmentTag());
+  const auto *fragment = fragments ? (*fragments)->groupRpData().find({zone, bsm.bsrAddress(), prefix}) : nullptr;
+  return fragment ? fragment->get() : nullptr;
+}
+
+Kiv::Ptr<PimBsrRxFragment> BsmReassembly::collect(const Pax::IpGenPrefix &zone, const Packet::BootstrapMessage &bsm,
                                                   const Packet::BootstrapGroupData &piece) {
   VRF_TRACE(trace, 8,
             "RP Count=" << unsigned{piece.rpCount()} << " RP Frag Count=" << unsigned{piece.fragmentRpCount()}
                         << " Fragment Tag=" << bsm.fragmentTag());
   const auto fragments = bsmRxFragmentsIs(bsm.fragmentTag());
-  const bool isNew = !fragments->groupRpData(piece.prefix());
-  const auto fragment = fragments->groupRpDataIs(piece.prefix());
+  const PimBsrRxGroup group{zone, bsm.bsrAddress(), piece.prefix()};
+  const bool isNew = !fragments->groupRpData(group);
+  const auto fragment = fragments->groupRpDataIs(group);
   if (isNew) {
     fragment->rpCountIs(piece.rpCount());
     fragment->creationTimeIs(sm_.now());
+    openBytes_ += bytesOf(piece.rpCount());
   }
   if (fragment->rpCount() != fragment->rps()) {
     for (const Packet::BootstrapRpData &rp : piece.rpList()) fragment->rpIs(rp.address, {rp.holdTime, rp.priority});
@@ -37,10 +86,12 @@ Kiv::Ptr<PimBsrRxFragment> BsmReassembly::collect(const Packet::BootstrapMessage
   return fragment;
 }
 
-void BsmReassembly::collectedGroupDone(uint16_t tag, const Pax::IpGenPrefix &prefix) {
+void BsmReassembly::collectedGroupDone(const Pax::IpGenPrefix &zone, const Packet::BootstrapMessage &bsm,
+                                       const Pax::IpGenPrefix &prefix) {
+  const uint16_t tag = bsm.fragmentTag();
   VRF_TRACE(trace, 1, "Fragments related to " << prefix << " from fragment tag " << tag << " processed");
   const auto fragments = bsmRxFragments(tag);
-  fragments->groupRpDataDel(prefix);
+  groupDel(*fragments, {zone, bsm.bsrAddress(), prefix});
   if (fragments->groupRpData().empty()) bsmRxFragmentsDel(tag);
 }
 
@@ -57,19 +108,29 @@ Kiv::Ptr<PimBsrRxFragments> BsmReassembly::bsmRxFragmentsIs(uint16_t tag) {
 }
 
 void BsmReassembly::bsmRxFragmentsDel(uint16_t tag) {
-  if (bsmRxFragments_.erase(tag)) handleBsmRxFragments(tag);
+  const auto fragments = bsmRxFragments_.erase(tag);
+  if (!fragments) return;
+  for (const auto &[group, fragment] : fragments->groupRpData()) groupDel(*fragments, group);
+  handleBsmRxFragments(tag);
+}
+
+void BsmReassembly::groupDel(PimBsrRxFragments &fragments, const PimBsrRxGroup &group) {
+  const auto fragment = fragments.groupRpData(group);
+  openBytes_ -= bytesOf(fragment->rpCount());
+  fragments.groupRpDataDel(group);
 }
 
 void BsmReassembly::bsmRxFragmentsDelAll() {
   for (const uint16_t tag : bsmRxFragments_.keys()) bsmRxFragmentsDel(tag);
 }
 
-void BsmReassembly::doKeepBsm(LastBsm &lastBsm, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+void BsmReassembly::doKeepBsm(const Pax::IpGenPrefix &zone, LastBsm &lastBsm,
+                              const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
   Kiv::Ptr<PimBsrRxFragments> &fragments = lastBsm.lastBsmFragments;
   lastBsm.bsmIs(bsm, sm_.now());
   if (fragments && fragments->fragTag() != bsm->fragmentTag()) {
     const uint16_t tag = fragments->fragTag();
-    bsmRxFragmentsDel(tag);
+    discardZone(tag, zone);
     VRF_TRACE(trace, 4, "Removing saved fragments related to tag " << tag);
   }
   fragments = bsmRxFragments(bsm->fragmentTag());
@@ -102,7 +163,7 @@ void BsmReassembly::handleFragmentTimerExpiry() {
   VRF_TRACE(trace, 5, "Next fragmentTimerTimeout in " << sm_.fragmentInterval() << " seconds from now");
 }
 
-void BsmReassembly::discardAged(PimBsrRxFragments &fragments) const {
+void BsmReassembly::discardAged(PimBsrRxFragments &fragments) {
   for (const auto &element : fragments.groupRpData()) {
     const Kiv::Ptr<PimBsrRxFragment> fragment = element.value;
     const double age = std::round(sm_.now() - fragment->creationTime());
@@ -110,8 +171,17 @@ void BsmReassembly::discardAged(PimBsrRxFragments &fragments) const {
     if (age < sm_.fragmentTimeout()) continue;
     VRF_TRACE(trace, 1,
               "Deleted Group fragment " << fragment->prefix() << " due to timeout. Num Rps=" << fragment->rps());
-    fragments.groupRpDataDel(fragment->prefix());
+    groupDel(fragments, fragment->group());
   }
+}
+
+void BsmReassembly::discardZone(uint16_t tag, const Pax::IpGenPrefix &zone) {
+  const auto fragments = bsmRxFragments(tag);
+  if (!fragments) return;
+  for (const auto &[group, fragment] : fragments->groupRpData()) {
+    if (group.zone == zone) groupDel(*fragments, group);
+  }
+  if (fragments->groupRpData().empty()) bsmRxFragmentsDel(tag);
 }
 
 }  // namespace Routing::Pim::Bsr

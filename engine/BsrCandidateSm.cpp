@@ -130,7 +130,7 @@ void BsrCandidateSm::handlePreferredBsm(const Kiv::Ptr<Packet::BootstrapMessage>
   bsrSm_.rpSets().storeRpSet(zone_, *bsm, false);
   bsTimer_.arm(Reason::timeout, bsrSm_.now() + bsTimer_.timeout());
   VRF_TRACE(trace, 5, " Next Expiry Timer expires in about " << bsTimer_.timeout() << " secs from now");
-  bsrSm_.reassembly().doKeepBsm(lastBsm_, bsm);
+  bsrSm_.reassembly().doKeepBsm(zone_, lastBsm_, bsm);
 }
 
 void BsrCandidateSm::handleNonPreferredBsm(const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {

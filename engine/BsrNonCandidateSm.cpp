@@ -69,7 +69,7 @@ void BsrNonCandidateSm::handleBsm() {
   }
   bsrSm_.sender().doForwardBsm(zone_, bsm);
   bsrSm_.rpSets().storeRpSet(zone_, *bsm, false);
-  bsrSm_.reassembly().doKeepBsm(lastBsm_, bsm);
+  bsrSm_.reassembly().doKeepBsm(zone_, lastBsm_, bsm);
   doArmBsTimer();
 }
 

@@ -268,6 +268,12 @@ void PimBsrSm::storeRpSet(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::B
 void PimBsrSm::refreshRpSet(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
   if (!bsm || !initialized_) return;
   bsm->forwardIs(true);
+  // What is open may have come after it.
+  if (reassembly_->contradicts(zone, *bsm)) {
+    VRF_TRACE(trace, 4,
+              "Not refreshing from fragment tag " << bsm->fragmentTag() << ", whose groups are collected anew");
+    return;
+  }
   rpSets_->storeRpSet(zone, *bsm, true);
 }
 

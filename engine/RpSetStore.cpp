@@ -37,7 +37,7 @@ bool RpSetStore::storeGroup(const Store &store, const Packet::BootstrapGroupData
   const bool split = group.isPiece();
   const Packet::BootstrapGroupData::RpList *rps = &group.rpList();
   if (split) {
-    const auto collected = sm_.reassembly().collect(store.bsm, group);
+    const auto collected = sm_.reassembly().collect(store.zone, store.bsm, group);
     if (!collected) return true;
     collectedRps_.clear();
     for (const auto &[address, rp] : collected->rp()) collectedRps_.push_back({address, rp.holdTime, rp.priority});
@@ -46,7 +46,7 @@ bool RpSetStore::storeGroup(const Store &store, const Packet::BootstrapGroupData
   const Pax::IpGenPrefix prefix = group.prefix();
   const auto set = setToStoreInto(store, prefix, *rps);
   if (!set) {
-    if (split && !store.refresh) sm_.reassembly().collectedGroupDone(store.bsm.fragmentTag(), prefix);
+    if (split && !store.refresh) sm_.reassembly().collectedGroupDone(store.zone, store.bsm, prefix);
     return true;
   }
 
@@ -56,7 +56,7 @@ bool RpSetStore::storeGroup(const Store &store, const Packet::BootstrapGroupData
     if (!good) break;
   }
   removeEmptySet(store.zone, prefix);
-  if (good && split) sm_.reassembly().collectedGroupDone(store.bsm.fragmentTag(), prefix);
+  if (good && split) sm_.reassembly().collectedGroupDone(store.zone, store.bsm, prefix);
   return good;
 }
 

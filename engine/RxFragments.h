@@ -10,7 +10,31 @@
 
 namespace Routing::Pim::Bsr {
 
-/// The RPs collected so far for one group prefix of one fragment tag. They are keyed by address: one
+/// Which group of a message a piece is of. Tags are random numbers of 16 bits that anybody can overhear, so the pieces
+/// of another zone's or another BSR's message are never taken for those of this one.
+struct PimBsrRxGroup {
+  Pax::IpGenPrefix zone;
+  Pax::IpGenAddr bsr;
+  Pax::IpGenPrefix prefix;
+  bool operator==(const PimBsrRxGroup &) const = default;
+  friend std::ostream &operator<<(std::ostream &out, const PimBsrRxGroup &group) {
+    return out << group.prefix << " of " << group.bsr << " in " << group.zone;
+  }
+};
+
+}  // namespace Routing::Pim::Bsr
+
+template <>
+struct std::hash<Routing::Pim::Bsr::PimBsrRxGroup> {
+  size_t operator()(const Routing::Pim::Bsr::PimBsrRxGroup &group) const {
+    const std::hash<Pax::IpGenPrefix> ofPrefix;
+    return ofPrefix(group.prefix) + 31 * (std::hash<Pax::IpGenAddr>()(group.bsr) + 31 * ofPrefix(group.zone));
+  }
+};
+
+namespace Routing::Pim::Bsr {
+
+/// The RPs collected so far for one group of one fragment tag. They are keyed by address: one
 /// that is repeated replaces the earlier hold time and priority.
 class PimBsrRxFragment : public Kiv::Entity {
  public:
@@ -32,17 +56,18 @@ class PimBsrRxFragment : public Kiv::Entity {
 #undef ATTRIBUTES
 
  public:
-  explicit PimBsrRxFragment(const Pax::IpGenPrefix &prefix) : prefix_(prefix) {}
-  const Pax::IpGenPrefix &prefix() const { return prefix_; }
+  explicit PimBsrRxFragment(const PimBsrRxGroup &group) : group_(group) {}
+  const PimBsrRxGroup &group() const { return group_; }
+  const Pax::IpGenPrefix &prefix() const { return group_.prefix; }
   size_t rps() const { return rp().size(); }
 
  private:
-  const Pax::IpGenPrefix prefix_;
+  const PimBsrRxGroup group_;
 };
 
-/// The incomplete groups of one fragment tag.
+/// The incomplete groups of one fragment tag, of whatever zones and BSRs.
 class PimBsrRxFragments : public Kiv::Entity {
-#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, Pax::IpGenPrefix, PimBsrRxFragment, groupRpData, GroupRpData)
+#define ATTRIBUTES(ATTRIBUTE) ATTRIBUTE(map, PimBsrRxGroup, PimBsrRxFragment, groupRpData, GroupRpData)
   KIV_ENTITY(PimBsrRxFragments, ATTRIBUTES)
 #undef ATTRIBUTES
 

@@ -58,16 +58,11 @@ void BootstrapMessageSm::handleBSM() {
   const Kiv::Ptr<Packet::BootstrapMessage> bsm(
       static_cast<Packet::BootstrapMessage *>(bsmInfo_->rx()->message().get()));
   count(counters_, &PimBsrCounters::rxInc, &PimBsrCounters::rxBsmInc);
-  const Pax::IpGenPrefix zone = zoneOf(*bsm);
+  const Pax::IpGenPrefix zone = zoneOf(*bsm, globalZone_);
   if (!destinationPasses()) return;
   if (bsm->forward() ? !rpfPasses(*bsm) : !noForwardPasses(zone)) return;
   if (!borderPasses(zone)) return;
   accept(zone, bsm);
-}
-
-Pax::IpGenPrefix BootstrapMessageSm::zoneOf(const Packet::BootstrapMessage &bsm) const {
-  const auto &groups = bsm.groupData();
-  return !groups.empty() && groups.front()->adminScope() ? groups.front()->prefix() : globalZone_;
 }
 
 uint32_t BootstrapMessageSm::bsPeriod(const Pax::IpGenPrefix &zone) const {

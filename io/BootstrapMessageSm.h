@@ -64,7 +64,6 @@ class BootstrapMessageSm {
   void accept(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
 
   /// The first group block's prefix where that is a scoped zone's own block, otherwise the global zone.
-  Pax::IpGenPrefix zoneOf(const Packet::BootstrapMessage &bsm) const;
   /// Seconds: our own candidate's, or the default.
   uint32_t bsPeriod(const Pax::IpGenPrefix &zone) const;
   void lastBsmIs(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);

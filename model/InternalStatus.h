@@ -28,6 +28,12 @@ class PimBsmStatus : public Kiv::NamedEntity {
 #undef ATTRIBUTES
 };
 
+/// The zone of a Bootstrap message: the range of its first group block if that has Z set, otherwise `globalZone`.
+inline Pax::IpGenPrefix zoneOf(const Packet::BootstrapMessage &bsm, const Pax::IpGenPrefix &globalZone) {
+  const auto &groups = bsm.groupData();
+  return !groups.empty() && groups.front()->adminScope() ? groups.front()->prefix() : globalZone;
+}
+
 /// Candidate-RP advertisements. Received: the other attributes, then readCountInc(1) signals, once
 /// per group range. To send: `txCrpMsg`, whose destination is the BSR, then writeCountInc(1); whoever
 /// sends it increments `sentCount` if it has left, or is for ourselves.

@@ -43,6 +43,8 @@ constexpr std::array packetFields{
     Field<Flume::PacketCounters>{"noFwdNoHello", &Flume::PacketCounters::noFwdNoHello},
     Field<Flume::PacketCounters>{"noFwdOwnAddress", &Flume::PacketCounters::noFwdOwnAddress},
     Field<Flume::PacketCounters>{"badHello", &Flume::PacketCounters::badHello},
+    Field<Flume::PacketCounters>{"contradictingFragments", &Flume::PacketCounters::contradictingFragments},
+    Field<Flume::PacketCounters>{"fragmentsOverLimit", &Flume::PacketCounters::fragmentsOverLimit},
 };
 static_assert(sizeof(PimBsrErrorCounters) == errorFields.size() * sizeof(uint32_t), "a counter is missing");
 static_assert(sizeof(Flume::PacketCounters) == (packetFields.size() + Packet::decodeErrors) * sizeof(uint32_t),

@@ -23,6 +23,8 @@ struct PacketCounters {
   uint32_t noFwdNoHello = 0;     ///< no-forward Bootstrap message from a source without Hello state
   uint32_t noFwdOwnAddress = 0;  ///< no-forward Bootstrap message that names us as BSR
   uint32_t badHello = 0;         ///< not to ALL-PIM-ROUTERS, or in IPv6 not from a link-local address
+  uint32_t contradictingFragments = 0;  ///< Bootstrap message at odds with the fragments before it
+  uint32_t fragmentsOverLimit = 0;      ///< Bootstrap message whose incomplete groups would take too much memory
   std::array<uint32_t, Packet::decodeErrors> malformedBy{};
 };
 

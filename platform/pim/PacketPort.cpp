@@ -90,7 +90,25 @@ bool PacketPort::accept(const Incoming &packet, const Packet::Message &message) 
   if (message.type() == Packet::MessageType::hello) return acceptHello(packet);
   if (message.type() != Packet::MessageType::bootstrap) return true;
   const auto &bootstrap = static_cast<const Packet::BootstrapMessage &>(message);
-  return bootstrap.forward() || acceptNoForward(packet, bootstrap);
+  return (bootstrap.forward() || acceptNoForward(packet, bootstrap)) && acceptContent(packet, bootstrap);
+}
+
+bool PacketPort::acceptContent(const Incoming &packet, const Packet::BootstrapMessage &message) {
+  const BootstrapRefusal refusal = bootstrapAdmission_ ? bootstrapAdmission_->refusal(message) : BootstrapRefusal::none;
+  switch (refusal) {
+    case BootstrapRefusal::none: return true;
+    case BootstrapRefusal::contradiction:
+      ++counters_.contradictingFragments;
+      TRACELET(trace, 1,
+               "RX - Error - Dropping BSM from " << packet << ": it contradicts earlier fragments of tag "
+                                                 << message.fragmentTag() << " of BSR " << message.bsrAddress());
+      return false;
+    case BootstrapRefusal::memory:
+      ++counters_.fragmentsOverLimit;
+      TRACELET(trace, 5, "RX - Error - Dropping BSM from " << packet << ": too many incomplete groups are held");
+      return false;
+  }
+  return false;
 }
 
 bool PacketPort::acceptHello(const Incoming &packet) {

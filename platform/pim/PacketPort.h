@@ -7,6 +7,7 @@
 
 #include "platform/flume/MessageCounters.h"
 #include "platform/pax/IntfId.h"
+#include "platform/pim/BootstrapAdmission.h"
 #include "platform/pim/Codec.h"
 #include "platform/pim/Packet.h"
 #include "platform/pim/PimStatus.h"
@@ -66,6 +67,8 @@ class PacketPort : public Kiv::Counted {
   void consumerIs(Packet::MessageType type, MessageConsumer *consumer);
   /// At most one, likewise.
   void helloSideIs(HelloSide *side) { helloSide_ = side; }
+  /// At most one, likewise. Without one, no Bootstrap message is refused for its content.
+  void bootstrapAdmissionIs(const BootstrapAdmission *admission) { bootstrapAdmission_ = admission; }
 
   /// Encodes and sends. A Bootstrap message or a Hello goes to ALL-PIM-ROUTERS from the PIM address of the
   /// interface, whatever the record says. An advertisement goes from the RP address to the destination in the
@@ -90,6 +93,7 @@ class PacketPort : public Kiv::Counted {
   bool accept(const Incoming &packet, const Packet::Message &message);
   bool acceptHello(const Incoming &packet);
   bool acceptNoForward(const Incoming &packet, const Packet::BootstrapMessage &message);
+  bool acceptContent(const Incoming &packet, const Packet::BootstrapMessage &message);
   void dropMalformed(const Incoming &packet, Packet::DecodeError error);
   bool sendToAll(const Pax::IntfId &intfId, const Packet::Message &message);
   bool sendAdvertisement(const Pax::IntfId &intfId, const Packet::CrpAdvMessage &message);
@@ -102,6 +106,7 @@ class PacketPort : public Kiv::Counted {
   Packet::Codec codec_;
   std::array<MessageConsumer *, 16> consumer_{};
   HelloSide *helloSide_ = nullptr;
+  const BootstrapAdmission *bootstrapAdmission_ = nullptr;
   const Kiv::Ptr<Flume::MessageCounters> messageCounters_;
   Flume::PacketCounters &counters_;
   std::vector<uint8_t> buffer_;

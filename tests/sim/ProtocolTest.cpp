@@ -111,6 +111,34 @@ TEST_P(Protocol, TwoHopsAwayIsSeenWhatPassesAndWhoPassesItOnCountsWhatComesBack)
   }
 }
 
+// A group in pieces, of which one that is at odds with the first, and one of another zone under the tag that everybody
+// can see, come in between.
+TEST_P(Protocol, MessagesThatContradictOneAnotherStopNobodyAndGoNoFurther) {
+  Sim::RpTable table = story.table(global, 2, 2);
+  Sim::Feeder &feeder = learnedChain(table);
+  const Addresses &a = story.addresses;
+  const Sim::Intf &intf = feeder.router().intfs()[0];
+  const Pax::IpGenPrefix group = a.inScope(5, 1);
+  const auto bsm = [&] { return Bsm(feeder.router().address()).hashMaskLen(story.hashMaskLen()).tag(7); };
+  for (const Kiv::Ptr<Routing::Pim::Packet::BootstrapMessage> piece : {
+           bsm().piece(group, 3, {{a.host(1), 150, 0}, {a.host(2), 150, 0}}),
+           bsm().piece(group, 3, {{a.host(3), 150, 0}, {a.host(4), 150, 0}}),
+           bsm().scope(scope).piece(group, 3, {{a.host(5), 150, 0}, {a.host(6), 150, 0}}),
+           bsm().piece(group, 3, {{a.host(3), 150, 0}}),
+       }) {
+    feeder.router().port()->send(intf.intfId(), *piece);
+    story.time().runFor(0.5);
+  }
+  for (uint32_t n : {1, 2, 3}) table.group[group][a.host(n)] = {150, 0, story.hashMaskLen()};
+  for (const char *name : {"a", "b", "c"}) {
+    const auto &status = story.host(name).status();
+    EXPECT_EQ(Sim::tableOf(*rpSetsOf(status, global)), table) << name;
+    EXPECT_EQ(Sim::tableOf(*rpSetsOf(status, scope)), (Sim::RpTable{{{scope, {}}}})) << name;
+    const auto &packets = story.network.router(name).port()->counters();
+    EXPECT_EQ(packets.contradictingFragments, name[0] == 'a' ? 1u : 0u) << name;
+  }
+}
+
 TEST_P(Protocol, ARestartedRouterIsToldByTheBestOfThoseThatHaveNot) {
   enum Candidacy { none, begins, ends };
   const struct {

@@ -1,6 +1,7 @@
 /// Every counter by its name, and by how much each has grown.
 #pragma once
 
+#include <array>
 #include <bit>
 #include <map>
 #include <sstream>
@@ -28,13 +29,24 @@ inline Counts countsOf(const Kiv::Entity &entity) {
 }
 
 inline Counts countsOf(const Routing::Pim::Flume::PacketCounters &packets) {
-  constexpr const char *names[] = {"received", "sent",       "sendFailed",   "malformed",       "wrongFamily",
-                                   "pimOff",   "noConsumer", "noFwdNoHello", "noFwdOwnAddress", "badHello"};
+  constexpr std::array names{"received",
+                             "sent",
+                             "sendFailed",
+                             "malformed",
+                             "wrongFamily",
+                             "pimOff",
+                             "noConsumer",
+                             "noFwdNoHello",
+                             "noFwdOwnAddress",
+                             "badHello",
+                             "contradictingFragments",
+                             "fragmentsOverLimit"};
   using Routing::Pim::Packet::DecodeError;
+  using Numbers = std::array<uint32_t, names.size() + Routing::Pim::Packet::decodeErrors>;
   Counts counts;
   size_t n = 0;
-  for (const uint32_t number : std::bit_cast<std::array<uint32_t, 10 + Routing::Pim::Packet::decodeErrors>>(packets)) {
-    counts[n < 10 ? names[n] : toText(static_cast<DecodeError>(n - 10))] = number;
+  for (const uint32_t number : std::bit_cast<Numbers>(packets)) {
+    counts[n < names.size() ? names[n] : toText(static_cast<DecodeError>(n - names.size()))] = number;
     ++n;
   }
   return counts;
