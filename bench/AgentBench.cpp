@@ -20,7 +20,10 @@ class Time : public Orb::Clock, public Orb::Waker {
 
 class NoRoutes : public Routing::RouteLookup {
  public:
-  Routing::RouteAnswer lookup(const Pax::IpGenAddr &) override { return {}; }
+  const Routing::RouteAnswer &lookup(const Pax::IpGenAddr &) override { return none_; }
+
+ private:
+  const Routing::RouteAnswer none_;
 };
 
 class NoPort : public Pim::IO::PacketPort {

@@ -41,7 +41,7 @@ class StillTime : public Orb::Clock, public Orb::Waker {
 class Routes : public Routing::RouteLookup {
  public:
   Routing::RouteAnswer answer{Routing::RouteAnswer::Kind::via, {{eth0, neighbor}}};
-  Routing::RouteAnswer lookup(const IpGenAddr &) override { return answer; }
+  const Routing::RouteAnswer &lookup(const IpGenAddr &) override { return answer; }
 };
 
 class Port : public Pim::IO::PacketPort {
@@ -92,6 +92,7 @@ struct Router {
   Router() {
     const auto pimIntf = pimStatus->pimIntfIs(eth0);
     pimIntf->mtuIs(2100);
+    pimIntf->addressIs(IpGenAddr::v4(0x0a000001));
     pimIntf->neighborIs(neighbor);
     const auto uribStatus = Kiv::make<Flume::Fib::RouteStatus>();
     uribStatus->routesIs(routes);

@@ -16,9 +16,10 @@ bool BsmSender::forwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::
   bool wentOut = false;
   const uint32_t length = doComputeBsmLength(*bsm);
   VRF_TRACE(trace, 8, "BSM length is " << length);
-  for (const Pax::IntfId &intfId : sm_.pimStatus()->pimIntf().keys()) {
-    const auto pimIntf = sm_.pimStatus()->pimIntf(intfId);
-    if (!pimIntf || pimIntf->neighbor().empty() || !usableForZone(zone, intfId, *pimIntf)) continue;
+  for (const auto &element : sm_.pimStatus()->pimIntf()) {
+    const Pax::IntfId intfId = element.key;
+    const Kiv::Ptr<PimIntf> pimIntf = element.value;
+    if (pimIntf->neighbor().empty() || !usableForZone(zone, intfId, *pimIntf)) continue;
     VRF_TRACE(trace, 8, "MTU of interface " << intfId << " is " << pimIntf->mtu());
     sendBsm(zone, length, intfId, pimIntf->mtu(), bsm);
     wentOut = true;

@@ -20,13 +20,6 @@ void copyRp(const Pim::RpCandidate &from, Pim::RpCandidate &to) {
   to.expiresIs(from.expires());
 }
 
-// Deletes the RPs that are not in `among`.
-void retain(RpCandidateSet &set, const RpCandidateSet &among) {
-  for (const Pax::IpGenAddr &address : set.rp().keys()) {
-    if (!among.rp(address)) set.rpDel(address);
-  }
-}
-
 }  // namespace
 
 PublishedRpSet::PublishedRpSet(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<RpCandidateStatus> &published,
@@ -78,6 +71,17 @@ void PublishedRpSet::entryDelIfUnused(const Pax::IpGenPrefix &prefix) {
   if (entry && !entry->set && entry->sources == 0) entry_.erase(prefix);
 }
 
+void PublishedRpSet::Entry::rpDel(const Pax::IpGenAddr &address) {
+  ++removals;
+  set->rpDel(address);
+}
+
+void PublishedRpSet::retain(Entry &entry, const RpCandidateSet &among) {
+  for (const Pax::IpGenAddr &address : entry.set->rp().keys()) {
+    if (!among.rp(address)) entry.rpDel(address);
+  }
+}
+
 void PublishedRpSet::Entry::innermostIs(const Pax::IpGenPrefix &zone) {
   innermost = zone;
   isOwn = owner == innermost;
@@ -98,7 +102,7 @@ void PublishedRpSet::settle(const Pax::IpGenPrefix &prefix) {
   }
   // A publisher without a BSR: its RPs serve until their own hold times end.
   const auto remaining = trie_->route(entry.owner) ? nullptr : rpSetOf(*bsrStatus_, entry.owner, prefix);
-  if (entry.set && remaining) retain(*entry.set, *remaining);
+  if (entry.set && remaining) retain(entry, *remaining);
   if (entry.set && (!remaining || entry.set->rp().empty())) withdraw(prefix, entry);
   entryDelIfUnused(prefix);
 }
@@ -107,13 +111,14 @@ void PublishedRpSet::settle(const Pax::IpGenPrefix &prefix) {
 RpCandidateSet &PublishedRpSet::setFor(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix, Entry &entry) {
   entry.ownerIs(zone);
   entry.set = published_->crpSetIs(prefix);
-  retain(*entry.set, *rpSetOf(*bsrStatus_, zone, prefix));
+  retain(entry, *rpSetOf(*bsrStatus_, zone, prefix));
   return *entry.set;
 }
 
 void PublishedRpSet::withdraw(const Pax::IpGenPrefix &prefix, Entry &entry) {
   entry.ownerIs({});
   entry.set = nullptr;
+  ++entry.removals;
   published_->crpSetDel(prefix);
 }
 
@@ -154,17 +159,23 @@ void PublishedRpSet::Source::rpCame(const Pax::IpGenAddr &address, const Pim::Rp
 }
 
 bool PublishedRpSet::Source::rpChanged(const Pax::IpGenAddr &address, const Pim::RpCandidate &rp) {
-  const auto published = twin(address, rp);
-  if (published) copyRp(rp, *published);
-  return bool(published);
+  const auto copy = published(address, rp);
+  if (copy) copyRp(rp, *copy);
+  return bool(copy);
 }
 
-void PublishedRpSet::Source::rpRefreshed(const Pax::IpGenAddr &address, const Pim::RpCandidate &rp) {
-  if (const auto published = twin(address, rp)) published->expiresIs(rp.expires());
+void PublishedRpSet::Source::rpRefreshed(const Pax::IpGenAddr &address, const Pim::RpCandidate &rp, Twin &twin) {
+  if (!publishes()) return;
+  if (!twin.rp || !entry_.isOwn || twin.removals != entry_.removals) {
+    twin.rp = published(address, rp).get();
+    twin.removals = entry_.removals;
+  }
+  twin.rp->expiresIs(rp.expires());
 }
 
 // The published RP, a copy of `rp` if it was missing; null while another zone is to publish the prefix.
-Kiv::Ptr<Pim::RpCandidate> PublishedRpSet::Source::twin(const Pax::IpGenAddr &address, const Pim::RpCandidate &rp) {
+Kiv::Ptr<Pim::RpCandidate> PublishedRpSet::Source::published(const Pax::IpGenAddr &address,
+                                                             const Pim::RpCandidate &rp) {
   if (!publishes()) return nullptr;
   RpCandidateSet &set = publishedSet();
   if (auto present = set.rp(address)) return present;
@@ -180,14 +191,14 @@ void PublishedRpSet::Source::rpWent(const Pax::IpGenAddr &address) {
     VRF_TRACE(trace, 5, "Nothing to do since the Crp Zone has already been deleted ");
   } else if (publishes()) {
     if (entry_.set) {
-      entry_.set->rpDel(address);
+      entry_.rpDel(address);
       VRF_TRACE(trace, 5,
                 "Deleted RP " << address << " from crpSet with prefix " << prefix_ << " from rpCandidateStatus");
     } else {
       VRF_TRACE(trace, 5, "Nothing to do since the CrpSet has already been deleted from rpCandidateStatus");
     }
   }
-  if (entry_.owner == zone_) entry_.set->rpDel(address);  // what a dead BSR's zone had published
+  if (entry_.owner == zone_) entry_.rpDel(address);  // what a dead BSR's zone had published
 }
 
 // Traces why not.

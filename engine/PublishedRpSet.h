@@ -41,12 +41,14 @@ class PublishedRpSet {
   struct Entry {
     void innermostIs(const Pax::IpGenPrefix &zone);
     void ownerIs(const Pax::IpGenPrefix &zone);
+    void rpDel(const Pax::IpGenAddr &address);
 
     Pax::IpGenPrefix innermost;    // the zone that is to publish; empty: none has a BSR
     Pax::IpGenPrefix owner;        // the zone that `set` comes from; empty: not known
     bool isOwn = false;            // both are one zone
     Kiv::Ptr<RpCandidateSet> set;  // null: nothing is published
     unsigned sources = 0;
+    uint32_t removals = 0;  // of RPs from `set`; what was found in it is there while this stays the same
   };
 
   const std::string &vrfName() const { return bsrStatus_->name(); }
@@ -54,6 +56,8 @@ class PublishedRpSet {
   void entryDelIfUnused(const Pax::IpGenPrefix &prefix);
   void settle(const Pax::IpGenPrefix &prefix);
   RpCandidateSet &setFor(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix, Entry &entry);
+  /// Deletes the published RPs that are not in `among`.
+  static void retain(Entry &entry, const RpCandidateSet &among);
   void withdraw(const Pax::IpGenPrefix &prefix, Entry &entry);
 
   const Kiv::Ptr<const Status> bsrStatus_;
@@ -71,6 +75,14 @@ class PublishedRpSet::Source {
   Source(const Source &) = delete;
   Source &operator=(const Source &) = delete;
 
+  /// Where the published copy of an RP was last found; kept by whoever follows the RP, so that a refresh need not
+  /// look for it.
+  class Twin {
+    friend class Source;
+    Pim::RpCandidate *rp = nullptr;
+    uint32_t removals = 0;
+  };
+
   const Pax::IpGenPrefix &zone() const { return zone_; }
   const Pax::IpGenPrefix &prefix() const { return prefix_; }
 
@@ -80,14 +92,14 @@ class PublishedRpSet::Source {
   /// Whether `rp` is published, with all its fields, now.
   bool rpChanged(const Pax::IpGenAddr &address, const Pim::RpCandidate &rp);
   /// A new `expires` alone, as every refresh brings it.
-  void rpRefreshed(const Pax::IpGenAddr &address, const Pim::RpCandidate &rp);
+  void rpRefreshed(const Pax::IpGenAddr &address, const Pim::RpCandidate &rp, Twin &twin);
   void rpWent(const Pax::IpGenAddr &address);
 
  private:
   const std::string &vrfName() const { return published_.vrfName(); }
   bool publishes() const;
   RpCandidateSet &publishedSet();
-  Kiv::Ptr<Pim::RpCandidate> twin(const Pax::IpGenAddr &address, const Pim::RpCandidate &rp);
+  Kiv::Ptr<Pim::RpCandidate> published(const Pax::IpGenAddr &address, const Pim::RpCandidate &rp);
 
   PublishedRpSet &published_;
   const Pax::IpGenPrefix zone_;

@@ -10,7 +10,7 @@ static Tracelet::Module trace("Pim::Bsr::Sm");
 // KivRp
 
 PimBsrSm::KivRp::KivRp(KivCrpSet &crpSet, const Pax::IpGenAddr &address, const Kiv::Ptr<const Pim::RpCandidate> &rp)
-    : ReactorOf(crpSet, rp), address_(address), holdTimer_(crpSet.sm().timerWheel(), *this) {
+    : ReactorOf(crpSet, rp), holdTimer_(crpSet.sm().timerWheel(), *this), address_(address) {
   handleInitialized();
   if (rp->expires() > 0) setHoldtimer();
 }
@@ -63,7 +63,7 @@ void PimBsrSm::KivRp::setHoldtimer() {
   VRF_TRACE(trace, 5,
             " Set holdtimer to expire in " << rp.expires() - owner_.sm().now() << " from now for " << address_
                                            << " in prefix " << source.prefix() << " of zone " << source.zone());
-  source.rpRefreshed(address_, rp);
+  source.rpRefreshed(address_, rp, twin_);
 }
 
 void PimBsrSm::KivRp::handleHoldtimeExpired() {

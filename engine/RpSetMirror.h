@@ -42,8 +42,10 @@ class PimBsrSm::KivRp : public Kiv::ReactorOf<Pim::RpCandidate, KivCrpSet> {
   void publish(const char *field, const Value &value);
 
   using KivHoldtimeTimer = Orb::TimerFor<&KivRp::handleHoldtimeExpired>;
-  const Pax::IpGenAddr address_;
+  // What a refresh touches comes first.
+  PublishedRpSet::Source::Twin twin_;
   KivHoldtimeTimer holdTimer_;
+  const Pax::IpGenAddr address_;
 };
 
 /// Follows a zone's set of one prefix.

@@ -121,6 +121,12 @@ class Table : public TableOrder {
   static const Key &keyOf(const Link &link) { return static_cast<const Node &>(link).key; }
   Link *&bucket(const Key &key) const { return buckets_[std::hash<Key>()(key) & (buckets_.size() - 1)]; }
 
+  // Fetches what the next look-up will read, while the caller works on this element.
+  static void prefetch(const Node &node) {
+    __builtin_prefetch(node.next);
+    if constexpr (requires { node.value.get(); }) __builtin_prefetch(node.value.get(), 1);
+  }
+
   Node *lookUp(const Key &key) const {
     // Whoever refreshes a whole collection asks for its elements in their order.
     Link *link = expected_;
@@ -132,6 +138,7 @@ class Table : public TableOrder {
       }
     }
     expected_ = link ? link->next : nullptr;
+    if (expected_) prefetch(*static_cast<Node *>(expected_));
     return static_cast<Node *>(link);
   }
 };

@@ -26,7 +26,12 @@ KernelRouteLookup::KernelRouteLookup(const Namespace &where, const Kiv::Ptr<cons
   setsockopt(socket_->descriptor(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
 }
 
-Routing::RouteAnswer KernelRouteLookup::lookup(const Pax::IpGenAddr &destination) {
+const Routing::RouteAnswer &KernelRouteLookup::lookup(const Pax::IpGenAddr &destination) {
+  answer_ = find(destination);
+  return answer_;
+}
+
+Routing::RouteAnswer KernelRouteLookup::find(const Pax::IpGenAddr &destination) {
   if (!socket_ || destination.isZero() || destination.isMulticast()) return {};
   // The matching route instead of the path that would be taken: so all equal paths are seen.
   const nlmsghdr *message = ask(destination, RTM_F_FIB_MATCH);

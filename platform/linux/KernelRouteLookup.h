@@ -23,7 +23,7 @@ class KernelRouteLookup : public Routing::RouteLookup {
   KernelRouteLookup(const Namespace &where, const Kiv::Ptr<const LinkTable> &links,
                     const Kiv::Ptr<const Ip::AllIntfStatusDir> &interfaces);
 
-  Routing::RouteAnswer lookup(const Pax::IpGenAddr &destination) override;
+  const Routing::RouteAnswer &lookup(const Pax::IpGenAddr &destination) override;
   /// Everything is unreachable from then on.
   void close() { socket_.reset(); }
 
@@ -32,6 +32,7 @@ class KernelRouteLookup : public Routing::RouteLookup {
   const nlmsghdr *ask(const Pax::IpGenAddr &destination, uint32_t flags);
   /// Waits for the answer to the last question.
   const nlmsghdr *answer();
+  Routing::RouteAnswer find(const Pax::IpGenAddr &destination);
   Routing::RouteAnswer answerFrom(const RouteMessage &route, const Pax::IpGenAddr &destination) const;
   bool isInSubnet(const Pax::IntfId &intfId, const Pax::IpGenAddr &destination) const;
 
@@ -40,6 +41,7 @@ class KernelRouteLookup : public Routing::RouteLookup {
   std::optional<NetlinkSocket> socket_;
   uint32_t sequence_ = 0;
   std::vector<uint8_t> buffer_;
+  Routing::RouteAnswer answer_;
 };
 
 }  // namespace Linux

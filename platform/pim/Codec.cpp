@@ -155,12 +155,15 @@ DecodeError readCrpAdv(Cursor &in, CrpAdvMessage &message) {
 }  // namespace
 
 Kiv::Ptr<BootstrapMessage> Codec::recycled() {
-  for (size_t tried = 0; tried < pool_.size(); ++tried) {
+  for (size_t tried = 0; tried < std::min(pool_.size(), triesMost); ++tried) {
     if (++lastTaken_ >= pool_.size()) lastTaken_ = 0;
     if (pool_[lastTaken_]->refCount() == 1) return pool_[lastTaken_];
   }
   const Kiv::Ptr<BootstrapMessage> fresh = BootstrapMessageIs();
-  if (pool_.size() < poolMost) pool_.push_back(fresh);
+  if (pool_.size() < poolMost) {
+    lastTaken_ = pool_.size();
+    pool_.push_back(fresh);
+  }
   return fresh;
 }
 

@@ -36,9 +36,10 @@ class Cursor;
 /// Decodes and encodes the messages of one address family. Owned by a packet port. It knows nothing of interfaces
 /// and neighbors, and judges no more than the form of a message.
 ///
-/// Decoded Bootstrap messages come from a small pool: one that nobody holds any longer is filled anew, with all
-/// its blocks and lists, so in steady state decoding allocates nothing. A message that somebody still holds is
-/// never changed, nor is a block or list of it.
+/// Decoded Bootstrap messages come from a pool: one that nobody holds any longer is filled anew, with all its
+/// blocks and lists, so in steady state decoding allocates nothing. A message that somebody still holds is never
+/// changed, nor is a block or list of it. Looking for one takes a fixed time: those that are kept are let go in
+/// the order in which they came, so the next in turn is likely to be free.
 class Codec {
  public:
   explicit Codec(Pax::AddressFamily family) : family_(family) {}
@@ -57,8 +58,10 @@ class Codec {
               std::vector<uint8_t> &bytes) const;
 
  private:
-  /// The size of the pool. Messages beyond it, when all of it is held, are not reused.
-  static constexpr size_t poolMost = 64;
+  /// The size of the pool: the fragments that list 50,000 RPs. Messages beyond it are not reused.
+  static constexpr size_t poolMost = 1024;
+  /// How many messages of the pool are looked at for a free one.
+  static constexpr size_t triesMost = 8;
 
   /// A message that nobody else holds: one of the pool, or a new one.
   Kiv::Ptr<BootstrapMessage> recycled();

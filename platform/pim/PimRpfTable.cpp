@@ -9,7 +9,7 @@ namespace Routing::Pim {
 static Tracelet::Module trace("Pim::Rpf");
 
 RpfInfo PimRpfTable::doLookup(const Pax::IpGenAddr &address, const Pax::IpGenAddr &) const {
-  const RouteAnswer answer = routes_->lookup(address);
+  const RouteAnswer &answer = routes_->lookup(address);
   const bool isConnected = answer.kind == RouteAnswer::Kind::connected;
   if (!isConnected && answer.kind != RouteAnswer::Kind::via) return {};
   std::optional<Path> best;

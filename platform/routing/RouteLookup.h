@@ -23,10 +23,10 @@ struct RouteAnswer {
 };
 
 /// One per VRF. It asks the kernel or the simulated network each time, and keeps no mirror of the table; nobody is
-/// told when a route changes.
+/// told when a route changes. An answer is valid until the next question.
 class RouteLookup : public Kiv::Counted {
  public:
-  virtual RouteAnswer lookup(const Pax::IpGenAddr &destination) = 0;
+  virtual const RouteAnswer &lookup(const Pax::IpGenAddr &destination) = 0;
 };
 
 }  // namespace Routing

@@ -107,7 +107,7 @@ bool Router::transmit(const Packet &packet) {
 }
 
 bool Router::forward(const Packet &packet, uint32_t hops) {
-  const Routing::RouteAnswer answer = routes_->lookup(packet.destination);
+  const Routing::RouteAnswer &answer = routes_->lookup(packet.destination);
   // A packet to ourselves would arrive on the loopback interface, where PIM is off.
   if (answer.kind == Routing::RouteAnswer::Kind::local) return true;
   if (answer.via.empty()) return false;

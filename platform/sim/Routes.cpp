@@ -7,7 +7,7 @@ namespace Sim {
 
 using Routing::RouteAnswer;
 
-RouteAnswer Routes::lookup(const Pax::IpGenAddr &destination) {
+const RouteAnswer &Routes::lookup(const Pax::IpGenAddr &destination) {
   if (version_ != network_.topologyVersion()) known_.clear();
   version_ = network_.topologyVersion();
   const auto [known, isNew] = known_.try_emplace(destination);

@@ -15,7 +15,7 @@ class Router;
 class Routes : public Routing::RouteLookup {
  public:
   Routes(Network &network, Router &router) : network_(network), router_(router) {}
-  Routing::RouteAnswer lookup(const Pax::IpGenAddr &destination) override;
+  const Routing::RouteAnswer &lookup(const Pax::IpGenAddr &destination) override;
 
  private:
   Routing::RouteAnswer workOut(const Pax::IpGenAddr &destination) const;

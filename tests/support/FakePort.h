@@ -14,9 +14,10 @@ namespace Pim = Routing::Pim;
 class FakeRoutes : public Routing::RouteLookup {
  public:
   std::map<Pax::IpGenAddr, Routing::RouteAnswer> answer;
-  Routing::RouteAnswer lookup(const Pax::IpGenAddr &destination) override {
+  const Routing::RouteAnswer &lookup(const Pax::IpGenAddr &destination) override {
+    static const Routing::RouteAnswer none;
     const auto found = answer.find(destination);
-    return found == answer.end() ? Routing::RouteAnswer{} : found->second;
+    return found == answer.end() ? none : found->second;
   }
 };
 
