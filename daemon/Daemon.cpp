@@ -13,6 +13,8 @@
 #include "daemon/file/ConfigApply.h"
 #include "daemon/file/SystemWarnings.h"
 #include "daemon/state/StateFile.h"
+#include "platform/linux/RegularFile.h"
+#include "platform/tracelet/Require.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -39,6 +41,8 @@ struct Daemon::Process {
   const Pax::AddressFamily family;
   const Options options;
   Tracelet::RingSink log{logLines};
+  const Linux::PathLock stateLock{options.state};
+  const Linux::PathLock socketLock{options.socket};
   Linux::EventLoop loop{};
   Linux::NamespaceWatcher watcher{loop};
   Orb::Random random{std::random_device()()};
@@ -60,6 +64,9 @@ struct Daemon::Process {
 Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configuration &configuration)
     : process_(new Process{*this, family, options}) {
   Tracelet::Registry::instance().sinkAdd(process_->log);
+  for (const Linux::PathLock *lock : {&process_->stateLock, &process_->socketLock}) {
+    if (!lock->error().empty()) TRACELET(trace, 1, "Another agent would not be noticed: " << lock->error());
+  }
   process_->control.emplace(process_->loop.context(), options.socket, [this](std::string_view line) {
     process_->loop.workBegins();
     return reply(line);
@@ -71,6 +78,7 @@ Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configur
   }
   process_->stateFile.load();
   process_->agent->doInit();
+  Tracelet::beforeAbortIs([this] { process_->stateFile.save(); });
   awaitSignal();
   TRACELET(trace, 3, "Started with " << process_->hosts.size() << " VRFs");
 }
@@ -79,6 +87,7 @@ Daemon::~Daemon() {
   TRACELET(trace, 3, "Stopping");
   process_->control.reset();
   process_->stateFile.save();
+  Tracelet::beforeAbortIs(nullptr);
   process_->agent.reset();
   process_->hosts.clear();
 }

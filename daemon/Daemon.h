@@ -20,7 +20,7 @@ struct Configuration;
 /// that fails changes nothing.
 class Daemon {
  public:
-  /// Takes the socket before it touches any VRF, so that a second agent does no harm. Throws
+  /// Locks the state file and takes the socket before it touches any VRF, so that a second agent does no harm. Throws
   /// std::runtime_error when there is one, or when the system does not let an agent run.
   Daemon(Pax::AddressFamily family, const Options &options, const Configuration &configuration);
   ~Daemon();

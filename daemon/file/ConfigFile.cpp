@@ -1,18 +1,18 @@
 #include "daemon/file/ConfigFile.h"
 
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-#include <sstream>
+#include <stdexcept>
 
 #include "daemon/file/Errors.h"
 #include "daemon/file/FileOffers.h"
 #include "daemon/file/MemberReader.h"
 #include "daemon/file/Warnings.h"
+#include "platform/linux/RegularFile.h"
 
 namespace Routing::Pim::Bsr {
 
 namespace {
+
+constexpr size_t longestFile = 16 << 20;
 
 // The defaults that depend on other members.
 void compute(Configuration &configuration) {
@@ -44,16 +44,15 @@ LoadedConfiguration configurationFromText(std::string_view text, Pax::AddressFam
 }
 
 LoadedConfiguration configurationFromFile(const std::string &file, Pax::AddressFamily family) {
-  LoadedConfiguration loaded;
-  errno = 0;
-  std::ifstream in(file, std::ios::binary);
-  std::ostringstream text;
-  if (in.peek() != std::ifstream::traits_type::eof()) text << in.rdbuf();
-  if (!in.is_open() || in.bad()) {
-    loaded.findings.error("", std::string("cannot be read: ") + std::strerror(errno ? errno : EIO));
-    return loaded;
+  std::string text;
+  try {
+    text = Linux::readRegularFile(file, longestFile);
+  } catch (const std::runtime_error &error) {
+    LoadedConfiguration unread;
+    unread.findings.error("", std::string("cannot be read: ") + error.what());
+    return unread;
   }
-  return configurationFromText(text.str(), family);
+  return configurationFromText(text, family);
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -18,7 +18,8 @@ struct LoadedConfiguration {
 };
 
 LoadedConfiguration configurationFromText(std::string_view text, Pax::AddressFamily family);
-/// Never throws: a file that cannot be read is an error with an empty place.
+/// Of a regular file of up to 16 MiB that is no link. Never throws: a file that cannot be read is an error with an
+/// empty place.
 LoadedConfiguration configurationFromFile(const std::string &file, Pax::AddressFamily family);
 
 }  // namespace Routing::Pim::Bsr

@@ -8,6 +8,14 @@ using nlohmann::json;
 
 namespace {
 
+// LINE:COLUMN of what follows the first `length` bytes.
+std::string placeOf(std::string_view text, size_t length) {
+  const std::string_view read = text.substr(0, length);
+  const auto line = std::count(read.begin(), read.end(), '\n') + 1;
+  const size_t lineStart = read.rfind('\n') + 1;  // npos + 1 is 0
+  return std::to_string(line) + ":" + std::to_string(read.size() - lineStart + 1);
+}
+
 // Builds the value from the parser's events, and knows where it is.
 class Builder : public nlohmann::json_sax<json> {
  public:
@@ -35,10 +43,7 @@ class Builder : public nlohmann::json_sax<json> {
   }
 
   bool parse_error(size_t position, const std::string &, const nlohmann::detail::exception &error) override {
-    const std::string_view read = text_.substr(0, std::min(position > 0 ? position - 1 : 0, text_.size()));
-    const auto line = std::count(read.begin(), read.end(), '\n') + 1;
-    const size_t lineStart = read.rfind('\n') + 1;  // npos + 1 is 0
-    findings_.error(std::to_string(line) + ":" + std::to_string(read.size() - lineStart + 1), reason(error.what()));
+    findings_.error(placeOf(text_, position > 0 ? position - 1 : 0), reason(error.what()));
     root_ = nullptr;
     return false;
   }
@@ -108,6 +113,11 @@ class Builder : public nlohmann::json_sax<json> {
 }  // namespace
 
 json parseJson(std::string_view text, Findings &findings) {
+  // The parser would take it for the end.
+  if (const size_t end = text.find('\0'); end != text.npos) {
+    findings.error(placeOf(text, end), "a NUL byte");
+    return nullptr;
+  }
   Builder builder(text, findings);
   json::sax_parse(text.begin(), text.end(), &builder, json::input_format_t::json, true, true);
   return builder.take();

@@ -1,7 +1,5 @@
 #include "daemon/state/StateFile.h"
 
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -10,6 +8,7 @@
 
 #include "daemon/state/SavedStatus.h"
 #include "platform/kiv/ReactorOf.h"
+#include "platform/linux/RegularFile.h"
 #include "platform/system/AgentName.h"
 #include "platform/tracelet/Tracelet.h"
 
@@ -23,12 +22,8 @@ namespace fs = std::filesystem;
 
 constexpr double saveInterval = 5;
 
-// A device is neither read nor replaced.
-bool isOther(const std::string &path) {
-  std::error_code error;
-  const fs::file_status status = fs::status(path, error);
-  return fs::exists(status) && !fs::is_regular_file(status);
-}
+constexpr size_t longestFile = 64 << 20;
+constexpr uint64_t format = 1;  // of the file; counts on when what it has means something else
 
 }  // namespace
 
@@ -90,14 +85,16 @@ void StateFile::handleChange() {
 }
 
 void StateFile::load() {
-  std::ifstream file;
-  if (!isOther(identity_.path)) file.open(identity_.path);
-  if (!file.is_open()) {
+  std::error_code error;
+  if (!fs::exists(fs::symlink_status(identity_.path, error))) {
     TRACELET(trace, 3, "There is no saved state in " << identity_.path);
     return;
   }
   try {
-    const auto json = nlohmann::json::parse(file);
+    const std::string text = Linux::readRegularFile(identity_.path, longestFile);
+    if (text.find('\0') != text.npos) throw Kiv::RangeError("it has a NUL byte");  // the end, to the parser
+    const auto json = nlohmann::json::parse(text);
+    if (json.at("format") != format) throw Kiv::RangeError("it is of another format");
     if (json.at("agent") != agentName(identity_.af)) throw Kiv::RangeError("another agent wrote it");
     if (identity_.boot.empty() || json.at("boot") != identity_.boot) throw Kiv::RangeError("it is from another boot");
     // Into a copy first: a file is taken whole or not at all.
@@ -125,7 +122,7 @@ std::string StateFile::text() const {
     vrfs[vrf.text()] = savedJson(*status, published ? **published : none);
   }
   const nlohmann::json json{
-      {"agent", agentName(identity_.af)}, {"boot", identity_.boot}, {"vrfStatus", std::move(vrfs)}};
+      {"format", format}, {"agent", agentName(identity_.af)}, {"boot", identity_.boot}, {"vrfStatus", std::move(vrfs)}};
   return json.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
@@ -145,20 +142,13 @@ void StateFile::save() {
 
 // What went wrong; empty when nothing did.
 std::string StateFile::write(const std::string &text) const {
-  if (isOther(identity_.path)) return "it is not a regular file";
-  const std::string fresh = identity_.path + ".new";
+  if (text.size() > longestFile) return "it would be longer than " + std::to_string(longestFile >> 20) + " MiB";
   try {
-    const fs::path directory = fs::path(identity_.path).parent_path();
-    if (!directory.empty()) fs::create_directories(directory);
-    std::ofstream file(fresh, std::ios::trunc);
-    file.write(text.data(), static_cast<std::streamsize>(text.size()));
-    file.close();
-    if (!file) return std::strerror(errno);
-    fs::rename(fresh, identity_.path);
-  } catch (const fs::filesystem_error &error) {
-    return error.code().message();
+    Linux::replaceRegularFile(identity_.path, text);
+    return {};
+  } catch (const std::runtime_error &error) {
+    return error.what();
   }
-  return {};
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -36,9 +36,11 @@ IpGenPrefix IpGenPrefix::fromText(std::string_view text) {
   if (slash == std::string_view::npos) throw bad();
   const IpGenAddr address = IpGenAddr::fromText(text.substr(0, slash));
   uint8_t length = 0;
-  const char *end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data() + slash + 1, end, length);
+  const std::string_view digits = text.substr(slash + 1);
+  const char *end = digits.data() + digits.size();
+  const auto [stop, error] = std::from_chars(digits.data(), end, length);
   if (error != std::errc() || stop != end || length > addressBits(address.af())) throw bad();
+  if (digits.size() > 1 && digits.front() == '0') throw bad();
   return {address, length};
 }
 

@@ -2,11 +2,32 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <string>
+#include <utility>
 
 #include "platform/tracelet/Tracelet.h"
 
 namespace Tracelet {
+
+namespace {
+
+std::function<void()> beforeAbort;
+
+// Once: it may fail itself.
+void actBeforeAbort() noexcept {
+  const auto act = std::exchange(beforeAbort, nullptr);
+  if (!act) return;
+  try {
+    act();
+  } catch (const std::exception &error) {
+    std::fprintf(stderr, "%s\n", error.what());
+  }
+}
+
+}  // namespace
+
+void beforeAbortIs(std::function<void()> act) { beforeAbort = std::move(act); }
 
 void assertionFailed(const char *expression, const char *file, int line) {
   const std::string text = "Assertion failed: " + std::string(expression);
@@ -15,6 +36,7 @@ void assertionFailed(const char *expression, const char *file, int line) {
   if (!registry.disabled()) registry.write("Require", 0, text + place);
   std::fprintf(stderr, "%s%s\n", text.c_str(), place.c_str());
   std::fflush(stderr);
+  actBeforeAbort();
   std::abort();
 }
 

@@ -2,10 +2,17 @@
 /// only. What a peer sends or an operator configures must never get here.
 #pragma once
 
+#include <functional>
+
 namespace Tracelet {
 
-/// Writes "Assertion failed: <expression>" and its place to the trace and to standard error, then aborts.
+/// Writes "Assertion failed: <expression>" and its place to the trace and to standard error, does what
+/// beforeAbortIs() was given, then aborts. An assertion that fails in there aborts at once.
 [[noreturn]] void assertionFailed(const char *expression, const char *file, int line);
+
+/// What is left to do when an assertion has failed, such as saving what must outlive the process. It runs in the middle
+/// of whatever failed, so it may only read. Empty for nothing.
+void beforeAbortIs(std::function<void()> act);
 
 }  // namespace Tracelet
 

@@ -1,6 +1,7 @@
 #include "daemon/file/ConfigFile.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
@@ -8,6 +9,7 @@
 
 #include "daemon/file/Effective.h"
 #include "daemon/file/Schema.h"
+#include "tests/daemon/TemporaryDirectory.h"
 
 namespace Routing::Pim::Bsr {
 namespace {
@@ -40,6 +42,7 @@ TEST(ConfigFile, WhatIsNoJsonIsNamedWithItsPlace) {
       {"", "1:1: syntax error while parsing value - unexpected end of input; expected '[', '{', or a literal"},
       {"{ \"pim\": {},\n  }", "2:3: syntax error while parsing object key - unexpected '}'; expected string literal"},
       {R"({"pim": {"default": {"drPriority": 1e999}}})", "1:40: number overflow parsing '1e999'"},
+      {std::string("{}\n \0 []", 8), "2:2: a NUL byte"},
       {std::string(100, '['), deep + ": is nested too deeply"},
   };
   for (const auto &[text, error] : table) {
@@ -218,7 +221,20 @@ TEST(ConfigFile, AFileThatCannotBeReadIsAnError) {
   EXPECT_EQ(texts(configurationFromFile("/nonexistent/x.json", ipv4).findings.errors),
             std::vector<std::string>{"F: cannot be read: No such file or directory"});
   EXPECT_EQ(texts(configurationFromFile("/", ipv4).findings.errors),
-            std::vector<std::string>{"F: cannot be read: Is a directory"});
+            std::vector<std::string>{"F: cannot be read: it is not a regular file"});
+  const ::Test::TemporaryDirectory directory;
+  const std::string at = directory.path() + "/";
+  std::ofstream(at + "long") << std::string((16 << 20) - 3, ' ') << "{} ";
+  EXPECT_TRUE(configurationFromFile(at + "long", ipv4).good());
+  std::ofstream(at + "long", std::ios::app) << " ";
+  std::filesystem::create_symlink("long", at + "link");
+  ::mkfifo((at + "queue").c_str(), 0600);
+  const std::pair<std::string, std::string> table[] = {
+      {"long", "it is longer than 16 MiB"}, {"link", "it is a symbolic link"}, {"queue", "it is not a regular file"}};
+  for (const auto &[name, reason] : table) {
+    EXPECT_EQ(texts(configurationFromFile(at + name, ipv4).findings.errors),
+              std::vector<std::string>{"F: cannot be read: " + reason});
+  }
 }
 
 void expectSameWhenShownAndLoaded(const Configuration &configuration) {

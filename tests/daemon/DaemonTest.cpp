@@ -95,6 +95,25 @@ TEST_F(DaemonTest, AReloadAppliesTheDifferenceAndABadFileChangesNothing) {
   daemon->run();
 }
 
+TEST_F(DaemonTest, ASecondAgentOfOneStateFileOrSocketIsRefused) {
+  write("{}");
+  start();
+  const auto refusal = [](const Options &second) -> std::string {
+    try {
+      Daemon(Pax::AddressFamily::ipv4, second, {});
+      return "none";
+    } catch (const std::runtime_error &error) {
+      return error.what();
+    }
+  };
+  Options state = options, socket = options;
+  state.socket += "2", socket.state += "2";
+  EXPECT_EQ(refusal(state), options.state + " is in use by another agent");
+  EXPECT_EQ(refusal(socket), options.socket + " is in use by another agent");
+  daemon.reset();
+  EXPECT_EQ(refusal(options), "none") << "the lock files are still there";
+}
+
 TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
   write(R"({"pim": {"no-such-ns-a": {}, "no-such-ns-b": {}}})");
   start();

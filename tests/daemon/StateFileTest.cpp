@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "daemon/state/SavedStatus.h"
+#include "platform/tracelet/Require.h"
 #include "tests/daemon/TemporaryDirectory.h"
 #include "tests/support/TestVrf.h"
 
@@ -90,6 +91,9 @@ TEST_P(StateFileTest, AFileThatDoesNotFitIsIgnoredAsAWhole) {
   const Case cases[] = {
       {"this boot", "another boot"},
       {"\"PimBsr", "\"BimPsr"},
+      {"\"format\": 1", "\"format\": 2"},
+      {"\"format\"", "\"formats\""},
+      {"\n", std::string("\0", 1)},
       {good, "\xff[[[{"},
       {good, good.substr(0, good.size() / 2)},
       {"\"" + bsr + "\"", vrf.a.ipv4() ? "\"fd00::5\"" : "\"10.0.0.5\""},
@@ -149,8 +153,44 @@ TEST_P(StateFileTest, AFileThatCannotBeWrittenIsTracedOnceUntilItCan) {
   EXPECT_TRUE(loaded().statusColl->vrfStatus().empty());
   EXPECT_TRUE(std::filesystem::is_fifo(path)) << "nothing but a file is replaced";
   std::filesystem::remove(path);
+  std::filesystem::create_symlink("elsewhere", path);
   file.save();
-  EXPECT_FALSE(text().empty());
+  EXPECT_TRUE(loaded().statusColl->vrfStatus().empty());
+  EXPECT_TRUE(std::filesystem::is_symlink(path)) << "nor is a link, or what it leads to";
+  std::filesystem::remove(path);
+  const std::string fresh = path + ".new";
+  std::filesystem::create_directory(fresh);
+  file.save();
+  std::filesystem::remove(fresh);
+  EXPECT_TRUE(std::filesystem::is_empty(directory.path() + "/run"));
+  std::ofstream(fresh) << "what a killed agent has left";
+  std::filesystem::permissions(fresh, std::filesystem::perms::all);
+  file.save();
+  EXPECT_FALSE(loaded().statusColl->vrfStatus().empty());
+  EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0640));
+  EXPECT_FALSE(std::filesystem::exists(fresh));
+}
+
+// The last save of a process whose assertion fails, even if another one fails in there.
+TEST_P(StateFileTest, AFailedAssertionSavesOnTheWayOut) {
+  learn();
+  const auto before = savedJson(*vrf.status, *vrf.published);
+  std::filesystem::remove(path);
+  const auto end = [this](bool never) {
+    hear();
+    Tracelet::beforeAbortIs([&] {
+      file.save();
+      REQUIRE(never);
+    });
+    REQUIRE_AS(never, "first");
+  };
+  EXPECT_DEATH(end(false), "Assertion failed: first(.|\n)*Assertion failed: never");
+  const auto again = loaded();
+  ASSERT_TRUE(again.statusColl->vrfStatus("default"));
+  EXPECT_EQ(savedJson(*again.statusColl->vrfStatus("default"), **again.rpCandidateStatusColl->vrfStatus("default"))
+                .at("crpStatus")
+                .size(),
+            before.at("crpStatus").size());
 }
 
 FOR_BOTH_FAMILIES(StateFileTest);
