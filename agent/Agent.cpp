@@ -11,8 +11,6 @@ namespace {
 Tracelet::Module trace("Pim::Bsr::Agent");
 
 constexpr uint32_t maxRoutes = 12000;
-constexpr const char *bootStage = "NetworkAgent";
-constexpr const char *shutdownStage = "NetworkAgentShutdown";
 
 }  // namespace
 

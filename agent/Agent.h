@@ -21,6 +21,10 @@ class RootSm;
 /// the paths that they mount. Its end, like a change to standby, keeps all status and sends nothing.
 class Agent {
  public:
+  /// The stages that an agent runs. One of another name is ignored.
+  static constexpr std::string_view bootStage = "NetworkAgent";
+  static constexpr std::string_view shutdownStage = "NetworkAgentShutdown";
+
   /// The loop that drives an agent: its clock, and what its timers wake. Outlives the agent.
   struct Process {
     Statehub::Store &store;

@@ -30,6 +30,7 @@ Rows ask(const std::string &socket, const std::string &program, const Request &r
   }
   if (!agent) throw std::runtime_error(whyUnreachable(socket, program, agent.error()));
   agent << toLine(request) << '\n' << std::flush;
+  agent.clear();  // an agent that has too many clients says so without listening
   std::string line;
   if (!std::getline(agent, line) || agent.eof()) {
     throw std::runtime_error(program + " did not reply on " + socket +

@@ -111,6 +111,11 @@ Rows stage(const Process &process, const Control::Request &request) {
   const std::string name = blank == std::string::npos ? "" : request.argument.substr(blank + 1);
   const bool boot = kind == "boot";
   if (name.empty() || (!boot && kind != "shutdown")) throw needs(request.verb);
+  // What is asked for is kept; only what can be run is.
+  const std::string known(boot ? Agent::bootStage : Agent::shutdownStage);
+  if (name != known) {
+    throw std::invalid_argument("there is no " + kind + " stage '" + name + "'; the stages are: " + known);
+  }
   const SystemState &system = process.system;
   (boot ? system.bootStageInput : system.shutdownStageInput)->stageIs(name);
   const auto &status = boot ? system.bootStageStatus : system.shutdownStageStatus;

@@ -119,6 +119,8 @@ class ControlServer::Listener : public std::enable_shared_from_this<Listener> {
 
  private:
   void serve(Socket socket);
+  /// Tells the client that there are too many; the owner of the socket closes it.
+  static void refuse(Socket &socket);
 
   const std::string path_;
   const std::shared_ptr<const Handler> handler_;
@@ -184,9 +186,18 @@ void ControlServer::Listener::accept() {
   });
 }
 
+// The line finds room in a socket that is new, or is lost; nobody waits for the client to read it.
+void ControlServer::Listener::refuse(Socket &socket) {
+  const std::string line =
+      Control::errorLine("too many clients: " + std::to_string(mostClients) + " are served") + '\n';
+  error_code ignored;
+  socket.non_blocking(true, ignored);
+  socket.send(asio::buffer(line), 0, ignored);
+}
+
 void ControlServer::Listener::serve(Socket socket) {
   std::erase_if(sessions_, [](const auto &session) { return session.expired(); });
-  if (sessions_.size() >= mostClients) return;  // closes it
+  if (sessions_.size() >= mostClients) return refuse(socket);
   const auto session = std::make_shared<Session>(std::move(socket), handler_);
   sessions_.push_back(session);
   session->read();

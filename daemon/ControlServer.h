@@ -11,7 +11,7 @@ namespace Routing::Pim::Bsr {
 
 /// Listens on a Unix stream socket that owner and group may use. Clients are served on the loop and cannot hold it
 /// up: one that is slow, silent or half-closed has a deadline, one whose line is too long is told so and dropped, and
-/// at most mostClients are served at a time. The daemon owns it; it knows nothing of what is asked.
+/// so is one that comes while mostClients are served. The daemon owns it; it knows nothing of what is asked.
 class ControlServer {
  public:
   /// Gives the reply line to a request line, both without newline. Must not throw.

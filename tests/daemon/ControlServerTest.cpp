@@ -100,6 +100,26 @@ TEST_F(ControlServerTest, ClientsThatMisbehaveHarmOnlyThemselves) {
   EXPECT_EQ(huge.hear(2), "{\"error\":\"the request is too long\"}\n<closed>");
 }
 
+TEST_F(ControlServerTest, AClientTooManyIsToldSoAndTheNextOneIsServedWhenOneHasLeft) {
+  const auto server = serve();
+  std::vector<std::unique_ptr<RawClient>> clients;
+  for (size_t i = 0; i < ControlServer::mostClients; ++i) {
+    clients.push_back(std::make_unique<RawClient>(context, path));
+    clients.back()->send("x\n");
+    EXPECT_EQ(clients.back()->hear(1), "<x>\n");
+  }
+  const std::string refusal = "{\"error\":\"too many clients: 64 are served\"}\n<closed>";
+  for (int i = 0; i < 3; ++i) {
+    RawClient(context, path);  // gone, or deaf
+    EXPECT_EQ(RawClient(context, path).hear(2), refusal);
+  }
+  clients.front()->endSending();
+  EXPECT_EQ(clients.front()->hear(1), "<closed>");
+  RawClient next(context, path);
+  next.send("y\n");
+  EXPECT_EQ(next.hear(1), "<y>\n");
+}
+
 TEST_F(ControlServerTest, TheSocketIsForOwnerAndGroupAndReplacesAStaleOneOnly) {
   auto first = serve();
   struct stat made {};
