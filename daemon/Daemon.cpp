@@ -14,6 +14,7 @@
 #include "daemon/file/SystemWarnings.h"
 #include "daemon/state/StateFile.h"
 #include "platform/linux/RegularFile.h"
+#include "platform/linux/Worker.h"
 #include "platform/tracelet/Require.h"
 
 namespace Routing::Pim::Bsr {
@@ -55,8 +56,12 @@ struct Daemon::Process {
   Loading loading{options.config, {}, {}};
   VrfHosts hosts{};
   std::unique_ptr<Agent> agent = makeAgent(family, {store, loop, loop, random});
-  StateFile stateFile{
-      {options.state, family, StateFile::thisBoot()}, {system.statusColl, system.rpCandidateStatusColl}, loop, wheel};
+  Linux::Worker stateWriter{loop};
+  StateFile stateFile{{options.state, family, StateFile::thisBoot()},
+                      {system.statusColl, system.rpCandidateStatusColl},
+                      loop,
+                      wheel,
+                      stateWriter};
   Answers answers{
       {loop, store, system, hosts, *agent, loading, configuration, log, [this] { return daemon.reload(); }}};
 };

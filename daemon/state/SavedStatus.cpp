@@ -1,5 +1,8 @@
 #include "daemon/state/SavedStatus.h"
 
+#include <algorithm>
+#include <limits>
+
 #include "view/EntityJson.h"
 
 namespace Routing::Pim::Bsr {
@@ -97,35 +100,72 @@ json candidateJson(const BsrCandidate &candidate) {
   return saved;
 }
 
-json setsJson(const RpCandidateStatus &learned) {
-  json sets = json::object();
-  for (const auto &[prefix, set] : learned.crpSet()) {
-    json saved = toJson(*set);
-    sets[Kiv::toText(prefix)] = std::move(saved.at("rp"));
-  }
-  return sets;
-}
+json setJson(const RpCandidateSet &set) { return std::move(toJson(set).at("rp")); }
 
 }  // namespace
+
+SavedVrf::SavedVrf(const Kiv::Ptr<const Status> &status, const Kiv::Ptr<const RpCandidateStatus> &published)
+    : status_(status), published_(published) {
+  for (const char *part : {"cbsr", "bootstrapRouter", "crpStatus", "published"}) json_[part] = json::object();
+  for (const auto &[zone, candidate] : status->cbsr()) {
+    if (candidate->elected()) parts_.push_back({Part::candidate, {}, zone});
+  }
+  for (const auto &[zone, elected] : status->bootstrapRouter()) parts_.push_back({Part::bsr, {}, zone});
+  for (const auto &[zone, learned] : status->crpStatus()) {
+    if (!learned->status()) continue;
+    json_["crpStatus"][Kiv::toText(zone)] = json::object();
+    for (const auto &[range, set] : learned->status()->crpSet()) parts_.push_back({Part::learned, range, zone});
+  }
+  if (published) {
+    for (const auto &[range, set] : published->crpSet()) parts_.push_back({Part::published, range, {}});
+  }
+  // The parts of one range are beside one another, the elections before all ranges.
+  std::sort(parts_.begin(), parts_.end(), [](const Part &one, const Part &other) { return one.range < other.range; });
+}
+
+bool SavedVrf::take(size_t most) {
+  size_t taken = 0;
+  while (next_ < parts_.size()) {
+    const Part &part = parts_[next_];
+    if (taken >= most && (part.range.isEmpty() || part.range != parts_[next_ - 1].range)) return false;
+    ++next_;
+    taken += take(part);
+  }
+  return true;
+}
+
+size_t SavedVrf::take(const Part &part) {
+  const std::string zone = Kiv::toText(part.zone), range = Kiv::toText(part.range);
+  Kiv::Ptr<const RpCandidateSet> set;
+  switch (part.kind) {
+    case Part::candidate:
+      if (const auto candidate = status_->cbsr(part.zone); candidate && candidate->elected()) {
+        json_["cbsr"][zone] = candidateJson(*candidate);
+      }
+      return 1;
+    case Part::bsr:
+      if (const auto bsr = status_->bootstrapRouter(part.zone)) json_["bootstrapRouter"][zone] = toJson(*bsr);
+      return 1;
+    case Part::learned:
+      set = rpSetOf(*status_, part.zone, part.range);
+      if (set) json_["crpStatus"][zone][range] = setJson(*set);
+      break;
+    case Part::published:
+      set = published_->crpSet(part.range);
+      if (set) json_["published"][range] = setJson(*set);
+      break;
+  }
+  return set ? set->rp().size() : 1;
+}
+
+json SavedVrf::savedJson() {
+  take(std::numeric_limits<size_t>::max());
+  return std::move(json_);
+}
 
 const json::object_t &membersOf(const json &json) {
   if (!json.is_object()) throw Kiv::RangeError("an object is missing");
   return json.get_ref<const json::object_t &>();
-}
-
-json savedJson(const Status &status, const RpCandidateStatus &published) {
-  json cbsr = json::object(), bsr = json::object(), crp = json::object();
-  for (const auto &[zone, candidate] : status.cbsr()) {
-    if (candidate->elected()) cbsr[Kiv::toText(zone)] = candidateJson(*candidate);
-  }
-  for (const auto &[zone, elected] : status.bootstrapRouter()) bsr[Kiv::toText(zone)] = toJson(*elected);
-  for (const auto &[zone, learned] : status.crpStatus()) {
-    if (learned->status()) crp[Kiv::toText(zone)] = setsJson(*learned->status());
-  }
-  return {{"cbsr", std::move(cbsr)},
-          {"bootstrapRouter", std::move(bsr)},
-          {"crpStatus", std::move(crp)},
-          {"published", setsJson(published)}};
 }
 
 void readStatus(const json &json, const SavedRange &range, Status &status, RpCandidateStatus &published) {

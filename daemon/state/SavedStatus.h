@@ -3,12 +3,40 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
+#include <vector>
 
 #include "model/Status.h"
 
 namespace Routing::Pim::Bsr {
 
-nlohmann::json savedJson(const Status &status, const RpCandidateStatus &published);
+/// Takes it a slice at a time, while the agent runs. Each range of groups is as of one instant, with what is learned
+/// for it and what is published; so is each election. That is enough for a load: no range depends on another one, and
+/// each RP is good until its own time ends.
+class SavedVrf {
+ public:
+  /// `published` may be null.
+  SavedVrf(const Kiv::Ptr<const Status> &status, const Kiv::Ptr<const RpCandidateStatus> &published);
+
+  /// Takes about so many RPs and elections, but at least one range. True when nothing is left.
+  bool take(size_t most);
+  /// Takes the rest and gives all away.
+  nlohmann::json savedJson();
+
+ private:
+  struct Part {
+    enum Kind { candidate, bsr, learned, published };
+    Kind kind;
+    Pax::IpGenPrefix range;  // empty for the elections
+    Pax::IpGenPrefix zone;   // empty for what is published
+  };
+  size_t take(const Part &part);
+
+  const Kiv::Ptr<const Status> status_;
+  const Kiv::Ptr<const RpCandidateStatus> published_;
+  std::vector<Part> parts_;
+  size_t next_ = 0;
+  nlohmann::json json_;
+};
 
 /// What values are checked against; `now` is a time of the boot clock, in seconds.
 struct SavedRange {

@@ -2,9 +2,12 @@
 
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <map>
-#include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
+#include <stdexcept>
+#include <vector>
 
 #include "daemon/state/SavedStatus.h"
 #include "platform/kiv/ReactorOf.h"
@@ -21,11 +24,76 @@ Tracelet::Module trace("Pim::Bsr::StateFile");
 namespace fs = std::filesystem;
 
 constexpr double saveInterval = 5;
+constexpr size_t slice = 1000;  // RPs, a few milliseconds
 
 constexpr size_t longestFile = 64 << 20;
 constexpr uint64_t format = 1;  // of the file; counts on when what it has means something else
 
 }  // namespace
+
+// The status of all VRFs, taken a slice at a time.
+class StateFile::Copy {
+ public:
+  explicit Copy(const Contents &contents) : contents_(contents), vrfs_(contents.statusColl->vrfStatus().keys()) {}
+
+  // True when nothing is left.
+  bool take(size_t most) {
+    if (!vrf_ && !next()) return true;
+    if (!vrf_->take(most)) return false;
+    json_[vrfs_.back().text()] = vrf_->savedJson();
+    vrf_.reset();
+    vrfs_.pop_back();
+    return vrfs_.empty();
+  }
+  // Takes the rest and gives all away.
+  nlohmann::json json() {
+    while (!take(std::numeric_limits<size_t>::max())) {
+    }
+    return std::move(json_);
+  }
+
+ private:
+  // Opens the next VRF that is still there; false when there is none.
+  bool next() {
+    for (; !vrfs_.empty(); vrfs_.pop_back()) {
+      const auto status = contents_.statusColl->vrfStatus(vrfs_.back());
+      if (!status) continue;
+      const auto *published = contents_.rpCandidateStatusColl->vrfStatus(vrfs_.back());
+      vrf_.emplace(status, published ? *published : nullptr);
+      return true;
+    }
+    return false;
+  }
+
+  const Contents &contents_;
+  std::vector<L3::VrfName> vrfs_;  // to be taken, from the last one on
+  std::optional<SavedVrf> vrf_;
+  nlohmann::json json_ = nlohmann::json::object();
+};
+
+// What the background works on.
+struct StateFile::Writing {
+  const std::string path;
+  nlohmann::json json;
+  size_t digest;  // of the text in the file
+  std::string error;
+
+  void write() {
+    try {
+      const std::string text = json.dump(0, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+      json = nullptr;
+      if (text.size() > longestFile) {
+        throw std::runtime_error("it would be longer than " + std::to_string(longestFile >> 20) + " MiB");
+      }
+      const size_t fresh = std::hash<std::string>()(text);
+      if (fresh == digest) return;
+      Linux::replaceRegularFile(path, text);
+      digest = fresh;
+    } catch (const std::exception &failure) {
+      error = failure.what();
+    }
+  }
+};
 
 // Hears of changes, also of VRFs that come later.
 class StateFile::KivStatusColl : public Kiv::ReactorOf<StatusColl, StateFile> {
@@ -61,11 +129,13 @@ class StateFile::KivStatusColl : public Kiv::ReactorOf<StatusColl, StateFile> {
 };
 
 StateFile::StateFile(Identity identity, const Contents &contents, const Orb::Clock &clock,
-                     const Kiv::Ptr<Orb::TimerWheel> &wheel)
+                     const Kiv::Ptr<Orb::TimerWheel> &wheel, Orb::Background &background)
     : identity_(std::move(identity)),
       contents_(contents),
       clock_(clock),
-      timer_(wheel, *this),
+      background_(background),
+      saveTimer_(wheel, *this),
+      sliceTimer_(wheel, *this),
       kivStatusColl_(std::make_unique<KivStatusColl>(*this, contents.statusColl)) {
   contents.statusColl->replay(*kivStatusColl_);
 }
@@ -81,7 +151,9 @@ std::string StateFile::thisBoot() {
 }
 
 void StateFile::handleChange() {
-  if (!timer_.armed()) timer_.timeMinIs(std::max(clock_.now(), savedAt_ + saveInterval));
+  changed_ = true;
+  if (copy_ || writing_ || saveTimer_.armed()) return;
+  saveTimer_.timeMinIs(std::max(clock_.now(), savedAt_ + saveInterval));
 }
 
 void StateFile::load() {
@@ -114,41 +186,48 @@ void StateFile::read(const nlohmann::json &json, const Contents &contents) const
   }
 }
 
-std::string StateFile::text() const {
-  auto vrfs = nlohmann::json::object();
-  const RpCandidateStatus none("");
-  for (const auto &[vrf, status] : contents_.statusColl->vrfStatus()) {
-    const auto *published = contents_.rpCandidateStatusColl->vrfStatus(vrf);
-    vrfs[vrf.text()] = savedJson(*status, published ? **published : none);
-  }
-  const nlohmann::json json{
-      {"format", format}, {"agent", agentName(identity_.af)}, {"boot", identity_.boot}, {"vrfStatus", std::move(vrfs)}};
-  return json.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+std::shared_ptr<StateFile::Writing> StateFile::writing(Copy &copy) const {
+  nlohmann::json json{{"format", format}, {"agent", agentName(identity_.af)}, {"boot", identity_.boot}};
+  json["vrfStatus"] = copy.json();
+  return std::make_shared<Writing>(Writing{identity_.path, std::move(json), saved_, {}});
 }
 
 void StateFile::save() {
-  timer_.timeMinIs(Orb::never);
+  background_.finish();
+  saveTimer_.timeMinIs(Orb::never);
+  sliceTimer_.timeMinIs(Orb::never);
   savedAt_ = clock_.now();
-  std::string now = text();
-  if (now == saved_) return;
-  const std::string error = write(now);
-  if (error.empty()) {
-    saved_ = std::move(now);
-  } else if (!failed_) {
-    TRACELET(trace, 1, "The state cannot be saved in " << identity_.path << ": " << error);
-  }
-  failed_ = !error.empty();
+  copy_.reset();
+  changed_ = false;
+  Copy copy(contents_);
+  const auto whole = writing(copy);
+  whole->write();
+  handleWritten(*whole);
 }
 
-// What went wrong; empty when nothing did.
-std::string StateFile::write(const std::string &text) const {
-  if (text.size() > longestFile) return "it would be longer than " + std::to_string(longestFile >> 20) + " MiB";
-  try {
-    Linux::replaceRegularFile(identity_.path, text);
-    return {};
-  } catch (const std::runtime_error &error) {
-    return error.what();
+void StateFile::handleSaveTime() {
+  savedAt_ = clock_.now();
+  changed_ = false;
+  copy_ = std::make_unique<Copy>(contents_);
+  handleSliceTime();
+}
+
+void StateFile::handleSliceTime() {
+  if (!copy_->take(slice)) return sliceTimer_.timeMinIs(clock_.now());
+  const auto whole = writing(*copy_);
+  copy_.reset();
+  writing_ = true;
+  background_.start([whole] { whole->write(); }, [this, whole] { handleWritten(*whole); });
+}
+
+void StateFile::handleWritten(const Writing &writing) {
+  writing_ = false;
+  saved_ = writing.digest;
+  if (!writing.error.empty() && !failed_) {
+    TRACELET(trace, 1, "The state cannot be saved in " << identity_.path << ": " << writing.error);
   }
+  failed_ = !writing.error.empty();
+  if (changed_) handleChange();
 }
 
 }  // namespace Routing::Pim::Bsr

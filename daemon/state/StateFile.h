@@ -1,10 +1,12 @@
 /// The state file: what the agent has learned, kept through a restart or a crash of its process.
 #pragma once
 
+#include <memory>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 
 #include "model/Status.h"
+#include "platform/orb/Background.h"
 #include "platform/orb/TimerFor.h"
 #include "platform/pim/PimSystem.h"
 
@@ -17,7 +19,8 @@ namespace Routing::Pim::Bsr {
 ///
 /// It is written, under another name first, on save() and after changes, at most every five seconds. What is watched
 /// are the messages and the coming and going of BSRs and zones; RPs that expire in between expire after a load, too.
-/// The daemon owns it. Only load() writes to the status.
+/// After changes it takes the status in slices, one in a turn of the loop (SavedVrf says what is then of one instant),
+/// and makes and writes the text in the background. The daemon owns it. Only load() writes to the status.
 class StateFile {
  public:
   struct Identity {
@@ -32,14 +35,15 @@ class StateFile {
     Kiv::Ptr<RpCandidateStatusColl> rpCandidateStatusColl;
   };
 
+  /// The background is its own, and outlives it.
   StateFile(Identity identity, const Contents &contents, const Orb::Clock &clock,
-            const Kiv::Ptr<Orb::TimerWheel> &wheel);
+            const Kiv::Ptr<Orb::TimerWheel> &wheel, Orb::Background &background);
   ~StateFile();
 
   /// Writes what the file has into the status, before an agent runs on it. A file of which any part is
   /// not usable is ignored, with a trace.
   void load();
-  /// Writes the file if it would change. The first of several failures is traced.
+  /// Writes the file if it would change, and returns when that is done. The first of several failures is traced.
   void save();
 
   /// The boot of the machine and the network namespace of the process; empty if that cannot be read.
@@ -47,18 +51,27 @@ class StateFile {
 
  private:
   class KivStatusColl;
+  class Copy;
+  struct Writing;
 
   void handleChange();
+  void handleSaveTime();
+  void handleSliceTime();
+  void handleWritten(const Writing &writing);
   void read(const nlohmann::json &json, const Contents &contents) const;
-  std::string text() const;
-  std::string write(const std::string &text) const;
+  std::shared_ptr<Writing> writing(Copy &copy) const;
 
   const Identity identity_;
   const Contents contents_;
   const Orb::Clock &clock_;
-  Orb::TimerFor<&StateFile::save> timer_;
-  double savedAt_ = 0;
-  std::string saved_;
+  Orb::Background &background_;
+  Orb::TimerFor<&StateFile::handleSaveTime> saveTimer_;
+  Orb::TimerFor<&StateFile::handleSliceTime> sliceTimer_;
+  std::unique_ptr<Copy> copy_;  // while slices are taken
+  bool writing_ = false;        // in the background
+  bool changed_ = false;        // since what is being saved was begun
+  double savedAt_ = 0;          // when the last save began
+  size_t saved_ = 0;            // digest of the text in the file
   bool failed_ = false;
   std::unique_ptr<KivStatusColl> kivStatusColl_;
 };

@@ -49,9 +49,29 @@ class StateFileTest : public ::testing::TestWithParam<Addresses> {
   }
   StateFile::Contents loaded(const std::string &boot = "this boot") {
     const StateFile::Contents result{Kiv::make<StatusColl>(), Kiv::make<RpCandidateStatusColl>()};
-    StateFile({path, vrf.a.af, boot}, result, vrf.time, wheel).load();
+    StateFile({path, vrf.a.af, boot}, result, vrf.time, wheel, background).load();
     return result;
   }
+  static nlohmann::json savedOf(const StateFile::Contents &contents) {
+    return SavedVrf(contents.statusColl->vrfStatus("default"), *contents.rpCandidateStatusColl->vrfStatus("default"))
+        .savedJson();
+  }
+  // Work that waits until it is told to go on, or to finish.
+  struct Background : Orb::Background {
+    void start(std::function<void()> work, std::function<void()> done) override {
+      ASSERT_FALSE(waiting);
+      waiting = [work = std::move(work), done = std::move(done)] {
+        work();
+        done();
+      };
+      if (!held) finish();
+    }
+    void finish() override {
+      if (waiting) std::exchange(waiting, nullptr)();
+    }
+    bool held = false;
+    std::function<void()> waiting;
+  };
 
   ::Test::TemporaryDirectory directory;
   const std::string path = directory.path() + "/run/state";
@@ -59,18 +79,18 @@ class StateFileTest : public ::testing::TestWithParam<Addresses> {
   const Pax::IpGenPrefix scope = vrf.a.scope(1);
   const Kiv::Ptr<Orb::TimerWheel> wheel = Kiv::make<Orb::TimerWheel>(vrf.time, vrf.time);
   const StateFile::Contents contents{Kiv::make<StatusColl>(), Kiv::make<RpCandidateStatusColl>()};
-  StateFile file{{path, vrf.a.af, "this boot"}, contents, vrf.time, wheel};
+  Background background;
+  StateFile file{{path, vrf.a.af, "this boot"}, contents, vrf.time, wheel, background};
 };
 
 TEST_P(StateFileTest, WhatWasLearnedOutlivesACrash) {
   learn();
-  const auto before = savedJson(*vrf.status, *vrf.published);
+  const auto before = SavedVrf(vrf.status, vrf.published).savedJson();
   vrf.stop();
   vrf.advance(60);
   const auto again = loaded();
   ASSERT_TRUE(again.statusColl->vrfStatus("default"));
-  EXPECT_EQ(savedJson(*again.statusColl->vrfStatus("default"), **again.rpCandidateStatusColl->vrfStatus("default")),
-            before);
+  EXPECT_EQ(savedOf(again), before);
 
   restartOn(again);
   EXPECT_EQ(vrf.status->cbsr(scope)->state(), BsrCandidateState::eBsr);
@@ -139,6 +159,53 @@ TEST_P(StateFileTest, ItIsWrittenAfterChangesAndNotAtRest) {
   EXPECT_FALSE(std::ifstream(path + ".new"));
 }
 
+TEST_P(StateFileTest, ChangesDuringASaveAreSavedAfterIt) {
+  learn();
+  background.held = true;
+  hear();
+  vrf.advance(5);
+  ASSERT_TRUE(background.waiting);
+  std::filesystem::remove(path);
+  hear();
+  vrf.advance(20);
+  EXPECT_EQ(text(), "") << "one at a time";
+  background.held = false;
+  background.finish();
+  const std::string before = text();
+  EXPECT_NE(before, "");
+  vrf.advance(0.1);
+  EXPECT_NE(text(), before);
+
+  background.held = true;
+  hear();
+  vrf.advance(5);
+  vrf.advance(1);
+  hear();
+  file.save();
+  EXPECT_FALSE(background.waiting);
+  EXPECT_EQ(savedOf(loaded()), SavedVrf(vrf.status, vrf.published).savedJson()) << "the last save waits for the other";
+}
+
+TEST_P(StateFileTest, SlicesMakeUpTheWholeAndSkipWhatGoesMeanwhile) {
+  learn();
+  for (uint32_t n = 2; n < 9; ++n) {
+    vrf.hear(::Test::Bsm(vrf.a.host(5), 70).group(vrf.a.group(n), {{vrf.a.host(n), 150, 5}, {vrf.a.host(30), 150}}));
+  }
+  const auto whole = SavedVrf(vrf.status, vrf.published).savedJson();
+  SavedVrf slices(vrf.status, vrf.published), disturbed(vrf.status, vrf.published);
+  size_t count = 1;
+  while (!slices.take(3)) ++count;
+  EXPECT_GE(count, 9u) << "nearly each range alone";
+  EXPECT_EQ(slices.savedJson(), whole);
+  disturbed.take(1);
+  vrf.stop();
+  vrf.status->crpStatusDelAll();
+  vrf.status->bootstrapRouterDelAll();
+  vrf.status->cbsrDelAll();
+  vrf.published->crpSetDelAll();
+  EXPECT_EQ(disturbed.savedJson().at("published"), nlohmann::json::object());
+}
+
 TEST_P(StateFileTest, AFileThatCannotBeWrittenIsTracedOnceUntilItCan) {
   std::ofstream(directory.path() + "/run") << "no directory";
   const Tracelet::CaptureSink sink(1);
@@ -174,7 +241,7 @@ TEST_P(StateFileTest, AFileThatCannotBeWrittenIsTracedOnceUntilItCan) {
 // The last save of a process whose assertion fails, even if another one fails in there.
 TEST_P(StateFileTest, AFailedAssertionSavesOnTheWayOut) {
   learn();
-  const auto before = savedJson(*vrf.status, *vrf.published);
+  const auto before = SavedVrf(vrf.status, vrf.published).savedJson();
   std::filesystem::remove(path);
   const auto end = [this](bool never) {
     hear();
@@ -187,10 +254,7 @@ TEST_P(StateFileTest, AFailedAssertionSavesOnTheWayOut) {
   EXPECT_DEATH(end(false), "Assertion failed: first(.|\n)*Assertion failed: never");
   const auto again = loaded();
   ASSERT_TRUE(again.statusColl->vrfStatus("default"));
-  EXPECT_EQ(savedJson(*again.statusColl->vrfStatus("default"), **again.rpCandidateStatusColl->vrfStatus("default"))
-                .at("crpStatus")
-                .size(),
-            before.at("crpStatus").size());
+  EXPECT_EQ(savedOf(again).at("crpStatus").size(), before.at("crpStatus").size());
 }
 
 FOR_BOTH_FAMILIES(StateFileTest);
