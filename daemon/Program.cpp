@@ -1,5 +1,7 @@
 #include "daemon/Program.h"
 
+#include <unistd.h>
+
 #include <csignal>
 #include <iostream>
 
@@ -7,6 +9,7 @@
 #include "daemon/control/Defaults.h"
 #include "daemon/file/Schema.h"
 #include "daemon/file/SystemWarnings.h"
+#include "platform/tracelet/LineWriter.h"
 #include "platform/tracelet/Sinks.h"
 
 namespace Routing::Pim::Bsr {
@@ -15,19 +18,26 @@ namespace {
 
 enum ExitCode { done = 0, failed = 1, badUsage = 2 };
 
-// Errors and warnings to standard error.
-void report(const std::string &file, const Findings &findings) {
-  for (const Finding &error : findings.errors) std::cerr << toText(file, error) << '\n';
-  for (const Finding &warning : findings.warnings) std::cerr << "warning: " << toText(file, warning) << '\n';
+// Errors and warnings to standard error, which an agent that goes on must not wait for.
+void report(const Options &options, const Findings &findings) {
+  std::vector<std::string> lines;
+  for (const Finding &error : findings.errors) lines.push_back(toText(options.config, error));
+  for (const Finding &warning : findings.warnings) lines.push_back("warning: " + toText(options.config, warning));
+  if (options.action == Options::Action::check || !findings.errors.empty()) {
+    for (const std::string &line : lines) std::cerr << line << '\n';
+  } else {
+    Tracelet::LineWriter writer(STDERR_FILENO);
+    for (const std::string &line : lines) writer.line(line);
+  }
 }
 
 int runAgent(Pax::AddressFamily family, const Options &options) {
   const LoadedConfiguration loaded = configurationForHere(options.config, family);
-  report(options.config, loaded.findings);
+  std::signal(SIGPIPE, SIG_IGN);  // standard error may be a pipe whose reader has gone
+  report(options, loaded.findings);
   if (!loaded.good()) return badUsage;
   if (options.action == Options::Action::check) return done;
   const auto sink = Tracelet::sinkFromEnvironment(agentName(family));
-  std::signal(SIGPIPE, SIG_IGN);  // standard error may be a pipe whose reader has gone
   Daemon(family, options, loaded.configuration).run();
   return done;
 }

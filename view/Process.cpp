@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "agent/RootSm.h"
+#include "platform/tracelet/Tracelet.h"
 #include "view/EntityJson.h"
 
 namespace Routing::Pim::Bsr {
@@ -43,6 +44,7 @@ Rows agentRows(const ProcessView &view) {
                        {"file", view.loading.file},
                        {"loadedAt", view.loading.at},
                        {"lastError", orNull(view.loading.error)},
+                       {"droppedTraces", Tracelet::Registry::instance().dropped()},
                        {"longestTurn", secondsBetween(1, 1 + view.longestTurn)}}});
 }
 

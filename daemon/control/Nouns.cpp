@@ -25,6 +25,7 @@ constexpr std::array agent{
     Column{"file", "the configuration file"},
     Column{"loadedAt", "when the configuration in force was loaded"},
     Column{"lastError", "why a later reload was refused"},
+    Column{"droppedTraces", "trace lines that nobody read from its standard error"},
     Column{"longestTurn", "seconds, of the longest turn of its loop since the counters were last cleared"},
 };
 constexpr std::array vrfs{

@@ -1,11 +1,13 @@
 #include "platform/tracelet/Require.h"
 
-#include <cstdio>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <exception>
 #include <string>
 #include <utility>
 
+#include "platform/tracelet/LineWriter.h"
 #include "platform/tracelet/Tracelet.h"
 
 namespace Tracelet {
@@ -21,7 +23,7 @@ void actBeforeAbort() noexcept {
   try {
     act();
   } catch (const std::exception &error) {
-    std::fprintf(stderr, "%s\n", error.what());
+    LineWriter(STDERR_FILENO).line(error.what());
   }
 }
 
@@ -34,8 +36,7 @@ void assertionFailed(const char *expression, const char *file, int line) {
   const std::string place = " (" + std::string(file) + ":" + std::to_string(line) + ")";
   Registry &registry = Registry::instance();
   if (!registry.disabled()) registry.write("Require", 0, text + place);
-  std::fprintf(stderr, "%s%s\n", text.c_str(), place.c_str());
-  std::fflush(stderr);
+  LineWriter(STDERR_FILENO).line(text + place);
   actBeforeAbort();
   std::abort();
 }

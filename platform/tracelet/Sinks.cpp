@@ -49,8 +49,7 @@ void FileSink::line(std::string_view module, int level, std::string_view text) {
 }
 
 void StderrSink::line(std::string_view module, int level, std::string_view text) {
-  const std::string line = stampedLine(module, level, text) + "\n";
-  std::fwrite(line.data(), 1, line.size(), stderr);
+  writer_.line(stampedLine(module, level, text));
 }
 
 void RingSink::line(std::string_view module, int level, std::string_view text) {

@@ -1,12 +1,15 @@
 /// The sinks that traces go to: a file, standard error, a ring in memory, and one for tests.
 #pragma once
 
+#include <unistd.h>
+
 #include <cstdint>
 #include <cstdio>
 #include <deque>
 #include <memory>
 #include <string>
 
+#include "platform/tracelet/LineWriter.h"
 #include "platform/tracelet/Tracelet.h"
 
 namespace Tracelet {
@@ -37,10 +40,14 @@ class FileSink : public Sink {
   std::unique_ptr<std::FILE, Close> file_;
 };
 
-/// Stamped lines to standard error.
+/// Stamped lines to standard error. Lines that nobody reads are dropped.
 class StderrSink : public Sink {
  public:
   void line(std::string_view module, int level, std::string_view text) override;
+  uint64_t dropped() const override { return writer_.dropped(); }
+
+ private:
+  LineWriter writer_{STDERR_FILENO};
 };
 
 /// Keeps the last `most` stamped lines in memory, for the operator's `show log`.

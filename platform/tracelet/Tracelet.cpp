@@ -41,6 +41,12 @@ void Registry::write(std::string_view module, int level, std::string_view text) 
   for (size_t i = 0; i < sinks_.size(); ++i) sinks_[i]->line(module, level, text);
 }
 
+uint64_t Registry::dropped() const {
+  uint64_t dropped = 0;
+  for (const Sink *sink : sinks_) dropped += sink->dropped();
+  return dropped;
+}
+
 std::vector<std::pair<std::string, int>> Registry::levels() const {
   std::map<std::string, int> byName;
   for (const Module *module : modules_) byName.emplace(module->name_, module->level_);

@@ -7,6 +7,7 @@
 /// What operators are told are events, which are made elsewhere; traces never replace them.
 #pragma once
 
+#include <cstdint>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -26,6 +27,8 @@ class Sink {
   /// One trace statement, without an end of line. The texts are gone when this returns, and the process may abort
   /// then: nothing may be held back.
   virtual void line(std::string_view module, int level, std::string_view text) = 0;
+  /// How many lines could not be written.
+  virtual uint64_t dropped() const { return 0; }
 };
 
 /// A named source of traces: a static object of the file that traces. Several files may share a name. The name
@@ -66,6 +69,8 @@ class Registry {
   void sinkRemove(Sink &sink) { std::erase(sinks_, &sink); }
   /// Passes a line to every sink, whatever the levels.
   void write(std::string_view module, int level, std::string_view text);
+  /// How many lines the present sinks have dropped.
+  uint64_t dropped() const;
   /// Names and levels, each name once, sorted.
   std::vector<std::pair<std::string, int>> levels() const;
 

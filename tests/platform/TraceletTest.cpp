@@ -1,4 +1,7 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -6,6 +9,7 @@
 #include <regex>
 #include <sstream>
 
+#include "platform/tracelet/LineWriter.h"
 #include "platform/tracelet/Require.h"
 #include "platform/tracelet/Sinks.h"
 
@@ -24,6 +28,34 @@ TEST(Traces, ALevelHoldsForAllModulesOfTheName) {
   EXPECT_EQ(levels(), std::vector(3, 2));
   EXPECT_EQ(std::ranges::count(registry.levels(), std::pair(std::string("TraceletA"), 2)), 1);
   registry.levelIs("*", Registry::defaultLevel);
+}
+
+TEST(Traces, LinesThatNobodyReadsAreDroppedAndCounted) {
+  int pipe[2], sockets[2];
+  ASSERT_EQ(::pipe(pipe), 0);
+  ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, sockets), 0);
+  for (const auto &[reading, writing] : {std::pair(pipe[0], pipe[1]), std::pair(sockets[0], sockets[1])}) {
+    std::string expected, read;
+    const auto take = [&, from = reading] {
+      char piece[1000];
+      for (ssize_t size = 0; (size = ::read(from, piece, sizeof piece)) > 0;) read.append(piece, size);
+    };
+    ::fcntl(reading, F_SETFL, O_NONBLOCK);
+    Tracelet::LineWriter writer(writing);
+    for (int i = 0; writer.dropped() < 3; ++i) {
+      const std::string line = std::string(997, 'x') + std::to_string(i % 10);
+      const uint64_t dropped = writer.dropped();
+      writer.line(line);
+      if (writer.dropped() == dropped) expected += line + "\n";
+    }
+    take();
+    writer.line("again");
+    take();
+    EXPECT_TRUE(read == expected + "3 lines were dropped here: nobody read them\nagain\n") << read.size();
+    EXPECT_FALSE(::fcntl(writing, F_GETFL) & O_NONBLOCK) << "others write there, too";
+    ::close(reading);
+    ::close(writing);
+  }
 }
 
 TEST(TracesDeathTest, ABrokenInvariantIsALineOfTheTraceFileAndOnStandardError) {
