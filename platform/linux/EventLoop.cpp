@@ -13,6 +13,8 @@ namespace Linux {
 
 namespace {
 
+constexpr double longTurn = 0.01;  // seconds that timers may take in a turn
+
 Descriptor newTimer() {
   Descriptor timer(timerfd_create(CLOCK_BOOTTIME, TFD_NONBLOCK | TFD_CLOEXEC));
   if (!timer) throw systemError("timerfd_create");
@@ -68,6 +70,8 @@ double EventLoop::now() const {
   return cached_;
 }
 
+bool EventLoop::turnIsLong() const { return inTurn_ && bootTime() - now() > longTurn; }
+
 void EventLoop::wakeAt(Orb::TimerWheel &wheel, double time) {
   if (time == Orb::never) return forget(wheel);
   const auto [asked, added] = asked_.try_emplace(&wheel, time);
@@ -78,7 +82,9 @@ void EventLoop::wakeAt(Orb::TimerWheel &wheel, double time) {
 }
 
 void EventLoop::forget(Orb::TimerWheel &wheel) {
-  std::replace(due_.begin(), due_.end(), &wheel, static_cast<Orb::TimerWheel *>(nullptr));
+  for (auto &[time, due] : due_) {
+    if (due == &wheel) due = nullptr;
+  }
   const auto asked = asked_.find(&wheel);
   if (asked == asked_.end()) return;
   order_.erase({asked->second, &wheel});
@@ -90,13 +96,16 @@ void EventLoop::runWheels() {
   [[maybe_unused]] const ssize_t got = ::read(timer_.number(), &expirations, sizeof expirations);
   set_ = Orb::never;
   while (!order_.empty() && order_.begin()->first <= now()) {
-    due_.push_back(order_.begin()->second);
+    due_.push_back(*order_.begin());
     asked_.erase(order_.begin()->second);
     order_.erase(order_.begin());
   }
   // What a wheel asks for meanwhile, even a time that has passed, is for the next turn.
   for (size_t i = 0; i < due_.size(); ++i) {
-    if (const Kiv::Ptr<Orb::TimerWheel> wheel(due_[i]); wheel) wheel->run();
+    const auto [time, due] = due_[i];
+    const Kiv::Ptr<Orb::TimerWheel> wheel(due);
+    if (!wheel) continue;
+    i > 0 && turnIsLong() ? wakeAt(*wheel, time) : wheel->run();
   }
   due_.clear();
 }

@@ -43,6 +43,7 @@ class EventLoop : public Orb::Clock, public Orb::Waker {
 
   double now() const override;
   void wakeAt(Orb::TimerWheel &wheel, double time) override;
+  bool turnIsLong() const override;
 
  private:
   void forget(Orb::TimerWheel &wheel);
@@ -54,8 +55,8 @@ class EventLoop : public Orb::Clock, public Orb::Waker {
   std::unique_ptr<Watch> timerWatch_;
   std::set<std::pair<double, Orb::TimerWheel *>> order_;
   std::unordered_map<Orb::TimerWheel *, double> asked_;
-  std::vector<Orb::TimerWheel *> due_;  // wheels to run in this turn; null where one was cancelled
-  double set_ = Orb::never;             // what the timerfd is set to
+  std::vector<std::pair<double, Orb::TimerWheel *>> due_;  // to run in this turn; null where one was cancelled
+  double set_ = Orb::never;                                // what the timerfd is set to
   bool stopped_ = false;
   bool inTurn_ = false;
   mutable double cached_ = 0;  // zero: the clock was not read in this turn

@@ -44,10 +44,13 @@ void TimerWheel::run() {
   if (running_) return;
   const Kiv::Ptr<TimerWheel> self(this);
   running_ = true;
-  collectDue(now());
+  if (due_.empty()) {
+    collectDue(now());
+    sortDue();
+  }
   fireDue();
   running_ = false;
-  asked_ = nextTime();
+  asked_ = due_.empty() ? nextTime() : now();
   waker_.wakeAt(*this, asked_);
 }
 
@@ -179,19 +182,25 @@ void TimerWheel::cascade(const Place &place) {
   }
 }
 
-void TimerWheel::fireDue() {
+void TimerWheel::sortDue() {
   std::sort(due_.begin(), due_.end(), [](const Timer *one, const Timer *other) {
     return std::tie(one->time_, one->sequence_) < std::tie(other->time_, other->sequence_);
   });
   for (uint32_t i = 0; i < due_.size(); ++i) due_[i]->due_ = i;
-  for (uint32_t i = 0; i < due_.size(); ++i) {
-    Timer *const timer = due_[i];
+}
+
+void TimerWheel::fireDue() {
+  constexpr uint32_t askedAfter = 8;  // timers; a few microseconds each
+  while (fired_ < due_.size()) {
+    Timer *const timer = due_[fired_++];
     if (!timer) continue;
     disarm(*timer);
     timer->time_ = never;
     timer->onTime();
+    if (fired_ % askedAfter == 0 && fired_ < due_.size() && waker_.turnIsLong()) return;
   }
   due_.clear();
+  fired_ = 0;
 }
 
 double TimerWheel::nextTime() {

@@ -64,6 +64,9 @@ class Waker {
   /// Asks for wheel.run() at `time`, or as soon as possible if that has passed, but never inside this call. The
   /// next request of the same wheel replaces this one; `never` cancels it.
   virtual void wakeAt(TimerWheel &wheel, double time) = 0;
+  /// Whether other things have waited long enough for what now runs, so that a wheel leaves the rest of its timers to
+  /// its next run. Never where time stands still meanwhile.
+  virtual bool turnIsLong() const { return false; }
 };
 
 /// Each part that stops as a whole (a VRF's machines, the Hello speaker, the program) has a wheel of its own.
@@ -83,8 +86,9 @@ class TimerWheel : public Kiv::Counted {
 
   double now() const { return clock_.now(); }
   const Parameters &parameters() const { return parameters_; }
-  /// Fires every timer that is due, then asks the Waker for the next run. A timer that is armed by a callback
-  /// waits for that run, even if it is due already. Does nothing inside a callback.
+  /// Fires every timer that is due, unless the Waker finds that it takes too long: then the rest fires in the next
+  /// runs, in the same order, and what becomes due meanwhile after it. Asks the Waker for the next run. A timer that is
+  /// armed by a callback waits for that run, even if it is due already. Does nothing inside a callback.
   void run();
 
  private:
@@ -120,6 +124,7 @@ class TimerWheel : public Kiv::Counted {
   void collectDue(double now);
   void collectSlot(double now);
   void cascade(const Place &place);
+  void sortDue();
   void fireDue();
   double nextTime();
   void ask(double time);
@@ -131,6 +136,7 @@ class TimerWheel : public Kiv::Counted {
   const unsigned shift_;         // log2 of slotsPerLevel
   std::vector<std::unique_ptr<Level>> levels_;
   std::vector<Timer *> due_;  // those being fired; null where one was disarmed meanwhile
+  uint32_t fired_ = 0;        // how many of them have been
   int64_t current_;           // every earlier slot is empty
   uint64_t sequence_ = 0;
   double asked_ = never;  // of the Waker; no timer is earlier

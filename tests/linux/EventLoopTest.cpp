@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
 #include <chrono>
 #include <optional>
 #include <thread>
@@ -70,6 +72,25 @@ TEST(EventLoopTest, ALongTurnIsRememberedAndTheWaitBeforeItIsNot) {
   EXPECT_LE(loop.longestTurn(), loop.now() - start - 0.1);
   loop.longestTurnClear();
   EXPECT_EQ(loop.longestTurn(), 0);
+}
+
+TEST(EventLoopTest, OtherThingsHaveTheirTurnBetweenWheelsThatTakeLong) {
+  Linux::EventLoop loop;
+  std::vector<std::string> order;
+  std::vector<std::unique_ptr<Alarm>> alarms;
+  for (int i = 0; i < 3; ++i) {
+    alarms.push_back(std::make_unique<Alarm>(Kiv::make<Orb::TimerWheel>(loop, loop), [&] {
+      while (!loop.turnIsLong()) {
+      }
+      boost::asio::post(loop.context(), [&] { order.emplace_back("packet"); });
+      order.emplace_back("timer");
+      if (order.size() == 5) loop.stop();
+    }));
+  }
+  const double due = loop.now() - 1;
+  for (const auto &alarm : alarms) alarm->timeMinIs(due);
+  loop.run();
+  EXPECT_EQ(order, (std::vector<std::string>{"timer", "packet", "timer", "packet", "timer"}));
 }
 
 }  // namespace

@@ -66,6 +66,28 @@ TEST_F(Wheel, RunsNoMoreOftenThanItsTimersNeed) {
   EXPECT_TRUE(time.idle());
 }
 
+TEST_F(Wheel, LeavesTheRestToItsNextRunsInTheSameOrderWhenATurnIsLong) {
+  std::vector<int> order;
+  std::vector<std::unique_ptr<Alarm>> alarms;
+  for (int i = 0; i < 20; ++i) {
+    alarms.push_back(alarm(1001));
+    alarms.back()->action = [&order, i] { order.push_back(i); };
+  }
+  alarms[4]->action = [&] { alarms[16]->timeMinIs(1001); };
+  alarms[5]->action = [&] { alarms[17].reset(), alarms[18]->timeMinIs(Orb::never); };
+  std::unique_ptr<Alarm> past;
+  alarms[6]->action = [&] {
+    past = alarm(900);
+    past->action = [&] { order.push_back(900); };
+  };
+  Alarm other(Kiv::make<Orb::TimerWheel>(time, time), [&] { order.push_back(100); });
+  other.timeMinIs(1001);
+  time.hurried = true;
+  time.advanceTo(1001);
+  EXPECT_EQ(order, (std::vector{0, 1, 2, 3, 7, 100, 8, 9, 10, 11, 12, 13, 14, 15, 19, 900, 16}));
+  EXPECT_TRUE(time.idle());
+}
+
 // What decides on the order of firing.
 struct Due {
   double at;     // when it really fires: not before it was armed

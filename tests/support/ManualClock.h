@@ -19,6 +19,10 @@ class ManualTime : public Orb::Clock, public Orb::Waker {
     if (time != Orb::never) asked_.emplace(std::max(time, now_), &wheel);
   }
 
+  bool turnIsLong() const override { return hurried; }
+  /// Whether a run of a wheel takes too long as soon as that is asked.
+  bool hurried = false;
+
   /// Runs the first wheel that is due up to `time`, with the clock at its time. False when none is.
   bool step(double time) {
     if (asked_.empty() || asked_.begin()->first > time) return false;
