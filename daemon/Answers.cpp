@@ -34,29 +34,60 @@ ProcessView processView(const Process &process) {
   return {process.agent, process.system, process.store, std::move(vrfs), process.loading, process.loop.longestTurn()};
 }
 
-std::vector<VrfView> viewsOf(const Process &process, const std::string &vrf) {
-  std::vector<VrfView> views;
-  for (const auto &[name, host] : process.hosts) {
-    if (!vrf.empty() && name.text() != vrf) continue;
-    if (!process.system.statusColl->vrfStatus(name)) continue;
-    views.push_back(viewOf(process.system, name, process.agent.containerSm(name), process.loop.now(),
-                           process.configuration.pim.at(name).interfaces));
-  }
-  if (!vrf.empty() && views.empty()) throw std::invalid_argument("there is no VRF '" + vrf + "'");
-  return views;
+// Appends the next rows when it is called. True while there may be more.
+using Source = std::function<bool(Rows &rows)>;
+
+Source sourceOf(Rows all) {
+  return [all = std::move(all)](Rows &rows) mutable {
+    rows = std::move(all);
+    return false;
+  };
 }
 
-Rows show(const Process &process, const Control::Request &request) {
+// The rows of VRFs, as they are when it is their turn; a VRF that has gone by then has none.
+class VrfRows {
+ public:
+  VrfRows(const Process &process, const Control::Request &request) : process_(process), request_(request) {
+    for (const auto &[name, host] : process.hosts) {
+      if ((request.vrf.empty() || name.text() == request.vrf) && statusOf(name)) vrfs_.push_back(name);
+    }
+    if (!request.vrf.empty() && vrfs_.empty()) throw std::invalid_argument("there is no VRF '" + request.vrf + "'");
+  }
+
+  bool operator()(Rows &rows) {
+    if (next_ == vrfs_.size()) return false;
+    const L3::VrfName &vrf = vrfs_[next_];
+    const auto pim = process_.configuration.pim.find(vrf);
+    if (pim != process_.configuration.pim.end() && statusOf(vrf)) {
+      const VrfView view =
+          viewOf(process_.system, vrf, process_.agent.containerSm(vrf), process_.loop.now(), pim->second.interfaces);
+      if (nextRowsOf(request_.noun, view, request_.argument, cursor_, rows)) return true;
+    }
+    cursor_ = {};
+    return ++next_ < vrfs_.size();
+  }
+
+ private:
+  Kiv::Ptr<const Status> statusOf(const L3::VrfName &vrf) const { return process_.system.statusColl->vrfStatus(vrf); }
+
+  const Process &process_;
+  const Control::Request request_;
+  std::vector<L3::VrfName> vrfs_;
+  size_t next_ = 0;
+  ShowCursor cursor_;
+};
+
+Source show(const Process &process, const Control::Request &request) {
   const std::string &noun = request.noun;
   const Control::Noun *known = Control::nounOf(noun);
   if (!known) throw std::invalid_argument("there is no noun '" + noun + "'");
   if (!*known->operand && !request.argument.empty()) throw std::invalid_argument("'" + noun + "' takes no argument");
-  if (noun == "config") return Rows::array({configurationJson(process.configuration)});
-  if (noun == "log") return rowsOfLines(process.log.lines());
-  if (noun == "agent") return agentRows(processView(process));
-  if (noun == "vrf") return vrfRows(processView(process), request.vrf);
-  if (noun == "state") return stateRows(processView(process), request.argument);
-  return rowsOf(noun, viewsOf(process, request.vrf), request.argument);
+  if (noun == "config") return sourceOf(Rows::array({configurationJson(process.configuration)}));
+  if (noun == "log") return sourceOf(rowsOfLines(process.log.lines()));
+  if (noun == "agent") return sourceOf(agentRows(processView(process)));
+  if (noun == "vrf") return sourceOf(vrfRows(processView(process), request.vrf));
+  if (noun == "state") return sourceOf(stateRows(processView(process), request.argument));
+  return VrfRows(process, request);
 }
 
 Rows reload(const Process &process, const Control::Request &) {
@@ -122,7 +153,7 @@ Rows stage(const Process &process, const Control::Request &request) {
   return Rows::array({{{"kind", kind}, {"stage", name}, {"complete", status->completeStage(name)}}});
 }
 
-Rows answer(const Process &process, const Control::Request &request) {
+Source answer(const Process &process, const Control::Request &request) {
   const Control::Verb *verb = Control::verbOf(request.verb);
   if (!verb) throw std::invalid_argument("there is no verb '" + request.verb + "'");
   if (!verb->takesNoun && !*verb->operands && !request.argument.empty()) {
@@ -137,18 +168,60 @@ Rows answer(const Process &process, const Control::Request &request) {
       Handler{"trace", traceLevels}, Handler{"stage", stage}, Handler{"redundancy", redundancy},
   };
   for (const Handler &handler : handlers) {
-    if (request.verb == handler.verb) return handler.rows(process, request);
+    if (request.verb == handler.verb) return sourceOf(handler.rows(process, request));
   }
   return show(process, request);
 }
 
+// The line of rows, a piece at a time. The first rows are made at once, and throw what is wrong with the request.
+class RowsLine {
+ public:
+  RowsLine(Linux::EventLoop &loop, Source source) : loop_(loop), source_(std::move(source)), text_(Control::rowsBegin) {
+    nextRows();
+  }
+
+  std::string nextPiece() {
+    constexpr size_t enough = 64 << 10;
+    loop_.workBegins();
+    while (!ended_ && text_.size() < enough && (text_.empty() || !loop_.turnIsLong())) {
+      if (next_ < rows_.size()) {
+        text_.append(first_ ? "" : ",").append(Control::rowText(rows_[next_++]));
+        first_ = false;
+      } else if (more_) {
+        nextRows();
+      } else {
+        text_.append(Control::rowsEnd);
+        ended_ = true;
+      }
+    }
+    return std::exchange(text_, {});
+  }
+
+ private:
+  void nextRows() {
+    rows_ = Rows::array();
+    next_ = 0;
+    more_ = source_(rows_);
+  }
+
+  Linux::EventLoop &loop_;
+  Source source_;
+  std::string text_;  // made and not sent
+  Rows rows_;         // of which the first are in the text
+  size_t next_ = 0;
+  bool first_ = true;
+  bool more_ = false;
+  bool ended_ = false;
+};
+
 }  // namespace
 
-std::string Answers::reply(std::string_view line) const {
+Control::Reply Answers::reply(std::string_view line) const {
   try {
-    return Control::rowsLine(answer(process_, Control::requestFromLine(line)));
+    const auto rows = std::make_shared<RowsLine>(process_.loop, answer(process_, Control::requestFromLine(line)));
+    return [rows](const Control::Send &send) { send(rows->nextPiece()); };
   } catch (const std::exception &error) {
-    return Control::errorLine(error.what());
+    return Control::replyOf(Control::errorLine(error.what()));
   }
 }
 

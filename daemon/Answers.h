@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "daemon/VrfHost.h"
+#include "daemon/control/Reply.h"
 #include "platform/tracelet/Sinks.h"
 #include "view/Process.h"
 
@@ -34,8 +35,9 @@ class Answers {
 
   explicit Answers(Process process) : process_(std::move(process)) {}
 
-  /// The reply line to a request line.
-  std::string reply(std::string_view line) const;
+  /// The reply line to a request line. Long ones show each VRF, zone or range as it is when its piece is made. Replies
+  /// must not be asked for pieces when this is gone.
+  Control::Reply reply(std::string_view line) const;
 
  private:
   const Process process_;

@@ -23,7 +23,7 @@ using boost::system::error_code;
 namespace {
 
 constexpr std::chrono::seconds idleMost{10};   // until the next request is complete
-constexpr std::chrono::seconds writeMost{30};  // until a reply is taken
+constexpr std::chrono::seconds writeMost{30};  // until the next piece of a reply is made and taken
 
 std::runtime_error failure(const std::string &path, const std::string &what) {
   return std::runtime_error("control socket " + path + ": " + what);
@@ -72,20 +72,30 @@ class ControlServer::Session : public std::enable_shared_from_this<Session> {
 
  private:
   void readDone(const error_code &error, size_t length) {
-    if (error == asio::error::not_found) return write(Control::errorLine("the request is too long"), false);
+    last_ = error == asio::error::not_found;
+    if (last_) {
+      reply_ = Control::replyOf(Control::errorLine("the request is too long"));
+      return makePiece();
+    }
     if (error || !socket_.is_open()) return close();
-    std::string reply = (*handler_)(std::string_view(input_).substr(0, length - 1));
+    reply_ = (*handler_)(std::string_view(input_).substr(0, length - 1));
     input_.erase(0, length);
-    write(std::move(reply), true);
+    makePiece();
   }
 
-  void write(std::string reply, bool goOn) {
+  void makePiece() {
     deadlineIs(writeMost);
-    output_ = std::move(reply) + '\n';
+    reply_([self = shared_from_this()](std::string piece) { self->write(std::move(piece)); });
+  }
+
+  void write(std::string piece) {
+    const bool end = piece.empty();
+    output_ = end ? "\n" : std::move(piece);
     asio::async_write(socket_, asio::buffer(output_),
-                      [self = shared_from_this(), goOn](const error_code &error, size_t) {
-                        if (error || !goOn || !self->socket_.is_open()) return self->close();
-                        self->read();
+                      [self = shared_from_this(), end](const error_code &error, size_t) {
+                        if (error || !self->socket_.is_open()) return self->close();
+                        if (!end) return self->makePiece();
+                        self->last_ ? self->close() : self->read();
                       });
   }
 
@@ -101,7 +111,9 @@ class ControlServer::Session : public std::enable_shared_from_this<Session> {
   asio::steady_timer deadline_;
   const std::shared_ptr<const Handler> handler_;
   std::string input_;
-  std::string output_;
+  Control::Reply reply_;
+  std::string output_;  // a piece of it
+  bool last_ = false;   // after it the client is closed
 };
 
 // The listening socket and its clients. Operations that are under way hold it weakly.

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "daemon/control/Reply.h"
+
 namespace Routing::Pim::Bsr {
 
 /// Listens on a Unix stream socket that owner and group may use. Clients are served on the loop and cannot hold it
@@ -14,8 +16,8 @@ namespace Routing::Pim::Bsr {
 /// so is one that comes while mostClients are served. The daemon owns it; it knows nothing of what is asked.
 class ControlServer {
  public:
-  /// Gives the reply line to a request line, both without newline. Must not throw.
-  using Handler = std::function<std::string(std::string_view request)>;
+  /// Gives the reply line to a request line, both without newline. Neither it nor the reply may throw.
+  using Handler = std::function<Control::Reply(std::string_view request)>;
 
   static constexpr size_t mostClients = 64;
 

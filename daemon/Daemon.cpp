@@ -101,7 +101,7 @@ void Daemon::run() { process_->loop.run(); }
 
 Linux::EventLoop &Daemon::loop() { return process_->loop; }
 
-std::string Daemon::reply(std::string_view line) const { return process_->answers.reply(line); }
+Control::Reply Daemon::reply(std::string_view line) const { return process_->answers.reply(line); }
 
 const ConfigColl &Daemon::configColl() const { return *process_->system.configColl; }
 

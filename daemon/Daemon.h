@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "daemon/Options.h"
+#include "daemon/control/Reply.h"
 
 namespace Linux {
 class EventLoop;
@@ -30,7 +31,7 @@ class Daemon {
   Linux::EventLoop &loop();
 
   /// The reply line to a request line of the control protocol.
-  std::string reply(std::string_view line) const;
+  Control::Reply reply(std::string_view line) const;
 
   const ConfigColl &configColl() const;
   const Configuration &configuration() const;

@@ -1,4 +1,5 @@
-#include <set>
+#include <algorithm>
+#include <vector>
 
 #include "engine/BsrNonCandidateSm.h"
 #include "view/Json.h"
@@ -9,13 +10,16 @@ namespace Routing::Pim::Bsr {
 namespace {
 
 // The global zone always, others while they have a machine, or a BSR known from when the VRF ran.
-std::set<Pax::IpGenPrefix> zonesOf(const VrfView &view) {
-  std::set<Pax::IpGenPrefix> zones{Pax::allGroups(view.af)};
-  for (const auto &[zone, bsr] : view.status->bootstrapRouter()) zones.insert(zone);
-  for (const auto &[zone, candidate] : view.status->cbsr()) zones.insert(zone);
+std::vector<Pax::IpGenPrefix> zonesBehind(const VrfView &view, const Pax::IpGenPrefix &last) {
+  std::vector<Pax::IpGenPrefix> zones{Pax::allGroups(view.af)};
+  for (const auto &[zone, bsr] : view.status->bootstrapRouter()) zones.push_back(zone);
+  for (const auto &[zone, candidate] : view.status->cbsr()) zones.push_back(zone);
   if (view.bsrSm) {
-    for (const auto &[zone, machine] : view.bsrSm->nonCandidateSm()) zones.insert(zone);
+    for (const auto &[zone, machine] : view.bsrSm->nonCandidateSm()) zones.push_back(zone);
   }
+  std::erase_if(zones, [&](const Pax::IpGenPrefix &zone) { return zone <= last; });
+  std::sort(zones.begin(), zones.end());
+  zones.erase(std::unique(zones.begin(), zones.end()), zones.end());
   return zones;
 }
 
@@ -30,8 +34,11 @@ nlohmann::ordered_json stateOf(const VrfView &view, const Pax::IpGenPrefix &zone
 
 }  // namespace
 
-void showBsr(const VrfView &view, Rows &rows) {
-  for (const Pax::IpGenPrefix &zone : zonesOf(view)) {
+bool showBsr(const VrfView &view, ShowCursor &cursor, Rows &rows) {
+  size_t room = ShowCursor::slice;
+  for (const Pax::IpGenPrefix &zone : zonesBehind(view, cursor.zone)) {
+    if (room-- == 0) return true;
+    cursor.zone = zone;
     const auto bsr = view.status->bootstrapRouter(zone);
     const auto candidate = view.status->cbsr(zone);
     Rows row{{"vrf", toJson(view.vrf)}, {"zone", toJson(zone)}};
@@ -44,6 +51,7 @@ void showBsr(const VrfView &view, Rows &rows) {
     row["expires"] = bsr ? secondsBetween(view.now, bsr->expiryTime()) : nullptr;
     rows.push_back(std::move(row));
   }
+  return false;
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -10,54 +10,100 @@ namespace Routing::Pim::Bsr {
 
 namespace {
 
-// The RPs that our last message listed, by group, address and whether as bidirectional.
-using Announced = std::set<std::tuple<Pax::IpGenPrefix, Pax::IpGenAddr, bool>>;
+// The RPs that our last message listed for a group, and whether as bidirectional.
+using Announced = std::set<std::pair<Pax::IpGenAddr, bool>>;
 
-// Nothing where we are not the zone's BSR.
-std::optional<Announced> announcedIn(const VrfView &view, const Pax::IpGenPrefix &zone) {
+// Those of the zone's groups that are in `among`. Nothing where we are not the zone's BSR.
+std::optional<std::map<Pax::IpGenPrefix, Announced>> announcedIn(const VrfView &view, const Pax::IpGenPrefix &zone,
+                                                                 const std::vector<Pax::IpGenPrefix> &among) {
   const auto candidate = view.status->cbsr(zone);
   const BsrCandidateSm *machine = view.bsrSm ? view.bsrSm->candidateSm(zone) : nullptr;
   if (!machine || !candidate || !candidate->elected()) return std::nullopt;
-  Announced announced;
+  std::map<Pax::IpGenPrefix, Announced> announced;
   for (const auto &bsm : machine->lastBsm().all()) {
     for (const auto &group : bsm->groupData()) {
-      for (const auto &rp : group->rpList()) announced.emplace(group->prefix(), rp.address, group->bidir());
+      if (!std::binary_search(among.begin(), among.end(), group->prefix())) continue;
+      for (const auto &rp : group->rpList()) announced[group->prefix()].emplace(rp.address, group->bidir());
     }
   }
   return announced;
 }
 
-void showZone(const VrfView &view, const Pax::IpGenPrefix &zone, const RpCandidateStatus &learned, Rows &rows) {
-  const std::optional<Announced> announced = announcedIn(view, zone);
-  for (const Pax::IpGenPrefix &group : sortedKeys(learned.crpSet())) {
-    const auto set = learned.crpSet(group);
-    const auto published = view.bsrSm ? view.bsrSm->published().setOfOwner(zone, group) : nullptr;
-    for (const Pax::IpGenAddr &address : sortedKeys(set->rp())) {
-      const auto rp = set->rp(address);
-      rows.push_back({{"vrf", toJson(view.vrf)},
-                      {"zone", toJson(zone)},
-                      {"group", toJson(group)},
-                      {"rp", toJson(address)},
-                      {"mode", toJson(rp->pimMode())},
-                      {"priority", toJson(rp->priority())},
-                      {"holdTime", toJson(rp->holdTime())},
-                      {"hashMaskLen", toJson(rp->hashMaskLen())},
-                      {"upTime", secondsBetween(rp->setupTime(), view.now)},
-                      {"expires", secondsBetween(view.now, rp->expires())},
-                      {"published", published && published->rp(address)}});
-      Rows &told = rows.back()["announced"];
-      if (announced) told = announced->contains({group, address, rp->pimMode() == Mode::bidir});
+// Shows one zone, from behind the cursor on.
+class ZoneRows {
+ public:
+  ZoneRows(const VrfView &view, ShowCursor &cursor, size_t &room, Rows &rows)
+      : view_(view), cursor_(cursor), room_(room), rows_(rows) {}
+
+  // True when the room is used up.
+  bool show(const Pax::IpGenPrefix &zone, const RpCandidateStatus &learned) {
+    if (zone != cursor_.zone) cursor_ = {zone, {}, {}};
+    const auto groups = groupsIn(learned);
+    const auto announced = announcedIn(view_, zone, groups);
+    for (const Pax::IpGenPrefix &group : groups) {
+      if (group != cursor_.group) cursor_ = {zone, group, {}};
+      const auto set = learned.crpSet(group);
+      const auto published = view_.bsrSm ? view_.bsrSm->published().setOfOwner(zone, group) : nullptr;
+      for (const Pax::IpGenAddr &address : sortedKeys(set->rp())) {
+        if (address <= cursor_.rp) continue;
+        if (room_ == 0) return true;
+        --room_;
+        cursor_.rp = address;
+        const Pim::RpCandidate &rp = *set->rp(address);
+        rowIs(zone, group, address, rp);
+        rows_.back()["published"] = published && published->rp(address);
+        Rows &told = rows_.back()["announced"];
+        if (!announced) continue;
+        const auto found = announced->find(group);
+        told = found != announced->end() && found->second.contains({address, rp.pimMode() == Mode::bidir});
+      }
     }
+    return false;
   }
-}
+
+ private:
+  // As many as have room, sorted.
+  std::vector<Pax::IpGenPrefix> groupsIn(const RpCandidateStatus &learned) const {
+    std::vector<Pax::IpGenPrefix> groups;
+    for (const auto &[group, set] : learned.crpSet()) {
+      if (group >= cursor_.group && !set->rp().empty()) groups.push_back(group);
+    }
+    // The first one may be shown already.
+    const auto end = groups.begin() + static_cast<std::ptrdiff_t>(std::min(groups.size(), room_ + 2));
+    std::partial_sort(groups.begin(), end, groups.end());
+    groups.erase(end, groups.end());
+    return groups;
+  }
+  void rowIs(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &group, const Pax::IpGenAddr &address,
+             const Pim::RpCandidate &rp) {
+    rows_.push_back({{"vrf", toJson(view_.vrf)},
+                     {"zone", toJson(zone)},
+                     {"group", toJson(group)},
+                     {"rp", toJson(address)},
+                     {"mode", toJson(rp.pimMode())},
+                     {"priority", toJson(rp.priority())},
+                     {"holdTime", toJson(rp.holdTime())},
+                     {"hashMaskLen", toJson(rp.hashMaskLen())},
+                     {"upTime", secondsBetween(rp.setupTime(), view_.now)},
+                     {"expires", secondsBetween(view_.now, rp.expires())}});
+  }
+
+  const VrfView &view_;
+  ShowCursor &cursor_;
+  size_t &room_;
+  Rows &rows_;
+};
 
 }  // namespace
 
-void showRpSet(const VrfView &view, Rows &rows) {
+bool showRpSet(const VrfView &view, ShowCursor &cursor, Rows &rows) {
+  size_t room = ShowCursor::slice;
   for (const Pax::IpGenPrefix &zone : sortedKeys(view.status->crpStatus())) {
+    if (zone < cursor.zone) continue;
     const auto learned = view.status->crpStatus(zone)->status();
-    if (learned) showZone(view, zone, *learned, rows);
+    if (learned && ZoneRows(view, cursor, room, rows).show(zone, *learned)) return true;
   }
+  return false;
 }
 
 }  // namespace Routing::Pim::Bsr

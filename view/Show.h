@@ -14,8 +14,20 @@ namespace Routing::Pim::Bsr {
 /// are sorted by VRF.
 Rows rowsOf(std::string_view noun, const std::vector<VrfView> &views, const std::string &argument = "");
 
+/// Where in the rows of a VRF a slice of them ended; as it is made, before the first.
+struct ShowCursor {
+  static constexpr size_t slice = 500;  ///< rows, a few milliseconds
+  Pax::IpGenPrefix zone;
+  Pax::IpGenPrefix group;
+  Pax::IpGenAddr rp;
+};
+/// Appends the next rows of one VRF, which may have changed since the slice before: what comes behind the cursor is
+/// shown as it is now. Of nouns that are never long that is all. True while there may be more. Throws like rowsOf.
+bool nextRowsOf(std::string_view noun, const VrfView &view, const std::string &argument, ShowCursor &cursor,
+                Rows &rows);
+
 // Each appends the rows of one VRF.
-void showBsr(const VrfView &view, Rows &rows);
+bool showBsr(const VrfView &view, ShowCursor &cursor, Rows &rows);
 // Everything configured has a row, which says why if it is not in force.
 void showCandidateBsr(const VrfView &view, Rows &rows);
 void showCandidateRp(const VrfView &view, Rows &rows);
@@ -23,7 +35,7 @@ void showBorder(const VrfView &view, Rows &rows);
 void showInterfaces(const VrfView &view, Rows &rows);
 void showAcl(const VrfView &view, Rows &rows);
 void showFilter(const VrfView &view, Rows &rows);
-void showRpSet(const VrfView &view, Rows &rows);
+bool showRpSet(const VrfView &view, ShowCursor &cursor, Rows &rows);
 /// The RPs that serve the group, a row for each mode in which there is one.
 void showRp(const VrfView &view, const std::string &group, Rows &rows);
 void showNeighbors(const VrfView &view, Rows &rows);

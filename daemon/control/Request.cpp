@@ -49,7 +49,7 @@ Request requestFromLine(std::string_view line) {
   return request;
 }
 
-std::string rowsLine(const Rows &rows) { return toText(Rows::object({{"rows", rows}})); }
+std::string rowText(const Rows &row) { return toText(row); }
 
 std::string errorLine(std::string_view error) { return toText(Rows::object({{"error", error}})); }
 

@@ -27,7 +27,9 @@ std::string toLine(const Request &request);
 /// Throws std::invalid_argument saying what is wrong.
 Request requestFromLine(std::string_view line);
 
-std::string rowsLine(const Rows &rows);
+/// A reply line that has no error is these two around the texts of its rows, with commas between them.
+inline constexpr std::string_view rowsBegin = R"({"rows":[)", rowsEnd = "]}";
+std::string rowText(const Rows &row);
 std::string errorLine(std::string_view error);
 /// Throws std::runtime_error with the error that the agent replied, or where this is no reply.
 Rows rowsFromLine(std::string_view line);

@@ -65,8 +65,15 @@ class RawClient {
 class ControlServerTest : public ::testing::Test {
  protected:
   std::unique_ptr<ControlServer> serve() {
-    return std::make_unique<ControlServer>(context, path,
-                                           [](std::string_view request) { return "<" + std::string(request) + ">"; });
+    return std::make_unique<ControlServer>(context, path, [](std::string_view request) {
+      // In two pieces.
+      return [pieces = std::vector<std::string>{">", "<" + std::string(request)}](const Control::Send &send) mutable {
+        if (pieces.empty()) return send("");
+        const std::string piece = pieces.back();
+        pieces.pop_back();
+        send(piece);
+      };
+    });
   }
 
   ::Test::TemporaryDirectory directory;

@@ -52,6 +52,14 @@ class DaemonTest : public ::testing::Test {
     client.join();
     return answer;
   }
+  std::string replyTo(const std::string &request) {
+    std::string line;
+    const Control::Reply reply = daemon->reply(request);
+    for (bool more = true; more;) {
+      reply([&](const std::string &piece) { more = !piece.empty(), line += piece; });
+    }
+    return line;
+  }
   std::vector<std::string> vrfs() {
     std::vector<std::string> names;
     for (const Rows &row : ask({"show", "bsr", "", ""})) names.push_back(row["vrf"]);
@@ -117,7 +125,7 @@ TEST_F(DaemonTest, ASecondAgentOfOneStateFileOrSocketIsRefused) {
 TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
   write(R"({"pim": {"no-such-ns-a": {}, "no-such-ns-b": {}}})");
   start();
-  const std::string good = daemon->reply(R"({"verb": "show", "noun": "agent"})");
+  const std::string good = replyTo(R"({"verb": "show", "noun": "agent"})");
   write("{");
   ask({"reload", "", "", ""});
   const std::string state = "routing/pim/bsr/config";
@@ -164,7 +172,7 @@ TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
        R"([{"kind":"shutdown","stage":"NetworkAgentShutdown","complete":true}])"},
   };
   for (const char *bad : {"7", R"({"verb": 1})", R"({"verbs": "show"})", "\xff{\"verb\""}) {
-    EXPECT_TRUE(daemon->reply(bad).starts_with(R"({"error":")")) << bad;
+    EXPECT_TRUE(replyTo(bad).starts_with(R"({"error":")")) << bad;
   }
   for (const Case &one : cases) {
     EXPECT_EQ(ask(one.request).dump().substr(0, one.answer.size()), one.answer) << Control::toLine(one.request);

@@ -222,6 +222,40 @@ TEST(Show, TheElectedBsrAndTheSortedRpSet) {
   }
 }
 
+TEST(Show, LongTablesComeInSlicesThatNeitherRepeatNorForget) {
+  TestVrf vrf(ipv4);
+  vrf.intfIs(1);
+  vrf.hear(Bsm(vrf.a.host(8)).scope(vrf.a.scope(1)).group(vrf.a.inScope(1, 1), {{vrf.a.host(1), 150}}));
+  Bsm bsm(vrf.a.host(8));
+  for (uint32_t group = 1; group <= 6; ++group) {
+    std::vector<Bsm::Rp> rps;
+    for (uint32_t rp = 1; rp <= 200; ++rp) rps.push_back({vrf.a.host(1000 * group + rp), 150});
+    bsm.group(vrf.a.group(group), rps);
+  }
+  vrf.hear(bsm);
+  const Rows whole = rowsOf("rp-set", {viewOf(vrf)});
+  ASSERT_EQ(whole.size(), 1201u);
+  ShowCursor cursor;
+  Rows rows = Rows::array();
+  std::vector<size_t> sizes;
+  for (bool more = true; more;) {
+    more = nextRowsOf("rp-set", viewOf(vrf), "", cursor, rows);
+    sizes.push_back(rows.size());
+    // What is shown already, where it stands, and what is still to come.
+    const auto learned = vrf.status->crpStatus(vrf.a.global())->status();
+    for (const uint32_t gone : {1, 3, 5}) learned->crpSetDel(vrf.a.group(gone));
+  }
+  EXPECT_EQ(sizes, (std::vector<size_t>{500, 901}));
+  std::set<std::string> seen;
+  for (const Rows &row : rows) EXPECT_TRUE(seen.insert(row["rp"]).second) << row;
+  for (const Rows &row : whole) {
+    const std::string group = row["group"];
+    if (group != Kiv::toText(vrf.a.group(3)) && group != Kiv::toText(vrf.a.group(5))) {
+      EXPECT_TRUE(seen.contains(row["rp"])) << row;
+    }
+  }
+}
+
 TEST(Show, EveryZoneWithAMachineIsThereAndWithoutMachinesWeAreNoBsr) {
   TestVrf vrf(ipv4);
   vrf.intfIs(1);
