@@ -8,7 +8,6 @@
 #include "daemon/control/Nouns.h"
 #include "daemon/control/Request.h"
 #include "daemon/file/Effective.h"
-#include "daemon/file/SystemWarnings.h"
 #include "view/Show.h"
 
 namespace Routing::Pim::Bsr {
@@ -90,19 +89,29 @@ Source show(const Process &process, const Control::Request &request) {
   return VrfRows(process, request);
 }
 
-Rows reload(const Process &process, const Control::Request &) {
-  if (!process.reload()) throw std::invalid_argument(process.loading.error);
-  return Rows::array();
+std::string rowsLine(const Rows &rows) {
+  std::string line(Control::rowsBegin);
+  for (const Rows &row : rows) line.append(&row == &rows.front() ? "" : ",").append(Control::rowText(row));
+  return line.append(Control::rowsEnd);
 }
 
-Rows check(const Process &process, const Control::Request &) {
-  const std::string &file = process.loading.file;
-  const Findings findings = configurationForHere(file, process.system.af).findings;
-  std::vector<std::string> lines;
-  for (const Finding &error : findings.errors) lines.push_back(toText(file, error));
-  for (const Finding &warning : findings.warnings) lines.push_back("warning: " + toText(file, warning));
-  if (!findings.errors.empty()) throw std::invalid_argument(joined(lines, "\n"));
-  return rowsOfLines(lines);
+Control::Reply reload(const Process &process) {
+  const Control::LateReply late;
+  process.reload([late](const std::string &errors) {
+    late.lineIs(errors.empty() ? rowsLine(Rows::array()) : Control::errorLine(errors));
+  });
+  return late.reply();
+}
+
+Control::Reply check(const Process &process) {
+  const Control::LateReply late;
+  process.reader.read([late, file = process.loading.file](const LoadedConfiguration &loaded) {
+    std::vector<std::string> lines;
+    for (const Finding &error : loaded.findings.errors) lines.push_back(toText(file, error));
+    for (const Finding &warning : loaded.findings.warnings) lines.push_back("warning: " + toText(file, warning));
+    late.lineIs(loaded.good() ? rowsLine(rowsOfLines(lines)) : Control::errorLine(joined(lines, "\n")));
+  });
+  return late.reply();
 }
 
 Rows clear(const Process &process, const Control::Request &request) {
@@ -154,18 +163,15 @@ Rows stage(const Process &process, const Control::Request &request) {
 }
 
 Source answer(const Process &process, const Control::Request &request) {
-  const Control::Verb *verb = Control::verbOf(request.verb);
-  if (!verb) throw std::invalid_argument("there is no verb '" + request.verb + "'");
-  if (!verb->takesNoun && !*verb->operands && !request.argument.empty()) {
-    throw std::invalid_argument("'" + request.verb + "' takes no argument");
-  }
   struct Handler {
     const char *verb;
     Rows (*rows)(const Process &process, const Control::Request &request);
   };
   static constexpr std::array handlers{
-      Handler{"reload", reload},     Handler{"check", check}, Handler{"clear", clear},
-      Handler{"trace", traceLevels}, Handler{"stage", stage}, Handler{"redundancy", redundancy},
+      Handler{"clear", clear},
+      Handler{"trace", traceLevels},
+      Handler{"stage", stage},
+      Handler{"redundancy", redundancy},
   };
   for (const Handler &handler : handlers) {
     if (request.verb == handler.verb) return sourceOf(handler.rows(process, request));
@@ -214,12 +220,23 @@ class RowsLine {
   bool ended_ = false;
 };
 
+Control::Reply replyTo(const Process &process, const Control::Request &request) {
+  const Control::Verb *verb = Control::verbOf(request.verb);
+  if (!verb) throw std::invalid_argument("there is no verb '" + request.verb + "'");
+  if (!verb->takesNoun && !*verb->operands && !request.argument.empty()) {
+    throw std::invalid_argument("'" + request.verb + "' takes no argument");
+  }
+  if (request.verb == std::string_view("reload")) return reload(process);
+  if (request.verb == std::string_view("check")) return check(process);
+  const auto rows = std::make_shared<RowsLine>(process.loop, answer(process, request));
+  return [rows](const Control::Send &send) { send(rows->nextPiece()); };
+}
+
 }  // namespace
 
 Control::Reply Answers::reply(std::string_view line) const {
   try {
-    const auto rows = std::make_shared<RowsLine>(process_.loop, answer(process_, Control::requestFromLine(line)));
-    return [rows](const Control::Send &send) { send(rows->nextPiece()); };
+    return replyTo(process_, Control::requestFromLine(line));
   } catch (const std::exception &error) {
     return Control::replyOf(Control::errorLine(error.what()));
   }

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "daemon/ConfigReader.h"
 #include "daemon/VrfHost.h"
 #include "daemon/control/Reply.h"
 #include "platform/tracelet/Sinks.h"
@@ -30,7 +31,9 @@ class Answers {
     const Loading &loading;
     const Configuration &configuration;
     const Tracelet::RingSink &log;
-    std::function<bool()> reload;  ///< false when `loading` has the errors
+    ConfigReader &reader;
+    /// Reads the file and applies it; calls `done` from the loop with the errors, if any, as one text.
+    std::function<void(std::function<void(const std::string &errors)> done)> reload;
   };
 
   explicit Answers(Process process) : process_(std::move(process)) {}

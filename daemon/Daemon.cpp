@@ -56,14 +56,26 @@ struct Daemon::Process {
   Loading loading{options.config, {}, {}};
   VrfHosts hosts{};
   std::unique_ptr<Agent> agent = makeAgent(family, {store, loop, loop, random});
+  ConfigReader reader{loop, options.config, family,
+                      [this](const L3::VrfName &vrf, const PimVrf &pim) { return knownOf(vrf, pim); }};
   Linux::Worker stateWriter{loop};
   StateFile stateFile{{options.state, family, StateFile::thisBoot()},
                       {system.statusColl, system.rpCandidateStatusColl},
                       loop,
                       wheel,
                       stateWriter};
-  Answers answers{
-      {loop, store, system, hosts, *agent, loading, configuration, log, [this] { return daemon.reload(); }}};
+  Answers answers{{loop, store, system, hosts, *agent, loading, configuration, log, reader,
+                   [this](std::function<void(const std::string &errors)> done) { daemon.reload(std::move(done)); }}};
+
+  // The interfaces of a VRF that is open, if it stays in its namespace.
+  std::optional<SystemView> knownOf(const L3::VrfName &vrf, const PimVrf &pim) const {
+    const auto host = hosts.find(vrf);
+    const Linux::VrfPlatform *platform = host == hosts.end() ? nullptr : host->second->platform();
+    if (!platform || !platform->complete()) return std::nullopt;
+    if (configuration.pim.at(vrf).networkNamespace != pim.networkNamespace) return std::nullopt;
+    return SystemView{platform->interfaces(),
+                      [platform](const Pax::IntfId &intfId) { return platform->inVrfDevice(intfId); }};
+  }
 };
 
 Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configuration &configuration)
@@ -112,14 +124,18 @@ void Daemon::awaitSignal() {
     if (error) return;
     process_->loop.workBegins();
     if (signal != SIGHUP) return process_->loop.stop();
-    reload();
+    reload([](const std::string &) {});
     awaitSignal();
   });
 }
 
-bool Daemon::reload() {
+void Daemon::reload(std::function<void(const std::string &errors)> done) {
+  process_->reader.read(
+      [this, done = std::move(done)](const LoadedConfiguration &loaded) { done(reloadedIs(loaded)); });
+}
+
+std::string Daemon::reloadedIs(const LoadedConfiguration &loaded) {
   const std::string &file = process_->options.config;
-  const LoadedConfiguration loaded = configurationForHere(file, process_->family);
   if (!loaded.good()) {
     std::vector<std::string> errors;
     for (const Finding &error : loaded.findings.errors) {
@@ -128,14 +144,14 @@ bool Daemon::reload() {
     }
     process_->loading.error = joined(errors, "\n");
     TRACELET(trace, 1, "The configuration stays as it was");
-    return false;
+    return process_->loading.error;
   }
   for (const Finding &warning : loaded.findings.warnings) {
     TRACELET(trace, 2, "warning: " << toText(file, warning));
   }
   apply(loaded.configuration);
   TRACELET(trace, 3, "Configuration loaded from " << file);
-  return true;
+  return {};
 }
 
 // VRFs that go do so first: another may take over their namespace.

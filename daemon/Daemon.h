@@ -1,6 +1,7 @@
 /// The agent as a process: its configuration, its VRFs, its control socket.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -16,6 +17,7 @@ namespace Routing::Pim::Bsr {
 
 class ConfigColl;
 struct Configuration;
+struct LoadedConfiguration;
 
 /// Owns the loop and everything on it. SIGTERM and SIGINT stop it in order, SIGHUP reloads; a reload
 /// that fails changes nothing.
@@ -39,8 +41,10 @@ class Daemon {
  private:
   struct Process;
 
-  /// Reads the file again. False when it has errors and was not applied.
-  bool reload();
+  /// Reads the file again, without holding up the loop. Calls `done` with its errors as one text, when nothing was
+  /// applied, or with none.
+  void reload(std::function<void(const std::string &errors)> done);
+  std::string reloadedIs(const LoadedConfiguration &loaded);
   void apply(const Configuration &configuration);
   void awaitSignal();
 

@@ -20,4 +20,30 @@ inline Reply replyOf(std::string line) {
   return [line = std::move(line)](const Send &send) mutable { send(std::exchange(line, {})); };
 }
 
+/// A reply that is known later.
+class LateReply {
+ public:
+  LateReply() : state_(std::make_shared<State>()) {}
+
+  /// Once.
+  void lineIs(std::string line) const {
+    state_->line = std::move(line);
+    if (state_->send) std::exchange(state_->send, nullptr)(std::exchange(state_->line, {}));
+  }
+  /// Asked for pieces when the line is known, or before.
+  Reply reply() const {
+    return [state = state_, begun = false](const Send &send) mutable {
+      if (std::exchange(begun, true)) return send({});
+      state->line.empty() ? void(state->send = send) : send(std::exchange(state->line, {}));
+    };
+  }
+
+ private:
+  struct State {
+    std::string line;
+    Send send;  // waits for it
+  };
+  std::shared_ptr<State> state_;
+};
+
 }  // namespace Control

@@ -1,13 +1,10 @@
 #include "daemon/file/SystemWarnings.h"
 
 #include <algorithm>
-#include <boost/asio/steady_timer.hpp>
-#include <chrono>
-#include <system_error>
 
 #include "daemon/file/Entries.h"
 #include "daemon/file/FileOffers.h"
-#include "platform/linux/NetlinkMonitor.h"
+#include "daemon/file/SystemInquiry.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -43,27 +40,6 @@ void checkInterfaces(const L3::VrfName &vrf, const PimVrf &pim, const SystemView
   }
 }
 
-// How long the kernel may take to report the interfaces of a namespace; what is missing by then is not checked.
-constexpr std::chrono::seconds patience(5);
-
-void askSystem(const Configuration &configuration, const L3::VrfName &vrf, Findings &findings) {
-  Linux::EventLoop loop;
-  const auto interfaces = Kiv::make<Ip::AllIntfStatusDir>();
-  Linux::NetlinkMonitor monitor(loop, Linux::Namespace(configuration.pim.at(vrf).networkNamespace.text()), interfaces,
-                                Kiv::make<Linux::LinkTable>(),
-                                {vrf.text(), configuration.family, [&loop] { loop.stop(); }});
-  bool known = true;
-  boost::asio::steady_timer deadline(loop.context(), patience);
-  deadline.async_wait([&](const boost::system::error_code &) {
-    known = false;
-    loop.stop();
-  });
-  loop.run();
-  if (!known) return;
-  const auto inVrfDevice = [&monitor](const Pax::IntfId &intfId) { return monitor.inVrfDevice(intfId); };
-  findSystemWarnings(configuration, vrf, {interfaces, inVrfDevice}, findings);
-}
-
 }  // namespace
 
 void findSystemWarnings(const Configuration &configuration, const L3::VrfName &vrf, const SystemView &view,
@@ -73,13 +49,11 @@ void findSystemWarnings(const Configuration &configuration, const L3::VrfName &v
 }
 
 void findSystemWarnings(const Configuration &configuration, Findings &findings) {
-  for (const auto &[vrf, pim] : configuration.pim) {
-    try {
-      askSystem(configuration, vrf, findings);
-    } catch (const std::system_error &) {
-      continue;  // it is waited for, or will be refused, when the agent runs
-    }
-  }
+  Linux::EventLoop loop;
+  const SystemInquiry inquiry(
+      loop, configuration, [](const auto &, const auto &) { return std::nullopt; }, [&loop] { loop.stop(); });
+  loop.run();
+  inquiry.findWarnings(findings);
 }
 
 LoadedConfiguration configurationForHere(const std::string &file, Pax::AddressFamily family) {

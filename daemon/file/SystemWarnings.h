@@ -19,8 +19,8 @@ struct SystemView {
 void findSystemWarnings(const Configuration &configuration, const L3::VrfName &vrf, const SystemView &view,
                         Findings &findings);
 
-/// The same for every VRF; asks the kernel for interfaces and addresses and waits for the answer. A
-/// namespace that does not exist, or may not be entered, is skipped.
+/// The same for every VRF; asks the kernel for interfaces and addresses and waits for the answers. For a program that
+/// does nothing else yet.
 void findSystemWarnings(const Configuration &configuration, Findings &findings);
 
 /// The configuration of the file, with the warnings for this machine.
