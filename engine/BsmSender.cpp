@@ -12,6 +12,13 @@ namespace Routing::Pim::Bsr {
 
 static Tracelet::Module trace("Pim::Bsr::Sm");
 
+namespace {
+
+// Seconds after which more of what waits goes out.
+constexpr double turn = 0.01;
+
+}  // namespace
+
 bool BsmSender::forwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
   bool wentOut = false;
   const uint32_t length = doComputeBsmLength(*bsm);
@@ -21,8 +28,12 @@ bool BsmSender::forwardBsm(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::
     const Kiv::Ptr<PimIntf> pimIntf = element.value;
     if (pimIntf->neighbor().empty() || !usableForZone(zone, intfId, *pimIntf)) continue;
     VRF_TRACE(trace, 8, "MTU of interface " << intfId << " is " << pimIntf->mtu());
-    sendBsm(zone, length, intfId, pimIntf->mtu(), bsm);
     wentOut = true;
+    auto *const queue = queue_.find(intfId);
+    if (queue) (*queue)->olderDel(zone, *bsm);
+    BsmQueue::Entry entry{bsm};
+    const bool isInTurn = !queue || !(*queue)->holds(zone);
+    if (!isInTurn || !sendBsm(zone, length, intfId, pimIntf->mtu(), entry)) wait(zone, intfId, std::move(entry));
   }
   bsmFragmentsDelAll();
   return wentOut;
@@ -40,15 +51,25 @@ void BsmSender::doSendTriggeredBsm(const Pax::IpGenPrefix &zone, bool forward, c
                                    const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
   const auto pimIntf = sm_.pimStatus()->pimIntf(intfId);
   if (!pimIntf || !usableForZone(zone, intfId, *pimIntf)) return;
-  VRF_TRACE(trace, 8, "MTU of interface " << intfId << " is " << pimIntf->mtu());
+  const BsmQueue &queue = queueIs(intfId);
+  BsmQueue::Entry entry{bsm, true, forward};
+  const bool isInTurn = queue.isEmpty() && maySend(queue);
+  if (!isInTurn || !sendTriggered(zone, intfId, pimIntf->mtu(), entry)) wait(zone, intfId, std::move(entry));
+}
+
+bool BsmSender::sendTriggered(const Pax::IpGenPrefix &zone, const Pax::IntfId &oif, uint32_t mtu,
+                              BsmQueue::Entry &entry) {
+  VRF_TRACE(trace, 8, "MTU of interface " << oif << " is " << mtu);
   VRF_TRACE(trace, 4,
-            "Sending BSM along oif=" << intfId << " for zone " << zone << " with forward bit set to "
-                                     << (forward ? "True" : "False"));
-  const auto copy = Packet::bootstrapHeaderOf(*bsm);
-  copy->forwardIs(forward);
-  for (const auto &group : bsm->groupData()) copy->optionalData()->groupDataEnq(group);
-  sendBsm(zone, doComputeBsmLength(*copy), intfId, pimIntf->mtu(), copy);
+            "Sending BSM along oif=" << oif << " for zone " << zone << " with forward bit set to "
+                                     << (entry.forward ? "True" : "False"));
+  const auto copy = Packet::bootstrapHeaderOf(*entry.bsm);
+  copy->forwardIs(entry.forward);
+  for (const auto &group : entry.bsm->groupData()) copy->optionalData()->groupDataEnq(group);
+  entry.bsm = copy;
+  const bool isOut = sendBsm(zone, doComputeBsmLength(*copy), oif, mtu, entry);
   bsmFragmentsDelAll();
+  return isOut;
 }
 
 bool BsmSender::usableForZone(const Pax::IpGenPrefix &zone, const Pax::IntfId &intfId, const PimIntf &pimIntf) const {
@@ -58,14 +79,13 @@ bool BsmSender::usableForZone(const Pax::IpGenPrefix &zone, const Pax::IntfId &i
   return false;
 }
 
-void BsmSender::sendBsm(const Pax::IpGenPrefix &zone, uint32_t length, const Pax::IntfId &oif, uint32_t mtu,
-                        const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
-  if (length > mtu) {
-    fragmentAndSendBsm(zone, mtu, length, oif, bsm);
-    return;
-  }
-  handOver(oif, bsm);
+bool BsmSender::sendBsm(const Pax::IpGenPrefix &zone, uint32_t length, const Pax::IntfId &oif, uint32_t mtu,
+                        BsmQueue::Entry &entry) {
+  if (length > mtu) return fragmentAndSendBsm(zone, mtu, length, oif, entry);
+  if (auto *const queue = queue_.find(oif)) takeTurn(**queue);
+  handOver(oif, entry.bsm);
   VRF_TRACE(trace, 4, " Forwarding BSM to oif=" << oif << " for zone " << zone);
+  return true;
 }
 
 void BsmSender::handOver(const Pax::IntfId &oif, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
@@ -83,25 +103,37 @@ uint32_t BsmSender::doComputeBsmLength(const Packet::BootstrapMessage &bsm) cons
   return bsmHeaderLength + bsmGroupLength * groups + bsmRpLength * rps;
 }
 
-void BsmSender::fragmentAndSendBsm(const Pax::IpGenPrefix &zone, uint32_t mtu, uint32_t totalLength,
-                                   const Pax::IntfId &oif, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+bool BsmSender::fragmentAndSendBsm(const Pax::IpGenPrefix &zone, uint32_t mtu, uint32_t totalLength,
+                                   const Pax::IntfId &oif, BsmQueue::Entry &entry) {
   const auto *built = bsmFragments_.find(mtu);
-  const PimBsrTxFragments &fragments = built ? **built : buildFragments(zone, mtu, totalLength, bsm);
-  for (const PimBsrTxFragment &fragment : fragments.fragment()) {
-    if (fragment.bsm()->groupData().empty() && !bsm->groupData().empty()) continue;
-    handOver(oif, fragment.bsm());
-    VRF_TRACE(trace, 4, " Forwarding BSM fragment to oif=" << oif << " for zone " << zone);
-  }
+  entry.fragments = built ? *built : buildFragments(zone, mtu, totalLength, entry.bsm);
+  return sendFragments(zone, oif, entry);
 }
 
-PimBsrTxFragments &BsmSender::buildFragments(const Pax::IpGenPrefix &zone, uint32_t mtu, uint32_t totalLength,
-                                             const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
+bool BsmSender::sendFragments(const Pax::IpGenPrefix &zone, const Pax::IntfId &oif, BsmQueue::Entry &entry) {
+  BsmQueue &queue = queueIs(oif);
+  const auto &fragments = entry.fragments->fragment();
+  for (; entry.next < fragments.size(); ++entry.next) {
+    const auto &fragment = fragments[entry.next].bsm();
+    if (fragment->groupData().empty() && !entry.bsm->groupData().empty()) continue;
+    if (!takeTurn(queue)) return false;
+    handOver(oif, fragment);
+    VRF_TRACE(trace, 4, " Forwarding BSM fragment to oif=" << oif << " for zone " << zone);
+  }
+  return true;
+}
+
+std::shared_ptr<const PimBsrTxFragments> BsmSender::buildFragments(const Pax::IpGenPrefix &zone, uint32_t mtu,
+                                                                   uint32_t totalLength,
+                                                                   const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
   const bool scoped = zone != Pax::allGroups(zone.af());
   const uint32_t n = totalLength / mtu;
   if (scoped) totalLength += bsmGroupLength * n - bsmGroupLength;
   const uint32_t number = (totalLength + bsmHeaderLength * (n - 1) + mtu - 1) / mtu;
   VRF_TRACE(trace, 8, number << " fragments to be generated");
-  PimBsrTxFragments &fragments = *bsmFragments_.insert(mtu, std::make_unique<PimBsrTxFragments>(mtu, bsm, number));
+  const auto built = std::make_shared<PimBsrTxFragments>(mtu, bsm, number);
+  bsmFragments_.insert(mtu, built);
+  PimBsrTxFragments &fragments = *built;
 
   const auto &groups = bsm->groupData();
   const uint8_t zoneRpCount = scoped && !groups.empty() ? groups.front()->rpCount() : 0;
@@ -122,7 +154,7 @@ PimBsrTxFragments &BsmSender::buildFragments(const Pax::IpGenPrefix &zone, uint3
                "!doAddGroupData( zone, zoneRpCount, fragments, mtu, splitGroupRpData( i ), true, vrfName() )");
   }
   splitGroupRpData_.clear();
-  return fragments;
+  return built;
 }
 
 // Receivers know a piece by its tag and prefix, so of the two groups that a prefix may have, one for
@@ -141,7 +173,67 @@ void BsmSender::doSplitLater(const Pax::IpGenPrefix &zone, uint8_t zoneRpCount, 
 }
 
 void BsmSender::bsmFragmentsDelAll() {
-  for (const uint32_t mtu : bsmFragments_.keys()) bsmFragments_.erase(mtu);
+  for (const auto &element : bsmFragments_) bsmFragments_.erase(element.key);
+}
+
+BsmQueue &BsmSender::queueIs(const Pax::IntfId &intfId) {
+  if (auto *const present = queue_.find(intfId)) return **present;
+  return *queue_.insert(intfId, std::make_unique<BsmQueue>());
+}
+
+bool BsmSender::maySend(const BsmQueue &queue) const {
+  return std::max(pace_.readyAt(), queue.pace.readyAt()) <= sm_.now();
+}
+
+bool BsmSender::takeTurn(BsmQueue &queue) {
+  return maySend(queue) && pace_.take(sm_.now()) && queue.pace.take(sm_.now());
+}
+
+void BsmSender::wait(const Pax::IpGenPrefix &zone, const Pax::IntfId &oif, BsmQueue::Entry entry) {
+  if (queueIs(oif).add(zone, std::move(entry))) {
+    if (!timer_.armed()) timer_.timeMinIs(sm_.now() + turn);
+    return;
+  }
+  VRF_TRACE(trace, 1, "Not sending a BSM of zone " << zone << " to " << oif << ", where too many wait");
+  count(sm_.bsrStatus()->counters(), &PimBsrCounters::txInc, &PimBsrCounters::txErrorInc);
+}
+
+void BsmSender::waitingDelAll() {
+  for (const auto &element : queue_) queue_.erase(element.key);
+}
+
+void BsmSender::sendWaiting() {
+  bool isLeft = false;
+  for (const auto &element : queue_) {
+    sendWaiting(element.key, *element.value);
+    isLeft = isLeft || !element.value->isEmpty();
+  }
+  if (isLeft) timer_.timeMinIs(sm_.now() + turn);
+}
+
+void BsmSender::sendWaiting(const Pax::IntfId &intfId, BsmQueue &queue) {
+  const auto pimIntf = sm_.pimStatus()->pimIntf(intfId);
+  if (!pimIntf || pimIntf->neighbor().empty()) return queue.clear();
+  for (const auto &[key, entries] : queue.zone()) {
+    const Pax::IpGenPrefix zone = key;
+    if (!usableForZone(zone, intfId, *pimIntf)) {
+      queue.zoneDel(zone);
+      continue;
+    }
+    while (queue.holds(zone)) {
+      if (!maySend(queue) || !sendWaiting(zone, intfId, *pimIntf, queue.first(zone))) return;
+      queue.pop(zone);
+    }
+  }
+}
+
+bool BsmSender::sendWaiting(const Pax::IpGenPrefix &zone, const Pax::IntfId &intfId, const PimIntf &pimIntf,
+                            BsmQueue::Entry &entry) {
+  if (entry.fragments) return sendFragments(zone, intfId, entry);
+  if (entry.isTriggered) return sendTriggered(zone, intfId, pimIntf.mtu(), entry);
+  const bool isOut = sendBsm(zone, doComputeBsmLength(*entry.bsm), intfId, pimIntf.mtu(), entry);
+  bsmFragmentsDelAll();
+  return isOut;
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -97,6 +97,7 @@ void PimBsrSm::handleAf() {
   for (const Pax::IpGenPrefix &zone : candidateSm_.keys()) candidateSmDel(zone);
   VRF_TRACE(trace, 4, "Deleted all Candidate SMs");
   reassembly_->bsmRxFragmentsDelAll();
+  sender_->waitingDelAll();
   initialized_ = false;
 }
 

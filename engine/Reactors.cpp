@@ -1,5 +1,6 @@
 #include "engine/Reactors.h"
 
+#include "engine/BsmSender.h"
 #include "engine/RpSetMirror.h"
 #include "engine/RpSetStore.h"
 #include "engine/TriggeredBsm.h"
@@ -36,6 +37,7 @@ void PimBsrSm::handleCrpStatus(const Pax::IpGenPrefix &zone) {
 void PimBsrSm::handlePimIntf(const Pax::IntfId &intfId) {
   VRF_TRACE_ENTRY_WITH(trace, " ( " << intfId << " )");
   pimIntf_.erase(intfId);
+  sender_->waitingDel(intfId);
   if (const auto pimIntf = pimStatus_->pimIntf(intfId)) {
     pimIntf_.insert(intfId, std::make_unique<KivPimIntf>(*this, intfId, pimIntf));
   }

@@ -88,6 +88,7 @@ TEST_P(Fragmentation, EveryRpGoesOutOnceInFragmentsThatFit) {
     SCOPED_TRACE("mtu " + std::to_string(mtu) + (scoped ? " scoped" : " global"));
     v.intfIs(1, mtu);
     v.sm->bsrSm().forwardBsm(zone, bsm);
+    v.advance(30);  // what is not in the first burst
     if (whole <= mtu) ASSERT_EQ(v.port->sent.size(), 1u);
 
     std::map<Pax::IpGenPrefix, std::set<bool>> inPieces;
@@ -160,6 +161,82 @@ TEST_P(Fragmentation, ANewNeighborGetsTheLastMessagesFromItsDrOnly) {
   candidate->hashMaskLenIs(Bsr::hashMaskLenUnset);
   pimIntf->isDrIs(true);
   EXPECT_FALSE(triggered().contains({a.group(1), true})) << "our own election is over";
+}
+
+// A list of 50,000 RPs goes out whole and in order, in a burst that the receive buffer of a neighbor takes and then
+// at a rate that it keeps up with; what else is sent meanwhile does not wait.
+TEST_P(Fragmentation, WhatListsManyRpsGoesOutAtARateThatReceiversKeepUpWith) {
+  TestVrf v(a);
+  v.intfIs(1, a.ipv4() ? 1500 : 750);
+  v.intfIs(2, a.ipv4() ? 1500 : 750);
+  Bsm source(a.host(200));
+  for (uint32_t n = 0; n < 250; ++n) source.group(a.group(n), rps(200));
+  const Kiv::Ptr<Pim::Packet::BootstrapMessage> bsm = source;
+  const auto &sent = v.port->sent;
+  const auto sentOn = [&](uint32_t n) {
+    std::vector<FakePort::Sent> result;
+    std::ranges::copy_if(sent, std::back_inserter(result), [&](const auto &each) { return each.intfId == v.intf(n); });
+    return result;
+  };
+  v.sm->bsrSm().forwardBsm(a.global(), bsm);
+  EXPECT_EQ(sent.size(), 2u * 128) << "at once";
+  v.sm->bsrSm().forwardBsm(a.scope(5), Bsm(a.host(200)).scope(a.scope(5), rps(1)));
+  EXPECT_EQ(sent.size(), 2u * 129) << "another zone does not wait";
+  for (size_t before = sent.size(); v.time.now() < 1010; before = sent.size()) {
+    v.advance(0.01);
+    ASSERT_LE(sent.size() - before, 2u * 11);
+  }
+  for (const uint32_t n : {1u, 2u}) {
+    auto messages = sentOn(n);
+    messages.erase(messages.begin() + 128);
+    EXPECT_EQ(groupsOf(messages), groupsOf({{v.intf(n), bsm, 0}}));
+    EXPECT_TRUE(
+        std::ranges::is_sorted(messages, {}, [](const auto &each) { return each.bsm->groupData().back()->prefix(); }));
+  }
+}
+
+TEST_P(Fragmentation, WhatWaitsGoesWithANewerMessageTheInterfaceOrItsLastNeighbor) {
+  const auto restOf = [&](const auto &happens) {
+    TestVrf v(a);
+    v.intfIs(1, 150);
+    Bsm source(a.host(200));
+    for (uint32_t n = 0; n < 100; ++n) source.group(a.group(n), rps(20));
+    v.sm->bsrSm().forwardBsm(a.global(), source);
+    v.port->sent.clear();
+    happens(v);
+    v.advance(5);
+    return v.port->sent.size();
+  };
+  const auto forward = [&](TestVrf &v, uint16_t tag) {
+    v.sm->bsrSm().forwardBsm(a.global(), Bsm(a.host(200)).tag(tag).group(a.group(1), rps(1)));
+  };
+  const size_t all = restOf([](TestVrf &) {});
+  EXPECT_GT(all, 100u);
+  EXPECT_EQ(restOf([&](TestVrf &v) { forward(v, 0); }), all + 1) << "a fragment of the same message goes behind";
+  EXPECT_EQ(restOf([&](TestVrf &v) { forward(v, 1); }), 1u);
+  EXPECT_EQ(restOf([](TestVrf &v) { v.pimStatus->pimIntf(v.intf(1))->neighborDel(v.neighbor(1)); }), 0u);
+  EXPECT_EQ(restOf([](TestVrf &v) {
+              v.pimStatus->pimIntfDel(v.intf(1));
+              v.intfIs(1);
+            }),
+            0u);
+  EXPECT_EQ(restOf([&](TestVrf &v) { v.status->bsBorderIs(a.global())->intfIdIs(v.intf(1)); }), 0u);
+}
+
+TEST_P(Fragmentation, NewNeighborsShareWhatStillWaitsForThem) {
+  TestVrf v(a);
+  v.intfIs(1);
+  for (uint32_t n = 0; n < 200; ++n) v.hear(Bsm(a.host(200)).tag(3).group(a.group(n), rps(1)));
+  v.pimStatus->pimIntf(v.intf(1))->isDrIs(true);
+  v.port->sent.clear();
+  const auto trigger = [&] { v.pimStatus->pimIntf(v.intf(1))->triggeredHelloSentInc(); };
+  trigger();
+  EXPECT_EQ(v.port->sent.size(), 128u);
+  trigger();
+  v.advance(1);
+  EXPECT_EQ(v.port->sent.size(), 128u + 200) << "the rest, then what the second has missed";
+  for (const auto &group : groupsOf(v.port->sent)) EXPECT_LE(group.second.second.size(), 2u);
+  EXPECT_EQ(groupsOf(v.port->sent).size(), 200u);
 }
 
 FOR_BOTH_FAMILIES(Fragmentation);
