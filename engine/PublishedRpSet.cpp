@@ -1,7 +1,6 @@
 #include "engine/PublishedRpSet.h"
 
 #include <algorithm>
-#include <set>
 
 #include "model/VrfTrace.h"
 
@@ -20,6 +19,13 @@ void copyRp(const Pim::RpCandidate &from, Pim::RpCandidate &to) {
   to.expiresIs(from.expires());
 }
 
+// Whether `set`, which may be null, has every RP of `rps`.
+bool hasAll(const Kiv::Ptr<RpCandidateSet> &set, const RpCandidateSet &rps) {
+  if (!set) return false;
+  const auto addresses = rps.rp().keys();
+  return std::ranges::all_of(addresses, [&](const auto &address) { return bool(set->rp(address)); });
+}
+
 }  // namespace
 
 PublishedRpSet::PublishedRpSet(const Kiv::Ptr<const Status> &bsrStatus, const Kiv::Ptr<RpCandidateStatus> &published,
@@ -31,11 +37,9 @@ PublishedRpSet::PublishedRpSet(const Kiv::Ptr<const Status> &bsrStatus, const Ki
 void PublishedRpSet::adopt() {
   for (const Pax::IpGenPrefix &prefix : published_->crpSet().keys()) {
     Entry &entry = entryIs(prefix);
-    const auto rps = entry.set->rp().keys();
-    for (const Pax::IpGenPrefix &zone : bsrStatus_->crpStatus().keys()) {
-      const auto set = zone.covers(prefix) && !trie_->route(zone) ? rpSetOf(*bsrStatus_, zone, prefix) : nullptr;
-      const bool all = set && std::all_of(rps.begin(), rps.end(), [&](const auto &rp) { return bool(set->rp(rp)); });
-      if (all && entry.owner.isEmpty()) entry.ownerIs(zone);
+    for (int length = prefix.length(); length >= 0 && entry.owner.isEmpty(); --length) {
+      const Pax::IpGenPrefix zone(prefix.address(), static_cast<uint8_t>(length));
+      if (!trie_->route(zone) && hasAll(rpSetOf(*bsrStatus_, zone, prefix), *entry.set)) entry.ownerIs(zone);
     }
     settle(prefix);
   }
@@ -43,32 +47,31 @@ void PublishedRpSet::adopt() {
 
 Kiv::Ptr<const RpCandidateSet> PublishedRpSet::setOfOwner(const Pax::IpGenPrefix &zone,
                                                           const Pax::IpGenPrefix &prefix) const {
-  const Entry *entry = entry_.find(prefix);
-  return entry && entry->owner == zone ? entry->set : nullptr;
+  const auto entry = entry_.find(prefix);
+  return entry != entry_.end() && entry->second.owner == zone ? entry->second.set : nullptr;
+}
+
+std::vector<Pax::IpGenPrefix> PublishedRpSet::prefixesWithin(const Pax::IpGenPrefix &zone) const {
+  std::vector<Pax::IpGenPrefix> result;
+  for (auto at = entry_.lower_bound(zone); at != entry_.end() && zone.covers(at->first); ++at) {
+    result.push_back(at->first);
+  }
+  return result;
 }
 
 void PublishedRpSet::settleWithin(const Pax::IpGenPrefix &zone) {
-  std::set<Pax::IpGenPrefix> affected;
-  const auto add = [&](const RpCandidateStatus &status) {
-    for (const auto &[prefix, set] : status.crpSet()) {
-      if (zone.covers(prefix)) affected.insert(prefix);
-    }
-  };
-  add(*published_);
-  for (const auto &[key, zoneStatus] : bsrStatus_->crpStatus()) {
-    if (zoneStatus->status()) add(*zoneStatus->status());
-  }
-  for (const Pax::IpGenPrefix &prefix : affected) settle(prefix);
+  for (const Pax::IpGenPrefix &prefix : prefixesWithin(zone)) settle(prefix);
 }
 
 PublishedRpSet::Entry &PublishedRpSet::entryIs(const Pax::IpGenPrefix &prefix) {
-  if (Entry *present = entry_.find(prefix)) return *present;
-  return entry_.insert(prefix, {trie_->longestMatch(prefix), {}, false, published_->crpSet(prefix)});
+  const auto present = entry_.find(prefix);
+  if (present != entry_.end()) return present->second;
+  return entry_[prefix] = {trie_->longestMatch(prefix), {}, false, published_->crpSet(prefix)};
 }
 
 void PublishedRpSet::entryDelIfUnused(const Pax::IpGenPrefix &prefix) {
-  const Entry *entry = entry_.find(prefix);
-  if (entry && !entry->set && entry->sources == 0) entry_.erase(prefix);
+  const auto entry = entry_.find(prefix);
+  if (entry != entry_.end() && !entry->second.set && entry->second.sources == 0) entry_.erase(entry);
 }
 
 void PublishedRpSet::Entry::rpDel(const Pax::IpGenAddr &address) {

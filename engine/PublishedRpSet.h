@@ -12,6 +12,9 @@
 /// read here.
 #pragma once
 
+#include <map>
+#include <vector>
+
 #include "model/Status.h"
 #include "platform/routing/TrieGen.h"
 
@@ -33,6 +36,9 @@ class PublishedRpSet {
 
   /// The published set of `prefix` if it comes from `zone`, or null.
   Kiv::Ptr<const RpCandidateSet> setOfOwner(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) const;
+  /// The prefixes within `zone` that are published or that any zone has a set of, sorted. Takes as long as they are
+  /// many, whatever else is held.
+  std::vector<Pax::IpGenPrefix> prefixesWithin(const Pax::IpGenPrefix &zone) const;
   /// `zone` has been stored in the trie or removed from it: settles every prefix within it.
   void settleWithin(const Pax::IpGenPrefix &zone);
 
@@ -63,7 +69,7 @@ class PublishedRpSet {
   const Kiv::Ptr<const Status> bsrStatus_;
   const Kiv::Ptr<RpCandidateStatus> published_;
   const Kiv::Ptr<const TrieGen> trie_;
-  Kiv::Table<Pax::IpGenPrefix, Entry> entry_;  // of each prefix that is published or has a source
+  std::map<Pax::IpGenPrefix, Entry> entry_;  // of each prefix that is published or has a source
 };
 
 /// A zone's set of one prefix, as something to publish. A member of the reactor that follows the set,
