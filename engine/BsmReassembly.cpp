@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "engine/Capacity.h"
 #include "engine/PimBsrSm.h"
 #include "model/InternalStatus.h"
 #include "model/Status.h"
@@ -33,7 +34,9 @@ IO::BootstrapRefusal BsmReassembly::refusal(const Packet::BootstrapMessage &mess
   if (contradicts(zone, message)) return IO::BootstrapRefusal::contradiction;
   const uint64_t more = bytesToOpen(zone, message);
   const bool hasRoom = more == 0 || openBytes_ + more <= sm_.bsrStatus()->limits().openBytes;
-  return hasRoom ? IO::BootstrapRefusal::none : IO::BootstrapRefusal::memory;
+  if (hasRoom) return IO::BootstrapRefusal::none;
+  sm_.capacity().openBytesExceeded();
+  return IO::BootstrapRefusal::memory;
 }
 
 bool BsmReassembly::contradicts(const Pax::IpGenPrefix &zone, const Packet::BootstrapMessage &bsm) const {
@@ -127,13 +130,16 @@ void BsmReassembly::bsmRxFragmentsDelAll() {
 void BsmReassembly::doKeepBsm(const Pax::IpGenPrefix &zone, LastBsm &lastBsm,
                               const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
   Kiv::Ptr<PimBsrRxFragments> &fragments = lastBsm.lastBsmFragments;
-  lastBsm.bsmIs(bsm, sm_.now());
   if (fragments && fragments->fragTag() != bsm->fragmentTag()) {
-    const uint16_t tag = fragments->fragTag();
-    discardZone(tag, zone);
-    VRF_TRACE(trace, 4, "Removing saved fragments related to tag " << tag);
+    discardRest(zone, lastBsm);
+    VRF_TRACE(trace, 4, "Removing saved fragments related to tag " << fragments->fragTag());
   }
   fragments = bsmRxFragments(bsm->fragmentTag());
+  remember(lastBsm, bsm);
+}
+
+void BsmReassembly::remember(LastBsm &lastBsm, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) const {
+  if (!lastBsm.bsmIs(bsm, sm_.now(), sm_.bsrStatus()->limits().keptBytes)) sm_.capacity().keptBytesExceeded();
 }
 
 void BsmReassembly::handleBsmRxFragments(uint16_t tag) {
@@ -175,13 +181,17 @@ void BsmReassembly::discardAged(PimBsrRxFragments &fragments) {
   }
 }
 
-void BsmReassembly::discardZone(uint16_t tag, const Pax::IpGenPrefix &zone) {
-  const auto fragments = bsmRxFragments(tag);
-  if (!fragments) return;
-  for (const auto &[group, fragment] : fragments->groupRpData()) {
-    if (group.zone == zone) groupDel(*fragments, group);
+// Ends the collections that the zone's last messages have begun. Those of other zones and BSRs under their tag go on.
+void BsmReassembly::discardRest(const Pax::IpGenPrefix &zone, const LastBsm &lastBsm) {
+  for (const auto &bsm : lastBsm.all()) {
+    const auto fragments = bsmRxFragments(bsm->fragmentTag());
+    if (!fragments) return;
+    for (const auto &group : bsm->groupData()) {
+      const PimBsrRxGroup key{zone, bsm->bsrAddress(), group->prefix()};
+      if (group->isPiece() && fragments->groupRpData(key)) groupDel(*fragments, key);
+    }
+    if (fragments->groupRpData().empty()) bsmRxFragmentsDel(bsm->fragmentTag());
   }
-  if (fragments->groupRpData().empty()) bsmRxFragmentsDel(tag);
 }
 
 }  // namespace Routing::Pim::Bsr

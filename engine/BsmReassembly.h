@@ -40,6 +40,9 @@ class BsmReassembly : public IO::BootstrapAdmission {
   /// earlier tag end.
   void doKeepBsm(const Pax::IpGenPrefix &zone, LastBsm &lastBsm, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
 
+  /// Remembers the message as the last of its zone, if its limit allows.
+  void remember(LastBsm &lastBsm, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) const;
+
   /// The open collections of a fragment tag, or null.
   Kiv::Ptr<PimBsrRxFragments> bsmRxFragments(uint16_t tag) const;
   void bsmRxFragmentsDel(uint16_t tag);
@@ -55,7 +58,7 @@ class BsmReassembly : public IO::BootstrapAdmission {
   uint64_t bytesToOpen(const Pax::IpGenPrefix &zone, const Packet::BootstrapMessage &bsm) const;
   void groupDel(PimBsrRxFragments &fragments, const PimBsrRxGroup &group);
   void discardAged(PimBsrRxFragments &fragments);
-  void discardZone(uint16_t tag, const Pax::IpGenPrefix &zone);
+  void discardRest(const Pax::IpGenPrefix &zone, const LastBsm &lastBsm);
 
   using KivFragmentTimer = Orb::TimerFor<&BsmReassembly::handleFragmentTimerExpiry>;
   const PimBsrSm &sm_;

@@ -138,7 +138,7 @@ void BsrCandidateSm::handleNonPreferredBsm(const Kiv::Ptr<Packet::BootstrapMessa
   switch (state_) {
     case BsrCandidateState::pBsr:
       bsrSm_.sender().doForwardBsm(zone_, bsm);
-      lastBsm_.bsmIs(bsm, bsrSm_.now());
+      bsrSm_.reassembly().remember(lastBsm_, bsm);
       return;
     case BsrCandidateState::eBsr: doAnswer(); return;
     case BsrCandidateState::cBsr:
@@ -147,7 +147,7 @@ void BsrCandidateSm::handleNonPreferredBsm(const Kiv::Ptr<Packet::BootstrapMessa
         storedBsr_ = {bsm->bsrAddress(), bsm->priority(), bsm->hashMaskLen()};
         doUpdateElectedBsr();
       }
-      lastBsm_.bsmIs(bsm, bsrSm_.now());
+      bsrSm_.reassembly().remember(lastBsm_, bsm);
       stateIs(BsrCandidateState::pBsr);
       TRACE_STATE();
       doArmOverride("Next Expiry Time in ");
@@ -212,7 +212,7 @@ bool BsrCandidateSm::doSendBsm(bool shutDown) {
   const uint8_t priority = shutDown ? bsMinPriority : ownWeight().priority;
   const auto bsm = BsmOrigination(*bsrStatus_, zone_, *candidate_, withdrawals_).bsm(tag, priority);
   withdrawals_.listed();
-  lastBsm_.bsmIs(bsm, bsrSm_.now());
+  bsrSm_.reassembly().remember(lastBsm_, bsm);
   return bsrSm_.sender().forwardBsm(zone_, bsm);
 }
 

@@ -1,5 +1,7 @@
 #include "engine/CrpCollection.h"
 
+#include "engine/Capacity.h"
+#include "engine/PublishedRpSet.h"
 #include "engine/RpSetStore.h"
 #include "model/VrfTrace.h"
 
@@ -28,8 +30,9 @@ void CrpCollection::add(const Packet::CrpGroup &group, const Pax::IpGenAddr &rpA
     return;
   }
   if (holdTime != 0) {
-    withdrawals_.remove(group.prefix, rpAddress);
     if (!rp) rp = newRp(group.prefix, rpAddress);
+    if (!rp) return;
+    withdrawals_.remove(group.prefix, rpAddress);
     refresh(group, *rp, priority, holdTime);
   } else if (!rp) {
     VRF_TRACE(trace, 4, "Holdtime value of C-RP Advertisement is 0. Ignoring message");
@@ -41,6 +44,8 @@ void CrpCollection::add(const Packet::CrpGroup &group, const Pax::IpGenAddr &rpA
 }
 
 Kiv::Ptr<Pim::RpCandidate> CrpCollection::newRp(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rpAddress) {
+  const size_t withdrawnOthers = withdrawals_.size() - (withdrawals_.contains(prefix, rpAddress) ? 1 : 0);
+  if (!bsrSm_.capacity().admitsCollected(zone_, prefix, rpAddress, withdrawnOthers)) return nullptr;
   const RpHashMaskLen hashMaskLen(candidate_.hashMaskLen());
   const auto rp = setToAddTo(prefix)->rpIs(rpAddress);
   rp->setupTimeIs(bsrSm_.now());
@@ -90,10 +95,9 @@ void CrpCollection::refresh(const Packet::CrpGroup &group, Pim::RpCandidate &rp,
 }
 
 void CrpCollection::giveUp(const Pax::IpGenPrefix &inner) {
-  const auto sets = rpSetsOf(*bsrSm_.bsrStatus(), zone_);
-  if (!sets) return;
-  for (const auto &[prefix, set] : sets->crpSet()) {
-    if (!inner.covers(prefix)) continue;
+  for (const Pax::IpGenPrefix &prefix : bsrSm_.published().prefixesWithin(inner)) {
+    const auto set = rpSetOf(*bsrSm_.bsrStatus(), zone_, prefix);
+    if (!set) continue;
     for (const auto &[address, rp] : set->rp()) {
       if (rp->holdTime() != 0) withdraw(prefix, address, *rp);
     }

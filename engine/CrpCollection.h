@@ -27,6 +27,7 @@ class CrpCollection {
  private:
   const std::string &vrfName() const { return bsrSm_.vrfName(); }
   Kiv::Ptr<RpCandidateSet> setToAddTo(const Pax::IpGenPrefix &prefix);
+  /// Null where no more is collected.
   Kiv::Ptr<Pim::RpCandidate> newRp(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rpAddress);
   void withdraw(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rpAddress, Pim::RpCandidate &rp);
   void refresh(const Packet::CrpGroup &group, Pim::RpCandidate &rp, RpPriority priority, CrpHoldTime holdTime);

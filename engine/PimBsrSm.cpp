@@ -4,6 +4,7 @@
 #include "engine/BsmSender.h"
 #include "engine/BsrCandidateSm.h"
 #include "engine/BsrNonCandidateSm.h"
+#include "engine/Capacity.h"
 #include "engine/PimBsrTrieBuilder.h"
 #include "engine/Reactors.h"
 #include "engine/RpSetMirror.h"
@@ -30,6 +31,7 @@ PimBsrSm::PimBsrSm(const Kiv::Ptr<Bsr::Status> &bsrStatus, const Kiv::Ptr<const 
       timerWheel_(timerWheel),
       allIntfStatusDir_(allIntfStatusDir),
       random_(random),
+      capacity_(std::make_unique<Capacity>(*this)),
       reassembly_(std::make_unique<BsmReassembly>(*this)),
       rpSets_(std::make_unique<RpSetStore>(*this)),
       sender_(std::make_unique<BsmSender>(*this)),
@@ -114,6 +116,7 @@ void PimBsrSm::handleBsm() {
     return;
   }
   if (!nonCandidateSm(zone)) {
+    if (!capacity_->admitsZone(zone)) return;
     nonCandidateSmIs(zone);
     if (scoped) VRF_TRACE(trace, 4, "Instantiated Scoped NonCandidate SM Scope: " << zone);
     if (!scoped) VRF_TRACE(trace, 4, "Instantiated Global/Non-Scoped Non Candidate SM");

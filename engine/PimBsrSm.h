@@ -43,6 +43,7 @@ class BsmSender;
 class BsrCandidateSm;
 class BsrNonCandidateSm;
 class CandidateRps;
+class Capacity;
 class LastBsm;
 class PimBsmStatus;
 class PimBsrRxFragments;
@@ -83,6 +84,7 @@ class PimBsrSm : public Kiv::Entity {
   const Pax::IpGenPrefix &globalOrNonScopeZone() const { return globalOrNonScopeZone_; }
   double now() const;
 
+  Capacity &capacity() const { return *capacity_; }
   BsmReassembly &reassembly() const { return *reassembly_; }
   RpSetStore &rpSets() const { return *rpSets_; }
   BsmSender &sender() const { return *sender_; }
@@ -170,6 +172,7 @@ class PimBsrSm : public Kiv::Entity {
   std::unique_ptr<PimBsrTrieBuilderSm> bsrTrieBuilder_;
   std::unique_ptr<PublishedRpSet> published_;
   uint64_t settledVersion_ = 0;  // of the trie that published_ was settled for
+  std::unique_ptr<Capacity> capacity_;
   std::unique_ptr<BsmReassembly> reassembly_;
   std::unique_ptr<RpSetStore> rpSets_;
   std::unique_ptr<BsmSender> sender_;

@@ -1,5 +1,6 @@
 #include "engine/RpSetMirror.h"
 
+#include "engine/Capacity.h"
 #include "engine/RpSetStore.h"
 #include "model/VrfTrace.h"
 
@@ -10,10 +11,15 @@ static Tracelet::Module trace("Pim::Bsr::Sm");
 // KivRp
 
 PimBsrSm::KivRp::KivRp(KivCrpSet &crpSet, const Pax::IpGenAddr &address, const Kiv::Ptr<const Pim::RpCandidate> &rp)
-    : ReactorOf(crpSet, rp), holdTimer_(crpSet.sm().timerWheel(), *this), address_(address) {
+    : ReactorOf(crpSet, rp),
+      holdTimer_(crpSet.sm().timerWheel(), *this),
+      address_(address),
+      isCollected_(crpSet.sm().capacity().rpInc(crpSet.source().zone(), address)) {
   handleInitialized();
   if (rp->expires() > 0) setHoldtimer();
 }
+
+PimBsrSm::KivRp::~KivRp() { owner_.sm().capacity().rpDec(address_, isCollected_); }
 
 const std::string &PimBsrSm::KivRp::vrfName() const { return owner_.sm().vrfName(); }
 
@@ -84,9 +90,12 @@ void PimBsrSm::KivRp::handleDel() {
 PimBsrSm::KivCrpSet::KivCrpSet(PimBsrSm &sm, const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix,
                                const Kiv::Ptr<const RpCandidateSet> &set)
     : ReactorOf(sm, set), source_(*sm.published_, zone, prefix) {
+  sm.capacity().rangeInc(zone, prefix);
   handleInitialized();
   notifierReplay();
 }
+
+PimBsrSm::KivCrpSet::~KivCrpSet() { sm().capacity().rangeDec(source_.zone(), source_.prefix()); }
 
 void PimBsrSm::KivCrpSet::handleInitialized() {
   VRF_TRACE_ENTRY(trace);

@@ -1,5 +1,5 @@
 /// The reactors that follow the learned RPs of each zone: they age the RPs and report every change to
-/// the published set.
+/// the published set; and they count what is held (Capacity).
 ///
 /// A chain from the zone's entry to the single RP; each reactor owns those below it. They write
 /// nothing themselves. An RP whose hold time is over is handed to the store, which removes it and with
@@ -17,6 +17,7 @@ namespace Routing::Pim::Bsr {
 class PimBsrSm::KivRp : public Kiv::ReactorOf<Pim::RpCandidate, KivCrpSet> {
  public:
   KivRp(KivCrpSet &crpSet, const Pax::IpGenAddr &address, const Kiv::Ptr<const Pim::RpCandidate> &rp);
+  ~KivRp() override;
 
   void onPriority() override { handlePriority(); }
   void onHashMaskLen() override { handleHashMaskLen(); }
@@ -46,6 +47,7 @@ class PimBsrSm::KivRp : public Kiv::ReactorOf<Pim::RpCandidate, KivCrpSet> {
   PublishedRpSet::Source::Twin twin_;
   KivHoldtimeTimer holdTimer_;
   const Pax::IpGenAddr address_;
+  const bool isCollected_;  // on the zone's BSR
 };
 
 /// Follows a zone's set of one prefix.
@@ -53,6 +55,7 @@ class PimBsrSm::KivCrpSet : public Kiv::ReactorOf<RpCandidateSet, PimBsrSm> {
  public:
   KivCrpSet(PimBsrSm &sm, const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix,
             const Kiv::Ptr<const RpCandidateSet> &set);
+  ~KivCrpSet() override;
 
   void onRp(const Pax::IpGenAddr &address) override;
   /// The set is gone from the zone, and its RPs with it.

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "engine/BsmReassembly.h"
+#include "engine/Capacity.h"
 #include "model/VrfTrace.h"
 #include "platform/tracelet/Require.h"
 
@@ -60,7 +61,7 @@ bool RpSetStore::storeGroup(const Store &store, const Packet::BootstrapGroupData
   return good;
 }
 
-// Null when there is nothing to store into: in a refresh, or when no RP would stay in a new set.
+// Null when there is nothing to store into: in a refresh, or when no RP would stay in a new set, or fit.
 Kiv::Ptr<RpCandidateSet> RpSetStore::setToStoreInto(const Store &store, const Pax::IpGenPrefix &prefix,
                                                     const Packet::BootstrapGroupData::RpList &rps) {
   auto zoneStatus = bsrStatus_->crpStatus(store.zone);
@@ -74,6 +75,7 @@ Kiv::Ptr<RpCandidateSet> RpSetStore::setToStoreInto(const Store &store, const Pa
   if (store.refresh || std::none_of(rps.begin(), rps.end(), [](const auto &rp) { return rp.holdTime != 0; })) {
     return nullptr;
   }
+  if (!sm_.capacity().admitsSet(store.zone, prefix, rps)) return nullptr;
   VRF_TRACE(trace, 4, "Creating Rp set associated with prefix " << prefix);
   return status->crpSetIs(prefix);
 }
@@ -86,7 +88,7 @@ bool RpSetStore::storeRp(const Store &store, RpCandidateSet &set, const Packet::
     return true;
   }
   auto rp = set.rp(data.address);
-  if (!rp && store.refresh) return true;
+  if (!rp && (store.refresh || !sm_.capacity().admitsRp(group.prefix(), data.address))) return true;
   if (store.bsm.hashMaskLen() > RpHashMaskLenRule::most) {
     VRF_TRACE(trace, 1, RpHashMaskLenRule::text);
     return false;

@@ -6,14 +6,19 @@
 namespace Routing::Pim::Bsr {
 
 void Withdrawals::add(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rp, Mode mode) {
-  waiting_[prefix].insert_or_assign(rp, Waiting{mode});
+  size_ += waiting_[prefix].insert_or_assign(rp, Waiting{mode}).second;
 }
 
 void Withdrawals::remove(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rp) {
   const auto rps = waiting_.find(prefix);
   if (rps == waiting_.end()) return;
-  rps->second.erase(rp);
+  size_ -= rps->second.erase(rp);
   if (rps->second.empty()) waiting_.erase(rps);
+}
+
+bool Withdrawals::contains(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rp) const {
+  const auto rps = waiting_.find(prefix);
+  return rps != waiting_.end() && rps->second.contains(rp);
 }
 
 std::vector<Pax::IpGenPrefix> Withdrawals::prefixes() const {
@@ -38,7 +43,7 @@ std::vector<Withdrawals::Rp> Withdrawals::toList(const Pax::IpGenPrefix &prefix)
 void Withdrawals::listed() {
   for (auto &[prefix, rps] : waiting_) {
     for (const Rp &rp : toList(prefix)) {
-      if (--rps.at(rp.address).listingsLeft == 0) rps.erase(rp.address);
+      if (--rps.at(rp.address).listingsLeft == 0) size_ -= rps.erase(rp.address);
     }
   }
   std::erase_if(waiting_, [](const auto &entry) { return entry.second.empty(); });

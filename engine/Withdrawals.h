@@ -32,9 +32,12 @@ class Withdrawals {
   void add(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rp, Mode mode);
   /// The RP is back, or never was withdrawn.
   void remove(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rp);
-  void clear() { waiting_.clear(); }
+  void clear() { waiting_.clear(), size_ = 0; }
 
   bool empty() const { return waiting_.empty(); }
+  /// Withdrawn RPs, one for each prefix.
+  size_t size() const { return size_; }
+  bool contains(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rp) const;
   std::vector<Pax::IpGenPrefix> prefixes() const;
   /// What the next message lists of the prefix, the least often listed first.
   std::vector<Rp> toList(const Pax::IpGenPrefix &prefix) const;
@@ -49,6 +52,7 @@ class Withdrawals {
   using Rps = std::map<Pax::IpGenAddr, Waiting>;
 
   std::map<Pax::IpGenPrefix, Rps> waiting_;  // no prefix without RPs
+  size_t size_ = 0;
 };
 
 }  // namespace Routing::Pim::Bsr

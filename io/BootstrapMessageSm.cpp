@@ -135,6 +135,7 @@ void BootstrapMessageSm::accept(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Pac
   bsmStatus_->firstGroupIs(bsm->groupData().empty() ? nullptr : bsm->groupData().front());
   bsmStatus_->rxBsmIs(bsm);
   count(counters_, &PimBsrCounters::rxBsmSuccessInc, &PimBsrCounters::rxSuccessInc);
+  maybeLastBsmDel(zone);
 }
 
 void BootstrapMessageSm::handleTransmission() {
@@ -164,6 +165,10 @@ void BootstrapMessageSm::lastBsmIs(const Pax::IpGenPrefix &zone, const Kiv::Ptr<
   } else {
     lastBsm_.insert(zone, bsm);
   }
+}
+
+void BootstrapMessageSm::maybeLastBsmDel(const Pax::IpGenPrefix &zone) {
+  if (lastBsm_.size() > bsrStatus_->limits().zones && !bsrStatus_->bootstrapRouter(zone)) lastBsmDel(zone);
 }
 
 void BootstrapMessageSm::lastBsmDelAll() {

@@ -29,12 +29,14 @@ class BootstrapMessageSm {
                      const Kiv::Ptr<PimRpfTable> &rpfTable, const Orb::Clock &clock);
   ~BootstrapMessageSm();
 
-  /// The last accepted message of a zone, or null. It stays until the next one, or the end of this machine.
+  /// The last accepted message of a zone, or null. It stays until the next one, or the end of this machine; that of a
+  /// zone without BSR goes when there are more than `limits` allow zones.
   Kiv::Ptr<Packet::BootstrapMessage> lastBsm(const Pax::IpGenPrefix &zone) const;
 
  private:
   class KivBsrStatus : public Kiv::ReactorOf<Status, BootstrapMessageSm> {
     using ReactorOf::ReactorOf;
+    void onBootstrapRouter(const Pax::IpGenPrefix &zone) override { owner_.maybeLastBsmDel(zone); }
     void onCounters() override { owner_.counters_ = owner_.bsrStatus_->counters(); }
   };
   class KivBsmInfo : public Kiv::ReactorOf<IO::ReceivedMessage, BootstrapMessageSm> {
@@ -63,12 +65,13 @@ class BootstrapMessageSm {
   bool borderPasses(const Pax::IpGenPrefix &zone);
   void accept(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
 
-  /// The first group block's prefix where that is a scoped zone's own block, otherwise the global zone.
   /// Seconds: our own candidate's, or the default.
   uint32_t bsPeriod(const Pax::IpGenPrefix &zone) const;
   void lastBsmIs(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
   void lastBsmDel(const Pax::IpGenPrefix &zone) { lastBsm_.erase(zone); }
   void lastBsmDelAll();
+  /// The zone's BSR has come or gone, or its message has been handled.
+  void maybeLastBsmDel(const Pax::IpGenPrefix &zone);
   void countDrop(uint32_t PimBsrErrorCounters::*reason);
 
   static constexpr uint32_t bsPeriodDefault_ = 60;  // seconds

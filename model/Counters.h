@@ -19,27 +19,41 @@ struct PimBsrErrorCounters {
 };
 std::ostream &operator<<(std::ostream &out, const PimBsrErrorCounters &counters);
 
-/// Of all PIM messages of the agent, and by kind. Written by the message machines, and by the sender where it gives up
-/// a block; the first six and the errors start from zero with each start of the VRF, the others go on. The sums of a
-/// drop are kept together by countDrop().
+/// What was refused because a limit was reached, under the names of the limits. Changed like the errors.
+struct PimBsrLimitCounters {
+  uint32_t rps = 0;
+  uint32_t zones = 0;  ///< messages of zones beyond it
+  uint32_t ranges = 0;
+  uint32_t collectedRps = 0;
+  uint32_t rangesPerRp = 0;
+  uint32_t keptBytes = 0;  ///< messages that were not kept
+  uint32_t openBytes = 0;  ///< messages that were dropped
+  bool operator==(const PimBsrLimitCounters &) const = default;
+};
+std::ostream &operator<<(std::ostream &out, const PimBsrLimitCounters &counters);
+
+/// Of all PIM messages of the agent, and by kind. Written by the message machines, and by the engine where it gives
+/// up a block or refuses what is beyond a limit; the first six and the errors start from zero with each start of the
+/// VRF, the others go on. The sums of a drop are kept together by countDrop().
 class PimBsrCounters : public Kiv::NamedEntity {
  public:
   using NamedEntity::NamedEntity;
 
-#define ATTRIBUTES(ATTRIBUTE)                          \
-  ATTRIBUTE(counter, rx, Rx)                           \
-  ATTRIBUTE(counter, rxSuccess, RxSuccess)             \
-  ATTRIBUTE(counter, rxError, RxError)                 \
-  ATTRIBUTE(counter, tx, Tx)                           \
-  ATTRIBUTE(counter, txSuccess, TxSuccess)             \
-  ATTRIBUTE(counter, txError, TxError)                 \
-  ATTRIBUTE(counter, rxBsm, RxBsm)                     \
-  ATTRIBUTE(counter, rxBsmSuccess, RxBsmSuccess)       \
-  ATTRIBUTE(counter, rxBsmError, RxBsmError)           \
-  ATTRIBUTE(counter, rxCrpAdv, RxCrpAdv)               \
-  ATTRIBUTE(counter, rxCrpAdvSuccess, RxCrpAdvSuccess) \
-  ATTRIBUTE(counter, rxCrpAdvError, RxCrpAdvError)     \
-  ATTRIBUTE(value, PimBsrErrorCounters, errCounters, ErrCounters, {})
+#define ATTRIBUTES(ATTRIBUTE)                                         \
+  ATTRIBUTE(counter, rx, Rx)                                          \
+  ATTRIBUTE(counter, rxSuccess, RxSuccess)                            \
+  ATTRIBUTE(counter, rxError, RxError)                                \
+  ATTRIBUTE(counter, tx, Tx)                                          \
+  ATTRIBUTE(counter, txSuccess, TxSuccess)                            \
+  ATTRIBUTE(counter, txError, TxError)                                \
+  ATTRIBUTE(counter, rxBsm, RxBsm)                                    \
+  ATTRIBUTE(counter, rxBsmSuccess, RxBsmSuccess)                      \
+  ATTRIBUTE(counter, rxBsmError, RxBsmError)                          \
+  ATTRIBUTE(counter, rxCrpAdv, RxCrpAdv)                              \
+  ATTRIBUTE(counter, rxCrpAdvSuccess, RxCrpAdvSuccess)                \
+  ATTRIBUTE(counter, rxCrpAdvError, RxCrpAdvError)                    \
+  ATTRIBUTE(value, PimBsrErrorCounters, errCounters, ErrCounters, {}) \
+  ATTRIBUTE(value, PimBsrLimitCounters, limitCounters, LimitCounters, {})
   KIV_ENTITY(PimBsrCounters, ATTRIBUTES)
 #undef ATTRIBUTES
 
@@ -49,6 +63,12 @@ class PimBsrCounters : public Kiv::NamedEntity {
     PimBsrErrorCounters changed = errCounters();
     ++(changed.*field);
     errCountersIs(changed);
+  }
+  /// The same for limitCounters.
+  void refusalInc(uint32_t PimBsrLimitCounters::*limit) {
+    PimBsrLimitCounters changed = limitCounters();
+    ++(changed.*limit);
+    limitCountersIs(changed);
   }
   /// Sets every counter to zero.
   void clear() {
@@ -60,6 +80,7 @@ class PimBsrCounters : public Kiv::NamedEntity {
       (this->*set)(0);
     }
     errCountersIs({});
+    limitCountersIs({});
   }
 };
 

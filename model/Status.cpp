@@ -10,6 +10,12 @@ std::ostream &operator<<(std::ostream &out, const PimBsrErrorCounters &counters)
              << " notBsr=" << counters.notBsrError << " unknownDest=" << counters.unknownDestError;
 }
 
+std::ostream &operator<<(std::ostream &out, const PimBsrLimitCounters &counters) {
+  return out << "rps=" << counters.rps << " zones=" << counters.zones << " ranges=" << counters.ranges
+             << " collectedRps=" << counters.collectedRps << " rangesPerRp=" << counters.rangesPerRp
+             << " keptBytes=" << counters.keptBytes << " openBytes=" << counters.openBytes;
+}
+
 std::ostream &operator<<(std::ostream &out, BsrCandidateState state) {
   static constexpr const char *names[] = {"unset", "cBsr", "pBsr", "eBsr"};
   return out << names[static_cast<size_t>(state)];

@@ -7,7 +7,7 @@ namespace Routing::Pim::Bsr {
 
 namespace {
 
-// The counters under their own names. errCounters, the only one that is not a number, has a column of its own.
+// The counters under their own names. Those that are not numbers have columns of their own.
 class CounterVisitor : public Kiv::Visitor {
  public:
   explicit CounterVisitor(Rows &row) : row_(row) {}
@@ -32,6 +32,15 @@ constexpr std::array errorFields{
     Field<PimBsrErrorCounters>{"notBsrError", &PimBsrErrorCounters::notBsrError},
     Field<PimBsrErrorCounters>{"unknownDestError", &PimBsrErrorCounters::unknownDestError},
 };
+constexpr std::array limitFields{
+    Field<PimBsrLimitCounters>{"rps", &PimBsrLimitCounters::rps},
+    Field<PimBsrLimitCounters>{"zones", &PimBsrLimitCounters::zones},
+    Field<PimBsrLimitCounters>{"ranges", &PimBsrLimitCounters::ranges},
+    Field<PimBsrLimitCounters>{"collectedRps", &PimBsrLimitCounters::collectedRps},
+    Field<PimBsrLimitCounters>{"rangesPerRp", &PimBsrLimitCounters::rangesPerRp},
+    Field<PimBsrLimitCounters>{"keptBytes", &PimBsrLimitCounters::keptBytes},
+    Field<PimBsrLimitCounters>{"openBytes", &PimBsrLimitCounters::openBytes},
+};
 constexpr std::array packetFields{
     Field<Flume::PacketCounters>{"received", &Flume::PacketCounters::received},
     Field<Flume::PacketCounters>{"sent", &Flume::PacketCounters::sent},
@@ -47,6 +56,7 @@ constexpr std::array packetFields{
     Field<Flume::PacketCounters>{"fragmentsOverLimit", &Flume::PacketCounters::fragmentsOverLimit},
 };
 static_assert(sizeof(PimBsrErrorCounters) == errorFields.size() * sizeof(uint32_t), "a counter is missing");
+static_assert(sizeof(PimBsrLimitCounters) == limitFields.size() * sizeof(uint32_t), "a counter is missing");
 static_assert(sizeof(Flume::PacketCounters) == (packetFields.size() + Packet::decodeErrors) * sizeof(uint32_t),
               "a counter is missing");
 
@@ -78,6 +88,7 @@ void showCounters(const VrfView &view, Rows &rows) {
   CounterVisitor visitor(row);
   counters->describe(visitor);
   row["errors"] = toJson(errorFields, counters->errCounters());
+  row["refused"] = toJson(limitFields, counters->limitCounters());
   row["packets"] = packetsOf(view.packets ? *view.packets : Flume::PacketCounters());
   rows.push_back(std::move(row));
 }

@@ -149,6 +149,7 @@ constexpr std::array neighbors{
 constexpr std::array counters{
     vrf,
     Column{"errors", "messages that the agent rejected, by reason"},
+    Column{"refused", "what was refused because a limit was reached, by limit"},
     Column{"packets", "packets that never reached the agent, by reason, and those received and sent"},
 };
 constexpr std::array config{

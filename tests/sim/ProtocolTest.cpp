@@ -139,6 +139,38 @@ TEST_P(Protocol, MessagesThatContradictOneAnotherStopNobodyAndGoNoFurther) {
   }
 }
 
+// Somebody feeds another zone with ever new RPs, as much as there is room for and more.
+TEST_P(Protocol, AFloodOfRpsTakesNoRoomFromWhatIsKnownAndGivesItBack) {
+  const Sim::RpTable table = story.table(global, 2, 4);
+  for (const char *name : {"a", "b", "c"}) {
+    Routing::Pim::Bsr::Limits limits;
+    limits.rps = 40;
+    story.host(name).config().limitsIs(limits);
+  }
+  Sim::Feeder &feeder = learnedChain(table);
+  const auto held = [&](const char *name) {
+    return Sim::tableOf(*rpSetsOf(story.host(name).status(), global)).rps() +
+           Sim::tableOf(*rpSetsOf(story.host(name).status(), scope)).rps();
+  };
+  for (uint32_t n = 0; n < 60; ++n) {
+    story.feed(feeder, scope, story.table(scope, 2, 30, n), 70);
+    story.time().runFor(5);
+    for (const char *name : {"a", "b", "c"}) {
+      EXPECT_EQ(Sim::tableOf(*rpSetsOf(story.host(name).status(), global)), table) << name;
+      EXPECT_LE(held(name), 40u) << name;
+    }
+  }
+  for (const char *name : {"a", "b", "c"}) {
+    EXPECT_EQ(held(name), 40u);
+    EXPECT_GT(story.host(name).status().counters()->limitCounters().rps, 1000u);
+  }
+  const Sim::RpTable more = story.table(global, 3, 10);
+  feeder.zoneIs(scope, {Bsm(feeder.router().address(), 70).scope(scope)});
+  story.feed(feeder, global, more);
+  EXPECT_TRUE(story.within(300, [&] { return Sim::tableOf(*rpSetsOf(story.host("c").status(), global)) == more; }))
+      << "the flood is over, its RPs have expired, and the next message finds room";
+}
+
 TEST_P(Protocol, ARestartedRouterIsToldByTheBestOfThoseThatHaveNot) {
   enum Candidacy { none, begins, ends };
   const struct {

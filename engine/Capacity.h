@@ -1,0 +1,66 @@
+/// What the engine holds of other routers' making, against the limits in force.
+///
+/// The RPs and ranges are counted by the reactors that follow the RP sets (RpSetMirror.h), so the counts are right
+/// whoever stored them and however they go. Whoever is about to create something asks first; what is known already is
+/// never asked about. A refusal is counted by its limit in the counters of the VRF, and traced at most once a minute.
+#pragma once
+
+#include <array>
+#include <unordered_map>
+
+#include "model/Status.h"
+#include "platform/pim/Packet.h"
+
+namespace Routing::Pim::Bsr {
+
+class PimBsrSm;
+
+/// Owned by the engine. All of it takes constant time. Writes the counters and nothing else.
+class Capacity {
+ public:
+  explicit Capacity(const PimBsrSm &sm) : sm_(sm) {}
+
+  // Counting. A zone's set of its own prefix comes with the zone and is no range here.
+  void rangeInc(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) { ranges_ += prefix != zone; }
+  void rangeDec(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) { ranges_ -= prefix != zone; }
+  /// Whether it counts as collected: we are the BSR of its zone. It does so to its end.
+  bool rpInc(const Pax::IpGenPrefix &zone, const Pax::IpGenAddr &rp);
+  void rpDec(const Pax::IpGenAddr &rp, bool isCollected);
+
+  // Asking, and counting a refusal.
+
+  /// A zone in which we are no candidate. The global one, and those of our own borders, always fit.
+  bool admitsZone(const Pax::IpGenPrefix &zone);
+  /// A zone's set for learned RPs. One with an RP of ours always fits.
+  bool admitsSet(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix,
+                 const Packet::BootstrapGroupData::RpList &rps);
+  /// A learned RP in such a set. Our own always fit.
+  bool admitsRp(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rp) {
+    return learned_ < limits().rps || isOwn(prefix, rp) || refuse(rps);
+  }
+  /// An RP to collect in `zone`, where `withdrawn` RPs still take room until everybody has been told of them.
+  bool admitsCollected(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rp,
+                       size_t withdrawn);
+  /// No room was left for one more of the last messages of a zone.
+  void keptBytesExceeded() { refuse(keptBytes); }
+  /// Nor for groups in pieces.
+  void openBytesExceeded() { refuse(openBytes); }
+
+ private:
+  enum Limit : uint8_t { rps, zones, ranges, collectedRps, rangesPerRp, keptBytes, openBytes, count };
+
+  const std::string &vrfName() const;
+  const Limits &limits() const;
+  bool isOwn(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rp) const;
+  /// Always false.
+  bool refuse(Limit limit);
+
+  const PimBsrSm &sm_;
+  size_t ranges_ = 0;
+  size_t learned_ = 0;
+  size_t collected_ = 0;
+  std::unordered_map<Pax::IpGenAddr, uint32_t> collectedRanges_;  // of each RP with any
+  std::array<double, Limit::count> quietUntil_{};
+};
+
+}  // namespace Routing::Pim::Bsr
