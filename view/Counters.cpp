@@ -54,6 +54,8 @@ constexpr std::array packetFields{
     Field<Flume::PacketCounters>{"badHello", &Flume::PacketCounters::badHello},
     Field<Flume::PacketCounters>{"contradictingFragments", &Flume::PacketCounters::contradictingFragments},
     Field<Flume::PacketCounters>{"fragmentsOverLimit", &Flume::PacketCounters::fragmentsOverLimit},
+    Field<Flume::PacketCounters>{"tooLong", &Flume::PacketCounters::tooLong},
+    Field<Flume::PacketCounters>{"kernelDropped", &Flume::PacketCounters::kernelDropped},
 };
 static_assert(sizeof(PimBsrErrorCounters) == errorFields.size() * sizeof(uint32_t), "a counter is missing");
 static_assert(sizeof(PimBsrLimitCounters) == limitFields.size() * sizeof(uint32_t), "a counter is missing");

@@ -100,18 +100,18 @@ void RawPacketPort::leave(const Pax::IntfId &intfId) {
   membership_.erase(found);
 }
 
-void RawPacketPort::read(const Open &from) {
+void RawPacketPort::read(Open &from) {
   const Kiv::Ptr<RawPacketPort> alive(this);
   for (int i = 0; i < packetsPerTurn && !sockets_.empty(); ++i) {
     RawSocket::Datagram datagram;
     const RawSocket::Received received = from.socket.receive(buffer_, datagram);
     if (received == RawSocket::Received::nothing) return;
+    if (datagram.dropped) dropped(*datagram.dropped - std::exchange(from.dropped, *datagram.dropped));
     if (received == RawSocket::Received::ignored) continue;
     const Pax::IntfId *intfId = links_->intfId(datagram.ifIndex);
     if (!intfId || !isMine(from, *intfId, datagram.destination)) continue;
-    // What was cut off cannot be read: without any of it, the codec counts the packet as truncated.
-    if (datagram.truncated) datagram.payload = {};
-    receive({*intfId, datagram.source, datagram.destination, datagram.payload});
+    const Routing::Pim::IO::Incoming packet{*intfId, datagram.source, datagram.destination, datagram.payload};
+    datagram.truncated ? receiveTooLong(packet) : receive(packet);
   }
 }
 

@@ -42,6 +42,7 @@ class RawPacketPort : public Routing::Pim::IO::PacketPort {
   struct Open {
     explicit Open(RawSocket socket) : socket(std::move(socket)) {}
     RawSocket socket;
+    uint32_t dropped = 0;  // by the kernel, since the socket was opened
     std::optional<Watch> watch;
   };
   class StatusReactor;
@@ -50,7 +51,7 @@ class RawPacketPort : public Routing::Pim::IO::PacketPort {
   void pimIntfChanged(const Pax::IntfId &intfId);
   void join(const Pax::IntfId &intfId);
   void leave(const Pax::IntfId &intfId);
-  void read(const Open &from);
+  void read(Open &from);
   bool isMine(const Open &from, const Pax::IntfId &intfId, const Pax::IpGenAddr &destination) const;
 
   struct Membership {

@@ -21,10 +21,17 @@ constexpr int classSelector6 = 0xc0;
 // Not in the C library's header yet; a value of linux/in6.h, which cannot be included beside it.
 constexpr int ipv6MulticastAll = 29;
 
-// Room for packet info and a TTL or hop limit, in both families.
+// Room for packet info and a number, in both families: a TTL or hop limit to send with, or the packets dropped.
 struct Control {
   alignas(cmsghdr) std::array<uint8_t, CMSG_SPACE(sizeof(in6_pktinfo)) + CMSG_SPACE(sizeof(int))> bytes{};
 };
+
+template <class Info>
+Info infoOf(cmsghdr &header) {
+  Info info{};
+  std::memcpy(&info, CMSG_DATA(&header), sizeof info);
+  return info;
+}
 
 template <class Info>
 void append(msghdr &message, int level, int type, const Info &info) {
@@ -36,25 +43,21 @@ void append(msghdr &message, int level, int type, const Info &info) {
   message.msg_controllen += CMSG_SPACE(sizeof info);
 }
 
-// Arrival interface and destination, as the packet info tells them.
-bool readPacketInfo(msghdr &message, RawSocket::Datagram &datagram) {
+// Arrival interface and destination, and the packets dropped, as far as they are told.
+void readControl(msghdr &message, RawSocket::Datagram &datagram) {
   for (cmsghdr *header = CMSG_FIRSTHDR(&message); header; header = CMSG_NXTHDR(&message, header)) {
     if (header->cmsg_level == IPPROTO_IP && header->cmsg_type == IP_PKTINFO) {
-      in_pktinfo info{};
-      std::memcpy(&info, CMSG_DATA(header), sizeof info);
+      const auto info = infoOf<in_pktinfo>(*header);
       datagram.ifIndex = static_cast<uint32_t>(info.ipi_ifindex);
       datagram.destination = fromSocket(info.ipi_addr);
-      return true;
-    }
-    if (header->cmsg_level == IPPROTO_IPV6 && header->cmsg_type == IPV6_PKTINFO) {
-      in6_pktinfo info{};
-      std::memcpy(&info, CMSG_DATA(header), sizeof info);
+    } else if (header->cmsg_level == IPPROTO_IPV6 && header->cmsg_type == IPV6_PKTINFO) {
+      const auto info = infoOf<in6_pktinfo>(*header);
       datagram.ifIndex = info.ipi6_ifindex;
       datagram.destination = fromSocket(info.ipi6_addr);
-      return true;
+    } else if (header->cmsg_level == SOL_SOCKET && header->cmsg_type == SO_RXQ_OVFL) {
+      datagram.dropped = infoOf<uint32_t>(*header);
     }
   }
-  return false;
 }
 
 size_t headerLength(std::span<const uint8_t> packet) { return packet.empty() ? 0 : size_t{packet[0] & 0x0fu} * 4; }
@@ -66,6 +69,7 @@ RawSocket::RawSocket(const Namespace &where, Pax::AddressFamily family)
   descriptor_ = Descriptor(where.inside(
       [&] { return socket(isV4_ ? AF_INET : AF_INET6, SOCK_RAW | SOCK_NONBLOCK | SOCK_CLOEXEC, protocolPim); }));
   if (!descriptor_) throw systemError("raw socket");
+  if (!option(SOL_SOCKET, SO_RXQ_OVFL, 1)) TRACELET(trace, 1, "What the kernel drops is not counted");
   if (isV4_) {
     require(IP_PKTINFO, 1, "IP_PKTINFO");
     require(IP_MULTICAST_ALL, 0, "IP_MULTICAST_ALL");
@@ -143,7 +147,8 @@ RawSocket::Received RawSocket::receive(std::span<uint8_t> buffer, Datagram &data
   }
   const std::span<const uint8_t> packet = buffer.first(static_cast<size_t>(size));
   const size_t header = isV4_ ? headerLength(packet) : 0;
-  if (header > packet.size() || !readPacketInfo(message, datagram)) return Received::ignored;
+  readControl(message, datagram);
+  if (header > packet.size() || datagram.ifIndex == 0) return Received::ignored;
   datagram.source = fromSocket(source);
   datagram.payload = packet.subspan(header);
   datagram.truncated = message.msg_flags & MSG_TRUNC;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 
 #include "platform/linux/Namespace.h"
@@ -20,6 +21,9 @@ class RawSocket {
     Pax::IpGenAddr destination;
     std::span<const uint8_t> payload;  ///< into the caller's buffer, without the IP header
     bool truncated = false;            ///< the buffer was too short
+    /// Packets that the kernel has dropped since the socket was opened, because its buffer was full or its memory
+    /// short; wraps at 32 bits. Told with the first packet after a drop and all that follow.
+    std::optional<uint32_t> dropped;
   };
   struct Departure {
     uint32_t ifIndex = 0;  ///< out of it with TTL 1; 0: routed, with the default TTL

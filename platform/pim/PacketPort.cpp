@@ -74,6 +74,11 @@ void PacketPort::receive(const Incoming &packet) {
   consumer->messageIs(packet.intfId, result.message);
 }
 
+void PacketPort::receiveTooLong(const Incoming &packet) {
+  ++counters_.tooLong;
+  TRACELET(trace, 1, "RX - Error - Dropping packet from " << packet << ": longer than the receive limit");
+}
+
 void PacketPort::dropMalformed(const Incoming &packet, Packet::DecodeError error) {
   if (error == Packet::DecodeError::type) {
     // The everyday messages of multicast routers; nothing is wrong with them.

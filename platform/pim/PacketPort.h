@@ -87,6 +87,10 @@ class PacketPort : public Kiv::Counted {
   virtual bool transmit(const Outgoing &packet) = 0;
   /// For the backend: a packet has arrived. Whatever its bytes are, nothing throws.
   void receive(const Incoming &packet);
+  /// For the backend: a packet has arrived that is longer than maxPacketIs() allows; its payload does not matter.
+  void receiveTooLong(const Incoming &packet);
+  /// For the backend: so many packets were dropped before it could read them.
+  void dropped(uint32_t packets) { counters_.kernelDropped += packets; }
 
  private:
   /// What is dropped is counted and traced here; these say whether the message goes on to its consumer.

@@ -182,7 +182,22 @@ TEST_P(RawPacketPortTest, TheReceiverLimitsThePacketAndOnlyATransparentSenderLen
   EXPECT_TRUE(a->port->send({}, *message));
   ASSERT_TRUE(waitFor([&] { return b->arrived.size() == 1; }));
   EXPECT_EQ(b->arrived[0].message->source(), routable("0", "77"));
-  EXPECT_EQ(b->port->counters().malformedBy[static_cast<size_t>(Routing::Pim::Packet::DecodeError::truncated)], 1u);
+  EXPECT_EQ(b->port->counters().tooLong, 1u);
+  EXPECT_EQ(b->port->counters().malformed, 0u);
+}
+
+TEST_P(RawPacketPortTest, WhatTheKernelDropsBeforeItIsReadIsCounted) {
+  ASSERT_NO_FATAL_FAILURE(join(1));
+  b->port->receiveBufferIs(4096);
+  const auto accounted = [&] { return b->arrived.size() + b->port->counters().kernelDropped; };
+  for (uint32_t sent = 1; sent <= 602; sent += 301) {
+    for (int i = 0; i < 300; ++i) EXPECT_TRUE(a->sendHello("a0"));
+    ASSERT_TRUE(waitFor([&] { return b->arrived.size() >= sent / 301 + 1; }));
+    settle();
+    EXPECT_TRUE(a->sendHello("a0")) << "which brings the news of the drops";
+    EXPECT_TRUE(waitFor([&] { return accounted() == sent + 300; })) << accounted();
+  }
+  EXPECT_LT(b->arrived.size(), 300u);
 }
 
 FOR_BOTH_FAMILIES(RawPacketPortTest);

@@ -40,7 +40,9 @@ inline Counts countsOf(const Routing::Pim::Flume::PacketCounters &packets) {
                              "noFwdOwnAddress",
                              "badHello",
                              "contradictingFragments",
-                             "fragmentsOverLimit"};
+                             "fragmentsOverLimit",
+                             "tooLong",
+                             "kernelDropped"};
   using Routing::Pim::Packet::DecodeError;
   using Numbers = std::array<uint32_t, names.size() + Routing::Pim::Packet::decodeErrors>;
   Counts counts;
