@@ -15,8 +15,6 @@
 
 namespace Routing::Pim::Bsr {
 
-using VrfHosts = std::map<L3::VrfName, std::unique_ptr<VrfHost>>;
-
 /// Reads the process that it is asked about and, for the verbs that say so, writes to it. Whatever is wrong with a
 /// request becomes the reply. The daemon owns it.
 class Answers {

@@ -1,5 +1,7 @@
 #include "daemon/Daemon.h"
 
+#include <algorithm>
+#include <boost/asio/post.hpp>
 #include <boost/asio/signal_set.hpp>
 #include <csignal>
 #include <ctime>
@@ -9,8 +11,8 @@
 
 #include "agent/Agent.h"
 #include "daemon/Answers.h"
+#include "daemon/Changeover.h"
 #include "daemon/ControlServer.h"
-#include "daemon/file/ConfigApply.h"
 #include "daemon/file/SystemWarnings.h"
 #include "daemon/state/StateFile.h"
 #include "platform/linux/RegularFile.h"
@@ -34,6 +36,15 @@ std::string timestamp() {
   return text;
 }
 
+// A file may have tens of thousands, which nobody reads and which take long to trace.
+std::vector<std::string> firstOf(const std::vector<Finding> &findings, const std::string &file) {
+  constexpr size_t most = 100;
+  std::vector<std::string> lines;
+  for (size_t i = 0; i < std::min(findings.size(), most); ++i) lines.push_back(toText(file, findings[i]));
+  if (findings.size() > most) lines.push_back("and " + std::to_string(findings.size() - most) + " more, see 'check'");
+  return lines;
+}
+
 }  // namespace
 
 // What the daemon owns, in the order in which it is made.
@@ -55,6 +66,9 @@ struct Daemon::Process {
   Configuration configuration{};
   Loading loading{options.config, {}, {}};
   VrfHosts hosts{};
+  std::optional<Changeover> changeover{};  // while a configuration is applied
+  Reloaded changed{};                      // when it is
+  std::vector<Reloaded> waiting{};         // for the reload after it
   std::unique_ptr<Agent> agent = makeAgent(family, {store, loop, loop, random});
   ConfigReader reader{loop, options.config, family,
                       [this](const L3::VrfName &vrf, const PimVrf &pim) { return knownOf(vrf, pim); }};
@@ -65,14 +79,15 @@ struct Daemon::Process {
                       wheel,
                       stateWriter};
   Answers answers{{loop, store, system, hosts, *agent, loading, configuration, log, reader,
-                   [this](std::function<void(const std::string &errors)> done) { daemon.reload(std::move(done)); }}};
+                   [this](Reloaded done) { daemon.reload(std::move(done)); }}};
 
   // The interfaces of a VRF that is open, if it stays in its namespace.
   std::optional<SystemView> knownOf(const L3::VrfName &vrf, const PimVrf &pim) const {
     const auto host = hosts.find(vrf);
     const Linux::VrfPlatform *platform = host == hosts.end() ? nullptr : host->second->platform();
     if (!platform || !platform->complete()) return std::nullopt;
-    if (configuration.pim.at(vrf).networkNamespace != pim.networkNamespace) return std::nullopt;
+    const auto open = configuration.pim.find(vrf);
+    if (open == configuration.pim.end() || open->second.networkNamespace != pim.networkNamespace) return std::nullopt;
     return SystemView{platform->interfaces(),
                       [platform](const Pax::IntfId &intfId) { return platform->inVrfDevice(intfId); }};
   }
@@ -89,7 +104,7 @@ Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configur
     return reply(line);
   });
   if (options.standby) process_->system.standbyIs(true);  // before anything could be sent
-  apply(configuration);
+  changeoverIs(configuration, [](const std::string &) {});
   for (const auto &[vrf, host] : process_->hosts) {
     if (host->isForbidden()) throw std::runtime_error("VRF " + vrf.text() + ": " + host->reason());
   }
@@ -129,50 +144,53 @@ void Daemon::awaitSignal() {
   });
 }
 
-void Daemon::reload(std::function<void(const std::string &errors)> done) {
-  process_->reader.read(
-      [this, done = std::move(done)](const LoadedConfiguration &loaded) { done(reloadedIs(loaded)); });
+void Daemon::reload(Reloaded done) {
+  if (process_->changeover) return process_->waiting.push_back(std::move(done));
+  process_->reader.read([this, done = std::move(done)](const LoadedConfiguration &loaded) { loadedIs(loaded, done); });
 }
 
-std::string Daemon::reloadedIs(const LoadedConfiguration &loaded) {
+void Daemon::loadedIs(const LoadedConfiguration &loaded, const Reloaded &done) {
+  if (process_->changeover) return process_->waiting.push_back(done);
   const std::string &file = process_->options.config;
   if (!loaded.good()) {
-    std::vector<std::string> errors;
-    for (const Finding &error : loaded.findings.errors) {
-      errors.push_back(toText(file, error));
-      TRACELET(trace, 1, errors.back());
-    }
+    const std::vector<std::string> errors = firstOf(loaded.findings.errors, file);
+    for (const std::string &error : errors) TRACELET(trace, 1, error);
     process_->loading.error = joined(errors, "\n");
     TRACELET(trace, 1, "The configuration stays as it was");
-    return process_->loading.error;
+    return done(process_->loading.error);
   }
-  for (const Finding &warning : loaded.findings.warnings) {
-    TRACELET(trace, 2, "warning: " << toText(file, warning));
-  }
-  apply(loaded.configuration);
-  TRACELET(trace, 3, "Configuration loaded from " << file);
-  return {};
+  for (const std::string &warning : firstOf(loaded.findings.warnings, file)) TRACELET(trace, 2, "warning: " << warning);
+  changeoverIs(loaded.configuration, done);
 }
 
-// VRFs that go do so first: another may take over their namespace.
-void Daemon::apply(const Configuration &configuration) {
+void Daemon::changeoverIs(const Configuration &wanted, Reloaded done) {
   Process &process = *process_;
-  for (const auto &[vrf, pim] : std::exchange(process.configuration, configuration).pim) {
-    if (configuration.pim.contains(vrf)) continue;
-    process.system.vrfDel(vrf);  // the agent says goodbye there, and then PIM does
-    process.hosts.erase(vrf);
-  }
-  configurationApply(configuration, *process.system.configColl, *process.system.aclCli);
+  const VrfHost::Process shared{process.loop, process.watcher, process.wheel, process.random, process.system};
+  process.changeover.emplace(shared, process.hosts, process.configuration, wanted);
+  process.changed = std::move(done);
+  changeOn();
+}
+
+void Daemon::changeOn() {
+  if (process_->changeover->goOn()) return changeoverDone();
+  boost::asio::post(process_->loop.context(), [this] {
+    process_->loop.workBegins();
+    changeOn();
+  });
+}
+
+void Daemon::changeoverDone() {
+  Process &process = *process_;
+  process.configuration = process.changeover->wanted();
   process.loading.at = timestamp();
   process.loading.error.clear();
-  const VrfHost::Process shared{process.loop, process.watcher, process.wheel, process.random, process.system};
-  for (const auto &[vrf, pim] : configuration.pim) {
-    if (const auto host = process.hosts.find(vrf); host != process.hosts.end()) {
-      host->second->pimIs(pim);
-    } else {
-      process.hosts.emplace(vrf, std::make_unique<VrfHost>(shared, vrf, pim));
-    }
-  }
+  process.changeover.reset();
+  TRACELET(trace, 3, "Configuration loaded from " << process.options.config);
+  std::exchange(process.changed, nullptr)({});
+  if (process.waiting.empty()) return;
+  reload([all = std::exchange(process.waiting, {})](const std::string &errors) {
+    for (const Reloaded &done : all) done(errors);
+  });
 }
 
 }  // namespace Routing::Pim::Bsr

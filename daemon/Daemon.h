@@ -41,11 +41,15 @@ class Daemon {
  private:
   struct Process;
 
-  /// Reads the file again, without holding up the loop. Calls `done` with its errors as one text, when nothing was
-  /// applied, or with none.
-  void reload(std::function<void(const std::string &errors)> done);
-  std::string reloadedIs(const LoadedConfiguration &loaded);
-  void apply(const Configuration &configuration);
+  using Reloaded = std::function<void(const std::string &errors)>;
+
+  /// Reads the file again and applies it, without holding up the loop. Calls `done` with its errors as one text, when
+  /// nothing was applied, or with none when all is. Reloads that are asked for while one is applied are one after it.
+  void reload(Reloaded done);
+  void loadedIs(const LoadedConfiguration &loaded, const Reloaded &done);
+  void changeoverIs(const Configuration &wanted, Reloaded done);
+  void changeOn();
+  void changeoverDone();
   void awaitSignal();
 
   const std::unique_ptr<Process> process_;

@@ -1,6 +1,7 @@
 /// One VRF of the agent, for as long as the configuration names it.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -57,5 +58,7 @@ class VrfHost {
   Orb::TimerFor<&VrfHost::open> retry_;
   std::unique_ptr<Linux::VrfPlatform> platform_;
 };
+
+using VrfHosts = std::map<L3::VrfName, std::unique_ptr<VrfHost>>;
 
 }  // namespace Routing::Pim::Bsr

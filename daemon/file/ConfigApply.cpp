@@ -48,12 +48,11 @@ bool goesOn(const Offers &before, const Offers &wanted) {
   });
 }
 
-// Calls `del` with every key of the collection that is not wanted.
-template <class Collection, class Wanted, class Delete>
-void deleteOthers(const Collection &present, const Wanted &wanted, const Delete &del) {
-  for (const auto &key : present.keys()) {
-    if (!wanted.contains(key)) del(key);
-  }
+template <class Key, class Value>
+std::vector<Key> keysOf(const std::map<Key, Value> &map) {
+  std::vector<Key> keys;
+  for (const auto &[key, value] : map) keys.push_back(key);
+  return keys;
 }
 
 void valuesIs(Config &config, const VrfSettings &settings) {
@@ -79,62 +78,6 @@ void rangeIs(RpCandidateConfig &candidate, const Pax::IpGenPrefix &range, const 
   candidate.groupRangeOptionsIs(range)->priorityIs(options.priority);
 }
 
-void entriesIs(Config &config, const VrfSettings &settings) {
-  for (const auto &[intfId, candidacy] : settings.bsrCandidateConfig) {
-    const auto candidate = config.bsrCandidateConfigIs(intfId);
-    for (const auto &[zone, values] : candidacy.group) candidacyIs(*candidate->groupIs(zone), values);
-    for (const auto &[acl, values] : candidacy.acl) candidacyIs(*candidate->aclIs(acl), values);
-  }
-  for (const auto &[intfId, candidacy] : settings.rpCandidateConfig) {
-    const auto candidate = config.rpCandidateConfigIs(intfId);
-    candidate->modeIs(candidacy.mode);
-    candidate->advIntervalIs(CrpAdvInterval(candidacy.advInterval));
-    for (const auto &[range, options] : candidacy.groupRange) rangeIs(*candidate, range, options);
-    for (const auto &[acl, options] : candidacy.acl) {
-      candidate->aclIs(acl);
-      candidate->aclOptionsIs(acl)->priorityIs(options.priority);
-    }
-  }
-  for (const std::string &acl : settings.crpFilterAcl) config.crpFilterAclIs(acl);
-}
-
-void bsrEntriesDel(BsrCandidateConfig &candidate, const BsrCandidacy &wanted) {
-  deleteOthers(candidate.group(), wanted.group, [&](const auto &zone) { candidate.groupDel(zone); });
-  deleteOthers(candidate.acl(), wanted.acl, [&](const auto &acl) { candidate.aclDel(acl); });
-}
-
-void rpEntriesDel(RpCandidateConfig &candidate, const RpCandidacy &wanted) {
-  deleteOthers(candidate.groupRange(), wanted.groupRange, [&](const auto &range) { candidate.groupRangeDel(range); });
-  deleteOthers(candidate.acl(), wanted.acl, [&](const auto &acl) { candidate.aclDel(acl); });
-  deleteOthers(candidate.groupRangeOptions(), wanted.groupRange,
-               [&](const auto &range) { candidate.groupRangeOptionsDel(range); });
-  deleteOthers(candidate.aclOptions(), wanted.acl, [&](const auto &acl) { candidate.aclOptionsDel(acl); });
-}
-
-// The candidates that are not wanted, and the unwanted sources of the others.
-void candidatesDel(Config &config, const VrfSettings &wanted) {
-  deleteOthers(config.bsrCandidateConfig(), wanted.bsrCandidateConfig,
-               [&](const auto &intfId) { config.bsrCandidateConfigDel(intfId); });
-  deleteOthers(config.rpCandidateConfig(), wanted.rpCandidateConfig,
-               [&](const auto &intfId) { config.rpCandidateConfigDel(intfId); });
-  for (const auto &[intfId, candidate] : config.bsrCandidateConfig()) {
-    bsrEntriesDel(*candidate, wanted.bsrCandidateConfig.at(intfId));
-  }
-  for (const auto &[intfId, candidate] : config.rpCandidateConfig()) {
-    rpEntriesDel(*candidate, wanted.rpCandidateConfig.at(intfId));
-  }
-}
-
-void bordersIs(IntfConfig &config, const IntfSettings &settings) {
-  for (const Pax::IpGenPrefix &group : settings.bsrBorderGrp) config.bsrBorderGrpIs(group);
-  for (const std::string &acl : settings.bsrBorderAcl) config.bsrBorderAclIs(acl);
-}
-
-void bordersDel(IntfConfig &config, const IntfSettings &wanted) {
-  deleteOthers(config.bsrBorderGrp(), wanted.bsrBorderGrp, [&](const auto &group) { config.bsrBorderGrpDel(group); });
-  deleteOthers(config.bsrBorderAcl(), wanted.bsrBorderAcl, [&](const auto &acl) { config.bsrBorderAclDel(acl); });
-}
-
 // Rules that permit what the ACL permits both now and next.
 AclRules rulesOfWhatStays(const PermittedPrefixes &now, const PermittedPrefixes &next) {
   AclRules rules;
@@ -146,38 +89,138 @@ AclRules rulesOfWhatStays(const PermittedPrefixes &now, const PermittedPrefixes 
   return rules;
 }
 
-class Application {
+}  // namespace
+
+class ConfigApplication::Plan {
  public:
-  Application(const Configuration &wanted, ConfigColl &coll, Acl::Input::Config &acls)
+  Plan(const Configuration &wanted, ConfigColl &coll, Acl::Input::Config &acls)
       : wanted_(wanted), coll_(coll), acls_(acls) {
     for (const auto &[vrf, settings] : wanted.vrfConfig) planVrf(vrf, settings);
     for (const auto &[intfId, settings] : wanted.intfConfig) planInterface(intfId, settings);
     for (const auto &[name, rules] : wanted.acl) planAcl(name, rules);
     planDeletions();
-  }
-
-  void apply() {
     std::stable_sort(operations_.begin(), operations_.end(),
                      [](const Operation &a, const Operation &b) { return a.phase < b.phase; });
-    for (const Operation &operation : operations_) operation.write();
+  }
+
+  // Does the next operation; false when there is none left.
+  bool step() {
+    if (next_ < operations_.size()) operations_[next_++].write();
+    return next_ < operations_.size();
   }
 
  private:
+  // The configuration of a VRF when it is called.
+  struct ConfigOf {
+    ConfigColl &coll;
+    const L3::VrfName &vrf;
+    Config &operator()() const { return *coll.vrfConfigIs(vrf); }
+  };
+
   void plan(Phase phase, std::function<void()> write) { operations_.push_back({phase, std::move(write)}); }
 
+  // Plans `del` for every key that is not wanted.
+  template <class Keys, class Wanted, class Delete>
+  void planOthers(Phase phase, const Keys &keys, const Wanted &wanted, const Delete &del) {
+    for (const auto &key : keys) {
+      if (!wanted.contains(key)) plan(phase, [del, key] { del(key); });
+    }
+  }
+
   void planVrf(const L3::VrfName &vrf, const VrfSettings &settings) {
-    const auto config = [this, &vrf]() -> Config & { return *coll_.vrfConfigIs(vrf); };
-    plan(Phase::setValues, [=, &settings] { valuesIs(config(), settings); });
+    const ConfigOf config{coll_, vrf};
+    plan(Phase::setValues, [config, &settings] { valuesIs(config(), settings); });
     if (const auto present = coll_.vrfConfig(vrf)) {
       const VrfSettings bridge = planBridge(vrf, settings, present);
-      plan(Phase::withdraw, [=] { candidatesDel(*present, bridge); });
+      planWithdrawals(present, bridge);
+      planRest(present, bridge, settings);
     }
-    plan(Phase::addEntries, [=, &settings] { entriesIs(config(), settings); });
-    plan(Phase::deleteRest, [=, &settings] {
-      candidatesDel(config(), settings);
-      deleteOthers(config().crpFilterAcl(), settings.crpFilterAcl,
-                   [&](const auto &acl) { config().crpFilterAclDel(acl); });
+    planEntries(config, settings);
+  }
+
+  void planEntries(const ConfigOf &config, const VrfSettings &settings) {
+    for (const auto &entry : settings.bsrCandidateConfig) {
+      const auto candidate = [config, at = &entry.first] { return config().bsrCandidateConfigIs(*at); };
+      plan(Phase::addEntries, [candidate] { candidate(); });
+      for (const auto &zone : entry.second.group) {
+        plan(Phase::addEntries, [candidate, at = &zone] { candidacyIs(*candidate()->groupIs(at->first), at->second); });
+      }
+      for (const auto &acl : entry.second.acl) {
+        plan(Phase::addEntries, [candidate, at = &acl] { candidacyIs(*candidate()->aclIs(at->first), at->second); });
+      }
+    }
+    for (const auto &entry : settings.rpCandidateConfig) {
+      const auto candidate = [config, at = &entry.first] { return config().rpCandidateConfigIs(*at); };
+      plan(Phase::addEntries, [candidate, candidacy = &entry.second] {
+        candidate()->modeIs(candidacy->mode);
+        candidate()->advIntervalIs(CrpAdvInterval(candidacy->advInterval));
+      });
+      for (const auto &range : entry.second.groupRange) {
+        plan(Phase::addEntries, [candidate, at = &range] { rangeIs(*candidate(), at->first, at->second); });
+      }
+      for (const auto &acl : entry.second.acl) {
+        plan(Phase::addEntries, [candidate, at = &acl] {
+          candidate()->aclIs(at->first);
+          candidate()->aclOptionsIs(at->first)->priorityIs(at->second.priority);
+        });
+      }
+    }
+    // Together: a filter of some of its ACLs would deny what the others permit.
+    plan(Phase::addEntries, [config, &settings] {
+      for (const std::string &acl : settings.crpFilterAcl) config().crpFilterAclIs(acl);
     });
+  }
+
+  // The candidates that are not wanted, and the unwanted sources of the others.
+  void planWithdrawals(const Kiv::Ptr<Config> &config, const VrfSettings &wanted) {
+    for (const Pax::IntfId &intfId : config->bsrCandidateConfig().keys()) {
+      const auto stays = wanted.bsrCandidateConfig.find(intfId);
+      planZonesDel(config->bsrCandidateConfig(intfId),
+                   stays == wanted.bsrCandidateConfig.end() ? BsrCandidacy() : stays->second);
+    }
+    planOthers(Phase::withdraw, config->bsrCandidateConfig().keys(), wanted.bsrCandidateConfig,
+               [config](const auto &intfId) { config->bsrCandidateConfigDel(intfId); });
+    planOthers(Phase::withdraw, config->rpCandidateConfig().keys(), wanted.rpCandidateConfig,
+               [config](const auto &intfId) { config->rpCandidateConfigDel(intfId); });
+    for (const auto &[intfId, candidacy] : wanted.rpCandidateConfig) {
+      if (const auto candidate = config->rpCandidateConfig(intfId)) {
+        planRangesDel(candidate, candidacy);
+      }
+    }
+  }
+  void planZonesDel(const Kiv::Ptr<BsrCandidateConfig> &candidate, const BsrCandidacy &wanted) {
+    planOthers(Phase::withdraw, candidate->group().keys(), wanted.group,
+               [candidate](const auto &zone) { candidate->groupDel(zone); });
+    planOthers(Phase::withdraw, candidate->acl().keys(), wanted.acl,
+               [candidate](const auto &acl) { candidate->aclDel(acl); });
+  }
+  void planRangesDel(const Kiv::Ptr<RpCandidateConfig> &candidate, const RpCandidacy &wanted) {
+    planOthers(Phase::withdraw, candidate->groupRange().keys(), wanted.groupRange,
+               [candidate](const auto &range) { candidate->groupRangeDel(range); });
+    planOthers(Phase::withdraw, candidate->acl().keys(), wanted.acl,
+               [candidate](const auto &acl) { candidate->aclDel(acl); });
+    planOthers(Phase::withdraw, candidate->groupRangeOptions().keys(), wanted.groupRange,
+               [candidate](const auto &range) { candidate->groupRangeOptionsDel(range); });
+    planOthers(Phase::withdraw, candidate->aclOptions().keys(), wanted.acl,
+               [candidate](const auto &acl) { candidate->aclOptionsDel(acl); });
+  }
+
+  // What the bridge has held, and filters that go.
+  void planRest(const Kiv::Ptr<Config> &config, const VrfSettings &bridge, const VrfSettings &wanted) {
+    for (const auto &[intfId, held] : bridge.bsrCandidateConfig) {
+      planOthers(Phase::deleteRest, keysOf(held.group), wanted.bsrCandidateConfig.at(intfId).group,
+                 [config, at = intfId](const auto &zone) { config->bsrCandidateConfigIs(at)->groupDel(zone); });
+    }
+    for (const auto &[intfId, held] : bridge.rpCandidateConfig) {
+      planOthers(Phase::deleteRest, keysOf(held.groupRange), wanted.rpCandidateConfig.at(intfId).groupRange,
+                 [config, at = intfId](const auto &range) {
+                   const auto candidate = config->rpCandidateConfigIs(at);
+                   candidate->groupRangeDel(range);
+                   candidate->groupRangeOptionsDel(range);
+                 });
+    }
+    planOthers(Phase::deleteRest, config->crpFilterAcl().keys(), wanted.crpFilterAcl,
+               [config](const auto &acl) { config->crpFilterAclDel(acl); });
   }
 
   // What is wanted, plus explicit entries that hold what an interface keeps while all its sources are exchanged. A new
@@ -213,8 +256,20 @@ class Application {
   }
 
   void planInterface(const Pax::IntfId &intfId, const IntfSettings &settings) {
-    plan(Phase::addEntries, [this, &intfId, &settings] { bordersIs(*coll_.intfConfigIs(intfId), settings); });
-    plan(Phase::deleteRest, [this, &intfId, &settings] { bordersDel(*coll_.intfConfigIs(intfId), settings); });
+    const auto config = [this, &intfId] { return coll_.intfConfigIs(intfId); };
+    plan(Phase::addEntries, [config] { config(); });
+    for (const Pax::IpGenPrefix &group : settings.bsrBorderGrp) {
+      plan(Phase::addEntries, [config, group] { config()->bsrBorderGrpIs(group); });
+    }
+    for (const std::string &acl : settings.bsrBorderAcl) {
+      plan(Phase::addEntries, [config, acl] { config()->bsrBorderAclIs(acl); });
+    }
+    if (const auto present = coll_.intfConfig(intfId)) {
+      planOthers(Phase::deleteRest, present->bsrBorderGrp().keys(), settings.bsrBorderGrp,
+                 [present](const auto &group) { present->bsrBorderGrpDel(group); });
+      planOthers(Phase::deleteRest, present->bsrBorderAcl().keys(), settings.bsrBorderAcl,
+                 [present](const auto &acl) { present->bsrBorderAclDel(acl); });
+    }
   }
 
   void planAcl(const std::string &name, const AclRules &rules) {
@@ -230,14 +285,14 @@ class Application {
   }
 
   void planDeletions() {
-    for (const auto &[vrf, config] : coll_.vrfConfig()) {
-      if (!wanted_.vrfConfig.contains(vrf)) plan(Phase::withdraw, [config = config] { candidatesDel(*config, {}); });
+    for (const L3::VrfName &vrf : coll_.vrfConfig().keys()) {
+      if (!wanted_.vrfConfig.contains(vrf)) planWithdrawals(coll_.vrfConfig(vrf), {});
     }
-    plan(Phase::deleteRest, [this] {
-      deleteOthers(coll_.intfConfig(), wanted_.intfConfig, [this](const auto &intfId) { coll_.intfConfigDel(intfId); });
-      deleteOthers(coll_.vrfConfig(), wanted_.vrfConfig, [this](const auto &vrf) { coll_.vrfConfigDel(vrf); });
-      deleteOthers(acls_.acl(), wanted_.acl, [this](const auto &name) { acls_.aclDel(name); });
-    });
+    planOthers(Phase::deleteRest, coll_.intfConfig().keys(), wanted_.intfConfig,
+               [this](const auto &intfId) { coll_.intfConfigDel(intfId); });
+    planOthers(Phase::deleteRest, coll_.vrfConfig().keys(), wanted_.vrfConfig,
+               [this](const auto &vrf) { coll_.vrfConfigDel(vrf); });
+    planOthers(Phase::deleteRest, acls_.acl().keys(), wanted_.acl, [this](const auto &name) { acls_.aclDel(name); });
   }
 
   void rulesIs(const std::string &name, const AclRules &rules) {
@@ -251,12 +306,20 @@ class Application {
   ConfigColl &coll_;
   Acl::Input::Config &acls_;
   std::vector<Operation> operations_;
+  size_t next_ = 0;  // to be done
 };
 
-}  // namespace
+ConfigApplication::ConfigApplication(const Configuration &configuration, ConfigColl &coll, Acl::Input::Config &acls)
+    : plan_(std::make_unique<Plan>(configuration, coll, acls)) {}
+
+ConfigApplication::~ConfigApplication() = default;
+
+bool ConfigApplication::step() { return plan_->step(); }
 
 void configurationApply(const Configuration &configuration, ConfigColl &coll, Acl::Input::Config &acls) {
-  Application(configuration, coll, acls).apply();
+  ConfigApplication application(configuration, coll, acls);
+  while (application.step()) {
+  }
 }
 
 }  // namespace Routing::Pim::Bsr

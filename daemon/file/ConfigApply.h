@@ -1,6 +1,8 @@
 /// Brings the configuration entities to what a configuration says.
 #pragma once
 
+#include <memory>
+
 #include "daemon/file/Configuration.h"
 #include "model/Config.h"
 #include "platform/acl/Acl.h"
@@ -21,9 +23,25 @@ namespace Routing::Pim::Bsr {
 ///   now
 ///
 /// So an interface is never without what it keeps, whichever source it comes from, and no zone is ever
-/// offered by two interfaces. Borders and filters may be incomplete meanwhile: no message comes in.
-/// An entry gets its priority and its hash mask length last, since it is used from then on. `pim` is
-/// ignored: VrfHost applies it.
+/// offered by two interfaces. Borders and filters may be incomplete meanwhile. An entry gets its priority and its hash
+/// mask length last, since it is used from then on. `pim` is ignored: VrfHost applies it.
+///
+/// Between two operations anything else may happen, so that a long difference need not be applied in one turn of the
+/// loop; another application begins only when this one is at its end. All that it is made of outlives it.
+class ConfigApplication {
+ public:
+  ConfigApplication(const Configuration &configuration, ConfigColl &coll, Acl::Input::Config &acls);
+  ~ConfigApplication();
+
+  /// Does the next operation, if any. False when none is left.
+  bool step();
+
+ private:
+  class Plan;
+  const std::unique_ptr<Plan> plan_;
+};
+
+/// All of it at once.
 void configurationApply(const Configuration &configuration, ConfigColl &coll, Acl::Input::Config &acls);
 
 }  // namespace Routing::Pim::Bsr

@@ -50,16 +50,18 @@ class WarningFinder {
 
   void checkZones(const L3::VrfName &vrf, const Offers &offers) {
     static const Pax::IpGenPrefix scoped(Pax::IpGenAddr::v4(239u << 24), 8);
+    std::vector<Pax::IpGenPrefix> ranges;
+    for (const Offer &range : offers) {
+      if (range.source.role == Role::candidateRp && range.usable()) ranges.push_back(range.prefix);
+    }
     for (const Offer &zone : offers) {
       if (zone.source.role != Role::candidateBsr || !zone.usable() || zone.prefix == all_) continue;
       const std::string name = "zone " + textOf(zone.prefix);
       if (configuration_.family == Pax::AddressFamily::ipv4 && !scoped.covers(zone.prefix)) {
         warn(vrf, zone, name + " is outside 239.0.0.0/8, the range for administrative scopes");
       }
-      const auto isInside = [&](const Offer &range) {
-        return range.source.role == Role::candidateRp && range.usable() && zone.prefix.covers(range.prefix);
-      };
-      if (std::none_of(offers.begin(), offers.end(), isInside)) {
+      const auto isInside = [&](const Pax::IpGenPrefix &range) { return zone.prefix.covers(range); };
+      if (std::none_of(ranges.begin(), ranges.end(), isInside)) {
         warn(vrf, zone, "no candidate RP of this router serves a range inside " + name);
       }
     }

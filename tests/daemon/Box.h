@@ -57,10 +57,14 @@ class Box {
     own.start();
   }
 
-  void apply(const Json &file) {
+  /// `pause` is the time between two operations, as between turns of a loop; none if it is 0.
+  void apply(const Json &file, double pause = 0.001) {
     const Bsr::LoadedConfiguration loaded = Bsr::configurationFromText(file.dump(), network.af());
     for (const Bsr::Finding &error : loaded.findings.errors) ADD_FAILURE() << Bsr::toText(file.dump(), error);
-    Bsr::configurationApply(loaded.configuration, *own.system().configColl, *own.system().aclCli);
+    Bsr::ConfigApplication application(loaded.configuration, *own.system().configColl, *own.system().aclCli);
+    while (application.step()) {
+      if (pause > 0) network.time().runFor(pause);
+    }
   }
   const Bsr::Status &status(const std::string &vrf) { return *own.system().statusColl->vrfStatus(vrf); }
   const Bsr::ConfigSm &configSm(const std::string &vrf) const { return own.agent().containerSm(vrf)->configSm(); }

@@ -97,7 +97,7 @@ std::string life(const Addresses &a, uint32_t seed) {
       box.own.start();
     } else {
       const Tracelet::CaptureSink traces;
-      box.apply(file.json);
+      box.apply(file.json, 0);
       if (!traces.lines().empty()) wrong += "  not silent when applied again: " + traces.lines().front() + "\n";
     }
     wrong += unlikeFresh(box, file.json);

@@ -21,6 +21,8 @@ namespace {
 
 using Control::Rows;
 
+using Names = std::vector<std::string>;
+
 // A daemon whose VRFs wait for namespaces that never come, so that it needs no privilege.
 class DaemonTest : public ::testing::Test {
  protected:
@@ -71,8 +73,6 @@ class DaemonTest : public ::testing::Test {
   std::optional<Daemon> daemon;
 };
 
-using Names = std::vector<std::string>;
-
 TEST_F(DaemonTest, AReloadAppliesTheDifferenceAndABadFileChangesNothing) {
   write(R"({"pim": {"no-such-ns-a": {}, "no-such-ns-b": {}}})");
   start();
@@ -101,6 +101,40 @@ TEST_F(DaemonTest, AReloadAppliesTheDifferenceAndABadFileChangesNothing) {
   EXPECT_EQ(daemon->configColl().vrfConfig().size(), 0u);
   ::raise(SIGTERM);
   daemon->run();
+}
+
+TEST_F(DaemonTest, AReloadThatIsAskedForDuringAnotherOneHasTheNewestFile) {
+  write("{}");
+  start();
+  Rows file{{"pim", {{"no-such-ns-a", {{"interfaces", {"eth0"}}}}}}};
+  Rows &zones = file["vrfConfig"]["no-such-ns-a"]["bsrCandidateConfig"]["eth0"]["group"];
+  for (int i = 0; i < 1000; ++i) {
+    zones["239." + std::to_string(i / 256) + "." + std::to_string(i % 256) + ".0/24"] = Rows::object();
+  }
+  write(file.dump());
+  int done = 0;
+  std::vector<std::string> lines(3);
+  const auto ask = [&](std::string &line) {
+    daemon->reply(R"({"verb": "reload"})")([&](const std::string &piece) { line = piece, ++done; });
+  };
+  const auto turnUntil = [&](const auto &holds) {
+    while (!holds()) daemon->loop().turn();
+  };
+  const auto zoneCount = [&] {
+    const auto config = daemon->configColl().vrfConfig("no-such-ns-a");
+    const auto candidate = config ? config->bsrCandidateConfig({"no-such-ns-a", "eth0"}) : nullptr;
+    return candidate ? candidate->group().size() : 0;
+  };
+  ask(lines[0]);
+  turnUntil([&] { return zoneCount() > 0; });
+  write(R"({"pim": {"no-such-ns-b": {}}})");
+  ask(lines[1]);
+  ask(lines[2]);
+  turnUntil([&] { return done > 0; });
+  EXPECT_EQ(zoneCount(), 1000u);
+  turnUntil([&] { return done == 3; });
+  EXPECT_EQ(lines, std::vector<std::string>(3, R"({"rows":[]})"));
+  EXPECT_EQ(vrfs(), Names{"no-such-ns-b"});
 }
 
 TEST_F(DaemonTest, ASecondAgentOfOneStateFileOrSocketIsRefused) {
