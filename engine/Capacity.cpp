@@ -13,19 +13,17 @@ static Tracelet::Module trace("Pim::Bsr::Sm");
 const std::string &Capacity::vrfName() const { return sm_.vrfName(); }
 const Limits &Capacity::limits() const { return sm_.bsrStatus()->limits(); }
 
-bool Capacity::rpInc(const Pax::IpGenPrefix &zone, const Pax::IpGenAddr &rp) {
+void Capacity::rpInc(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rp) {
   const auto candidate = sm_.bsrStatus()->cbsr(zone);
-  const bool isCollected = candidate && candidate->elected();
+  const bool isCollected = candidate && candidate->elected() && collectedRanges_[rp].emplace(zone, prefix).second;
   ++(isCollected ? collected_ : learned_);
-  if (isCollected) ++collectedRanges_[rp];
-  return isCollected;
 }
 
-void Capacity::rpDec(const Pax::IpGenAddr &rp, bool isCollected) {
-  --(isCollected ? collected_ : learned_);
-  if (!isCollected) return;
+void Capacity::rpDec(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rp) {
   const auto ranges = collectedRanges_.find(rp);
-  if (--ranges->second == 0) collectedRanges_.erase(ranges);
+  const bool isCollected = ranges != collectedRanges_.end() && ranges->second.erase({zone, prefix}) != 0;
+  --(isCollected ? collected_ : learned_);
+  if (isCollected && ranges->second.empty()) collectedRanges_.erase(ranges);
 }
 
 bool Capacity::admitsZone(const Pax::IpGenPrefix &zone) {
@@ -48,7 +46,8 @@ bool Capacity::admitsCollected(const Pax::IpGenPrefix &zone, const Pax::IpGenPre
   if (isOwn(prefix, rp)) return true;
   if (collected_ + withdrawn >= limits().collectedRps) return refuse(collectedRps);
   const auto ofRp = collectedRanges_.find(rp);
-  if ((ofRp == collectedRanges_.end() ? 0 : ofRp->second) >= limits().rangesPerRp) return refuse(rangesPerRp);
+  const size_t rangesOfRp = ofRp == collectedRanges_.end() ? 0 : ofRp->second.size();
+  if (rangesOfRp >= limits().rangesPerRp) return refuse(rangesPerRp);
   const bool hasRanges = ranges_ < limits().ranges || prefix == zone || rpSetOf(*sm_.bsrStatus(), zone, prefix);
   return hasRanges || refuse(ranges);
 }

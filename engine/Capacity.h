@@ -6,7 +6,9 @@
 #pragma once
 
 #include <array>
+#include <set>
 #include <unordered_map>
+#include <utility>
 
 #include "model/Status.h"
 #include "platform/pim/Packet.h"
@@ -15,7 +17,8 @@ namespace Routing::Pim::Bsr {
 
 class PimBsrSm;
 
-/// Owned by the engine. All of it takes constant time. Writes the counters and nothing else.
+/// Owned by the engine. What it does takes no longer for what is held (but for the logarithm of one RP's ranges).
+/// Writes the counters and nothing else.
 class Capacity {
  public:
   explicit Capacity(const PimBsrSm &sm) : sm_(sm) {}
@@ -23,9 +26,9 @@ class Capacity {
   // Counting. A zone's set of its own prefix comes with the zone and is no range here.
   void rangeInc(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) { ranges_ += prefix != zone; }
   void rangeDec(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) { ranges_ -= prefix != zone; }
-  /// Whether it counts as collected: we are the BSR of its zone. It does so to its end.
-  bool rpInc(const Pax::IpGenPrefix &zone, const Pax::IpGenAddr &rp);
-  void rpDec(const Pax::IpGenAddr &rp, bool isCollected);
+  /// An RP counts as collected, to its end, if we are the BSR of its zone when it comes.
+  void rpInc(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rp);
+  void rpDec(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rp);
 
   // Asking, and counting a refusal.
 
@@ -59,7 +62,8 @@ class Capacity {
   size_t ranges_ = 0;
   size_t learned_ = 0;
   size_t collected_ = 0;
-  std::unordered_map<Pax::IpGenAddr, uint32_t> collectedRanges_;  // of each RP with any
+  /// By RP, the zones and ranges in which it is collected. Kept here since most RPs are learned, and are many.
+  std::unordered_map<Pax::IpGenAddr, std::set<std::pair<Pax::IpGenPrefix, Pax::IpGenPrefix>>> collectedRanges_;
   std::array<double, Limit::count> quietUntil_{};
 };
 

@@ -11,15 +11,13 @@ static Tracelet::Module trace("Pim::Bsr::Sm");
 // KivRp
 
 PimBsrSm::KivRp::KivRp(KivCrpSet &crpSet, const Pax::IpGenAddr &address, const Kiv::Ptr<const Pim::RpCandidate> &rp)
-    : ReactorOf(crpSet, rp),
-      holdTimer_(crpSet.sm().timerWheel(), *this),
-      address_(address),
-      isCollected_(crpSet.sm().capacity().rpInc(crpSet.source().zone(), address)) {
+    : ReactorOf(crpSet, rp), holdTimer_(crpSet.sm().timerWheel(), *this), address_(address) {
+  crpSet.sm().capacity().rpInc(crpSet.source().zone(), crpSet.source().prefix(), address);
   handleInitialized();
   if (rp->expires() > 0) setHoldtimer();
 }
 
-PimBsrSm::KivRp::~KivRp() { owner_.sm().capacity().rpDec(address_, isCollected_); }
+PimBsrSm::KivRp::~KivRp() { owner_.sm().capacity().rpDec(owner_.source().zone(), owner_.source().prefix(), address_); }
 
 const std::string &PimBsrSm::KivRp::vrfName() const { return owner_.sm().vrfName(); }
 

@@ -47,7 +47,6 @@ class PimBsrSm::KivRp : public Kiv::ReactorOf<Pim::RpCandidate, KivCrpSet> {
   PublishedRpSet::Source::Twin twin_;
   KivHoldtimeTimer holdTimer_;
   const Pax::IpGenAddr address_;
-  const bool isCollected_;  // on the zone's BSR
 };
 
 /// Follows a zone's set of one prefix.

@@ -143,6 +143,24 @@ TEST_P(Reassembly, WhatIsOpenTakesLimitedMemory) {
   EXPECT_EQ(v.port->counters().fragmentsOverLimit, refused) << "there is room again";
 }
 
+// Messages are kept for 25 seconds, but groups in pieces may be given up a little sooner: then what was kept contradicts
+// a group that has been begun anew.
+TEST_P(Reassembly, ARefreshSkipsWhatContradictsAGroupThatIsOpen) {
+  v.hear(Bsm(v.a.host(2)).tag(8).scope(v.a.scope(5)).piece(v.a.inScope(5, 1), 4, rps(11, 12)));
+  v.advance(5.4);
+  hearPiece(7, 4, 11, 12);
+  v.advance(24.7);
+  EXPECT_FALSE(isOpen(7)) << "at 24.6";
+  v.hear(Bsm(v.a.host(1)).tag(7).piece(prefix, 4, rps(13, 13)).group(v.a.group(2), rps(11, 11)));
+  v.hear(Bsm(v.a.host(1)).tag(7).group(v.a.group(2), rps(11, 11)));  // keeps the message before from being kept
+  hearPiece(7, 4, 14, 15);
+  v.config->holdTimeIs(1);
+  v.advance(2);
+  EXPECT_EQ(v.bsr(v.a.global()), nullptr) << "lost, and its RPs refreshed";
+  EXPECT_TRUE(isOpen(7));
+  EXPECT_EQ(v.rps(v.a.global(), v.a.group(2))->size(), 1u);
+}
+
 // Pieces of one prefix at random, with few tags, counts and RPs, so that they often meet those of a message before.
 TEST_P(Reassembly, NothingThatIsHeardIsFatal) {
   for (uint32_t seed = 1; seed <= 40; ++seed) {
