@@ -59,6 +59,13 @@ void Link::cutIs(bool cut) {
   topologyChanged_();
 }
 
+bool Link::idleFramesDel() {
+  if (idle_.size() != frames_.size()) return false;
+  idle_ = {};
+  frames_.clear();
+  return true;
+}
+
 void Link::memberIs(Intf &intf) {
   members_.push_back(&intf);
   topologyChanged_();

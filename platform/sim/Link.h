@@ -56,6 +56,8 @@ class Link {
   /// PIM finds out by silence.
   void cut() { cutIs(true); }
   void heal() { cutIs(false); }
+  /// Gives back the memory that packets have needed. False, with nothing done, while some are under way.
+  bool idleFramesDel();
   bool isCut() const { return isCut_; }
 
   /// An interface joins the link.

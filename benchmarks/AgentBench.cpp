@@ -101,7 +101,7 @@ BENCHMARK(startToRunning)
     ->Args({256, 1})
     ->Unit(benchmark::kMillisecond);
 
-void bareLoop(benchmark::State &state) {
+void vrfsBare(benchmark::State &state) {
   class Idle : public Orb::Timer {
    public:
     using Timer::Timer;
@@ -128,6 +128,6 @@ void bareLoop(benchmark::State &state) {
     benchmark::DoNotOptimize(timers.data());
   }
 }
-BENCHMARK(bareLoop)->Args({1, 10})->Args({64, 10})->Args({256, 10})->Args({256, 1})->Unit(benchmark::kMillisecond);
+BENCHMARK(vrfsBare)->Args({1, 10})->Args({64, 10})->Args({256, 10})->Args({256, 1})->Unit(benchmark::kMillisecond);
 
 }  // namespace
