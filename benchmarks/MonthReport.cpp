@@ -1,9 +1,10 @@
 // A simulated month of twenty routers with churn: every day links are cut and healed, interfaces go down, agents are
-// restarted, crash and lose their state, candidates come and go. At the end of each day all is quiet and whole again, and
-// it prints the bytes that are allocated: what the agents hold, or, in a second run, what is left when all are without
-// power. Both depend a little on what each has last been through (lists and pools keep the memory that they have needed)
-// and must have no trend: the exit status is 1 if the line that fits the days from the second on rises by more than a
-// thousandth in all, or if the routers do not agree at the end of a day. The argument is the number of days, at least 3.
+// restarted, crash and lose their state, candidates come and go. At the end of each day all is quiet and whole again,
+// and it prints the bytes that are allocated: what the agents hold, or, in a second run, what is left when all are
+// without power. Both depend a little on what each has last been through (lists and pools keep the memory that they
+// have needed) and must have no trend: the exit status is 1 if the line that fits the days from the second on rises by
+// more than a thousandth in all, or if the routers do not agree at the end of a day. The argument is the number of
+// days, at least 3.
 #include <algorithm>
 #include <cstddef>
 #include <cstdlib>
