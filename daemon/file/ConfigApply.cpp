@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <functional>
-#include <tuple>
 
-#include "daemon/file/FileOffers.h"
+#include "daemon/file/AclRules.h"
+#include "daemon/file/OffersByPlace.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -17,36 +17,6 @@ struct Operation {
   Phase phase;
   std::function<void()> write;
 };
-
-AclRules rulesOf(const Acl::AclConfig &acl) {
-  AclRules rules;
-  if (!acl.currCfg()) return rules;
-  auto sequence = acl.currCfg()->ruleBySequence().keys();
-  std::sort(sequence.begin(), sequence.end());
-  for (const uint32_t number : sequence) rules.push_back(*acl.currCfg()->ruleBySequence(number));
-  return rules;
-}
-
-// By role, interface and prefix; each list is sorted by source.
-using OffersByPlace = std::map<std::tuple<Role, Pax::IntfId, Pax::IpGenPrefix>, Offers>;
-
-OffersByPlace byPlace(Offers offers) {
-  OffersByPlace places;
-  sortOffers(offers);
-  for (Offer &offer : offers) {
-    if (offer.prefix.isEmpty()) continue;
-    places[{offer.source.role, offer.source.intfId, offer.prefix}].push_back(std::move(offer));
-  }
-  return places;
-}
-
-// Whether a source stays, even if its values change.
-bool goesOn(const Offers &before, const Offers &wanted) {
-  return std::any_of(wanted.begin(), wanted.end(), [&](const Offer &next) {
-    return std::any_of(before.begin(), before.end(),
-                       [&](const Offer &present) { return present.source.acl == next.source.acl; });
-  });
-}
 
 template <class Key, class Value>
 std::vector<Key> keysOf(const std::map<Key, Value> &map) {
@@ -76,17 +46,6 @@ void candidacyIs(Entry &entry, const ZoneCandidacy &candidacy) {
 void rangeIs(RpCandidateConfig &candidate, const Pax::IpGenPrefix &range, const RangeOptions &options) {
   candidate.groupRangeIs(range);
   candidate.groupRangeOptionsIs(range)->priorityIs(options.priority);
-}
-
-// Rules that permit what the ACL permits both now and next.
-AclRules rulesOfWhatStays(const PermittedPrefixes &now, const PermittedPrefixes &next) {
-  AclRules rules;
-  for (const auto part : {&PermittedPrefixes::groups, &PermittedPrefixes::unicast}) {
-    for (const Pax::IpGenPrefix &prefix : now.*part) {
-      if ((next.*part).contains(prefix)) rules.push_back({Acl::Action::permit, {prefix}});
-    }
-  }
-  return rules;
 }
 
 }  // namespace
