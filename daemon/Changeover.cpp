@@ -11,8 +11,9 @@ Changeover::Changeover(const VrfHost::Process &process, VrfHosts &hosts, const C
 }
 
 bool Changeover::goOn() {
-  while (step()) {
-    if (process_.loop.turnIsLong()) return false;
+  constexpr int most = 500;  // a millisecond, where nothing runs that would react
+  for (int steps = 1; step(); ++steps) {
+    if (steps == most || process_.loop.turnIsLong()) return false;
   }
   return true;
 }

@@ -15,7 +15,7 @@ class Changeover {
  public:
   Changeover(const VrfHost::Process &process, VrfHosts &hosts, const Configuration &before, Configuration wanted);
 
-  /// Goes on until the turn of the loop is long. True at the end.
+  /// Does a slice, which is over when the turn of the loop is long. True at the end.
   bool goOn();
   const Configuration &wanted() const { return wanted_; }
 

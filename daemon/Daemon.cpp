@@ -105,6 +105,9 @@ Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configur
   });
   if (options.standby) process_->system.standbyIs(true);  // before anything could be sent
   changeoverIs(configuration, [](const std::string &) {});
+  while (!process_->changeover->goOn()) {
+  }
+  changeoverDone();
   for (const auto &[vrf, host] : process_->hosts) {
     if (host->isForbidden()) throw std::runtime_error("VRF " + vrf.text() + ": " + host->reason());
   }
@@ -161,6 +164,7 @@ void Daemon::loadedIs(const LoadedConfiguration &loaded, const Reloaded &done) {
   }
   for (const std::string &warning : firstOf(loaded.findings.warnings, file)) TRACELET(trace, 2, "warning: " << warning);
   changeoverIs(loaded.configuration, done);
+  changeInSlices();
 }
 
 void Daemon::changeoverIs(const Configuration &wanted, Reloaded done) {
@@ -168,14 +172,12 @@ void Daemon::changeoverIs(const Configuration &wanted, Reloaded done) {
   const VrfHost::Process shared{process.loop, process.watcher, process.wheel, process.random, process.system};
   process.changeover.emplace(shared, process.hosts, process.configuration, wanted);
   process.changed = std::move(done);
-  changeOn();
 }
 
-void Daemon::changeOn() {
-  if (process_->changeover->goOn()) return changeoverDone();
+void Daemon::changeInSlices() {
   boost::asio::post(process_->loop.context(), [this] {
     process_->loop.workBegins();
-    changeOn();
+    process_->changeover->goOn() ? changeoverDone() : changeInSlices();
   });
 }
 

@@ -48,7 +48,7 @@ class Daemon {
   void reload(Reloaded done);
   void loadedIs(const LoadedConfiguration &loaded, const Reloaded &done);
   void changeoverIs(const Configuration &wanted, Reloaded done);
-  void changeOn();
+  void changeInSlices();
   void changeoverDone();
   void awaitSignal();
 

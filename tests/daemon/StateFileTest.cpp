@@ -1,8 +1,10 @@
 #include "daemon/state/StateFile.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <csignal>
 #include <fstream>
 #include <sstream>
 
@@ -230,6 +232,15 @@ TEST_P(StateFileTest, AFileThatCannotBeWrittenIsTracedOnceUntilItCan) {
   file.save();
   std::filesystem::remove(fresh);
   EXPECT_TRUE(std::filesystem::is_empty(directory.path() + "/run"));
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  rlimit limit{};
+  ::getrlimit(RLIMIT_FSIZE, &limit);
+  const rlimit full{100, limit.rlim_max};
+  ::setrlimit(RLIMIT_FSIZE, &full);
+  file.save();
+  ::setrlimit(RLIMIT_FSIZE, &limit);
+  std::signal(SIGXFSZ, handler);
+  EXPECT_TRUE(std::filesystem::is_empty(directory.path() + "/run")) << "nor is half a file left";
   std::ofstream(fresh) << "what a killed agent has left";
   std::filesystem::permissions(fresh, std::filesystem::perms::all);
   file.save();

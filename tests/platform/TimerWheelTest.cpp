@@ -85,6 +85,10 @@ TEST_F(Wheel, LeavesTheRestToItsNextRunsInTheSameOrderWhenATurnIsLong) {
   time.hurried = true;
   time.advanceTo(1001);
   EXPECT_EQ(order, (std::vector{0, 1, 2, 3, 7, 100, 8, 9, 10, 11, 12, 13, 14, 15, 19, 900, 16}));
+  order.clear();
+  for (const int i : {0, 1, 2, 3, 7, 8, 9, 10, 11, 12}) alarms[i]->timeMinIs(1002);
+  time.advanceTo(1002);
+  EXPECT_EQ(order, (std::vector{0, 1, 2, 3, 7, 8, 9, 10, 11, 12})) << "also when nothing else is armed";
   EXPECT_TRUE(time.idle());
 }
 
