@@ -76,6 +76,17 @@ TEST(HelloNeighborsTest, aFloodOfNeighborsEndsAtTheLimitAndDrivesNobodyOut) {
   EXPECT_FALSE(router.neighbor(3150)) << "it would stay for ever";
 }
 
+TEST(HelloNeighborsTest, aNeighborThatRestartsAllTheTimeGetsAFewHellos) {
+  Router router(ipv4);
+  router.hellosIn(6);
+  size_t hellos = 0;
+  for (uint32_t n = 0; n < 3000; ++n) {
+    router.hear(20, {.generationId = n});
+    hellos += router.hellosIn(0.01);
+  }
+  EXPECT_LT(hellos, 25u) << "in half a minute";
+}
+
 TEST(HelloNeighborsTest, addressListsTellOursAndTheNeighbors) {
   Router router(ipv6);
   const auto addressIs = [&](const Pax::IpGenAddr &address, bool isUsable) {
