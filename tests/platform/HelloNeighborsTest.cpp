@@ -159,6 +159,7 @@ TEST(HelloNeighborsTest, aThirdRouterTakesNothingOverByItsListAndAReturningOneGe
     // Who sends from an address has it.
     router.hear(20);
     EXPECT_EQ(ways(), (std::vector{a.onLink(21), a.onLink(21), primary}));
+    EXPECT_FALSE(router.neighbor(21)->secondary(primary));
     router.hear(21, {.list = all});
     EXPECT_EQ(ways(), (std::vector{a.onLink(21), a.onLink(21), primary}));
   }
