@@ -81,6 +81,26 @@ void zoneThatComesAndGoes(benchmark::State &state) {
   }
 }
 
+// A sender that never changes its tag and has a new range in each message. All of them are kept as long as they fit.
+void everNewRanges(benchmark::State &state) {
+  std::vector<Bsm> messages;
+  for (uint32_t n = 0; n < 20000; ++n) {
+    const Bsm bsm = Router::message(n, 150);
+    bsm->optionalData()->groupData().front()->adminScopeIs(false);
+    messages.push_back(bsm);
+  }
+  for ([[maybe_unused]] auto _ : state) {
+    state.PauseTiming();
+    Router fresh(0);
+    state.ResumeTiming();
+    for (auto n = 0; n < state.range(0); ++n) fresh.hear(messages[static_cast<size_t>(n)]);
+  }
+  state.counters["perMessage"] =
+      benchmark::Counter(static_cast<double>(state.iterations()) * static_cast<double>(state.range(0)),
+                         benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
+BENCHMARK(everNewRanges)->ArgName("messages")->Arg(100)->Arg(1000)->Arg(20000);
 BENCHMARK(knownZone)->ArgName("zonesHeld")->Arg(0)->Arg(999);
 BENCHMARK(rangesThatComeAndGo)->ArgName("zonesHeld")->Arg(0)->Arg(999);
 BENCHMARK(zoneThatComesAndGoes)->ArgName("zonesHeld")->Arg(0)->Arg(999);
