@@ -170,7 +170,7 @@ bool PublishedRpSet::Source::rpChanged(const Pax::IpGenAddr &address, const Pim:
 void PublishedRpSet::Source::rpRefreshed(const Pax::IpGenAddr &address, const Pim::RpCandidate &rp, Twin &twin) {
   if (!publishes()) return;
   if (!twin.rp || !entry_.isOwn || twin.removals != entry_.removals) {
-    twin.rp = published(address, rp).get();
+    twin.rp = published(address, rp);
     twin.removals = entry_.removals;
   }
   twin.rp->expiresIs(rp.expires());

@@ -85,7 +85,7 @@ class PublishedRpSet::Source {
   /// look for it.
   class Twin {
     friend class Source;
-    Pim::RpCandidate *rp = nullptr;
+    Kiv::Ptr<Pim::RpCandidate> rp;
     uint32_t removals = 0;
   };
 
