@@ -32,7 +32,6 @@ class PacingTest : public NetnsTest, public ::testing::WithParamInterface<Addres
   }
   // The machines of router a.
   std::unique_ptr<Bsr::ContainerSm> machines() {
-    Bsr::Container container;
     container.vrf = "default";
     container.af = GetParam().af;
     container.clock = &loop;
@@ -57,6 +56,7 @@ class PacingTest : public NetnsTest, public ::testing::WithParamInterface<Addres
   }
 
   Orb::Random random{1};
+  Bsr::Container container;  // outlives the machines
   std::unique_ptr<Router> a, b;
 };
 
