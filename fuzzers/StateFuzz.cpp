@@ -39,6 +39,15 @@ class Place {
   std::string directory_ = "/tmp/StateFuzz.XXXXXX";
 };
 
+// Everything at once.
+struct Foreground : Orb::Background {
+  void start(std::function<void()> work, std::function<void()> done) override {
+    work();
+    done();
+  }
+  void finish() override {}
+};
+
 StateFile::Contents contentsOf(SystemState &system) { return {system.statusColl, system.rpCandidateStatusColl}; }
 
 // A router whose state is in the file.
@@ -46,7 +55,8 @@ struct Router {
   Router(const std::string &path, Pax::AddressFamily family)
       : network(family, 1),
         host(router()),
-        file({path, family, "this boot"}, contentsOf(host.system()), network.time(), network.router("r1").wheel()) {}
+        file({path, family, "this boot"}, contentsOf(host.system()), network.time(), network.router("r1").wheel(),
+             background) {}
   Sim::Router &router() {
     network.linkIs("link", {"r1", "r2"});
     return network.router("r1");
@@ -58,6 +68,7 @@ struct Router {
 
   Sim::Network network;
   Sim::Host host;
+  Foreground background;
   StateFile file;
 };
 
