@@ -25,7 +25,6 @@ BsrCandidateSm::BsrCandidateSm(PimBsrSm &bsrSm, const Pax::IpGenPrefix &zone, co
       kivBsTimer_(timerWheel, *this),
       bsTimer_(kivBsTimer_, bsrSm, zone_),
       collection_(bsrSm, zone_, *candidate_, bsTimer_, withdrawals_),
-      kivBsrStatus_(*this, bsrStatus),
       kivCandidate_(std::make_unique<KivCandidate>(*this, candidate_)) {
   handleInitialized();
 }

@@ -15,7 +15,6 @@
 #include "engine/PimBsrSm.h"
 #include "engine/Resumption.h"
 #include "model/InternalStatus.h"
-#include "platform/kiv/ReactorOf.h"
 #include "platform/orb/Random.h"
 #include "platform/orb/TimerFor.h"
 #include "platform/orb/TimerWheel.h"
@@ -49,6 +48,8 @@ class BsrCandidateSm {
   /// Originates one message; `shutDown` gives it BSR priority 0, so that others take over. Whether it
   /// went out on any interface.
   bool doSendBsm(bool shutDown);
+  /// The timeout of the BSRs of the VRF is another.
+  void handleBsTimeout();
   /// A triggered Hello has gone out to a new neighbor, who can now hear us.
   void handleTriggeredHelloSent();
   /// Takes one advertised range, which the machine as the zone's BSR collects.
@@ -61,10 +62,6 @@ class BsrCandidateSm {
 
  private:
   class KivCandidate;  // KivCandidate.h
-  class KivBsrStatus : public Kiv::ReactorOf<Status, BsrCandidateSm> {
-    using ReactorOf::ReactorOf;
-    void onBsTimeout() override { owner_.handleBsTimeout(); }
-  };
 
   using Reason = BootstrapTimer::Reason;
 
@@ -88,7 +85,6 @@ class BsrCandidateSm {
   void handleBsm();
   void handlePreferredBsm(const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
   void handleNonPreferredBsm(const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
-  void handleBsTimeout();
   void handleElectionEnd();
   void doComputeBsTimeout(const char *lead);
   void doShortenBsTimer();
@@ -115,7 +111,6 @@ class BsrCandidateSm {
   BootstrapTimer bsTimer_;
   Withdrawals withdrawals_;
   CrpCollection collection_;
-  KivBsrStatus kivBsrStatus_;
   std::unique_ptr<KivCandidate> kivCandidate_;
 };
 

@@ -22,12 +22,7 @@ std::ostream &operator<<(std::ostream &out, BsrNonCandidateState state) {
 BsrNonCandidateSm::BsrNonCandidateSm(PimBsrSm &bsrSm, const Pax::IpGenPrefix &zone, const Kiv::Ptr<Status> &bsrStatus,
                                      const Kiv::Ptr<Orb::TimerWheel> &bsTimerWheel,
                                      const Kiv::Ptr<Orb::TimerWheel> &szTimerWheel)
-    : bsrSm_(bsrSm),
-      zone_(zone),
-      bsrStatus_(bsrStatus),
-      bsTimer_(bsTimerWheel, *this),
-      szTimer_(szTimerWheel, *this),
-      kivBsrStatus_(*this, bsrStatus) {
+    : bsrSm_(bsrSm), zone_(zone), bsrStatus_(bsrStatus), bsTimer_(bsTimerWheel, *this), szTimer_(szTimerWheel, *this) {
   handleInitialized();
 }
 

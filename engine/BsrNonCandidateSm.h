@@ -6,7 +6,6 @@
 #include "engine/LastBsm.h"
 #include "engine/PimBsrSm.h"
 #include "model/Status.h"
-#include "platform/kiv/ReactorOf.h"
 #include "platform/orb/TimerFor.h"
 #include "platform/orb/TimerWheel.h"
 
@@ -28,14 +27,11 @@ class BsrNonCandidateSm {
   void lastBsmIs(const LastBsm &lastBsm) { lastBsm_ = lastBsm; }
   /// Takes an accepted message of the zone.
   void bsmIs(const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
+  /// A timeout of the VRF is another.
+  void handleBsTimeout();
+  void handleSzTimeout();
 
  private:
-  class KivBsrStatus : public Kiv::ReactorOf<Status, BsrNonCandidateSm> {
-    using ReactorOf::ReactorOf;
-    void onBsTimeout() override { owner_.handleBsTimeout(); }
-    void onSzTimeout() override { owner_.handleSzTimeout(); }
-  };
-
   void handleBsrTimerExpiry();
   void handleSzTimerExpiry();
   using KivBsTimer = Orb::TimerFor<&BsrNonCandidateSm::handleBsrTimerExpiry>;
@@ -48,8 +44,6 @@ class BsrNonCandidateSm {
   void handleBsmOfAnyBsr(const Packet::BootstrapMessage &bsm);
   bool isPreferred(const Packet::BootstrapMessage &bsm) const;
   void handlePreferredBsm(const Packet::BootstrapMessage &bsm);
-  void handleBsTimeout();
-  void handleSzTimeout();
   /// Brings an armed timer forward where the new timeout ends sooner; `resetting` is the word that its trace has.
   void doShorten(Orb::Timer &timer, uint32_t timeout, const char *name, const char *resetting);
   void writeBsr(ElectedBsrStatus &bsr, const Packet::BootstrapMessage &bsm);
@@ -64,7 +58,6 @@ class BsrNonCandidateSm {
   LastBsm lastBsm_;
   KivBsTimer bsTimer_;
   KivSzTimer szTimer_;
-  KivBsrStatus kivBsrStatus_;
 };
 
 }  // namespace Routing::Pim::Bsr

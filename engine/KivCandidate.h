@@ -2,6 +2,7 @@
 #pragma once
 
 #include "engine/BsrCandidateSm.h"
+#include "platform/kiv/ReactorOf.h"
 
 namespace Routing::Pim::Bsr {
 

@@ -255,8 +255,8 @@ void PimBsrSm::handleBsrTrie(const Pax::IpGenPrefix &zone) {
   published_->settleWithin(zone);
   rpSets_->removeEmptySet(zone, zone);
   if (!bsrStatus_->bootstrapRouter(zone)) return;
-  for (const auto &[outer, machine] : candidateSm_) {
-    if (outer != zone && outer.covers(zone)) machine->handleInnerZone(zone);
+  for (uint8_t length = 0; length < zone.length(); ++length) {
+    if (BsrCandidateSm *const outer = candidateSm({zone.address(), length})) outer->handleInnerZone(zone);
   }
 }
 

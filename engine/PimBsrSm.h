@@ -132,6 +132,8 @@ class PimBsrSm : public Kiv::Entity {
   void handleInitialized();
   void handleAf();
   void handleBsm();
+  void handleBsTimeout();
+  void handleSzTimeout();
   void handleBsrCandidate();
   void handleBsrCandidate(const Pax::IpGenPrefix &zone);
   void handleCandidateSm(const Pax::IpGenPrefix &zone);

@@ -1,6 +1,8 @@
 #include "engine/Reactors.h"
 
 #include "engine/BsmSender.h"
+#include "engine/BsrCandidateSm.h"
+#include "engine/BsrNonCandidateSm.h"
 #include "engine/RpSetMirror.h"
 #include "engine/RpSetStore.h"
 #include "engine/TriggeredBsm.h"
@@ -17,6 +19,15 @@ void PimBsrSm::followStatus() {
     if (!crpZoneStatus_.contains(zone)) handleCrpStatus(zone);
   }
   for (const Pax::IpGenPrefix &zone : bsrStatus_->bootstrapRouter().keys()) handleBootstrapRouter(zone);
+}
+
+void PimBsrSm::handleBsTimeout() {
+  for (const auto &[zone, machine] : candidateSm_) machine->handleBsTimeout();
+  for (const auto &[zone, machine] : nonCandidateSm_) machine->handleBsTimeout();
+}
+
+void PimBsrSm::handleSzTimeout() {
+  for (const auto &[zone, machine] : nonCandidateSm_) machine->handleSzTimeout();
 }
 
 void PimBsrSm::handleBootstrapRouter(const Pax::IpGenPrefix &zone) {

@@ -15,6 +15,9 @@ namespace Routing::Pim::Bsr {
 class PimBsrSm::KivBsrStatus : public Kiv::ReactorOf<Bsr::Status, PimBsrSm> {
   using ReactorOf::ReactorOf;
   void onAf() override { owner_.handleAf(); }
+  // For the machines, of which there may be many: each zone that comes is told to everyone who watches the status.
+  void onBsTimeout() override { owner_.handleBsTimeout(); }
+  void onSzTimeout() override { owner_.handleSzTimeout(); }
   void onCbsr(const Pax::IpGenPrefix &zone) override { owner_.handleBsrCandidate(zone); }
   void onCrp(const Pax::IpGenAddr &rpAddress) override { owner_.candidateRps_->handleCrp(rpAddress); }
   void onBootstrapRouter(const Pax::IpGenPrefix &zone) override { owner_.handleBootstrapRouter(zone); }
