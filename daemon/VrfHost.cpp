@@ -46,7 +46,7 @@ void VrfHost::pimIs(const PimVrf &pim) {
 }
 
 IO::HelloSpeaker::Parameters VrfHost::helloParameters() const {
-  return {pim_.speak, pim_.drPriority, process_.system.redundancyStatus};
+  return {pim_.speak, pim_.drPriority, process_.system.redundancyStatus, pim_.neighborsMost};
 }
 
 void VrfHost::open() {

@@ -86,7 +86,7 @@ class Invariants {
   void neighbors() {
     if (!host_.router().pimRuns()) return;
     for (const auto &[intfId, intf] : host_.router().pimStatus()->pimIntf()) {
-      expect(intf->neighbor().size() <= Routing::Pim::PimIntf::neighborsMost, "too many neighbors", {});
+      expect(intf->neighbor().size() <= intf->neighborsMost(), "too many neighbors", {});
       for (const auto &[address, neighbor] : intf->neighbor()) {
         expect(isRouter(address), "not a neighbor's address", {}, address);
         expect(neighbor->secondary().size() <= Routing::Pim::IO::HelloSpeaker::secondaryMost, "long list", {}, address);

@@ -16,6 +16,7 @@ struct Limits {
   uint32_t rangesPerRp = 1000;    ///< of them, those of one RP
   uint32_t keptBytes = 1 << 20;   ///< last messages of one zone, for new neighbors and a refresh
   uint32_t openBytes = 4 << 20;   ///< incomplete groups of fragmented messages, at their size when complete
+  uint32_t neighbors = 256;       ///< on each interface; the Hello speaker keeps it
   bool operator==(const Limits &) const = default;
 };
 std::ostream &operator<<(std::ostream &out, const Limits &limits);

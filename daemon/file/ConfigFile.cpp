@@ -18,7 +18,7 @@ constexpr size_t longestFile = 16 << 20;
 void compute(Configuration &configuration) {
   for (auto &[vrf, pim] : configuration.pim) {
     if (vrf.text() != L3::defaultVrf && pim.networkNamespace.empty()) pim.networkNamespace = vrf.text();
-    configuration.vrfConfig.try_emplace(vrf);
+    pim.neighborsMost = configuration.vrfConfig.try_emplace(vrf).first->second.limits.neighbors;
   }
   for (auto &[vrf, settings] : configuration.vrfConfig) {
     const uint32_t interval = largestInterval(configuration, vrf);

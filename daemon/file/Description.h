@@ -99,6 +99,7 @@ void describe(Members &members, Limits &limits) {
                  "Memory for the last Bootstrap messages of a zone, which new neighbors are sent.");
   members.number("openBytes", limits.openBytes, bytesLeast, bytesMost,
                  "Memory for groups of which only some fragments have arrived.");
+  members.number("neighbors", limits.neighbors, 1, countMost, "PIM neighbors on each interface.");
 }
 
 template <class Members>

@@ -46,6 +46,7 @@ void HelloSpeaker::Interface::start() {
   TRACELET(trace, 4, "PIM is on at " << intfId_ << " with address " << intfStatus_->pimAddr());
   pimIntf_ = speaker_.status_->pimIntfIs(intfId_);
   pimIntf_->addressIs(intfStatus_->pimAddr());
+  pimIntf_->neighborsMostIs(speaker_.parameters_.neighborsMost);
   settle();
   electDr();
   if (speaker_.parameters_.speak) speakFromNowOn();
@@ -91,6 +92,7 @@ void HelloSpeaker::Interface::speakFromNowOn() {
 void HelloSpeaker::Interface::parametersChanged(const Parameters &before) {
   if (!pimIntf_) return;
   const Parameters &now = speaker_.parameters_;
+  pimIntf_->neighborsMostIs(now.neighborsMost);
   if (now.speak && !before.speak) speakFromNowOn();
   if (!now.speak) periodic_.timeMinIs(Orb::never);
   if (now.drPriority == before.drPriority) return;

@@ -32,7 +32,7 @@ HelloSpeaker::Interface::Neighbor *HelloSpeaker::Interface::neighborFor(const Pa
 }
 
 bool HelloSpeaker::Interface::makeRoom() {
-  if (neighbor_.size() < PimIntf::neighborsMost) return true;
+  if (neighbor_.size() < pimIntf_->neighborsMost()) return true;
   const auto rank = [](const Neighbor &neighbor) {
     const bool isForEver = neighbor.expiry.timeMin() == Orb::never;
     return std::tuple(neighbor.status->onlyHello(), isForEver, neighbor.status->upTime(), neighbor.address);

@@ -19,7 +19,7 @@ namespace Routing::Pim::IO {
 /// one. These interfaces, and no others, are in Status.pimIntf. Where PIM goes off, the neighbors that have heard a
 /// Hello from us hear a goodbye, unless the link is down already.
 ///
-/// A peer cannot make it grow without bounds. An interface has at most PimIntf::neighborsMost neighbors: a new one
+/// A peer cannot make it grow without bounds. An interface has at most Parameters::neighborsMost neighbors: a new one
 /// takes the place of one that said nothing but Hello or whose holdtime never ends, the latest first, or else is
 /// refused; of a neighbor's addresses at most secondaryMost are kept. An address belongs to the neighbor that sends
 /// from it, or else to the first that listed it, until that goes or lists it no more. The speaker never looks at the
@@ -33,6 +33,7 @@ class HelloSpeaker : public Kiv::Counted, public MessageConsumer, public HelloSi
     uint32_t drPriority = 0;
     /// The same for the speaker's whole life. On standby PIM is off at every interface; null is never standby.
     Kiv::Ptr<const Redundancy::RedundancyStatus> redundancyStatus = nullptr;
+    uint32_t neighborsMost = 256;  ///< on an interface
   };
   static constexpr double period = 30;             ///< seconds: Hello_Period
   static constexpr double triggeredDelayMost = 5;  ///< seconds: Triggered_Hello_Delay

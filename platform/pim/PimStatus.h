@@ -39,6 +39,7 @@ class PimIntf : public Kiv::Entity {
   ATTRIBUTE(value, Pax::IpGenAddr, dr, Dr, {})                                        \
   ATTRIBUTE(value, bool, isDr, IsDr, false)                                           \
   ATTRIBUTE(map, Pax::IpGenAddr, PimNeighbor, neighbor, Neighbor)                     \
+  ATTRIBUTE(value, uint32_t, neighborsMost, NeighborsMost, 256)                       \
   /* Hellos sent because of a new neighbor or Generation ID */                        \
   ATTRIBUTE(counter, triggeredHelloSent, TriggeredHelloSent)                          \
   /* Hellos of strangers that were refused because there were too many neighbors */   \
@@ -47,9 +48,8 @@ class PimIntf : public Kiv::Entity {
 #undef ATTRIBUTES
 
  public:
-  static constexpr size_t neighborsMost = 256;
   /// There are so many neighbors that it soon matters which of them are real.
-  bool isCrowded() const { return neighbor().size() > neighborsMost / 2; }
+  bool isCrowded() const { return neighbor().size() > neighborsMost() / 2; }
   /// The neighbor with this address, primary or in its Address List; `primary` becomes its primary address. Null,
   /// and `primary` stays as it is, when no neighbor has the address.
   Kiv::Ptr<PimNeighbor> neighborOwning(const Pax::IpGenAddr &address, Pax::IpGenAddr &primary) const;

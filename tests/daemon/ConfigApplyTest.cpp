@@ -146,7 +146,7 @@ TEST(ConfigApply, StatusSaysWhatTheFileSays) {
   Json &prefixes = status["crp"]["10.1.0.1"]["prefixSet"];
   std::sort(prefixes.begin(), prefixes.end());
   const Json want = Json::parse(R"({"bsTimeout": 100, "szTimeout": 1000, "mixedFragments": "stop",
-    "limits": "rps=7 zones=1000 ranges=4096 collectedRps=10000 rangesPerRp=1000 keptBytes=70000 openBytes=4194304",
+    "limits": "rps=7 zones=1000 ranges=4096 collectedRps=10000 rangesPerRp=1000 keptBytes=70000 openBytes=4194304 neighbors=256",
     "bsBorder": {"224.0.0.0/4": {"intfId": ["eth0"]}, "239.2.0.0/16": {"intfId": ["eth0"]}},
     "cbsr": {"224.0.0.0/4": {"address": "10.1.0.2", "intfId": "b", "priority": 5, "hashMaskLen": 30, "bsPeriod": 60},
              "225.1.0.0/16": {"address": "10.1.0.1", "intfId": "a", "priority": 3, "hashMaskLen": 12, "bsPeriod": 23},

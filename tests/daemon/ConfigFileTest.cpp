@@ -104,7 +104,7 @@ TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
 /vrfConfig/default/limits/rps: must be an integer from 0 to 1000000, not -1
 /vrfConfig/default/limits/keptBytes: must be an integer from 65536 to 1073741824, not 2000000000
 /vrfConfig/default/limits/openBytes: must be an integer from 65536 to 1073741824, not 65535
-/vrfConfig/default/limits/zone: unknown name; known here: rps, zones, ranges, collectedRps, rangesPerRp, keptBytes, openBytes
+/vrfConfig/default/limits/zone: unknown name; known here: rps, zones, ranges, collectedRps, rangesPerRp, keptBytes, openBytes, neighbors
 /vrfConfig/default/bsrCandidateConfig/a/b: "a/b" is not an interface name (1 to 15 bytes without blanks, '/' or ':')
 /vrfConfig/default/bsrCandidateConfig/eth0: must be an object, not 3
 /vrfConfig/default/bsrCandidateConfig/eth1: is a candidate BSR without a zone (group or acl)
@@ -253,7 +253,7 @@ TEST(ConfigFile, AGoodFileIsReadWithItsDefaults) {
                                                                "acl": { "A": { "priority": 0 } } } },
                                "rpCandidateConfig": { "lo": { "groupRange": { "FF3E:0::/32": {} }, "mode": "bidir" } } },
                      "red": { "holdTime": 90, "crpFilterAcl": ["A"], "mixedFragments": "stop",
-                              "limits": { "zones": 0, "openBytes": 65536 } } },
+                              "limits": { "zones": 0, "openBytes": 65536, "neighbors": 9 } } },
       "intfConfig": { "eth7": { "bsrBorderAcl": ["A"] }, "eth0": {}, "default/eth7": {}, "red/eth7": {} },
       "acl": { "A": [ { "deny": "any" }, { "permit": "2001:DB8::/32" } ] } })",
                                             ipv6);
@@ -265,7 +265,7 @@ TEST(ConfigFile, AGoodFileIsReadWithItsDefaults) {
       "vrfConfig": {
         "blue": { "holdTime": 130, "szTimeout": 1300, "mixedFragments": "drop",
                   "limits": { "rps": 20000, "zones": 1000, "ranges": 4096, "collectedRps": 10000,
-                              "rangesPerRp": 1000, "keptBytes": 1048576, "openBytes": 4194304 },
+                              "rangesPerRp": 1000, "keptBytes": 1048576, "openBytes": 4194304, "neighbors": 256 },
                   "bsrCandidateConfig": {
                     "lo": { "group": { "ff0e::/16": { "priority": 64, "hashMaskLen": 126, "interval": 20 } },
                             "acl": { "A": { "priority": 0, "hashMaskLen": 126, "interval": 60 } } } },
@@ -275,12 +275,12 @@ TEST(ConfigFile, AGoodFileIsReadWithItsDefaults) {
                   "crpFilterAcl": [] },
         "default": { "holdTime": 130, "szTimeout": 1300, "mixedFragments": "drop",
                   "limits": { "rps": 20000, "zones": 1000, "ranges": 4096, "collectedRps": 10000,
-                              "rangesPerRp": 1000, "keptBytes": 1048576, "openBytes": 4194304 },
+                              "rangesPerRp": 1000, "keptBytes": 1048576, "openBytes": 4194304, "neighbors": 256 },
                   "bsrCandidateConfig": {}, "rpCandidateConfig": {},
                      "crpFilterAcl": [] },
         "red": { "holdTime": 90, "szTimeout": 900, "mixedFragments": "stop",
                   "limits": { "rps": 20000, "zones": 0, "ranges": 4096, "collectedRps": 10000,
-                              "rangesPerRp": 1000, "keptBytes": 1048576, "openBytes": 65536 },
+                              "rangesPerRp": 1000, "keptBytes": 1048576, "openBytes": 65536, "neighbors": 9 },
                   "bsrCandidateConfig": {}, "rpCandidateConfig": {},
                  "crpFilterAcl": ["A"] } },
       "intfConfig": { "blue/eth7": { "bsrBorderGrp": [], "bsrBorderAcl": ["A"] },

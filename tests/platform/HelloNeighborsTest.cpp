@@ -39,7 +39,7 @@ TEST(HelloNeighborsTest, neighborsLastAsLongAsTheySay) {
 TEST(HelloNeighborsTest, aFloodOfNeighborsEndsAtTheLimitAndDrivesNobodyOut) {
   Router router(ipv4);
   const Said forEver{.holdTime = HelloMessage::holdTimeForEver};
-  const size_t most = PimIntf::neighborsMost;
+  const size_t most = router.pimIntf()->neighborsMost();
   const auto speakOtherwise = [&](uint32_t from) {
     router.port->hear(router.eth1, ipv4.onLink(from), *Kiv::Ptr<Packet::BootstrapMessage>(Bsm(ipv4.host(9))));
   };
