@@ -4,8 +4,12 @@
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cstdlib>
+#include <functional>
 #include <sstream>
+#include <utility>
 
 #include "daemon/state/StateFile.h"
 #include "view/Show.h"
@@ -18,8 +22,40 @@ using Pax::IpGenAddr;
 
 class Time : public Orb::Clock, public Orb::Waker {
  public:
-  double now() const override { return 1000; }
+  double now() const override { return at; }
   void wakeAt(Orb::TimerWheel &, double) override {}
+  double at = 1000;
+};
+
+// What a thread does in a daemon.
+struct Beside : Orb::Background {
+  void start(std::function<void()> work, std::function<void()> done) override {
+    work_ = std::move(work);
+    done_ = std::move(done);
+  }
+  void finish() override {
+    if (!isBusy()) return;
+    std::exchange(work_, nullptr)();
+    done_();
+  }
+  bool isBusy() const { return bool(work_); }
+
+ private:
+  std::function<void()> work_, done_;
+};
+
+// A file to save to, which goes at the end.
+struct Place {
+  Place() {
+    if (mkdtemp(directory)) path = std::string(directory) + "/state";
+  }
+  ~Place() {
+    unlink(path.c_str());
+    rmdir(directory);
+  }
+  bool isSaved() const { return access(path.c_str(), R_OK) == 0; }
+  char directory[20] = "/tmp/state-XXXXXX";
+  std::string path;
 };
 
 struct Learned {
@@ -49,22 +85,46 @@ struct Learned {
 // A save that is waited for, as at the end.
 void save(benchmark::State &state) {
   const Learned learned(state);
-  char directory[] = "/tmp/state-XXXXXX";
-  if (!mkdtemp(directory)) return state.SkipWithError("no directory");
-  const std::string path = std::string(directory) + "/state";
+  const Place place;
   Time time;
+  Beside beside;
   const auto wheel = Kiv::make<Orb::TimerWheel>(time, time);
-  Bsr::StateFile file({path, Pax::AddressFamily::ipv4, "this"}, {learned.statusColl, learned.publishedColl}, time,
-                      wheel);
+  Bsr::StateFile file({place.path, Pax::AddressFamily::ipv4, "this"}, {learned.statusColl, learned.publishedColl}, time,
+                      wheel, beside);
   const auto bsr = learned.status->bootstrapRouter(Pax::allGroups(Pax::AddressFamily::ipv4));
   uint16_t priority = 0;
   for ([[maybe_unused]] auto _ : state) {
     bsr->priorityIs(++priority % 256);
     file.save();
   }
-  if (access(path.c_str(), R_OK) != 0) state.SkipWithError("nothing is saved");
-  unlink(path.c_str());
-  rmdir(directory);
+  if (!place.isSaved()) state.SkipWithError("nothing is saved");
+}
+
+// The longest turn of the loop while a change is saved.
+void saveSlice(benchmark::State &state) {
+  using Stopwatch = std::chrono::steady_clock;
+  const Learned learned(state);
+  const Place place;
+  Time time;
+  Beside beside;
+  const auto wheel = Kiv::make<Orb::TimerWheel>(time, time);
+  Bsr::StateFile file({place.path, Pax::AddressFamily::ipv4, "this"}, {learned.statusColl, learned.publishedColl}, time,
+                      wheel, beside);
+  const Pax::IpGenPrefix zone(IpGenAddr::v4(0xef000000), 8);
+  for ([[maybe_unused]] auto _ : state) {
+    learned.status->bootstrapRouter(zone) ? learned.status->bootstrapRouterDel(zone)
+                                          : void(learned.status->bootstrapRouterIs(zone));
+    time.at += 10;
+    Stopwatch::duration longest{};
+    while (!beside.isBusy()) {
+      const auto begin = Stopwatch::now();
+      wheel->run();
+      longest = std::max(longest, Stopwatch::now() - begin);
+    }
+    beside.finish();
+    state.SetIterationTime(std::chrono::duration<double>(longest).count());
+  }
+  if (!place.isSaved()) state.SkipWithError("nothing is saved");
 }
 
 void show(benchmark::State &state) {
@@ -101,6 +161,7 @@ void sizes(benchmark::internal::Benchmark *bench) {
   bench->Arg(100)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond);
 }
 BENCHMARK(save)->Apply(sizes)->UseRealTime();
+BENCHMARK(saveSlice)->Apply(sizes)->UseManualTime();
 BENCHMARK(show)->Apply(sizes);
 BENCHMARK(printBare)->Apply(sizes);
 
