@@ -1,5 +1,7 @@
 #include "daemon/Daemon.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <boost/asio/post.hpp>
 #include <boost/asio/signal_set.hpp>
@@ -15,6 +17,7 @@
 #include "daemon/ControlServer.h"
 #include "daemon/file/SystemWarnings.h"
 #include "daemon/state/StateFile.h"
+#include "platform/linux/LineWriter.h"
 #include "platform/linux/RegularFile.h"
 #include "platform/linux/Worker.h"
 #include "platform/tracelet/Require.h"
@@ -113,7 +116,10 @@ Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configur
   }
   process_->stateFile.load();
   process_->agent->doInit();
-  Tracelet::beforeAbortIs([this] { process_->stateFile.save(); });
+  Tracelet::beforeAbortIs([this](const std::string &text) {
+    Linux::LineWriter(STDERR_FILENO).line(text);
+    process_->stateFile.save();
+  });
   awaitSignal();
   TRACELET(trace, 3, "Started with " << process_->hosts.size() << " VRFs");
 }

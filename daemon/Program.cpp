@@ -9,8 +9,7 @@
 #include "daemon/control/Defaults.h"
 #include "daemon/file/Schema.h"
 #include "daemon/file/SystemWarnings.h"
-#include "platform/tracelet/LineWriter.h"
-#include "platform/tracelet/Sinks.h"
+#include "platform/linux/StderrSink.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -26,7 +25,7 @@ void report(const Options &options, const Findings &findings) {
   if (options.action == Options::Action::check || !findings.errors.empty()) {
     for (const std::string &line : lines) std::cerr << line << '\n';
   } else {
-    Tracelet::LineWriter writer(STDERR_FILENO);
+    Linux::LineWriter writer(STDERR_FILENO);
     for (const std::string &line : lines) writer.line(line);
   }
 }
@@ -37,7 +36,7 @@ int runAgent(Pax::AddressFamily family, const Options &options) {
   report(options, loaded.findings);
   if (!loaded.good()) return badUsage;
   if (options.action == Options::Action::check) return done;
-  const auto sink = Tracelet::sinkFromEnvironment(agentName(family));
+  const auto sink = Linux::sinkFromEnvironment(agentName(family));
   Daemon(family, options, loaded.configuration).run();
   return done;
 }

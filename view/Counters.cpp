@@ -55,6 +55,7 @@ constexpr std::array packetFields{
     Field<Flume::PacketCounters>{"contradictingFragments", &Flume::PacketCounters::contradictingFragments},
     Field<Flume::PacketCounters>{"fragmentsOverLimit", &Flume::PacketCounters::fragmentsOverLimit},
     Field<Flume::PacketCounters>{"tooLong", &Flume::PacketCounters::tooLong},
+    Field<Flume::PacketCounters>{"neighborsOverLimit", &Flume::PacketCounters::neighborsOverLimit},
     Field<Flume::PacketCounters>{"kernelDropped", &Flume::PacketCounters::kernelDropped},
 };
 static_assert(sizeof(PimBsrErrorCounters) == errorFields.size() * sizeof(uint32_t), "a counter is missing");

@@ -26,6 +26,7 @@ struct PacketCounters {
   uint32_t contradictingFragments = 0;  ///< Bootstrap message at odds with the fragments before it
   uint32_t fragmentsOverLimit = 0;      ///< Bootstrap message whose incomplete groups would take too much memory
   uint32_t tooLong = 0;                 ///< longer than what the agent receives
+  uint32_t neighborsOverLimit = 0;      ///< Hello of a new neighbor that was refused, or took another one's place
   /// The one number that counts no arrivals here: packets that the kernel dropped because nobody read them in time.
   uint32_t kernelDropped = 0;
   std::array<uint32_t, Packet::decodeErrors> malformedBy{};

@@ -12,9 +12,6 @@ HelloSpeaker::Interface::Neighbor *HelloSpeaker::Interface::neighborFor(const Pa
   if (const auto present = neighbor_.find(hello.source()); present != neighbor_.end()) return present->second.get();
   if (!makeRoom()) {
     pimIntf_->helloRefusedInc();
-    if (complaint_.take(speaker_.wheel_->now())) {
-      TRACELET(trace, 1, "Too many neighbors on " << intfId_ << ", refusing " << hello.source());
-    }
     return nullptr;
   }
   TRACELET(trace, 4, "New neighbor " << hello.source() << " on " << intfId_);
@@ -33,6 +30,10 @@ HelloSpeaker::Interface::Neighbor *HelloSpeaker::Interface::neighborFor(const Pa
 
 bool HelloSpeaker::Interface::makeRoom() {
   if (neighbor_.size() < pimIntf_->neighborsMost()) return true;
+  ++speaker_.port_->messageCounters()->packets.neighborsOverLimit;
+  if (complaint_.take(speaker_.wheel_->now())) {
+    TRACELET(trace, 1, "No more than " << pimIntf_->neighborsMost() << " neighbors are kept on " << intfId_);
+  }
   const auto rank = [](const Neighbor &neighbor) {
     const bool isForEver = neighbor.expiry.timeMin() == Orb::never;
     return std::tuple(neighbor.status->onlyHello(), isForEver, neighbor.status->upTime(), neighbor.address);

@@ -1,43 +1,43 @@
 #include "platform/tracelet/Require.h"
 
-#include <unistd.h>
-
+#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <string>
 #include <utility>
 
-#include "platform/tracelet/LineWriter.h"
 #include "platform/tracelet/Tracelet.h"
 
 namespace Tracelet {
 
 namespace {
 
-std::function<void()> beforeAbort;
+std::function<void(const std::string &)> beforeAbort;
 
 // Once: it may fail itself.
-void actBeforeAbort() noexcept {
-  const auto act = std::exchange(beforeAbort, nullptr);
-  if (!act) return;
-  try {
-    act();
-  } catch (const std::exception &error) {
-    LineWriter(STDERR_FILENO).line(error.what());
+void actBeforeAbort(const std::string &text) noexcept {
+  if (const auto act = std::exchange(beforeAbort, nullptr)) {
+    try {
+      act(text);
+    } catch (const std::exception &) {
+      return;  // what could not be done is lost
+    }
+  } else {
+    std::fprintf(stderr, "%s\n", text.c_str());
+    std::fflush(stderr);
   }
 }
 
 }  // namespace
 
-void beforeAbortIs(std::function<void()> act) { beforeAbort = std::move(act); }
+void beforeAbortIs(std::function<void(const std::string &text)> act) { beforeAbort = std::move(act); }
 
 void assertionFailed(const char *expression, const char *file, int line) {
-  const std::string text = "Assertion failed: " + std::string(expression);
-  const std::string place = " (" + std::string(file) + ":" + std::to_string(line) + ")";
+  const std::string text =
+      "Assertion failed: " + std::string(expression) + " (" + std::string(file) + ":" + std::to_string(line) + ")";
   Registry &registry = Registry::instance();
-  if (!registry.disabled()) registry.write("Require", 0, text + place);
-  LineWriter(STDERR_FILENO).line(text + place);
-  actBeforeAbort();
+  if (!registry.disabled()) registry.write("Require", 0, text);
+  actBeforeAbort(text);
   std::abort();
 }
 

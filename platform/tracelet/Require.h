@@ -3,16 +3,17 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 namespace Tracelet {
 
-/// Writes "Assertion failed: <expression>" and its place to the trace and to standard error, does what
-/// beforeAbortIs() was given, then aborts. An assertion that fails in there aborts at once.
+/// Writes "Assertion failed: <expression>" and its place to the trace, hands them to whom beforeAbortIs() was given,
+/// or else writes them to standard error, then aborts. An assertion that fails in there aborts at once.
 [[noreturn]] void assertionFailed(const char *expression, const char *file, int line);
 
-/// What is left to do when an assertion has failed, such as saving what must outlive the process. It runs in the middle
-/// of whatever failed, so it may only read. Empty for nothing.
-void beforeAbortIs(std::function<void()> act);
+/// What is left to do when an assertion has failed: telling its text, saving what must outlive the process. It runs in
+/// the middle of whatever failed, so it may only read. Empty for nothing.
+void beforeAbortIs(std::function<void(const std::string &text)> act);
 
 }  // namespace Tracelet
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstdlib>
 #include <ctime>
 #include <system_error>
 
@@ -48,10 +47,6 @@ void FileSink::line(std::string_view module, int level, std::string_view text) {
   std::fflush(file_.get());
 }
 
-void StderrSink::line(std::string_view module, int level, std::string_view text) {
-  writer_.line(stampedLine(module, level, text));
-}
-
 void RingSink::line(std::string_view module, int level, std::string_view text) {
   lines_.push_back(stampedLine(module, level, text));
   if (lines_.size() > most_) lines_.pop_front();
@@ -67,24 +62,6 @@ void CaptureSink::line(std::string_view, int, std::string_view text) { lines_.em
 size_t CaptureSink::count(std::string_view text) const {
   return std::count_if(lines_.begin(), lines_.end(),
                        [&](const std::string &line) { return line.find(text) != std::string::npos; });
-}
-
-std::unique_ptr<Sink> sinkFromEnvironment(std::string_view name) {
-  Registry &registry = Registry::instance();
-  if (std::getenv("TRACELET_DISABLE")) {
-    registry.disable();
-    return nullptr;
-  }
-  std::unique_ptr<Sink> sink = std::make_unique<StderrSink>();
-  if (const char *directory = std::getenv("TRACELETDIR")) {
-    try {
-      sink = std::make_unique<FileSink>(directory, name);
-    } catch (const std::system_error &error) {
-      sink->line("Tracelet", 1, std::string("Traces go to standard error: ") + error.what());
-    }
-  }
-  registry.sinkAdd(*sink);
-  return sink;
 }
 
 }  // namespace Tracelet

@@ -1,7 +1,5 @@
-/// The sinks that traces go to: a file, standard error, a ring in memory, and one for tests.
+/// The sinks that traces go to: a file, a ring in memory, and one for tests. Standard error is a matter of the system.
 #pragma once
-
-#include <unistd.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -9,7 +7,6 @@
 #include <memory>
 #include <string>
 
-#include "platform/tracelet/LineWriter.h"
 #include "platform/tracelet/Tracelet.h"
 
 namespace Tracelet {
@@ -38,16 +35,6 @@ class FileSink : public Sink {
   const uint64_t limit_;
   uint64_t bytes_ = 0;
   std::unique_ptr<std::FILE, Close> file_;
-};
-
-/// Stamped lines to standard error. Lines that nobody reads are dropped.
-class StderrSink : public Sink {
- public:
-  void line(std::string_view module, int level, std::string_view text) override;
-  uint64_t dropped() const override { return writer_.dropped(); }
-
- private:
-  LineWriter writer_{STDERR_FILENO};
 };
 
 /// Keeps the last `most` stamped lines in memory, for the operator's `show log`.
@@ -80,10 +67,5 @@ class CaptureSink : public Sink {
  private:
   std::vector<std::string> lines_;
 };
-
-/// Sets up tracing as the environment says and returns the sink in use, already registered; the caller owns
-/// it. With TRACELET_DISABLE set (to anything) every statement is off and there is no sink. Otherwise lines go
-/// to NAME.log in the directory TRACELETDIR, or to standard error if that is unset or cannot be written.
-std::unique_ptr<Sink> sinkFromEnvironment(std::string_view name);
 
 }  // namespace Tracelet

@@ -6,6 +6,7 @@
 
 #include <csignal>
 #include <fstream>
+#include <iostream>
 #include <sstream>
 
 #include "daemon/state/SavedStatus.h"
@@ -256,7 +257,8 @@ TEST_P(StateFileTest, AFailedAssertionSavesOnTheWayOut) {
   std::filesystem::remove(path);
   const auto end = [this](bool never) {
     hear();
-    Tracelet::beforeAbortIs([&] {
+    Tracelet::beforeAbortIs([&](const std::string &text) {
+      std::cerr << text << std::endl;
       file.save();
       REQUIRE(never);
     });

@@ -64,12 +64,15 @@ TEST(HelloNeighborsTest, aFloodOfNeighborsEndsAtTheLimitAndDrivesNobodyOut) {
   }
   const auto refused = router.pimIntf()->helloRefused();
   EXPECT_GT(refused, 0u);
+  const auto over = router.port->counters().neighborsOverLimit;
+  EXPECT_GT(over, refused) << "those who took another's place count, too";
   const Tracelet::CaptureSink traces(1);
   router.hellosIn(60);
   for (uint32_t n = 4000; n < 4010; ++n) router.hear(n, forEver);
   EXPECT_EQ(router.pimIntf()->neighbor().size(), most);
   EXPECT_EQ(router.pimIntf()->helloRefused(), refused + 10);
-  EXPECT_EQ(traces.count("Too many neighbors on eth1"), 1u);
+  EXPECT_EQ(router.port->counters().neighborsOverLimit, over + 10);
+  EXPECT_EQ(traces.count("No more than 256 neighbors are kept on eth1"), 1u);
   router.hear(3150, forEver);
   router.hear(5000);
   EXPECT_TRUE(router.neighbor(5000));

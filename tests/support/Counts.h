@@ -42,6 +42,7 @@ inline Counts countsOf(const Routing::Pim::Flume::PacketCounters &packets) {
                              "contradictingFragments",
                              "fragmentsOverLimit",
                              "tooLong",
+                             "neighborsOverLimit",
                              "kernelDropped"};
   using Routing::Pim::Packet::DecodeError;
   using Numbers = std::array<uint32_t, names.size() + Routing::Pim::Packet::decodeErrors>;

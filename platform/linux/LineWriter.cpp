@@ -1,4 +1,4 @@
-#include "platform/tracelet/LineWriter.h"
+#include "platform/linux/LineWriter.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 
-namespace Tracelet {
+namespace Linux {
 
 namespace {
 
@@ -76,4 +76,4 @@ long LineWriter::write(std::string_view text) const {
   return ::write(descriptor_, text.data(), text.size());
 }
 
-}  // namespace Tracelet
+}  // namespace Linux

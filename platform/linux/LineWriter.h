@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace Tracelet {
+namespace Linux {
 
 /// Writes lines and never waits: while the terminal, pipe or socket behind the descriptor takes no more, lines are
 /// dropped, and how many is written as soon as it does again. The descriptor itself stays as it is, since other
@@ -33,4 +33,4 @@ class LineWriter {
   uint64_t told_ = 0;  // of those dropped
 };
 
-}  // namespace Tracelet
+}  // namespace Linux
