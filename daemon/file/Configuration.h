@@ -17,7 +17,7 @@ struct PimVrf {
   std::vector<Pax::IntfId> interfaces;
   bool speak = true;  ///< false: another PIM daemon on this router sends the Hellos
   uint32_t drPriority = 0;
-  uint32_t neighborsMost = 0;  ///< on each interface: that of the VRF's limits
+  uint32_t neighborsMost = Limits().neighbors;  ///< on each interface: that of the VRF's limits
   bool operator==(const PimVrf &) const = default;
 };
 

@@ -42,7 +42,7 @@ bool HelloSpeaker::Interface::makeRoom() {
   for (const auto &[address, neighbor] : neighbor_) {
     if (!last || rank(*neighbor) > rank(*last)) last = neighbor.get();
   }
-  if (!last->status->onlyHello() && last->expiry.timeMin() != Orb::never) return false;
+  if (!last || (!last->status->onlyHello() && last->expiry.timeMin() != Orb::never)) return false;
   neighborDel(last->address);
   return true;
 }

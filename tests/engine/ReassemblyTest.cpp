@@ -143,8 +143,8 @@ TEST_P(Reassembly, WhatIsOpenTakesLimitedMemory) {
   EXPECT_EQ(v.port->counters().fragmentsOverLimit, refused) << "there is room again";
 }
 
-// Messages are kept for 25 seconds, but groups in pieces may be given up a little sooner: then what was kept contradicts
-// a group that has been begun anew.
+// Messages are kept for 25 seconds, but groups in pieces may be given up a little sooner: then what was kept
+// contradicts a group that has been begun anew.
 TEST_P(Reassembly, ARefreshSkipsWhatContradictsAGroupThatIsOpen) {
   v.hear(Bsm(v.a.host(2)).tag(8).scope(v.a.scope(5)).piece(v.a.inScope(5, 1), 4, rps(11, 12)));
   v.advance(5.4);
