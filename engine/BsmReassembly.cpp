@@ -94,7 +94,7 @@ void BsmReassembly::collectedGroupDone(const Pax::IpGenPrefix &zone, const Packe
   const uint16_t tag = bsm.fragmentTag();
   VRF_TRACE(trace, 1, "Fragments related to " << prefix << " from fragment tag " << tag << " processed");
   const auto fragments = bsmRxFragments(tag);
-  groupDel(*fragments, {zone, bsm.bsrAddress(), prefix});
+  groupDel(fragments, {zone, bsm.bsrAddress(), prefix});
   if (fragments->groupRpData().empty()) bsmRxFragmentsDel(tag);
 }
 
@@ -113,14 +113,13 @@ Kiv::Ptr<PimBsrRxFragments> BsmReassembly::bsmRxFragmentsIs(uint16_t tag) {
 void BsmReassembly::bsmRxFragmentsDel(uint16_t tag) {
   const auto fragments = bsmRxFragments_.erase(tag);
   if (!fragments) return;
-  for (const auto &[group, fragment] : fragments->groupRpData()) groupDel(*fragments, group);
+  for (const auto &[group, fragment] : fragments->groupRpData()) groupDel(fragments, group);
   handleBsmRxFragments(tag);
 }
 
-void BsmReassembly::groupDel(PimBsrRxFragments &fragments, const PimBsrRxGroup &group) {
-  const auto fragment = fragments.groupRpData(group);
-  openBytes_ -= bytesOf(fragment->rpCount());
-  fragments.groupRpDataDel(group);
+void BsmReassembly::groupDel(const Kiv::Ptr<PimBsrRxFragments> &fragments, PimBsrRxGroup group) {
+  openBytes_ -= bytesOf(fragments->groupRpData(group)->rpCount());
+  fragments->groupRpDataDel(group);
 }
 
 void BsmReassembly::bsmRxFragmentsDelAll() {
@@ -159,7 +158,7 @@ void BsmReassembly::handleFragmentTimerExpiry() {
   for (const auto &element : bsmRxFragments_) {
     const uint16_t tag = element.key;
     const Kiv::Ptr<PimBsrRxFragments> fragments = element.value;
-    discardAged(*fragments);
+    discardAged(fragments);
     if (!fragments->groupRpData().empty()) continue;
     bsmRxFragmentsDel(tag);
     VRF_TRACE(trace, 1, "Deleted fragment " << tag << " due to timeout");
@@ -169,8 +168,8 @@ void BsmReassembly::handleFragmentTimerExpiry() {
   VRF_TRACE(trace, 5, "Next fragmentTimerTimeout in " << sm_.fragmentInterval() << " seconds from now");
 }
 
-void BsmReassembly::discardAged(PimBsrRxFragments &fragments) {
-  for (const auto &element : fragments.groupRpData()) {
+void BsmReassembly::discardAged(const Kiv::Ptr<PimBsrRxFragments> &fragments) {
+  for (const auto &element : fragments->groupRpData()) {
     const Kiv::Ptr<PimBsrRxFragment> fragment = element.value;
     const double age = std::round(sm_.now() - fragment->creationTime());
     VRF_TRACE(trace, 1, "fragment " << fragment->prefix() << " around for " << age << " seconds");
@@ -188,7 +187,7 @@ void BsmReassembly::discardRest(const Pax::IpGenPrefix &zone, const LastBsm &las
     if (!fragments) return;
     for (const auto &group : bsm->groupData()) {
       const PimBsrRxGroup key{zone, bsm->bsrAddress(), group->prefix()};
-      if (group->isPiece() && fragments->groupRpData(key)) groupDel(*fragments, key);
+      if (group->isPiece() && fragments->groupRpData(key)) groupDel(fragments, key);
     }
     if (fragments->groupRpData().empty()) bsmRxFragmentsDel(bsm->fragmentTag());
   }

@@ -56,8 +56,9 @@ class BsmReassembly : public IO::BootstrapAdmission {
   const PimBsrRxFragment *openGroup(const Pax::IpGenPrefix &zone, const Packet::BootstrapMessage &bsm,
                                     const Pax::IpGenPrefix &prefix) const;
   uint64_t bytesToOpen(const Pax::IpGenPrefix &zone, const Packet::BootstrapMessage &bsm) const;
-  void groupDel(PimBsrRxFragments &fragments, const PimBsrRxGroup &group);
-  void discardAged(PimBsrRxFragments &fragments);
+  /// Takes a copy, since the caller's may go with the group.
+  void groupDel(const Kiv::Ptr<PimBsrRxFragments> &fragments, PimBsrRxGroup group);
+  void discardAged(const Kiv::Ptr<PimBsrRxFragments> &fragments);
   void discardRest(const Pax::IpGenPrefix &zone, const LastBsm &lastBsm);
 
   using KivFragmentTimer = Orb::TimerFor<&BsmReassembly::handleFragmentTimerExpiry>;

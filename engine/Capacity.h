@@ -36,7 +36,7 @@ class Capacity {
   bool admitsZone(const Pax::IpGenPrefix &zone);
   /// A zone's set for learned RPs. One with an RP of ours always fits.
   bool admitsSet(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix,
-                 const Packet::BootstrapGroupData::RpList &rps);
+                 const Packet::BootstrapGroupData::RpList &list);
   /// A learned RP in such a set. Our own always fit.
   bool admitsRp(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rp) {
     return learned_ < limits().rps || isOwn(prefix, rp) || refuse(rps);

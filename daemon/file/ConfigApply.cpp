@@ -21,6 +21,7 @@ struct Operation {
 template <class Key, class Value>
 std::vector<Key> keysOf(const std::map<Key, Value> &map) {
   std::vector<Key> keys;
+  keys.reserve(map.size());
   for (const auto &[key, value] : map) keys.push_back(key);
   return keys;
 }
