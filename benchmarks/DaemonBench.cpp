@@ -82,49 +82,49 @@ struct Learned {
   Kiv::Ptr<Pim::RpCandidateStatus> published = Kiv::make<Pim::RpCandidateStatus>("default");
 };
 
-// A save that is waited for, as at the end.
-void save(benchmark::State &state) {
-  const Learned learned(state);
+// A daemon's state file.
+struct Saver {
+  explicit Saver(const benchmark::State &state) : learned(state) {}
+  const Learned learned;
   const Place place;
   Time time;
   Beside beside;
-  const auto wheel = Kiv::make<Orb::TimerWheel>(time, time);
-  Bsr::StateFile file({place.path, Pax::AddressFamily::ipv4, "this"}, {learned.statusColl, learned.publishedColl}, time,
-                      wheel, beside);
-  const auto bsr = learned.status->bootstrapRouter(Pax::allGroups(Pax::AddressFamily::ipv4));
+  const Kiv::Ptr<Orb::TimerWheel> wheel = Kiv::make<Orb::TimerWheel>(time, time);
+  Bsr::StateFile file{
+      {place.path, Pax::AddressFamily::ipv4, "this"}, {learned.statusColl, learned.publishedColl}, time, wheel, beside};
+};
+
+// A save that is waited for, as at the end.
+void save(benchmark::State &state) {
+  Saver saver(state);
+  const auto bsr = saver.learned.status->bootstrapRouter(Pax::allGroups(Pax::AddressFamily::ipv4));
   uint16_t priority = 0;
   for ([[maybe_unused]] auto _ : state) {
     bsr->priorityIs(++priority % 256);
-    file.save();
+    saver.file.save();
   }
-  if (!place.isSaved()) state.SkipWithError("nothing is saved");
+  if (!saver.place.isSaved()) state.SkipWithError("nothing is saved");
 }
 
 // The longest turn of the loop while a change is saved.
 void saveSlice(benchmark::State &state) {
   using Stopwatch = std::chrono::steady_clock;
-  const Learned learned(state);
-  const Place place;
-  Time time;
-  Beside beside;
-  const auto wheel = Kiv::make<Orb::TimerWheel>(time, time);
-  Bsr::StateFile file({place.path, Pax::AddressFamily::ipv4, "this"}, {learned.statusColl, learned.publishedColl}, time,
-                      wheel, beside);
+  Saver saver(state);
   const Pax::IpGenPrefix zone(IpGenAddr::v4(0xef000000), 8);
   for ([[maybe_unused]] auto _ : state) {
-    learned.status->bootstrapRouter(zone) ? learned.status->bootstrapRouterDel(zone)
-                                          : void(learned.status->bootstrapRouterIs(zone));
-    time.at += 10;
+    saver.learned.status->bootstrapRouter(zone) ? saver.learned.status->bootstrapRouterDel(zone)
+                                                : void(saver.learned.status->bootstrapRouterIs(zone));
+    saver.time.at += 10;
     Stopwatch::duration longest{};
-    while (!beside.isBusy()) {
+    while (!saver.beside.isBusy()) {
       const auto begin = Stopwatch::now();
-      wheel->run();
+      saver.wheel->run();
       longest = std::max(longest, Stopwatch::now() - begin);
     }
-    beside.finish();
+    saver.beside.finish();
     state.SetIterationTime(std::chrono::duration<double>(longest).count());
   }
-  if (!place.isSaved()) state.SkipWithError("nothing is saved");
+  if (!saver.place.isSaved()) state.SkipWithError("nothing is saved");
 }
 
 void show(benchmark::State &state) {

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "lab/Attacks.h"
+#include "lab/ToolMain.h"
 
 namespace {
 
@@ -92,15 +93,4 @@ void run(const Arguments &arguments) {
 
 }  // namespace
 
-int main(int count, char **words) {
-  try {
-    if (const auto arguments = parse(count, words)) run(*arguments);
-    return 0;
-  } catch (const options::error &error) {
-    std::cerr << "attacker: " << error.what() << "\n";
-    return 2;
-  } catch (const std::exception &error) {
-    std::cerr << "attacker: " << error.what() << "\n";
-    return 1;
-  }
-}
+int main(int count, char **words) { return Lab::toolMain("attacker", count, words, parse, run); }

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "lab/Crowd.h"
+#include "lab/ToolMain.h"
 
 namespace {
 
@@ -86,15 +87,4 @@ void run(const Arguments &arguments) {
 
 }  // namespace
 
-int main(int count, char **words) {
-  try {
-    if (const auto arguments = parse(count, words)) run(*arguments);
-    return 0;
-  } catch (const options::error &error) {
-    std::cerr << "clients: " << error.what() << "\n";
-    return 2;
-  } catch (const std::exception &error) {
-    std::cerr << "clients: " << error.what() << "\n";
-    return 1;
-  }
-}
+int main(int count, char **words) { return Lab::toolMain("clients", count, words, parse, run); }

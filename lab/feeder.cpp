@@ -12,6 +12,7 @@
 #include "lab/Capture.h"
 #include "lab/Feed.h"
 #include "lab/MessageFile.h"
+#include "lab/ToolMain.h"
 
 namespace {
 
@@ -141,15 +142,4 @@ void feed(const Arguments &arguments) {
 
 }  // namespace
 
-int main(int count, char **words) {
-  try {
-    if (const auto arguments = parse(count, words)) feed(*arguments);
-    return 0;
-  } catch (const options::error &error) {
-    std::cerr << "feeder: " << error.what() << "\n";
-    return 2;
-  } catch (const std::exception &error) {
-    std::cerr << "feeder: " << error.what() << "\n";
-    return 1;
-  }
-}
+int main(int count, char **words) { return Lab::toolMain("feeder", count, words, parse, feed); }
