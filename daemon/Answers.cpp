@@ -7,7 +7,6 @@
 #include "daemon/Options.h"
 #include "daemon/control/Nouns.h"
 #include "daemon/control/Request.h"
-#include "daemon/file/Effective.h"
 #include "view/Show.h"
 
 namespace Routing::Pim::Bsr {
@@ -76,17 +75,24 @@ class VrfRows {
   ShowCursor cursor_;
 };
 
-Source show(const Process &process, const Control::Request &request) {
+void checkNoun(const Control::Request &request) {
   const std::string &noun = request.noun;
   const Control::Noun *known = Control::nounOf(noun);
   if (!known) throw std::invalid_argument("there is no noun '" + noun + "'");
   if (!*known->operand && !request.argument.empty()) throw std::invalid_argument("'" + noun + "' takes no argument");
-  if (noun == "config") return sourceOf(Rows::array({configurationJson(process.configuration)}));
+}
+
+Source show(const Process &process, const Control::Request &request) {
+  const std::string &noun = request.noun;
   if (noun == "log") return sourceOf(rowsOfLines(process.log.lines()));
   if (noun == "agent") return sourceOf(agentRows(processView(process)));
   if (noun == "vrf") return sourceOf(vrfRows(processView(process), request.vrf));
   if (noun == "state") return sourceOf(stateRows(processView(process), request.argument));
   return VrfRows(process, request);
+}
+
+std::string lineOf(const std::string &row) {
+  return std::string(Control::rowsBegin).append(row).append(Control::rowsEnd);
 }
 
 std::string rowsLine(const Rows &rows) {
@@ -228,6 +234,8 @@ Control::Reply replyTo(const Process &process, const Control::Request &request) 
   }
   if (request.verb == std::string_view("reload")) return reload(process);
   if (request.verb == std::string_view("check")) return check(process);
+  if (verb->takesNoun) checkNoun(request);
+  if (verb->takesNoun && request.noun == "config") return Control::replyOf(lineOf(process.effective));
   const auto rows = std::make_shared<RowsLine>(process.loop, answer(process, request));
   return [rows](const Control::Send &send) { send(rows->nextPiece()); };
 }

@@ -28,6 +28,7 @@ class Answers {
     const Agent &agent;
     const Loading &loading;
     const Configuration &configuration;
+    const std::string &effective;  ///< the text of the configuration
     const Tracelet::RingSink &log;
     ConfigReader &reader;
     /// Reads the file and applies it; calls `done` from the loop with the errors, if any, as one text.

@@ -3,6 +3,8 @@
 #include <exception>
 #include <utility>
 
+#include "daemon/file/Effective.h"
+
 namespace Routing::Pim::Bsr {
 
 ConfigReader::ConfigReader(Linux::EventLoop &loop, std::string file, Pax::AddressFamily family,
@@ -20,6 +22,7 @@ void ConfigReader::start() {
   const auto parse = [loaded = loaded_, file = file_, family = family_] {
     try {
       *loaded = configurationFromFile(file, family);
+      loaded->effective = effectiveText(loaded->configuration);
     } catch (const std::exception &error) {  // no memory
       loaded->findings.error("", std::string("cannot be read: ") + error.what());
     }

@@ -21,7 +21,8 @@ class ConfigReader {
 
   ConfigReader(Linux::EventLoop &loop, std::string file, Pax::AddressFamily family, SystemInquiry::Known known);
 
-  /// Calls `done` from the loop with the file as it is from now on, and its findings for this machine.
+  /// Calls `done` from the loop with the file as it is from now on, its effective text included, and its findings for
+  /// this machine.
   void read(Done done);
 
  private:

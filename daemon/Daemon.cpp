@@ -15,6 +15,7 @@
 #include "daemon/Answers.h"
 #include "daemon/Changeover.h"
 #include "daemon/ControlServer.h"
+#include "daemon/file/Effective.h"
 #include "daemon/file/SystemWarnings.h"
 #include "daemon/state/StateFile.h"
 #include "platform/linux/LineWriter.h"
@@ -67,6 +68,8 @@ struct Daemon::Process {
   boost::asio::signal_set signals{loop.context(), SIGTERM, SIGINT, SIGHUP};
   std::optional<ControlServer> control{};
   Configuration configuration{};
+  std::string effective{};        // the text of the configuration
+  std::string effectiveWanted{};  // and of the one that is applied
   Loading loading{options.config, {}, {}};
   VrfHosts hosts{};
   std::optional<Changeover> changeover{};  // while a configuration is applied
@@ -81,7 +84,7 @@ struct Daemon::Process {
                       loop,
                       wheel,
                       stateWriter};
-  Answers answers{{loop, store, system, hosts, *agent, loading, configuration, log, reader,
+  Answers answers{{loop, store, system, hosts, *agent, loading, configuration, effective, log, reader,
                    [this](Reloaded done) { daemon.reload(std::move(done)); }}};
 
   // The interfaces of a VRF that is open, if it stays in its namespace.
@@ -107,7 +110,7 @@ Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configur
     return reply(line);
   });
   if (options.standby) process_->system.standbyIs(true);  // before anything could be sent
-  changeoverIs(configuration, [](const std::string &) {});
+  changeoverIs(configuration, effectiveText(configuration), [](const std::string &) {});
   while (!process_->changeover->goOn()) {
   }
   changeoverDone();
@@ -169,14 +172,15 @@ void Daemon::loadedIs(const LoadedConfiguration &loaded, const Reloaded &done) {
     return done(process_->loading.error);
   }
   for (const std::string &warning : firstOf(loaded.findings.warnings, file)) TRACELET(trace, 2, "warning: " << warning);
-  changeoverIs(loaded.configuration, done);
+  changeoverIs(loaded.configuration, loaded.effective, done);
   changeInSlices();
 }
 
-void Daemon::changeoverIs(const Configuration &wanted, Reloaded done) {
+void Daemon::changeoverIs(const Configuration &wanted, const std::string &effective, Reloaded done) {
   Process &process = *process_;
   const VrfHost::Process shared{process.loop, process.watcher, process.wheel, process.random, process.system};
   process.changeover.emplace(shared, process.hosts, process.configuration, wanted);
+  process.effectiveWanted = effective;
   process.changed = std::move(done);
 }
 
@@ -190,6 +194,7 @@ void Daemon::changeInSlices() {
 void Daemon::changeoverDone() {
   Process &process = *process_;
   process.configuration = process.changeover->wanted();
+  process.effective = std::exchange(process.effectiveWanted, {});
   process.loading.at = timestamp();
   process.loading.error.clear();
   process.changeover.reset();

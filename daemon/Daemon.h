@@ -47,7 +47,7 @@ class Daemon {
   /// nothing was applied, or with none when all is. Reloads that are asked for while one is applied are one after it.
   void reload(Reloaded done);
   void loadedIs(const LoadedConfiguration &loaded, const Reloaded &done);
-  void changeoverIs(const Configuration &wanted, Reloaded done);
+  void changeoverIs(const Configuration &wanted, const std::string &effective, Reloaded done);
   void changeInSlices();
   void changeoverDone();
   void awaitSignal();

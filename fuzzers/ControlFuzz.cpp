@@ -45,7 +45,7 @@ class Box {
 
   // All pieces of it.
   std::string reply(std::string_view line) const {
-    const Answers answers({loop_, store_, system_, hosts_, *agent_, loading_, configuration_, log_, reader_,
+    const Answers answers({loop_, store_, system_, hosts_, *agent_, loading_, configuration_, effective_, log_, reader_,
                            [this](const auto &done) { done(loading_.error); }});
     const Control::Reply reply = answers.reply(line);
     std::string whole;
@@ -75,6 +75,7 @@ class Box {
                                [](const auto &, const auto &) { return std::nullopt; }};
   const Loading loading_{"/nonexistent", "", "reloads are not for here"};
   const Configuration configuration_;
+  const std::string effective_ = "{}";
   const Tracelet::RingSink log_{100};
   std::unique_ptr<Agent> agent_;
 };

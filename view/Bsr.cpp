@@ -9,17 +9,24 @@ namespace Routing::Pim::Bsr {
 
 namespace {
 
-// The global zone always, others while they have a machine, or a BSR known from when the VRF ran.
+// The first ones behind the last, as many as a slice takes and one more. The global zone is always one; others are
+// while they have a machine, or a BSR known from when the VRF ran.
 std::vector<Pax::IpGenPrefix> zonesBehind(const VrfView &view, const Pax::IpGenPrefix &last) {
-  std::vector<Pax::IpGenPrefix> zones{Pax::allGroups(view.af)};
-  for (const auto &[zone, bsr] : view.status->bootstrapRouter()) zones.push_back(zone);
-  for (const auto &[zone, candidate] : view.status->cbsr()) zones.push_back(zone);
+  std::vector<Pax::IpGenPrefix> zones;
+  const auto add = [&](const Pax::IpGenPrefix &zone) {
+    if (last < zone) zones.push_back(zone);
+  };
+  add(Pax::allGroups(view.af));
+  for (const auto &[zone, bsr] : view.status->bootstrapRouter()) add(zone);
+  for (const auto &[zone, candidate] : view.status->cbsr()) add(zone);
   if (view.bsrSm) {
-    for (const auto &[zone, machine] : view.bsrSm->nonCandidateSm()) zones.push_back(zone);
+    for (const auto &[zone, machine] : view.bsrSm->nonCandidateSm()) add(zone);
   }
-  std::erase_if(zones, [&](const Pax::IpGenPrefix &zone) { return zone <= last; });
-  std::sort(zones.begin(), zones.end());
-  zones.erase(std::unique(zones.begin(), zones.end()), zones.end());
+  constexpr size_t most = 4 * (ShowCursor::slice + 1);  // each may be there four times
+  const auto end = zones.begin() + static_cast<std::ptrdiff_t>(std::min(zones.size(), most));
+  std::nth_element(zones.begin(), end, zones.end());
+  std::sort(zones.begin(), end);
+  zones.erase(std::unique(zones.begin(), end), zones.end());
   return zones;
 }
 

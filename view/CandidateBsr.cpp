@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <tuple>
+
 #include "view/Json.h"
 #include "view/Reasons.h"
 
@@ -52,16 +55,23 @@ bool goTogether(const Offer &one, const Offer &other) {
 
 }  // namespace
 
-void showCandidateBsr(const VrfView &view, Rows &rows) {
-  Offers together;
-  for (Offer &offer : offersOf(view, Role::candidateBsr)) {
-    if (!together.empty() && !goTogether(together.back(), offer)) {
-      rows.push_back(rowOf(view, together));
-      together.clear();
-    }
-    together.push_back(std::move(offer));
+bool showCandidateBsr(const VrfView &view, ShowCursor &cursor, Rows &rows) {
+  constexpr size_t slice = 4 * ShowCursor::slice;  // since each sorts all offers
+  const Offers offers = offersOf(view, Role::candidateBsr);
+  const auto isShown = [&](const Offer &offer) {
+    return !cursor.zone.isEmpty() &&
+           std::tie(offer.prefix, offer.source.intfId) <= std::tie(cursor.zone, cursor.interface);
+  };
+  auto next = std::partition_point(offers.begin(), offers.end(), isShown);
+  for (size_t shown = 0; next != offers.end(); ++shown) {
+    if (shown >= slice && !cursor.zone.isEmpty()) return true;
+    const auto first = next++;
+    next = std::find_if_not(next, offers.end(), [&](const Offer &offer) { return goTogether(*first, offer); });
+    rows.push_back(rowOf(view, Offers(first, next)));
+    cursor.zone = first->prefix;
+    cursor.interface = first->source.intfId;
   }
-  if (!together.empty()) rows.push_back(rowOf(view, together));
+  return false;
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -37,11 +37,11 @@ class ZoneRows {
 
   // True when the room is used up.
   bool show(const Pax::IpGenPrefix &zone, const RpCandidateStatus &learned) {
-    if (zone != cursor_.zone) cursor_ = {zone, {}, {}};
+    if (zone != cursor_.zone) cursor_ = {zone, {}, {}, {}};
     const auto groups = groupsIn(learned);
     const auto announced = announcedIn(view_, zone, groups);
     for (const Pax::IpGenPrefix &group : groups) {
-      if (group != cursor_.group) cursor_ = {zone, group, {}};
+      if (group != cursor_.group) cursor_ = {zone, group, {}, {}};
       const auto set = learned.crpSet(group);
       const auto published = view_.bsrSm ? view_.bsrSm->published().setOfOwner(zone, group) : nullptr;
       for (const Pax::IpGenAddr &address : sortedKeys(set->rp())) {

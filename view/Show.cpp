@@ -15,7 +15,7 @@ struct Producer {
 };
 constexpr std::array producers{
     Producer{"bsr", nullptr, nullptr, showBsr},
-    Producer{"candidate-bsr", showCandidateBsr},
+    Producer{"candidate-bsr", nullptr, nullptr, showCandidateBsr},
     Producer{"candidate-rp", showCandidateRp},
     Producer{"rp-set", nullptr, nullptr, showRpSet},
     Producer{"rp", nullptr, showRp},

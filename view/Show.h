@@ -20,6 +20,7 @@ struct ShowCursor {
   Pax::IpGenPrefix zone;
   Pax::IpGenPrefix group;
   Pax::IpGenAddr rp;
+  Pax::IntfId interface;
 };
 /// Appends the next rows of one VRF, which may have changed since the slice before: what comes behind the cursor is
 /// shown as it is now. Of nouns that are never long that is all. True while there may be more. Throws like rowsOf.
@@ -29,7 +30,7 @@ bool nextRowsOf(std::string_view noun, const VrfView &view, const std::string &a
 // Each appends the rows of one VRF.
 bool showBsr(const VrfView &view, ShowCursor &cursor, Rows &rows);
 // Everything configured has a row, which says why if it is not in force.
-void showCandidateBsr(const VrfView &view, Rows &rows);
+bool showCandidateBsr(const VrfView &view, ShowCursor &cursor, Rows &rows);
 void showCandidateRp(const VrfView &view, Rows &rows);
 void showBorder(const VrfView &view, Rows &rows);
 void showInterfaces(const VrfView &view, Rows &rows);

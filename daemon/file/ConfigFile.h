@@ -13,6 +13,7 @@ namespace Routing::Pim::Bsr {
 /// The configuration may be used only if there are no errors.
 struct LoadedConfiguration {
   Configuration configuration;
+  std::string effective;  ///< the text of configurationJson() where somebody made it, else empty
   Findings findings;
   bool good() const { return findings.errors.empty(); }
 };

@@ -1,5 +1,6 @@
 #include "daemon/file/Effective.h"
 
+#include "daemon/control/Request.h"
 #include "daemon/file/Description.h"
 
 namespace Routing::Pim::Bsr {
@@ -79,6 +80,10 @@ class MemberWriter {
 ordered_json configurationJson(const Configuration &configuration) {
   Configuration copy = configuration;  // what is described can be written to
   return MemberWriter::written({configuration, ""}, copy);
+}
+
+std::string effectiveText(const Configuration &configuration) {
+  return Control::rowText(configurationJson(configuration));
 }
 
 }  // namespace Routing::Pim::Bsr
