@@ -100,20 +100,71 @@ json candidateJson(const BsrCandidate &candidate) {
   return saved;
 }
 
-json setJson(const RpCandidateSet &set) { return std::move(toJson(set).at("rp")); }
-
 }  // namespace
+
+CopiedStatus::CopiedStatus() {
+  for (const char *part : {"cbsr", "bootstrapRouter", "crpStatus", "published"}) elections_[part] = json::object();
+}
+
+void CopiedStatus::candidateIs(const Pax::IpGenPrefix &zone, const BsrCandidate &candidate) {
+  elections_["cbsr"][Kiv::toText(zone)] = candidateJson(candidate);
+}
+
+void CopiedStatus::bsrIs(const Pax::IpGenPrefix &zone, const ElectedBsrStatus &bsr) {
+  elections_["bootstrapRouter"][Kiv::toText(zone)] = toJson(bsr);
+}
+
+void CopiedStatus::learnedIn(const Pax::IpGenPrefix &zone) {
+  elections_["crpStatus"][Kiv::toText(zone)] = json::object();
+}
+
+void CopiedStatus::learnedIs(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &range, const RpCandidateSet &set) {
+  rangeIs(zone, range, set);
+}
+
+void CopiedStatus::publishedIs(const Pax::IpGenPrefix &range, const RpCandidateSet &set) { rangeIs({}, range, set); }
+
+void CopiedStatus::rangeIs(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &range, const RpCandidateSet &set) {
+  Range &copy = ranges_.emplace_back(Range{zone, range, {}});
+  copy.rps.reserve(set.rp().size());
+  for (const auto &[address, rp] : set.rp()) {
+    copy.rps.push_back(
+        {address, rp->pimMode(), rp->priority(), rp->holdTime(), rp->hashMaskLen(), rp->setupTime(), rp->expires()});
+  }
+}
+
+json CopiedStatus::json() const {
+  auto all = elections_;
+  for (const Range &copy : ranges_) {
+    auto &ranges = copy.zone.isEmpty() ? all["published"] : all["crpStatus"][Kiv::toText(copy.zone)];
+    ranges[Kiv::toText(copy.range)] = rpsJson(copy.rps);
+  }
+  return all;
+}
+
+// With the names and values that its description gives an RpCandidate.
+json CopiedStatus::rpsJson(const std::vector<Rp> &rps) {
+  auto all = json::object();
+  const auto value = [](const auto &of) {
+    return std::visit([](const auto &general) { return nlohmann::json(general); }, Kiv::toValue(of));
+  };
+  for (const Rp &rp : rps) {
+    all[Kiv::toText(rp.address)] = {{"pimMode", value(rp.mode)},      {"priority", value(rp.priority)},
+                                    {"holdTime", value(rp.holdTime)}, {"hashMaskLen", value(rp.hashMaskLen)},
+                                    {"setupTime", rp.setupTime},      {"expires", rp.expires}};
+  }
+  return all;
+}
 
 SavedVrf::SavedVrf(const Kiv::Ptr<const Status> &status, const Kiv::Ptr<const RpCandidateStatus> &published)
     : status_(status), published_(published) {
-  for (const char *part : {"cbsr", "bootstrapRouter", "crpStatus", "published"}) json_[part] = json::object();
   for (const auto &[zone, candidate] : status->cbsr()) {
     if (candidate->elected()) parts_.push_back({Part::candidate, {}, zone});
   }
   for (const auto &[zone, elected] : status->bootstrapRouter()) parts_.push_back({Part::bsr, {}, zone});
   for (const auto &[zone, learned] : status->crpStatus()) {
     if (!learned->status()) continue;
-    json_["crpStatus"][Kiv::toText(zone)] = json::object();
+    copy_.learnedIn(zone);
     for (const auto &[range, set] : learned->status()->crpSet()) parts_.push_back({Part::learned, range, zone});
   }
   if (published) {
@@ -135,32 +186,31 @@ bool SavedVrf::take(size_t most) {
 }
 
 size_t SavedVrf::take(const Part &part) {
-  const std::string zone = Kiv::toText(part.zone), range = Kiv::toText(part.range);
   Kiv::Ptr<const RpCandidateSet> set;
   switch (part.kind) {
     case Part::candidate:
       if (const auto candidate = status_->cbsr(part.zone); candidate && candidate->elected()) {
-        json_["cbsr"][zone] = candidateJson(*candidate);
+        copy_.candidateIs(part.zone, *candidate);
       }
       return 1;
     case Part::bsr:
-      if (const auto bsr = status_->bootstrapRouter(part.zone)) json_["bootstrapRouter"][zone] = toJson(*bsr);
+      if (const auto bsr = status_->bootstrapRouter(part.zone)) copy_.bsrIs(part.zone, *bsr);
       return 1;
     case Part::learned:
       set = rpSetOf(*status_, part.zone, part.range);
-      if (set) json_["crpStatus"][zone][range] = setJson(*set);
+      if (set) copy_.learnedIs(part.zone, part.range, *set);
       break;
     case Part::published:
       set = published_->crpSet(part.range);
-      if (set) json_["published"][range] = setJson(*set);
+      if (set) copy_.publishedIs(part.range, *set);
       break;
   }
   return set ? set->rp().size() : 1;
 }
 
-json SavedVrf::savedJson() {
+CopiedStatus SavedVrf::copied() {
   take(std::numeric_limits<size_t>::max());
-  return std::move(json_);
+  return std::move(copy_);
 }
 
 const json::object_t &membersOf(const json &json) {

@@ -9,7 +9,42 @@
 
 namespace Routing::Pim::Bsr {
 
-/// Takes it a slice at a time, while the agent runs. Each range of groups is as of one instant, with what is learned
+/// Values that were copied from it, which a thread may have.
+class CopiedStatus {
+ public:
+  CopiedStatus();
+  void candidateIs(const Pax::IpGenPrefix &zone, const BsrCandidate &candidate);
+  void bsrIs(const Pax::IpGenPrefix &zone, const ElectedBsrStatus &bsr);
+  void learnedIn(const Pax::IpGenPrefix &zone);
+  void learnedIs(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &range, const RpCandidateSet &set);
+  void publishedIs(const Pax::IpGenPrefix &range, const RpCandidateSet &set);
+
+  /// What the file has of it; takes some ten times as long as copying.
+  nlohmann::json json() const;
+
+ private:
+  struct Rp {
+    Pax::IpGenAddr address;
+    Mode mode;
+    RpPriority priority;
+    CrpHoldTime holdTime;
+    RpHashMaskLen hashMaskLen;
+    double setupTime;
+    double expires;
+  };
+  struct Range {
+    Pax::IpGenPrefix zone;  // empty for what is published
+    Pax::IpGenPrefix range;
+    std::vector<Rp> rps;
+  };
+  void rangeIs(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &range, const RpCandidateSet &set);
+  static nlohmann::json rpsJson(const std::vector<Rp> &rps);
+
+  nlohmann::json elections_;
+  std::vector<Range> ranges_;
+};
+
+/// Copies it a slice at a time, while the agent runs. Each range of groups is as of one instant, with what is learned
 /// for it and what is published; so is each election. That is enough for a load: no range depends on another one, and
 /// each RP is good until its own time ends.
 class SavedVrf {
@@ -20,7 +55,7 @@ class SavedVrf {
   /// Takes about so many RPs and elections, but at least one range. True when nothing is left.
   bool take(size_t most);
   /// Takes the rest and gives all away.
-  nlohmann::json savedJson();
+  CopiedStatus copied();
 
  private:
   struct Part {
@@ -35,7 +70,7 @@ class SavedVrf {
   const Kiv::Ptr<const RpCandidateStatus> published_;
   std::vector<Part> parts_;
   size_t next_ = 0;
-  nlohmann::json json_;
+  CopiedStatus copy_;
 };
 
 /// What values are checked against; `now` is a time of the boot clock, in seconds.

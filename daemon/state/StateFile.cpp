@@ -24,12 +24,14 @@ Tracelet::Module trace("Pim::Bsr::StateFile");
 namespace fs = std::filesystem;
 
 constexpr double saveInterval = 5;
-constexpr size_t slice = 1000;  // RPs, a few milliseconds
+constexpr size_t slice = 10000;  // RPs, a millisecond
 
 constexpr size_t longestFile = 64 << 20;
 constexpr uint64_t format = 1;  // of the file; counts on when what it has means something else
 
 }  // namespace
+
+using Copies = std::map<std::string, CopiedStatus>;  // by VRF
 
 // The status of all VRFs, taken a slice at a time.
 class StateFile::Copy {
@@ -40,16 +42,16 @@ class StateFile::Copy {
   bool take(size_t most) {
     if (!vrf_ && !next()) return true;
     if (!vrf_->take(most)) return false;
-    json_[vrfs_.back().text()] = vrf_->savedJson();
+    copies_.emplace(vrfs_.back().text(), vrf_->copied());
     vrf_.reset();
     vrfs_.pop_back();
     return vrfs_.empty();
   }
   // Takes the rest and gives all away.
-  nlohmann::json json() {
+  Copies copies() {
     while (!take(std::numeric_limits<size_t>::max())) {
     }
-    return std::move(json_);
+    return std::move(copies_);
   }
 
  private:
@@ -68,18 +70,22 @@ class StateFile::Copy {
   const Contents &contents_;
   std::vector<L3::VrfName> vrfs_;  // to be taken, from the last one on
   std::optional<SavedVrf> vrf_;
-  nlohmann::json json_ = nlohmann::json::object();
+  Copies copies_;
 };
 
 // What the background works on.
 struct StateFile::Writing {
   const std::string path;
-  nlohmann::json json;
+  nlohmann::json json;  // but for the VRFs
+  Copies copies;
   size_t digest;  // of the text in the file
   std::string error;
 
   void write() {
     try {
+      auto &vrfs = json["vrfStatus"] = nlohmann::json::object();
+      for (const auto &[vrf, copy] : copies) vrfs[vrf] = copy.json();
+      copies.clear();
       const std::string text = json.dump(0, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
       json = nullptr;
       if (text.size() > longestFile) {
@@ -188,8 +194,7 @@ void StateFile::read(const nlohmann::json &json, const Contents &contents) const
 
 std::shared_ptr<StateFile::Writing> StateFile::writing(Copy &copy) const {
   nlohmann::json json{{"format", format}, {"agent", agentName(identity_.af)}, {"boot", identity_.boot}};
-  json["vrfStatus"] = copy.json();
-  return std::make_shared<Writing>(Writing{identity_.path, std::move(json), saved_, {}});
+  return std::make_shared<Writing>(Writing{identity_.path, std::move(json), copy.copies(), saved_, {}});
 }
 
 void StateFile::save() {

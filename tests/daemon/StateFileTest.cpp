@@ -13,6 +13,7 @@
 #include "platform/tracelet/Require.h"
 #include "tests/daemon/TemporaryDirectory.h"
 #include "tests/support/TestVrf.h"
+#include "view/EntityJson.h"
 
 namespace Routing::Pim::Bsr {
 namespace {
@@ -57,7 +58,8 @@ class StateFileTest : public ::testing::TestWithParam<Addresses> {
   }
   static nlohmann::json savedOf(const StateFile::Contents &contents) {
     return SavedVrf(contents.statusColl->vrfStatus("default"), *contents.rpCandidateStatusColl->vrfStatus("default"))
-        .savedJson();
+        .copied()
+        .json();
   }
   // Work that waits until it is told to go on, or to finish.
   struct Background : Orb::Background {
@@ -88,7 +90,10 @@ class StateFileTest : public ::testing::TestWithParam<Addresses> {
 
 TEST_P(StateFileTest, WhatWasLearnedOutlivesACrash) {
   learn();
-  const auto before = SavedVrf(vrf.status, vrf.published).savedJson();
+  const auto before = SavedVrf(vrf.status, vrf.published).copied().json();
+  for (const auto &[range, set] : vrf.published->crpSet()) {
+    EXPECT_EQ(before.at("published").at(Kiv::toText(range)), toJson(*set).at("rp")) << "every attribute of its RPs";
+  }
   vrf.stop();
   vrf.advance(60);
   const auto again = loaded();
@@ -186,7 +191,8 @@ TEST_P(StateFileTest, ChangesDuringASaveAreSavedAfterIt) {
   hear();
   file.save();
   EXPECT_FALSE(background.waiting);
-  EXPECT_EQ(savedOf(loaded()), SavedVrf(vrf.status, vrf.published).savedJson()) << "the last save waits for the other";
+  EXPECT_EQ(savedOf(loaded()), SavedVrf(vrf.status, vrf.published).copied().json())
+      << "the last save waits for the other";
 }
 
 TEST_P(StateFileTest, SlicesMakeUpTheWholeAndSkipWhatGoesMeanwhile) {
@@ -194,19 +200,19 @@ TEST_P(StateFileTest, SlicesMakeUpTheWholeAndSkipWhatGoesMeanwhile) {
   for (uint32_t n = 2; n < 9; ++n) {
     vrf.hear(::Test::Bsm(vrf.a.host(5), 70).group(vrf.a.group(n), {{vrf.a.host(n), 150, 5}, {vrf.a.host(30), 150}}));
   }
-  const auto whole = SavedVrf(vrf.status, vrf.published).savedJson();
+  const auto whole = SavedVrf(vrf.status, vrf.published).copied().json();
   SavedVrf slices(vrf.status, vrf.published), disturbed(vrf.status, vrf.published);
   size_t count = 1;
   while (!slices.take(3)) ++count;
   EXPECT_GE(count, 9u) << "nearly each range alone";
-  EXPECT_EQ(slices.savedJson(), whole);
+  EXPECT_EQ(slices.copied().json(), whole);
   disturbed.take(1);
   vrf.stop();
   vrf.status->crpStatusDelAll();
   vrf.status->bootstrapRouterDelAll();
   vrf.status->cbsrDelAll();
   vrf.published->crpSetDelAll();
-  EXPECT_EQ(disturbed.savedJson().at("published"), nlohmann::json::object());
+  EXPECT_EQ(disturbed.copied().json().at("published"), nlohmann::json::object());
 }
 
 TEST_P(StateFileTest, AFileThatCannotBeWrittenIsTracedOnceUntilItCan) {
@@ -253,7 +259,7 @@ TEST_P(StateFileTest, AFileThatCannotBeWrittenIsTracedOnceUntilItCan) {
 // The last save of a process whose assertion fails, even if another one fails in there.
 TEST_P(StateFileTest, AFailedAssertionSavesOnTheWayOut) {
   learn();
-  const auto before = SavedVrf(vrf.status, vrf.published).savedJson();
+  const auto before = SavedVrf(vrf.status, vrf.published).copied().json();
   std::filesystem::remove(path);
   const auto end = [this](bool never) {
     hear();
