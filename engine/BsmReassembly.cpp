@@ -138,7 +138,8 @@ void BsmReassembly::doKeepBsm(const Pax::IpGenPrefix &zone, LastBsm &lastBsm,
 }
 
 void BsmReassembly::remember(LastBsm &lastBsm, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) const {
-  if (!lastBsm.bsmIs(bsm, sm_.now(), sm_.bsrStatus()->limits().keptBytes)) sm_.capacity().keptBytesExceeded();
+  Capacity &capacity = sm_.capacity();
+  if (!lastBsm.bsmIs(bsm, sm_.now(), capacity.keptBytesOfZone())) capacity.keptBytesExceeded();
 }
 
 void BsmReassembly::handleBsmRxFragments(uint16_t tag) {

@@ -57,6 +57,11 @@ bool Capacity::isOwn(const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rp) c
   return own && own->prefixSet(prefix);
 }
 
+uint64_t Capacity::keptBytesOfZone() const {
+  constexpr uint64_t whole = 64;  // zones that may have all that the limit grants
+  return limits().keptBytes * whole / std::max<uint64_t>(whole, sm_.nonCandidateSm().size());
+}
+
 bool Capacity::refuse(Limit limit) {
   struct Text {
     const char *what;

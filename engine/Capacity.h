@@ -44,7 +44,10 @@ class Capacity {
   /// An RP to collect in `zone`, where `withdrawn` RPs still take room until everybody has been told of them.
   bool admitsCollected(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rp,
                        size_t withdrawn);
-  /// No room was left for one more of the last messages of a zone.
+  /// What the last messages of a zone may take. All zones together get 64 times the limit of one (and a logarithm more,
+  /// while the first ones have not aged), so what zones of others' making take does not grow with their number.
+  uint64_t keptBytesOfZone() const;
+  /// No room was left for one more of them.
   void keptBytesExceeded() { refuse(keptBytes); }
   /// Nor for groups in pieces.
   void openBytesExceeded() { refuse(openBytes); }

@@ -178,6 +178,9 @@ TEST_P(Limits, LastMessagesAreKeptUpToSoManyBytes) {
   v.advance(26);
   hear(group(251));
   EXPECT_EQ(kept().size(), 1u);
+  for (uint32_t n = 1; n < 128; ++n) hear(Bsm(a.host(1)).scope(a.scope(n)));
+  for (uint32_t n = 0; n < 250; ++n) hear(group(n));
+  EXPECT_NEAR(static_cast<double>(kept().size()), static_cast<double>(most) / 2, 2) << "a share, beyond 64 zones";
   hear(group(251).tag(8));
   EXPECT_EQ(kept().size(), 1u);
 }
