@@ -175,11 +175,17 @@ void everNewNeighbors(HostileNeighbor &neighbor, uint64_t n) {
 
 // Whole messages cut short, with a bit changed, with or without a right checksum, or noise behind a header. Their
 // priority is the lowest, so that none of them is the better BSR of all groups by accident.
+// A range that no change of one bit makes a valid one that covers the ranges of the candidates.
+IpGenPrefix apartOf(AddressFamily family, uint8_t n) {
+  const IpGenPrefix range = subrangeOf(family, malformedArea, n);
+  return family == AddressFamily::ipv4 ? range : IpGenPrefix(range.address(), 64);
+}
+
 void malformed(HostileNeighbor &neighbor, uint64_t n) {
   std::minstd_rand random(static_cast<uint32_t>(n) + 1);
   const auto message = messageOf(neighbor, n, 0);
-  enqueue(*message, blockOf(subrangeOf(neighbor.family(), malformedArea, 1), 0, 5));
-  enqueue(*message, blockOf(subrangeOf(neighbor.family(), malformedArea, 2), 0, 5, 9));
+  enqueue(*message, blockOf(apartOf(neighbor.family(), 1), 0, 5));
+  enqueue(*message, blockOf(apartOf(neighbor.family(), 2), 0, 5, 9));
   scope(*message);
   std::vector<uint8_t> bytes = neighbor.encoded(*message);
   switch (n % 4) {
