@@ -89,7 +89,7 @@ void TimerWheel::place(Timer &timer) {
   const unsigned level = levelOf(tick);
   if (!levels_[level]) levels_[level] = std::make_unique<Level>(parameters_.slotsPerLevel);
   const uint32_t index = indexOf(tick, level);
-  Timer *&tail = levels_[level]->slot[index];
+  Timer *&tail = slotFor(*levels_[level], index);
   if (tail) {
     timer.previous_ = tail;
     timer.next_ = tail->next_;
@@ -100,6 +100,17 @@ void TimerWheel::place(Timer &timer) {
   }
   tail = &timer;
   timer.slot_ = &tail;
+}
+
+Timer *&TimerWheel::slotFor(Level &level, uint32_t index) {
+  std::unique_ptr<Block> &block = level.block[index / 64];
+  if (!block && spare_.empty()) {
+    block = std::make_unique<Block>();
+  } else if (!block) {
+    block = std::move(spare_.back());
+    spare_.pop_back();
+  }
+  return level.slot(index);
 }
 
 bool TimerWheel::dealOn(Timer &timer, int64_t tick) {
@@ -138,11 +149,12 @@ uint32_t TimerWheel::firstUsed(Level &level, uint32_t index) {
     if (word == index / 64) bits &= ~uint64_t{0} << index % 64;
     for (; bits != 0; bits &= bits - 1) {
       const uint32_t used = word * 64 + std::countr_zero(bits);
-      if (level.slot[used]) return used;
+      if (level.slot(used)) return used;
       level.used[word] &= ~(bits & -bits);
+      if (level.used[word] == 0) spare_.push_back(std::move(level.block[word]));
     }
   }
-  return static_cast<uint32_t>(level.slot.size());
+  return parameters_.slotsPerLevel;
 }
 
 void TimerWheel::collectDue(double now) {
@@ -162,7 +174,7 @@ void TimerWheel::collectDue(double now) {
 }
 
 void TimerWheel::collectSlot(double now) {
-  Timer *const tail = levels_[0]->slot[indexOf(current_, 0)];
+  Timer *const tail = levels_[0]->slot(indexOf(current_, 0));
   for (Timer *timer = tail->next_, *next = nullptr;; timer = next) {
     next = timer->next_;
     if (!dealOn(*timer, current_) && timer->time_ <= now) {
@@ -174,7 +186,7 @@ void TimerWheel::collectSlot(double now) {
 }
 
 void TimerWheel::cascade(const Place &place) {
-  Timer *const tail = std::exchange(levels_[place.level]->slot[indexOf(place.start, place.level)], nullptr);
+  Timer *const tail = std::exchange(levels_[place.level]->slot(indexOf(place.start, place.level)), nullptr);
   for (Timer *timer = tail->next_, *next = nullptr;; timer = next) {
     next = timer->next_;
     this->place(*timer);
@@ -209,7 +221,7 @@ double TimerWheel::nextTime() {
     if (place.start == beyondAll) return never;
     if (place.level > 0) return startOf(place.start);
     double least = never;
-    Timer *const tail = levels_[0]->slot[indexOf(place.start, 0)];
+    Timer *const tail = levels_[0]->slot(indexOf(place.start, 0));
     for (Timer *timer = tail->next_, *next = nullptr;; timer = next) {
       next = timer->next_;
       if (!dealOn(*timer, place.start)) least = std::min(least, timer->time_);

@@ -3,16 +3,17 @@
 /// The wheel sorts timers into slots of one tick. A slot of the next level covers as many ticks as a level has
 /// slots, and is dealt out to the levels below when its time comes. The windows are aligned: level l holds the
 /// timers whose tick differs from the current one within the bits of that level and agrees above them, so every
-/// timer of a level fires before those of the next. Arming, moving and disarming are O(1) and allocate nothing
-/// up to the horizon. A timer that is moved to a later time, as most are, stays in its slot until the wheel
-/// gets there. Firing times are exact (a tick is only the unit of sorting), and timers of one instant fire in
-/// the order in which they were armed.
+/// timer of a level fires before those of the next. Arming, moving and disarming are O(1), and allocate only while
+/// more blocks of slots are in use than ever before, or beyond the horizon. A timer that is moved to a later time, as
+/// most are, stays in its slot until the wheel gets there. Firing times are exact (a tick is only the unit of sorting),
+/// and timers of one instant fire in the order in which they were armed.
 ///
 /// A wheel has no thread: it tells its Waker when it next needs to run, and whoever owns the loop calls run()
 /// then. That is the time of the next timer, or earlier the start of a slot that has to be dealt out; a timer
 /// that was moved or disarmed may leave one idle run behind. A wheel without timers asks for nothing.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -93,10 +94,14 @@ class TimerWheel : public Kiv::Counted {
 
  private:
   friend class Timer;
+  /// The tail of each ring. A wheel with few timers has few of its blocks in memory, since an empty one serves again
+  /// where it is needed next.
+  using Block = std::array<Timer *, 64>;
   struct Level {
-    explicit Level(uint32_t slots) : slot(slots), used((slots + 63) / 64) {}
-    std::vector<Timer *> slot;   // tail of each ring
-    std::vector<uint64_t> used;  // a bit per slot, set for every slot that is not empty
+    explicit Level(uint32_t slots) : block((slots + 63) / 64), used(block.size()) {}
+    Timer *&slot(uint32_t index) { return (*block[index / 64])[index % 64]; }
+    std::vector<std::unique_ptr<Block>> block;  // null where no slot is used
+    std::vector<uint64_t> used;                 // a bit per slot, set for every slot that is not empty
   };
   struct Place {
     unsigned level;
@@ -120,7 +125,8 @@ class TimerWheel : public Kiv::Counted {
   /// The first slot from the current tick on that holds timers.
   Place nextSlot();
   /// The first slot of the level from `index` on that holds timers, or slotsPerLevel.
-  static uint32_t firstUsed(Level &level, uint32_t index);
+  uint32_t firstUsed(Level &level, uint32_t index);
+  Timer *&slotFor(Level &level, uint32_t index);
   void collectDue(double now);
   void collectSlot(double now);
   void cascade(const Place &place);
@@ -135,9 +141,10 @@ class TimerWheel : public Kiv::Counted {
   const double ticksPerSecond_;  // of slots of the lowest level
   const unsigned shift_;         // log2 of slotsPerLevel
   std::vector<std::unique_ptr<Level>> levels_;
-  std::vector<Timer *> due_;  // those being fired; null where one was disarmed meanwhile
-  uint32_t fired_ = 0;        // how many of them have been
-  int64_t current_;           // every earlier slot is empty
+  std::vector<std::unique_ptr<Block>> spare_;  // empty
+  std::vector<Timer *> due_;                   // those being fired; null where one was disarmed meanwhile
+  uint32_t fired_ = 0;                         // how many of them have been
+  int64_t current_;                            // every earlier slot is empty
   uint64_t sequence_ = 0;
   double asked_ = never;  // of the Waker; no timer is earlier
   bool running_ = false;
