@@ -38,6 +38,7 @@ TimerWheel::TimerWheel(const Clock &clock, Waker &waker, const Parameters &param
   for (unsigned level = 0; level <= levelOf(current_ ^ tickOf(parameters.horizon)); ++level) {
     levels_[level] = std::make_unique<Level>(parameters.slotsPerLevel);
   }
+  while (spare_.size() < spareMost) spareIs(std::make_unique<Block>());
 }
 
 void TimerWheel::run() {
@@ -151,10 +152,14 @@ uint32_t TimerWheel::firstUsed(Level &level, uint32_t index) {
       const uint32_t used = word * 64 + std::countr_zero(bits);
       if (level.slot(used)) return used;
       level.used[word] &= ~(bits & -bits);
-      if (level.used[word] == 0) spare_.push_back(std::move(level.block[word]));
+      if (level.used[word] == 0) spareIs(std::move(level.block[word]));
     }
   }
   return parameters_.slotsPerLevel;
+}
+
+void TimerWheel::spareIs(std::unique_ptr<Block> block) {
+  if (spare_.size() < spareMost) spare_.push_back(std::move(block));
 }
 
 void TimerWheel::collectDue(double now) {

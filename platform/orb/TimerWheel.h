@@ -3,8 +3,8 @@
 /// The wheel sorts timers into slots of one tick. A slot of the next level covers as many ticks as a level has
 /// slots, and is dealt out to the levels below when its time comes. The windows are aligned: level l holds the
 /// timers whose tick differs from the current one within the bits of that level and agrees above them, so every
-/// timer of a level fires before those of the next. Arming, moving and disarming are O(1), and allocate only while
-/// more blocks of slots are in use than ever before, or beyond the horizon. A timer that is moved to a later time, as
+/// timer of a level fires before those of the next. Arming, moving and disarming are O(1), and allocate only for the
+/// blocks of slots by which the wheel grows, and beyond the horizon. A timer that is moved to a later time, as
 /// most are, stays in its slot until the wheel gets there. Firing times are exact (a tick is only the unit of sorting),
 /// and timers of one instant fire in the order in which they were armed.
 ///
@@ -127,6 +127,8 @@ class TimerWheel : public Kiv::Counted {
   /// The first slot of the level from `index` on that holds timers, or slotsPerLevel.
   uint32_t firstUsed(Level &level, uint32_t index);
   Timer *&slotFor(Level &level, uint32_t index);
+  void spareIs(std::unique_ptr<Block> block);
+  static constexpr size_t spareMost = 4;  // so that a wheel with few timers allocates nothing after its start
   void collectDue(double now);
   void collectSlot(double now);
   void cascade(const Place &place);
