@@ -21,8 +21,13 @@ po::options_description visible() {
       ("ipv6,6", "ask PimBsr6, the agent for IPv6")                                                 //
       ("socket", po::value<std::string>()->value_name("PATH"), "ask the agent that listens there")  //
       ("vrf", po::value<std::string>()->value_name("NAME"), "show this VRF only")                   //
-      ("json", "print JSON: an array of objects, times in seconds")                                 //
-      ("version", "print the version and exit")                                                     //
+      ("since", po::value<std::string>()->value_name("TIME|SEQ"),
+       "only events from this time on, as 2024-05-01T12:34:56Z, or after this number")            //
+      ("zone", po::value<std::string>()->value_name("PREFIX"), "only events of this scope zone")  //
+      ("severity", po::value<std::string>()->value_name("WORD"), "only events as bad as this")    //
+      ("kind", po::value<std::string>()->value_name("WORD"), "only events of this kind")          //
+      ("json", "print JSON: an array of objects, times in seconds")                               //
+      ("version", "print the version and exit")                                                   //
       ("help", "print this help, or the columns of a noun, and exit");
   return described;
 }
@@ -45,6 +50,17 @@ void readAgent(const po::variables_map &given, Options &options) {
   const auto family = given.count("ipv6") ? Pax::AddressFamily::ipv6 : Pax::AddressFamily::ipv4;
   options.program = given.count("socket") ? "the agent" : agentName(family);
   options.socket = given.count("socket") ? given["socket"].as<std::string>() : defaultSocket(family);
+}
+
+void readChoice(const po::variables_map &given, Request &request) {
+  const std::pair<const char *, std::string Request::*> choices[] = {{"vrf", &Request::vrf},
+                                                                     {"since", &Request::since},
+                                                                     {"zone", &Request::zone},
+                                                                     {"severity", &Request::severity},
+                                                                     {"kind", &Request::kind}};
+  for (const auto &[name, member] : choices) {
+    if (given.count(name)) request.*member = given[name].as<std::string>();
+  }
 }
 
 // The operands for `shape`, from `next` on, as one text; empty where it is in brackets and left out.
@@ -87,7 +103,7 @@ Options optionsFrom(const Texts &arguments) {
     const Texts operands = given.count("operand") ? given["operand"].as<Texts>() : Texts();
     Options options;
     options.json = given.count("json") > 0;
-    if (given.count("vrf")) options.request.vrf = given["vrf"].as<std::string>();
+    readChoice(given, options.request);
     readAgent(given, options);
     if (given.count("version")) {
       options.action = Options::Action::version;

@@ -29,7 +29,8 @@ std::invalid_argument needs(const std::string &verb) {
 ProcessView processView(const Process &process) {
   std::map<L3::VrfName, std::string> vrfs;
   for (const auto &[vrf, host] : process.hosts) vrfs.emplace(vrf, host->reason());
-  return {process.agent, process.system, process.store, std::move(vrfs), process.loading, process.loop.longestTurn()};
+  return {process.agent, process.system, process.store, std::move(vrfs), process.loading, process.loop.longestTurn(),
+          process.events};
 }
 
 // Appends the next rows when it is called. True while there may be more.
@@ -75,15 +76,22 @@ class VrfRows {
   ShowCursor cursor_;
 };
 
+Rows events(const Process &process, const Control::Request &request) {
+  return eventRows(process.events,
+                   eventFilterFrom(request.since, request.vrf, request.zone, request.severity, request.kind));
+}
+
 void checkNoun(const Control::Request &request) {
   const std::string &noun = request.noun;
   const Control::Noun *known = Control::nounOf(noun);
   if (!known) throw std::invalid_argument("there is no noun '" + noun + "'");
   if (!*known->operand && !request.argument.empty()) throw std::invalid_argument("'" + noun + "' takes no argument");
+  if (noun != "events" && request.filters()) throw std::invalid_argument("only of 'events' a part can be chosen");
 }
 
 Source show(const Process &process, const Control::Request &request) {
   const std::string &noun = request.noun;
+  if (noun == "events") return sourceOf(events(process, request));
   if (noun == "log") return sourceOf(rowsOfLines(process.log.lines()));
   if (noun == "agent") return sourceOf(agentRows(processView(process)));
   if (noun == "vrf") return sourceOf(vrfRows(processView(process), request.vrf));

@@ -11,6 +11,7 @@
 #include "daemon/VrfHost.h"
 #include "daemon/control/Reply.h"
 #include "platform/tracelet/Sinks.h"
+#include "view/EventLog.h"
 #include "view/Process.h"
 
 namespace Routing::Pim::Bsr {
@@ -30,6 +31,7 @@ class Answers {
     const Configuration &configuration;
     const std::string &effective;  ///< the text of the configuration
     const Tracelet::RingSink &log;
+    const EventLog &events;
     ConfigReader &reader;
     /// Reads the file and applies it; calls `done` from the loop with the errors, if any, as one text.
     std::function<void(std::function<void(const std::string &errors)> done)> reload;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <boost/asio/post.hpp>
 #include <boost/asio/signal_set.hpp>
+#include <chrono>
 #include <csignal>
 #include <ctime>
 #include <optional>
@@ -40,6 +41,10 @@ std::string timestamp() {
   return text;
 }
 
+double wallClock() {
+  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
 // A file may have tens of thousands, which nobody reads and which take long to trace.
 std::vector<std::string> firstOf(const std::vector<Finding> &findings, const std::string &file) {
   constexpr size_t most = 100;
@@ -57,6 +62,7 @@ struct Daemon::Process {
   const Pax::AddressFamily family;
   const Options options;
   Tracelet::RingSink log{logLines};
+  EventLog events{wallClock};
   const Linux::PathLock stateLock{options.state};
   const Linux::PathLock socketLock{options.socket};
   Linux::EventLoop loop{};
@@ -84,7 +90,7 @@ struct Daemon::Process {
                       loop,
                       wheel,
                       stateWriter};
-  Answers answers{{loop, store, system, hosts, *agent, loading, configuration, effective, log, reader,
+  Answers answers{{loop, store, system, hosts, *agent, loading, configuration, effective, log, events, reader,
                    [this](Reloaded done) { daemon.reload(std::move(done)); }}};
 
   // The interfaces of a VRF that is open, if it stays in its namespace.
@@ -124,6 +130,9 @@ Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configur
     process_->stateFile.save();
   });
   awaitSignal();
+  Event started{.kind = EventKind::agentStarted};
+  started.text = process_->agent->name() + " " + PIMBSR_VERSION + " started";
+  process_->events.tell(started);
   TRACELET(trace, 3, "Started with " << process_->hosts.size() << " VRFs");
 }
 

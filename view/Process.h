@@ -7,6 +7,7 @@
 #include "agent/Agent.h"
 #include "agent/SystemState.h"
 #include "platform/statehub/Store.h"
+#include "view/EventLog.h"
 #include "view/Json.h"
 
 namespace Routing::Pim::Bsr {
@@ -25,6 +26,7 @@ struct ProcessView {
   std::map<L3::VrfName, std::string> vrfs;  ///< configured, each with what its platform waits for; empty if for nothing
   const Loading &loading;
   double longestTurn;  ///< of the loop, in seconds
+  const EventLog &events;
 };
 
 Rows agentRows(const ProcessView &view);

@@ -163,6 +163,15 @@ constexpr std::array state{
     Column{"type", "the type of the entity there; with a PATH, which may go on into it, its contents as JSON"},
 };
 constexpr std::array finding{Column{"line", "FILE:PATH: message"}};
+constexpr std::array events{
+    Column{"seq", "its number"},
+    Column{"time", "when it happened, UTC"},
+    Column{"severity", "in the words of syslog"},
+    Column{"kind", "what it is"},
+    Column{"text",
+           "the whole in one sentence; as JSON also the VRF, zone, group, RP, BSR, interface, neighbor, old and "
+           "new value and cause that apply, each by its name"},
+};
 constexpr std::array log{Column{"line", "time, module, level and text"}};
 
 constexpr Noun entity{"entity", "the contents of an entity", state, Noun::Layout::file};
@@ -184,6 +193,7 @@ constexpr std::array allNouns{
     Noun{"config", "the configuration in force with its defaults, as a file that can be loaded", config,
          Noun::Layout::file},
     Noun{.name = "state", .help = "the state store", .columns = state, .operand = "[PATH]", .about = &entity},
+    Noun{"events", "the last events; --since, --zone, --severity and --kind choose among them", events},
     Noun{"log", "the last trace lines", log, Noun::Layout::lines},
 };
 

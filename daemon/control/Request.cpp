@@ -14,10 +14,9 @@ struct Field {
   std::string Request::*text;
 };
 constexpr std::array fields{
-    Field{"verb", &Request::verb},
-    Field{"noun", &Request::noun},
-    Field{"vrf", &Request::vrf},
-    Field{"argument", &Request::argument},
+    Field{"verb", &Request::verb},         Field{"noun", &Request::noun},   Field{"vrf", &Request::vrf},
+    Field{"argument", &Request::argument}, Field{"since", &Request::since}, Field{"zone", &Request::zone},
+    Field{"severity", &Request::severity}, Field{"kind", &Request::kind},
 };
 
 // Interface names and traces may hold any byte.

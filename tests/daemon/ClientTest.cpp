@@ -16,6 +16,9 @@ TEST(CommandLine, TheClientTakesVerbNounAndOptionsInAnyOrder) {
   EXPECT_TRUE(options.json);
   EXPECT_EQ(Control::optionsFrom({"trace", "*=9"}).request.argument, "*=9");
   EXPECT_EQ(Control::optionsFrom({"clear", "counters"}).request.argument, "counters");
+  EXPECT_EQ(Control::toLine(Control::optionsFrom({"show", "events", "--since=7", "--zone=239.0.0.0/8",
+                                                  "--severity=error", "--kind=bsrLost"}).request),
+            R"({"verb":"show","noun":"events","since":"7","zone":"239.0.0.0/8","severity":"error","kind":"bsrLost"})");
   EXPECT_EQ(Control::optionsFrom({"show", "rp", "225.1.1.1"}).request.argument, "225.1.1.1");
   EXPECT_EQ(Control::optionsFrom({"stage", "boot", "NetworkAgent"}).request.argument, "boot NetworkAgent");
   EXPECT_EQ(Control::optionsFrom({"show", "state"}).noun->layout, Control::Noun::Layout::table);
