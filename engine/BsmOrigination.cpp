@@ -10,8 +10,6 @@ namespace {
 
 Tracelet::Module trace("Pim::Bsr::CandidateSm");
 
-constexpr size_t mostRps = 255;  // what the RP count of a block can say
-
 // Lowest priority value first, then highest address.
 bool better(const Packet::BootstrapRpData &one, const Packet::BootstrapRpData &other) {
   return one.priority != other.priority ? one.priority < other.priority : other.address < one.address;

@@ -11,6 +11,9 @@ namespace Routing::Pim::Bsr {
 /// fragmenting and counting the listings of withdrawn RPs are others' work.
 class BsmOrigination {
  public:
+  /// What the RP count of a prefix can say. Withdrawn RPs are listed first, then the best of the others.
+  static constexpr size_t mostRps = 255;
+
   /// All outlive it. Every attribute of the candidate is set.
   BsmOrigination(const Status &bsrStatus, const Pax::IpGenPrefix &zone, const BsrCandidate &candidate,
                  const Withdrawals &withdrawals)

@@ -211,6 +211,7 @@ bool BsrCandidateSm::doSendBsm(bool shutDown) {
   const uint8_t priority = shutDown ? bsMinPriority : ownWeight().priority;
   const auto bsm = BsmOrigination(*bsrStatus_, zone_, *candidate_, withdrawals_).bsm(tag, priority);
   withdrawals_.listed();
+  lastOriginated_ = bsrSm_.now();
   bsrSm_.reassembly().remember(lastBsm_, bsm);
   return bsrSm_.sender().forwardBsm(zone_, bsm);
 }

@@ -42,6 +42,12 @@ class BsrCandidateSm {
   const LastBsm &lastBsm() const { return lastBsm_; }
   /// Takes over what the zone's machine of the other kind had kept.
   void lastBsmIs(const LastBsm &lastBsm) { lastBsm_ = lastBsm; }
+  /// When it acts next, and the timeout of BSRs that it goes by.
+  const BootstrapTimer &bsTimer() const { return bsTimer_; }
+  /// What the next messages still tell others to forget.
+  const Withdrawals &withdrawals() const { return withdrawals_; }
+  /// When the last message was originated, in seconds of the platform's clock. Without one: when this machine began.
+  double lastOriginated() const { return lastOriginated_; }
 
   /// Takes an accepted message of the zone.
   void bsmIs(const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
@@ -102,6 +108,7 @@ class BsrCandidateSm {
   Orb::Random &random_;
   BsrCandidateState state_ = BsrCandidateState::unset;
   bool initialized_ = false;
+  double lastOriginated_ = bsrSm_.now();
   StoredBsr storedBsr_;
   Kiv::Ptr<Packet::BootstrapMessage> bsm_;
   LastBsm lastBsm_;

@@ -23,6 +23,8 @@ class BsrNonCandidateSm {
 
   BsrNonCandidateState state() const { return state_; }
   const LastBsm &lastBsm() const { return lastBsm_; }
+  /// When a scoped zone that has lost its BSR is forgotten, in seconds of the platform's clock; never, otherwise.
+  double forgottenAt() const { return szTimer_.timeMin(); }
   /// Takes over what the zone's machine of the other kind had kept.
   void lastBsmIs(const LastBsm &lastBsm) { lastBsm_ = lastBsm; }
   /// Takes an accepted message of the zone.

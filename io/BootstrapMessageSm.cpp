@@ -87,7 +87,7 @@ bool BootstrapMessageSm::destinationPasses() {
 
 bool BootstrapMessageSm::noForwardPasses(const Pax::IpGenPrefix &zone) {
   const double sinceStartup = clock_.now() - startupTime_;
-  const bool known = lastBsm_.contains(zone);
+  const bool known = zone_.contains(zone);
   if (!known && sinceStartup <= bsPeriod(zone)) return true;
   VRF_TRACE(trace, 1,
             "RX - Error - Dropping BSM. We expect no-forward BSM only if quick refresh. lastBsm="
@@ -155,24 +155,29 @@ void BootstrapMessageSm::countDrop(uint32_t PimBsrErrorCounters::*reason) {
 }
 
 Kiv::Ptr<Packet::BootstrapMessage> BootstrapMessageSm::lastBsm(const Pax::IpGenPrefix &zone) const {
-  const auto *last = lastBsm_.find(zone);
-  return last ? *last : nullptr;
+  const Zone *known = zone_.find(zone);
+  return known ? known->lastBsm : nullptr;
+}
+
+const HeardBsrs *BootstrapMessageSm::heardBsrs(const Pax::IpGenPrefix &zone) const {
+  const Zone *known = zone_.find(zone);
+  return known ? &known->heard : nullptr;
 }
 
 void BootstrapMessageSm::lastBsmIs(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
-  if (auto *last = lastBsm_.find(zone)) {
-    *last = bsm;
-  } else {
-    lastBsm_.insert(zone, bsm);
-  }
+  Zone *known = zone_.find(zone);
+  if (!known) known = &zone_.insert(zone, {});
+  known->lastBsm = bsm;
+  const IO::ReceivedMessage &received = *bsmInfo_->rx();
+  known->heard.heard(bsm->bsrAddress(), bsm->priority(), received.source(), received.intfId(), clock_.now());
 }
 
 void BootstrapMessageSm::maybeLastBsmDel(const Pax::IpGenPrefix &zone) {
-  if (lastBsm_.size() > bsrStatus_->limits().zones && !bsrStatus_->bootstrapRouter(zone)) lastBsmDel(zone);
+  if (zone_.size() > bsrStatus_->limits().zones && !bsrStatus_->bootstrapRouter(zone)) lastBsmDel(zone);
 }
 
 void BootstrapMessageSm::lastBsmDelAll() {
-  for (const Pax::IpGenPrefix &zone : lastBsm_.keys()) lastBsmDel(zone);
+  for (const Pax::IpGenPrefix &zone : zone_.keys()) lastBsmDel(zone);
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -9,6 +9,7 @@
 /// are looked at here.
 #pragma once
 
+#include "io/HeardBsrs.h"
 #include "model/InternalStatus.h"
 #include "model/Status.h"
 #include "platform/kiv/ReactorOf.h"
@@ -32,8 +33,14 @@ class BootstrapMessageSm {
   /// The last accepted message of a zone, or null. It stays until the next one, or the end of this machine; that of a
   /// zone without BSR goes when there are more than `limits` allow zones.
   Kiv::Ptr<Packet::BootstrapMessage> lastBsm(const Pax::IpGenPrefix &zone) const;
+  /// Whose messages of the zone were accepted; null if none was. It stays as long as the last message.
+  const HeardBsrs *heardBsrs(const Pax::IpGenPrefix &zone) const;
 
  private:
+  struct Zone {
+    Kiv::Ptr<Packet::BootstrapMessage> lastBsm;
+    HeardBsrs heard;
+  };
   class KivBsrStatus : public Kiv::ReactorOf<Status, BootstrapMessageSm> {
     using ReactorOf::ReactorOf;
     void onBootstrapRouter(const Pax::IpGenPrefix &zone) override { owner_.maybeLastBsmDel(zone); }
@@ -68,7 +75,7 @@ class BootstrapMessageSm {
   /// Seconds: our own candidate's, or the default.
   uint32_t bsPeriod(const Pax::IpGenPrefix &zone) const;
   void lastBsmIs(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm);
-  void lastBsmDel(const Pax::IpGenPrefix &zone) { lastBsm_.erase(zone); }
+  void lastBsmDel(const Pax::IpGenPrefix &zone) { zone_.erase(zone); }
   void lastBsmDelAll();
   /// The zone's BSR has come or gone, or its message has been handled.
   void maybeLastBsmDel(const Pax::IpGenPrefix &zone);
@@ -82,8 +89,8 @@ class BootstrapMessageSm {
   const Orb::Clock &clock_;
   double startupTime_ = 0;  // a quick refresh is accepted for one bootstrap period from here
   Pax::IpGenPrefix globalZone_;
-  Kiv::Ptr<PimBsrCounters> counters_;  // null while the status has none
-  Kiv::Table<Pax::IpGenPrefix, Kiv::Ptr<Packet::BootstrapMessage>> lastBsm_;
+  Kiv::Ptr<PimBsrCounters> counters_;        // null while the status has none
+  Kiv::Table<Pax::IpGenPrefix, Zone> zone_;  // with an accepted message
   bool initialized_ = false;
 
   KivBsrStatus kivBsrStatus_;
