@@ -83,7 +83,7 @@ void readOperands(const Texts &operands, Options &options) {
   size_t next = 1;
   if (verb->takesNoun) {
     if (operands.size() < 2) throw UsageError("'" + operands[0] + "' needs a noun");
-    options.noun = nounOf(operands[1]);
+    options.noun = nounOf(*verb, operands[1]);
     if (!options.noun) throw UsageError("there is no noun '" + operands[1] + "'");
     options.request.noun = operands[1];
     options.request.argument = takeArgument(operands, options.noun->operand, next = 2);

@@ -97,6 +97,26 @@ std::string linesOf(const Rows &rows, const std::string &column) {
   return out;
 }
 
+// A statement begins with what it is about, up to the member that says which side of it.
+Rows subjectOf(const Rows &row) {
+  Rows subject;
+  for (const auto &[name, value] : row.items()) {
+    if (name == "about") break;
+    subject[name] = value;
+  }
+  return subject;
+}
+
+std::string sentencesOf(const Rows &rows) {
+  std::string out;
+  Rows subject;
+  for (const Rows &row : rows) {
+    const Rows before = std::exchange(subject, subjectOf(row));
+    out += (subject == before ? "  " : "") + row.value("text", "") + '\n';
+  }
+  return out;
+}
+
 }  // namespace
 
 std::string toTable(const Rows &rows, const Noun *noun) {
@@ -111,6 +131,7 @@ std::string toTable(const Rows &rows, const Noun *noun) {
     case Noun::Layout::table: return tableOf(rows, columns);
     case Noun::Layout::fields: return fieldsOf(rows);
     case Noun::Layout::file: return rows.empty() ? "" : rows[0].dump(2) + '\n';
+    case Noun::Layout::sentences: return sentencesOf(rows);
     case Noun::Layout::lines: break;
   }
   return linesOf(rows, columns.front());

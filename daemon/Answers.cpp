@@ -7,7 +7,7 @@
 #include "daemon/Options.h"
 #include "daemon/control/Nouns.h"
 #include "daemon/control/Request.h"
-#include "view/Show.h"
+#include "view/Explain.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -46,7 +46,8 @@ Source sourceOf(Rows all) {
 // The rows of VRFs, as they are when it is their turn; a VRF that has gone by then has none.
 class VrfRows {
  public:
-  VrfRows(const Process &process, const Control::Request &request) : process_(process), request_(request) {
+  VrfRows(const Process &process, const Control::Request &request)
+      : process_(process), request_(request), nextRows_(request.verb == "explain" ? nextExplanationOf : nextRowsOf) {
     for (const auto &[name, host] : process.hosts) {
       if ((request.vrf.empty() || name.text() == request.vrf) && statusOf(name)) vrfs_.push_back(name);
     }
@@ -60,7 +61,7 @@ class VrfRows {
     if (pim != process_.configuration.pim.end() && statusOf(vrf)) {
       const VrfView view =
           viewOf(process_.system, vrf, process_.agent.containerSm(vrf), process_.loop.now(), pim->second.interfaces);
-      if (nextRowsOf(request_.noun, view, request_.argument, cursor_, rows)) return true;
+      if (nextRows_(request_.noun, view, request_.argument, cursor_, rows)) return true;
     }
     cursor_ = {};
     return ++next_ < vrfs_.size();
@@ -71,6 +72,8 @@ class VrfRows {
 
   const Process &process_;
   const Control::Request request_;
+  bool (*const nextRows_)(std::string_view noun, const VrfView &view, const std::string &argument, ShowCursor &cursor,
+                          Rows &rows);
   std::vector<L3::VrfName> vrfs_;
   size_t next_ = 0;
   ShowCursor cursor_;
@@ -83,15 +86,16 @@ Rows events(const Process &process, const Control::Request &request) {
 
 void checkNoun(const Control::Request &request) {
   const std::string &noun = request.noun;
-  const Control::Noun *known = Control::nounOf(noun);
+  const Control::Noun *known = Control::nounOf(*Control::verbOf(request.verb), noun);
   if (!known) throw std::invalid_argument("there is no noun '" + noun + "'");
   if (!*known->operand && !request.argument.empty()) throw std::invalid_argument("'" + noun + "' takes no argument");
-  if (noun != "events" && request.filters()) throw std::invalid_argument("only of 'events' a part can be chosen");
 }
 
 Source show(const Process &process, const Control::Request &request) {
   const std::string &noun = request.noun;
+  if (request.verb == "explain") return VrfRows(process, request);
   if (noun == "events") return sourceOf(events(process, request));
+  if (request.filters()) throw std::invalid_argument("only of 'events' a part can be chosen");
   if (noun == "log") return sourceOf(rowsOfLines(process.log.lines()));
   if (noun == "agent") return sourceOf(agentRows(processView(process)));
   if (noun == "vrf") return sourceOf(vrfRows(processView(process), request.vrf));

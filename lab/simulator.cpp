@@ -8,7 +8,8 @@
 //   FAMILY kill NAME                 as SIGKILL does; the router goes on forwarding
 //   FAMILY run SECONDS
 //   FAMILY now                       prints the milliseconds that have passed
-//   FAMILY show NAME NOUN            prints the line that "pimbsrctl --json show NOUN" prints
+//   FAMILY show NAME NOUN [ARGUMENT]       prints the line that "pimbsrctl --json show NOUN" prints
+//   FAMILY explain NAME TOPIC [ARGUMENT]   likewise
 //
 // Exit 0 at the end of its input, 1 with the reason at a command that it cannot carry out.
 #include <algorithm>
@@ -23,7 +24,7 @@
 #include "daemon/file/ConfigFile.h"
 #include "platform/sim/Network.h"
 #include "sim/Host.h"
-#include "view/Show.h"
+#include "view/Explain.h"
 
 namespace {
 
@@ -45,7 +46,7 @@ class Simulation {
  private:
   void routerIs(const std::string &vrf, const std::string &name, const std::string &address);
   void start(const std::string &name, const std::string &file);
-  void show(const std::string &name, const std::string &noun);
+  std::vector<VrfView> viewsOf(const std::string &name);
 
   static std::string nameIn(const std::string &vrf, const std::string &name) { return name + " of " + vrf; }
   Sim::Host &host(const std::string &name) {
@@ -69,8 +70,9 @@ void Simulation::act(const std::string &verb, std::istream &arguments) {
     host(first).crash();
   } else if (verb == "start" && arguments >> first >> second) {
     start(first, second);
-  } else if (verb == "show" && arguments >> first >> second) {
-    show(first, second);
+  } else if ((verb == "show" || verb == "explain") && arguments >> first >> second) {
+    arguments >> third;
+    std::cout << (verb == "show" ? rowsOf : explanationOf)(second, viewsOf(first), third) << std::endl;
   } else if (verb == "router" && arguments >> first >> second >> third) {
     routerIs(first, second, third);
   } else if (verb == "link" && arguments >> first >> second >> third) {
@@ -105,7 +107,7 @@ void Simulation::start(const std::string &name, const std::string &file) {
   started.start();
 }
 
-void Simulation::show(const std::string &name, const std::string &noun) {
+std::vector<VrfView> Simulation::viewsOf(const std::string &name) {
   std::vector<VrfView> views;
   Sim::Host &shown = host(name);
   for (Sim::Router *router : shown.vrfs()) {
@@ -113,7 +115,7 @@ void Simulation::show(const std::string &name, const std::string &noun) {
     views.push_back(viewOf(shown.system(), router->vrf(), machines, network_.time().now(), interfacesOf(*router)));
   }
   std::sort(views.begin(), views.end(), [](const VrfView &a, const VrfView &b) { return a.vrf < b.vrf; });
-  std::cout << rowsOf(noun, views) << std::endl;
+  return views;
 }
 
 }  // namespace

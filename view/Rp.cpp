@@ -1,29 +1,10 @@
-#include <stdexcept>
-
-#include "engine/PublishedRpSet.h"
+#include "view/Groups.h"
 #include "view/Json.h"
 #include "view/Show.h"
 
 namespace Routing::Pim::Bsr {
 
 namespace {
-
-Pax::IpGenAddr groupFrom(const std::string &text, Pax::AddressFamily family) {
-  try {
-    const Pax::IpGenAddr group = Pax::IpGenAddr::fromText(text);
-    if (group.af() == family && group.isMulticast()) return group;
-  } catch (const Kiv::RangeError &) {
-  }
-  throw std::invalid_argument("'" + text + "' is not a group of " + Kiv::toText(Pax::allGroups(family)));
-}
-
-// The zone whose set is published for the prefix.
-Pax::IpGenPrefix zoneOf(const VrfView &view, const Pax::IpGenPrefix &prefix) {
-  for (const auto &[zone, learned] : view.status->crpStatus()) {
-    if (view.bsrSm->published().setOfOwner(zone, prefix)) return zone;
-  }
-  return {};
-}
 
 Rows candidatesOf(const std::vector<RpHashSm::Candidate> &candidates) {
   Rows json = Rows::array();
@@ -41,7 +22,7 @@ void showRp(const VrfView &view, const std::string &group, Rows &rows) {
   for (const RpHashSm *rpHashSm : {view.rpHashSm, view.bidirRpHashSm}) {
     const auto answer = rpHashSm ? rpHashSm->rpOf(address) : std::nullopt;
     if (!answer) continue;
-    const Pax::IpGenPrefix zone = zoneOf(view, answer->prefix);
+    const Pax::IpGenPrefix zone = publisherOf(view, answer->prefix);
     const auto bsr = view.status->bootstrapRouter(zone);
     Rows row{{"vrf", toJson(view.vrf)}, {"group", toJson(address)}, {"zone", toJson(zone)}};
     row["bsr"] = bsr ? toJson(bsr->ipAddr()) : nullptr;

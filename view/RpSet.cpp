@@ -1,33 +1,11 @@
-#include <optional>
-#include <set>
-
-#include "engine/BsrCandidateSm.h"
 #include "engine/PublishedRpSet.h"
+#include "view/Announced.h"
 #include "view/Json.h"
 #include "view/Show.h"
 
 namespace Routing::Pim::Bsr {
 
 namespace {
-
-// The RPs that our last message listed for a group, and whether as bidirectional.
-using Announced = std::set<std::pair<Pax::IpGenAddr, bool>>;
-
-// Those of the zone's groups that are in `among`. Nothing where we are not the zone's BSR.
-std::optional<std::map<Pax::IpGenPrefix, Announced>> announcedIn(const VrfView &view, const Pax::IpGenPrefix &zone,
-                                                                 const std::vector<Pax::IpGenPrefix> &among) {
-  const auto candidate = view.status->cbsr(zone);
-  const BsrCandidateSm *machine = view.bsrSm ? view.bsrSm->candidateSm(zone) : nullptr;
-  if (!machine || !candidate || !candidate->elected()) return std::nullopt;
-  std::map<Pax::IpGenPrefix, Announced> announced;
-  for (const auto &bsm : machine->lastBsm().all()) {
-    for (const auto &group : bsm->groupData()) {
-      if (!std::binary_search(among.begin(), among.end(), group->prefix())) continue;
-      for (const auto &rp : group->rpList()) announced[group->prefix()].emplace(rp.address, group->bidir());
-    }
-  }
-  return announced;
-}
 
 // Shows one zone, from behind the cursor on.
 class ZoneRows {
@@ -39,7 +17,7 @@ class ZoneRows {
   bool show(const Pax::IpGenPrefix &zone, const RpCandidateStatus &learned) {
     if (zone != cursor_.zone) cursor_ = {zone, {}, {}, {}};
     const auto groups = groupsIn(learned);
-    const auto announced = announcedIn(view_, zone, groups);
+    const auto announced = Announced::in(view_, zone, groups);
     for (const Pax::IpGenPrefix &group : groups) {
       if (group != cursor_.group) cursor_ = {zone, group, {}, {}};
       const auto set = learned.crpSet(group);
@@ -53,9 +31,7 @@ class ZoneRows {
         rowIs(zone, group, address, rp);
         rows_.back()["published"] = published && published->rp(address);
         Rows &told = rows_.back()["announced"];
-        if (!announced) continue;
-        const auto found = announced->find(group);
-        told = found != announced->end() && found->second.contains({address, rp.pimMode() == Mode::bidir});
+        if (announced) told = announced->lists(group, address, rp.pimMode());
       }
     }
     return false;

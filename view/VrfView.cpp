@@ -17,14 +17,18 @@ VrfView viewOf(const SystemState &system, const L3::VrfName &vrf, const Containe
   view.pimInterfaces = std::move(pimInterfaces);
   view.ipAclConfig = system.aclCli;
   view.status = system.statusColl->vrfStatus(vrf);
+  if (const auto known = system.allVrfStatusLocal->vrfStatus(vrf))
+    view.networkNamespace = known->namespaceName().text();
   if (const SystemState::Services *services = system.services(vrf)) {
     view.interfaces = services->interfaces;
     view.pimStatus = services->pimStatus;
+    view.routes = services->routes;
     view.packets = &services->port->counters();
   }
   if (machines) {
     view.configSm = &machines->configSm();
     view.bsrSm = &machines->bsrSm();
+    view.bsmGate = &machines->bsrIOSm();
     view.rpHashSm = &machines->rpHashSm();
     view.bidirRpHashSm = machines->bidirRpHashSm();
   }

@@ -10,6 +10,7 @@
 
 namespace Routing::Pim::Bsr {
 
+class BootstrapMessageSm;
 class ConfigSm;
 class ContainerSm;
 
@@ -26,9 +27,12 @@ struct VrfView {
   Kiv::Ptr<const Status> status;
   Kiv::Ptr<const Ip::AllIntfStatusDir> interfaces;
   Kiv::Ptr<const Pim::Status> pimStatus;
+  Kiv::Ptr<RouteLookup> routes;
+  std::string networkNamespace;  ///< empty for the one in which the agent was started
   const Flume::PacketCounters *packets = nullptr;
   const ConfigSm *configSm = nullptr;
   PimBsrSm *bsrSm = nullptr;
+  const BootstrapMessageSm *bsmGate = nullptr;
   const RpHashSm *rpHashSm = nullptr;
   const RpHashSm *bidirRpHashSm = nullptr;
 };

@@ -197,11 +197,55 @@ constexpr std::array allNouns{
     Noun{"log", "the last trace lines", log, Noun::Layout::lines},
 };
 
+constexpr Column about{"about", "what the sentence is about; as JSON the row has what it is made from, by name"};
+constexpr std::array bsrReasons{
+    vrf,
+    zone,
+    about,
+    Column{"text",
+           "who is the BSR, when its next message is due or silence ends it, from which neighbor it must come, "
+           "who else was heard, what was refused and what to look at next"},
+};
+constexpr std::array rpReasons{
+    vrf,
+    Column{"rp", "the address asked about"},
+    about,
+    Column{"text", "each prefix that it serves, from which zone and BSR, whether it is in use, announced, and why not"},
+};
+constexpr std::array groupReasons{
+    vrf,
+    Column{"group", "the group asked about"},
+    about,
+    Column{"text", "its RP, the rule by which that wins, the zone and prefix that decide, and every candidate"},
+};
+constexpr std::array topics{
+    Noun{.name = "bsr",
+         .help = "why this is the BSR of a zone, or there is none",
+         .columns = bsrReasons,
+         .layout = Noun::Layout::sentences,
+         .operand = "[ZONE]"},
+    Noun{.name = "rp",
+         .help = "where an address is an RP, and why not",
+         .columns = rpReasons,
+         .layout = Noun::Layout::sentences,
+         .operand = "ADDRESS"},
+    Noun{.name = "group",
+         .help = "why this RP serves a group",
+         .columns = groupReasons,
+         .layout = Noun::Layout::sentences,
+         .operand = "GROUP"},
+};
+
 constexpr Noun findings{"findings", "what is wrong in a configuration file", finding, Noun::Layout::lines};
 
 constexpr std::array allVerbs{
     Verb{"show", "NOUN", "show it once", true},
     Verb{"watch", "NOUN", "show it every second until interrupted", true},
+    Verb{.name = "explain",
+         .operands = "bsr|rp|group",
+         .help = "say why, in sentences",
+         .takesNoun = true,
+         .own = topics},
     Verb{"trace", "[MODULE=LEVEL]", "set a trace level, * for every module; without an operand, list the levels",
          false},
     Verb{"check", "", "check the configuration file without loading it", false, &findings},
@@ -231,6 +275,9 @@ void helpLine(std::ostream &out, std::string_view name, std::string_view help) {
 std::span<const Noun> nouns() { return allNouns; }
 std::span<const Verb> verbs() { return allVerbs; }
 const Noun *nounOf(std::string_view name) { return entryOf(nouns(), name); }
+const Noun *nounOf(const Verb &verb, std::string_view name) {
+  return verb.own.empty() ? nounOf(name) : entryOf(verb.own, name);
+}
 const Verb *verbOf(std::string_view name) { return entryOf(verbs(), name); }
 
 std::string helpText() {

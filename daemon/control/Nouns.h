@@ -16,10 +16,11 @@ struct Column {
 
 struct Noun {
   enum class Layout {
-    table,   ///< each row on a line, under a header
-    fields,  ///< each field on a line, for rows with many
-    lines,   ///< the only column, as it is
-    file,    ///< the only row, as a JSON file
+    table,      ///< each row on a line, under a header
+    fields,     ///< each field on a line, for rows with many
+    lines,      ///< the only column, as it is
+    sentences,  ///< the column `text`, indented where the row is about the same as the one before
+    file,       ///< the only row, as a JSON file
   };
   const char *name;
   const char *help;
@@ -37,12 +38,14 @@ struct Verb {
   const char *help;
   bool takesNoun;
   const Noun *answer = nullptr;  ///< how its rows are laid out; null: a table of what they have
+  std::span<const Noun> own{};   ///< the nouns of a verb that takes none of the others
 };
 
 std::span<const Noun> nouns();
 std::span<const Verb> verbs();
 /// Null when there is none of this name.
 const Noun *nounOf(std::string_view name);
+const Noun *nounOf(const Verb &verb, std::string_view name);
 const Verb *verbOf(std::string_view name);
 /// Verbs and nouns as the help shows them; a noun's own help with its columns.
 std::string helpText();

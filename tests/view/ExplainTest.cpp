@@ -1,0 +1,219 @@
+// What "explain" says about networks that are set up wrongly, and about those that are not.
+#include "view/Explain.h"
+
+#include <gtest/gtest.h>
+
+#include <regex>
+
+#include "tests/sim/Story.h"
+#include "tests/support/TestVrf.h"
+
+namespace Test {
+namespace {
+
+class Explain : public testing::Test {
+ protected:
+  // The sentences, with T for each duration.
+  std::string explain(const std::string &router, const char *topic, const std::string &argument = "") {
+    Sim::Host &host = story.host(router);
+    std::vector<Pax::IntfId> interfaces;
+    for (const Sim::Intf &intf : host.router().intfs()) interfaces.push_back(intf.intfId());
+    const auto *machines = host.runs() ? host.agent().containerSm(L3::defaultVrf) : nullptr;
+    const auto view = Bsr::viewOf(host.system(), L3::defaultVrf, machines, story.time().now(), interfaces);
+    statements = Bsr::explanationOf(topic, {view}, argument);
+    std::string text;
+    for (const auto &statement : statements) text += statement["text"].get<std::string>() + "\n";
+    return std::regex_replace(text, std::regex(R"(\b(\d+ms|\d+[dhms](\d\d[hms])?)\b)"), "T");
+  }
+  // Of the first statement about it in the last explanation.
+  nlohmann::ordered_json memberOf(const std::string &about, const std::string &member) const {
+    for (const auto &statement : statements) {
+      if (statement["about"] == about) return statement[member];
+    }
+    return "no statement about " + about;
+  }
+
+  Story story{ipv4};
+  const Pax::IpGenPrefix global = ipv4.global(), scope = ipv4.scope(1);
+  Bsr::Rows statements;
+};
+
+TEST_F(Explain, TheElectedBsrAndWhereItsMessagesComeFrom) {
+  story.chain({"r0", "r1", "r2"}, {1500});
+  story.host("r0").candidateBsrIs(global, 64);
+  story.host("r0").candidateRpIs(ipv4.group(1));
+  story.host("r2").candidateBsrIs(global, 20);
+  story.start({"r0", "r1", "r2"});
+  story.time().runFor(200);
+  EXPECT_EQ(explain("r0", "bsr"),
+            "Zone 224.0.0.0/4: this router is the BSR, as 192.168.0.1 with priority 64, for T.\n"
+            "Its last message went out T ago; the next is due in T.\n"
+            "192.168.0.3 with priority 20 was heard T ago, from 10.0.0.2 on eth0.\n");
+  EXPECT_NEAR(memberOf("messages", "lastBsmAt").get<double>() + memberOf("messages", "nextBsm").get<double>(), 60,
+              0.01);
+  EXPECT_EQ(explain("r1", "bsr", "224.0.0.0/4"),
+            "Zone 224.0.0.0/4: the BSR is 192.168.0.1 with priority 64, for T.\n"
+            "Its last message was accepted T ago, from 10.0.0.1 on eth0; after T more of silence it is lost.\n"
+            "The RPF neighbor towards it is 10.0.0.1 on eth0, and the last message came from there.\n"
+            "192.168.0.3 with priority 20 was heard T ago, from 10.0.1.2 on eth1.\n");
+  EXPECT_NEAR(memberOf("messages", "lastBsmAt").get<double>() + memberOf("messages", "expires").get<double>(), 130,
+              0.01);
+  explain("r2", "bsr");
+  EXPECT_EQ(memberOf("candidacy", "text"),
+            "This router is a candidate too, as 192.168.0.3 with priority 20, which weighs less.");
+}
+
+TEST_F(Explain, ABsrThatIsReachedNoMoreOrOnAnotherWay) {
+  story.chain({"r0", "r1", "r2", "r3"}, {1500});
+  story.chain({"r0", "r2"}, {1500});
+  story.host("r0").candidateBsrIs(global, 64);
+  story.start({"r0", "r1", "r2", "r3"});
+  story.time().runFor(100);
+  story.network.link("r0-r2").cut();
+  explain("r2", "bsr");
+  EXPECT_EQ(memberOf("rpf", "text"),
+            "The RPF neighbor towards it is 10.0.1.1 on eth0; the last message came from elsewhere.");
+  EXPECT_EQ(memberOf("rpf", "lastFromThere"), false);
+  story.network.link("r0-r1").cut();
+  explain("r2", "bsr");
+  EXPECT_EQ(memberOf("rpf", "text"),
+            "Its messages are refused now, since there is no route to 192.168.0.1; see 'ip route get 192.168.0.1'.");
+  story.network.link("r0-r1").heal();
+  story.host("r1").crash();
+  story.time().runFor(106);  // its Hello holds no longer, the BSR does
+  explain("r2", "bsr");
+  EXPECT_EQ(memberOf("rpf", "text"),
+            "Its messages are refused now, since the route to 192.168.0.1 leads to 10.0.1.1 on eth0, where there is no "
+            "PIM neighbor; see 'ip route get 192.168.0.1'.");
+  story.time().runFor(60);
+  EXPECT_EQ(
+      explain("r2", "bsr"),
+      "Zone 224.0.0.0/4: there is no BSR.\n192.168.0.1 with priority 64 was heard T ago, from 10.0.3.1 on eth2.\n");
+}
+
+TEST_F(Explain, WhoTakesOverAndWhatIsOff) {
+  story.chain({"r0", "r1"}, {1500});
+  story.host("r0").candidateBsrIs(global, 64);
+  story.host("r0").candidateBsrIs(scope, 1);
+  story.host("r0").borderIs(scope, {L3::defaultVrf, "eth0"});
+  story.start({"r0"});
+  story.time().runFor(1);
+  const std::string noNeighbor =
+      "There is no PIM neighbor that a message could come from; see 'pimbsrctl show interfaces', and whether a "
+      "firewall lets protocol 103 pass.\n";
+  EXPECT_EQ(explain("r0", "bsr", "239.1.0.0/16"),
+            "Zone 239.1.0.0/16: there is no BSR, and this router, 192.168.0.1 with priority 1, takes over in T unless "
+            "it hears a better candidate.\n" +
+                noNeighbor + "No message of this zone is sent or accepted on eth0, a border of it.\n");
+  EXPECT_EQ(explain("r0", "bsr", "239.2.0.0/16"), "Zone 239.2.0.0/16: there is no BSR.\n" + noNeighbor);
+  story.host("r0").router().intfs().front().upIs(false);
+  EXPECT_EQ(explain("r0", "bsr", "239.2.0.0/16"),
+            "Zone 239.2.0.0/16: there is no BSR.\nPIM is off on eth0: eth0 is down.\n" + noNeighbor);
+  story.host("r0").stop();
+  EXPECT_EQ(explain("r0", "bsr", "224.0.0.0/4"),
+            "Zone 224.0.0.0/4: the VRF is not running; there is no BSR.\n"
+            "The candidate BSR of this router on lo is not in force: the VRF is not running.\n");
+  EXPECT_THROW(explain("r0", "bsr", "10.0.0.0/8"), std::invalid_argument);
+  EXPECT_THROW(explain("r0", "weather"), std::invalid_argument);
+}
+
+TEST_F(Explain, AnRpThatTheFilterOfTheBsrDenies) {
+  story.chain({"r0", "r1"}, {1500});
+  story.host("r0").candidateBsrIs(global, 64);
+  story.host("r0").config().crpFilterAclIs("NOBODY");
+  story.host("r1").candidateRpIs(ipv4.group(1));
+  story.start({"r0", "r1"});
+  story.time().runFor(100);
+  EXPECT_EQ(explain("r0", "rp", "192.168.0.2"),
+            "RP 192.168.0.2: no BSR announces it.\n"
+            "This router is the BSR of zone 224.0.0.0/4, and crpFilterAcl does not permit the advertisements of "
+            "192.168.0.2; see 'pimbsrctl show filter'.\n");
+  EXPECT_EQ(explain("r1", "rp", "192.168.0.2"),
+            "RP 192.168.0.2: no BSR announces it; it is an address of this router.\n"
+            "The candidate RP of this router on lo advertises 1 of its ranges to 192.168.0.1, the BSR of zone "
+            "224.0.0.0/4.\n"
+            "Zone 224.0.0.0/4: 'pimbsrctl explain rp 192.168.0.2' on the BSR, 192.168.0.1, says whether it was heard "
+            "there.\n");
+}
+
+TEST_F(Explain, RpsThatTheBsrLeavesOut) {
+  story.chain({"r0", "r1", "r2"}, {1500});
+  story.host("r0").candidateBsrIs(global, 64);
+  story.host("r1").candidateRpIs(ipv4.group(1));
+  story.host("r2").candidateRpIs(ipv4.group(1))->modeIs(Routing::Pim::Mode::bidir);
+  story.start({"r0", "r1", "r2"});
+  story.time().runFor(100);
+  const std::string head =
+      "RP 192.168.0.2: it serves 1 prefix in 1 zone.\n225.1.0.0/16 in zone 224.0.0.0/4, of BSR "
+      "192.168.0.1: sparsemode, priority 192, for T more; in use; ";
+  EXPECT_EQ(explain("r0", "rp", "192.168.0.2"),
+            head +
+                "not announced, since the prefix has RPs of both modes, and only the bidirectional ones are "
+                "announced.\n");
+  story.host("r2").candidateRpDel();
+  story.time().runFor(1);  // withdrawn, and no message since
+  EXPECT_EQ(explain("r0", "rp", "192.168.0.2"),
+            head + "not announced, since it came after the last message; the next is due in T.\n");
+  EXPECT_EQ(explain("r0", "rp", "192.168.0.3"),
+            "RP 192.168.0.3: no BSR announces it.\n"
+            "It is withdrawn from 225.1.0.0/16 in zone 224.0.0.0/4; our next messages still tell the others.\n");
+  story.time().runFor(10);
+  EXPECT_EQ(explain("r0", "rp", "192.168.0.2"), head + "announced by our last message.\n");
+}
+
+TEST_F(Explain, AnInnerZoneDecidesForItsGroups) {
+  story.chain({"r0", "r1"}, {1500});
+  story.host("r0").candidateRpIs(ipv4.inScope(1, 1));
+  story.host("r0").candidateBsrIs(global, 64);
+  story.start({"r0", "r1"});
+  story.time().runFor(100);
+  explain("r1", "group", "239.1.1.1");
+  EXPECT_EQ(memberOf("zone", "zone"), "224.0.0.0/4");
+  story.host("r1").candidateBsrIs(scope, 5);
+  story.time().runFor(15);
+  EXPECT_EQ(explain("r1", "rp", "192.168.0.1"),
+            "RP 192.168.0.1: it serves 2 prefixes in 2 zones.\n"
+            "239.1.1.0/24 in zone 224.0.0.0/4, of BSR 192.168.0.1: sparsemode, priority 192, for T more; not in use, "
+            "since zone 239.1.0.0/16, of BSR 192.168.0.2, decides for the prefix.\n"
+            "239.1.1.0/24 in zone 239.1.0.0/16, of BSR 192.168.0.2: sparsemode, priority 192, for T more; in use; "
+            "announced by our last message.\n");
+  explain("r1", "group", "239.1.1.1");
+  EXPECT_EQ(memberOf("zone", "zone"), "239.1.0.0/16");
+  story.host("r0").candidateRpDel();
+  story.host("r0").candidateRpIs(global);
+  story.time().runFor(30);
+  EXPECT_EQ(explain("r1", "group", "239.1.1.1"),
+            "Group 239.1.1.1: no RP serves it.\n"
+            "Zone 239.1.0.0/16, whose BSR is 192.168.0.2, decides for it, and no prefix of that zone that has an RP "
+            "covers it.\n"
+            "Zone 224.0.0.0/4 around it has RPs for 224.0.0.0/4, but they do not serve the groups of a zone inside.\n");
+}
+
+TEST(ExplainGroup, TheRuleByWhichAnRpWins) {
+  TestVrf vrf(ipv4);
+  vrf.intfIs(1);
+  const Pax::IpGenAddr high = Pax::IpGenAddr::fromText("138.0.0.5");
+  vrf.hear(Bsm(vrf.a.host(1))
+               .hashMaskLen(0)  // so addresses that differ in the top bit only have one hash
+               .group(vrf.a.group(1), {{vrf.a.host(1), 150, 7}})
+               .group(vrf.a.group(2), {{vrf.a.host(1), 150, 7}, {vrf.a.host(2), 150, 8}})
+               .group(vrf.a.group(3), {{vrf.a.host(1), 150, 7}, {vrf.a.host(2), 150, 7}})
+               .group(vrf.a.group(4), {{vrf.a.host(5), 150, 7}, {high, 150, 7}}));
+  const std::pair<const char *, const char *> rules[] = {
+      {"225.1.0.1", "10.0.0.1 it is the only candidate"},
+      {"225.2.0.1", "10.0.0.1 its priority 7 is the lowest, which wins"},
+      {"225.3.0.1",
+       "10.0.0.1 of those with the lowest priority, 7, it has the highest hash for this group, 0x5415c811"},
+      {"225.4.0.1",
+       "138.0.0.5 of those with the lowest priority, 7, and the highest hash, 0x5b2f01c5, it has the "
+       "highest address"},
+  };
+  const auto view = Bsr::viewOf(vrf.system, "default", vrf.sm.get(), vrf.time.now(), {});
+  for (const auto &[group, rule] : rules) {
+    const Bsr::Rows answer = Bsr::explanationOf("group", {view}, group)[0];
+    EXPECT_EQ(answer["rp"].get<std::string>() + " " + answer["rule"].get<std::string>(), rule);
+  }
+}
+
+}  // namespace
+}  // namespace Test

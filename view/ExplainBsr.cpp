@@ -1,0 +1,205 @@
+#include <stdexcept>
+
+#include "view/Explain.h"
+#include "view/Reasons.h"
+#include "view/Rpf.h"
+#include "view/ZoneView.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+
+// A candidate that was not heard for longer is not spoken of.
+constexpr double lately = 3600;
+
+// The statements about one zone.
+class ZoneExplanation {
+ public:
+  ZoneExplanation(const VrfView &view, const Pax::IpGenPrefix &zone, Rows &rows)
+      : view_(view), zone_(view, zone), statements_(rows, {{"vrf", toJson(view.vrf)}, {"zone", toJson(zone)}}) {}
+
+  // `candidacies` are the rows of our own candidate BSRs.
+  void explain(const Rows &candidacies) {
+    who();
+    if (zone_.isOwn()) {
+      ownTiming();
+    } else if (zone_.bsr && view_.bsrSm) {
+      timing();
+      rpf();
+    } else if (view_.bsrSm) {
+      obstacles();
+    }
+    for (const Rows &row : candidacies) {
+      if (row["zone"] == toJson(zone_.zone)) candidacy(row);
+    }
+    candidates();
+    border();
+  }
+
+ private:
+  void who() {
+    const std::string lead = sentence(vrfLead(view_), "Zone ", zone_.zone, ": ");
+    const std::string stopped = whyNotRunning(view_);
+    Rows members{{"address", nullptr}, {"priority", nullptr}, {"state", zone_.state()}, {"elected", zone_.isOwn()}};
+    if (zone_.bsr) {
+      members["address"] = toJson(zone_.bsr->ipAddr());
+      members["priority"] = toJson(zone_.bsr->priority());
+      members["hashMaskLen"] = toJson(zone_.bsr->hashMaskLen());
+      members["upTime"] = secondsBetween(zone_.bsr->setupTime(), view_.now);
+    }
+    statements_.say("bsr", members, lead + (stopped.empty() ? "" : stopped + "; ") + whoInWords());
+  }
+  std::string whoInWords() const {
+    if (!zone_.bsr) return takesOver() ? "there is no BSR, and " + takeOver() : "there is no BSR.";
+    const std::string weight = sentence(zone_.bsr->ipAddr(), " with priority ", zone_.bsr->priority());
+    const std::string since = durationBetween(zone_.bsr->setupTime(), view_.now);
+    if (zone_.isOwn()) return "this router is the BSR, as " + weight + ", for " + since + ".";
+    const std::string is = "the BSR is " + weight + ", for " + since;
+    return takesOver() ? is + ", but " + takeOver() : is + ".";
+  }
+  bool takesOver() const { return !zone_.isOwn() && zone_.nextBsm() != 0; }
+  std::string takeOver() const {
+    return sentence("this router, ", zone_.candidate->address(), " with priority ", zone_.candidate->priority(),
+                    ", takes over in ", durationBetween(view_.now, zone_.nextBsm()),
+                    " unless it hears a better candidate.");
+  }
+
+  void ownTiming() {
+    statements_.say("messages",
+                    {{"lastBsmAt", secondsBetween(zone_.lastBsmAt(), view_.now)},
+                     {"nextBsm", secondsBetween(view_.now, zone_.nextBsm())}},
+                    sentence("Its last message went out ", durationBetween(zone_.lastBsmAt(), view_.now),
+                             " ago; the next is due in ", durationBetween(view_.now, zone_.nextBsm()), "."));
+  }
+  void timing() {
+    const HeardBsr *last = zone_.lastHeard();
+    const std::string lost = durationBetween(view_.now, zone_.expires());
+    Rows members{{"lastBsmFrom", nullptr}, {"lastBsmAt", nullptr}};
+    std::string text = "It is known from before this agent started, and has not been heard since";
+    if (last) {
+      members = {{"lastBsmFrom", toJson(last->neighbor)},
+                 {"interface", toJson(last->intfId)},
+                 {"lastBsmAt", secondsBetween(last->time, view_.now)}};
+      text = sentence("Its last message was accepted ", durationBetween(last->time, view_.now), " ago, from ",
+                      last->neighbor, " on ", last->intfId);
+    }
+    members["expires"] = secondsBetween(view_.now, zone_.expires());
+    statements_.say("messages", members, text + "; after " + lost + " more of silence it is lost.");
+  }
+
+  void rpf() {
+    const Pax::IpGenAddr &address = zone_.bsr->ipAddr();
+    const RpfInfo rpf = rpfTowards(view_, address);
+    if (rpf.neighbor.isZero()) {
+      statements_.say("rpf", {{"rpfNeighbor", nullptr}, {"command", routeCommand(view_, address)}},
+                      "Its messages are refused now, since " + whyNoRpf(view_, address) + "; see '" +
+                          routeCommand(view_, address) + "'.");
+      return;
+    }
+    const HeardBsr *last = zone_.lastHeard();
+    const bool same = last && last->neighbor == rpf.neighbor && last->intfId == rpf.intfId;
+    std::string text = sentence("The RPF neighbor towards it is ", rpf.neighbor, " on ", rpf.intfId);
+    if (last) text += same ? ", and the last message came from there" : "; the last message came from elsewhere";
+    statements_.say("rpf",
+                    {{"rpfNeighbor", toJson(rpf.neighbor)},
+                     {"interface", toJson(rpf.intfId)},
+                     {"lastFromThere", last ? Rows(same) : Rows()}},
+                    text + ".");
+  }
+
+  void candidacy(const Rows &row) {
+    const std::string where = row["interface"].get<std::string>();
+    if (!row["active"].get<bool>()) {
+      statements_.say("candidacy", row,
+                      "The candidate BSR of this router on " + where + " is not in force: " + reasonOf(row) + ".");
+    } else if (zone_.candidate && zone_.candidate->state() == BsrCandidateState::cBsr) {
+      statements_.say("candidacy", row,
+                      sentence("This router is a candidate too, as ", zone_.candidate->address(), " with priority ",
+                               zone_.candidate->priority(), ", which weighs less."));
+    }
+  }
+
+  void candidates() {
+    if (!zone_.heard) return;
+    for (const HeardBsr &bsr : zone_.heard->all()) {
+      if (view_.now - bsr.time > lately || (zone_.bsr && bsr.address == zone_.bsr->ipAddr())) continue;
+      statements_.say("candidate",
+                      {{"address", toJson(bsr.address)},
+                       {"priority", bsr.priority},
+                       {"lastBsmFrom", toJson(bsr.neighbor)},
+                       {"interface", toJson(bsr.intfId)},
+                       {"lastBsmAt", secondsBetween(bsr.time, view_.now)}},
+                      sentence(bsr.address, " with priority ", unsigned{bsr.priority}, " was heard ",
+                               durationBetween(bsr.time, view_.now), " ago, from ", bsr.neighbor, " on ", bsr.intfId,
+                               bsr.priority == 0 ? "; with priority 0 a BSR gives up." : "."));
+    }
+  }
+
+  void border() {
+    const auto border = view_.status->bsBorder(zone_.zone);
+    if (!border) return;
+    for (const Pax::IntfId &intfId : sortedKeys(border->intfId())) {
+      statements_.say("border", {{"interface", toJson(intfId)}},
+                      sentence("No message of this zone is sent or accepted on ", intfId, ", a border of it."));
+    }
+  }
+
+  // Nothing that could bring a message.
+  void obstacles() {
+    size_t neighbors = 0;
+    for (const Pax::IntfId &intfId : view_.pimInterfaces) {
+      const auto pimIntf = view_.pimStatus ? view_.pimStatus->pimIntf(intfId) : nullptr;
+      if (pimIntf) neighbors += pimIntf->neighbor().size();
+      if (pimIntf) continue;
+      const std::string why = whyPimOff(view_, intfId);
+      statements_.say("interface", {{"interface", toJson(intfId)}, {"reason", why}},
+                      sentence("PIM is off on ", intfId, why.empty() ? "" : ": ", why, "."));
+    }
+    if (neighbors == 0) {
+      statements_.say("neighbors", {{"neighbors", 0}, {"command", "pimbsrctl show interfaces"}},
+                      "There is no PIM neighbor that a message could come from; see 'pimbsrctl show interfaces', and "
+                      "whether a firewall lets protocol 103 pass.");
+    }
+    if (zone_.nonCandidateSm && std::isfinite(zone_.nonCandidateSm->forgottenAt())) {
+      statements_.say("zone", {{"forgotten", secondsBetween(view_.now, zone_.nonCandidateSm->forgottenAt())}},
+                      "The zone is forgotten in " + durationBetween(view_.now, zone_.nonCandidateSm->forgottenAt()) +
+                          " unless a message comes.");
+    }
+  }
+
+  const VrfView &view_;
+  const ZoneView zone_;
+  Statements statements_;
+};
+
+Pax::IpGenPrefix zoneFrom(const std::string &text, Pax::AddressFamily family) {
+  try {
+    const Pax::IpGenPrefix zone = Pax::IpGenPrefix::fromText(text);
+    if (Pax::allGroups(family).covers(zone)) return zone;
+  } catch (const Kiv::RangeError &) {
+  }
+  throw std::invalid_argument("'" + text + "' is not a zone, as " + Kiv::toText(Pax::allGroups(family)) +
+                              " is; 'pimbsrctl show bsr' lists them");
+}
+
+}  // namespace
+
+bool explainBsr(const VrfView &view, const std::string &zone, ShowCursor &cursor, Rows &rows) {
+  if (!zone.empty()) cursor.zone = zoneFrom(zone, view.af);
+  ShowCursor behind = cursor;
+  Rows candidacies = Rows::array();
+  showCandidateBsr(view, behind, candidacies);
+  if (!zone.empty()) {
+    ZoneExplanation(view, cursor.zone, rows).explain(candidacies);
+    return false;
+  }
+  size_t room = ShowCursor::slice / 5;
+  for (const Pax::IpGenPrefix &known : zonesBehind(view, cursor.zone)) {
+    if (room-- == 0) return true;
+    cursor.zone = known;
+    ZoneExplanation(view, known, rows).explain(candidacies);
+  }
+  return false;
+}
+
+}  // namespace Routing::Pim::Bsr
