@@ -5,6 +5,7 @@
 
 #include <regex>
 
+#include "io/HeardBsrs.h"
 #include "tests/sim/Story.h"
 #include "tests/support/TestVrf.h"
 
@@ -74,6 +75,9 @@ TEST_F(Explain, ABsrThatIsReachedNoMoreOrOnAnotherWay) {
   EXPECT_EQ(memberOf("rpf", "text"),
             "The RPF neighbor towards it is 10.0.1.1 on eth0; the last message came from elsewhere.");
   EXPECT_EQ(memberOf("rpf", "lastFromThere"), false);
+  story.time().runFor(60);
+  explain("r2", "bsr");
+  EXPECT_EQ(memberOf("rpf", "lastFromThere"), true);
   story.network.link("r0-r1").cut();
   explain("r2", "bsr");
   EXPECT_EQ(memberOf("rpf", "text"),
@@ -88,7 +92,7 @@ TEST_F(Explain, ABsrThatIsReachedNoMoreOrOnAnotherWay) {
   story.time().runFor(60);
   EXPECT_EQ(
       explain("r2", "bsr"),
-      "Zone 224.0.0.0/4: there is no BSR.\n192.168.0.1 with priority 64 was heard T ago, from 10.0.3.1 on eth2.\n");
+      "Zone 224.0.0.0/4: there is no BSR.\n192.168.0.1 with priority 64 was heard T ago, from 10.0.1.1 on eth0.\n");
 }
 
 TEST_F(Explain, WhoTakesOverAndWhatIsOff) {
@@ -187,6 +191,56 @@ TEST_F(Explain, AnInnerZoneDecidesForItsGroups) {
             "Zone 239.1.0.0/16, whose BSR is 192.168.0.2, decides for it, and no prefix of that zone that has an RP "
             "covers it.\n"
             "Zone 224.0.0.0/4 around it has RPs for 224.0.0.0/4, but they do not serve the groups of a zone inside.\n");
+}
+
+TEST(ExplainRp, APrefixHasRoomForTheBest255) {
+  TestVrf vrf(ipv4);
+  vrf.intfIs(1);
+  vrf.candidateIs(ipv4.global(), 1000, 64);
+  vrf.advance(11);
+  for (uint32_t rp = 1; rp <= 257; ++rp) vrf.hearCrp(rp, ipv4.host(1000), {{ipv4.group(1)}});
+  vrf.advance(11);
+  const auto view = Bsr::viewOf(vrf.system, "default", vrf.sm.get(), vrf.time.now(), {});
+  const auto why = [&](const char *rp) { return Bsr::explanationOf("rp", {view}, rp)[1]["whyNotAnnounced"]; };
+  EXPECT_EQ(why("10.0.0.2"), "255 RPs are better, and a prefix has room for 255");
+  EXPECT_TRUE(why("10.0.0.3").is_null());
+}
+
+TEST(ExplainRp, OfManyPrefixesEachIsToldOnce) {
+  TestVrf vrf(ipv4);
+  vrf.intfIs(1);
+  for (const uint32_t scope : {1, 2}) {
+    Bsm bsm(ipv4.host(8));
+    bsm.scope(ipv4.scope(scope));
+    for (uint32_t n = 0; n < 400; ++n) {
+      const uint32_t low = ipv4.scope(scope).address().v4() + (n << 4);
+      bsm.group({Pax::IpGenAddr::v4(low), 28}, {{ipv4.host(1), 150}});
+    }
+    vrf.hear(bsm);
+  }
+  const auto view = Bsr::viewOf(vrf.system, "default", vrf.sm.get(), vrf.time.now(), {});
+  std::set<std::string> groups;
+  size_t told = 0;
+  for (const auto &row : Bsr::explanationOf("rp", {view}, "10.0.0.1")) {
+    if (row["about"] != "prefix") continue;
+    ++told;
+    groups.insert(row["group"]);
+  }
+  EXPECT_EQ(told, 800u);
+  EXPECT_EQ(groups.size(), 800u);
+}
+
+TEST(HeardBsrs, TheOneThatWasSilentLongestMakesRoom) {
+  Bsr::HeardBsrs heard;
+  const Pax::IntfId eth0(L3::defaultVrf, "eth0");
+  const uint32_t order[] = {1, 2, 3, 4, 5, 6, 7, 8, 1, 9};
+  double now = 10;
+  for (const uint32_t bsr : order) heard.heard(ipv4.host(bsr), 64, ipv4.onLink(bsr), eth0, ++now);
+  EXPECT_EQ(heard.all().size(), 8u);
+  EXPECT_FALSE(heard.find(ipv4.host(2)));
+  for (const uint32_t bsr : {1, 3, 9}) ASSERT_TRUE(heard.find(ipv4.host(bsr))) << bsr;
+  EXPECT_EQ(heard.find(ipv4.host(1))->time, 19);
+  EXPECT_EQ(heard.find(ipv4.host(9))->neighbor, ipv4.onLink(9));
 }
 
 TEST(ExplainGroup, TheRuleByWhichAnRpWins) {
