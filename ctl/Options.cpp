@@ -22,12 +22,12 @@ po::options_description visible() {
       ("socket", po::value<std::string>()->value_name("PATH"), "ask the agent that listens there")  //
       ("vrf", po::value<std::string>()->value_name("NAME"), "show this VRF only")                   //
       ("since", po::value<std::string>()->value_name("TIME|SEQ"),
-       "only events from this time on, as 2024-05-01T12:34:56Z, or after this number")            //
-      ("zone", po::value<std::string>()->value_name("PREFIX"), "only events of this scope zone")  //
-      ("severity", po::value<std::string>()->value_name("WORD"), "only events as bad as this")    //
-      ("kind", po::value<std::string>()->value_name("WORD"), "only events of this kind")          //
-      ("json", "print JSON: an array of objects, times in seconds")                               //
-      ("version", "print the version and exit")                                                   //
+       "only events from this time on, as 2024-05-01T12:34:56Z, or after this number")             //
+      ("zone", po::value<std::string>()->value_name("PREFIX"), "only what is of this scope zone")  //
+      ("severity", po::value<std::string>()->value_name("WORD"), "only events as bad as this")     //
+      ("kind", po::value<std::string>()->value_name("WORD"), "only events of this kind")           //
+      ("json", "print JSON: an array of objects, times in seconds")                                //
+      ("version", "print the version and exit")                                                    //
       ("help", "print this help, or the columns of a noun, and exit");
   return described;
 }

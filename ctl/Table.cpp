@@ -1,53 +1,86 @@
 #include "ctl/Table.h"
 
 #include <algorithm>
-#include <cmath>
 #include <nlohmann/json.hpp>
 #include <vector>
+
+#include "platform/orb/Duration.h"
 
 namespace Control {
 
 namespace {
 
+constexpr size_t foldWidth = 40;
+
 struct Cell {
-  std::string text;
+  std::vector<std::string> lines;
   bool right = false;  ///< numbers are aligned by their last digit
 };
 using Line = std::vector<Cell>;
-
-Cell cellOf(const Rows &value) {
-  if (value.is_null()) return {"-"};
-  if (value.is_boolean()) return {value.get<bool>() ? "yes" : "no"};
-  if (value.is_string()) return {value.get<std::string>()};
-  if (value.is_number_float()) return {std::to_string(std::llround(value.get<double>())), true};
-  if (!value.is_structured()) return {value.dump(), value.is_number()};
-  const char *separator = value.is_array() ? "," : " ";
-  std::string joined;
-  for (const Rows &element : value) {
-    if (!joined.empty()) joined += separator;
-    joined += cellOf(element).text;
-  }
-  return {joined.empty() ? "-" : joined};
-}
 
 // UTF-8 continuation bytes take no room.
 size_t widthOf(const std::string &text) {
   return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xc0) != 0x80; }));
 }
 
-std::string aligned(const std::vector<Line> &lines) {
-  std::vector<size_t> widths;
-  for (const Line &line : lines) {
-    widths.resize(std::max(widths.size(), line.size()));
-    for (size_t i = 0; i < line.size(); ++i) widths[i] = std::max(widths[i], widthOf(line[i].text));
+// On one line. Every number with a fraction is a duration.
+std::string textOf(const Rows &value) {
+  if (value.is_null()) return "-";
+  if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
+  if (value.is_string()) return value.get<std::string>();
+  if (value.is_number_float()) return Orb::durationText(value.get<double>());
+  if (!value.is_structured()) return value.dump();
+  const char *separator = value.is_array() ? "," : " ";
+  std::string joined;
+  for (const Rows &element : value) {
+    if (!joined.empty()) joined += separator;
+    joined += textOf(element);
   }
+  return joined.empty() ? "-" : joined;
+}
+
+// Appends the text in lines of the fold width, as far as it can be parted behind a comma or at a blank. Those after
+// the first begin with `indent`.
+void addFolded(std::string text, const std::string &indent, std::vector<std::string> &lines) {
+  while (widthOf(text) > foldWidth) {
+    size_t end = text.find_last_of(", ", foldWidth - 1);
+    if (end == text.npos || end < indent.size()) end = text.find_first_of(", ", foldWidth);
+    if (end == text.npos) break;
+    lines.push_back(text.substr(0, text[end] == ',' ? end + 1 : end));
+    text = indent + text.substr(end + 1);
+  }
+  lines.push_back(text);
+}
+
+// Lists of lists, and of texts with blanks, have a line for each element; other lists are folded where they are wide.
+Cell cellOf(const Rows &value) {
+  Cell cell{{}, value.is_number()};
+  const auto needsLine = [](const Rows &element) {
+    return element.is_structured() ||
+           (element.is_string() && element.get_ref<const std::string &>().find(' ') != std::string::npos);
+  };
+  if (value.is_array() && std::any_of(value.begin(), value.end(), needsLine)) {
+    for (const Rows &element : value) addFolded(textOf(element), "  ", cell.lines);
+  } else if (value.is_array()) {
+    addFolded(textOf(value), "", cell.lines);
+  } else {
+    cell.lines = {textOf(value)};
+  }
+  return cell;
+}
+
+// Of a row, which may take several lines.
+std::string aligned(const Line &row, const std::vector<size_t> &widths) {
+  size_t height = 0;
+  for (const Cell &cell : row) height = std::max(height, cell.lines.size());
   std::string out;
-  for (const Line &line : lines) {
+  for (size_t n = 0; n < height; ++n) {
     std::string text;
-    for (size_t i = 0; i < line.size(); ++i) {
-      const std::string padding(widths[i] - widthOf(line[i].text), ' ');
+    for (size_t i = 0; i < row.size(); ++i) {
+      const std::string &part = n < row[i].lines.size() ? row[i].lines[n] : "";
+      const std::string padding(widths[i] - widthOf(part), ' ');
       if (i > 0) text += "  ";
-      text += line[i].right ? padding + line[i].text : line[i].text + padding;
+      text += row[i].right ? padding + part : part + padding;
     }
     text.erase(text.find_last_not_of(' ') + 1);
     out += text + '\n';
@@ -55,17 +88,30 @@ std::string aligned(const std::vector<Line> &lines) {
   return out;
 }
 
-std::string tableOf(const Rows &rows, const std::vector<std::string> &columns) {
-  std::vector<Line> lines(1);
+std::string aligned(const std::vector<Line> &rows) {
+  std::vector<size_t> widths;
+  for (const Line &row : rows) {
+    widths.resize(std::max(widths.size(), row.size()));
+    for (size_t i = 0; i < row.size(); ++i) {
+      for (const std::string &part : row[i].lines) widths[i] = std::max(widths[i], widthOf(part));
+    }
+  }
+  std::string out;
+  for (const Line &row : rows) out += aligned(row, widths);
+  return out;
+}
+
+std::string tableOf(const Rows &rows, const std::vector<std::string> &columns, bool legend) {
+  std::vector<Line> lines(legend ? 1 : 0);
   for (const Rows &row : rows) {
     Line line;
-    for (const std::string &column : columns) line.push_back(row.contains(column) ? cellOf(row[column]) : Cell{"-"});
+    for (const std::string &column : columns) line.push_back(cellOf(row.contains(column) ? row[column] : Rows()));
     lines.push_back(std::move(line));
   }
   // A header is aligned as its column is.
-  for (size_t i = 0; i < columns.size(); ++i) {
-    const auto isNumber = [i](const Line &line) { return line[i].right; };
-    lines[0].push_back({columns[i], std::any_of(lines.begin() + 1, lines.end(), isNumber)});
+  for (size_t i = 0; legend && i < columns.size(); ++i) {
+    const bool right = std::any_of(lines.begin() + 1, lines.end(), [i](const Line &line) { return line[i].right; });
+    lines[0].push_back({{columns[i]}, right});
   }
   return aligned(lines);
 }
@@ -75,7 +121,7 @@ void addFields(const Rows &object, const std::string &prefix, std::vector<Line> 
     if (value.is_object()) {
       addFields(value, prefix + name + ".", lines);
     } else {
-      lines.push_back({{prefix + name}, cellOf(value)});
+      lines.push_back({Cell{{prefix + name}}, cellOf(value)});
     }
   }
 }
@@ -93,7 +139,7 @@ std::string fieldsOf(const Rows &rows) {
 
 std::string linesOf(const Rows &rows, const std::string &column) {
   std::string out;
-  for (const Rows &row : rows) out += (row.contains(column) ? cellOf(row[column]).text : "") + '\n';
+  for (const Rows &row : rows) out += (row.contains(column) ? textOf(row[column]) : "") + '\n';
   return out;
 }
 
@@ -119,16 +165,18 @@ std::string sentencesOf(const Rows &rows) {
 
 }  // namespace
 
-std::string toTable(const Rows &rows, const Noun *noun) {
+std::string toTable(const Rows &rows, const Noun *noun, const TableOptions &options) {
   std::vector<std::string> columns;
   if (!noun) {
     if (rows.empty()) return "";
     for (const auto &[name, value] : rows[0].items()) columns.push_back(name);
-    return tableOf(rows, columns);
+    return tableOf(rows, columns, options.legend);
   }
-  for (const Column &column : noun->columns) columns.emplace_back(column.name);
+  for (const Column &column : noun->columns) {
+    if (!column.isPrefixes || options.prefixes) columns.emplace_back(column.name);
+  }
   switch (noun->layout) {
-    case Noun::Layout::table: return tableOf(rows, columns);
+    case Noun::Layout::table: return tableOf(rows, columns, options.legend);
     case Noun::Layout::fields: return fieldsOf(rows);
     case Noun::Layout::file: return rows.empty() ? "" : rows[0].dump(2) + '\n';
     case Noun::Layout::sentences: return sentencesOf(rows);

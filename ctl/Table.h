@@ -8,8 +8,13 @@
 
 namespace Control {
 
-/// In the layout of the noun, with its columns in their order. A null noun: a table of whatever fields
-/// the first row has.
-std::string toTable(const Rows &rows, const Noun *noun);
+struct TableOptions {
+  bool legend = true;     ///< begin with the names of the columns
+  bool prefixes = false;  ///< show the columns that list prefixes, too
+};
+
+/// In the layout of the noun, with its columns in their order; wide cells are folded, durations read like 1h02m. A null
+/// noun: a table of whatever fields the first row has.
+std::string toTable(const Rows &rows, const Noun *noun, const TableOptions &options = {});
 
 }  // namespace Control

@@ -1,5 +1,6 @@
 #include "daemon/Answers.h"
 
+#include <algorithm>
 #include <array>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
@@ -8,11 +9,13 @@
 #include "daemon/control/Nouns.h"
 #include "daemon/control/Request.h"
 #include "view/Explain.h"
+#include "view/Groups.h"
 
 namespace Routing::Pim::Bsr {
 
 namespace {
 
+using namespace std::string_view_literals;
 using Process = Answers::Process;
 
 template <class Lines>
@@ -89,18 +92,39 @@ void checkNoun(const Control::Request &request) {
   const Control::Noun *known = Control::nounOf(*Control::verbOf(request.verb), noun);
   if (!known) throw std::invalid_argument("there is no noun '" + noun + "'");
   if (!*known->operand && !request.argument.empty()) throw std::invalid_argument("'" + noun + "' takes no argument");
+  if (noun == "events") return;
+  if (request.choosesEvents()) throw std::invalid_argument("only of 'events' a part can be chosen");
+  const bool hasZones = std::ranges::any_of(known->columns, [](auto &column) { return column.name == "zone"sv; });
+  if (!request.zone.empty() && !hasZones) throw std::invalid_argument("the rows of '" + noun + "' have no zone");
+}
+
+// Of what the source has, the rows of the zone.
+Source ofZone(Source source, const Pax::IpGenPrefix &zone) {
+  const std::string text = Kiv::toText(zone);
+  return [source = std::move(source), text](Rows &rows) {
+    Rows all = Rows::array();
+    const bool more = source(all);
+    for (Rows &row : all) {
+      if (row["zone"] == text) rows.push_back(std::move(row));
+    }
+    return more;
+  };
+}
+
+Source rowsOfVrfs(const Process &process, const Control::Request &request) {
+  return request.zone.empty() ? VrfRows(process, request)
+                              : ofZone(VrfRows(process, request), zoneFrom(request.zone, process.system.af));
 }
 
 Source show(const Process &process, const Control::Request &request) {
   const std::string &noun = request.noun;
-  if (request.verb == "explain") return VrfRows(process, request);
   if (noun == "events") return sourceOf(events(process, request));
-  if (request.filters()) throw std::invalid_argument("only of 'events' a part can be chosen");
+  if (request.verb == "explain") return rowsOfVrfs(process, request);
   if (noun == "log") return sourceOf(rowsOfLines(process.log.lines()));
   if (noun == "agent") return sourceOf(agentRows(processView(process)));
   if (noun == "vrf") return sourceOf(vrfRows(processView(process), request.vrf));
   if (noun == "state") return sourceOf(stateRows(processView(process), request.argument));
-  return VrfRows(process, request);
+  return rowsOfVrfs(process, request);
 }
 
 std::string lineOf(const std::string &row) {
@@ -206,8 +230,9 @@ class RowsLine {
 
   std::string nextPiece() {
     constexpr size_t enough = 64 << 10;
+    if (ended_) return std::exchange(text_, {});
     loop_.workBegins();
-    while (!ended_ && text_.size() < enough && (text_.empty() || !loop_.turnIsLong())) {
+    do {
       if (next_ < rows_.size()) {
         text_.append(first_ ? "" : ",").append(Control::rowText(rows_[next_++]));
         first_ = false;
@@ -217,7 +242,9 @@ class RowsLine {
         text_.append(Control::rowsEnd);
         ended_ = true;
       }
-    }
+    } while (!ended_ && text_.size() < enough && !loop_.turnIsLong());
+    // Rows may be passed over for long, and an empty piece would end the reply.
+    if (text_.empty()) text_ = ' ';
     return std::exchange(text_, {});
   }
 

@@ -32,6 +32,15 @@ Users usersOf(const VrfView &view) {
   return users;
 }
 
+Rows rulesOf(const VrfView &view, const std::string &acl) {
+  Rows rules = Rows::array();
+  const auto config = view.ipAclConfig->acl(acl);
+  if (!config || !config->currCfg()) return rules;
+  const auto &bySequence = config->currCfg()->ruleBySequence();
+  for (const uint32_t sequence : sortedKeys(bySequence)) rules.push_back(Kiv::toText(*bySequence.find(sequence)));
+  return rules;
+}
+
 std::string whyIdle(const VrfView &view, const std::string &acl, const std::optional<PermittedPrefixes> &permitted,
                     const Sources &users) {
   for (const Source &user : users) {
@@ -52,6 +61,7 @@ void showAcl(const VrfView &view, Rows &rows) {
     Rows row{{"vrf", toJson(view.vrf)},
              {"acl", acl},
              {"exists", permitted.has_value()},
+             {"rules", rulesOf(view, acl)},
              {"groups", toJson(prefixes.groups)},
              {"unicast", toJson(prefixes.unicast)},
              {"users", Rows::array()}};

@@ -43,6 +43,8 @@ Rows rowOf(const VrfView &view, const Offers &offers) {
   row["interval"] = values.interval == bsPeriodUnset ? Rows() : toJson(values.interval);
   row["state"] = served && candidate->state() != BsrCandidateState::unset ? toJson(candidate->state()) : Rows();
   row["elected"] = served && candidate->elected();
+  const auto winner = zone.isEmpty() ? nullptr : view.status->bootstrapRouter(zone);
+  row["winner"] = winner ? toJson(winner->ipAddr()) : nullptr;
   row["sources"] = namesOf(offers, served);
   addReason(row, served && lack.empty(), why.empty() ? lack : why);
   return row;

@@ -1,6 +1,5 @@
-#include <stdexcept>
-
 #include "view/Explain.h"
+#include "view/Groups.h"
 #include "view/Reasons.h"
 #include "view/Rpf.h"
 #include "view/ZoneView.h"
@@ -171,16 +170,6 @@ class ZoneExplanation {
   const ZoneView zone_;
   Statements statements_;
 };
-
-Pax::IpGenPrefix zoneFrom(const std::string &text, Pax::AddressFamily family) {
-  try {
-    const Pax::IpGenPrefix zone = Pax::IpGenPrefix::fromText(text);
-    if (Pax::allGroups(family).covers(zone)) return zone;
-  } catch (const Kiv::RangeError &) {
-  }
-  throw std::invalid_argument("'" + text + "' is not a zone, as " + Kiv::toText(Pax::allGroups(family)) +
-                              " is; 'pimbsrctl show bsr' lists them");
-}
 
 }  // namespace
 

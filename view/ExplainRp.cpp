@@ -6,7 +6,6 @@
 #include "view/Announced.h"
 #include "view/Explain.h"
 #include "view/Reasons.h"
-#include "view/Rpf.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -48,7 +47,7 @@ class RpExplanation {
       if (entry->status()) prefixes += groupsIn(*entry->status(), {}).size();
       zones += prefixes != before ? 1 : 0;
     }
-    const bool local = isLocal(view_, rp_);
+    const bool local = localAddresses(view_).contains(rp_);
     const std::string lead = sentence(vrfLead(view_), "RP ", rp_, ": ");
     const std::string what = prefixes == 0 ? "no BSR announces it"
                                            : sentence("it serves ", prefixes, prefixes == 1 ? " prefix" : " prefixes",
@@ -201,9 +200,10 @@ class RpExplanation {
   }
 
   void whereToLook() {
+    const std::set<Pax::IpGenAddr> local = localAddresses(view_);
     for (const Pax::IpGenPrefix &zone : sortedKeys(view_.status->bootstrapRouter())) {
       const Pax::IpGenAddr bsr = view_.status->bootstrapRouter(zone)->ipAddr();
-      if (isLocal(view_, bsr)) continue;
+      if (local.contains(bsr)) continue;
       statements_.say("look", {{"zone", toJson(zone)}, {"bsr", toJson(bsr)}},
                       sentence("Zone ", zone, ": 'pimbsrctl explain rp ", rp_, "' on the BSR, ", bsr,
                                ", says whether it was heard there."));

@@ -15,7 +15,8 @@ Rows bordersOf(const VrfView &view, const Pax::IntfId &intfId) {
 
 Rows rowOf(const VrfView &view, const Pax::IntfId &intfId) {
   const auto intf = view.pimStatus ? view.pimStatus->pimIntf(intfId) : nullptr;
-  const std::string reason = intf ? "" : whyPimOff(view, intfId);
+  const bool hasPim = std::ranges::find(view.pimInterfaces, intfId) != view.pimInterfaces.end();
+  const std::string reason = intf ? "" : hasPim ? whyPimOff(view, intfId) : "PIM is not configured there";
   return {{"vrf", toJson(view.vrf)},
           {"interface", toJson(intfId)},
           {"state", intf ? "on" : "off"},
@@ -33,7 +34,9 @@ Rows rowOf(const VrfView &view, const Pax::IntfId &intfId) {
 
 void showInterfaces(const VrfView &view, Rows &rows) {
   std::vector<Pax::IntfId> interfaces = view.pimInterfaces;
+  for (const auto &[intfId, config] : view.intfConfig) interfaces.push_back(intfId);
   std::sort(interfaces.begin(), interfaces.end());
+  interfaces.erase(std::unique(interfaces.begin(), interfaces.end()), interfaces.end());
   for (const Pax::IntfId &intfId : interfaces) rows.push_back(rowOf(view, intfId));
 }
 

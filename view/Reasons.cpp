@@ -31,12 +31,12 @@ std::string whyNoAddress(const VrfView &view, const Pax::IntfId &intfId) {
 }
 
 std::string whyPimOff(const VrfView &view, const Pax::IntfId &intfId) {
-  const std::string why = whyAbsent(view, intfId);
-  if (!why.empty()) return why;
+  if (!view.interfaces) return whyNotRunning(view);
   const auto status = view.interfaces->intfStatus(intfId);
+  if (!status) return Kiv::toText(intfId) + " does not exist";
   if (!status->adminUp()) return Kiv::toText(intfId) + " is down";
   if (!status->up()) return Kiv::toText(intfId) + " has no carrier";
-  if (!status->pimAddr().isZero()) return "";
+  if (!status->pimAddr().isZero()) return whyNotRunning(view);
   return Kiv::toText(intfId) + (view.af == Pax::AddressFamily::ipv4 ? " has no address" : " has no link-local address");
 }
 

@@ -22,7 +22,7 @@ std::string whyNotRunning(const VrfView &view);
 std::string whyAbsent(const VrfView &view, const Pax::IntfId &intfId);
 /// Includes whyAbsent().
 std::string whyNoAddress(const VrfView &view, const Pax::IntfId &intfId);
-/// Of a PIM interface; includes whyAbsent().
+/// Of a PIM interface: what is wrong with it, or else whyNotRunning().
 std::string whyPimOff(const VrfView &view, const Pax::IntfId &intfId);
 
 /// Zero while it has none.

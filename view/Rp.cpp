@@ -28,6 +28,7 @@ void showRp(const VrfView &view, const std::string &group, Rows &rows) {
     row["bsr"] = bsr ? toJson(bsr->ipAddr()) : nullptr;
     row["prefix"] = toJson(answer->prefix);
     row["rp"] = toJson(answer->best().rp);
+    row["local"] = localAddresses(view).contains(answer->best().rp);
     row["mode"] = toJson(rpHashSm->mode());
     row["priority"] = toJson(answer->best().priority);
     row["hash"] = toJson(answer->best().hash);

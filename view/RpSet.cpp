@@ -1,3 +1,5 @@
+#include <stdexcept>
+
 #include "engine/PublishedRpSet.h"
 #include "view/Announced.h"
 #include "view/Json.h"
@@ -7,11 +9,44 @@ namespace Routing::Pim::Bsr {
 
 namespace {
 
-// Shows one zone, from behind the cursor on.
+// Which RPs are asked for: one, those of the prefixes within one, or those of the prefixes that cover a group.
+class Choice {
+ public:
+  Choice(const std::string &text, Pax::AddressFamily family) {
+    try {
+      if (text.empty()) return;
+      if (text.find('/') != text.npos) {
+        within_ = Pax::IpGenPrefix::fromText(text);
+        if (Pax::allGroups(family).covers(within_)) return;
+      } else {
+        const Pax::IpGenAddr address = Pax::IpGenAddr::fromText(text);
+        (address.isMulticast() ? group_ : rp_) = address;
+        if (address.af() == family) return;
+      }
+    } catch (const Kiv::RangeError &) {
+    }
+    throw std::invalid_argument("'" + text + "' is neither an RP nor a group or range of " +
+                                Kiv::toText(Pax::allGroups(family)));
+  }
+
+  bool hasSet(const Pax::IpGenPrefix &group, const RpCandidateSet &set) const {
+    if (!within_.isEmpty()) return within_.covers(group) && !set.rp().empty();
+    if (!group_.isZero()) return group.covers(Pax::IpGenPrefix::host(group_)) && !set.rp().empty();
+    return rp_.isZero() ? !set.rp().empty() : bool(set.rp(rp_));
+  }
+  bool hasRp(const Pax::IpGenAddr &address) const { return rp_.isZero() || address == rp_; }
+
+ private:
+  Pax::IpGenPrefix within_;
+  Pax::IpGenAddr group_;
+  Pax::IpGenAddr rp_;
+};
+
+// Shows zones, from behind the cursor on.
 class ZoneRows {
  public:
-  ZoneRows(const VrfView &view, ShowCursor &cursor, size_t &room, Rows &rows)
-      : view_(view), cursor_(cursor), room_(room), rows_(rows) {}
+  ZoneRows(const VrfView &view, const Choice &choice, ShowCursor &cursor, Rows &rows)
+      : view_(view), choice_(choice), local_(localAddresses(view)), cursor_(cursor), rows_(rows) {}
 
   // True when the room is used up.
   bool show(const Pax::IpGenPrefix &zone, const RpCandidateStatus &learned) {
@@ -23,7 +58,7 @@ class ZoneRows {
       const auto set = learned.crpSet(group);
       const auto published = view_.bsrSm ? view_.bsrSm->published().setOfOwner(zone, group) : nullptr;
       for (const Pax::IpGenAddr &address : sortedKeys(set->rp())) {
-        if (address <= cursor_.rp) continue;
+        if (address <= cursor_.rp || !choice_.hasRp(address)) continue;
         if (room_ == 0) return true;
         --room_;
         cursor_.rp = address;
@@ -42,7 +77,7 @@ class ZoneRows {
   std::vector<Pax::IpGenPrefix> groupsIn(const RpCandidateStatus &learned) const {
     std::vector<Pax::IpGenPrefix> groups;
     for (const auto &[group, set] : learned.crpSet()) {
-      if (group >= cursor_.group && !set->rp().empty()) groups.push_back(group);
+      if (group >= cursor_.group && choice_.hasSet(group, *set)) groups.push_back(group);
     }
     // The first one may be shown already.
     const auto end = groups.begin() + static_cast<std::ptrdiff_t>(std::min(groups.size(), room_ + 2));
@@ -56,6 +91,7 @@ class ZoneRows {
                      {"zone", toJson(zone)},
                      {"group", toJson(group)},
                      {"rp", toJson(address)},
+                     {"local", local_.contains(address)},
                      {"mode", toJson(rp.pimMode())},
                      {"priority", toJson(rp.priority())},
                      {"holdTime", toJson(rp.holdTime())},
@@ -65,19 +101,22 @@ class ZoneRows {
   }
 
   const VrfView &view_;
+  const Choice &choice_;
+  const std::set<Pax::IpGenAddr> local_;
   ShowCursor &cursor_;
-  size_t &room_;
+  size_t room_ = ShowCursor::slice;
   Rows &rows_;
 };
 
 }  // namespace
 
-bool showRpSet(const VrfView &view, ShowCursor &cursor, Rows &rows) {
-  size_t room = ShowCursor::slice;
+bool showRpSet(const VrfView &view, const std::string &argument, ShowCursor &cursor, Rows &rows) {
+  const Choice choice(argument, view.af);
+  ZoneRows zoneRows(view, choice, cursor, rows);
   for (const Pax::IpGenPrefix &zone : sortedKeys(view.status->crpStatus())) {
     if (zone < cursor.zone) continue;
     const auto learned = view.status->crpStatus(zone)->status();
-    if (learned && ZoneRows(view, cursor, room, rows).show(zone, *learned)) return true;
+    if (learned && zoneRows.show(zone, *learned)) return true;
   }
   return false;
 }

@@ -53,8 +53,4 @@ std::string routeCommand(const VrfView &view, const Pax::IpGenAddr &address) {
   return "ip " + in + "route get " + toText(address);
 }
 
-bool isLocal(const VrfView &view, const Pax::IpGenAddr &address) {
-  return view.routes && !address.isZero() && view.routes->lookup(address).kind == RouteAnswer::Kind::local;
-}
-
 }  // namespace Routing::Pim::Bsr

@@ -14,7 +14,5 @@ RpfInfo rpfTowards(const VrfView &view, const Pax::IpGenAddr &address);
 std::string whyNoRpf(const VrfView &view, const Pax::IpGenAddr &address);
 /// What shows the route on this router: "ip -n blue route get 10.0.0.1".
 std::string routeCommand(const VrfView &view, const Pax::IpGenAddr &address);
-/// Whether this is an address of the router.
-bool isLocal(const VrfView &view, const Pax::IpGenAddr &address);
 
 }  // namespace Routing::Pim::Bsr

@@ -9,28 +9,47 @@ namespace {
 
 struct Producer {
   const char *noun;
-  void (*rows)(const VrfView &view, Rows &rows);
-  void (*rowsAbout)(const VrfView &view, const std::string &argument, Rows &rows) = nullptr;
-  bool (*nextRows)(const VrfView &view, ShowCursor &cursor, Rows &rows) = nullptr;
+  bool takesArgument;
+  bool (*next)(const VrfView &view, const std::string &argument, ShowCursor &cursor, Rows &rows);
 };
+
+// Of a noun that is never long.
+template <auto show>
+constexpr Producer whole(const char *noun) {
+  return {noun, false, [](const VrfView &view, const std::string &, ShowCursor &, Rows &rows) {
+            show(view, rows);
+            return false;
+          }};
+}
+template <auto show>
+constexpr Producer sliced(const char *noun) {
+  return {noun, false, [](const VrfView &view, const std::string &, ShowCursor &cursor, Rows &rows) {
+            return show(view, cursor, rows);
+          }};
+}
+
 constexpr std::array producers{
-    Producer{"bsr", nullptr, nullptr, showBsr},
-    Producer{"candidate-bsr", nullptr, nullptr, showCandidateBsr},
-    Producer{"candidate-rp", showCandidateRp},
-    Producer{"rp-set", nullptr, nullptr, showRpSet},
-    Producer{"rp", nullptr, showRp},
-    Producer{"border", showBorder},
-    Producer{"acl", showAcl},
-    Producer{"filter", showFilter},
-    Producer{"interfaces", showInterfaces},
-    Producer{"neighbors", showNeighbors},
-    Producer{"counters", showCounters},
+    sliced<showBsr>("bsr"),
+    sliced<showCandidateBsr>("candidate-bsr"),
+    whole<showCandidateRp>("candidate-rp"),
+    Producer{"rp-set", true, showRpSet},
+    Producer{"rp", true,
+             [](const VrfView &view, const std::string &argument, ShowCursor &, Rows &rows) {
+               showRp(view, argument, rows);
+               return false;
+             }},
+    whole<showBorder>("border"),
+    whole<showAcl>("acl"),
+    whole<showFilter>("filter"),
+    whole<showInterfaces>("interfaces"),
+    whole<showNeighbors>("neighbors"),
+    whole<showCounters>("counters"),
 };
 
 const Producer &producerOf(std::string_view noun, const std::string &argument) {
   for (const Producer &producer : producers) {
     if (producer.noun != noun) continue;
-    if (!producer.rowsAbout && !argument.empty()) {
+    if (!producer.takesArgument && !argument.empty()) {
       throw std::invalid_argument("'" + std::string(noun) + "' takes no argument");
     }
     return producer;
@@ -53,10 +72,7 @@ Rows rowsOf(std::string_view noun, const std::vector<VrfView> &views, const std:
 
 bool nextRowsOf(std::string_view noun, const VrfView &view, const std::string &argument, ShowCursor &cursor,
                 Rows &rows) {
-  const Producer &producer = producerOf(noun, argument);
-  if (producer.nextRows) return producer.nextRows(view, cursor, rows);
-  producer.rows ? producer.rows(view, rows) : producer.rowsAbout(view, argument, rows);
-  return false;
+  return producerOf(noun, argument).next(view, argument, cursor, rows);
 }
 
 }  // namespace Routing::Pim::Bsr

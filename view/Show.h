@@ -36,7 +36,8 @@ void showBorder(const VrfView &view, Rows &rows);
 void showInterfaces(const VrfView &view, Rows &rows);
 void showAcl(const VrfView &view, Rows &rows);
 void showFilter(const VrfView &view, Rows &rows);
-bool showRpSet(const VrfView &view, ShowCursor &cursor, Rows &rows);
+/// All, or those of one RP, of the prefixes within one, or of those that cover a group.
+bool showRpSet(const VrfView &view, const std::string &argument, ShowCursor &cursor, Rows &rows);
 /// The RPs that serve the group, a row for each mode in which there is one.
 void showRp(const VrfView &view, const std::string &group, Rows &rows);
 void showNeighbors(const VrfView &view, Rows &rows);

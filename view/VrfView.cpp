@@ -4,6 +4,16 @@
 
 namespace Routing::Pim::Bsr {
 
+std::set<Pax::IpGenAddr> localAddresses(const VrfView &view) {
+  std::set<Pax::IpGenAddr> addresses;
+  if (!view.interfaces) return addresses;
+  for (const auto &[intfId, status] : view.interfaces->intfStatus()) {
+    if (!status->adminUp()) continue;
+    for (const auto &[address, info] : status->address()) addresses.insert(address);
+  }
+  return addresses;
+}
+
 VrfView viewOf(const SystemState &system, const L3::VrfName &vrf, const ContainerSm *machines, double now,
                std::vector<Pax::IntfId> pimInterfaces) {
   VrfView view;

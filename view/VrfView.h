@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <vector>
 
 #include "agent/SystemState.h"
@@ -36,6 +37,9 @@ struct VrfView {
   const RpHashSm *rpHashSm = nullptr;
   const RpHashSm *bidirRpHashSm = nullptr;
 };
+
+/// Every address of the router in the VRF, those of interfaces that are down aside.
+std::set<Pax::IpGenAddr> localAddresses(const VrfView &view);
 
 /// Of a VRF that the agent knows, whose machines are null if it does not run.
 VrfView viewOf(const SystemState &system, const L3::VrfName &vrf, const ContainerSm *machines, double now,

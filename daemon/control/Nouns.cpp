@@ -11,8 +11,9 @@ namespace {
 
 constexpr Column vrf{"vrf", "the VRF"};
 constexpr Column zone{"zone", "group prefix of the scope zone"};
-constexpr Column upTime{"upTime", "seconds since it was learned"};
-constexpr Column expires{"expires", "seconds until it expires"};
+constexpr Column upTime{"upTime", "how long ago it was learned"};
+constexpr Column expires{"expires", "how long until it expires"};
+constexpr Column local{"local", "whether the RP is an address of this router"};
 constexpr Column active{"active", "whether it is in force"};
 constexpr Column reason{"reason", "what is not in force, and why"};
 
@@ -26,7 +27,7 @@ constexpr std::array agent{
     Column{"loadedAt", "when the configuration in force was loaded"},
     Column{"lastError", "why a later reload was refused"},
     Column{"droppedTraces", "trace lines that nobody read from its standard error"},
-    Column{"longestTurn", "seconds, of the longest turn of its loop since the counters were last cleared"},
+    Column{"longestTurn", "the longest turn of its loop since the counters were last cleared"},
 };
 constexpr std::array vrfs{
     vrf,
@@ -45,7 +46,11 @@ constexpr std::array bsr{
         "noInfo, acceptAny or acceptPreferred; as a candidate cBsr, pBsr or eBsr; none while the VRF is not running"},
     Column{"elected", "whether this router is the BSR"},
     upTime,
-    expires,
+    Column{"expires", "how long until the BSR is lost, unless its next message comes"},
+    Column{"nextBsm", "how long until this router sends its next message as the BSR, or takes over"},
+    Column{"lastBsmFrom", "the neighbor that the BSR's last message came from"},
+    Column{"lastBsmAt", "how long ago that was or, on the BSR, its own last message"},
+    Column{"rpfNeighbor", "the neighbor that the BSR's messages have to come from"},
 };
 constexpr std::array candidateBsr{
     vrf,
@@ -57,6 +62,7 @@ constexpr std::array candidateBsr{
     Column{"interval", "seconds between Bootstrap messages as the BSR"},
     Column{"state", "cBsr, pBsr (about to be elected) or eBsr"},
     Column{"elected", "whether it is the BSR"},
+    Column{"winner", "address of the zone's BSR"},
     Column{"sources", "sources of the zone: group, or names of ACLs"},
     active,
     reason,
@@ -70,7 +76,7 @@ constexpr std::array candidateRp{
     Column{"groups", "prefixes served, each with its priority"},
     active,
     reason,
-    Column{"zones", "where it advertises: zone, BSR, groups, groups left out, seconds until the next advertisement"},
+    Column{"zones", "where it advertises: zone, BSR, groups, groups left out, how long until the next advertisement"},
 };
 constexpr std::array border{
     vrf,
@@ -84,8 +90,9 @@ constexpr std::array acl{
     vrf,
     Column{"acl", "name of the ACL"},
     Column{"exists", "whether it is defined"},
-    Column{"groups", "group prefixes that it permits"},
-    Column{"unicast", "other prefixes that it permits"},
+    Column{"rules", "its rules, the first that matches decides"},
+    Column{.name = "groups", .help = "group prefixes that it permits", .isPrefixes = true},
+    Column{.name = "unicast", .help = "other prefixes that it permits", .isPrefixes = true},
     Column{"users", "roles and interfaces that name it; the filter has no interface"},
     active,
     reason,
@@ -102,6 +109,7 @@ constexpr std::array rpSet{
     zone,
     Column{"group", "group prefix"},
     Column{"rp", "address of the RP"},
+    local,
     Column{"mode", "sparsemode or bidir"},
     Column{"priority", "priority of the RP, the lowest wins"},
     Column{"holdTime", "advertised hold time, seconds"},
@@ -118,6 +126,7 @@ constexpr std::array rp{
     Column{"bsr", "address of the zone's BSR"},
     Column{"prefix", "the longest prefix with an RP set that covers the group"},
     Column{"rp", "address of its RP"},
+    local,
     Column{"mode", "sparsemode or bidir"},
     Column{"priority", "priority of the RP, the lowest wins"},
     Column{"hash", "hash of group and RP, the highest wins among equal priorities"},
@@ -182,12 +191,15 @@ constexpr std::array allNouns{
     Noun{"bsr", "the elected BSR of each scope zone", bsr},
     Noun{"candidate-bsr", "this router's candidate BSRs", candidateBsr},
     Noun{"candidate-rp", "this router's candidate RPs", candidateRp},
-    Noun{"rp-set", "the RPs learned from the BSRs", rpSet},
+    Noun{.name = "rp-set",
+         .help = "the RPs learned from the BSRs: all, one, or those for a group or within a range",
+         .columns = rpSet,
+         .operand = "[PREFIX|RP]"},
     Noun{.name = "rp", .help = "the RP that serves a group", .columns = rp, .operand = "GROUP"},
     Noun{"border", "the BSR borders", border},
     Noun{"acl", "the ACLs and who uses them", acl},
     Noun{"filter", "the candidate RPs that are accepted", filter},
-    Noun{"interfaces", "the interfaces configured for PIM", interfaces},
+    Noun{"interfaces", "every configured interface, whether PIM is on there, and why not", interfaces},
     Noun{"neighbors", "the PIM neighbors", neighbors},
     Noun{"counters", "message counters of each VRF", counters, Noun::Layout::fields, true},
     Noun{"config", "the configuration in force with its defaults, as a file that can be loaded", config,

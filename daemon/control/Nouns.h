@@ -12,6 +12,7 @@ namespace Control {
 struct Column {
   const char *name;
   const char *help;
+  bool isPrefixes = false;  ///< shown in tables only with --prefixes
 };
 
 struct Noun {

@@ -17,13 +17,13 @@ struct Request {
   std::string noun;
   std::string vrf;
   std::string argument;
-  // Of "show events": which are wanted; empty for all.
+  // Which rows are wanted; empty for all. All but `zone` are for "show events".
   std::string since{};     ///< a number, or a time as in 2024-05-01T12:34:56Z
   std::string zone{};      ///< group prefix
   std::string severity{};  ///< the least
   std::string kind{};
 
-  bool filters() const { return !since.empty() || !zone.empty() || !severity.empty() || !kind.empty(); }
+  bool choosesEvents() const { return !since.empty() || !severity.empty() || !kind.empty(); }
 };
 
 /// Bytes of a request line that an agent takes.

@@ -33,10 +33,14 @@ void checkFilter(const Configuration &configuration, const L3::VrfName &vrf, con
 
 void checkInterfaces(const L3::VrfName &vrf, const PimVrf &pim, const SystemView &view, Findings &findings) {
   for (size_t i = 0; i < pim.interfaces.size(); ++i) {
-    if (!view.inVrfDevice(pim.interfaces[i])) continue;
-    findings.warning(entryPath({"pim", vrf.text(), "interfaces", std::to_string(i)}),
-                     std::string(pim.interfaces[i].name()) +
-                         " belongs to a VRF device, whose routes are ignored: a VRF is a network namespace here");
+    const std::string path = entryPath({"pim", vrf.text(), "interfaces", std::to_string(i)});
+    const std::string name(pim.interfaces[i].name());
+    if (!view.interfaces->intfStatus(pim.interfaces[i])) {
+      findings.warning(path, name + " is not there now; PIM begins on it when it is");
+    } else if (view.inVrfDevice(pim.interfaces[i])) {
+      findings.warning(path,
+                       name + " belongs to a VRF device, whose routes are ignored: a VRF is a network namespace here");
+    }
   }
 }
 

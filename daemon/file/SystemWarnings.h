@@ -14,8 +14,8 @@ struct SystemView {
   std::function<bool(const Pax::IntfId &intfId)> inVrfDevice;
 };
 
-/// Checks one VRF of a configuration without errors for a PIM interface that belongs to a VRF device, and for
-/// a filter that denies this router's own candidate RP. Interfaces that do not exist (yet) are skipped.
+/// Checks one VRF of a configuration without errors for a PIM interface that is not there or belongs to a VRF device,
+/// and for a filter that denies this router's own candidate RP.
 void findSystemWarnings(const Configuration &configuration, const L3::VrfName &vrf, const SystemView &view,
                         Findings &findings);
 

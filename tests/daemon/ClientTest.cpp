@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
+
 #include "ctl/Options.h"
 #include "ctl/Table.h"
 #include "daemon/Options.h"
@@ -17,7 +19,8 @@ TEST(CommandLine, TheClientTakesVerbNounAndOptionsInAnyOrder) {
   EXPECT_EQ(Control::optionsFrom({"trace", "*=9"}).request.argument, "*=9");
   EXPECT_EQ(Control::optionsFrom({"clear", "counters"}).request.argument, "counters");
   EXPECT_EQ(Control::toLine(Control::optionsFrom({"show", "events", "--since=7", "--zone=239.0.0.0/8",
-                                                  "--severity=error", "--kind=bsrLost"}).request),
+                                                  "--severity=error", "--kind=bsrLost"})
+                                .request),
             R"({"verb":"show","noun":"events","since":"7","zone":"239.0.0.0/8","severity":"error","kind":"bsrLost"})");
   EXPECT_EQ(Control::optionsFrom({"show", "rp", "225.1.1.1"}).request.argument, "225.1.1.1");
   EXPECT_EQ(Control::optionsFrom({"stage", "boot", "NetworkAgent"}).request.argument, "boot NetworkAgent");
@@ -26,7 +29,12 @@ TEST(CommandLine, TheClientTakesVerbNounAndOptionsInAnyOrder) {
   EXPECT_EQ(Control::optionsFrom({"show", "state", "a/b"}).request.argument, "a/b");
   EXPECT_EQ(Control::optionsFrom({"reload"}).socket, "/run/pimbsr/PimBsr.sock");
 
+  EXPECT_EQ(Control::toLine(Control::optionsFrom({"explain", "rp", "10.0.0.1"}).request),
+            R"({"verb":"explain","noun":"rp","argument":"10.0.0.1"})");
+
   const std::vector<std::vector<std::string>> bad{
+      {"explain", "acl"},
+      {"explain", "rp"},
       {},
       {"show"},
       {"show", "weather"},
@@ -56,6 +64,37 @@ TEST(CommandLine, TheAgentHasTheDefaultsOfItsFamilyAndRefusesTheRest) {
            {"file"}, {"--conf", "x"}, {"--config"}, {"--trace", "A"}, {"--trace", "A=10"}, {"--trace", "=1"}}) {
     EXPECT_THROW(Bsr::optionsFrom(ipv6, arguments), Bsr::UsageError) << arguments[0];
   }
+}
+
+TEST(Table, WideCellsAreFoldedAndDurationsReadAsPeopleSayThem) {
+  const Rows rows = Rows::parse(R"([
+    {"name": "a", "number": 7, "left": 3720.5, "list": ["10.0.0.0/8", "11.0.0.0/8"], "of": [{"zone": "z", "groups": []}]},
+    {"name": "b", "number": 42, "left": null,
+     "list": ["10.0.0.0/8", "11.0.0.0/8", "12.0.0.0/8", "13.0.0.0/8", "14.0.0.0/8"],
+     "of": [{"zone": "239.1.0.0/16", "groups": ["239.1.1.0/24", "239.1.2.0/24"], "next": 0.25}, {"zone": "y"}]},
+    {"name": "c", "number": 1, "left": 59.9, "list": ["permit any", "deny any"], "of": []}
+  ])");
+  EXPECT_EQ(Control::toTable(rows, nullptr), R"(name  number   left  list                               of
+a          7  1h02m  10.0.0.0/8,11.0.0.0/8              z -
+b         42  -      10.0.0.0/8,11.0.0.0/8,12.0.0.0/8,  239.1.0.0/16 239.1.1.0/24,239.1.2.0/24
+                     13.0.0.0/8,14.0.0.0/8                250ms
+                                                        y
+c          1    59s  permit any                         -
+                     deny any
+)");
+  EXPECT_EQ(Control::toTable({{{"left", 61.0}}}, nullptr, {.legend = false}), "1m01s\n");
+  const Control::Noun &acl = *Control::nounOf("acl");
+  const Rows row = Rows::parse(R"([{"acl": "A", "rules": ["permit any"], "groups": ["224.0.0.0/4"]}])");
+  EXPECT_EQ(Control::toTable(row, &acl).find("224.0.0.0/4"), std::string::npos);
+  EXPECT_NE(Control::toTable(row, &acl, {.prefixes = true}).find("224.0.0.0/4"), std::string::npos);
+}
+
+TEST(Table, StatementsAboutTheSameAreIndented) {
+  const Rows rows = Rows::parse(R"([
+    {"vrf": "v", "zone": "z", "about": "bsr", "text": "Zone z."}, {"vrf": "v", "zone": "z", "about": "rpf", "text": "From there."},
+    {"vrf": "w", "zone": "z", "about": "bsr", "text": "Zone z."}])");
+  const Control::Noun *topic = Control::optionsFrom({"explain", "bsr"}).noun;
+  EXPECT_EQ(Control::toTable(rows, topic), "Zone z.\n  From there.\nZone z.\n");
 }
 
 }  // namespace

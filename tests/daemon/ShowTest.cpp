@@ -153,9 +153,11 @@ MISSING | false | [] | [] | false | ACL MISSING is not defined
   vrf.intfIs(1);
   configure(vrf);
   EXPECT_EQ(brief(rowsOf("interfaces", {viewOf(vrf)}), {"interface", "state", "reason", "neighbors"}),
-            "eth1 | on | null | 1\neth3 | off | eth3 has no carrier | 0\neth4 | off | eth4 has no address | 0\n"
+            "eth1 | on | null | 1\neth2 | off | PIM is not configured there | 0\neth3 | off | eth3 has no carrier | "
+            "0\neth4 | off | eth4 has no address | 0\n"
             "eth6 | off | eth6 is down | 0\neth9 | off | eth9 does not exist | 0\n");
   for (const auto &c : cases) EXPECT_EQ(brief(rowsOf(c.noun, {viewOf(vrf)}), c.columns), c.rows) << c.noun;
+  EXPECT_EQ(rowsOf("acl", {viewOf(vrf)})[0]["rules"], Rows::parse(R"(["permit 239.1.0.0/16"])"));
   EXPECT_EQ(
       rowsOf("acl", {viewOf(vrf)})[3]["users"],
       Rows::parse(R"([{"role": "border", "interface": "eth1"}, {"role": "candidate-bsr", "interface": "eth1"}])"));
@@ -220,6 +222,44 @@ TEST(Show, TheElectedBsrAndTheSortedRpSet) {
               text(9) + " | 0 | 140.0 | true | null\n" + text(3) + " | 192 | 90.0 | true | null\n" + text(20) +
                   " | 5 | 140.0 | true | null\n");
   }
+}
+
+TEST(Show, RpsAreChosenByAddressGroupOrRange) {
+  TestVrf vrf(ipv4);
+  learn(vrf);
+  vrf.hear(Bsm(vrf.a.host(8)).scope(vrf.a.scope(1)).group(vrf.a.inScope(1, 1), {{vrf.a.host(9), 150, 1}}));
+  const std::pair<const char *, const char *> cases[] = {
+      {"10.0.0.9", "225.1.0.0/16 | 10.0.0.9\n239.1.1.0/24 | 10.0.0.9\n"},
+      {"225.0.0.0/8", "225.1.0.0/16 | 10.0.0.9\n225.2.0.0/16 | 10.0.0.3\n225.2.0.0/16 | 10.0.0.20\n"},
+      {"225.2.0.0/16", "225.2.0.0/16 | 10.0.0.3\n225.2.0.0/16 | 10.0.0.20\n"},
+      {"239.1.1.1", "239.1.1.0/24 | 10.0.0.9\n"},
+      {"10.0.0.99", ""},
+  };
+  for (const auto &[chosen, rows] : cases) {
+    EXPECT_EQ(brief(rowsOf("rp-set", {viewOf(vrf)}, chosen), {"group", "rp"}), rows) << chosen;
+  }
+  for (const char *bad : {"10.0.0.0/8", "ff0e::1", "x"}) {
+    EXPECT_THROW(rowsOf("rp-set", {viewOf(vrf)}, bad), std::invalid_argument) << bad;
+  }
+}
+
+TEST(Show, TheBsrTellsOfItsMessagesAndTheOthersWhereTheyComeFrom) {
+  TestVrf vrf(ipv4);
+  learn(vrf);
+  const std::vector<std::string> columns{"address", "expires", "nextBsm", "lastBsmFrom", "lastBsmAt", "rpfNeighbor"};
+  const std::string neighbor = Kiv::toText(vrf.neighbor(1));
+  EXPECT_EQ(brief(rowsOf("bsr", {viewOf(vrf)}), columns),
+            "10.0.0.1 | 120.0 | null | " + neighbor + " | 10.0 | " + neighbor + "\n");
+  vrf.candidateIs(vrf.a.global(), 50, 5);
+  EXPECT_EQ(brief(rowsOf("candidate-bsr", {viewOf(vrf)}), {"elected", "winner"}), "false | 10.0.0.1\n");
+  vrf.candidateDel(vrf.a.global());
+  vrf.candidateIs(vrf.a.global(), 50, 200, 60);
+  while (!rowsOf("bsr", {viewOf(vrf)})[0]["elected"]) vrf.advance(1);
+  const double takenOver = vrf.status->bootstrapRouter(vrf.a.global())->setupTime();
+  vrf.hearCrp(7, vrf.a.host(50), {{vrf.a.group(1)}});
+  vrf.advance(takenOver + 15 - vrf.time.now());  // the second message went out after 10 seconds
+  EXPECT_EQ(brief(rowsOf("bsr", {viewOf(vrf)}), columns), "10.0.0.50 | 125.0 | 55.0 | null | 5.0 | null\n");
+  EXPECT_EQ(brief(rowsOf("candidate-bsr", {viewOf(vrf)}), {"elected", "winner"}), "true | 10.0.0.50\n");
 }
 
 TEST(Show, LongTablesComeInSlicesThatNeitherRepeatNorForget) {

@@ -27,16 +27,20 @@ TEST_F(SystemWarningsTest, AFilterThatDeniesOurOwnCandidateRpIsFoundByTheAddress
                                                       "denies 10.9.0.1, this router's own candidate RP on eth7"}}));
 }
 
-TEST(SystemWarnings, APimInterfaceOfAVrfDeviceIsFound) {
-  const auto loaded =
-      configurationFromText(R"({"pim": {"default": {"interfaces": ["eth0", "eth1"]}}})", Pax::AddressFamily::ipv4);
-  const SystemView view{Kiv::make<Ip::AllIntfStatusDir>(), [](const auto &intfId) { return intfId.name() == "eth1"; }};
+TEST(SystemWarnings, APimInterfaceThatIsMissingOrOfAVrfDeviceIsFound) {
+  const auto loaded = configurationFromText(R"({"pim": {"default": {"interfaces": ["eth0", "eth1", "eth2"]}}})",
+                                            Pax::AddressFamily::ipv4);
+  const auto interfaces = Kiv::make<Ip::AllIntfStatusDir>();
+  for (const char *there : {"eth0", "eth1"}) interfaces->intfStatusIs({L3::defaultVrf, there});
+  const SystemView view{interfaces, [](const auto &intfId) { return intfId.name() == "eth1"; }};
   Findings findings;
   findSystemWarnings(loaded.configuration, "default", view, findings);
-  EXPECT_EQ(findings.warnings,
-            (std::vector<Finding>{{"/pim/default/interfaces/1",
-                                   "eth1 belongs to a VRF device, whose routes are ignored: a VRF is a network "
-                                   "namespace here"}}));
+  EXPECT_EQ(
+      findings.warnings,
+      (std::vector<Finding>{{"/pim/default/interfaces/1",
+                             "eth1 belongs to a VRF device, whose routes are ignored: a VRF is a network "
+                             "namespace here"},
+                            {"/pim/default/interfaces/2", "eth2 is not there now; PIM begins on it when it is"}}));
 }
 
 }  // namespace
