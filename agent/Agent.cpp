@@ -81,6 +81,9 @@ void Agent::handleStandbyMode() {
 
 void Agent::doCleanup() {
   rootSm_.reset();
+  if (watcher_) {
+    for (const auto &[vrf, machines] : containerSm_) watcher_->vrfStops(vrf);
+  }
   containerSm_.clear();
   containerColl_.clear();
 }
@@ -137,10 +140,12 @@ Container &Agent::containerIs(const L3::VrfName &vrf) {
 }
 
 void Agent::containerSmIs(const L3::VrfName &vrf) {
-  containerSm_[vrf] = std::make_unique<ContainerSm>(*containerColl_.at(vrf));
+  const auto &machines = containerSm_[vrf] = std::make_unique<ContainerSm>(*containerColl_.at(vrf));
+  if (watcher_) watcher_->vrfRuns(vrf, *machines);
 }
 
 void Agent::containerSmDel(const L3::VrfName &vrf) {
+  if (watcher_ && containerSm_.contains(vrf)) watcher_->vrfStops(vrf);
   if (containerSm_.erase(vrf) > 0) shutdown_.vrfStopped(vrf);
 }
 

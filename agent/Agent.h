@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "agent/AgentWatcher.h"
 #include "agent/Container.h"
 #include "agent/ContainerSm.h"
 #include "agent/Mounts.h"
@@ -38,6 +39,9 @@ class Agent {
   /// Mounts everything; the rest follows when all of it is there, perhaps inside this call. A second call does
   /// nothing.
   void doInit();
+
+  /// At most one; null for none.
+  void watcherIs(AgentWatcher *watcher) { watcher_ = watcher; }
 
   const std::string &name() const { return name_; }
   Pax::AddressFamily af() const { return af_; }
@@ -96,6 +100,7 @@ class Agent {
   const Pax::AddressFamily af_;
   const std::string name_;
   const Process process_;
+  AgentWatcher *watcher_ = nullptr;
   std::unique_ptr<Statehub::MountGroup> mountGroup_;
   bool standbyMode_ = false;
   bool mountsComplete_ = false;

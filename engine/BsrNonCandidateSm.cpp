@@ -5,6 +5,7 @@
 #include "engine/BsmReassembly.h"
 #include "engine/BsmSender.h"
 #include "engine/RpSetStore.h"
+#include "engine/ZoneWatcher.h"
 #include "model/InternalStatus.h"
 #include "model/VrfTrace.h"
 
@@ -149,6 +150,7 @@ void BsrNonCandidateSm::handleSzTimerExpiry() {
   state_ = BsrNonCandidateState::noInfo;
   TRACE_STATE();
   VRF_TRACE(trace, 4, "Deleted Zone " << zone_);
+  if (bsrSm_.zoneWatcher()) bsrSm_.zoneWatcher()->zoneForgotten(zone_);
   bsrSm_.nonCandidateSmDel(Pax::IpGenPrefix(zone_));  // ends this machine
 }
 

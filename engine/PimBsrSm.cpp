@@ -141,6 +141,7 @@ void PimBsrSm::handleCrpMsg() {
   VRF_TRACE(trace, 1,
             "Rx Error - Dropping Crp Adv Message to Candidate BSR " << crpMsgStatus_->bsrIp() << " for zone " << zone);
   countDrop(bsrStatus_->counters(), &PimBsrCounters::rxCrpAdvErrorInc, &PimBsrErrorCounters::notBsrError);
+  crpMsgStatus_->refusedCountInc();
 }
 
 void PimBsrSm::handleRpCandidate() const { VRF_TRACE_ENTRY(trace); }
@@ -249,10 +250,9 @@ void PimBsrSm::nonCandidateSmDel(const Pax::IpGenPrefix &zone) { nonCandidateSm_
 
 void PimBsrSm::handleBsrTrie(const Pax::IpGenPrefix &zone) {
   VRF_TRACE_ENTRY_WITH(trace, " ( " << zone << " )");
-  const bool sameZones = settledVersion_ == bsrTrie_->version();
-  settledVersion_ = bsrTrie_->version();
-  if (sameZones) return;  // only the zone's BSR is another
-  published_->settleWithin(zone);
+  const uint64_t version = bsrTrie_->version();
+  if (std::exchange(settledVersion_, version) == version) return;  // only the zone's BSR is another
+  published_->settleWithin(zone, zoneWatcher_);
   rpSets_->removeEmptySet(zone, zone);
   if (!bsrStatus_->bootstrapRouter(zone)) return;
   for (uint8_t length = 0; length < zone.length(); ++length) {

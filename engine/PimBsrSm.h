@@ -53,6 +53,7 @@ class PublishedRpSet;
 class RpCandidateSm;
 class RpSetStore;
 class Status;
+class ZoneWatcher;
 struct CrpOptions;
 
 class PimBsrSm : public Kiv::Entity {
@@ -88,6 +89,9 @@ class PimBsrSm : public Kiv::Entity {
   BsmReassembly &reassembly() const { return *reassembly_; }
   RpSetStore &rpSets() const { return *rpSets_; }
   BsmSender &sender() const { return *sender_; }
+  /// At most one, which takes itself out (null) before it goes.
+  void zoneWatcherIs(ZoneWatcher *watcher) { zoneWatcher_ = watcher; }
+  ZoneWatcher *zoneWatcher() const { return zoneWatcher_; }
   /// Only once the address family is known.
   const PublishedRpSet &published() const { return *published_; }
 
@@ -169,6 +173,7 @@ class PimBsrSm : public Kiv::Entity {
   Orb::Random &random_;
 
   bool initialized_ = false;
+  ZoneWatcher *zoneWatcher_ = nullptr;
   Pax::IpGenPrefix globalOrNonScopeZone_;
   Kiv::Ptr<TrieGen> bsrTrie_;
   std::unique_ptr<PimBsrTrieBuilderSm> bsrTrieBuilder_;

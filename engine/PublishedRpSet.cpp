@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "engine/ZoneWatcher.h"
 #include "model/VrfTrace.h"
 
 namespace Routing::Pim::Bsr {
@@ -59,8 +60,12 @@ std::vector<Pax::IpGenPrefix> PublishedRpSet::prefixesWithin(const Pax::IpGenPre
   return result;
 }
 
-void PublishedRpSet::settleWithin(const Pax::IpGenPrefix &zone) {
-  for (const Pax::IpGenPrefix &prefix : prefixesWithin(zone)) settle(prefix);
+void PublishedRpSet::settleWithin(const Pax::IpGenPrefix &zone, ZoneWatcher *watcher) {
+  for (const Pax::IpGenPrefix &prefix : prefixesWithin(zone)) {
+    const Pax::IpGenPrefix before = entryIs(prefix).innermost, now = trie_->longestMatch(prefix);
+    if (watcher && now != before) watcher->innermostChanged(prefix, before, now);
+    settle(prefix);
+  }
 }
 
 PublishedRpSet::Entry &PublishedRpSet::entryIs(const Pax::IpGenPrefix &prefix) {

@@ -20,6 +20,8 @@
 
 namespace Routing::Pim::Bsr {
 
+class ZoneWatcher;
+
 /// Owned by the engine, which creates another when the address family changes.
 class PublishedRpSet {
   struct Entry;
@@ -39,8 +41,9 @@ class PublishedRpSet {
   /// The prefixes within `zone` that are published or that any zone has a set of, sorted. Takes as long as they are
   /// many, whatever else is held.
   std::vector<Pax::IpGenPrefix> prefixesWithin(const Pax::IpGenPrefix &zone) const;
-  /// `zone` has been stored in the trie or removed from it: settles every prefix within it.
-  void settleWithin(const Pax::IpGenPrefix &zone);
+  /// `zone` has been stored in the trie or removed from it: settles every prefix within it. `watcher` (null: nobody)
+  /// is told of each that another zone is to publish now.
+  void settleWithin(const Pax::IpGenPrefix &zone, ZoneWatcher *watcher);
 
  private:
   /// What is published for one prefix. Entries stay where they are in memory.

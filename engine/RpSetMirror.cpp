@@ -2,6 +2,7 @@
 
 #include "engine/Capacity.h"
 #include "engine/RpSetStore.h"
+#include "engine/ZoneWatcher.h"
 #include "model/VrfTrace.h"
 
 namespace Routing::Pim::Bsr {
@@ -23,7 +24,23 @@ const std::string &PimBsrSm::KivRp::vrfName() const { return owner_.sm().vrfName
 
 void PimBsrSm::KivRp::handleInitialized() {
   VRF_TRACE_ENTRY(trace);
+  const PublishedRpSet::Source &source = owner_.source();
+  if (ZoneWatcher *watcher = owner_.sm().zoneWatcher()) watcher->rpCame({source.zone(), source.prefix(), address_});
   owner_.source().rpCame(address_, *notifier());
+}
+
+void PimBsrSm::KivRp::tellChange() const {
+  const PublishedRpSet::Source &source = owner_.source();
+  if (ZoneWatcher *watcher = owner_.sm().zoneWatcher()) {
+    watcher->rpChanged({source.zone(), source.prefix(), address_}, *notifier());
+  }
+}
+
+void PimBsrSm::KivRp::tellGone(bool withSet) const {
+  const PublishedRpSet::Source &source = owner_.source();
+  if (ZoneWatcher *watcher = owner_.sm().zoneWatcher()) {
+    watcher->rpWent({source.zone(), source.prefix(), address_}, *notifier(), withSet);
+  }
 }
 
 void PimBsrSm::KivRp::handlePriority() {
@@ -54,6 +71,7 @@ void PimBsrSm::KivRp::handleSetuptime() {
 
 template <class Value>
 void PimBsrSm::KivRp::publish(const char *field, const Value &value) {
+  tellChange();
   if (!owner_.source().rpChanged(address_, *notifier())) return;
   VRF_TRACE(trace, 5,
             "Setting " << field << " to " << value << " for RP " << address_ << " with prefix "
@@ -80,6 +98,7 @@ void PimBsrSm::KivRp::handleHoldtimeExpired() {
 
 void PimBsrSm::KivRp::handleDel() {
   VRF_TRACE_ENTRY(trace);
+  tellGone(false);
   owner_.source().rpWent(address_);
 }
 
@@ -112,6 +131,9 @@ void PimBsrSm::KivCrpSet::onRp(const Pax::IpGenAddr &address) {
 void PimBsrSm::KivCrpSet::handleDel() {
   VRF_TRACE_ENTRY(trace);
   VRF_TRACE(trace, 5, "Deleted zone " << source_.zone() << " RP set " << source_.prefix());
+  if (sm().zoneWatcher()) {
+    for (const auto &[address, rp] : rp_) rp->tellGone(true);
+  }
   source_.setWent();
 }
 

@@ -28,6 +28,8 @@ class PimBsrSm::KivRp : public Kiv::ReactorOf<Pim::RpCandidate, KivCrpSet> {
 
   /// The RP is gone from the zone's set.
   void handleDel();
+  /// Tells that it is gone, alone or with its set.
+  void tellGone(bool withSet) const;
 
  private:
   const std::string &vrfName() const;
@@ -39,6 +41,8 @@ class PimBsrSm::KivRp : public Kiv::ReactorOf<Pim::RpCandidate, KivCrpSet> {
   void handleHoldtime();
   void setHoldtimer();
   void handleHoldtimeExpired();
+  /// An attribute other than its times is another.
+  void tellChange() const;
   template <class Value>
   void publish(const char *field, const Value &value);
 

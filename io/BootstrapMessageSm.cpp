@@ -1,5 +1,7 @@
 #include "io/BootstrapMessageSm.h"
 
+#include <algorithm>
+
 #include "model/VrfTrace.h"
 #include "platform/tracelet/Require.h"
 
@@ -74,12 +76,12 @@ bool BootstrapMessageSm::destinationPasses() {
   const Pax::IpGenAddr &destination = bsmInfo_->rx()->destination();
   if (!destination.isMulticast()) {
     VRF_TRACE(trace, 1, "RX - Error - Unicast BSM not supported." << destination);
-    countDrop(&PimBsrErrorCounters::unicastBsmError);
+    drop(&PimBsrErrorCounters::unicastBsmError, IO::Refusal::unicast);
     return false;
   }
   if (destination != Pax::allPimRouters(bsrStatus_->af())) {
     VRF_TRACE(trace, 1, "RX - Error - Do not know what we are dealing with here: " << destination);
-    countDrop(&PimBsrErrorCounters::unknownDestError);
+    drop(&PimBsrErrorCounters::unknownDestError, IO::Refusal::destination);
     return false;
   }
   return true;
@@ -93,7 +95,7 @@ bool BootstrapMessageSm::noForwardPasses(const Pax::IpGenPrefix &zone) {
             "RX - Error - Dropping BSM. We expect no-forward BSM only if quick refresh. lastBsm="
                 << (known ? "NULL" : "Set") << ", TimeSince startup=" << sinceStartup
                 << ", bsPeriod=" << bsPeriod(zone));
-  countDrop(&PimBsrErrorCounters::noFwdBsmError);
+  drop(&PimBsrErrorCounters::noFwdBsmError, IO::Refusal::noForward);
   return false;
 }
 
@@ -104,7 +106,7 @@ bool BootstrapMessageSm::rpfPasses(const Packet::BootstrapMessage &bsm) {
     VRF_TRACE(trace, 1,
               "RX - Error - Dropping BSM since BSM src " << received.source() << " for BSR address " << bsm.bsrAddress()
                                                          << " - RPF neighbor not available.");
-    countDrop(&PimBsrErrorCounters::rpfError);
+    drop(&PimBsrErrorCounters::rpfError, IO::Refusal::noRoute);
     return false;
   }
   if (received.intfId() != rpf.intfId || received.source() != rpf.neighbor) {
@@ -112,7 +114,7 @@ bool BootstrapMessageSm::rpfPasses(const Packet::BootstrapMessage &bsm) {
               "RX - Error - Dropping BSM since BSM src " << received.source() << "(" << received.intfId()
                                                          << ") is not from neighbor " << rpf.neighbor << "("
                                                          << rpf.intfId << ") for BSR address " << bsm.bsrAddress());
-    countDrop(&PimBsrErrorCounters::rpfError);
+    drop(&PimBsrErrorCounters::rpfError, IO::Refusal::rpfNeighbor, rpf.neighbor);
     return false;
   }
   return true;
@@ -124,12 +126,13 @@ bool BootstrapMessageSm::borderPasses(const Pax::IpGenPrefix &zone) {
   VRF_TRACE(trace, 1,
             "RX: Error - Dropping BSM since the interface "
                 << intfId << " the message arrived on is a BSR border for group" << zone);
-  countDrop(&PimBsrErrorCounters::deniedError);
+  drop(&PimBsrErrorCounters::deniedError, IO::Refusal::border);
   return false;
 }
 
 void BootstrapMessageSm::accept(const Pax::IpGenPrefix &zone, const Kiv::Ptr<Packet::BootstrapMessage> &bsm) {
   VRF_TRACE(trace, 4, "RX - Accepted BSM from " << bsmInfo_->rx()->source());
+  note(*bsm);
   lastBsmIs(zone, bsm);
   bsmStatus_->iifIntfIdIs(bsmInfo_->rx()->intfId());
   bsmStatus_->firstGroupIs(bsm->groupData().empty() ? nullptr : bsm->groupData().front());
@@ -147,11 +150,33 @@ void BootstrapMessageSm::handleTransmission() {
   channel.messageIs(bsmStatus_->txBsm());
   channel.countInc(1);
   const bool sent = channel.count() != before;
+  if (sent) note(*bsmStatus_->txBsm());
   count(counters_, &PimBsrCounters::txInc, sent ? &PimBsrCounters::txSuccessInc : &PimBsrCounters::txErrorInc);
 }
 
-void BootstrapMessageSm::countDrop(uint32_t PimBsrErrorCounters::*reason) {
-  Bsr::countDrop(counters_, &PimBsrCounters::rxBsmErrorInc, reason);
+void BootstrapMessageSm::drop(uint32_t PimBsrErrorCounters::*counter, IO::Refusal reason,
+                              const Pax::IpGenAddr &neighbor) {
+  countDrop(counters_, &PimBsrCounters::rxBsmErrorInc, counter);
+  const IO::ReceivedMessage &received = *bsmInfo_->rx();
+  const auto &bsm = static_cast<const Packet::BootstrapMessage &>(*received.message());
+  bsmInfo_->tellRefused({.reason = reason,
+                         .intfId = received.intfId(),
+                         .source = received.source(),
+                         .bsr = bsm.bsrAddress(),
+                         .neighbor = neighbor,
+                         .isBootstrap = true,
+                         .fragmentTag = bsm.fragmentTag()});
+}
+
+void BootstrapMessageSm::note(const Packet::BootstrapMessage &bsm) {
+  const Known noted{bsm.bsrAddress(), bsm.fragmentTag()};
+  if (known_[lastKnown_] == noted) return;
+  lastKnown_ = (lastKnown_ + 1) % known_.size();
+  known_[lastKnown_] = noted;
+}
+
+bool BootstrapMessageSm::knows(const Pax::IpGenAddr &bsr, uint16_t fragmentTag) const {
+  return std::find(known_.begin(), known_.end(), Known{bsr, fragmentTag}) != known_.end();
 }
 
 Kiv::Ptr<Packet::BootstrapMessage> BootstrapMessageSm::lastBsm(const Pax::IpGenPrefix &zone) const {

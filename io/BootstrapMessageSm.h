@@ -9,6 +9,8 @@
 /// are looked at here.
 #pragma once
 
+#include <array>
+
 #include "io/HeardBsrs.h"
 #include "model/InternalStatus.h"
 #include "model/Status.h"
@@ -30,6 +32,9 @@ class BootstrapMessageSm {
                      const Kiv::Ptr<PimRpfTable> &rpfTable, const Orb::Clock &clock);
   ~BootstrapMessageSm();
 
+  /// Whether a message of this BSR and fragment tag was among those accepted or sent lately, so that another one is a
+  /// copy that comes back.
+  bool knows(const Pax::IpGenAddr &bsr, uint16_t fragmentTag) const;
   /// The last accepted message of a zone, or null. It stays until the next one, or the end of this machine; that of a
   /// zone without BSR goes when there are more than `limits` allow zones.
   Kiv::Ptr<Packet::BootstrapMessage> lastBsm(const Pax::IpGenPrefix &zone) const;
@@ -79,7 +84,15 @@ class BootstrapMessageSm {
   void lastBsmDelAll();
   /// The zone's BSR has come or gone, or its message has been handled.
   void maybeLastBsmDel(const Pax::IpGenPrefix &zone);
-  void countDrop(uint32_t PimBsrErrorCounters::*reason);
+  void drop(uint32_t PimBsrErrorCounters::*counter, IO::Refusal reason, const Pax::IpGenAddr &neighbor = {});
+  /// Remembers the message for knows().
+  void note(const Packet::BootstrapMessage &bsm);
+
+  struct Known {
+    Pax::IpGenAddr bsr;
+    uint16_t fragmentTag = 0;
+    bool operator==(const Known &) const = default;
+  };
 
   static constexpr uint32_t bsPeriodDefault_ = 60;  // seconds
   const Kiv::Ptr<Status> bsrStatus_;
@@ -91,6 +104,8 @@ class BootstrapMessageSm {
   Pax::IpGenPrefix globalZone_;
   Kiv::Ptr<PimBsrCounters> counters_;        // null while the status has none
   Kiv::Table<Pax::IpGenPrefix, Zone> zone_;  // with an accepted message
+  std::array<Known, 256> known_;             // the last ones that differ, in a ring
+  size_t lastKnown_ = 0;
   bool initialized_ = false;
 
   KivBsrStatus kivBsrStatus_;

@@ -46,19 +46,21 @@ void CrpMessageSm::handleCrpAdvMessage() {
 void CrpMessageSm::handleCRPAdv(const Kiv::Ptr<Packet::CrpAdvMessage> &advertisement) {
   VRF_TRACE_ENTRY(trace);
   count(counters_, &PimBsrCounters::rxInc, &PimBsrCounters::rxCrpAdvInc);
-  if (!isPermitted(advertisement->source())) return countDenied(advertisement->source());
+  if (!isPermitted(advertisement->source())) return deny(*advertisement);
   VRF_TRACE(trace, 4, "RX - Accepted CrpAdv from " << advertisement->source());
   crpMsgStatus_->bsrIpIs(advertisement->destination());
   crpMsgStatus_->rpIs(advertisement->rpAddress());
   crpMsgStatus_->priorityIs(advertisement->priority());
   crpMsgStatus_->holdTimeIs(advertisement->holdTime());
   crpMsgStatus_->rxCrpMsgIs(advertisement);
+  const uint32_t refusedBefore = crpMsgStatus_->refusedCount();
   const auto &groups = advertisement->groupData()->groupInfo()->group;
   for (const Packet::CrpGroup &group : groups) handOver(group);
   if (groups.empty()) {
     VRF_TRACE(trace, 4, "RX - Received CRP Advertisement with 0 groups. Assuming 224.0.0.0/4 or ff00::/8");
     handOver({globalZone_});
   }
+  if (crpMsgStatus_->refusedCount() != refusedBefore) tellRefused(IO::Refusal::notBsr, *advertisement);
   count(counters_, &PimBsrCounters::rxCrpAdvSuccessInc, &PimBsrCounters::rxSuccessInc);
 }
 
@@ -66,9 +68,19 @@ bool CrpMessageSm::isPermitted(const Pax::IpGenAddr &source) const {
   return !crpPermitTrie_->longestMatch(Pax::IpGenPrefix::host(source)).isEmpty();
 }
 
-void CrpMessageSm::countDenied(const Pax::IpGenAddr &source) {
+void CrpMessageSm::deny(const Packet::CrpAdvMessage &advertisement) {
   countDrop(counters_, &PimBsrCounters::rxCrpAdvErrorInc, &PimBsrErrorCounters::deniedError);
-  VRF_TRACE(trace, 1, "RX - Dropping CRP Adv since Crp Adv Message from " << source << " is not permitted");
+  VRF_TRACE(trace, 1,
+            "RX - Dropping CRP Adv since Crp Adv Message from " << advertisement.source() << " is not permitted");
+  tellRefused(IO::Refusal::filter, advertisement);
+}
+
+void CrpMessageSm::tellRefused(IO::Refusal reason, const Packet::CrpAdvMessage &advertisement) const {
+  const bool isOwn = crpMsgStatus_->txCrpMsg().get() == &advertisement;
+  crpMsgInfo_->tellRefused({.reason = reason,
+                            .intfId = isOwn ? Pax::IntfId() : crpMsgInfo_->rx()->intfId(),
+                            .source = advertisement.source(),
+                            .bsr = advertisement.destination()});
 }
 
 void CrpMessageSm::handOver(const Packet::CrpGroup &group) {

@@ -51,7 +51,8 @@ class CrpMessageSm {
   bool isLocalHost(const Pax::IpGenAddr &address) const;
   /// Whether the filter permits the address from which an advertisement came; its RP may have another.
   bool isPermitted(const Pax::IpGenAddr &source) const;
-  void countDenied(const Pax::IpGenAddr &source);
+  void deny(const Packet::CrpAdvMessage &advertisement);
+  void tellRefused(IO::Refusal reason, const Packet::CrpAdvMessage &advertisement) const;
   /// The common fields stand in PimCrpMsgStatus already.
   void handOver(const Packet::CrpGroup &group);
 

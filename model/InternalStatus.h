@@ -36,7 +36,8 @@ inline Pax::IpGenPrefix zoneOf(const Packet::BootstrapMessage &bsm, const Pax::I
 
 /// Candidate-RP advertisements. Received: the other attributes, then readCountInc(1) signals, once
 /// per group range. To send: `txCrpMsg`, whose destination is the BSR, then writeCountInc(1); whoever
-/// sends it increments `sentCount` if it has left, or is for ourselves.
+/// sends it increments `sentCount` if it has left, or is for ourselves. The engine increments `refusedCount` for a
+/// range of a zone whose BSR we are not.
 class PimCrpMsgStatus : public Kiv::NamedEntity {
  public:
   using NamedEntity::NamedEntity;
@@ -49,6 +50,7 @@ class PimCrpMsgStatus : public Kiv::NamedEntity {
   ATTRIBUTE(value, RpPriority, priority, Priority, 0)            \
   ATTRIBUTE(value, CrpHoldTime, holdTime, HoldTime, 0)           \
   ATTRIBUTE(counter, readCount, ReadCount)                       \
+  ATTRIBUTE(counter, refusedCount, RefusedCount)                 \
   ATTRIBUTE(pointer, Packet::CrpAdvMessage, rxCrpMsg, RxCrpMsg)  \
   ATTRIBUTE(pointer, Packet::CrpAdvMessage, txCrpMsg, TxCrpMsg)  \
   ATTRIBUTE(counter, writeCount, WriteCount)                     \

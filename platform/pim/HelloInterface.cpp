@@ -150,7 +150,10 @@ std::vector<Pax::IpGenAddr> HelloSpeaker::Interface::ownList() const {
 
 void HelloSpeaker::Interface::helloIs(const Packet::HelloMessage &hello) {
   if (!pimIntf_ || isOurs(hello.source())) return;
-  if (hello.holdTime() == 0) return neighborDel(hello.source());
+  if (hello.holdTime() == 0) {
+    if (const auto leaving = pimIntf_->neighbor(hello.source())) leaving->saidGoodbyeIs(true);
+    return neighborDel(hello.source());
+  }
   if (Neighbor *neighbor = neighborFor(hello)) refresh(*neighbor, hello);
 }
 

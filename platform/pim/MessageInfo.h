@@ -41,13 +41,16 @@ class TransmitMessage {
 /// The messages of one type, in two halves, so that sending is never mistaken for receiving.
 class MessageInfo : public Kiv::Counted, public MessageConsumer {
  public:
-  explicit MessageInfo(const Kiv::Ptr<PacketPort> &port) : rx_(Kiv::make<ReceivedMessage>()), tx_(port) {}
+  explicit MessageInfo(const Kiv::Ptr<PacketPort> &port) : port_(port), rx_(Kiv::make<ReceivedMessage>()), tx_(port) {}
   const Kiv::Ptr<ReceivedMessage> &rx() const { return rx_; }
   TransmitMessage &tx() { return tx_; }
+  /// The consumer has refused a message.
+  void tellRefused(const Refused &refused) const { port_->tellRefused(refused); }
 
   void messageIs(const Pax::IntfId &intfId, const Kiv::Ptr<Packet::Message> &message) override;
 
  private:
+  const Kiv::Ptr<PacketPort> port_;
   const Kiv::Ptr<ReceivedMessage> rx_;
   TransmitMessage tx_;
 };

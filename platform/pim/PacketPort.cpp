@@ -48,12 +48,14 @@ void PacketPort::receive(const Incoming &packet) {
   if (packet.source.af() != family_ || packet.destination.af() != family_) {
     ++counters_.wrongFamily;
     TRACELET(trace, 1, "RX - Error - Dropping packet from " << packet << ": not of family " << family_);
+    tellRefused(Refusal::wrongFamily, packet);
     return;
   }
   const Kiv::Ptr<PimIntf> pimIntf = status_->pimIntf(packet.intfId);
   if (!pimIntf) {
     ++counters_.pimOff;
     TRACELET(trace, 1, "RX - Error - Dropping packet from " << packet << ": PIM is not on there");
+    tellRefused(Refusal::pimOff, packet);
     return;
   }
   const Packet::Codec::Result result = codec_.decode(packet.payload, packet.source, packet.destination);
@@ -77,6 +79,20 @@ void PacketPort::receive(const Incoming &packet) {
 void PacketPort::receiveTooLong(const Incoming &packet) {
   ++counters_.tooLong;
   TRACELET(trace, 1, "RX - Error - Dropping packet from " << packet << ": longer than the receive limit");
+  tellRefused(Refusal::tooLong, packet);
+}
+
+void PacketPort::tellRefused(Refusal reason, const Incoming &packet) const {
+  tellRefused({.reason = reason, .intfId = packet.intfId, .source = packet.source});
+}
+
+void PacketPort::tellRefused(Refusal reason, const Incoming &packet, const Packet::BootstrapMessage &message) const {
+  tellRefused({.reason = reason,
+               .intfId = packet.intfId,
+               .source = packet.source,
+               .bsr = message.bsrAddress(),
+               .isBootstrap = true,
+               .fragmentTag = message.fragmentTag()});
 }
 
 void PacketPort::dropMalformed(const Incoming &packet, Packet::DecodeError error) {
@@ -89,6 +105,8 @@ void PacketPort::dropMalformed(const Incoming &packet, Packet::DecodeError error
   ++counters_.malformed;
   ++counters_.malformedBy[static_cast<size_t>(error)];
   TRACELET(trace, 1, "RX - Error - Dropping malformed packet from " << packet << ": " << toText(error));
+  tellRefused(
+      {.reason = Refusal::malformed, .intfId = packet.intfId, .source = packet.source, .detail = toText(error)});
 }
 
 bool PacketPort::accept(const Incoming &packet, const Packet::Message &message) {
@@ -107,10 +125,12 @@ bool PacketPort::acceptContent(const Incoming &packet, const Packet::BootstrapMe
       TRACELET(trace, 1,
                "RX - Error - Dropping BSM from " << packet << ": it contradicts earlier fragments of tag "
                                                  << message.fragmentTag() << " of BSR " << message.bsrAddress());
+      tellRefused(Refusal::contradiction, packet, message);
       return false;
     case BootstrapRefusal::memory:
       ++counters_.fragmentsOverLimit;
       TRACELET(trace, 5, "RX - Error - Dropping BSM from " << packet << ": too many incomplete groups are held");
+      tellRefused(Refusal::openBytes, packet, message);
       return false;
   }
   return false;
@@ -121,6 +141,7 @@ bool PacketPort::acceptHello(const Incoming &packet) {
   if (isNeighborly && packet.destination == Pax::allPimRouters(family_)) return true;
   ++counters_.badHello;
   TRACELET(trace, 1, "RX - Error - Dropping Hello from " << packet << ": not from a neighbor to all");
+  tellRefused(Refusal::badHello, packet);
   return false;
 }
 
@@ -128,12 +149,14 @@ bool PacketPort::acceptNoForward(const Incoming &packet, const Packet::Bootstrap
   if (!status_->pimIntf(packet.intfId)->neighbor(packet.source)) {
     ++counters_.noFwdNoHello;
     TRACELET(trace, 1, "RX - Error - Dropping no-forward BSM from " << packet << ": no Hello from there");
+    tellRefused(Refusal::noHello, packet, message);
     return false;
   }
   if (routes_->lookup(message.bsrAddress()).kind == RouteAnswer::Kind::local) {
     ++counters_.noFwdOwnAddress;
     TRACELET(trace, 1,
              "RX - Error - Dropping no-forward BSM from " << packet << ": its BSR is our own " << message.bsrAddress());
+    tellRefused(Refusal::ownBsr, packet, message);
     return false;
   }
   return true;

@@ -11,6 +11,7 @@
 #include "platform/pim/Codec.h"
 #include "platform/pim/Packet.h"
 #include "platform/pim/PimStatus.h"
+#include "platform/pim/Refusal.h"
 #include "platform/routing/RouteLookup.h"
 
 namespace Routing::Pim::IO {
@@ -70,6 +71,13 @@ class PacketPort : public Kiv::Counted {
   /// At most one, likewise. Without one, no Bootstrap message is refused for its content.
   void bootstrapAdmissionIs(const BootstrapAdmission *admission) { bootstrapAdmission_ = admission; }
 
+  /// At most one, likewise; without one, nobody is told.
+  void refusalWatcherIs(RefusalWatcher *watcher) { refusalWatcher_ = watcher; }
+  /// Tells it of a packet, which a consumer may have refused.
+  void tellRefused(const Refused &refused) const {
+    if (refusalWatcher_) refusalWatcher_->refused(refused);
+  }
+
   /// Encodes and sends. A Bootstrap message or a Hello goes to ALL-PIM-ROUTERS from the PIM address of the
   /// interface, whatever the record says. An advertisement goes from the RP address to the destination in the
   /// record, in several packets if one would be too long for its receiver. False if anything of it could not be
@@ -98,6 +106,8 @@ class PacketPort : public Kiv::Counted {
   bool acceptHello(const Incoming &packet);
   bool acceptNoForward(const Incoming &packet, const Packet::BootstrapMessage &message);
   bool acceptContent(const Incoming &packet, const Packet::BootstrapMessage &message);
+  void tellRefused(Refusal reason, const Incoming &packet) const;
+  void tellRefused(Refusal reason, const Incoming &packet, const Packet::BootstrapMessage &message) const;
   void dropMalformed(const Incoming &packet, Packet::DecodeError error);
   bool sendToAll(const Pax::IntfId &intfId, const Packet::Message &message);
   bool sendAdvertisement(const Pax::IntfId &intfId, const Packet::CrpAdvMessage &message);
@@ -111,6 +121,7 @@ class PacketPort : public Kiv::Counted {
   std::array<MessageConsumer *, 16> consumer_{};
   HelloSide *helloSide_ = nullptr;
   const BootstrapAdmission *bootstrapAdmission_ = nullptr;
+  RefusalWatcher *refusalWatcher_ = nullptr;
   const Kiv::Ptr<Flume::MessageCounters> messageCounters_;
   Flume::PacketCounters &counters_;
   std::vector<uint8_t> buffer_;

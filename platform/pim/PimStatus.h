@@ -22,6 +22,8 @@ class PimNeighbor : public Kiv::Entity {
   ATTRIBUTE(value, uint32_t, generationId, GenerationId, 0)                                  \
   /* whether no other PIM message came from it; noted only while the interface is crowded */ \
   ATTRIBUTE(value, bool, onlyHello, OnlyHello, true)                                         \
+  /* its last Hello took it back */                                                          \
+  ATTRIBUTE(value, bool, saidGoodbye, SaidGoodbye, false)                                    \
   ATTRIBUTE(value, double, upTime, UpTime, 0)                                                \
   ATTRIBUTE(value, double, expires, Expires, 0)
   KIV_ENTITY(PimNeighbor, ATTRIBUTES)
