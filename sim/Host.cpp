@@ -36,6 +36,7 @@ void Host::start(Router::HelloParameters parameters) {
   }
   VirtualTime &time = router_.network().time();
   agent_ = Bsr::makeAgent(router_.network().af(), {store_, time, time, router_.random()});
+  agent_->watcherIs(watcher_);
   agent_->doInit();
 }
 

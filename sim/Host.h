@@ -22,6 +22,9 @@ class Host {
   /// It leaves the configuration: the agent says goodbye there, then PIM does.
   void vrfDel(Router &router);
 
+  /// Is told of its agents, from the next start on; null for nobody.
+  void watcherIs(Routing::Pim::Bsr::AgentWatcher *watcher) { watcher_ = watcher; }
+
   void start(Router::HelloParameters parameters = {});
   void stop() { end(true); }    ///< in order: says goodbye to the neighbors
   void crash() { end(false); }  ///< neighbors learn nothing; the router goes on forwarding
@@ -62,6 +65,7 @@ class Host {
   std::vector<Router *> vrfs_;
   Statehub::Store store_;
   Routing::Pim::Bsr::SystemState system_;
+  Routing::Pim::Bsr::AgentWatcher *watcher_ = nullptr;
   std::unique_ptr<Routing::Pim::Bsr::Agent> agent_;
 };
 

@@ -39,6 +39,7 @@ constexpr std::array kinds{
     "bsrElected",
     "bsrTakenOver",
     "bsrReplaced",
+    "bsrChanged",
     "bsrLost",
     "bsrTimedOut",
     "rpAdded",
@@ -57,8 +58,9 @@ constexpr std::array kinds{
     "messagesRefused",
     "limitReached",
     "limitLeft",
+    "eventsSkipped",
 };
-static_assert(kinds.size() == static_cast<size_t>(EventKind::limitLeft) + 1);
+static_assert(kinds.size() == static_cast<size_t>(EventKind::eventsSkipped) + 1);
 
 // The place of the word among all.
 size_t placeOf(std::span<const char *const> words, std::string_view word, const char *what) {

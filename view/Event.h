@@ -46,7 +46,8 @@ enum class EventKind : uint8_t {
   bsrLearned,    ///< the zone has one again, or the first
   bsrElected,    ///< it is this router
   bsrTakenOver,  ///< another router took over from this one
-  bsrReplaced,   ///< another router took over from another one, or the weight is another
+  bsrReplaced,   ///< another router took over from another one
+  bsrChanged,    ///< the same router has another weight
   bsrLost,       ///< there is none any more
   bsrTimedOut,   ///< there is none any more, for it was silent
   // Its RPs.
@@ -68,6 +69,7 @@ enum class EventKind : uint8_t {
   messagesRefused,  ///< more of them in the last minute
   limitReached,
   limitLeft,
+  eventsSkipped,  ///< so many of one kind that they are only counted
 };
 /// The words of all kinds, "bsrElected", in their order.
 std::span<const char *const> eventKindWords();

@@ -1,0 +1,65 @@
+// What simulated routers tell.
+#pragma once
+
+#include "tests/sim/Story.h"
+#include "view/EventReporter.h"
+
+namespace Test {
+
+namespace Bsr = Routing::Pim::Bsr;
+
+/// The events of one host, from when this is made.
+class Told {
+ public:
+  explicit Told(Sim::Host &host)
+      : host(host),
+        log([&time = host.router().network().time()] { return time.now(); }),
+        reporter({log, drops, host.system(),
+                  Kiv::make<Orb::TimerWheel>(host.router().network().time(), host.router().network().time()),
+                  [&host](const L3::VrfName &vrf) { return interfacesOf(host, vrf); },
+                  [&host](const L3::VrfName &) { return host.runs() ? "more" : ""; }}) {
+    host.watcherIs(&reporter);
+  }
+  // The agent tells this of its end.
+  ~Told() {
+    if (host.runs()) host.crash();
+    host.watcherIs(nullptr);
+  }
+
+  /// The kinds of the events since the last time, of this severity at least.
+  std::string story(Bsr::Severity least = Bsr::Severity::notice) {
+    std::string kinds;
+    for (const Bsr::Event &event : log.events()) {
+      if (event.seq > told_ && event.severity <= least) kinds += (kinds.empty() ? "" : " ") + Kiv::toText(event.kind);
+    }
+    told_ = log.lastSeq();
+    return kinds;
+  }
+  /// The sentences of all events of the kind.
+  std::string texts(Bsr::EventKind kind) const {
+    std::string texts;
+    for (const Bsr::Event &event : log.events()) {
+      if (event.kind == kind) texts += event.text + "\n";
+    }
+    return texts;
+  }
+
+  Sim::Host &host;
+  Bsr::EventLog log;
+  Bsr::Drops drops;
+  Bsr::EventReporter reporter;
+
+ private:
+  static std::vector<Pax::IntfId> interfacesOf(Sim::Host &host, const L3::VrfName &vrf) {
+    std::vector<Pax::IntfId> interfaces;
+    for (Sim::Router *router : host.vrfs()) {
+      if (router->vrf() != vrf.text()) continue;
+      for (const Sim::Intf &intf : router->intfs()) interfaces.push_back(intf.intfId());
+    }
+    return interfaces;
+  }
+
+  uint64_t told_ = 0;
+};
+
+}  // namespace Test

@@ -1,0 +1,83 @@
+#include "view/Drops.h"
+
+#include <array>
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+
+struct Words {
+  const char *word;
+  const char *text;
+};
+constexpr std::array reasons{
+    Words{"wrongFamily", "it is of the other address family"},
+    Words{"pimOff", "PIM is not on there"},
+    Words{"malformed", "it is malformed"},
+    Words{"tooLong", "it is longer than what is received"},
+    Words{"badHello", "a Hello that is not from a neighbor to all"},
+    Words{"noHello", "no Hello came from there before"},
+    Words{"ownBsr", "its BSR is this router"},
+    Words{"contradiction", "it contradicts earlier fragments of the same message"},
+    Words{"openBytes", "too many incomplete groups are held"},
+    Words{"unicast", "it was sent to a unicast address"},
+    Words{"destination", "it was sent to another group than all PIM routers"},
+    Words{"noForward", "it is not to be forwarded, and no quick refresh is expected"},
+    Words{"noRoute", "there is no RPF neighbor toward its BSR"},
+    Words{"rpfNeighbor", "it did not come from the RPF neighbor toward its BSR"},
+    Words{"border", "the interface is a border of its zone"},
+    Words{"filter", "the filter does not permit its sender"},
+    Words{"notBsr", "this router is not the BSR of its zone"},
+};
+static_assert(reasons.size() == static_cast<size_t>(IO::Refusal::notBsr) + 1);
+
+}  // namespace
+
+const char *wordOf(IO::Refusal reason) { return reasons[static_cast<size_t>(reason)].word; }
+const char *textOf(IO::Refusal reason) { return reasons[static_cast<size_t>(reason)].text; }
+
+void Drops::add(const Key &key, double now) {
+  const auto present = row_.find(key);
+  if (present != row_.end()) {
+    rows_.splice(rows_.begin(), rows_, present->second);
+  } else {
+    if (rows_.size() == most) {
+      row_.erase(rows_.back().key);
+      rows_.pop_back();
+    }
+    rows_.push_front({.key = key});
+    row_[key] = rows_.begin();
+  }
+  ++rows_.front().count;
+  rows_.front().last = now;
+}
+
+void Drops::clear(const std::string &vrf) {
+  for (auto row = rows_.begin(); row != rows_.end();) {
+    const auto next = std::next(row);
+    if (vrf.empty() || row->key.vrf.text() == vrf) {
+      row_.erase(row->key);
+      rows_.erase(row);
+    }
+    row = next;
+  }
+}
+
+Rows dropRows(const Drops &drops, const std::string &vrf, double now) {
+  Rows rows = Rows::array();
+  for (const Drops::Row &row : drops.rows()) {
+    const Drops::Key &key = row.key;
+    if (!vrf.empty() && key.vrf.text() != vrf) continue;
+    rows.push_back({{"vrf", toJson(key.vrf)},
+                    {"interface", key.intfId.isEmpty() ? Rows() : toJson(key.intfId)},
+                    {"neighbor", toJson(key.neighbor)},
+                    {"reason", wordOf(key.reason)},
+                    {"bsr", toJson(key.bsr)},
+                    {"count", row.count},
+                    {"last", secondsBetween(row.last, now)},
+                    {"echo", key.isEcho}});
+  }
+  return rows;
+}
+
+}  // namespace Routing::Pim::Bsr

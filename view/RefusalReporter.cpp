@@ -1,0 +1,116 @@
+#include "view/RefusalReporter.h"
+
+#include <algorithm>
+
+#include "io/BootstrapMessageSm.h"
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+
+// What a router of a healthy network refuses all day long: what its borders are there for, and what comes where PIM is
+// not to be.
+bool isExpected(IO::Refusal reason) { return reason == IO::Refusal::border || reason == IO::Refusal::pimOff; }
+
+bool isOfAdvertisement(IO::Refusal reason) { return reason == IO::Refusal::filter || reason == IO::Refusal::notBsr; }
+
+}  // namespace
+
+bool RefusalReporter::isEcho(const IO::Refused &refused) const {
+  return refused.isBootstrap && gate_.knows(refused.bsr, refused.fragmentTag);
+}
+
+void RefusalReporter::refused(const IO::Refused &refused) {
+  if (isEcho(refused)) return count(refused, true);
+  if (!refused.isBootstrap || waiting_.size() >= waitingMost) {
+    count(refused, false);
+    return tell(refused);
+  }
+  waiting_.push_back({refused, reporting_.now() + patience});
+  if (!judgeTimer_.armed()) judgeTimer_.timeMinIs(waiting_.front().until);
+}
+
+void RefusalReporter::judge() {
+  const double now = reporting_.now();
+  const auto due = std::find_if(waiting_.begin(), waiting_.end(), [&](const Waiting &one) { return one.until > now; });
+  for (auto each = waiting_.begin(); each != due; ++each) {
+    const bool echo = isEcho(each->refused);
+    count(each->refused, echo);
+    if (!echo) tell(each->refused);
+  }
+  waiting_.erase(waiting_.begin(), due);
+  if (!waiting_.empty()) judgeTimer_.timeMinIs(waiting_.front().until);
+}
+
+void RefusalReporter::count(const IO::Refused &refused, bool isEcho) {
+  drops_.add({vrf_, refused.intfId, refused.source, refused.reason, refused.bsr, isEcho}, reporting_.now());
+}
+
+void RefusalReporter::tell(const IO::Refused &refused) {
+  if (!sumTimer_.armed()) sumTimer_.timeMinIs(reporting_.now() + sumInterval);
+  const By by{refused.source, refused.reason};
+  if (const auto told = told_.find(by); told != told_.end()) {
+    told->second.last = reporting_.now();
+    ++told->second.more;
+    return;
+  }
+  if (firsts_ == firstsMost || told_.size() == toldMost) {
+    ++others_;
+    return;
+  }
+  ++firsts_;
+  told_[by].last = reporting_.now();
+  const bool isAdvertisement = isOfAdvertisement(refused.reason);
+  Event event{.kind = isAdvertisement ? EventKind::advertisementRefused : EventKind::messageRefused,
+              .severity = isExpected(refused.reason) ? Severity::info : Severity::warning,
+              .bsr = refused.bsr,
+              .interface = refused.intfId,
+              .neighbor = refused.source};
+  event.cause = wordOf(refused.reason);
+  event.text = isAdvertisement       ? sentence("An advertisement from ", refused.source)
+               : refused.isBootstrap ? sentence("A message of BSR ", refused.bsr, " from ", refused.source)
+                                     : sentence("A packet from ", refused.source);
+  if (!refused.intfId.isEmpty()) event.text += sentence(" on ", refused.intfId);
+  event.text += sentence(" was refused: ", textOf(refused.reason));
+  if (!refused.neighbor.isZero()) event.text += sentence(", ", refused.neighbor);
+  if (refused.detail) event.text += sentence(" (", refused.detail, ")");
+  reporting_.tell(std::move(event));
+}
+
+void RefusalReporter::sumUp() {
+  uint64_t more = others_;
+  std::map<Pax::IpGenAddr, uint64_t> neighbors;
+  Event event{.kind = EventKind::messagesRefused, .severity = Severity::info};
+  if (others_ > 0) event.severity = Severity::warning;
+  uint64_t most = 0;
+  for (auto told = told_.begin(); told != told_.end();) {
+    auto &[by, each] = *told;
+    const auto &[neighbor, reason] = by;
+    if (each.more > 0) {
+      more += each.more;
+      neighbors[neighbor] += each.more;
+      if (!isExpected(reason)) event.severity = Severity::warning;
+      if (each.more > most) {
+        most = each.more;
+        event.neighbor = neighbor;
+        event.cause = wordOf(reason);
+      }
+      each.more = 0;
+    }
+    told = each.last + forgotten <= reporting_.now() ? told_.erase(told) : std::next(told);
+  }
+  firsts_ = 0;
+  others_ = 0;
+  if (!told_.empty()) sumTimer_.timeMinIs(reporting_.now() + sumInterval);
+  if (more == 0) return;
+  event.newValue = std::to_string(more);
+  event.text = sentence(more, more == 1 ? " more packet was" : " more packets were", " refused in the last minute");
+  if (most > 0) {
+    event.text +=
+        sentence(", ", most == more ? "all" : std::to_string(most), " from ", event.neighbor, " (", event.cause, ")");
+  }
+  if (neighbors.size() > 1) event.text += sentence(" and others from ", neighbors.size() - 1, " more neighbors");
+  reporting_.tell(std::move(event));
+}
+
+}  // namespace Routing::Pim::Bsr

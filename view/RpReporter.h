@@ -1,0 +1,75 @@
+/// Tells of the RPs of a VRF: which came, changed and went, and why.
+#pragma once
+
+#include <array>
+#include <vector>
+
+#include "engine/ZoneWatcher.h"
+#include "view/Reporting.h"
+
+namespace Routing::Pim::Bsr {
+
+/// Owned by the VRF's reporter, and told by the engine, of changes only. A change that comes alone is told at once, as
+/// a notice. Of many that come together, as when a large RP set is learned or expires, the first `loud` are notices, as
+/// many as `single` are told one by one for those who look (info), and all are counted: a notice for each zone sums
+/// them up after `first` seconds, and then every `further` seconds until nothing changes any more.
+class RpReporter {
+ public:
+  static constexpr size_t loud = 5;
+  static constexpr size_t single = 100;
+  static constexpr double first = 2;
+  static constexpr double further = 10;
+  static constexpr size_t zonesMost = 8;  ///< summed up one by one
+
+  RpReporter(Reporting &reporting, const Kiv::Ptr<const Status> &status,
+             const Kiv::Ptr<const RpCandidateStatus> &published)
+      : reporting_(reporting), status_(status), published_(published), sumTimer_(reporting.wheel(), *this) {}
+
+  using RpAt = ZoneWatcher::RpAt;
+  void rpCame(const RpAt &at);
+  void rpChanged(const RpAt &at, const Pim::RpCandidate &rp);
+  void rpWent(const RpAt &at, const Pim::RpCandidate &rp, bool withSet);
+  void innermostChanged(const Pax::IpGenPrefix &prefix, const Pax::IpGenPrefix &before, const Pax::IpGenPrefix &now);
+  /// Tells the single changes until now.
+  void settle();
+
+ private:
+  enum class Fate : uint8_t { added, changed, withdrawn, expired, dropped, hidden, shown, count };
+
+  struct Change {
+    Fate fate = Fate::added;
+    Pax::IpGenPrefix zone;
+    Pax::IpGenPrefix prefix;
+    Pax::IpGenAddr rp;
+    bool isLoud = false;
+    bool isFirst = false;  ///< that the RP advertised to us
+    std::string before{};  ///< its options
+    std::string cause{};
+    bool isAt(const RpAt &at) const { return rp == at.address && prefix == at.prefix && zone == at.zone; }
+  };
+  using Counts = std::array<uint64_t, size_t(Fate::count)>;
+
+  /// Counts the change. Null when it is not told by itself.
+  Change *note(Fate fate, const RpAt &at);
+  /// The RPs of the zone's set of the prefix are published no more, or again, because of `other`.
+  void noteAll(Fate fate, const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix, const Pax::IpGenPrefix &other);
+  void handleSumTime();
+  void tell(const Change &change);
+  void tellSum(const Pax::IpGenPrefix &zone, const Counts &counts);
+  static std::string optionsOf(const Pim::RpCandidate &rp);
+  std::string causeOf(const Change &change) const;
+  bool isOurs(const Pax::IpGenPrefix &zone) const;
+
+  Reporting &reporting_;
+  const Kiv::Ptr<const Status> status_;
+  const Kiv::Ptr<const RpCandidateStatus> published_;
+  Change last_;                                                              // the last one counted
+  std::vector<Change> changes_;                                              // to be told by themselves
+  size_t toldSingly_ = 0;                                                    // since nothing changed for long
+  uint64_t notLoud_ = 0;                                                     // since the last sum
+  std::map<Pax::IpGenPrefix, Counts> counts_;                                // likewise
+  std::map<std::pair<Pax::IpGenPrefix, Pax::IpGenAddr>, size_t> collected_;  // by zone and RP, its ranges
+  Orb::TimerFor<&RpReporter::handleSumTime> sumTimer_;
+};
+
+}  // namespace Routing::Pim::Bsr
