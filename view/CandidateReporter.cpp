@@ -56,7 +56,9 @@ CandidateReporter::Forces CandidateReporter::forces() const {
   };
   Rows bsrs = Rows::array(), rps = Rows::array();
   if (!view.config) return forces;
-  showCandidateBsr(view, bsrs);
+  ShowCursor cursor;
+  while (showCandidateBsr(view, cursor, bsrs)) {
+  }
   showCandidateRp(view, rps);
   add("BSR", bsrs);
   add("RP", rps);

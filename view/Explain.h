@@ -5,10 +5,10 @@
 /// the others are its reasons.
 #pragma once
 
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "view/Sentence.h"
 #include "view/Show.h"
 
 namespace Routing::Pim::Bsr {
@@ -47,13 +47,6 @@ class Statements {
   const Rows subject_;
 };
 
-/// The parts one after the other.
-template <class... Parts>
-std::string sentence(const Parts &...parts) {
-  std::ostringstream text;
-  (text << ... << parts);
-  return text.str();
-}
 /// "VRF blue: ", or nothing for the default VRF.
 std::string vrfLead(const VrfView &view);
 /// The column `reason` of a row, in words.

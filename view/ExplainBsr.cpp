@@ -1,6 +1,7 @@
 #include "view/Explain.h"
 #include "view/Groups.h"
 #include "view/Reasons.h"
+#include "view/Refusals.h"
 #include "view/Rpf.h"
 #include "view/ZoneView.h"
 
@@ -143,7 +144,13 @@ class ZoneExplanation {
     }
   }
 
-  // Nothing that could bring a message.
+  // Of a drop only the interface tells which zones it cannot be of.
+  bool couldBeOfZone(const Drops::Key &drop) const {
+    if (drop.reason == IO::Refusal::filter || drop.reason == IO::Refusal::notBsr) return false;
+    return drop.reason != IO::Refusal::border || isBorder(*view_.status, zone_.zone, drop.intfId);
+  }
+
+  // What keeps messages away.
   void obstacles() {
     size_t neighbors = 0;
     for (const Pax::IntfId &intfId : view_.pimInterfaces) {
@@ -159,6 +166,8 @@ class ZoneExplanation {
                       "There is no PIM neighbor that a message could come from; see 'pimbsrctl show interfaces', and "
                       "whether a firewall lets protocol 103 pass.");
     }
+    sayRefusals(
+        view_, [this](const Drops::Key &drop) { return couldBeOfZone(drop); }, statements_);
     if (zone_.nonCandidateSm && std::isfinite(zone_.nonCandidateSm->forgottenAt())) {
       statements_.say("zone", {{"forgotten", secondsBetween(view_.now, zone_.nonCandidateSm->forgottenAt())}},
                       "The zone is forgotten in " + durationBetween(view_.now, zone_.nonCandidateSm->forgottenAt()) +

@@ -6,6 +6,7 @@
 #include "view/Announced.h"
 #include "view/Explain.h"
 #include "view/Reasons.h"
+#include "view/Refusals.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -99,6 +100,11 @@ class RpExplanation {
       if (row["rp"].is_null() && !isKnown) notInForce(row);
     }
     filter();
+    const auto isAdvertisement = [this](const Drops::Key &drop) {
+      const bool ofRp = drop.neighbor == rp_;
+      return ofRp && (drop.reason == IO::Refusal::filter || drop.reason == IO::Refusal::notBsr);
+    };
+    sayRefusals(view_, isAdvertisement, statements_);
     if (isKnown) return;
     refusedAtLimits();
     whereToLook();

@@ -3,22 +3,14 @@
 
 #include <functional>
 #include <map>
-#include <sstream>
 
 #include "platform/orb/TimerFor.h"
 #include "platform/orb/TokenBucket.h"
 #include "view/EventLog.h"
+#include "view/Sentence.h"
 #include "view/VrfView.h"
 
 namespace Routing::Pim::Bsr {
-
-/// What `<<` prints of all of them.
-template <class... Parts>
-std::string sentence(const Parts &...parts) {
-  std::ostringstream text;
-  (text << ... << parts);
-  return text.str();
-}
 
 /// The way from one VRF to the log. Of each kind a burst is told, and then one event in each interval: the others are
 /// counted, so that nothing that a peer repeats fills the log. Owned by the VRF's reporter.

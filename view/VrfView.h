@@ -14,6 +14,7 @@ namespace Routing::Pim::Bsr {
 class BootstrapMessageSm;
 class ConfigSm;
 class ContainerSm;
+class Drops;
 
 /// The VRF as it is now; made for one answer, and read only. What comes with the namespace is null while that does
 /// not exist, and the machines are null while the VRF does not run.
@@ -31,6 +32,7 @@ struct VrfView {
   Kiv::Ptr<RouteLookup> routes;
   std::string networkNamespace;  ///< empty for the one in which the agent was started
   const Flume::PacketCounters *packets = nullptr;
+  const Drops *drops = nullptr;  ///< of all VRFs; null where nobody notes them
   const ConfigSm *configSm = nullptr;
   PimBsrSm *bsrSm = nullptr;
   const BootstrapMessageSm *bsmGate = nullptr;

@@ -6,8 +6,8 @@
 #include <regex>
 
 #include "io/HeardBsrs.h"
-#include "tests/sim/Story.h"
 #include "tests/support/TestVrf.h"
+#include "tests/view/Told.h"
 
 namespace Test {
 namespace {
@@ -20,7 +20,8 @@ class Explain : public testing::Test {
     std::vector<Pax::IntfId> interfaces;
     for (const Sim::Intf &intf : host.router().intfs()) interfaces.push_back(intf.intfId());
     const auto *machines = host.runs() ? host.agent().containerSm(L3::defaultVrf) : nullptr;
-    const auto view = Bsr::viewOf(host.system(), L3::defaultVrf, machines, story.time().now(), interfaces);
+    auto view = Bsr::viewOf(host.system(), L3::defaultVrf, machines, story.time().now(), interfaces);
+    if (told) view.drops = &told->drops;
     statements = Bsr::explanationOf(topic, {view}, argument);
     std::string text;
     for (const auto &statement : statements) text += statement["text"].get<std::string>() + "\n";
@@ -34,7 +35,15 @@ class Explain : public testing::Test {
     return "no statement about " + about;
   }
 
+  // A neighbor that says that this is the BSR.
+  void claim(const std::string &router, const Pax::IpGenAddr &bsr) {
+    Sim::Feeder &feeder = story.feeder(router);
+    feeder.zoneIs(global, Sim::fragmentsOf({bsr, 64, 30, global, false}, story.table(global, 1, 1), 1500));
+    feeder.start();
+  }
+
   Story story{ipv4};
+  std::unique_ptr<Told> told;
   const Pax::IpGenPrefix global = ipv4.global(), scope = ipv4.scope(1);
   Bsr::Rows statements;
 };
@@ -121,8 +130,49 @@ TEST_F(Explain, WhoTakesOverAndWhatIsOff) {
   EXPECT_THROW(explain("r0", "weather"), std::invalid_argument);
 }
 
+TEST_F(Explain, ABsrToWhichThereIsNoRoute) {
+  story.chain({"f0", "r1"}, {1500});
+  told = std::make_unique<Told>(story.host("r1"));
+  claim("f0", ipv4.host(0x990000));
+  story.start({"r1"});
+  story.time().runFor(100);
+  EXPECT_EQ(explain("r1", "bsr"),
+            "Zone 224.0.0.0/4: there is no BSR.\n"
+            "A message of BSR 10.153.0.0 from 10.0.0.1 on eth0 was refused 2 times, the last T ago, since there is no "
+            "RPF neighbor toward its BSR: there is no route to 10.153.0.0; see 'ip route get 10.153.0.0'.\n");
+}
+
+TEST_F(Explain, ABorderInTheWay) {
+  story.chain({"f0", "r1"}, {1500});
+  told = std::make_unique<Told>(story.host("r1"));
+  story.host("r1").borderIs(global, {L3::defaultVrf, "eth0"});
+  claim("f0", story.network.router("f0").address());
+  story.start({"r1"});
+  story.time().runFor(100);
+  EXPECT_EQ(explain("r1", "bsr"),
+            "Zone 224.0.0.0/4: there is no BSR.\n"
+            "A message of BSR 192.168.0.1 from 10.0.0.1 on eth0 was refused 2 times, the last T ago, since the "
+            "interface is a border of its zone; see 'pimbsrctl show border'.\n"
+            "No message of this zone is sent or accepted on eth0, a border of it.\n");
+  EXPECT_EQ(explain("r1", "bsr", "239.1.0.0/16"), "Zone 239.1.0.0/16: there is no BSR.\n");
+}
+
+TEST_F(Explain, AWrongRpfNeighbor) {
+  story.chain({"f0", "r1", "f2"}, {1500});
+  told = std::make_unique<Told>(story.host("r1"));
+  story.feeder("f0").start();
+  claim("f2", story.network.router("f0").address());
+  story.start({"r1"});
+  story.time().runFor(100);
+  EXPECT_EQ(explain("r1", "bsr"),
+            "Zone 224.0.0.0/4: there is no BSR.\n"
+            "A message of BSR 192.168.0.1 from 10.0.1.2 on eth1 was refused 2 times, the last T ago, since it did not "
+            "come from the RPF neighbor toward its BSR, 10.0.0.1 on eth0; see 'ip route get 192.168.0.1'.\n");
+}
+
 TEST_F(Explain, AnRpThatTheFilterOfTheBsrDenies) {
   story.chain({"r0", "r1"}, {1500});
+  told = std::make_unique<Told>(story.host("r0"));
   story.host("r0").candidateBsrIs(global, 64);
   story.host("r0").config().crpFilterAclIs("NOBODY");
   story.host("r1").candidateRpIs(ipv4.group(1));
@@ -131,7 +181,11 @@ TEST_F(Explain, AnRpThatTheFilterOfTheBsrDenies) {
   EXPECT_EQ(explain("r0", "rp", "192.168.0.2"),
             "RP 192.168.0.2: no BSR announces it.\n"
             "This router is the BSR of zone 224.0.0.0/4, and crpFilterAcl does not permit the advertisements of "
-            "192.168.0.2; see 'pimbsrctl show filter'.\n");
+            "192.168.0.2; see 'pimbsrctl show filter'.\n"
+            "An advertisement for BSR 192.168.0.1 from 192.168.0.2 on eth0 was refused 4 times, the last T ago, since "
+            "the filter does not permit "
+            "its sender; see 'pimbsrctl show filter'.\n");
+
   EXPECT_EQ(explain("r1", "rp", "192.168.0.2"),
             "RP 192.168.0.2: no BSR announces it; it is an address of this router.\n"
             "The candidate RP of this router on lo advertises 1 of its ranges to 192.168.0.1, the BSR of zone "
