@@ -32,8 +32,9 @@ std::invalid_argument needs(const std::string &verb) {
 ProcessView processView(const Process &process) {
   std::map<L3::VrfName, std::string> vrfs;
   for (const auto &[vrf, host] : process.hosts) vrfs.emplace(vrf, host->reason());
-  return {process.agent, process.system, process.store, std::move(vrfs), process.loading, process.loop.longestTurn(),
-          process.events};
+  return {process.agent,   process.system,         process.store,
+          std::move(vrfs), process.loading,        process.loop.longestTurn(),
+          process.events,  process.lines.dropped()};
 }
 
 // Appends the next rows when it is called. True while there may be more.
@@ -87,6 +88,12 @@ Rows events(const Process &process, const Control::Request &request) {
                    eventFilterFrom(request.since, request.vrf, request.zone, request.severity, request.kind));
 }
 
+// That it is about, or empty for all; throws std::invalid_argument when it is not configured.
+const std::string &vrfOf(const Process &process, const Control::Request &request) {
+  if (request.vrf.empty() || process.hosts.contains(request.vrf)) return request.vrf;
+  throw std::invalid_argument("there is no VRF '" + request.vrf + "'");
+}
+
 void checkNoun(const Control::Request &request) {
   const std::string &noun = request.noun;
   const Control::Noun *known = Control::nounOf(*Control::verbOf(request.verb), noun);
@@ -120,6 +127,7 @@ Source show(const Process &process, const Control::Request &request) {
   const std::string &noun = request.noun;
   if (noun == "events") return sourceOf(events(process, request));
   if (request.verb == "explain") return rowsOfVrfs(process, request);
+  if (noun == "drops") return sourceOf(dropRows(process.drops, vrfOf(process, request), process.loop.now()));
   if (noun == "log") return sourceOf(rowsOfLines(process.log.lines()));
   if (noun == "agent") return sourceOf(agentRows(processView(process)));
   if (noun == "vrf") return sourceOf(vrfRows(processView(process), request.vrf));
@@ -167,6 +175,7 @@ Rows clear(const Process &process, const Control::Request &request) {
     found = true;
   }
   if (!found) throw std::invalid_argument("there is no VRF '" + request.vrf + "'");
+  process.drops.clear(request.vrf);
   return Rows::array();
 }
 

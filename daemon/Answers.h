@@ -8,9 +8,11 @@
 #include <string_view>
 
 #include "daemon/ConfigReader.h"
+#include "daemon/EventLines.h"
 #include "daemon/VrfHost.h"
 #include "daemon/control/Reply.h"
 #include "platform/tracelet/Sinks.h"
+#include "view/Drops.h"
 #include "view/EventLog.h"
 #include "view/Process.h"
 
@@ -32,6 +34,8 @@ class Answers {
     const std::string &effective;  ///< the text of the configuration
     const Tracelet::RingSink &log;
     const EventLog &events;
+    const EventLines &lines;
+    Drops &drops;
     ConfigReader &reader;
     /// Reads the file and applies it; calls `done` from the loop with the errors, if any, as one text.
     std::function<void(std::function<void(const std::string &errors)> done)> reload;

@@ -13,9 +13,11 @@
 #include <stdexcept>
 
 #include "agent/Agent.h"
+#include "agent/RootSm.h"
 #include "daemon/Answers.h"
 #include "daemon/Changeover.h"
 #include "daemon/ControlServer.h"
+#include "daemon/file/Difference.h"
 #include "daemon/file/Effective.h"
 #include "daemon/file/SystemWarnings.h"
 #include "daemon/state/StateFile.h"
@@ -23,6 +25,7 @@
 #include "platform/linux/RegularFile.h"
 #include "platform/linux/Worker.h"
 #include "platform/tracelet/Require.h"
+#include "view/EventReporter.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -63,6 +66,8 @@ struct Daemon::Process {
   const Options options;
   Tracelet::RingSink log{logLines};
   EventLog events{wallClock};
+  EventLines lines{events};
+  Drops drops{};
   const Linux::PathLock stateLock{options.state};
   const Linux::PathLock socketLock{options.socket};
   Linux::EventLoop loop{};
@@ -79,8 +84,11 @@ struct Daemon::Process {
   Loading loading{options.config, {}, {}};
   VrfHosts hosts{};
   std::optional<Changeover> changeover{};  // while a configuration is applied
+  std::vector<std::string> warnings{};     // of that one
   Reloaded changed{};                      // when it is
   std::vector<Reloaded> waiting{};         // for the reload after it
+  EventReporter reporter{{events, drops, system, wheel, [this](const L3::VrfName &vrf) { return interfacesOf(vrf); },
+                          [this](const L3::VrfName &vrf) { return awaitedBy(vrf); }}};
   std::unique_ptr<Agent> agent = makeAgent(family, {store, loop, loop, random});
   ConfigReader reader{loop, options.config, family,
                       [this](const L3::VrfName &vrf, const PimVrf &pim) { return knownOf(vrf, pim); }};
@@ -90,9 +98,19 @@ struct Daemon::Process {
                       loop,
                       wheel,
                       stateWriter};
-  Answers answers{{loop, store, system, hosts, *agent, loading, configuration, effective, log, events, reader,
-                   [this](Reloaded done) { daemon.reload(std::move(done)); }}};
+  Answers answers{{loop, store, system, hosts, *agent, loading, configuration, effective, log, events, lines, drops,
+                   reader, [this](Reloaded done) { daemon.reload(std::move(done)); }}};
 
+  std::vector<Pax::IntfId> interfacesOf(const L3::VrfName &vrf) const {
+    const auto pim = configuration.pim.find(vrf);
+    return pim == configuration.pim.end() ? std::vector<Pax::IntfId>() : pim->second.interfaces;
+  }
+  // What keeps the VRF from running.
+  std::string awaitedBy(const L3::VrfName &vrf) const {
+    const auto host = hosts.find(vrf);
+    if (host != hosts.end() && !host->second->reason().empty()) return host->second->reason();
+    return agent && agent->rootSm() ? agent->rootSm()->reason(vrf) : "";
+  }
   // The interfaces of a VRF that is open, if it stays in its namespace.
   std::optional<SystemView> knownOf(const L3::VrfName &vrf, const PimVrf &pim) const {
     const auto host = hosts.find(vrf);
@@ -108,36 +126,42 @@ struct Daemon::Process {
 Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configuration &configuration)
     : process_(new Process{*this, family, options}) {
   Tracelet::Registry::instance().sinkAdd(process_->log);
+  std::string remark;
   for (const Linux::PathLock *lock : {&process_->stateLock, &process_->socketLock}) {
-    if (!lock->error().empty()) TRACELET(trace, 1, "Another agent would not be noticed: " << lock->error());
+    if (lock->error().empty()) continue;
+    remark = "another agent would not be noticed: " + lock->error();
+    TRACELET(trace, 1, "Another agent would not be noticed: " << lock->error());
   }
   process_->control.emplace(process_->loop.context(), options.socket, [this](std::string_view line) {
     process_->loop.workBegins();
     return reply(line);
   });
   if (options.standby) process_->system.standbyIs(true);  // before anything could be sent
-  changeoverIs(configuration, effectiveText(configuration), [](const std::string &) {});
+  changeoverIs(configuration, effectiveText(configuration), {}, [](const std::string &) {});
   while (!process_->changeover->goOn()) {
   }
   changeoverDone();
   for (const auto &[vrf, host] : process_->hosts) {
     if (host->isForbidden()) throw std::runtime_error("VRF " + vrf.text() + ": " + host->reason());
   }
-  process_->stateFile.load();
+  if (const std::string error = process_->stateFile.load(); !error.empty()) {
+    remark += (remark.empty() ? "" : "; ") + ("the state in " + options.state + " is ignored: " + error);
+  }
+  process_->stateFile.watcherIs([this](const std::string &error) { tellSaved(error); });
+  process_->reporter.started(process_->agent->name(), PIMBSR_VERSION, remark);
+  process_->agent->watcherIs(&process_->reporter);
   process_->agent->doInit();
   Tracelet::beforeAbortIs([this](const std::string &text) {
     Linux::LineWriter(STDERR_FILENO).line(text);
     process_->stateFile.save();
   });
   awaitSignal();
-  Event started{.kind = EventKind::agentStarted};
-  started.text = process_->agent->name() + " " + PIMBSR_VERSION + " started";
-  process_->events.tell(started);
   TRACELET(trace, 3, "Started with " << process_->hosts.size() << " VRFs");
 }
 
 Daemon::~Daemon() {
   TRACELET(trace, 3, "Stopping");
+  process_->reporter.stopping(process_->agent->name());
   process_->control.reset();
   process_->stateFile.save();
   Tracelet::beforeAbortIs(nullptr);
@@ -178,18 +202,24 @@ void Daemon::loadedIs(const LoadedConfiguration &loaded, const Reloaded &done) {
     for (const std::string &error : errors) TRACELET(trace, 1, error);
     process_->loading.error = joined(errors, "\n");
     TRACELET(trace, 1, "The configuration stays as it was");
+    const std::string more = errors.size() > 1 ? " and " + std::to_string(errors.size() - 1) + " more" : "";
+    process_->reporter.tell(EventKind::configurationRefused, Severity::error,
+                            "The configuration stays as it was: " + errors.front() + more, errors.front());
     return done(process_->loading.error);
   }
-  for (const std::string &warning : firstOf(loaded.findings.warnings, file)) TRACELET(trace, 2, "warning: " << warning);
-  changeoverIs(loaded.configuration, loaded.effective, done);
+  const std::vector<std::string> warnings = firstOf(loaded.findings.warnings, file);
+  for (const std::string &warning : warnings) TRACELET(trace, 2, "warning: " << warning);
+  changeoverIs(loaded.configuration, loaded.effective, warnings, done);
   changeInSlices();
 }
 
-void Daemon::changeoverIs(const Configuration &wanted, const std::string &effective, Reloaded done) {
+void Daemon::changeoverIs(const Configuration &wanted, const std::string &effective, std::vector<std::string> warnings,
+                          Reloaded done) {
   Process &process = *process_;
   const VrfHost::Process shared{process.loop, process.watcher, process.wheel, process.random, process.system};
   process.changeover.emplace(shared, process.hosts, process.configuration, wanted);
   process.effectiveWanted = effective;
+  process.warnings = std::move(warnings);
   process.changed = std::move(done);
 }
 
@@ -202,17 +232,40 @@ void Daemon::changeInSlices() {
 
 void Daemon::changeoverDone() {
   Process &process = *process_;
-  process.configuration = process.changeover->wanted();
+  const Configuration before = std::exchange(process.configuration, process.changeover->wanted());
   process.effective = std::exchange(process.effectiveWanted, {});
   process.loading.at = timestamp();
   process.loading.error.clear();
   process.changeover.reset();
   TRACELET(trace, 3, "Configuration loaded from " << process.options.config);
+  tellLoaded(before);
   std::exchange(process.changed, nullptr)({});
   if (process.waiting.empty()) return;
   reload([all = std::exchange(process.waiting, {})](const std::string &errors) {
     for (const Reloaded &done : all) done(errors);
   });
+}
+
+void Daemon::tellLoaded(const Configuration &before) {
+  Process &process = *process_;
+  process.lines.leastIs(process.options.logLevel.value_or(process.configuration.logLevel));
+  std::string text =
+      "Configuration loaded from " + process.options.config + ": " + differenceOf(before, process.configuration);
+  const size_t warnings = process.warnings.size();
+  if (warnings > 0) text += "; warning: " + process.warnings.front();
+  if (warnings > 1) text += " and " + std::to_string(warnings - 1) + " more warnings, see 'check'";
+  process.reporter.tell(EventKind::configurationLoaded, warnings > 0 ? Severity::warning : Severity::notice, text);
+  process.reporter.handleConfig();
+}
+
+void Daemon::tellSaved(const std::string &error) {
+  const std::string &file = process_->options.state;
+  if (error.empty()) {
+    process_->reporter.tell(EventKind::stateSaved, Severity::notice, "The state is saved again in " + file);
+  } else {
+    process_->reporter.tell(EventKind::stateSaveFailed, Severity::error,
+                            "The state cannot be saved in " + file + ": " + error, error);
+  }
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -47,9 +47,12 @@ class Daemon {
   /// nothing was applied, or with none when all is. Reloads that are asked for while one is applied are one after it.
   void reload(Reloaded done);
   void loadedIs(const LoadedConfiguration &loaded, const Reloaded &done);
-  void changeoverIs(const Configuration &wanted, const std::string &effective, Reloaded done);
+  void changeoverIs(const Configuration &wanted, const std::string &effective, std::vector<std::string> warnings,
+                    Reloaded done);
   void changeInSlices();
   void changeoverDone();
+  void tellLoaded(const Configuration &before);
+  void tellSaved(const std::string &error);
   void awaitSignal();
 
   const std::unique_ptr<Process> process_;

@@ -26,9 +26,12 @@ po::options_description describe(Pax::AddressFamily family) {
       ("standby", "start as the standby controller")                                              //
       ("check", "check the configuration and exit: 0 if it is valid, 2 with every error if not")  //
       ("schema", "print the JSON Schema of the configuration file and exit")                      //
+      ("log-level", po::value<std::string>()->value_name("SEVERITY"),
+       "log events of this severity and worse, whatever the configuration says; the words are those of syslog")  //
       ("trace", po::value<Texts>()->value_name("MODULE=LEVEL")->composing(),
-       "trace a module up to a level from 0 to 9; * means every module; may be repeated")  //
-      ("version", "print the version and exit")                                            //
+       "trace a module up to a level from 0 to 9, and all others up to 3, to standard error; * means every module; may "
+       "be repeated")                            //
+      ("version", "print the version and exit")  //
       ("help", "print this help and exit");
   return described;
 }
@@ -38,6 +41,14 @@ Options::Action actionOf(const po::variables_map &given) {
   if (given.count("version")) return Options::Action::version;
   if (given.count("schema")) return Options::Action::schema;
   return given.count("check") ? Options::Action::check : Options::Action::run;
+}
+
+Severity logLevelFrom(const std::string &word) {
+  try {
+    return severityFrom(word);
+  } catch (const std::invalid_argument &error) {
+    throw UsageError(error.what());
+  }
 }
 
 }  // namespace
@@ -54,7 +65,9 @@ Options optionsFrom(Pax::AddressFamily family, const std::vector<std::string> &a
                     given["socket"].as<std::string>(),
                     given["state"].as<std::string>(),
                     given.count("standby") > 0,
+                    {},
                     {}};
+    if (given.count("log-level")) options.logLevel = logLevelFrom(given["log-level"].as<std::string>());
     if (given.count("trace")) {
       for (const std::string &text : given["trace"].as<Texts>()) options.trace.push_back(traceLevelFrom(text));
     }

@@ -1,12 +1,14 @@
 /// The command line of the programs.
 #pragma once
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "platform/pax/IpGenAddr.h"
+#include "view/Event.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -24,6 +26,7 @@ struct Options {
   std::string state;
   bool standby = false;                            ///< start as the standby controller
   std::vector<std::pair<std::string, int>> trace;  ///< module, level
+  std::optional<Severity> logLevel;                ///< the least of events that are logged; unset: as configured
 };
 
 /// Throws UsageError. Defaults are those of the family.

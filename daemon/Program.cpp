@@ -36,7 +36,7 @@ int runAgent(Pax::AddressFamily family, const Options &options) {
   report(options, loaded.findings);
   if (!loaded.good()) return badUsage;
   if (options.action == Options::Action::check) return done;
-  const auto sink = Linux::sinkFromEnvironment(agentName(family));
+  const auto sink = Linux::sinkFromEnvironment(agentName(family), !options.trace.empty());
   Daemon(family, options, loaded.configuration).run();
   return done;
 }

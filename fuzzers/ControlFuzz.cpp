@@ -46,7 +46,7 @@ class Box {
   // All pieces of it.
   std::string reply(std::string_view line) const {
     const Answers answers({loop_, store_, system_, hosts_, *agent_, loading_, configuration_, effective_, log_, events_,
-                           reader_, [this](const auto &done) { done(loading_.error); }});
+                           lines_, drops_, reader_, [this](const auto &done) { done(loading_.error); }});
     const Control::Reply reply = answers.reply(line);
     std::string whole;
     for (std::optional<std::string> piece; !piece || !piece->empty();) {
@@ -77,7 +77,9 @@ class Box {
   const Configuration configuration_;
   const std::string effective_ = "{}";
   const Tracelet::RingSink log_{100};
-  const EventLog events_{[] { return 0.0; }};
+  EventLog events_{[] { return 0.0; }};
+  const EventLines lines_{events_};
+  mutable Drops drops_;
   std::unique_ptr<Agent> agent_;
 };
 

@@ -49,16 +49,16 @@ void EventReporter::tell(EventKind kind, Severity severity, const L3::VrfName &v
   process_.log.tell(std::move(event));
 }
 
-void EventReporter::started(const std::string &name, const std::string &version) {
+void EventReporter::started(const std::string &name, const std::string &version, const std::string &remark) {
   const std::string found = whatIsThere();
-  tell(EventKind::agentStarted, Severity::notice, {},
+  tell(EventKind::agentStarted, remark.empty() ? Severity::notice : Severity::warning,
        sentence(name, ' ', version, " started", standby_ ? " as the standby controller" : "",
-                found.empty() ? "" : ", with " + found + " from before"));
+                found.empty() ? "" : ", with " + found + " from before", remark.empty() ? "" : "; " + remark));
 }
 
 void EventReporter::stopping(const std::string &name) {
   stopping_ = true;
-  tell(EventKind::agentStopping, Severity::notice, {}, name + " stops");
+  tell(EventKind::agentStopping, Severity::notice, name + " stops");
 }
 
 std::string EventReporter::whatIsThere() const {
@@ -80,12 +80,12 @@ void EventReporter::handleConfig() {
 void EventReporter::handleRole() {
   const bool standby = process_.system.redundancyStatus->standby();
   if (standby == std::exchange(standby_, standby)) return;
-  tell(EventKind::roleChanged, Severity::notice, {},
+  tell(EventKind::roleChanged, Severity::notice,
        standby ? "This controller stands by: it keeps what it knows and sends nothing" : "This controller is active");
 }
 
 void EventReporter::handleStage(const std::string &stage) {
-  tell(EventKind::stageComplete, Severity::notice, {}, "Stage " + stage + " is complete");
+  tell(EventKind::stageComplete, Severity::notice, "Stage " + stage + " is complete");
 }
 
 void EventReporter::handleVrf(const L3::VrfName &vrf) {
@@ -95,7 +95,7 @@ void EventReporter::handleVrf(const L3::VrfName &vrf) {
 
 void EventReporter::vrfRuns(const L3::VrfName &vrf, const ContainerSm &machines) {
   waiting_.erase(vrf);
-  tell(EventKind::vrfRuns, Severity::notice, vrf, sentence("The agent runs in VRF ", vrf));
+  tell(EventKind::vrfRuns, Severity::notice, vrf, sentence("The agent runs in VRF ", vrf), "");
   running_[vrf] =
       std::make_unique<VrfReporter>(process_.log, process_.drops, process_.wheel, machines, [this, vrf, &machines] {
         return viewOf(process_.system, vrf, &machines, process_.wheel->now(), process_.pimInterfaces(vrf));

@@ -32,11 +32,16 @@ class EventReporter : public AgentWatcher {
   ~EventReporter() override;
 
   /// The agent is ready; tells what it found from before, too.
-  void started(const std::string &name, const std::string &version);
+  /// `remark`, if any, is what an operator should look at.
+  void started(const std::string &name, const std::string &version, const std::string &remark);
   /// It is about to stop: that its VRFs stop is no news.
   void stopping(const std::string &name);
   /// A configuration is in force.
   void handleConfig();
+  /// Of the process itself.
+  void tell(EventKind kind, Severity severity, const std::string &text, const std::string &cause = "") {
+    tell(kind, severity, {}, text, cause);
+  }
 
   void vrfRuns(const L3::VrfName &vrf, const ContainerSm &machines) override;
   void vrfStops(const L3::VrfName &vrf) override;
@@ -49,7 +54,7 @@ class EventReporter : public AgentWatcher {
   static constexpr double patience = 2;  ///< seconds that a VRF has to start before it is told that it waits
 
   void tell(EventKind kind, Severity severity, const L3::VrfName &vrf, const std::string &text,
-            const std::string &cause = "");
+            const std::string &cause);
   void handleRole();
   void handleStage(const std::string &stage);
   void handleVrf(const L3::VrfName &vrf);

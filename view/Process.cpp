@@ -44,7 +44,7 @@ Rows agentRows(const ProcessView &view) {
                        {"file", view.loading.file},
                        {"loadedAt", view.loading.at},
                        {"lastError", orNull(view.loading.error)},
-                       {"droppedTraces", Tracelet::Registry::instance().dropped()},
+                       {"droppedTraces", Tracelet::Registry::instance().dropped() + view.droppedLines},
                        {"longestTurn", secondsBetween(1, 1 + view.longestTurn)}}});
 }
 

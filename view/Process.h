@@ -27,6 +27,7 @@ struct ProcessView {
   const Loading &loading;
   double longestTurn;  ///< of the loop, in seconds
   const EventLog &events;
+  uint64_t droppedLines;  ///< of events, that nobody read
 };
 
 Rows agentRows(const ProcessView &view);

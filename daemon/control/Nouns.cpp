@@ -26,7 +26,7 @@ constexpr std::array agent{
     Column{"file", "the configuration file"},
     Column{"loadedAt", "when the configuration in force was loaded"},
     Column{"lastError", "why a later reload was refused"},
-    Column{"droppedTraces", "trace lines that nobody read from its standard error"},
+    Column{"droppedTraces", "lines that nobody read from its standard error"},
     Column{"longestTurn", "the longest turn of its loop since the counters were last cleared"},
 };
 constexpr std::array vrfs{
@@ -181,6 +181,16 @@ constexpr std::array events{
            "the whole in one sentence; as JSON also the VRF, zone, group, RP, BSR, interface, neighbor, old and "
            "new value and cause that apply, each by its name"},
 };
+constexpr std::array drops{
+    vrf,
+    Column{"interface", "where it arrived"},
+    Column{"neighbor", "who sent it"},
+    Column{"reason", "why it was refused"},
+    Column{"bsr", "the BSR that it was from, or for"},
+    Column{"count", "how many, since the counters were last cleared"},
+    Column{"last", "seconds since the last one"},
+    Column{"echo", "whether these are copies of messages that this router accepted or sent, which is no fault"},
+};
 constexpr std::array log{Column{"line", "time, module, level and text"}};
 
 constexpr Noun entity{"entity", "the contents of an entity", state, Noun::Layout::file};
@@ -206,6 +216,7 @@ constexpr std::array allNouns{
          Noun::Layout::file},
     Noun{.name = "state", .help = "the state store", .columns = state, .operand = "[PATH]", .about = &entity},
     Noun{"events", "the last events; --since, --zone, --severity and --kind choose among them", events},
+    Noun{"drops", "what was refused, the latest first", drops},
     Noun{"log", "the last trace lines", log, Noun::Layout::lines},
 };
 

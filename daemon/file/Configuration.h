@@ -8,6 +8,7 @@
 
 #include "model/Config.h"
 #include "platform/acl/Acl.h"
+#include "view/Event.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -80,6 +81,7 @@ struct Configuration {
   std::map<L3::VrfName, VrfSettings> vrfConfig;  ///< one for each VRF of `pim`
   std::map<Pax::IntfId, IntfSettings> intfConfig;
   std::map<std::string, AclRules> acl;
+  Severity logLevel = Severity::notice;  ///< the least of events that are logged
   bool operator==(const Configuration &) const = default;
 };
 

@@ -152,6 +152,16 @@ void describe(Members &members, Configuration &file) {
               "By interface, NAME or VRF/NAME: its borders.");
   members.map("acl", file.acl, aclNames(),
               "By name: the access lists. The first rule that matches decides; what no rule matches is denied.");
+  members.word("logLevel", file.logLevel,
+               Words<Severity>{{"emergency", Severity::emergency},
+                               {"alert", Severity::alert},
+                               {"critical", Severity::critical},
+                               {"error", Severity::error},
+                               {"warning", Severity::warning},
+                               {"notice", Severity::notice},
+                               {"info", Severity::info},
+                               {"debug", Severity::debug}},
+               "The least severity of the events that are logged; --log-level comes before it.");
 }
 
 /// What the members of a new element start with.

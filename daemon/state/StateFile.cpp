@@ -162,11 +162,11 @@ void StateFile::handleChange() {
   saveTimer_.timeMinIs(std::max(clock_.now(), savedAt_ + saveInterval));
 }
 
-void StateFile::load() {
+std::string StateFile::load() {
   std::error_code error;
   if (!fs::exists(fs::symlink_status(identity_.path, error))) {
     TRACELET(trace, 3, "There is no saved state in " << identity_.path);
-    return;
+    return {};
   }
   try {
     const std::string text = Linux::readRegularFile(identity_.path, longestFile);
@@ -181,7 +181,9 @@ void StateFile::load() {
     TRACELET(trace, 3, "State read from " << identity_.path);
   } catch (const std::exception &error) {
     TRACELET(trace, 1, "The state in " << identity_.path << " is ignored: " << error.what());
+    return error.what();
   }
+  return {};
 }
 
 void StateFile::read(const nlohmann::json &json, const Contents &contents) const {
@@ -231,7 +233,8 @@ void StateFile::handleWritten(const Writing &writing) {
   if (!writing.error.empty() && !failed_) {
     TRACELET(trace, 1, "The state cannot be saved in " << identity_.path << ": " << writing.error);
   }
-  failed_ = !writing.error.empty();
+  const bool before = std::exchange(failed_, !writing.error.empty());
+  if (failed_ != before) watcher_(writing.error);
   if (changed_) handleChange();
 }
 

@@ -1,6 +1,7 @@
 /// The state file: what the agent has learned, kept through a restart or a crash of its process.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
@@ -40,9 +41,12 @@ class StateFile {
             const Kiv::Ptr<Orb::TimerWheel> &wheel, Orb::Background &background);
   ~StateFile();
 
+  /// Is told when a save fails, with the reason, and when one succeeds again, with none.
+  void watcherIs(std::function<void(const std::string &error)> watcher) { watcher_ = std::move(watcher); }
+
   /// Writes what the file has into the status, before an agent runs on it. A file of which any part is
-  /// not usable is ignored, with a trace.
-  void load();
+  /// not usable is ignored, with a trace. Returns why; nothing where it is used or there is none.
+  std::string load();
   /// Writes the file if it would change, and returns when that is done. The first of several failures is traced.
   void save();
 
@@ -73,6 +77,7 @@ class StateFile {
   double savedAt_ = 0;          // when the last save began
   size_t saved_ = 0;            // digest of the text in the file
   bool failed_ = false;
+  std::function<void(const std::string &error)> watcher_ = [](const std::string &) {};
   std::unique_ptr<KivStatusColl> kivStatusColl_;
 };
 

@@ -10,14 +10,16 @@ void StderrSink::line(std::string_view module, int level, std::string_view text)
   writer_.line(Tracelet::stampedLine(module, level, text));
 }
 
-std::unique_ptr<Tracelet::Sink> sinkFromEnvironment(std::string_view name) {
+std::unique_ptr<Tracelet::Sink> sinkFromEnvironment(std::string_view name, bool wanted) {
   Tracelet::Registry &registry = Tracelet::Registry::instance();
   if (std::getenv("TRACELET_DISABLE")) {
     registry.disable();
     return nullptr;
   }
+  const char *directory = std::getenv("TRACELETDIR");
+  if (!directory && !wanted) return nullptr;
   std::unique_ptr<Tracelet::Sink> sink = std::make_unique<StderrSink>();
-  if (const char *directory = std::getenv("TRACELETDIR")) {
+  if (directory) {
     try {
       sink = std::make_unique<Tracelet::FileSink>(directory, name);
     } catch (const std::system_error &error) {

@@ -22,7 +22,8 @@ class StderrSink : public Tracelet::Sink {
 
 /// Sets up tracing as the environment says and returns the sink in use, already registered; the caller owns
 /// it. With TRACELET_DISABLE set (to anything) every statement is off and there is no sink. Otherwise lines go
-/// to NAME.log in the directory TRACELETDIR, or to standard error if that is unset or cannot be written.
-std::unique_ptr<Tracelet::Sink> sinkFromEnvironment(std::string_view name);
+/// to NAME.log in the directory TRACELETDIR, or to standard error if that cannot be written. With that unset they go to
+/// standard error if they are `wanted` there; otherwise there is no sink.
+std::unique_ptr<Tracelet::Sink> sinkFromEnvironment(std::string_view name, bool wanted);
 
 }  // namespace Linux

@@ -135,7 +135,7 @@ TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
 /acl/Y/4/deny: "10.0.0.1/8" has host bits set; the prefix is 10.0.0.0/8
 /acl/Y/5: must have either permit or deny
 /acl/Y/5/allow: unknown name; known here: permit, deny
-/pin: unknown name; known here: pim, vrfConfig, intfConfig, acl
+/pin: unknown name; known here: pim, vrfConfig, intfConfig, acl, logLevel
 /pim/tan: namespace red already belongs to VRF red
 /vrfConfig/blue/bsrCandidateConfig/lo/acl/A: ACL A is not defined
 /vrfConfig/blue/rpCandidateConfig/lo/acl/B: ACL B is not defined
@@ -255,7 +255,7 @@ TEST(ConfigFile, AGoodFileIsReadWithItsDefaults) {
                      "red": { "holdTime": 90, "crpFilterAcl": ["A"], "mixedFragments": "stop",
                               "limits": { "zones": 0, "openBytes": 65536, "neighbors": 9 } } },
       "intfConfig": { "eth7": { "bsrBorderAcl": ["A"] }, "eth0": {}, "default/eth7": {}, "red/eth7": {} },
-      "acl": { "A": [ { "deny": "any" }, { "permit": "2001:DB8::/32" } ] } })",
+      "acl": { "A": [ { "deny": "any" }, { "permit": "2001:DB8::/32" } ] }, "logLevel": "info" })",
                                             ipv6);
   EXPECT_EQ(texts(loaded.findings.errors), std::vector<std::string>());
   EXPECT_EQ(configurationJson(loaded.configuration), nlohmann::ordered_json::parse(R"(
@@ -287,7 +287,7 @@ TEST(ConfigFile, AGoodFileIsReadWithItsDefaults) {
                       "eth0": { "bsrBorderGrp": [], "bsrBorderAcl": [] },
                       "default/eth7": { "bsrBorderGrp": [], "bsrBorderAcl": [] },
                       "red/eth7": { "bsrBorderGrp": [], "bsrBorderAcl": [] } },
-      "acl": { "A": [ { "deny": "any" }, { "permit": "2001:db8::/32" } ] } })"));
+      "acl": { "A": [ { "deny": "any" }, { "permit": "2001:db8::/32" } ] }, "logLevel": "info" })"));
   expectSameWhenShownAndLoaded(loaded.configuration);
 }
 

@@ -62,6 +62,13 @@ class DaemonTest : public ::testing::Test {
     }
     return line;
   }
+  std::string told() {
+    std::string kinds;
+    for (const Rows &row : ask({"show", "events", "", ""})) {
+      kinds += (kinds.empty() ? "" : " ") + row["kind"].get<std::string>();
+    }
+    return kinds;
+  }
   std::vector<std::string> vrfs() {
     std::vector<std::string> names;
     for (const Rows &row : ask({"show", "bsr", "", ""})) names.push_back(row["vrf"]);
@@ -178,7 +185,7 @@ TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
       {{"dance", "", "", ""}, "\"there is no verb 'dance'\""},
       {{"", "bsr", "", ""}, "\"a request needs a verb\""},
       {{"show", "config", "", ""}, R"([{"pim":{"no-such-ns-a":{"namespace":"no-such-ns-a",)"},
-      {{"show", "events", "", "", "0", "", "notice", "agentStarted"}, R"([{"seq":1,"time":"20)"},
+      {{"show", "events", "", "", "0", "", "notice", "agentStarted"}, R"([{"seq":2,"time":"20)"},
       {{"show", "bsr", "", "", "", "239.1.0.0/16"}, "[]"},
       {{"show", "bsr", "", "", "", "10.0.0.0/8"}, "\"'10.0.0.0/8' is not a zone, as 224.0.0.0/4 is"},
       {{"show", "acl", "", "", "", "224.0.0.0/4"}, "\"the rows of 'acl' have no zone\""},
@@ -187,6 +194,8 @@ TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
       {{"explain", "bsr", "", "224.0.0.0/4"}, R"([{"vrf":"no-such-ns-a","zone":"224.0.0.0/4","about":"bsr",)"},
       {{"show", "events", "", "", "soon"}, "\"'soon' is no time, as in 2024-05-01T12:34:56Z\""},
       {{"show", "agent", "", "", "0"}, "\"only of 'events' a part can be chosen\""},
+      {{"show", "drops", "", ""}, "[]"},
+      {{"show", "drops", "red", ""}, "\"there is no VRF 'red'\""},
       {{"show", "agent", "", "now"}, "\"'agent' takes no argument\""},
       {{"show", "state", "", ""}, R"([{"path":"acl/config/cli","type":"Config"},)"},
       {{"show", "state", "", state + "/vrfConfig/no-such-ns-a/holdTime"}, "[130]"},
@@ -222,6 +231,9 @@ TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
   for (const Case &one : cases) {
     EXPECT_EQ(ask(one.request).dump().substr(0, one.answer.size()), one.answer) << Control::toLine(one.request);
   }
+  EXPECT_EQ(
+      told(),
+      "configurationLoaded agentStarted configurationRefused roleChanged roleChanged stageComplete stageComplete");
   for (const char *noun : {"agent", "vrf", "state"}) {
     Names names, columns;
     const Rows rows = ask({"show", noun, "", ""});

@@ -21,7 +21,7 @@ class Explain : public testing::Test {
     for (const Sim::Intf &intf : host.router().intfs()) interfaces.push_back(intf.intfId());
     const auto *machines = host.runs() ? host.agent().containerSm(L3::defaultVrf) : nullptr;
     auto view = Bsr::viewOf(host.system(), L3::defaultVrf, machines, story.time().now(), interfaces);
-    if (told) view.drops = &told->drops;
+    if (told && &told->host == &host) view.drops = &told->drops;
     statements = Bsr::explanationOf(topic, {view}, argument);
     std::string text;
     for (const auto &statement : statements) text += statement["text"].get<std::string>() + "\n";
