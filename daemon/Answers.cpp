@@ -63,8 +63,9 @@ class VrfRows {
     const L3::VrfName &vrf = vrfs_[next_];
     const auto pim = process_.configuration.pim.find(vrf);
     if (pim != process_.configuration.pim.end() && statusOf(vrf)) {
-      const VrfView view =
+      VrfView view =
           viewOf(process_.system, vrf, process_.agent.containerSm(vrf), process_.loop.now(), pim->second.interfaces);
+      view.drops = &process_.drops;
       if (nextRows_(request_.noun, view, request_.argument, cursor_, rows)) return true;
     }
     cursor_ = {};
