@@ -8,6 +8,7 @@
 #include "daemon/Options.h"
 #include "daemon/control/Nouns.h"
 #include "daemon/control/Request.h"
+#include "daemon/control/Streams.h"
 #include "view/Explain.h"
 #include "view/Groups.h"
 
@@ -37,8 +38,7 @@ ProcessView processView(const Process &process) {
           process.events,  process.lines.dropped()};
 }
 
-// Appends the next rows when it is called. True while there may be more.
-using Source = std::function<bool(Rows &rows)>;
+using Source = RowSource;
 
 Source sourceOf(Rows all) {
   return [all = std::move(all)](Rows &rows) mutable {
@@ -129,6 +129,7 @@ Source show(const Process &process, const Control::Request &request) {
   if (noun == "events") return sourceOf(events(process, request));
   if (request.verb == "explain") return rowsOfVrfs(process, request);
   if (noun == "drops") return sourceOf(dropRows(process.drops, vrfOf(process, request), process.loop.now()));
+  if (noun == "config") return sourceOf(Rows::array({Rows::parse(process.effective)}));  // of a stream
   if (noun == "log") return sourceOf(rowsOfLines(process.log.lines()));
   if (noun == "agent") return sourceOf(agentRows(processView(process)));
   if (noun == "vrf") return sourceOf(vrfRows(processView(process), request.vrf));
@@ -228,7 +229,15 @@ Source answer(const Process &process, const Control::Request &request) {
   for (const Handler &handler : handlers) {
     if (request.verb == handler.verb) return sourceOf(handler.rows(process, request));
   }
+  if (request.verb != "show" && request.verb != "explain") {
+    throw std::invalid_argument("'" + request.verb + "' is for pimbsrctl; see 'subscribe'");
+  }
   return show(process, request);
+}
+
+// What a stream begins with.
+Rows greeting(const Agent &agent) {
+  return {{"protocol", Control::protocolVersion}, {"agent", agent.name()}, {"version", PIMBSR_VERSION}};
 }
 
 // The line of rows, a piece at a time. The first rows are made at once, and throw what is wrong with the request.
@@ -291,9 +300,17 @@ Control::Reply replyTo(const Process &process, const Control::Request &request) 
 
 }  // namespace
 
-Control::Reply Answers::reply(std::string_view line) const {
+Answers::Answers(Process process)
+    : process_(std::move(process)),
+      feeds_(process_.loop, process_.wheel, process_.events, greeting(process_.agent),
+             [this](const Control::Request &request) { return show(process_, request); }) {}
+
+Control::Reply Answers::reply(std::string_view line) {
   try {
-    return replyTo(process_, Control::requestFromLine(line));
+    const Control::Request request = Control::requestFromLine(line);
+    if (request.verb == "hello") return Control::replyOf(rowsLine(Rows::array({greeting(process_.agent)})));
+    if (request.verb == "subscribe") return feeds_.subscribe(request);
+    return replyTo(process_, request);
   } catch (const std::exception &error) {
     return Control::replyOf(Control::errorLine(error.what()));
   }

@@ -11,6 +11,7 @@
 #include "daemon/EventLines.h"
 #include "daemon/VrfHost.h"
 #include "daemon/control/Reply.h"
+#include "daemon/streams/Feeds.h"
 #include "platform/tracelet/Sinks.h"
 #include "view/Drops.h"
 #include "view/EventLog.h"
@@ -25,6 +26,7 @@ class Answers {
   /// The process; all of it outlives the answers.
   struct Process {
     Linux::EventLoop &loop;
+    Kiv::Ptr<Orb::TimerWheel> wheel;
     const Statehub::Store &store;
     SystemState &system;
     const VrfHosts &hosts;
@@ -33,7 +35,7 @@ class Answers {
     const Configuration &configuration;
     const std::string &effective;  ///< the text of the configuration
     const Tracelet::RingSink &log;
-    const EventLog &events;
+    EventLog &events;
     const EventLines &lines;
     Drops &drops;
     ConfigReader &reader;
@@ -41,14 +43,15 @@ class Answers {
     std::function<void(std::function<void(const std::string &errors)> done)> reload;
   };
 
-  explicit Answers(Process process) : process_(std::move(process)) {}
+  explicit Answers(Process process);
 
   /// The reply line to a request line. Long ones show each VRF, zone or range as it is when its piece is made. Replies
   /// must not be asked for pieces when this is gone.
-  Control::Reply reply(std::string_view line) const;
+  Control::Reply reply(std::string_view line);
 
  private:
   const Process process_;
+  Feeds feeds_;
 };
 
 }  // namespace Routing::Pim::Bsr

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <boost/asio/local/stream_protocol.hpp>
 #include <boost/asio/read_until.hpp>
 #include <boost/asio/steady_timer.hpp>
@@ -23,7 +24,10 @@ using boost::system::error_code;
 namespace {
 
 constexpr std::chrono::seconds idleMost{10};   // until the next request is complete
+constexpr int queueMost = 128;                 // of clients that wait to be taken, so that nobody waits long
 constexpr std::chrono::seconds writeMost{30};  // until the next piece of a reply is made and taken
+
+std::string tooMany() { return "too many clients: " + std::to_string(ControlServer::mostClients) + " are served"; }
 
 std::runtime_error failure(const std::string &path, const std::string &what) {
   return std::runtime_error("control socket " + path + ": " + what);
@@ -68,19 +72,49 @@ class ControlServer::Session : public std::enable_shared_from_this<Session> {
     error_code ignored;
     deadline_.cancel();
     socket_.close(ignored);
+    reply_ = nullptr;  // it may wait for a piece with a share of this
+  }
+
+  // Closes it with that error, if the client's side of the socket has room for it.
+  void refuse(const std::string &error) {
+    say(socket_, error);
+    close();
+  }
+
+  /// Whether it has not asked anything yet.
+  bool isSilent() const { return !hasAsked_; }
+
+  // The line finds room in a socket that is new, or is lost; nobody waits for the client to read it.
+  static void say(Socket &socket, const std::string &error) {
+    const std::string line = Control::errorLine(error) + '\n';
+    error_code ignored;
+    socket.non_blocking(true, ignored);
+    socket.send(asio::buffer(line), 0, ignored);
   }
 
  private:
   void readDone(const error_code &error, size_t length) {
     last_ = error == asio::error::not_found;
+    if (!last_ && (error || !socket_.is_open())) return close();
+    hasAsked_ = true;
     if (last_) {
-      reply_ = Control::replyOf(Control::errorLine("the request is too long"));
-      return makePiece();
+      reply_ = Control::replyOf(Control::errorLine("the request is too long: it may have " +
+                                                   std::to_string(Control::longestRequest) + " bytes"));
+    } else {
+      reply_ = (*handler_)(std::string_view(input_).substr(0, length - 1));
+      input_.erase(0, length);
     }
-    if (error || !socket_.is_open()) return close();
-    reply_ = (*handler_)(std::string_view(input_).substr(0, length - 1));
-    input_.erase(0, length);
+    watchEnd();
     makePiece();
+  }
+
+  // A client that leaves is noticed while it is sent nothing, too.
+  void watchEnd() {
+    if (std::exchange(endWatched_, true)) return;
+    socket_.async_wait(Socket::wait_error, [weak = weak_from_this()](const error_code &error) {
+      const auto self = weak.lock();
+      if (self && !error) self->close();
+    });
   }
 
   void makePiece() {
@@ -95,6 +129,7 @@ class ControlServer::Session : public std::enable_shared_from_this<Session> {
                       [self = shared_from_this(), end](const error_code &error, size_t) {
                         if (error || !self->socket_.is_open()) return self->close();
                         if (!end) return self->makePiece();
+                        self->reply_ = nullptr;
                         self->last_ ? self->close() : self->read();
                       });
   }
@@ -103,7 +138,9 @@ class ControlServer::Session : public std::enable_shared_from_this<Session> {
     deadline_.expires_after(seconds);
     deadline_.async_wait([weak = weak_from_this()](const error_code &error) {
       const auto self = weak.lock();
-      if (self && !error) self->close();
+      if (!self || error) return;
+      self->reply_ ? self->close()
+                   : self->refuse("no request came for " + std::to_string(idleMost.count()) + " seconds");
     });
   }
 
@@ -114,6 +151,8 @@ class ControlServer::Session : public std::enable_shared_from_this<Session> {
   Control::Reply reply_;
   std::string output_;  // a piece of it
   bool last_ = false;   // after it the client is closed
+  bool hasAsked_ = false;
+  bool endWatched_ = false;
 };
 
 // The listening socket and its clients. Operations that are under way hold it weakly.
@@ -131,15 +170,15 @@ class ControlServer::Listener : public std::enable_shared_from_this<Listener> {
 
  private:
   void serve(Socket socket);
-  /// Tells the client that there are too many; the owner of the socket closes it.
-  static void refuse(Socket &socket);
+  /// Makes room for another client, if one is there that says nothing.
+  void dropSilent();
 
   const std::string path_;
   const std::shared_ptr<const Handler> handler_;
   asio::local::stream_protocol::acceptor acceptor_;
-  asio::steady_timer pause_;  // after an accept that failed, for want of descriptors say
-  std::vector<std::weak_ptr<Session>> sessions_;
-  dev_t device_ = 0;  // these two tell our socket from another one of its name
+  asio::steady_timer pause_;                      // after an accept that failed, for want of descriptors say
+  std::vector<std::weak_ptr<Session>> sessions_;  // oldest first
+  dev_t device_ = 0;                              // these two tell our socket from another one of its name
   ino_t inode_ = 0;
 };
 
@@ -170,7 +209,7 @@ void ControlServer::Listener::listen() {
     acceptor_.open();
     acceptor_.bind(path_);
     ::umask(before);
-    acceptor_.listen();
+    acceptor_.listen(queueMost);
   } catch (const std::exception &error) {
     ::umask(before);
     throw failure(path_, error.what());
@@ -198,18 +237,20 @@ void ControlServer::Listener::accept() {
   });
 }
 
-// The line finds room in a socket that is new, or is lost; nobody waits for the client to read it.
-void ControlServer::Listener::refuse(Socket &socket) {
-  const std::string line =
-      Control::errorLine("too many clients: " + std::to_string(mostClients) + " are served") + '\n';
-  error_code ignored;
-  socket.non_blocking(true, ignored);
-  socket.send(asio::buffer(line), 0, ignored);
+void ControlServer::Listener::dropSilent() {
+  const auto found = std::find_if(sessions_.begin(), sessions_.end(), [](const auto &weak) {
+    const auto session = weak.lock();
+    return session && session->isSilent();
+  });
+  if (found == sessions_.end()) return;
+  found->lock()->refuse(tooMany());
+  sessions_.erase(found);
 }
 
 void ControlServer::Listener::serve(Socket socket) {
   std::erase_if(sessions_, [](const auto &session) { return session.expired(); });
-  if (sessions_.size() >= mostClients) return refuse(socket);
+  if (sessions_.size() >= mostClients) dropSilent();
+  if (sessions_.size() >= mostClients) return Session::say(socket, tooMany());
   const auto session = std::make_shared<Session>(std::move(socket), handler_);
   sessions_.push_back(session);
   session->read();

@@ -12,8 +12,9 @@
 namespace Routing::Pim::Bsr {
 
 /// Listens on a Unix stream socket that owner and group may use. Clients are served on the loop and cannot hold it
-/// up: one that is slow, silent or half-closed has a deadline, one whose line is too long is told so and dropped, and
-/// so is one that comes while mostClients are served. The daemon owns it; it knows nothing of what is asked.
+/// up: one that is slow, silent or half-closed has a deadline, and one whose line is too long is told so and dropped.
+/// When mostClients are served, a new one takes the place of the oldest that has not asked anything yet, or is told
+/// that there are too many. The daemon owns it; it knows nothing of what is asked.
 class ControlServer {
  public:
   /// Gives the reply line to a request line, both without newline. Neither it nor the reply may throw.

@@ -98,8 +98,8 @@ struct Daemon::Process {
                       loop,
                       wheel,
                       stateWriter};
-  Answers answers{{loop, store, system, hosts, *agent, loading, configuration, effective, log, events, lines, drops,
-                   reader, [this](Reloaded done) { daemon.reload(std::move(done)); }}};
+  Answers answers{{loop, wheel, store, system, hosts, *agent, loading, configuration, effective, log, events, lines,
+                   drops, reader, [this](Reloaded done) { daemon.reload(std::move(done)); }}};
 
   std::vector<Pax::IntfId> interfacesOf(const L3::VrfName &vrf) const {
     const auto pim = configuration.pim.find(vrf);
@@ -173,7 +173,7 @@ void Daemon::run() { process_->loop.run(); }
 
 Linux::EventLoop &Daemon::loop() { return process_->loop; }
 
-Control::Reply Daemon::reply(std::string_view line) const { return process_->answers.reply(line); }
+Control::Reply Daemon::reply(std::string_view line) { return process_->answers.reply(line); }
 
 const ConfigColl &Daemon::configColl() const { return *process_->system.configColl; }
 

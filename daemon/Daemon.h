@@ -33,7 +33,7 @@ class Daemon {
   Linux::EventLoop &loop();
 
   /// The reply line to a request line of the control protocol.
-  Control::Reply reply(std::string_view line) const;
+  Control::Reply reply(std::string_view line);
 
   const ConfigColl &configColl() const;
   const Configuration &configuration() const;

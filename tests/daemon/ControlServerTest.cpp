@@ -104,7 +104,7 @@ TEST_F(ControlServerTest, ClientsThatMisbehaveHarmOnlyThemselves) {
   good.send("good\n");
   EXPECT_EQ(good.hear(1), "<good>\n");
   EXPECT_EQ(halfClosed.hear(1), "<closed>");
-  EXPECT_EQ(huge.hear(2), "{\"error\":\"the request is too long\"}\n<closed>");
+  EXPECT_EQ(huge.hear(2), "{\"error\":\"the request is too long: it may have 65536 bytes\"}\n<closed>");
 }
 
 TEST_F(ControlServerTest, AClientTooManyIsToldSoAndTheNextOneIsServedWhenOneHasLeft) {
@@ -125,6 +125,46 @@ TEST_F(ControlServerTest, AClientTooManyIsToldSoAndTheNextOneIsServedWhenOneHasL
   RawClient next(context, path);
   next.send("y\n");
   EXPECT_EQ(next.hear(1), "<y>\n");
+}
+
+TEST_F(ControlServerTest, ANewClientTakesThePlaceOfTheOldestThatSaysNothing) {
+  const auto server = serve();
+  RawClient asked(context, path);
+  asked.send("x\n");
+  EXPECT_EQ(asked.hear(1), "<x>\n");
+  std::vector<std::unique_ptr<RawClient>> silent;
+  for (size_t i = 0; i < 3 * ControlServer::mostClients; ++i) {
+    silent.push_back(std::make_unique<RawClient>(context, path));
+    if (i % 2) silent.back()->send("half a line");
+    context.poll();
+  }
+  RawClient next(context, path);
+  next.send("y\n");
+  EXPECT_EQ(next.hear(1), "<y>\n");
+  asked.send("z\n");
+  EXPECT_EQ(asked.hear(1), "<z>\n");
+  EXPECT_EQ(silent.front()->hear(2), "{\"error\":\"too many clients: 64 are served\"}\n<closed>");
+}
+
+TEST_F(ControlServerTest, AReplyEndsWithItsClientWhateverItWaitsFor) {
+  auto reply = std::make_shared<int>(0);
+  const std::weak_ptr<int> lives = reply;
+  std::vector<Control::Send> waiting;
+  ControlServer server(context, path, [&waiting, &reply](std::string_view) {
+    return [&waiting, held = std::move(reply)](const Control::Send &send) { waiting.push_back(send); };
+  });
+  {
+    RawClient client(context, path);
+    client.send("x\n");
+    while (waiting.empty()) ASSERT_GT(context.run_one_for(patience), 0u);
+  }
+  while (!lives.expired()) ASSERT_GT(context.run_one_for(patience), 0u);
+  waiting.front()("too late");
+  RawClient next(context, path);
+  next.send("y\n");
+  while (waiting.size() < 2) ASSERT_GT(context.run_one_for(patience), 0u);
+  waiting.back()("yes\n");
+  EXPECT_EQ(next.hear(1), "yes\n");
 }
 
 TEST_F(ControlServerTest, TheSocketIsForOwnerAndGroupAndReplacesAStaleOneOnly) {

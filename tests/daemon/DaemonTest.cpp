@@ -183,6 +183,9 @@ TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
       {{"show", "bsr", "red", ""}, "\"there is no VRF 'red'\""},
       {{"show", "weather", "", ""}, "\"there is no noun 'weather'\""},
       {{"dance", "", "", ""}, "\"there is no verb 'dance'\""},
+      {{"hello", "", "", ""}, R"([{"protocol":1,"agent":"PimBsr","version":")"},
+      {{"watch", "bsr", "", ""}, "\"'watch' is for pimbsrctl; see 'subscribe'\""},
+      {{"subscribe", "bsr", "red", ""}, "\"there is no VRF 'red'\""},
       {{"", "bsr", "", ""}, "\"a request needs a verb\""},
       {{"show", "config", "", ""}, R"([{"pim":{"no-such-ns-a":{"namespace":"no-such-ns-a",)"},
       {{"show", "events", "", "", "0", "", "notice", "agentStarted"}, R"([{"seq":2,"time":"20)"},
@@ -225,7 +228,9 @@ TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
       {{"stage", "", "", "shutdown NetworkAgentShutdown"},
        R"([{"kind":"shutdown","stage":"NetworkAgentShutdown","complete":true}])"},
   };
-  for (const char *bad : {"7", R"({"verb": 1})", R"({"verbs": "show"})", "\xff{\"verb\""}) {
+  const std::string deep(60000, '[');
+  for (const std::string &bad : Names
+       {"7", R"({"verb": 1})", R"({"verbs": "show"})", "\xff{\"verb\"", "{\"verb\": \"\xc3\x28\"}", deep.c_str(), ""}) {
     EXPECT_TRUE(replyTo(bad).starts_with(R"({"error":")")) << bad;
   }
   for (const Case &one : cases) {
