@@ -229,8 +229,8 @@ TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
        R"([{"kind":"shutdown","stage":"NetworkAgentShutdown","complete":true}])"},
   };
   const std::string deep(60000, '[');
-  for (const std::string &bad : Names
-       {"7", R"({"verb": 1})", R"({"verbs": "show"})", "\xff{\"verb\"", "{\"verb\": \"\xc3\x28\"}", deep.c_str(), ""}) {
+  for (const std::string &bad : Names{"7", R"({"verb": 1})", R"({"verbs": "show"})", "\xff{\"verb\"",
+                                      "{\"verb\": \"\xc3\x28\"}", deep.c_str(), ""}) {
     EXPECT_TRUE(replyTo(bad).starts_with(R"({"error":")")) << bad;
   }
   for (const Case &one : cases) {
