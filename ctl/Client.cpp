@@ -11,14 +11,14 @@ namespace {
 
 constexpr std::chrono::seconds patience{30};
 
+}  // namespace
+
 std::string whyUnreachable(const std::string &socket, const std::string &program,
                            const boost::system::error_code &error) {
   if (error == boost::system::errc::permission_denied)
     return "no permission to connect to " + program + " on " + socket;
   return program + " is not running: nothing listens on " + socket + " (" + error.message() + ")";
 }
-
-}  // namespace
 
 Rows ask(const std::string &socket, const std::string &program, const Request &request) {
   boost::asio::local::stream_protocol::iostream agent;

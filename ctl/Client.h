@@ -1,6 +1,7 @@
 /// The client's side of the control protocol: one request on a connection of its own.
 #pragma once
 
+#include <boost/system/error_code.hpp>
 #include <string>
 
 #include "daemon/control/Request.h"
@@ -10,5 +11,9 @@ namespace Control {
 /// Asks the agent that listens on the socket and returns its rows; waits up to 30 seconds. Throws std::runtime_error
 /// with the agent's own error, or saying why there is no answer, where `program` names the agent.
 Rows ask(const std::string &socket, const std::string &program, const Request &request);
+
+/// What an operator is told when a connection fails.
+std::string whyUnreachable(const std::string &socket, const std::string &program,
+                           const boost::system::error_code &error);
 
 }  // namespace Control

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "daemon/control/Defaults.h"
+#include "daemon/control/Streams.h"
 
 namespace Control {
 
@@ -27,7 +28,10 @@ po::options_description visible() {
       ("severity", po::value<std::string>()->value_name("WORD"), "only events as bad as this")     //
       ("kind", po::value<std::string>()->value_name("WORD"), "only events of this kind")           //
       ("json", "print JSON: an array of objects, times in seconds")                                //
-      ("version", "print the version and exit")                                                    //
+      ("exec", po::value<std::string>()->value_name("COMMAND"),
+       "with monitor: run it on each change, with all rows as JSON on its standard input")   //
+      ("time-limit", po::value<unsigned>()->value_name("SECONDS"), "that it may take (30)")  //
+      ("version", "print the version and exit")                                              //
       ("help", "print this help, or the columns of a noun, and exit");
   return described;
 }
@@ -75,10 +79,40 @@ std::string takeArgument(const Texts &operands, const std::string &shape, size_t
   return argument;
 }
 
+// Nouns, or one with its operand.
+void readMonitored(const Texts &operands, Options &options) {
+  Request &request = options.request;
+  request.verb = operands[0];
+  for (size_t next = 1; next < operands.size();) {
+    const std::string &name = operands[next++];
+    if (name != eventsNoun && !followedOf(name)) {
+      throw UsageError("'" + name + "' cannot be monitored; what can: " + followedNames());
+    }
+    request.noun += (request.noun.empty() ? "" : " ") + name;
+    const Noun *noun = nounOf(name);
+    if (noun) request.argument = takeArgument(operands, noun->operand, next);
+    if (!request.argument.empty() && operands.size() > 3) throw UsageError("'" + name + "' is monitored alone");
+  }
+  if (request.noun.empty()) request.noun = eventsNoun;
+}
+
+void readCommand(const po::variables_map &given, Options &options) {
+  if (given.count("exec")) options.command = given["exec"].as<std::string>();
+  if (given.count("time-limit")) options.timeLimit = given["time-limit"].as<unsigned>();
+  if (given.count("time-limit") && (options.timeLimit == 0 || options.timeLimit > 86400)) {
+    throw UsageError("--time-limit must be 1 to 86400 seconds");
+  }
+  if (!given.count("exec") && !given.count("time-limit")) return;
+  if (options.command.empty()) throw UsageError("--exec needs a command");
+  const bool isOne = followedOf(options.request.noun) != nullptr;
+  if (options.request.verb != "monitor" || !isOne) throw UsageError("--exec is for monitor with one noun");
+}
+
 void readOperands(const Texts &operands, Options &options) {
   if (operands.empty()) throw UsageError("a verb is missing");
   const Verb *verb = verbOf(operands[0]);
   if (!verb) throw UsageError("there is no verb '" + operands[0] + "'");
+  if (operands[0] == "monitor") return readMonitored(operands, options);
   options.request.verb = operands[0];
   size_t next = 1;
   if (verb->takesNoun) {
@@ -112,7 +146,9 @@ Options optionsFrom(const Texts &arguments) {
       if (!operands.empty()) options.noun = nounOf(operands.back());
     } else {
       readOperands(operands, options);
+      readCommand(given, options);
     }
+    if (options.request.verb == "monitor") options.action = Options::Action::monitor;
     if (options.request.verb == "watch") {
       options.action = Options::Action::watch;
       options.request.verb = "show";

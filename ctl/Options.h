@@ -17,12 +17,14 @@ class UsageError : public std::runtime_error {
 };
 
 struct Options {
-  enum class Action { ask, watch, help, version };
+  enum class Action { ask, watch, monitor, help, version };
   Action action = Action::ask;
   bool json = false;
   std::string program;  ///< which agent is asked, for messages
   std::string socket;
   Request request;
+  std::string command;         ///< of --exec; empty: what is monitored is printed
+  unsigned timeLimit = 30;     ///< of the command, in seconds
   const Noun *noun = nullptr;  ///< how the answer is laid out; null: as it comes
 };
 

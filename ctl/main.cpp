@@ -1,12 +1,11 @@
 // pimbsrctl: asks a running agent. Exit codes: 0 done, 1 failed, 2 bad usage.
 #include <unistd.h>
 
-#include <chrono>
 #include <iostream>
 #include <nlohmann/json.hpp>
-#include <thread>
 
 #include "ctl/Client.h"
+#include "ctl/Monitor.h"
 #include "ctl/Options.h"
 #include "ctl/Table.h"
 
@@ -16,8 +15,7 @@ using namespace Control;
 
 enum ExitCode { done = 0, failed = 1, badUsage = 2 };
 
-void askOnce(const Options &options) {
-  const Rows rows = ask(options.socket, options.program, options.request);
+void print(const Options &options, const Rows &rows) {
   if (options.json) {
     std::cout << rows.dump(2) << '\n';
   } else {
@@ -26,13 +24,14 @@ void askOnce(const Options &options) {
   std::cout << std::flush;
 }
 
-void watch(const Options &options) {
+void watchNoun(const Options &options) {
   const bool isScreen = ::isatty(STDOUT_FILENO) != 0 && !options.json;
-  while (std::cout) {
+  const auto redraw = [&] {
+    const Rows rows = ask(options.socket, options.program, options.request);
     if (isScreen) std::cout << "\033[H\033[2J";
-    askOnce(options);
-    std::this_thread::sleep_for(std::chrono::seconds(1));
-  }
+    print(options, rows);
+  };
+  watch(options, isScreen, redraw, std::cerr);
 }
 
 int run(const std::vector<std::string> &arguments) {
@@ -40,8 +39,9 @@ int run(const std::vector<std::string> &arguments) {
   switch (options.action) {
     case Options::Action::version: std::cout << "pimbsrctl " << PIMBSR_VERSION << '\n'; break;
     case Options::Action::help: std::cout << (options.noun ? helpText(*options.noun) : usage()); break;
-    case Options::Action::watch: watch(options); break;
-    case Options::Action::ask: askOnce(options); break;
+    case Options::Action::watch: watchNoun(options); break;
+    case Options::Action::monitor: monitor(options, std::cout, std::cerr); break;
+    case Options::Action::ask: print(options, ask(options.socket, options.program, options.request)); break;
   }
   return std::cout ? done : failed;
 }

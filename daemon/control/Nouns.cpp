@@ -263,12 +263,13 @@ constexpr Noun findings{"findings", "what is wrong in a configuration file", fin
 
 constexpr std::array allVerbs{
     Verb{"show", "NOUN", "show it once", true},
-    Verb{"watch", "NOUN", "show it every second until interrupted", true},
+    Verb{"watch", "NOUN", "show it again whenever it changes, counters and the like each second", true},
     Verb{.name = "explain",
          .operands = "bsr|rp|group",
          .help = "say why, in sentences",
          .takesNoun = true,
          .own = topics},
+    Verb{"monitor", "[NOUN|events]...", "print each change, or run a command on it; events if nothing is named", false},
     Verb{"trace", "[MODULE=LEVEL]", "set a trace level, * for every module; without an operand, list the levels",
          false},
     Verb{"check", "", "check the configuration file without loading it", false, &findings},

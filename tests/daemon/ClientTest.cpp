@@ -32,9 +32,24 @@ TEST(CommandLine, TheClientTakesVerbNounAndOptionsInAnyOrder) {
   EXPECT_EQ(Control::toLine(Control::optionsFrom({"explain", "rp", "10.0.0.1"}).request),
             R"({"verb":"explain","noun":"rp","argument":"10.0.0.1"})");
 
+  const auto monitor = Control::optionsFrom({"monitor", "bsr", "rp-set", "--vrf", "blue"});
+  EXPECT_EQ(monitor.action, Control::Options::Action::monitor);
+  EXPECT_EQ(Control::toLine(monitor.request), R"({"verb":"monitor","noun":"bsr rp-set","vrf":"blue"})");
+  EXPECT_EQ(Control::optionsFrom({"monitor"}).request.noun, "events");
+  EXPECT_EQ(Control::optionsFrom({"monitor", "rp", "225.1.1.1"}).request.argument, "225.1.1.1");
+  EXPECT_EQ(Control::optionsFrom({"monitor", "rp-set", "--exec", "cat x", "--time-limit=5"}).timeLimit, 5u);
+
   const std::vector<std::vector<std::string>> bad{
       {"explain", "acl"},
       {"explain", "rp"},
+      {"monitor", "counters"},
+      {"monitor", "rp"},
+      {"monitor", "bsr", "rp", "225.1.1.1"},
+      {"monitor", "events", "--exec", "cat"},
+      {"monitor", "bsr", "rp-set", "--exec", "cat"},
+      {"monitor", "rp-set", "--exec", ""},
+      {"monitor", "rp-set", "--exec", "cat", "--time-limit", "0"},
+      {"show", "rp-set", "--exec", "cat"},
       {},
       {"show"},
       {"show", "weather"},
