@@ -131,7 +131,10 @@ void LinkReporter::settleState(const Pax::IntfId &intfId, Known &known) {
   if (now == State::off && why.empty()) return;  // it stands by, or is about to be on
   const size_t neighbors = known.neighbors.size();
   known = {now};
-  tellState(intfId, known, neighbors == 0 ? why : sentence(why, "; its ", neighbors, " neighbors are gone with it"));
+  const std::string theirs = neighbors == 1  ? "; its neighbor is gone with it"
+                             : neighbors > 1 ? sentence("; its ", neighbors, " neighbors are gone with it")
+                                             : "";
+  tellState(intfId, known, why + theirs);
 }
 
 void LinkReporter::tellState(const Pax::IntfId &intfId, const Known &known, const std::string &why) {

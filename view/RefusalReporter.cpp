@@ -12,6 +12,12 @@ namespace {
 // not to be.
 bool isExpected(IO::Refusal reason) { return reason == IO::Refusal::border || reason == IO::Refusal::pimOff; }
 
+// Advertisements go to the wrong BSR for a moment whenever it is another one.
+Severity severityOf(IO::Refusal reason) {
+  if (reason == IO::Refusal::notBsr) return Severity::notice;
+  return isExpected(reason) ? Severity::info : Severity::warning;
+}
+
 bool isOfAdvertisement(IO::Refusal reason) { return reason == IO::Refusal::filter || reason == IO::Refusal::notBsr; }
 
 }  // namespace
@@ -62,7 +68,7 @@ void RefusalReporter::tell(const IO::Refused &refused) {
   told_[by].last = reporting_.now();
   const bool isAdvertisement = isOfAdvertisement(refused.reason);
   Event event{.kind = isAdvertisement ? EventKind::advertisementRefused : EventKind::messageRefused,
-              .severity = isExpected(refused.reason) ? Severity::info : Severity::warning,
+              .severity = severityOf(refused.reason),
               .bsr = refused.bsr,
               .interface = refused.intfId,
               .neighbor = refused.source};
@@ -89,7 +95,7 @@ void RefusalReporter::sumUp() {
     if (each.more > 0) {
       more += each.more;
       neighbors[neighbor] += each.more;
-      if (!isExpected(reason)) event.severity = Severity::warning;
+      event.severity = std::min(event.severity, severityOf(reason));
       if (each.more > most) {
         most = each.more;
         event.neighbor = neighbor;

@@ -21,7 +21,7 @@ void Reporting::tellSkipped() {
   for (auto &[kind, each] : kind_) {
     if (each.skipped == 0) continue;
     Event event{.kind = EventKind::eventsSkipped, .severity = each.worst};
-    event.text = sentence(each.skipped, " more events of kind ", kind, " were only counted");
+    event.text = sentence("More events of kind ", kind, " were only counted: ", each.skipped);
     each.skipped = 0;
     each.worst = Severity::debug;
     tell(std::move(event));

@@ -104,10 +104,20 @@ std::string RpReporter::causeOf(const Change &change) const {
   if (!change.cause.empty()) return change.cause;
   switch (change.fate) {
     case Fate::added: return isOurs(change.zone) ? "it advertised itself" : "the BSR lists it";
-    case Fate::withdrawn: return isOurs(change.zone) ? "it took itself back" : "the BSR withdrew it";
+    case Fate::withdrawn: return whyWithdrawn(change);
     case Fate::dropped: return "the zone's BSR is another or gone";
     default: return "";
   }
+}
+
+// A BSR gives up what an inner zone with a BSR collects.
+std::string RpReporter::whyWithdrawn(const Change &change) const {
+  if (!isOurs(change.zone)) return "the BSR withdrew it";
+  for (uint8_t length = change.prefix.length(); length > change.zone.length(); --length) {
+    const Pax::IpGenPrefix inner(change.prefix.address(), length);
+    if (status_->bootstrapRouter(inner)) return sentence("inner zone ", inner, " has a BSR");
+  }
+  return "it took itself back";
 }
 
 void RpReporter::tell(const Change &change) {

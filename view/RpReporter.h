@@ -58,6 +58,7 @@ class RpReporter {
   void tellSum(const Pax::IpGenPrefix &zone, const Counts &counts);
   static std::string optionsOf(const Pim::RpCandidate &rp);
   std::string causeOf(const Change &change) const;
+  std::string whyWithdrawn(const Change &change) const;
   bool isOurs(const Pax::IpGenPrefix &zone) const;
 
   Reporting &reporting_;

@@ -1,7 +1,10 @@
 // Stories of small networks, as their routers tell them.
 #include <gtest/gtest.h>
 
+#include <iostream>
+
 #include "tests/view/Told.h"
+#include "view/Reporting.h"
 
 namespace Test {
 namespace {
@@ -20,7 +23,12 @@ class Reporters : public testing::TestWithParam<Addresses> {
     host("r3").candidateBsrIs(global, 20);
     host("r2").candidateRpIs(story.addresses.group(1));
   }
-  ~Reporters() override { told.clear(); }
+  ~Reporters() override {
+    for (auto &[name, each] : told) {
+      if (HasFailure()) std::cerr << name << ":\n" << each->text();
+    }
+    told.clear();
+  }
   Sim::Host &host(const std::string &name) { return story.host(name); }
   void start() {
     story.start({"r1", "r2", "r3"});
@@ -48,6 +56,161 @@ TEST_P(Reporters, ARestIsQuietAndADeadBsrIsToldByAll) {
   EXPECT_EQ(told["r1"]->story(), "bsrTakenOver rpDropped rpAdded");
   EXPECT_EQ(told["r2"]->story(), "neighborCame drChanged bsrReplaced rpDropped rpAdded");
   EXPECT_EQ(told["r3"]->story(), "vrfRuns neighborCame bsrElected rpAdded");
+}
+
+TEST_P(Reporters, AnRpIsWithdrawnOrExpiresAndANeighborRestartsOrLeaves) {
+  start();
+  host("r2").candidateRpDel();
+  story.time().runFor(100);
+  EXPECT_EQ(told["r3"]->story(), "rpWithdrawn");
+  EXPECT_EQ(told["r1"]->story(), "rpWithdrawn");
+  EXPECT_EQ(told["r3"]->last(EventKind::rpWithdrawn).cause, "it took itself back");
+  EXPECT_EQ(told["r1"]->last(EventKind::rpWithdrawn).cause, "the BSR withdrew it");
+
+  host("r2").candidateRpIs(story.addresses.group(1), 7);
+  story.time().runFor(300);
+  host("r2").candidateRpIs(story.addresses.group(1), 9);
+  story.time().runFor(300);
+  EXPECT_EQ(told["r1"]->story(), "rpAdded rpChanged");
+  EXPECT_EQ(told["r1"]->last(EventKind::rpChanged).oldValue,
+            Bsr::sentence("sparsemode priority 7 holdTime 180 hashMaskLen ", +story.hashMaskLen()));
+  EXPECT_EQ(told["r1"]->last(EventKind::rpChanged).newValue,
+            Bsr::sentence("sparsemode priority 9 holdTime 180 hashMaskLen ", +story.hashMaskLen()));
+
+  host("r2").crash();
+  host("r2").start();
+  story.time().runFor(60);
+  EXPECT_EQ(told["r1"]->story(), "neighborRestarted");
+  host("r2").stop();
+  story.time().runFor(1);
+  EXPECT_EQ(told["r1"]->story(), "neighborLeft drChanged");
+  EXPECT_EQ(told["r1"]->last(EventKind::neighborLeft).cause, "it said goodbye");
+  told["r3"]->story();
+  story.time().runFor(185);
+  EXPECT_EQ(told["r3"]->story(), "rpExpired");
+  EXPECT_EQ(told["r3"]->last(EventKind::rpExpired).cause, "nothing was heard of it for 180 s");
+}
+
+TEST_P(Reporters, AScopeZoneAppearsHidesWhatItCoversAndIsForgotten) {
+  const Pax::IpGenPrefix scope = story.addresses.scope(5), inside = story.addresses.inScope(5, 1);
+  host("r2").candidateRpDel();
+  host("r2").candidateRpIs(inside);
+  start();
+  EXPECT_EQ(host("r3").rpSet().crpSet().size(), 1u);
+  host("r1").candidateBsrIs(scope, 9);
+  story.time().runFor(300);
+  EXPECT_EQ(told["r1"]->story(Severity::info),
+            "candidateInForce zoneAppeared bsrElected rpHidden advertisementAccepted rpAdded rpWithdrawn");
+  EXPECT_EQ(told["r3"]->story(Severity::info),
+            "zoneAppeared bsrLearned rpHidden rpWithdrawn advertisementRefused rpAdded");
+  EXPECT_EQ(told["r3"]->last(EventKind::rpWithdrawn).cause, Bsr::sentence("inner zone ", scope, " has a BSR"));
+  EXPECT_EQ(told["r3"]->last(EventKind::rpHidden).cause, Bsr::sentence("inner zone ", scope, " has a BSR"));
+  EXPECT_EQ(told["r3"]->last(EventKind::rpHidden).group, inside);
+
+  host("r1").powerOff();
+  story.time().runFor(131);
+  EXPECT_EQ(told["r3"]->story(), "bsrTimedOut rpAdded");
+  story.time().runFor(2000);
+  EXPECT_EQ(told["r3"]->story(), "rpExpired zoneForgotten");
+}
+
+TEST_P(Reporters, ManyRpsAreSummedUpHoweverTheyComeAndGo) {
+  told.erase("r1");
+  Sim::Feeder &feeder = story.feeder("r1");
+  story.feed(feeder, global, story.table(global, 20, 50));
+  feeder.start();
+  story.start({"r2", "r3"});
+  host("r3").candidateBsrDel(global);
+  story.time().runFor(30);
+  const auto many = [&](const char *verb) {
+    Told &teller = *told["r3"];
+    const std::string all = teller.story();
+    EXPECT_EQ(teller.last(EventKind::rpSetChanged).text, Bsr::sentence("RPs of zone ", global, ": 1000 ", verb));
+    return all;
+  };
+  EXPECT_EQ(many("added"), "vrfRuns neighborCame bsrLearned rpAdded rpAdded rpAdded rpAdded rpAdded rpSetChanged");
+  EXPECT_EQ(told["r3"]->log.counts().at(EventKind::rpAdded), 100u);
+  story.time().runFor(600);
+  EXPECT_EQ(told["r3"]->story(Severity::debug), "") << "a refresh is no change";
+  feeder.die();
+  story.time().runFor(300);
+  EXPECT_EQ(many("expired"), "bsrTimedOut rpExpired rpExpired rpExpired rpExpired rpExpired rpSetChanged");
+}
+
+TEST_P(Reporters, LoopsMakeEchoesAndAnythingElseThatIsRefusedIsToldOnceAndThenCounted) {
+  story.network.linkIs("loop", {"r1", "r3"});
+  story.network.router("stranger");
+  story.network.linkIs("outside", {"r2", "stranger"});
+  start();
+  story.time().runFor(3600);
+  for (auto &[name, each] : told) {
+    EXPECT_EQ(each->story(Severity::debug), "") << name;
+    const auto &rows = each->drops.rows();
+    EXPECT_TRUE(std::all_of(rows.begin(), rows.end(), [](auto &row) { return row.key.isEcho; })) << name;
+    EXPECT_GT(rows.size(), 0u) << name;
+  }
+  // It says to be r3.
+  Sim::Feeder &stranger = story.feeder("stranger", 20);
+  const Sim::BsrParameters bsr{host("r3").router().address(), 20, story.hashMaskLen(), global, false};
+  stranger.zoneIs(global, fragmentsOf(bsr, story.table(global, 1, 1), 1500));
+  stranger.start();
+  Told &r2 = *told["r2"];
+  story.time().runFor(300);
+  EXPECT_EQ(r2.story(),
+            "neighborCame drChanged messageRefused messagesRefused messagesRefused messagesRefused "
+            "messagesRefused");
+  const Bsr::Event refused = r2.last(EventKind::messageRefused);
+  EXPECT_EQ(refused.cause, "rpfNeighbor");
+  EXPECT_EQ(refused.bsr, bsr.address);
+  EXPECT_NE(refused.text.find(Kiv::toText(host("r3").router().intfAt(story.network.link("r2-r3")).nextHopAddress())),
+            std::string::npos)
+      << refused.text;
+  uint64_t summed = 0, counted = 0;
+  for (const Bsr::Event &event : r2.log.events()) {
+    if (event.kind == EventKind::messagesRefused) summed += std::stoul(event.newValue);
+  }
+  for (const auto &row : r2.drops.rows()) counted += row.key.isEcho ? 0 : row.count;
+  EXPECT_GE(counted, 14u);
+  EXPECT_LE(counted - summed, 4u) << "the first, and those since the last sum";
+}
+
+TEST_P(Reporters, AnInterfaceThatGoesTakesItsNeighborsAlongAndACandidateLosesItsAddress) {
+  start();
+  Sim::Intf &intf = host("r1").router().intfAt(story.network.link("r1-r2"));
+  intf.upIs(false);
+  story.time().runFor(1);
+  EXPECT_EQ(told["r1"]->story(), "interfaceDown");
+  EXPECT_EQ(told["r1"]->last(EventKind::interfaceDown).cause, "eth0 is down; its neighbor is gone with it");
+  intf.upIs(true);
+  story.time().runFor(60);
+  EXPECT_EQ(told["r1"]->story(), "interfaceUp neighborCame drChanged");
+
+  const Pax::IpGenAddr address = host("r3").router().address();
+  host("r3").router().addressDel(address);
+  story.time().runFor(2);
+  EXPECT_EQ(told["r3"]->story(), "bsrLost rpDropped candidateNotInForce");
+  EXPECT_EQ(told["r3"]->last(EventKind::candidateNotInForce).cause, "lo has no address");
+  host("r3").router().addressIs(address);
+  story.time().runFor(60);
+  EXPECT_EQ(told["r3"]->story(), "candidateInForce bsrElected rpAdded");
+}
+
+TEST_P(Reporters, ALimitIsReachedAndLeft) {
+  told.erase("r1");
+  Sim::Feeder &feeder = story.feeder("r1");
+  Bsr::Limits limits;
+  limits.rps = 3;
+  host("r2").config().limitsIs(limits);
+  host("r2").candidateRpDel();
+  story.feed(feeder, global, story.table(global, 1, 4));
+  feeder.start();
+  story.start({"r2"});
+  story.time().runFor(300);
+  EXPECT_EQ(told["r2"]->story(), "vrfRuns neighborCame limitReached bsrLearned rpAdded rpAdded rpAdded");
+  EXPECT_EQ(told["r2"]->last(EventKind::limitReached).cause, "rps");
+  story.feed(feeder, global, story.table(global, 1, 3));
+  story.time().runFor(400);
+  EXPECT_EQ(told["r2"]->story(), "limitLeft");
 }
 
 FOR_BOTH_FAMILIES(Reporters);

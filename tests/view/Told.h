@@ -1,6 +1,9 @@
 // What simulated routers tell.
 #pragma once
 
+#include <algorithm>
+#include <sstream>
+
 #include "tests/sim/Story.h"
 #include "view/EventReporter.h"
 
@@ -35,13 +38,19 @@ class Told {
     told_ = log.lastSeq();
     return kinds;
   }
-  /// The sentences of all events of the kind.
-  std::string texts(Bsr::EventKind kind) const {
-    std::string texts;
+  /// The last one of the kind.
+  Bsr::Event last(Bsr::EventKind kind) const {
+    const auto found = std::find_if(log.events().rbegin(), log.events().rend(),
+                                    [&](const Bsr::Event &event) { return event.kind == kind; });
+    return found == log.events().rend() ? Bsr::Event() : *found;
+  }
+  /// All of them, to look at.
+  std::string text() const {
+    std::ostringstream text;
     for (const Bsr::Event &event : log.events()) {
-      if (event.kind == kind) texts += event.text + "\n";
+      text << event.time << ' ' << event.severity << ' ' << event.kind << ' ' << event.text << '\n';
     }
-    return texts;
+    return text.str();
   }
 
   Sim::Host &host;
