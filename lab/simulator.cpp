@@ -24,7 +24,9 @@
 #include "daemon/file/ConfigFile.h"
 #include "platform/sim/Network.h"
 #include "sim/Host.h"
+#include "view/EventReporter.h"
 #include "view/Explain.h"
+#include "view/Show.h"
 
 namespace {
 
@@ -37,6 +39,33 @@ std::vector<Pax::IntfId> interfacesOf(Sim::Router &router) {
   return interfaces;
 }
 
+// A router with what it tells. Its agent tells of its end, too.
+struct Box {
+  explicit Box(Sim::Router &router)
+      : time(router.network().time()),
+        host(router),
+        reporter({log, drops, host.system(), Kiv::make<Orb::TimerWheel>(time, time),
+                  [this](const L3::VrfName &vrf) { return interfacesIn(vrf); },
+                  [this](const L3::VrfName &) { return host.runs() ? "its interfaces" : ""; }}) {
+    host.watcherIs(&reporter);
+  }
+  ~Box() {
+    if (host.runs()) host.crash();
+  }
+  std::vector<Pax::IntfId> interfacesIn(const L3::VrfName &vrf) const {
+    for (Sim::Router *router : host.vrfs()) {
+      if (router->vrf() == vrf.text()) return interfacesOf(*router);
+    }
+    return {};
+  }
+
+  Sim::VirtualTime &time;
+  Sim::Host host;
+  EventLog log{[this] { return time.now(); }};
+  Drops drops;
+  EventReporter reporter;
+};
+
 class Simulation {
  public:
   explicit Simulation(Pax::AddressFamily family) : network_(family, 1) {}
@@ -46,17 +75,19 @@ class Simulation {
  private:
   void routerIs(const std::string &vrf, const std::string &name, const std::string &address);
   void start(const std::string &name, const std::string &file);
+  Rows shown(const std::string &name, const std::string &noun, const std::string &argument);
   std::vector<VrfView> viewsOf(const std::string &name);
 
   static std::string nameIn(const std::string &vrf, const std::string &name) { return name + " of " + vrf; }
-  Sim::Host &host(const std::string &name) {
-    const auto found = host_.find(name);
-    if (found == host_.end()) throw std::invalid_argument("there is no router " + name);
+  Box &box(const std::string &name) {
+    const auto found = box_.find(name);
+    if (found == box_.end()) throw std::invalid_argument("there is no router " + name);
     return *found->second;
   }
+  Sim::Host &host(const std::string &name) { return box(name).host; }
 
   Sim::Network network_;
-  std::map<std::string, std::unique_ptr<Sim::Host>> host_;
+  std::map<std::string, std::unique_ptr<Box>> box_;
 };
 
 void Simulation::act(const std::string &verb, std::istream &arguments) {
@@ -72,7 +103,8 @@ void Simulation::act(const std::string &verb, std::istream &arguments) {
     start(first, second);
   } else if ((verb == "show" || verb == "explain") && arguments >> first >> second) {
     arguments >> third;
-    std::cout << (verb == "show" ? rowsOf : explanationOf)(second, viewsOf(first), third) << std::endl;
+    std::cout << (verb == "show" ? shown(first, second, third) : explanationOf(second, viewsOf(first), third))
+              << std::endl;
   } else if (verb == "router" && arguments >> first >> second >> third) {
     routerIs(first, second, third);
   } else if (verb == "link" && arguments >> first >> second >> third) {
@@ -87,7 +119,7 @@ void Simulation::routerIs(const std::string &vrf, const std::string &name, const
   router.addressDel(router.address());
   router.addressIs(Pax::IpGenAddr::fromText(address));
   if (vrf == L3::defaultVrf) {
-    host_[name] = std::make_unique<Sim::Host>(router);
+    box_[name] = std::make_unique<Box>(router);
   } else {
     host(name).vrfIs(router);
   }
@@ -107,12 +139,19 @@ void Simulation::start(const std::string &name, const std::string &file) {
   started.start();
 }
 
+Rows Simulation::shown(const std::string &name, const std::string &noun, const std::string &argument) {
+  if (noun == "events") return eventRows(box(name).log, {});
+  if (noun == "drops") return dropRows(box(name).drops, "", network_.time().now());
+  return rowsOf(noun, viewsOf(name), argument);
+}
+
 std::vector<VrfView> Simulation::viewsOf(const std::string &name) {
   std::vector<VrfView> views;
   Sim::Host &shown = host(name);
   for (Sim::Router *router : shown.vrfs()) {
     const ContainerSm *machines = shown.runs() ? shown.agent().containerSm(router->vrf()) : nullptr;
     views.push_back(viewOf(shown.system(), router->vrf(), machines, network_.time().now(), interfacesOf(*router)));
+    views.back().drops = &box(name).drops;
   }
   std::sort(views.begin(), views.end(), [](const VrfView &a, const VrfView &b) { return a.vrf < b.vrf; });
   return views;
