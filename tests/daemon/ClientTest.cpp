@@ -69,14 +69,20 @@ TEST(CommandLine, TheClientTakesVerbNounAndOptionsInAnyOrder) {
 TEST(CommandLine, TheAgentHasTheDefaultsOfItsFamilyAndRefusesTheRest) {
   namespace Bsr = Routing::Pim::Bsr;
   const auto ipv6 = Pax::AddressFamily::ipv6;
-  const auto options = Bsr::optionsFrom(ipv6, {"--trace", "A=1", "--check", "--trace=*=9"});
+  const auto options = Bsr::optionsFrom(ipv6, {"--trace", "A=1", "--check", "--trace=*=9", "--log-level=info"});
   EXPECT_EQ(options.action, Bsr::Options::Action::check);
+  EXPECT_EQ(options.logLevel, Bsr::Severity::info);
   EXPECT_EQ(options.config, "/etc/pimbsr/PimBsr6.json");
   EXPECT_EQ(options.state, "/run/pimbsr/PimBsr6.state");
   EXPECT_EQ(options.socket, "/run/pimbsr/PimBsr6.sock");
   EXPECT_EQ(options.trace, (std::vector<std::pair<std::string, int>>{{"A", 1}, {"*", 9}}));
-  for (const std::vector<std::string> &arguments : std::vector<std::vector<std::string>>{
-           {"file"}, {"--conf", "x"}, {"--config"}, {"--trace", "A"}, {"--trace", "A=10"}, {"--trace", "=1"}}) {
+  for (const std::vector<std::string> &arguments : std::vector<std::vector<std::string>>{{"file"},
+                                                                                         {"--conf", "x"},
+                                                                                         {"--config"},
+                                                                                         {"--trace", "A"},
+                                                                                         {"--trace", "A=10"},
+                                                                                         {"--trace", "=1"},
+                                                                                         {"--log-level", "loud"}}) {
     EXPECT_THROW(Bsr::optionsFrom(ipv6, arguments), Bsr::UsageError) << arguments[0];
   }
 }

@@ -218,6 +218,8 @@ TEST_P(StateFileTest, SlicesMakeUpTheWholeAndSkipWhatGoesMeanwhile) {
 TEST_P(StateFileTest, AFileThatCannotBeWrittenIsTracedOnceUntilItCan) {
   std::ofstream(directory.path() + "/run") << "no directory";
   const Tracelet::CaptureSink sink(1);
+  std::vector<bool> told;
+  file.watcherIs([&](const std::string &error) { told.push_back(error.empty()); });
   learn();
   hear();
   file.save();
@@ -254,6 +256,7 @@ TEST_P(StateFileTest, AFileThatCannotBeWrittenIsTracedOnceUntilItCan) {
   EXPECT_FALSE(loaded().statusColl->vrfStatus().empty());
   EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0640));
   EXPECT_FALSE(std::filesystem::exists(fresh));
+  EXPECT_EQ(told, (std::vector<bool>{false, true})) << "once, until it can";
 }
 
 // The last save of a process whose assertion fails, even if another one fails in there.
