@@ -23,7 +23,9 @@ bool isOfAdvertisement(IO::Refusal reason) { return reason == IO::Refusal::filte
 }  // namespace
 
 bool RefusalReporter::isEcho(const IO::Refused &refused) const {
-  return refused.isBootstrap && gate_.knows(refused.bsr, refused.fragmentTag);
+  // Fragments share the tag of their message, so those that are at fault themselves would look like copies.
+  const bool isAtFault = refused.reason == IO::Refusal::contradiction || refused.reason == IO::Refusal::openBytes;
+  return refused.isBootstrap && !isAtFault && gate_.knows(refused.bsr, refused.fragmentTag);
 }
 
 void RefusalReporter::refused(const IO::Refused &refused) {

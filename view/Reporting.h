@@ -16,7 +16,7 @@ namespace Routing::Pim::Bsr {
 /// counted, so that nothing that a peer repeats fills the log. Owned by the VRF's reporter.
 class Reporting {
  public:
-  static constexpr uint32_t burst = 200;      ///< events of one kind
+  static constexpr uint32_t burst = 100;      ///< events of one kind
   static constexpr double interval = 2;       ///< seconds, between two more
   static constexpr double skippedAfter = 10;  ///< seconds, after which those that were counted are told
 

@@ -16,7 +16,7 @@ namespace Routing::Pim::Bsr {
 class RpReporter {
  public:
   static constexpr size_t loud = 5;
-  static constexpr size_t single = 100;
+  static constexpr size_t single = 50;
   static constexpr double first = 2;
   static constexpr double further = 10;
   static constexpr size_t zonesMost = 8;  ///< summed up one by one
