@@ -9,7 +9,7 @@ namespace Control {
 namespace {
 
 std::string textOfValue(const Rows &value) {
-  if (value.is_null()) return "-";
+  if (value.is_null()) return "none";
   return value.is_string() ? value.get<std::string>() : rowText(value);
 }
 

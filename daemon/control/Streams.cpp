@@ -36,8 +36,9 @@ constexpr std::array allFollowed{
     FollowedNoun{"config", {}},
 };
 
-constexpr std::array<std::string_view, 8> changesByItself{
-    "upTime", "expires", "nextAdvertisement", "nextBsm", "lastBsmAt", "refused", "droppedTraces", "longestTurn",
+constexpr std::array<std::string_view, 9> changesByItself{
+    "upTime",    "expires", "nextAdvertisement", "nextBsm",     "lastBsmAt",
+    "announced", "refused", "droppedTraces",     "longestTurn",
 };
 
 }  // namespace

@@ -32,7 +32,8 @@ std::string followedNames();
 
 /// The row's columns of the key, as JSON.
 std::string keyOf(std::span<const char *const> key, const Rows &row);
-/// The row without what changes by itself: times that are relative to now, and counts.
+/// The row without what changes by itself, and of which no event tells: times that are relative to now, counts, and
+/// what the last Bootstrap message announced.
 Rows lastingOf(const Rows &row);
 
 /// The words of a text that blanks separate.

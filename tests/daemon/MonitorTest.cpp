@@ -26,7 +26,7 @@ TEST(Mirror, IsWhatTheStreamTellsAndPrintsIt) {
        "rp-set is rp=b priority=1\nrp-set is rp=a priority=2\n",
        R"([{"rp":"a","priority":2},{"rp":"b","priority":1}])"},
       {R"({"seq":2,"noun":"rp-set","change":"changed","row":{"rp":"a","priority":null,"upTime":4}})",
-       "rp-set changed rp=a priority=2->-\n", R"([{"rp":"a","priority":null},{"rp":"b","priority":1}])"},
+       "rp-set changed rp=a priority=2->none\n", R"([{"rp":"a","priority":null},{"rp":"b","priority":1}])"},
       {R"({"seq":3,"noun":"rp-set","change":"added","row":{"rp":"c","groups":["x"]}})",
        "rp-set added rp=c groups=[\"x\"]\n",
        R"([{"rp":"a","priority":null},{"rp":"b","priority":1},{"rp":"c","groups":["x"]}])"},
