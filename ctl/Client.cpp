@@ -1,5 +1,9 @@
 #include "ctl/Client.h"
 
+#include <sys/socket.h>
+#include <sys/time.h>
+
+#include <boost/asio/io_context.hpp>
 #include <boost/asio/local/stream_protocol.hpp>
 #include <chrono>
 #include <nlohmann/json.hpp>
@@ -8,6 +12,8 @@
 namespace Control {
 
 namespace {
+
+using Socket = boost::asio::local::stream_protocol::socket;
 
 constexpr std::chrono::seconds patience{30};
 
@@ -20,15 +26,30 @@ std::string whyUnreachable(const std::string &socket, const std::string &program
   return program + " is not running: nothing listens on " + socket + " (" + error.message() + ")";
 }
 
-Rows ask(const std::string &socket, const std::string &program, const Request &request) {
-  boost::asio::local::stream_protocol::iostream agent;
-  agent.expires_after(patience);
+namespace {
+
+// Waits while more clients connect than the agent has taken yet, which an iostream would not.
+Socket connected(boost::asio::io_context &context, const std::string &socket, const std::string &program) {
+  Socket agent(context);
+  const timeval limit{patience.count(), 0};
+  boost::system::error_code error;
+  agent.open();
+  ::setsockopt(agent.native_handle(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
   try {
-    agent.connect(boost::asio::local::stream_protocol::endpoint(socket));
+    agent.connect(socket, error);
   } catch (const boost::system::system_error &tooLong) {
     throw std::runtime_error(socket + ": " + tooLong.code().message());
   }
-  if (!agent) throw std::runtime_error(whyUnreachable(socket, program, agent.error()));
+  if (error) throw std::runtime_error(whyUnreachable(socket, program, error));
+  return agent;
+}
+
+}  // namespace
+
+Rows ask(const std::string &socket, const std::string &program, const Request &request) {
+  boost::asio::io_context context;
+  boost::asio::local::stream_protocol::iostream agent(connected(context, socket, program));
+  agent.expires_after(patience);
   agent << toLine(request) << '\n' << std::flush;
   agent.clear();  // an agent that has too many clients says so without listening
   std::string line;

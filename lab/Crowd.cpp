@@ -86,14 +86,18 @@ Crowd::Counts Crowd::stay(double seconds) const {
   return counts;
 }
 
-Prober::Prober(std::string socket, std::string question, std::string expected)
-    : socket_(std::move(socket)), question_(std::move(question) + '\n'), expected_(std::move(expected)) {}
+Prober::Prober(std::string socket, std::string question, std::string expected, bool anew)
+    : socket_(std::move(socket)), question_(std::move(question) + '\n'), expected_(std::move(expected)), anew_(anew) {}
 
 void Prober::ask() {
   ++counts_.asked;
   const double asked = now();
   std::string answer;
-  if (!descriptor_) descriptor_ = connected(socket_);
+  if (anew_) descriptor_ = {};
+  while (!descriptor_ && now() < asked + patience) {
+    descriptor_ = connected(socket_);
+    if (!descriptor_) std::this_thread::sleep_for(std::chrono::milliseconds(1));  // behind others who come
+  }
   const bool told = descriptor_ && ::send(descriptor_.number(), question_.data(), question_.size(), MSG_NOSIGNAL) > 0;
   if (!told || !answerArrives(asked + patience, answer)) {
     ++counts_.unanswered;

@@ -33,7 +33,7 @@ class Crowd {
   const size_t count_;
 };
 
-/// Asks the same question ten times a second, on one connection as long as it lasts.
+/// Asks the same question again and again, on one connection as long as it lasts.
 class Prober {
  public:
   struct Counts {
@@ -44,8 +44,8 @@ class Prober {
   };
   static constexpr double patience = 60;
 
-  /// `expected` is a part of every right answer.
-  Prober(std::string socket, std::string question, std::string expected);
+  /// `expected` is a part of every right answer. `anew` is whether each question has a connection of its own.
+  Prober(std::string socket, std::string question, std::string expected, bool anew = false);
 
   /// Asks once, and waits for the answer.
   void ask();
@@ -57,6 +57,7 @@ class Prober {
   const std::string socket_;
   const std::string question_;
   const std::string expected_;
+  const bool anew_;
   Linux::Descriptor descriptor_;
   Counts counts_;
 };

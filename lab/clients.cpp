@@ -28,9 +28,14 @@ const char *const description =
     "Connects to the control socket of an agent and behaves as it is told:\n"
     "  idle   says nothing\n"
     "  half   says half a request\n"
+    "  huge   says a mebibyte without an end of line\n"
+    "  garbage  says lines that are no UTF-8\n"
+    "  deep   says a line of 60,000 brackets\n"
+    "  deaf   subscribes and reads nothing\n"
     "  slow   asks the question and reads the answer a few bytes at a time\n"
     "  ask    asks the question ten times a second, until it is stopped, and prints how many were asked, answered\n"
     "         without the expected text, and not answered, and the longest time to an answer in milliseconds\n"
+    "  knock  the same, each on a connection of its own\n"
     "The others keep --count clients connected for --seconds, and print how many came, were refused with an error\n"
     "line, and were dropped.\n\nOptions";
 
@@ -61,7 +66,7 @@ std::optional<Arguments> parse(int count, char **words) {
 void ask(const Arguments &arguments) {
   constexpr std::chrono::milliseconds interval{100};
   std::signal(SIGTERM, [](int) { stopped = 1; });
-  Prober prober(arguments.socket, arguments.question, arguments.expected);
+  Prober prober(arguments.socket, arguments.question, arguments.expected, arguments.behavior == "knock");
   while (!stopped) {
     prober.ask();
     std::this_thread::sleep_for(interval);
@@ -78,9 +83,17 @@ void crowd(const Arguments &arguments, const Behavior &behavior) {
 
 void run(const Arguments &arguments) {
   constexpr size_t everything = -1, few = 64;
-  if (arguments.behavior == "ask") return ask(arguments);
+  if (arguments.behavior == "ask" || arguments.behavior == "knock") return ask(arguments);
   if (arguments.behavior == "idle") return crowd(arguments, {"", everything});
   if (arguments.behavior == "half") return crowd(arguments, {R"({"verb":"show","noun":)", everything});
+  if (arguments.behavior == "huge") return crowd(arguments, {std::string(1 << 20, 'x'), everything});
+  if (arguments.behavior == "garbage") return crowd(arguments, {"\xff{\"verb\":\"\xc3\x28\"}\n\xfe\n", everything});
+  if (arguments.behavior == "deep") return crowd(arguments, {std::string(60000, '[') + '\n', everything});
+  if (arguments.behavior == "deaf") {
+    return crowd(arguments, {R"({"verb":"subscribe","noun":"events rp-set bsr neighbors"})"
+                             "\n",
+                             0});
+  }
   if (arguments.behavior == "slow") return crowd(arguments, {arguments.question + '\n', few});
   throw options::error("there is no behavior '" + arguments.behavior + "'");
 }
