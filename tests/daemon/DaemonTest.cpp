@@ -182,6 +182,7 @@ TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
       {{"show", "vrf", "red", ""}, "\"there is no VRF 'red'\""},
       {{"show", "bsr", "red", ""}, "\"there is no VRF 'red'\""},
       {{"show", "weather", "", ""}, "\"there is no noun 'weather'\""},
+      {{"show", "state", "", "[[[[[[[[[[[[[[[[[[[[\"[["}, "\"there is no state under '[[[[[[[[[[[[[[[[[[[[\\\"[['\""},
       {{"dance", "", "", ""}, "\"there is no verb 'dance'\""},
       {{"hello", "", "", ""}, R"([{"protocol":1,"agent":"PimBsr","version":")"},
       {{"watch", "bsr", "", ""}, "\"'watch' is for pimbsrctl; see 'subscribe'\""},
