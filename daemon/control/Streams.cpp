@@ -33,7 +33,6 @@ constexpr std::array allFollowed{
     FollowedNoun{"filter", prefixKey},
     FollowedNoun{"interfaces", interfaceKey},
     FollowedNoun{"neighbors", neighborKey},
-    FollowedNoun{"config", {}},
 };
 
 constexpr std::array<std::string_view, 9> changesByItself{

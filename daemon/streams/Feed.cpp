@@ -91,9 +91,16 @@ void Feed::readDone() {
   if (again_) changed();
 }
 
+bool Feed::isMuch() const {
+  size_t bytes = 0;
+  for (const FeedChange &change : changes_) bytes += change.row->text.size();
+  return changes_.size() > mostChanges || bytes > mostBytes;
+}
+
 void Feed::tell() {
+  const bool asTable = isMuch();
   for (Following &following : followers_) {
-    if (!following.hasTable || changes_.size() > mostChanges) {
+    if (asTable || !following.hasTable) {
       following.hasTable = true;
       following.follower->tableIs(known_.table);
     } else if (!changes_.empty()) {

@@ -46,8 +46,8 @@ class Feed {
     virtual void changesAre(const std::vector<FeedChange> &changes) = 0;
   };
 
-  /// More changes at once than these are told as a table.
-  static constexpr size_t mostChanges = 1000;
+  /// More changes at once than these, or more bytes of their rows, are told as a table.
+  static constexpr size_t mostChanges = 1000, mostBytes = 256 << 10;
   /// Seconds from the first change to the reading that shows it.
   static constexpr double delay = 0.1;
 
@@ -80,6 +80,7 @@ class Feed {
   void nextRows();
   void take(const Rows &row);
   void readDone();
+  bool isMuch() const;
   void tell();
 
   const Orb::Waker &waker_;
