@@ -52,6 +52,13 @@ Kiv::Ptr<const RpCandidateSet> PublishedRpSet::setOfOwner(const Pax::IpGenPrefix
   return entry != entry_.end() && entry->second.owner == zone ? entry->second.set : nullptr;
 }
 
+std::optional<PublishedRpSet::Published> PublishedRpSet::nextBehind(const Pax::IpGenPrefix &prefix) const {
+  for (auto at = entry_.upper_bound(prefix); at != entry_.end(); ++at) {
+    if (at->second.set) return Published{at->first, at->second.owner, at->second.set};
+  }
+  return std::nullopt;
+}
+
 std::vector<Pax::IpGenPrefix> PublishedRpSet::prefixesWithin(const Pax::IpGenPrefix &zone) const {
   std::vector<Pax::IpGenPrefix> result;
   for (auto at = entry_.lower_bound(zone); at != entry_.end() && zone.covers(at->first); ++at) {

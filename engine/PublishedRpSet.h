@@ -13,6 +13,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <vector>
 
 #include "model/Status.h"
@@ -38,6 +39,13 @@ class PublishedRpSet {
 
   /// The published set of `prefix` if it comes from `zone`, or null.
   Kiv::Ptr<const RpCandidateSet> setOfOwner(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix) const;
+  struct Published {
+    Pax::IpGenPrefix prefix;
+    Pax::IpGenPrefix zone;  ///< that it comes from
+    Kiv::Ptr<const RpCandidateSet> set;
+  };
+  /// What is published for the first prefix behind `prefix`; behind the empty one, the first of all.
+  std::optional<Published> nextBehind(const Pax::IpGenPrefix &prefix) const;
   /// The prefixes within `zone` that are published or that any zone has a set of, sorted. Takes as long as they are
   /// many, whatever else is held.
   std::vector<Pax::IpGenPrefix> prefixesWithin(const Pax::IpGenPrefix &zone) const;

@@ -70,6 +70,7 @@ bool CrpMessageSm::isPermitted(const Pax::IpGenAddr &source) const {
 
 void CrpMessageSm::deny(const Packet::CrpAdvMessage &advertisement) {
   countDrop(counters_, &PimBsrCounters::rxCrpAdvErrorInc, &PimBsrErrorCounters::deniedError);
+  if (counters_) counters_->errorInc(&PimBsrErrorCounters::deniedCrpAdv);
   VRF_TRACE(trace, 1,
             "RX - Dropping CRP Adv since Crp Adv Message from " << advertisement.source() << " is not permitted");
   tellRefused(IO::Refusal::filter, advertisement);

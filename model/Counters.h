@@ -10,6 +10,7 @@ namespace Routing::Pim::Bsr {
 /// Drops by reason. Read, changed in one field and written back whole.
 struct PimBsrErrorCounters {
   uint32_t deniedError = 0;       ///< over a border of the zone, or an advertiser that is not permitted
+  uint32_t deniedCrpAdv = 0;      ///< the latter among them
   uint32_t rpfError = 0;          ///< no RPF neighbor, or not from it
   uint32_t noFwdBsmError = 0;     ///< a no-forward message that is no quick refresh
   uint32_t unicastBsmError = 0;   ///< a Bootstrap message sent to a unicast address

@@ -5,7 +5,7 @@
 namespace Routing::Pim::Bsr {
 
 std::ostream &operator<<(std::ostream &out, const PimBsrErrorCounters &counters) {
-  return out << "denied=" << counters.deniedError << " rpf=" << counters.rpfError
+  return out << "denied=" << counters.deniedError << " deniedCrpAdv=" << counters.deniedCrpAdv << " rpf=" << counters.rpfError
              << " noFwdBsm=" << counters.noFwdBsmError << " unicastBsm=" << counters.unicastBsmError
              << " notBsr=" << counters.notBsrError << " unknownDest=" << counters.unknownDestError;
 }

@@ -26,6 +26,7 @@ struct Field {
 };
 constexpr std::array errorFields{
     Field<PimBsrErrorCounters>{"deniedError", &PimBsrErrorCounters::deniedError},
+    Field<PimBsrErrorCounters>{"deniedCrpAdv", &PimBsrErrorCounters::deniedCrpAdv},
     Field<PimBsrErrorCounters>{"rpfError", &PimBsrErrorCounters::rpfError},
     Field<PimBsrErrorCounters>{"noFwdBsmError", &PimBsrErrorCounters::noFwdBsmError},
     Field<PimBsrErrorCounters>{"unicastBsmError", &PimBsrErrorCounters::unicastBsmError},
@@ -92,7 +93,7 @@ void showCounters(const VrfView &view, Rows &rows) {
   counters->describe(visitor);
   row["errors"] = toJson(errorFields, counters->errCounters());
   row["refused"] = toJson(limitFields, counters->limitCounters());
-  row["packets"] = packetsOf(view.packets ? *view.packets : Flume::PacketCounters());
+  row["packets"] = packetsOf(view.messages ? view.messages->packets : Flume::PacketCounters());
   rows.push_back(std::move(row));
 }
 

@@ -33,7 +33,7 @@ VrfView viewOf(const SystemState &system, const L3::VrfName &vrf, const Containe
     view.interfaces = services->interfaces;
     view.pimStatus = services->pimStatus;
     view.routes = services->routes;
-    view.packets = &services->port->counters();
+    view.messages = services->port->messageCounters();
   }
   if (machines) {
     view.configSm = &machines->configSm();

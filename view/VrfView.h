@@ -31,7 +31,7 @@ struct VrfView {
   Kiv::Ptr<const Pim::Status> pimStatus;
   Kiv::Ptr<RouteLookup> routes;
   std::string networkNamespace;  ///< empty for the one in which the agent was started
-  const Flume::PacketCounters *packets = nullptr;
+  Kiv::Ptr<const Flume::MessageCounters> messages;
   const Drops *drops = nullptr;  ///< of all VRFs; null where nobody notes them
   const ConfigSm *configSm = nullptr;
   PimBsrSm *bsrSm = nullptr;

@@ -32,11 +32,23 @@ struct PacketCounters {
   std::array<uint32_t, Packet::decodeErrors> malformedBy{};
 };
 
+/// The messages of one type among those.
+struct TypeCounters {
+  uint32_t received = 0;
+  uint32_t sent = 0;
+  uint32_t sendFailed = 0;
+};
+
 /// Written by the packet channel, read by whatever shows it. Nobody is notified.
 class MessageCounters : public Kiv::Entity {
   KIV_ENTITY(MessageCounters, KIV_NO_ATTRIBUTES)
  public:
+  void clear() { packets = {}, type = {}; }
+  TypeCounters &ofType(Packet::MessageType number) { return type[static_cast<size_t>(number)]; }
+  const TypeCounters &ofType(Packet::MessageType number) const { return type[static_cast<size_t>(number)]; }
+
   PacketCounters packets;
+  std::array<TypeCounters, 16> type{};  ///< by its number
 };
 
 }  // namespace Routing::Pim::Flume

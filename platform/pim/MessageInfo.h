@@ -56,7 +56,7 @@ class MessageInfo : public Kiv::Counted, public MessageConsumer {
 };
 
 /// Sets every packet counter of the VRF to zero.
-inline void messageCountersClear(Flume::MessageCounters &counters) { counters.packets = {}; }
+inline void messageCountersClear(Flume::MessageCounters &counters) { counters.clear(); }
 
 /// The packet channel of a VRF, owned by its machines: a MessageInfo for each message type that was registered.
 /// Messages come in from the registration until the channel goes; the port lives on.

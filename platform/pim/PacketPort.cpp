@@ -73,6 +73,7 @@ void PacketPort::receive(const Incoming &packet) {
   }
   if (!accept(packet, *result.message)) return;
   ++counters_.received;
+  ++messageCounters_->ofType(result.message->type()).received;
   consumer->messageIs(packet.intfId, result.message);
 }
 
@@ -168,6 +169,8 @@ bool PacketPort::send(const Pax::IntfId &intfId, const Packet::Message &message)
                           ? sendAdvertisement(intfId, static_cast<const Packet::CrpAdvMessage &>(message))
                           : sendToAll(intfId, message);
   ++(isSent ? counters_.sent : counters_.sendFailed);
+  Flume::TypeCounters &ofType = messageCounters_->ofType(message.type());
+  ++(isSent ? ofType.sent : ofType.sendFailed);
   if (!isSent) TRACELET(trace, 1, "TX - Error - Cannot send type " << int(message.type()) << " on " << intfId);
   return isSent;
 }
