@@ -2,9 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <stdexcept>
 
+#include "daemon/MetricsReading.h"
 #include "daemon/Options.h"
 #include "daemon/control/Nouns.h"
 #include "daemon/control/Request.h"
@@ -95,6 +99,17 @@ const std::string &vrfOf(const Process &process, const Control::Request &request
   throw std::invalid_argument("there is no VRF '" + request.vrf + "'");
 }
 
+Source metrics(const Process &process) {
+  const auto reading = std::make_shared<MetricsReading>(process, MetricsFormat::openMetrics);
+  return [reading](Rows &rows) {
+    std::string text;
+    if (!reading->goOn(text)) return false;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) rows.push_back({{"line", line}});
+    return true;
+  };
+}
+
 void checkNoun(const Control::Request &request) {
   const std::string &noun = request.noun;
   const Control::Noun *known = Control::nounOf(*Control::verbOf(request.verb), noun);
@@ -131,6 +146,7 @@ Source show(const Process &process, const Control::Request &request) {
   if (noun == "drops") return sourceOf(dropRows(process.drops, vrfOf(process, request), process.loop.now()));
   if (noun == "config") return sourceOf(Rows::array({Rows::parse(process.effective)}));  // of a stream
   if (noun == "log") return sourceOf(rowsOfLines(process.log.lines()));
+  if (noun == "metrics") return metrics(process);
   if (noun == "agent") return sourceOf(agentRows(processView(process)));
   if (noun == "vrf") return sourceOf(vrfRows(processView(process), request.vrf));
   if (noun == "state") return sourceOf(stateRows(processView(process), request.argument));
@@ -257,6 +273,7 @@ class RowsLine {
         first_ = false;
       } else if (more_) {
         nextRows();
+        if (rows_.empty() && more_) text_ += ' ';  // a piece, so that the turn can end
       } else {
         text_.append(Control::rowsEnd);
         ended_ = true;
@@ -298,12 +315,27 @@ Control::Reply replyTo(const Process &process, const Control::Request &request) 
   return [rows](const Control::Send &send) { send(rows->nextPiece()); };
 }
 
+void makeMetrics(Linux::EventLoop &loop, const std::shared_ptr<MetricsReading> &reading, const Control::Send &send) {
+  constexpr size_t enough = 64 << 10;
+  loop.workBegins();
+  std::string text;
+  bool more = true;
+  while (more && text.size() < enough && !loop.turnIsLong()) more = reading->goOn(text);
+  if (!text.empty() || !more) return send(std::move(text));
+  boost::asio::post(loop.context(), [&loop, reading, send] { makeMetrics(loop, reading, send); });
+}
+
 }  // namespace
 
 Answers::Answers(Process process)
     : process_(std::move(process)),
       feeds_(process_.loop, process_.wheel, process_.events, greeting(process_.agent),
              [this](const Control::Request &request) { return show(process_, request); }) {}
+
+Control::Reply Answers::metrics(MetricsFormat format) const {
+  const auto reading = std::make_shared<MetricsReading>(process_, format);
+  return [&loop = process_.loop, reading](const Control::Send &send) { makeMetrics(loop, reading, send); };
+}
 
 Control::Reply Answers::reply(std::string_view line) {
   try {

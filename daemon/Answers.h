@@ -15,6 +15,8 @@
 #include "platform/tracelet/Sinks.h"
 #include "view/Drops.h"
 #include "view/EventLog.h"
+#include "view/Figures.h"
+#include "view/MetricsText.h"
 #include "view/Process.h"
 
 namespace Routing::Pim::Bsr {
@@ -38,6 +40,7 @@ class Answers {
     EventLog &events;
     const EventLines &lines;
     Drops &drops;
+    const Saves &saves;
     ConfigReader &reader;
     /// Reads the file and applies it; calls `done` from the loop with the errors, if any, as one text.
     std::function<void(std::function<void(const std::string &errors)> done)> reload;
@@ -48,6 +51,8 @@ class Answers {
   /// The reply line to a request line. Long ones show each VRF, zone or range as it is when its piece is made. Replies
   /// must not be asked for pieces when this is gone.
   Control::Reply reply(std::string_view line);
+  /// The metrics as text, likewise.
+  Control::Reply metrics(MetricsFormat format) const;
 
  private:
   const Process process_;

@@ -17,6 +17,7 @@
 #include "daemon/Answers.h"
 #include "daemon/Changeover.h"
 #include "daemon/ControlServer.h"
+#include "daemon/MetricsServer.h"
 #include "daemon/file/Difference.h"
 #include "daemon/file/Effective.h"
 #include "daemon/file/SystemWarnings.h"
@@ -99,7 +100,8 @@ struct Daemon::Process {
                       wheel,
                       stateWriter};
   Answers answers{{loop, wheel, store, system, hosts, *agent, loading, configuration, effective, log, events, lines,
-                   drops, reader, [this](Reloaded done) { daemon.reload(std::move(done)); }}};
+                   drops, stateFile.saves(), reader, [this](Reloaded done) { daemon.reload(std::move(done)); }}};
+  MetricsServer metrics{loop.context(), [this](MetricsFormat format) { return answers.metrics(format); }};
 
   std::vector<Pax::IntfId> interfacesOf(const L3::VrfName &vrf) const {
     const auto pim = configuration.pim.find(vrf);
@@ -234,6 +236,7 @@ void Daemon::changeoverDone() {
   Process &process = *process_;
   const Configuration before = std::exchange(process.configuration, process.changeover->wanted());
   process.effective = std::exchange(process.effectiveWanted, {});
+  process.metrics.endpointIs(process.configuration.metrics.listen);
   process.loading.at = timestamp();
   process.loading.error.clear();
   process.changeover.reset();

@@ -48,7 +48,7 @@ class Box {
   // All pieces of it; of a stream, which does not end, the first.
   std::string reply(std::string_view line) const {
     Answers answers({loop_, wheel_, store_, system_, hosts_, *agent_, loading_, configuration_, effective_, log_,
-                     events_, lines_, drops_, reader_, [this](const auto &done) { done(loading_.error); }});
+                     events_, lines_, drops_, saves_, reader_, [this](const auto &done) { done(loading_.error); }});
     const Control::Reply reply = answers.reply(line);
     std::string whole;
     for (std::optional<std::string> piece; !piece || !piece->empty();) {
@@ -84,6 +84,7 @@ class Box {
   mutable EventLog events_{[] { return 0.0; }};
   const EventLines lines_{events_};
   mutable Drops drops_;
+  const Saves saves_;
   std::unique_ptr<Agent> agent_;
 };
 

@@ -166,6 +166,7 @@ constexpr std::array config{
     Column{"vrfConfig", "timers, candidates and filters of each VRF"},
     Column{"intfConfig", "borders of each interface"},
     Column{"acl", "the ACLs"},
+    Column{"metrics", "where the metrics are served over HTTP"},
 };
 constexpr std::array state{
     Column{"path", "its path in the state store"},
@@ -191,6 +192,7 @@ constexpr std::array drops{
     Column{"last", "seconds since the last one"},
     Column{"echo", "whether these are copies of messages that this router accepted or sent, which is no fault"},
 };
+constexpr std::array metrics{Column{"line", "a line of OpenMetrics text"}};
 constexpr std::array log{Column{"line", "time, module, level and text"}};
 
 constexpr Noun entity{"entity", "the contents of an entity", state, Noun::Layout::file};
@@ -217,6 +219,7 @@ constexpr std::array allNouns{
     Noun{.name = "state", .help = "the state store", .columns = state, .operand = "[PATH]", .about = &entity},
     Noun{"events", "the last events; --since, --zone, --severity and --kind choose among them", events},
     Noun{"drops", "what was refused, the latest first", drops},
+    Noun{"metrics", "the metrics, as a monitoring system gets them", metrics, Noun::Layout::lines},
     Noun{"log", "the last trace lines", log, Noun::Layout::lines},
 };
 

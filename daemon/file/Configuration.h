@@ -75,6 +75,20 @@ struct IntfSettings {
 /// The rules of one ACL in their order.
 using AclRules = std::vector<Acl::IpRule>;
 
+/// An address of this machine and a TCP port.
+struct Endpoint {
+  Pax::IpGenAddr address;
+  uint16_t port = 0;
+  bool empty() const { return address.af() == Pax::AddressFamily::unknown; }
+  bool operator==(const Endpoint &) const = default;
+};
+
+/// The metrics over HTTP.
+struct MetricsSettings {
+  Endpoint listen;  ///< empty: nowhere
+  bool operator==(const MetricsSettings &) const = default;
+};
+
 struct Configuration {
   Pax::AddressFamily family = Pax::AddressFamily::ipv4;
   std::map<L3::VrfName, PimVrf> pim;
@@ -82,6 +96,7 @@ struct Configuration {
   std::map<Pax::IntfId, IntfSettings> intfConfig;
   std::map<std::string, AclRules> acl;
   Severity logLevel = Severity::notice;  ///< the least of events that are logged
+  MetricsSettings metrics;
   bool operator==(const Configuration &) const = default;
 };
 

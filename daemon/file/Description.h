@@ -145,6 +145,13 @@ void describe(Members &members, Acl::IpRule &rule) {
 }
 
 template <class Members>
+void describe(Members &members, MetricsSettings &settings) {
+  members.text("listen", settings.listen, endpoints(),
+               "ADDRESS:PORT, with an IPv6 address in brackets, or PORT alone, which is on 127.0.0.1. Whoever reaches "
+               "that may read the metrics. Without it they are not served.");
+}
+
+template <class Members>
 void describe(Members &members, Configuration &file) {
   members.map("pim", file.pim, vrfNames(), "By name: the VRFs, each of them a network namespace.");
   members.map("vrfConfig", file.vrfConfig, vrfNamesPresent(members.scope()), "By VRF: its timers and candidates.");
@@ -162,6 +169,7 @@ void describe(Members &members, Configuration &file) {
                                {"info", Severity::info},
                                {"debug", Severity::debug}},
                "The least severity of the events that are logged; --log-level comes before it.");
+  members.object("metrics", file.metrics, "Where the metrics are served over HTTP, as GET /metrics.");
 }
 
 /// What the members of a new element start with.

@@ -55,6 +55,11 @@ std::map<L3::VrfName, VrfSettings> settingsOf(const Configuration &configuration
   return all;
 }
 
+std::map<int, Endpoint> metricsPortOf(const Configuration &configuration) {
+  const Endpoint &listen = configuration.metrics.listen;
+  return listen.empty() ? std::map<int, Endpoint>() : std::map<int, Endpoint>{{0, listen}};
+}
+
 }  // namespace
 
 std::string differenceOf(const Configuration &before, const Configuration &now) {
@@ -68,6 +73,7 @@ std::string differenceOf(const Configuration &before, const Configuration &now) 
   candidates("candidate RP", "candidate RPs", &VrfSettings::rpCandidateConfig);
   difference.compare("interface with borders", "interfaces with borders", before.intfConfig, now.intfConfig);
   difference.compare("ACL", "ACLs", before.acl, now.acl);
+  difference.compare("metrics port", "metrics ports", metricsPortOf(before), metricsPortOf(now));
   return difference.text();
 }
 

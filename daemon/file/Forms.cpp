@@ -1,6 +1,7 @@
 #include "daemon/file/Forms.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstring>
 #include <optional>
 
@@ -89,6 +90,30 @@ std::string prefixPattern(Pax::AddressFamily family, const char *ipv4First, cons
   return std::string(ipv4First) + "(\\.[0-9]{1,3}){3}/([0-9]|[12][0-9]|3[0-2])";
 }
 
+// 0 if it is none.
+uint16_t portFrom(const std::string &text) {
+  uint16_t port = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+  return error == std::errc() && end == text.data() + text.size() ? port : 0;
+}
+
+Endpoint readEndpoint(const std::string &text) {
+  const size_t colon = text.rfind(':');
+  const bool isPort = colon == text.npos;
+  std::string host = isPort ? "127.0.0.1" : text.substr(0, colon);
+  const bool isBracketed = host.size() > 2 && host.front() == '[' && host.back() == ']';
+  if (isBracketed) host = host.substr(1, host.size() - 2);
+  const auto address = parsed<Pax::IpGenAddr>(host);
+  const uint16_t port = portFrom(isPort ? text : text.substr(colon + 1));
+  if (address && (address->af() == Pax::AddressFamily::ipv6) == isBracketed && port != 0) return {*address, port};
+  throw RangeError(shown(text) + " is not ADDRESS:PORT (as 127.0.0.1:9716 or [::1]:9716) or PORT");
+}
+
+std::string writeEndpoint(const Endpoint &endpoint) {
+  const std::string address = toText(endpoint.address), port = std::to_string(endpoint.port);
+  return (endpoint.address.af() == Pax::AddressFamily::ipv6 ? "[" + address + "]" : address) + ":" + port;
+}
+
 std::string whole(const std::string &pattern) { return "^" + pattern + "$"; }
 
 }  // namespace
@@ -163,6 +188,10 @@ Form<std::string> aclNames() {
     return name;
   };
   return {read, toText<std::string>, whole(".+")};
+}
+
+Form<Endpoint> endpoints() {
+  return {readEndpoint, writeEndpoint, whole("(([0-9.]{7,15}|\\[[0-9a-fA-F:.]{2,45}\\]):)?[0-9]{1,5}")};
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -39,5 +39,7 @@ Form<Pax::IpGenPrefix> groupRanges(const Scope &scope);
 /// "any", or a prefix of the family without host bits.
 Form<Pax::IpGenPrefix> aclSources(const Scope &scope);
 Form<std::string> aclNames();
+/// ADDRESS:PORT, an IPv6 address in brackets; PORT alone is on 127.0.0.1.
+Form<Endpoint> endpoints();
 
 }  // namespace Routing::Pim::Bsr

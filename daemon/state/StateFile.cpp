@@ -230,6 +230,8 @@ void StateFile::handleSliceTime() {
 void StateFile::handleWritten(const Writing &writing) {
   writing_ = false;
   saved_ = writing.digest;
+  saves_.duration = clock_.now() - savedAt_;
+  ++(writing.error.empty() ? saves_.succeeded : saves_.failed);
   if (!writing.error.empty() && !failed_) {
     TRACELET(trace, 1, "The state cannot be saved in " << identity_.path << ": " << writing.error);
   }

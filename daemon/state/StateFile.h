@@ -10,6 +10,7 @@
 #include "platform/orb/Background.h"
 #include "platform/orb/TimerFor.h"
 #include "platform/pim/PimSystem.h"
+#include "view/Figures.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -50,6 +51,8 @@ class StateFile {
   /// Writes the file if it would change, and returns when that is done. The first of several failures is traced.
   void save();
 
+  const Saves &saves() const { return saves_; }
+
   /// The boot of the machine and the network namespace of the process; empty if that cannot be read.
   static std::string thisBoot();
 
@@ -78,6 +81,7 @@ class StateFile {
   size_t saved_ = 0;            // digest of the text in the file
   bool failed_ = false;
   std::function<void(const std::string &error)> watcher_ = [](const std::string &) {};
+  Saves saves_;
   std::unique_ptr<KivStatusColl> kivStatusColl_;
 };
 

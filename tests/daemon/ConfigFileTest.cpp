@@ -78,7 +78,8 @@ TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
     "intfConfig": {"eth3": {"bsrBorderAcl": ["D", "D"]}, "eth1": {}, "blue/eth1": {}, "lilac/eth1": {}, "red/": {},
                    "red/eth1": {"bsrBorderGrp": ["239.1.0.0/16", "239.001.0.0/16"]}},
     "acl": {"": [], "X": {}, "Y": [7, {}, {"permit": "any", "deny": "any"}, {"permit": "all"}, {"deny": "10.0.0.1/8"},
-                                   {"allow": "any"}]}})";
+                                   {"allow": "any"}]},
+    "metrics": {"listen": "eth0:9716", "port": 9716}})";
   std::ostringstream errors;
   for (const Finding &error : configurationFromText(bad, ipv4).findings.errors) {
     errors << error.place << ": " << error.message << '\n';
@@ -135,7 +136,9 @@ TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
 /acl/Y/4/deny: "10.0.0.1/8" has host bits set; the prefix is 10.0.0.0/8
 /acl/Y/5: must have either permit or deny
 /acl/Y/5/allow: unknown name; known here: permit, deny
-/pin: unknown name; known here: pim, vrfConfig, intfConfig, acl, logLevel
+/metrics/listen: "eth0:9716" is not ADDRESS:PORT (as 127.0.0.1:9716 or [::1]:9716) or PORT
+/metrics/port: unknown name; known here: listen
+/pin: unknown name; known here: pim, vrfConfig, intfConfig, acl, logLevel, metrics
 /pim/tan: namespace red already belongs to VRF red
 /vrfConfig/blue/bsrCandidateConfig/lo/acl/A: ACL A is not defined
 /vrfConfig/blue/rpCandidateConfig/lo/acl/B: ACL B is not defined
@@ -255,7 +258,8 @@ TEST(ConfigFile, AGoodFileIsReadWithItsDefaults) {
                      "red": { "holdTime": 90, "crpFilterAcl": ["A"], "mixedFragments": "stop",
                               "limits": { "zones": 0, "openBytes": 65536, "neighbors": 9 } } },
       "intfConfig": { "eth7": { "bsrBorderAcl": ["A"] }, "eth0": {}, "default/eth7": {}, "red/eth7": {} },
-      "acl": { "A": [ { "deny": "any" }, { "permit": "2001:DB8::/32" } ] }, "logLevel": "info" })",
+      "acl": { "A": [ { "deny": "any" }, { "permit": "2001:DB8::/32" } ] }, "logLevel": "info",
+      "metrics": { "listen": "[0:0::1]:9716" } })",
                                             ipv6);
   EXPECT_EQ(texts(loaded.findings.errors), std::vector<std::string>());
   EXPECT_EQ(configurationJson(loaded.configuration), nlohmann::ordered_json::parse(R"(
@@ -287,8 +291,35 @@ TEST(ConfigFile, AGoodFileIsReadWithItsDefaults) {
                       "eth0": { "bsrBorderGrp": [], "bsrBorderAcl": [] },
                       "default/eth7": { "bsrBorderGrp": [], "bsrBorderAcl": [] },
                       "red/eth7": { "bsrBorderGrp": [], "bsrBorderAcl": [] } },
-      "acl": { "A": [ { "deny": "any" }, { "permit": "2001:db8::/32" } ] }, "logLevel": "info" })"));
+      "acl": { "A": [ { "deny": "any" }, { "permit": "2001:db8::/32" } ] }, "logLevel": "info",
+      "metrics": { "listen": "[::1]:9716" } })"));
   expectSameWhenShownAndLoaded(loaded.configuration);
+}
+
+TEST(ConfigFile, MetricsAreOnLoopbackUnlessAnAddressIsGiven) {
+  const std::pair<const char *, const char *> cases[] = {
+      {R"("9716")", "127.0.0.1:9716"},
+      {R"("0.0.0.0:80")", "0.0.0.0:80"},
+      {R"("[fd00::1]:65535")", "[fd00::1]:65535"},
+      {R"("[::ffff:10.0.0.1]:1")", "[::ffff:10.0.0.1]:1"},
+      {R"("")", ""},
+      {R"(":9716")", ""},
+      {R"("127.0.0.1")", ""},
+      {R"("127.0.0.1:")", ""},
+      {R"("127.0.0.1:0")", ""},
+      {R"("127.0.0.1:65536")", ""},
+      {R"("127.0.0.1:+80")", ""},
+      {R"("[127.0.0.1]:80")", ""},
+      {R"("::1:9716")", ""},
+      {R"("localhost:9716")", ""},
+      {"9716", ""},
+  };
+  for (const auto &[given, listen] : cases) {
+    const auto loaded = configurationFromText(std::string(R"({"metrics": {"listen": )") + given + "}}", ipv4);
+    EXPECT_EQ(loaded.good(), *listen != 0) << given;
+    if (loaded.good()) EXPECT_EQ(configurationJson(loaded.configuration)["metrics"]["listen"], listen) << given;
+  }
+  EXPECT_TRUE(configurationFromText("{}", ipv4).configuration.metrics.listen.empty());
 }
 
 TEST(ConfigFile, EveryExampleIsLoadedWithoutAWarning) {

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>
 #include <csignal>
 #include <fstream>
@@ -144,6 +146,50 @@ TEST_F(DaemonTest, AReloadThatIsAskedForDuringAnotherOneHasTheNewestFile) {
   turnUntil([&] { return done == 3; });
   EXPECT_EQ(lines, std::vector<std::string>(3, R"({"rows":[]})"));
   EXPECT_EQ(vrfs(), Names{"no-such-ns-b"});
+}
+
+TEST_F(DaemonTest, ServesItsMetricsWhereTheConfigurationSays) {
+  namespace ip = boost::asio::ip;
+  const auto freePort = [] {
+    boost::asio::io_context context;
+    return ip::tcp::acceptor(context, {ip::make_address("127.0.77.1"), 0}).local_endpoint().port();
+  };
+  const auto get = [&](uint16_t port) {
+    std::stringstream answer;
+    std::atomic<bool> done = false;
+    std::thread client([&] {
+      ip::tcp::iostream stream(ip::tcp::endpoint(ip::make_address("127.0.77.1"), port));
+      stream << "GET /metrics HTTP/1.0\r\n\r\n" << std::flush;
+      answer << stream.rdbuf();
+      done = true;
+      boost::asio::post(daemon->loop().context(), [] {});
+    });
+    while (!done) daemon->loop().turn();
+    client.join();
+    return answer.str();
+  };
+  const auto listen = [&](const std::string &port) {
+    write(R"({"pim": {"no-such-ns-a": {}}, "metrics": {"listen": "127.0.77.1:)" + port + "\"}}");
+  };
+  const uint16_t first = freePort();
+  listen(std::to_string(first));
+  start();
+  EXPECT_NE(get(first).find("pimbsr_vrf_running{vrf=\"no-such-ns-a\"} 0\n"), std::string::npos);
+  listen("0");
+  ask({"reload", "", "", ""});
+  EXPECT_NE(get(first).find("pimbsr_reload_failed 1\n"), std::string::npos);
+  const uint16_t second = freePort();
+  listen(std::to_string(second));
+  EXPECT_EQ(ask({"reload", "", "", ""}), Rows::array());
+  EXPECT_EQ(get(first), "");
+  const std::string answer = get(second);
+  const Rows rows = ask({"show", "metrics", "", ""});
+  EXPECT_EQ(rows.front()["line"], "# TYPE pimbsr_build info");
+  EXPECT_EQ(rows.back()["line"], "# EOF");
+  EXPECT_EQ(static_cast<size_t>(std::count(answer.begin(), answer.end(), '\n')), rows.size() + 3) << answer;
+  write("{}");
+  EXPECT_EQ(ask({"reload", "", "", ""}), Rows::array());
+  EXPECT_EQ(get(second), "");
 }
 
 TEST_F(DaemonTest, ASecondAgentOfOneStateFileOrSocketIsRefused) {

@@ -1,0 +1,55 @@
+#include "view/MetricsText.h"
+
+#include <array>
+#include <cmath>
+#include <nlohmann/json.hpp>
+
+namespace Routing::Pim::Bsr {
+
+namespace {
+
+struct Words {
+  const char *type;
+  const char *suffix;  // of a sample
+  const char *plain;   // the type where there is only gauge and counter
+};
+constexpr std::array words{Words{"gauge", "", "gauge"}, Words{"counter", "_total", "counter"},
+                           Words{"info", "_info", "gauge"}};
+
+// Within quotation marks, in which JSON escapes what metrics escape, and bytes that none of them may have.
+std::string quoted(const std::string &value) {
+  return nlohmann::json(value).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+}  // namespace
+
+void MetricsText::familyIs(const MetricFamily &family) {
+  const Words &type = words[static_cast<size_t>(family.type)];
+  name_ = family.name + std::string(type.suffix);
+  const bool isOpen = format_ == MetricsFormat::openMetrics;
+  const std::string name = isOpen ? family.name : name_;
+  text_.append("# TYPE ").append(name).append(" ").append(isOpen ? type.type : type.plain).append("\n");
+  if (isOpen && *family.unit) text_.append("# UNIT ").append(name).append(" ").append(family.unit).append("\n");
+  text_.append("# HELP ").append(name).append(" ").append(family.help).append("\n");
+}
+
+void MetricsText::seconds(const Labels &labels, double value) {
+  line(labels, nlohmann::json(std::round(value * 1e6) / 1e6).dump());
+}
+
+void MetricsText::line(const Labels &labels, const std::string &value) {
+  text_ += name_;
+  const char *separator = "{";
+  for (const auto &[label, text] : labels) {
+    if (text.empty()) continue;
+    text_.append(separator).append(label).append("=").append(quoted(text));
+    separator = ",";
+  }
+  text_.append(labels.empty() ? " " : "} ").append(value).append("\n");
+}
+
+void MetricsText::end() {
+  if (format_ == MetricsFormat::openMetrics) text_ += "# EOF\n";
+}
+
+}  // namespace Routing::Pim::Bsr
