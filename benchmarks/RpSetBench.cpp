@@ -5,11 +5,13 @@
 #include <malloc.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <random>
 #include <unordered_map>
 
 #include "agent/ContainerSm.h"
+#include "view/Figures.h"
 
 namespace {
 size_t allocations = 0;
@@ -260,6 +262,32 @@ void expireTogether(benchmark::State &state) {
   }
 }
 
+// The longest of the slices in which the metrics of all RPs are read.
+void readMetrics(benchmark::State &state) {
+  using Stopwatch = std::chrono::steady_clock;
+  const Shape shape(state);
+  Router router(AddressFamily::ipv4);
+  router.hear(messages(AddressFamily::ipv4, shape));
+  Pim::Bsr::VrfView view;
+  view.vrf = "default";
+  view.af = AddressFamily::ipv4;
+  view.now = router.time.time;
+  view.status = router.container.status;
+  view.pimStatus = router.pimStatus;
+  view.bsrSm = &router.sm->bsrSm();
+  for ([[maybe_unused]] auto _ : state) {
+    Pim::Bsr::VrfFigures figures("default");
+    Stopwatch::duration longest{};
+    for (bool more = true; more;) {
+      const auto begin = Stopwatch::now();
+      more = figures.readOn(view);
+      longest = std::max(longest, Stopwatch::now() - begin);
+    }
+    if (figures.zones.begin()->second.rps[Pim::Mode::sparse] != shape.rps) state.SkipWithError("not every RP is read");
+    state.SetIterationTime(std::chrono::duration<double>(longest).count());
+  }
+}
+
 void sizes(benchmark::internal::Benchmark *bench) {
   for (const int64_t rps : {10, 100, 1000, 10000, 16000}) bench->Arg(rps);
 }
@@ -272,5 +300,6 @@ FOR_BOTH_FAMILIES(refreshBare);
 FOR_BOTH_FAMILIES(learn);
 BENCHMARK(refreshShuffled<AddressFamily::ipv4>)->Arg(1000)->Arg(16000);
 BENCHMARK(expireTogether<AddressFamily::ipv4>)->Arg(16000)->Unit(benchmark::kMillisecond);
+BENCHMARK(readMetrics)->Arg(16000)->UseManualTime();
 
 }  // namespace
