@@ -20,6 +20,7 @@
 #include "daemon/MetricsServer.h"
 #include "daemon/file/Difference.h"
 #include "daemon/file/Effective.h"
+#include "daemon/file/Forms.h"
 #include "daemon/file/SystemWarnings.h"
 #include "daemon/state/StateFile.h"
 #include "platform/linux/LineWriter.h"
@@ -101,7 +102,8 @@ struct Daemon::Process {
                       stateWriter};
   Answers answers{{loop, wheel, store, system, hosts, *agent, loading, configuration, effective, log, events, lines,
                    drops, stateFile.saves(), reader, [this](Reloaded done) { daemon.reload(std::move(done)); }}};
-  MetricsServer metrics{loop.context(), [this](MetricsFormat format) { return answers.metrics(format); }};
+  MetricsServer metrics{loop.context(), [this](MetricsFormat format) { return answers.metrics(format); },
+                        [this](const Endpoint &endpoint, const std::string &error) { metricsAre(endpoint, error); }};
 
   std::vector<Pax::IntfId> interfacesOf(const L3::VrfName &vrf) const {
     const auto pim = configuration.pim.find(vrf);
@@ -112,6 +114,14 @@ struct Daemon::Process {
     const auto host = hosts.find(vrf);
     if (host != hosts.end() && !host->second->reason().empty()) return host->second->reason();
     return agent && agent->rootSm() ? agent->rootSm()->reason(vrf) : "";
+  }
+  void metricsAre(const Endpoint &endpoint, const std::string &error) {
+    Event event{.kind = error.empty() ? EventKind::metricsServed : EventKind::metricsFailed};
+    event.severity = error.empty() ? Severity::notice : Severity::error;
+    event.cause = error;
+    const std::string where = " served on " + endpoints().write(endpoint);
+    event.text = error.empty() ? "metrics are" + where : "metrics cannot be" + where + ": " + error;
+    events.tell(event);
   }
   // The interfaces of a VRF that is open, if it stays in its namespace.
   std::optional<SystemView> knownOf(const L3::VrfName &vrf, const PimVrf &pim) const {

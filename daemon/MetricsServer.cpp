@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <boost/asio/steady_timer.hpp>
 #include <charconv>
+#include <utility>
 #include <vector>
 
 #include "daemon/MetricsSession.h"
-#include "platform/tracelet/Tracelet.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -15,8 +15,6 @@ using asio::ip::tcp;
 using boost::system::error_code;
 
 namespace {
-
-Tracelet::Module trace("Pim::Bsr::Metrics");
 
 constexpr std::chrono::seconds retryAfter{10};
 
@@ -63,14 +61,17 @@ MetricsFormat metricsFormatFrom(std::string_view accept) {
 // The listening socket and its clients. Operations that are under way hold it weakly.
 class MetricsServer::Listener : public std::enable_shared_from_this<Listener> {
  public:
-  Listener(asio::io_context &context, Handler handler)
-      : handler_(std::make_shared<const Handler>(std::move(handler))), acceptor_(context), retry_(context) {}
+  Listener(asio::io_context &context, Handler handler, Trouble trouble)
+      : handler_(std::make_shared<const Handler>(std::move(handler))),
+        trouble_(std::move(trouble)),
+        acceptor_(context),
+        retry_(context) {}
 
   void endpointIs(const Endpoint &endpoint) {
     if (endpoint == wanted_) return;
     close();
     wanted_ = endpoint;
-    traced_ = false;
+    failing_ = false;
     if (!wanted_.empty()) open();
   }
   Endpoint endpoint() const {
@@ -87,15 +88,16 @@ class MetricsServer::Listener : public std::enable_shared_from_this<Listener> {
   void later(void (Listener::*retry)());
 
   const std::shared_ptr<const Handler> handler_;
+  const Trouble trouble_;
   Endpoint wanted_;
-  bool traced_ = false;  // that it cannot be listened on
+  bool failing_ = false;  // to listen there
   tcp::acceptor acceptor_;
   asio::steady_timer retry_;
   std::vector<std::weak_ptr<Session>> sessions_;  // the oldest first
 };
 
-MetricsServer::MetricsServer(asio::io_context &context, Handler handler)
-    : listener_(std::make_shared<Listener>(context, std::move(handler))) {}
+MetricsServer::MetricsServer(asio::io_context &context, Handler handler, Trouble trouble)
+    : listener_(std::make_shared<Listener>(context, std::move(handler), std::move(trouble))) {}
 
 MetricsServer::~MetricsServer() { listener_->close(); }
 
@@ -121,13 +123,12 @@ void MetricsServer::Listener::open() {
     acceptor_.bind(endpoint);
     acceptor_.listen();
   } catch (const boost::system::system_error &error) {
-    if (!traced_) TRACELET(trace, 1, "Cannot serve metrics on " << endpoint << ": " << error.code().message());
-    traced_ = true;
+    if (!std::exchange(failing_, true)) trouble_(wanted_, error.code().message());
     error_code ignored;
     acceptor_.close(ignored);
     return later(&Listener::open);
   }
-  traced_ = false;
+  if (std::exchange(failing_, false)) trouble_(wanted_, "");
   accept();
 }
 

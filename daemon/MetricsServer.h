@@ -15,17 +15,20 @@ namespace Routing::Pim::Bsr {
 
 /// Listens where the configuration says. Clients are served on the loop and cannot hold it up: each has a deadline for
 /// its request and one for the answer, and a request is of limited length. When mostClients are there, the oldest one
-/// makes room for a new one. Where the address cannot be listened on, that is traced and tried again every ten seconds.
+/// makes room for a new one. Where the address cannot be listened on, that is told and tried again every ten seconds.
 /// The daemon owns it; it knows nothing of what it serves.
 class MetricsServer {
  public:
   /// Gives the text, in pieces. Neither it nor the reply may throw.
   using Handler = std::function<Control::Reply(MetricsFormat)>;
 
+  /// Is told why it cannot listen, when that begins, and then an empty text, when it can.
+  using Trouble = std::function<void(const Endpoint &endpoint, const std::string &error)>;
+
   static constexpr size_t mostClients = 16;
   static constexpr size_t longestHeader = 8 << 10;
 
-  MetricsServer(boost::asio::io_context &context, Handler handler);
+  MetricsServer(boost::asio::io_context &context, Handler handler, Trouble trouble);
   /// Drops all clients.
   ~MetricsServer();
   MetricsServer(const MetricsServer &) = delete;

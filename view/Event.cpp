@@ -24,6 +24,8 @@ constexpr std::array kinds{
     "configurationRefused",
     "stateSaveFailed",
     "stateSaved",
+    "metricsFailed",
+    "metricsServed",
     "vrfRuns",
     "vrfWaits",
     "interfaceUp",

@@ -30,6 +30,8 @@ enum class EventKind : uint8_t {
   configurationRefused,
   stateSaveFailed,
   stateSaved,
+  metricsFailed,  ///< they cannot be served where the configuration says
+  metricsServed,  ///< now they are
   // A VRF and its links.
   vrfRuns,
   vrfWaits,
