@@ -5,7 +5,6 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <stdexcept>
 
 #include "daemon/MetricsReading.h"
@@ -104,8 +103,7 @@ Source metrics(const Process &process) {
   return [reading](Rows &rows) {
     std::string text;
     if (!reading->goOn(text)) return false;
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) rows.push_back({{"line", line}});
+    addLines(text, rows);
     return true;
   };
 }

@@ -23,9 +23,11 @@
 #include "daemon/file/ConfigApply.h"
 #include "daemon/file/ConfigFile.h"
 #include "platform/sim/Network.h"
+#include "platform/system/AgentName.h"
 #include "sim/Host.h"
 #include "view/EventReporter.h"
 #include "view/Explain.h"
+#include "view/Metrics.h"
 #include "view/Show.h"
 
 namespace {
@@ -65,6 +67,12 @@ struct Box {
   Drops drops;
   EventReporter reporter;
 };
+
+Rows metricsOf(const std::vector<VrfView> &views) {
+  AgentFigures agent;
+  agent.agent = agentName(views.front().af);
+  return metricsRows(agent, views);
+}
 
 class Simulation {
  public:
@@ -142,6 +150,7 @@ void Simulation::start(const std::string &name, const std::string &file) {
 Rows Simulation::shown(const std::string &name, const std::string &noun, const std::string &argument) {
   if (noun == "events") return eventRows(box(name).log, {});
   if (noun == "drops") return dropRows(box(name).drops, "", network_.time().now());
+  if (noun == "metrics") return metricsOf(viewsOf(name));
   return rowsOf(noun, viewsOf(name), argument);
 }
 

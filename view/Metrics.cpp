@@ -1,6 +1,7 @@
 #include "view/Metrics.h"
 
 #include <array>
+#include <sstream>
 
 #include "platform/kiv/Value.h"
 
@@ -192,6 +193,27 @@ std::vector<MetricFamily> Metrics::families() {
   for (const AgentFamily &each : agentFamilies) families.push_back(each.family);
   for (const VrfFamily &each : vrfFamilies) families.push_back(each.family);
   return families;
+}
+
+void addLines(const std::string &text, Rows &rows) {
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) rows.push_back({{"line", line}});
+}
+
+Rows metricsRows(const AgentFigures &agent, const std::vector<VrfView> &views) {
+  std::vector<VrfFigures> vrfs;
+  for (const VrfView &view : views) {
+    vrfs.emplace_back(view.vrf);
+    while (vrfs.back().readOn(view)) {
+    }
+  }
+  Metrics metrics(agent, std::move(vrfs), MetricsFormat::openMetrics);
+  std::string text;
+  while (metrics.writeOn(text)) {
+  }
+  Rows rows = Rows::array();
+  addLines(text, rows);
+  return rows;
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "view/Figures.h"
+#include "view/Json.h"
 #include "view/MetricsText.h"
 
 namespace Routing::Pim::Bsr {
@@ -28,5 +29,10 @@ class Metrics {
   size_t family_ = 0;
   size_t vrf_ = 0;
 };
+
+/// Appends a row {line} for each line of text.
+void addLines(const std::string &text, Rows &rows);
+/// All rows of "show metrics" at once.
+Rows metricsRows(const AgentFigures &agent, const std::vector<VrfView> &views);
 
 }  // namespace Routing::Pim::Bsr
