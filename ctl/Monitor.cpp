@@ -2,6 +2,7 @@
 
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/steady_timer.hpp>
+#include <cmath>
 #include <csignal>
 #include <ctime>
 #include <map>
@@ -29,12 +30,13 @@ std::string clockText() {
 
 // What is watched, drawn again and again, with the last notice below.
 struct Screen {
-  static constexpr std::chrono::milliseconds gathers{100}, interval{1000};
+  static constexpr std::chrono::milliseconds gathers{100};
 
   asio::io_context &context;
   const bool isScreen;
   const std::function<void()> &redraw;
   std::ostream &notices;
+  const std::chrono::milliseconds interval;
   asio::steady_timer timer{context};
   bool waits = false;
   std::string notice{};
@@ -116,7 +118,7 @@ void monitor(const Options &options, std::ostream &out, std::ostream &notices) {
 
 void watch(const Options &options, bool isScreen, const std::function<void()> &redraw, std::ostream &notices) {
   asio::io_context context;
-  Screen screen{context, isScreen, redraw, notices};
+  Screen screen{context, isScreen, redraw, notices, std::chrono::milliseconds(std::llround(options.interval * 1000))};
   if (options.request.noun != eventsNoun && !followedOf(options.request.noun)) {
     redraw();
     screen.drawAfter(screen.interval, true);

@@ -27,7 +27,12 @@ po::options_description visible() {
       ("zone", po::value<std::string>()->value_name("PREFIX"), "only what is of this scope zone")  //
       ("severity", po::value<std::string>()->value_name("WORD"), "only events as bad as this")     //
       ("kind", po::value<std::string>()->value_name("WORD"), "only events of this kind")           //
-      ("json", "print JSON: an array of objects, times in seconds")                                //
+      ("json,j", "print JSON: an array of objects, times in seconds")                              //
+      ("no-legend", "print tables without the names of their columns")                             //
+      ("prefixes", "with show acl: what each permits, too")                                        //
+      ("follow", "with show log: go on with new lines")                                            //
+      ("interval", po::value<double>()->value_name("SECONDS"),
+       "with watch and --follow: look so often where no stream tells of changes (1)")  //
       ("exec", po::value<std::string>()->value_name("COMMAND"),
        "with monitor: run it on each change, with all rows as JSON on its standard input")   //
       ("time-limit", po::value<unsigned>()->value_name("SECONDS"), "that it may take (30)")  //
@@ -108,17 +113,59 @@ void readCommand(const po::variables_map &given, Options &options) {
   if (options.request.verb != "monitor" || !isOne) throw UsageError("--exec is for monitor with one noun");
 }
 
+template <class Entry>
+std::string namesOf(std::span<const Entry> entries) {
+  std::string names;
+  for (const Entry &entry : entries) names.append(names.empty() ? "" : ", ").append(entry.name);
+  return names;
+}
+
+// "--help bsr", "--help show bsr", "--help explain bsr"
+const Noun *nounToExplain(const Texts &operands) {
+  const Verb *verb = verbOf(operands[0]);
+  if (verb && operands.size() == 1) return nullptr;
+  const Noun *noun = verb && verb->takesNoun ? nounOf(*verb, operands[1]) : nounOf(operands.back());
+  if (!noun) throw UsageError("there is no noun '" + operands.back() + "'; the nouns are: " + namesOf(nouns()));
+  return noun;
+}
+
+// For those who build and package: what is made from the table of nouns.
+void readPrinted(const Texts &operands, Options &options) {
+  const std::string what = operands.size() == 2 ? operands[1] : "";
+  options.action = Options::Action::print;
+  options.request.argument = what;
+  if (!printed(what).empty()) return;
+  options.completed = completedOf(what);
+  if (!options.completed) throw UsageError("'print' needs one of: bash, zsh, manual, reference, " + completedKinds());
+  options.request = {options.completed->verb, options.completed->noun, options.request.vrf, ""};
+}
+
+void readPace(const po::variables_map &given, Options &options) {
+  const bool follows = given.count("follow") > 0;
+  if (follows && (options.request.verb != "show" || options.request.noun != "log")) {
+    throw UsageError("--follow is for 'show log'; 'monitor events' follows events");
+  }
+  if (follows) options.action = Options::Action::follow;
+  if (!given.count("interval")) return;
+  options.interval = given["interval"].as<double>();
+  if (!(options.interval >= 0.1 && options.interval <= 86400))
+    throw UsageError("--interval must be 0.1 to 86400 seconds");
+  if (!follows && options.request.verb != "watch") throw UsageError("--interval is for 'watch' and --follow");
+}
+
 void readOperands(const Texts &operands, Options &options) {
   if (operands.empty()) throw UsageError("a verb is missing");
   const Verb *verb = verbOf(operands[0]);
-  if (!verb) throw UsageError("there is no verb '" + operands[0] + "'");
+  if (!verb) throw UsageError("there is no verb '" + operands[0] + "'; the verbs are: " + namesOf(verbs()));
   if (operands[0] == "monitor") return readMonitored(operands, options);
   options.request.verb = operands[0];
   size_t next = 1;
   if (verb->takesNoun) {
-    if (operands.size() < 2) throw UsageError("'" + operands[0] + "' needs a noun");
+    const std::string known = namesOf(nounsOf(*verb));
+    if (operands.size() < 2) throw UsageError("'" + operands[0] + "' needs a noun: " + known);
     options.noun = nounOf(*verb, operands[1]);
-    if (!options.noun) throw UsageError("there is no noun '" + operands[1] + "'");
+    if (!options.noun)
+      throw UsageError("there is no noun '" + operands[1] + "' for '" + operands[0] + "'; the nouns are: " + known);
     options.request.noun = operands[1];
     options.request.argument = takeArgument(operands, options.noun->operand, next = 2);
     if (options.noun->about && !options.request.argument.empty()) options.noun = options.noun->about;
@@ -137,16 +184,20 @@ Options optionsFrom(const Texts &arguments) {
     const Texts operands = given.count("operand") ? given["operand"].as<Texts>() : Texts();
     Options options;
     options.json = given.count("json") > 0;
+    options.table = {.legend = given.count("no-legend") == 0, .prefixes = given.count("prefixes") > 0};
     readChoice(given, options.request);
     readAgent(given, options);
     if (given.count("version")) {
       options.action = Options::Action::version;
     } else if (given.count("help")) {
       options.action = Options::Action::help;
-      if (!operands.empty()) options.noun = nounOf(operands.back());
+      if (!operands.empty()) options.noun = nounToExplain(operands);
+    } else if (!operands.empty() && operands[0] == "print") {
+      readPrinted(operands, options);
     } else {
       readOperands(operands, options);
       readCommand(given, options);
+      readPace(given, options);
     }
     if (options.request.verb == "monitor") options.action = Options::Action::monitor;
     if (options.request.verb == "watch") {
@@ -157,6 +208,17 @@ Options optionsFrom(const Texts &arguments) {
   } catch (const po::error &error) {
     throw UsageError(error.what());
   }
+}
+
+std::vector<OptionHelp> optionsHelp() {
+  std::vector<OptionHelp> help;
+  const po::options_description described = visible();
+  for (const auto &option : described.options()) {
+    std::string value;
+    if (option->semantic()->max_tokens() > 0) value = option->format_parameter();
+    help.push_back({option->format_name(), value, option->description()});
+  }
+  return help;
 }
 
 std::string usage() {

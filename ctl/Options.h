@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "ctl/Reference.h"
+#include "ctl/Table.h"
 #include "daemon/control/Nouns.h"
 #include "daemon/control/Request.h"
 
@@ -17,19 +19,29 @@ class UsageError : public std::runtime_error {
 };
 
 struct Options {
-  enum class Action { ask, watch, monitor, help, version };
+  enum class Action { ask, watch, monitor, follow, help, version, print };
   Action action = Action::ask;
   bool json = false;
+  TableOptions table;   ///< without --json
+  double interval = 1;  ///< seconds between two looks, where no stream tells of changes
   std::string program;  ///< which agent is asked, for messages
   std::string socket;
   Request request;
-  std::string command;         ///< of --exec; empty: what is monitored is printed
-  unsigned timeLimit = 30;     ///< of the command, in seconds
-  const Noun *noun = nullptr;  ///< how the answer is laid out; null: as it comes
+  std::string command;                   ///< of --exec; empty: what is monitored is printed
+  unsigned timeLimit = 30;               ///< of the command, in seconds
+  const Noun *noun = nullptr;            ///< how the answer is laid out; null: as it comes
+  const Completed *completed = nullptr;  ///< of which the words are printed, one a line
 };
 
 /// Throws UsageError.
 Options optionsFrom(const std::vector<std::string> &arguments);
 std::string usage();
+/// An option, as the manual and completion have it.
+struct OptionHelp {
+  std::string names;  ///< "-j, --json"
+  std::string value;  ///< "PATH"; empty where it takes none
+  std::string help;
+};
+std::vector<OptionHelp> optionsHelp();
 
 }  // namespace Control

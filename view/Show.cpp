@@ -28,6 +28,19 @@ constexpr Producer sliced(const char *noun) {
           }};
 }
 
+// Of one interface, if it is named.
+template <auto show>
+constexpr Producer byInterface(const char *noun) {
+  return {noun, true, [](const VrfView &view, const std::string &argument, ShowCursor &, Rows &rows) {
+            Rows all = Rows::array();
+            show(view, all);
+            for (Rows &row : all) {
+              if (argument.empty() || row["interface"] == argument) rows.push_back(std::move(row));
+            }
+            return false;
+          }};
+}
+
 constexpr std::array producers{
     sliced<showBsr>("bsr"),
     sliced<showCandidateBsr>("candidate-bsr"),
@@ -41,8 +54,8 @@ constexpr std::array producers{
     whole<showBorder>("border"),
     whole<showAcl>("acl"),
     whole<showFilter>("filter"),
-    whole<showInterfaces>("interfaces"),
-    whole<showNeighbors>("neighbors"),
+    byInterface<showInterfaces>("interfaces"),
+    byInterface<showNeighbors>("neighbors"),
     whole<showCounters>("counters"),
 };
 

@@ -211,8 +211,11 @@ constexpr std::array allNouns{
     Noun{"border", "the BSR borders", border},
     Noun{"acl", "the ACLs and who uses them", acl},
     Noun{"filter", "the candidate RPs that are accepted", filter},
-    Noun{"interfaces", "every configured interface, whether PIM is on there, and why not", interfaces},
-    Noun{"neighbors", "the PIM neighbors", neighbors},
+    Noun{.name = "interfaces",
+         .help = "every configured interface, whether PIM is on there, and why not",
+         .columns = interfaces,
+         .operand = "[INTERFACE]"},
+    Noun{.name = "neighbors", .help = "the PIM neighbors", .columns = neighbors, .operand = "[INTERFACE]"},
     Noun{"counters", "message counters of each VRF", counters, Noun::Layout::fields, true},
     Noun{"config", "the configuration in force with its defaults, as a file that can be loaded", config,
          Noun::Layout::file},
@@ -273,6 +276,8 @@ constexpr std::array allVerbs{
          .takesNoun = true,
          .own = topics},
     Verb{"monitor", "[NOUN|events]...", "print each change, or run a command on it; events if nothing is named", false},
+    Verb{"print", "bash|zsh|manual|reference",
+         "print completion for a shell, the manual page for scdoc, or the reference", false},
     Verb{"trace", "[MODULE=LEVEL]", "set a trace level, * for every module; without an operand, list the levels",
          false},
     Verb{"check", "", "check the configuration file without loading it", false, &findings},
@@ -302,9 +307,8 @@ void helpLine(std::ostream &out, std::string_view name, std::string_view help) {
 std::span<const Noun> nouns() { return allNouns; }
 std::span<const Verb> verbs() { return allVerbs; }
 const Noun *nounOf(std::string_view name) { return entryOf(nouns(), name); }
-const Noun *nounOf(const Verb &verb, std::string_view name) {
-  return verb.own.empty() ? nounOf(name) : entryOf(verb.own, name);
-}
+std::span<const Noun> nounsOf(const Verb &verb) { return verb.own.empty() ? nouns() : verb.own; }
+const Noun *nounOf(const Verb &verb, std::string_view name) { return entryOf(nounsOf(verb), name); }
 const Verb *verbOf(std::string_view name) { return entryOf(verbs(), name); }
 
 std::string helpText() {

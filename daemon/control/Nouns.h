@@ -47,6 +47,8 @@ std::span<const Verb> verbs();
 /// Null when there is none of this name.
 const Noun *nounOf(std::string_view name);
 const Noun *nounOf(const Verb &verb, std::string_view name);
+/// That a verb takes.
+std::span<const Noun> nounsOf(const Verb &verb);
 const Verb *verbOf(std::string_view name);
 /// Verbs and nouns as the help shows them; a noun's own help with its columns.
 std::string helpText();

@@ -1,10 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <fstream>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "ctl/Options.h"
 #include "ctl/Table.h"
 #include "daemon/Options.h"
+#include "tests/daemon/TemporaryDirectory.h"
 
 namespace {
 
@@ -116,6 +120,74 @@ TEST(Table, StatementsAboutTheSameAreIndented) {
     {"vrf": "w", "zone": "z", "about": "bsr", "text": "Zone z."}])");
   const Control::Noun *topic = Control::optionsFrom({"explain", "bsr"}).noun;
   EXPECT_EQ(Control::toTable(rows, topic), "Zone z.\n  From there.\nZone z.\n");
+}
+
+TEST(Reference, TheDocumentationIsCurrent) {
+  std::ifstream file(SOURCE_DIR "/docs/pimbsrctl.md");
+  std::ostringstream kept;
+  kept << file.rdbuf();
+  EXPECT_TRUE(kept.str() == Control::reference()) << "print docs/pimbsrctl.md anew with 'pimbsrctl print reference'";
+}
+
+// What bash offers for the last of the words, with an agent that answers each kind with NAME-of-KIND.
+std::string completed(const std::string &words) {
+  const Test::TemporaryDirectory directory;
+  const std::string path = directory.path();
+  std::ofstream(path + "/pimbsrctl") << "#!/bin/sh\necho \"$* one\" | tr ' ' '-'\n";
+  std::ofstream(path + "/completion") << Control::bashCompletion();
+  std::ofstream(path + "/ask") << "source " << path << "/completion\nCOMP_WORDS=(pimbsrctl " << words
+                               << ")\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_pimbsrctl\necho \"${COMPREPLY[@]}\"\n";
+  const std::string command = "chmod +x " + path + "/pimbsrctl; PATH=" + path + ":$PATH bash --norc " + path + "/ask";
+  FILE *pipe = ::popen(command.c_str(), "r");
+  std::string out;
+  for (int c = std::fgetc(pipe); c != EOF; c = std::fgetc(pipe)) out += static_cast<char>(c);
+  ::pclose(pipe);
+  return out;
+}
+
+TEST(Completion, VerbsNounsAndOptionsComeFromTheTableAndTheRestFromTheAgent) {
+  const std::pair<const char *, const char *> cases[] = {
+      {"e", "explain"},
+      {"show ag", "agent"},
+      {"explain ''", "bsr rp group"},
+      {"explain bsr ''", "print-zones-one"},
+      {"-6 --vrf blue explain rp ''", "-6-print-rps-one"},
+      {"--socket /x show interfaces ''", "--socket-/x-print-interfaces-one"},
+      {"show --vrf ''", "print-vrfs-one"},
+      {"redundancy s", "standby"},
+      {"show --no", "--no-legend"},
+      {"show bsr ''", ""},
+  };
+  for (const auto &[words, offered] : cases) EXPECT_EQ(completed(words), std::string(offered) + "\n") << words;
+}
+
+TEST(CommandLine, OptionsAreCheckedAgainstWhatTheyAreFor) {
+  const auto follow = Control::optionsFrom({"show", "log", "--follow", "--interval", "0.5"});
+  EXPECT_EQ(follow.action, Control::Options::Action::follow);
+  EXPECT_EQ(follow.interval, 0.5);
+  const auto terse = Control::optionsFrom({"show", "acl", "-j", "--no-legend", "--prefixes"});
+  EXPECT_TRUE(terse.json && !terse.table.legend && terse.table.prefixes);
+  EXPECT_EQ(Control::optionsFrom({"--help", "explain", "bsr"}).noun->operand, std::string("[ZONE]"));
+  EXPECT_EQ(Control::optionsFrom({"--help", "bsr"}).noun->operand, std::string());
+  EXPECT_EQ(Control::optionsFrom({"print", "zones"}).request.noun, "bsr");
+  const std::pair<std::vector<std::string>, const char *> bad[] = {
+      {{"--help", "weather"}, "there is no noun 'weather'; the nouns are: agent, "},
+      {{"show", "weather"}, "there is no noun 'weather' for 'show'; the nouns are: agent, "},
+      {{"explain", "acl"}, "there is no noun 'acl' for 'explain'; the nouns are: bsr, rp, group"},
+      {{"dance"}, "there is no verb 'dance'; the verbs are: show, "},
+      {{"show", "bsr", "--follow"}, "--follow is for 'show log'"},
+      {{"show", "bsr", "--interval", "1"}, "--interval is for 'watch'"},
+      {{"watch", "bsr", "--interval", "0"}, "--interval must be 0.1 to 86400 seconds"},
+      {{"print", "weather"}, "'print' needs one of: bash, zsh, manual, reference, vrfs, "},
+  };
+  for (const auto &[arguments, why] : bad) {
+    try {
+      Control::optionsFrom(arguments);
+      ADD_FAILURE() << why;
+    } catch (const Control::UsageError &error) {
+      EXPECT_EQ(std::string(error.what()).substr(0, std::string(why).size()), why);
+    }
+  }
 }
 
 }  // namespace

@@ -199,7 +199,7 @@ TEST(Show, RowsHaveTheColumnsOfTheirNounInOrder) {
     if (noun.layout == Control::Noun::Layout::lines || noun.layout == Control::Noun::Layout::file) continue;
     if (std::set<std::string>{"agent", "vrf", "state", "events", "drops"}.contains(noun.name))
       continue;  // of the process
-    const Rows rows = rowsOf(noun.name, {viewOf(vrf)}, *noun.operand ? "225.1.0.1" : "");
+    const Rows rows = rowsOf(noun.name, {viewOf(vrf)}, *noun.operand && *noun.operand != '[' ? "225.1.0.1" : "");
     ASSERT_FALSE(rows.empty()) << noun.name;
     std::vector<std::string> columns;
     for (const Control::Column &column : noun.columns) columns.push_back(column.name);
@@ -208,6 +208,8 @@ TEST(Show, RowsHaveTheColumnsOfTheirNounInOrder) {
     if (noun.hasMore) names.erase(names.begin() + 1, names.end() - static_cast<long>(columns.size()) + 1);
     EXPECT_EQ(names, columns) << noun.name;
   }
+  EXPECT_EQ(rowsOf("interfaces", {viewOf(vrf)}, "eth3").size(), 1u);
+  EXPECT_EQ(rowsOf("neighbors", {viewOf(vrf)}, "eth3").size(), 0u);
   EXPECT_THROW(rowsOf("weather", {viewOf(vrf)}), std::invalid_argument);
 }
 
