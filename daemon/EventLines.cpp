@@ -10,17 +10,18 @@
 namespace Routing::Pim::Bsr {
 
 EventLines::EventLines(EventLog &log)
-    : isForJournal_(std::getenv("JOURNAL_STREAM") != nullptr),
-      writer_(STDERR_FILENO),
-      listening_(log.listen([this](const Event &event) { write(event); })) {}
+    : writer_(STDERR_FILENO), listening_(log.listen([this](const Event &event) { write(event); })) {}
+
+bool EventLines::isForJournal() { return std::getenv("JOURNAL_STREAM") != nullptr; }
 
 void EventLines::write(const Event &event) {
   if (event.severity <= least_) writer_.line(lineOf(event, isForJournal_));
 }
 
 std::string EventLines::lineOf(const Event &event, bool isForJournal) {
-  std::string line = isForJournal ? "<" + std::to_string(static_cast<int>(event.severity)) + ">"
-                                  : utcText(event.time) + " " + Kiv::toText(event.severity) + " ";
+  std::string line = isForJournal
+                         ? std::string("<").append(std::to_string(static_cast<int>(event.severity))).append(">")
+                         : utcText(event.time) + " " + Kiv::toText(event.severity) + " ";
   line += event.text;
   const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; };
   std::replace_if(line.begin(), line.end(), isControl, '?');

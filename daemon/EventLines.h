@@ -18,13 +18,15 @@ class EventLines {
   void leastIs(Severity least) { least_ = least; }
   uint64_t dropped() const { return writer_.dropped(); }
 
+  /// Whether the journal reads standard error, which takes the severity from the begin of a line.
+  static bool isForJournal();
   /// The line of an event, without its end. What no terminal should see is a '?' in it.
   static std::string lineOf(const Event &event, bool isForJournal);
 
  private:
   void write(const Event &event);
 
-  const bool isForJournal_;
+  const bool isForJournal_ = isForJournal();
   Severity least_ = Severity::notice;
   Linux::LineWriter writer_;
   const EventLog::Listening listening_;

@@ -6,6 +6,7 @@
 #include <iostream>
 
 #include "daemon/Daemon.h"
+#include "daemon/EventLines.h"
 #include "daemon/control/Defaults.h"
 #include "daemon/file/Schema.h"
 #include "daemon/file/SystemWarnings.h"
@@ -26,7 +27,8 @@ void report(const Options &options, const Findings &findings) {
     for (const std::string &line : lines) std::cerr << line << '\n';
   } else {
     Linux::LineWriter writer(STDERR_FILENO);
-    for (const std::string &line : lines) writer.line(line);
+    const std::string lead = EventLines::isForJournal() ? "<4>" : "";
+    for (const std::string &line : lines) writer.line(lead + line);
   }
 }
 

@@ -8,6 +8,7 @@
 #include "fuzzers/Invariants.h"
 #include "fuzzers/Packets.h"
 #include "platform/sim/Network.h"
+#include "tests/support/Told.h"
 
 namespace Fuzz {
 
@@ -26,6 +27,7 @@ class World {
     for (const char *name : {"r1", "r2", "r3"}) hosts_.push_back(std::make_unique<Sim::Host>(network_.router(name)));
     hosts_[0]->vrfIs(network_.router("b1", "blue"));
     network_.router("peer").pimStart({});
+    for (const auto &host : hosts_) told_.push_back(std::make_unique<Test::Told>(*host));
     for (const auto &host : hosts_) host->start();
     std::vector<Pax::IpGenAddr> routers;
     for (const auto &router : network_.routers()) routers.push_back(router->address());
@@ -56,6 +58,11 @@ class World {
   std::string broken() {
     std::string wrong;
     for (const auto &host : hosts_) wrong += Invariants::broken(*host, network_.time().now());
+    for (const auto &told : told_) {
+      const bool isBounded = told->log.events().size() <= Routing::Pim::Bsr::EventLog::most &&
+                             told->drops.rows().size() <= Routing::Pim::Bsr::Drops::most;
+      if (!isBounded) wrong += "too many events or drops are kept\n";
+    }
     return wrong;
   }
   const Test::Addresses a;
@@ -159,6 +166,7 @@ class World {
 
   Sim::Network network_;
   std::vector<std::unique_ptr<Sim::Host>> hosts_;
+  std::vector<std::unique_ptr<Test::Told>> told_;
   std::unique_ptr<Packets> packets_;
 };
 

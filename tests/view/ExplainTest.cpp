@@ -6,8 +6,9 @@
 #include <regex>
 
 #include "io/HeardBsrs.h"
+#include "tests/sim/Story.h"
 #include "tests/support/TestVrf.h"
-#include "tests/view/Told.h"
+#include "tests/support/Told.h"
 
 namespace Test {
 namespace {

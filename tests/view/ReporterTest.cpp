@@ -3,7 +3,8 @@
 
 #include <iostream>
 
-#include "tests/view/Told.h"
+#include "tests/sim/Story.h"
+#include "tests/support/Told.h"
 #include "view/Reporting.h"
 
 namespace Test {
@@ -194,6 +195,21 @@ TEST_P(Reporters, AnInterfaceThatGoesTakesItsNeighborsAlongAndACandidateLosesIts
   host("r3").router().addressIs(address);
   story.time().runFor(60);
   EXPECT_EQ(told["r3"]->story(), "candidateInForce bsrElected rpAdded");
+}
+
+TEST_P(Reporters, WhatIsConfiguredAndNotThereIsTold) {
+  start();
+  told["r1"]->others = {{L3::defaultVrf, "eth7"}};
+  told["r1"]->reporter.handleConfig();
+  host("r1").system().vrfIs("red", "red");
+  story.time().runFor(1);
+  EXPECT_EQ(told["r1"]->story(), "interfaceMissing");
+  story.time().runFor(60);
+  EXPECT_EQ(told["r1"]->story(), "vrfWaits");
+  EXPECT_EQ(told["r1"]->last(EventKind::vrfWaits).text, "VRF red waits for a namespace");
+  host("r1").system().standbyIs(true);
+  story.time().runFor(1);
+  EXPECT_EQ(told["r1"]->story(), "roleChanged");
 }
 
 TEST_P(Reporters, ALimitIsReachedAndLeft) {

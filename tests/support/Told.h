@@ -1,10 +1,10 @@
-// What simulated routers tell.
+/// What simulated routers tell.
 #pragma once
 
 #include <algorithm>
 #include <sstream>
 
-#include "tests/sim/Story.h"
+#include "sim/Host.h"
 #include "view/EventReporter.h"
 
 namespace Test {
@@ -19,8 +19,8 @@ class Told {
         log([&time = host.router().network().time()] { return time.now(); }),
         reporter({log, drops, host.system(),
                   Kiv::make<Orb::TimerWheel>(host.router().network().time(), host.router().network().time()),
-                  [&host](const L3::VrfName &vrf) { return interfacesOf(host, vrf); },
-                  [&host](const L3::VrfName &) { return host.runs() ? "more" : ""; }}) {
+                  [this](const L3::VrfName &vrf) { return interfacesOf(vrf); },
+                  [&host](const L3::VrfName &) { return host.runs() ? "a namespace" : ""; }}) {
     host.watcherIs(&reporter);
   }
   // The agent tells this of its end.
@@ -57,10 +57,11 @@ class Told {
   Bsr::EventLog log;
   Bsr::Drops drops;
   Bsr::EventReporter reporter;
+  std::vector<Pax::IntfId> others;  ///< are configured, besides those that are there
 
  private:
-  static std::vector<Pax::IntfId> interfacesOf(Sim::Host &host, const L3::VrfName &vrf) {
-    std::vector<Pax::IntfId> interfaces;
+  std::vector<Pax::IntfId> interfacesOf(const L3::VrfName &vrf) const {
+    std::vector<Pax::IntfId> interfaces = others;
     for (Sim::Router *router : host.vrfs()) {
       if (router->vrf() != vrf.text()) continue;
       for (const Sim::Intf &intf : router->intfs()) interfaces.push_back(intf.intfId());
