@@ -87,9 +87,15 @@ class VrfRows {
   ShowCursor cursor_;
 };
 
-Rows events(const Process &process, const Control::Request &request) {
-  return eventRows(process.events,
-                   eventFilterFrom(request.since, request.vrf, request.zone, request.severity, request.kind));
+Source events(const Process &process, const Control::Request &request) {
+  constexpr size_t slice = 200;
+  EventFilter filter = eventFilterFrom(request.since, request.vrf, request.zone, request.severity, request.kind);
+  return [&process, filter](Rows &rows) mutable {
+    rows = eventRows(process.events, filter, slice);
+    if (rows.size() < slice) return false;
+    filter.after = rows.back()["seq"].get<uint64_t>();
+    return true;
+  };
 }
 
 // That it is about, or empty for all; throws std::invalid_argument when it is not configured.
@@ -139,7 +145,7 @@ Source rowsOfVrfs(const Process &process, const Control::Request &request) {
 
 Source show(const Process &process, const Control::Request &request) {
   const std::string &noun = request.noun;
-  if (noun == "events") return sourceOf(events(process, request));
+  if (noun == "events") return events(process, request);
   if (request.verb == "explain") return rowsOfVrfs(process, request);
   if (noun == "drops") return sourceOf(dropRows(process.drops, vrfOf(process, request), process.loop.now()));
   if (noun == "config") return sourceOf(Rows::array({Rows::parse(process.effective)}));  // of a stream

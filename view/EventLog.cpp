@@ -93,9 +93,10 @@ EventFilter eventFilterFrom(const std::string &since, const std::string &vrf, co
   return filter;
 }
 
-Rows eventRows(const EventLog &log, const EventFilter &filter) {
+Rows eventRows(const EventLog &log, const EventFilter &filter, size_t most) {
   Rows rows = Rows::array();
   for (const Event &event : log.events()) {
+    if (rows.size() == most) break;
     if (filter.passes(event)) rows.push_back(rowOf(event));
   }
   return rows;

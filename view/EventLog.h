@@ -75,7 +75,7 @@ struct EventFilter {
 EventFilter eventFilterFrom(const std::string &since, const std::string &vrf, const std::string &zone,
                             const std::string &severity, const std::string &kind);
 
-/// The rows of "show events", oldest first.
-nlohmann::ordered_json eventRows(const EventLog &log, const EventFilter &filter);
+/// The rows of "show events", oldest first, no more than `most`.
+nlohmann::ordered_json eventRows(const EventLog &log, const EventFilter &filter, size_t most = EventLog::most);
 
 }  // namespace Routing::Pim::Bsr

@@ -302,5 +302,16 @@ TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
   EXPECT_NE(good.find(R"("lastError":null)"), good.npos);
 }
 
+TEST_F(DaemonTest, ManyEventsAreShownInOrderAndEachOnce) {
+  write("{}");
+  start();
+  for (int i = 0; i < 225; ++i) {
+    for (const char *role : {"standby", "active"}) ask({"redundancy", "", "", role});
+  }
+  const Rows rows = ask({"show", "events", "", "", "", "", "", "roleChanged"});
+  ASSERT_EQ(rows.size(), 450u);
+  for (size_t i = 1; i < rows.size(); ++i) EXPECT_EQ(rows[i]["seq"], rows[i - 1]["seq"].get<uint64_t>() + 1);
+}
+
 }  // namespace
 }  // namespace Routing::Pim::Bsr
