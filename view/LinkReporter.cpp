@@ -114,7 +114,10 @@ void LinkReporter::settle() {
 
 void LinkReporter::settle(const Pax::IntfId &intfId) {
   const auto known = known_.find(intfId);
-  if (known == known_.end()) return;
+  if (known == known_.end()) {  // it is not configured any more
+    if (const auto reactor = pimIntf_.find(intfId); reactor != pimIntf_.end()) reactor->second->takeGone();
+    return;
+  }
   settleState(intfId, known->second);
   const auto intf = pimStatus_->pimIntf(intfId);
   if (!intf) return;

@@ -5,6 +5,9 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "tests/support/ManualClock.h"
+#include "view/Reporting.h"
+
 namespace Routing::Pim::Bsr {
 namespace {
 
@@ -107,6 +110,21 @@ TEST(Events, AreFoundByWhatIsAskedFor) {
   EXPECT_THROW(eventFilterFrom("", "", "239", "", ""), std::invalid_argument);
   EXPECT_THROW(eventFilterFrom("", "", "", "loud", ""), std::invalid_argument);
   EXPECT_THROW(eventFilterFrom("", "", "", "", "elected"), std::invalid_argument);
+}
+
+TEST(Events, OfOneKindThatComeTooFastAreCounted) {
+  ::Test::ManualTime time;
+  EventLog log([] { return 0.0; });
+  Reporting reporting(log, Kiv::make<Orb::TimerWheel>(time, time), "blue", nullptr, nullptr);
+  for (int i = 0; i < 150; ++i) reporting.tell(eventOf(EventKind::bsrLearned, "it is"));
+  reporting.tell(eventOf(EventKind::bsrLost, "it was", Severity::warning));
+  EXPECT_EQ(log.counts().at(EventKind::bsrLearned), 100u);
+  EXPECT_EQ(log.events().back().text, "VRF blue: it was");
+  time.advanceTo(time.now() + 10);
+  EXPECT_EQ(log.events().back().text, "VRF blue: More events of kind bsrLearned were only counted: 50");
+  EXPECT_EQ(log.events().back().severity, Severity::notice);
+  reporting.tell(eventOf(EventKind::bsrLearned, "again"));
+  EXPECT_EQ(log.events().back().text, "VRF blue: again");
 }
 
 }  // namespace
