@@ -5,22 +5,26 @@
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/local/stream_protocol.hpp>
+#include <boost/asio/read_until.hpp>
+#include <boost/asio/write.hpp>
 #include <chrono>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
 namespace Control {
 
+namespace asio = boost::asio;
+using boost::system::error_code;
+
 namespace {
 
-using Socket = boost::asio::local::stream_protocol::socket;
+using Socket = asio::local::stream_protocol::socket;
 
 constexpr std::chrono::seconds patience{30};
 
 }  // namespace
 
-std::string whyUnreachable(const std::string &socket, const std::string &program,
-                           const boost::system::error_code &error) {
+std::string whyUnreachable(const std::string &socket, const std::string &program, const error_code &error) {
   if (error == boost::system::errc::permission_denied)
     return "no permission to connect to " + program + " on " + socket;
   return program + " is not running: nothing listens on " + socket + " (" + error.message() + ")";
@@ -28,11 +32,11 @@ std::string whyUnreachable(const std::string &socket, const std::string &program
 
 namespace {
 
-// Waits while more clients connect than the agent has taken yet, which an iostream would not.
-Socket connected(boost::asio::io_context &context, const std::string &socket, const std::string &program) {
+// Waits while more clients connect than the agent has taken yet.
+Socket connected(asio::io_context &context, const std::string &socket, const std::string &program) {
   Socket agent(context);
   const timeval limit{patience.count(), 0};
-  boost::system::error_code error;
+  error_code error;
   agent.open();
   ::setsockopt(agent.native_handle(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
   try {
@@ -47,17 +51,19 @@ Socket connected(boost::asio::io_context &context, const std::string &socket, co
 }  // namespace
 
 Rows ask(const std::string &socket, const std::string &program, const Request &request) {
-  boost::asio::io_context context;
-  boost::asio::local::stream_protocol::iostream agent(connected(context, socket, program));
-  agent.expires_after(patience);
-  agent << toLine(request) << '\n' << std::flush;
-  agent.clear();  // an agent that has too many clients says so without listening
-  std::string line;
-  if (!std::getline(agent, line) || agent.eof()) {
-    throw std::runtime_error(program + " did not reply on " + socket +
-                             (agent.error() ? " (" + agent.error().message() + ")" : ""));
-  }
-  return rowsFromLine(line);
+  asio::io_context context;
+  Socket agent = connected(context, socket, program);
+  const std::string question = toLine(request) + '\n';
+  std::string answer;
+  error_code failure = asio::error::timed_out;
+  asio::async_write(agent, asio::buffer(question), [&](const error_code &, size_t) {
+    // Even if that failed: an agent that has too many clients says so without listening.
+    asio::async_read_until(agent, asio::dynamic_buffer(answer), '\n',
+                           [&](const error_code &error, size_t) { failure = error; });
+  });
+  context.run_for(patience);
+  if (failure) throw std::runtime_error(program + " did not reply on " + socket + " (" + failure.message() + ")");
+  return rowsFromLine(std::string_view(answer).substr(0, answer.find('\n')));
 }
 
 }  // namespace Control
