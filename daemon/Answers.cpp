@@ -14,6 +14,7 @@
 #include "daemon/control/Streams.h"
 #include "view/Explain.h"
 #include "view/Groups.h"
+#include "view/Summary.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -114,6 +115,26 @@ Source metrics(const Process &process) {
   };
 }
 
+// A VRF at a time; at the end, what all of it comes to.
+Source summaryRows(const Process &process, const Control::Request &request) {
+  Rows head = Rows::array();
+  summarize(processView(process), request.vrf, head);
+  const auto told = std::make_shared<Rows>(std::move(head));
+  return [told, vrfs = VrfRows(process, request), first = true, more = true](Rows &rows) mutable {
+    if (std::exchange(first, false)) {
+      rows = *told;
+      return true;
+    }
+    if (!more) {
+      rows.push_back(conclusion(*told));
+      return false;
+    }
+    more = vrfs(rows);
+    for (const Rows &row : rows) told->push_back(row);
+    return true;
+  };
+}
+
 void checkNoun(const Control::Request &request) {
   const std::string &noun = request.noun;
   const Control::Noun *known = Control::nounOf(*Control::verbOf(request.verb), noun);
@@ -149,6 +170,7 @@ Source show(const Process &process, const Control::Request &request) {
   if (request.verb == "explain") return rowsOfVrfs(process, request);
   if (noun == "drops") return sourceOf(dropRows(process.drops, vrfOf(process, request), process.loop.now()));
   if (noun == "config") return sourceOf(Rows::array({Rows::parse(process.effective)}));  // of a stream
+  if (noun == "summary") return summaryRows(process, request);
   if (noun == "log") return sourceOf(rowsOfLines(process.log.lines()));
   if (noun == "metrics") return metrics(process);
   if (noun == "agent") return sourceOf(agentRows(processView(process)));

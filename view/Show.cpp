@@ -3,6 +3,8 @@
 #include <array>
 #include <stdexcept>
 
+#include "view/Summary.h"
+
 namespace Routing::Pim::Bsr {
 
 namespace {
@@ -57,6 +59,7 @@ constexpr std::array producers{
     byInterface<showInterfaces>("interfaces"),
     byInterface<showNeighbors>("neighbors"),
     whole<showCounters>("counters"),
+    whole<[](const VrfView &view, Rows &rows) { summarize(view, rows); }>("summary"),
 };
 
 const Producer &producerOf(std::string_view noun, const std::string &argument) {

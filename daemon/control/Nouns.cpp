@@ -197,7 +197,15 @@ constexpr std::array log{Column{"line", "time, module, level and text"}};
 
 constexpr Noun entity{"entity", "the contents of an entity", state, Noun::Layout::file};
 
+constexpr std::array summary{
+    Column{"vrf", "the VRF; none for the agent"},
+    Column{"subject", "what it is about, a noun that shows more; in the last row all"},
+    Column{"state", "ok, warning or problem"},
+    Column{"text", "what is so"},
+};
+
 constexpr std::array allNouns{
+    Noun{"summary", "whether all is well, and what is not", summary},
     Noun{"agent", "the agent itself", agent, Noun::Layout::fields},
     Noun{"vrf", "every configured VRF, and whether the agent runs there", vrfs},
     Noun{"bsr", "the elected BSR of each scope zone", bsr},

@@ -171,8 +171,8 @@ TEST(CommandLine, OptionsAreCheckedAgainstWhatTheyAreFor) {
   EXPECT_EQ(Control::optionsFrom({"--help", "bsr"}).noun->operand, std::string());
   EXPECT_EQ(Control::optionsFrom({"print", "zones"}).request.noun, "bsr");
   const std::pair<std::vector<std::string>, const char *> bad[] = {
-      {{"--help", "weather"}, "there is no noun 'weather'; the nouns are: agent, "},
-      {{"show", "weather"}, "there is no noun 'weather' for 'show'; the nouns are: agent, "},
+      {{"--help", "weather"}, "there is no noun 'weather'; the nouns are: summary, "},
+      {{"show", "weather"}, "there is no noun 'weather' for 'show'; the nouns are: summary, "},
       {{"explain", "acl"}, "there is no noun 'acl' for 'explain'; the nouns are: bsr, rp, group"},
       {{"dance"}, "there is no verb 'dance'; the verbs are: show, "},
       {{"show", "bsr", "--follow"}, "--follow is for 'show log'"},

@@ -236,6 +236,7 @@ TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
       {{"", "bsr", "", ""}, "\"a request needs a verb\""},
       {{"show", "config", "", ""}, R"([{"pim":{"no-such-ns-a":{"namespace":"no-such-ns-a",)"},
       {{"show", "events", "", "", "0", "", "notice", "agentStarted"}, R"([{"seq":2,"time":"20)"},
+      {{"show", "summary", "", ""}, R"([{"vrf":null,"subject":"agent","state":"ok","text":"PimBsr )"},
       {{"show", "bsr", "", "", "", "239.1.0.0/16"}, "[]"},
       {{"show", "bsr", "", "", "", "10.0.0.0/8"}, "\"'10.0.0.0/8' is not a zone, as 224.0.0.0/4 is"},
       {{"show", "acl", "", "", "", "224.0.0.0/4"}, "\"the rows of 'acl' have no zone\""},
