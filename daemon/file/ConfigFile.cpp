@@ -4,6 +4,7 @@
 
 #include "daemon/file/Errors.h"
 #include "daemon/file/FileOffers.h"
+#include "daemon/file/JsonPlaces.h"
 #include "daemon/file/MemberReader.h"
 #include "daemon/file/Warnings.h"
 #include "platform/linux/RegularFile.h"
@@ -40,6 +41,7 @@ LoadedConfiguration configurationFromText(std::string_view text, Pax::AddressFam
   compute(configuration);
   findErrors(configuration, file.places, loaded.findings);
   if (loaded.good()) findWarnings(configuration, file.places, loaded.findings);
+  findPlaces(text, loaded.findings);
   return loaded;
 }
 

@@ -11,6 +11,7 @@ namespace Routing::Pim::Bsr {
 struct Finding {
   std::string place;
   std::string message;
+  std::string at{};  ///< LINE:COLUMN of the member or element at `place`; empty where that is not known
   bool operator==(const Finding &) const = default;
 };
 
@@ -18,13 +19,19 @@ struct Findings {
   std::vector<Finding> errors;
   std::vector<Finding> warnings;
 
-  void error(std::string place, std::string message) { errors.push_back({std::move(place), std::move(message)}); }
-  void warning(std::string place, std::string message) { warnings.push_back({std::move(place), std::move(message)}); }
+  void error(std::string place, std::string message) { errors.push_back({std::move(place), std::move(message), {}}); }
+  void warning(std::string place, std::string message) {
+    warnings.push_back({std::move(place), std::move(message), {}});
+  }
 };
 
-/// "FILE:PATH: message", as it is shown to operators.
+/// "FILE:PATH: message (line 3, column 5)", as it is shown to operators.
 inline std::string toText(const std::string &file, const Finding &finding) {
-  return file + (finding.place.empty() ? "" : ":" + finding.place) + ": " + finding.message;
+  std::string text = file + (finding.place.empty() ? "" : ":" + finding.place) + ": " + finding.message;
+  if (const size_t colon = finding.at.find(':'); colon != std::string::npos) {
+    text += " (line " + finding.at.substr(0, colon) + ", column " + finding.at.substr(colon + 1) + ")";
+  }
+  return text;
 }
 
 /// The words as one text.

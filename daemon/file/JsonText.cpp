@@ -2,19 +2,13 @@
 
 #include <algorithm>
 
+#include "daemon/file/JsonPlaces.h"
+
 namespace Routing::Pim::Bsr {
 
 using nlohmann::json;
 
 namespace {
-
-// LINE:COLUMN of what follows the first `length` bytes.
-std::string placeOf(std::string_view text, size_t length) {
-  const std::string_view read = text.substr(0, length);
-  const auto line = std::count(read.begin(), read.end(), '\n') + 1;
-  const size_t lineStart = read.rfind('\n') + 1;  // npos + 1 is 0
-  return std::to_string(line) + ":" + std::to_string(read.size() - lineStart + 1);
-}
 
 // Builds the value from the parser's events, and knows where it is.
 class Builder : public nlohmann::json_sax<json> {
@@ -42,8 +36,9 @@ class Builder : public nlohmann::json_sax<json> {
     return true;
   }
 
-  bool parse_error(size_t position, const std::string &, const nlohmann::detail::exception &error) override {
-    findings_.error(placeOf(text_, position > 0 ? position - 1 : 0), reason(error.what()));
+  bool parse_error(size_t position, const std::string &token, const nlohmann::detail::exception &error) override {
+    const size_t length = text_.substr(0, position).ends_with(token) ? lengthOfLast(token) : 1;
+    findings_.error(placeOf(text_, position >= length ? position - length : 0), reason(error.what()));
     root_ = nullptr;
     return false;
   }
@@ -58,12 +53,20 @@ class Builder : public nlohmann::json_sax<json> {
 
   static constexpr size_t deepest = 32;  // far more than any configuration has
 
+  // The parser may tell the member's name with what follows it.
+  static size_t lengthOfLast(std::string_view token) {
+    const bool isText = token.size() > 1 && token.find('"', 1) == token.size() - 1;
+    if (const size_t blank = token.find_last_of(" \t\r\n:,"); !isText && blank != token.npos)
+      token.remove_prefix(blank + 1);
+    return std::max<size_t>(1, token.size());
+  }
+
   // The parser's message without its own place: "[exception] parse error at line 1, column 2: reason".
   static std::string reason(std::string_view what) {
     for (const std::string_view end : {"] ", ": "}) {
       if (const size_t found = what.find(end); found != what.npos) what.remove_prefix(found + end.size());
     }
-    return std::string(what);
+    return inPlainWords(what);
   }
 
   // Puts a value into the innermost level; null where it is left out.

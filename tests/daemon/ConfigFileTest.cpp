@@ -17,7 +17,7 @@ namespace {
 std::vector<std::string> texts(const std::vector<Finding> &findings) {
   std::vector<std::string> result;
   result.reserve(findings.size());
-  for (const Finding &finding : findings) result.push_back(toText("F", finding));
+  for (const Finding &finding : findings) result.push_back(toText("F", {finding.place, finding.message, {}}));
   return result;
 }
 
@@ -39,15 +39,46 @@ TEST(ConfigFile, WhatIsNoJsonIsNamedWithItsPlace) {
   std::string deep;
   for (int i = 1; i < 32; ++i) deep += "/0";
   const std::pair<std::string, std::string> table[] = {
-      {"", "1:1: syntax error while parsing value - unexpected end of input; expected '[', '{', or a literal"},
-      {"{ \"pim\": {},\n  }", "2:3: syntax error while parsing object key - unexpected '}'; expected string literal"},
-      {R"({"pim": {"default": {"drPriority": 1e999}}})", "1:40: number overflow parsing '1e999'"},
+      {"",
+       "1:1: the file ends too early: a value has to be here: a number, a text in double quotes, true, false, '[' or "
+       "'{'"},
+      {"{ \"pim\": {},\n  }",
+       "2:3: the name of a member has to be here, in double quotes, not '}'; is the comma before it one too many?"},
+      {R"({"pim" {}})", "1:8: ':' has to be here, behind the name of the member, not '{'"},
+      {R"({"pim": {} "acl": {}})", "1:12: ',' or '}' has to be here, not a text"},
+      {R"({"pim": tru})",
+       "1:9: a value has to be here: a number, a text in double quotes, true, false, '[' or '{': invalid literal"},
+      {R"({"pim": {"default": {"drPriority": 1e999}}})", "1:36: number overflow parsing '1e999'"},
       {std::string("{}\n \0 []", 8), "2:2: a NUL byte"},
       {std::string(100, '['), deep + ": is nested too deeply"},
   };
   for (const auto &[text, error] : table) {
     EXPECT_EQ(texts(configurationFromText(text, ipv4).findings.errors), std::vector{"F:" + error}) << text;
   }
+}
+
+TEST(ConfigFile, AFaultIsNamedWithItsLineAndColumn) {
+  const std::string text = R"({
+  // a comment: {"pim": 3},
+  "pim": {"default": {"interfaces": ["eth0", /* "x", */ 7,
+                                     "eth0"], "hello" : 5 }},
+  "vrfConfig": {"default": {"rpCandidateConfig": {
+      "eth1": {"acl": {"A": {}, "B": {}}},
+      "eth0": {"groupRange": {"225.0.0.0/8": {"priority":-1}}, "acl": {"B": {}}}}}},
+  "acl": {"B": [{"permit": "225.0.0.0/8"},
+                {"permit": "x"}]}
+})";
+  std::map<std::string, std::string> places;
+  for (const Finding &error : configurationFromText(text, ipv4).findings.errors) places[error.place] = error.at;
+  EXPECT_EQ(places, (std::map<std::string, std::string>{
+                        {"/pim/default/interfaces/1", "3:57"},
+                        {"/pim/default/interfaces/2", "4:38"},
+                        {"/pim/default/hello", "4:47"},
+                        {"/vrfConfig/default/rpCandidateConfig/eth1/acl/A", "6:24"},
+                        {"/vrfConfig/default/rpCandidateConfig/eth0/groupRange/225.0.0.0/8/priority", "7:47"},
+                        {"/acl/B/1/permit", "9:18"},
+                    }));
+  EXPECT_EQ(toText("F", {"/pim", "is bad", "3:5"}), "F:/pim: is bad (line 3, column 5)");
 }
 
 TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {

@@ -100,7 +100,8 @@ TEST_F(DaemonTest, AReloadAppliesTheDifferenceAndABadFileChangesNothing) {
 
   write(R"({"pim": {"no-such-ns-d": {"hello": 1}}, "vrfConfig": {}})");
   for (const char *verb : {"check", "reload"}) {
-    EXPECT_EQ(ask({verb, "", "", ""}), options.config + ":/pim/no-such-ns-d/hello: must be speak or listen, not 1");
+    EXPECT_EQ(ask({verb, "", "", ""}),
+              options.config + ":/pim/no-such-ns-d/hello: must be speak or listen, not 1 (line 1, column 27)");
   }
   EXPECT_EQ(vrfs(), (Names{"no-such-ns-a", "no-such-ns-c"}));
 
