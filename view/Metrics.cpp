@@ -190,6 +190,7 @@ bool Metrics::writeOn(std::string &text) {
 
 std::vector<MetricFamily> Metrics::families() {
   std::vector<MetricFamily> families;
+  families.reserve(agentFamilies.size() + vrfFamilies.size());
   for (const AgentFamily &each : agentFamilies) families.push_back(each.family);
   for (const VrfFamily &each : vrfFamilies) families.push_back(each.family);
   return families;
