@@ -285,6 +285,28 @@ TEST(ExplainRp, OfManyPrefixesEachIsToldOnce) {
   EXPECT_EQ(groups.size(), 800u);
 }
 
+TEST(ExplainBsr, OnlyRefusalsOfThisVrfThatAreRecentAndNoEchoesAreReasons) {
+  TestVrf vrf(ipv4);
+  vrf.intfIs(1);
+  vrf.advance(5000);
+  Bsr::Drops drops;
+  const auto refuse = [&](uint32_t bsr, const char *name, bool isEcho, double ago) {
+    drops.add({name, vrf.intf(1), vrf.neighbor(1), Pim::IO::Refusal::malformed, ipv4.host(bsr), isEcho},
+              vrf.time.now() - ago);
+  };
+  refuse(4, "default", false, 3700);
+  refuse(1, "default", false, 10);
+  refuse(2, "default", true, 5);
+  refuse(3, "blue", false, 5);
+  auto view = Bsr::viewOf(vrf.system, "default", vrf.sm.get(), vrf.time.now(), {vrf.intf(1)});
+  view.drops = &drops;
+  std::string refused;
+  for (const auto &row : Bsr::explanationOf("bsr", {view})) {
+    if (row["about"] == "refused") refused += row["bsr"].get<std::string>() + " ";
+  }
+  EXPECT_EQ(refused, "10.0.0.1 ");
+}
+
 TEST(HeardBsrs, TheOneThatWasSilentLongestMakesRoom) {
   Bsr::HeardBsrs heard;
   const Pax::IntfId eth0(L3::defaultVrf, "eth0");
