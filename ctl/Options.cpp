@@ -95,7 +95,9 @@ void readMonitored(const Texts &operands, Options &options) {
     }
     request.noun += (request.noun.empty() ? "" : " ") + name;
     const Noun *noun = nounOf(name);
-    if (noun) request.argument = takeArgument(operands, noun->operand, next);
+    // An operand that may be left out is none where another noun stands.
+    const bool isNext = next < operands.size() && (operands[next] == eventsNoun || followedOf(operands[next]));
+    if (noun && !(isNext && noun->operand[0] == '[')) request.argument = takeArgument(operands, noun->operand, next);
     if (!request.argument.empty() && operands.size() > 3) throw UsageError("'" + name + "' is monitored alone");
   }
   if (request.noun.empty()) request.noun = eventsNoun;

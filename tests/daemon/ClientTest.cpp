@@ -40,6 +40,9 @@ TEST(CommandLine, TheClientTakesVerbNounAndOptionsInAnyOrder) {
   EXPECT_EQ(monitor.action, Control::Options::Action::monitor);
   EXPECT_EQ(Control::toLine(monitor.request), R"({"verb":"monitor","noun":"bsr rp-set","vrf":"blue"})");
   EXPECT_EQ(Control::optionsFrom({"monitor"}).request.noun, "events");
+  const Control::Request several = Control::optionsFrom({"monitor", "rp-set", "bsr", "events"}).request;
+  EXPECT_EQ(several.noun + several.argument, "rp-set bsr events");
+  EXPECT_EQ(Control::optionsFrom({"monitor", "rp-set", "225.0.0.0/8"}).request.argument, "225.0.0.0/8");
   EXPECT_EQ(Control::optionsFrom({"monitor", "rp", "225.1.1.1"}).request.argument, "225.1.1.1");
   EXPECT_EQ(Control::optionsFrom({"monitor", "rp-set", "--exec", "cat x", "--time-limit=5"}).timeLimit, 5u);
 
