@@ -98,7 +98,7 @@ class ZoneExplanation {
     }
     const HeardBsr *last = zone_.lastHeard();
     const bool same = last && last->neighbor == rpf.neighbor && last->intfId == rpf.intfId;
-    std::string text = sentence("The RPF neighbor towards it is ", rpf.neighbor, " on ", rpf.intfId);
+    std::string text = sentence("The RPF neighbor toward it is ", rpf.neighbor, " on ", rpf.intfId);
     if (last) text += same ? ", and the last message came from there" : "; the last message came from elsewhere";
     statements_.say("rpf",
                     {{"rpfNeighbor", toJson(rpf.neighbor)},

@@ -8,7 +8,7 @@
 
 namespace Routing::Pim::Bsr {
 
-/// The RPF neighbor towards the address, as the gate for Bootstrap messages looks it up; unset where PIM does not run.
+/// The RPF neighbor toward the address, as the gate for Bootstrap messages looks it up; unset where PIM does not run.
 RpfInfo rpfTowards(const VrfView &view, const Pax::IpGenAddr &address);
 /// Why there is none: "there is no route to 10.0.0.1"; empty where there is one.
 std::string whyNoRpf(const VrfView &view, const Pax::IpGenAddr &address);

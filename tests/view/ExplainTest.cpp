@@ -65,7 +65,7 @@ TEST_F(Explain, TheElectedBsrAndWhereItsMessagesComeFrom) {
   EXPECT_EQ(explain("r1", "bsr", "224.0.0.0/4"),
             "Zone 224.0.0.0/4: the BSR is 192.168.0.1 with priority 64, for T.\n"
             "Its last message was accepted T ago, from 10.0.0.1 on eth0; after T more of silence it is lost.\n"
-            "The RPF neighbor towards it is 10.0.0.1 on eth0, and the last message came from there.\n"
+            "The RPF neighbor toward it is 10.0.0.1 on eth0, and the last message came from there.\n"
             "192.168.0.3 with priority 20 was heard T ago, from 10.0.1.2 on eth1.\n");
   EXPECT_NEAR(memberOf("messages", "lastBsmAt").get<double>() + memberOf("messages", "expires").get<double>(), 130,
               0.01);
@@ -83,7 +83,7 @@ TEST_F(Explain, ABsrThatIsReachedNoMoreOrOnAnotherWay) {
   story.network.link("r0-r2").cut();
   explain("r2", "bsr");
   EXPECT_EQ(memberOf("rpf", "text"),
-            "The RPF neighbor towards it is 10.0.1.1 on eth0; the last message came from elsewhere.");
+            "The RPF neighbor toward it is 10.0.1.1 on eth0; the last message came from elsewhere.");
   EXPECT_EQ(memberOf("rpf", "lastFromThere"), false);
   story.time().runFor(60);
   explain("r2", "bsr");
