@@ -5,9 +5,10 @@
 namespace Routing::Pim::Bsr {
 
 std::ostream &operator<<(std::ostream &out, const PimBsrErrorCounters &counters) {
-  return out << "denied=" << counters.deniedError << " deniedCrpAdv=" << counters.deniedCrpAdv << " rpf=" << counters.rpfError
-             << " noFwdBsm=" << counters.noFwdBsmError << " unicastBsm=" << counters.unicastBsmError
-             << " notBsr=" << counters.notBsrError << " unknownDest=" << counters.unknownDestError;
+  return out << "denied=" << counters.deniedError << " deniedCrpAdv=" << counters.deniedCrpAdv
+             << " rpf=" << counters.rpfError << " noFwdBsm=" << counters.noFwdBsmError
+             << " unicastBsm=" << counters.unicastBsmError << " notBsr=" << counters.notBsrError
+             << " unknownDest=" << counters.unknownDestError;
 }
 
 std::ostream &operator<<(std::ostream &out, const PimBsrLimitCounters &counters) {

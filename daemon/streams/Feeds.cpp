@@ -20,7 +20,8 @@ std::vector<std::string> nounsOf(const Control::Request &request) {
   }
   if (nouns.empty()) throw std::invalid_argument("'subscribe' needs a noun: " + Control::followedNames());
   const bool hasEvents = std::find(nouns.begin(), nouns.end(), Control::eventsNoun) != nouns.end();
-  if ((request.choosesEvents() || !request.zone.empty()) && !hasEvents) throw std::invalid_argument("only of 'events' a part can be chosen");
+  if ((request.choosesEvents() || !request.zone.empty()) && !hasEvents)
+    throw std::invalid_argument("only of 'events' a part can be chosen");
   if (nouns.size() > 1 && !request.argument.empty()) {
     throw std::invalid_argument("a subscription with an argument is to one noun");
   }
