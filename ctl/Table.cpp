@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <utility>
 #include <vector>
 
 #include "platform/orb/Duration.h"
@@ -131,6 +132,13 @@ std::string fieldsOf(const Rows &rows) {
   for (const Rows &row : rows) {
     std::vector<Line> lines;
     addFields(row, "", lines);
+    // Numbers are aligned among themselves, whatever long texts there are.
+    size_t digits = 0;
+    for (const Line &line : lines) digits = std::max(digits, line[1].right ? widthOf(line[1].lines[0]) : 0);
+    for (Line &line : lines) {
+      std::string &text = line[1].lines[0];
+      if (std::exchange(line[1].right, false)) text.insert(0, digits - widthOf(text), ' ');
+    }
     if (!out.empty()) out += '\n';
     out += aligned(lines);
   }

@@ -139,6 +139,7 @@ RowSource sourceOf(Rows all) {
 void checkNoun(const Control::Request &request) {
   const std::string &noun = request.noun;
   const Control::Noun *known = Control::nounOf(*Control::verbOf(request.verb), noun);
+  if (noun.empty()) throw std::invalid_argument("'" + request.verb + "' needs a noun");
   if (!known) throw std::invalid_argument("there is no noun '" + noun + "'");
   if (!*known->operand && !request.argument.empty()) throw std::invalid_argument("'" + noun + "' takes no argument");
   if (noun == "events") return;

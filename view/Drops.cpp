@@ -52,6 +52,11 @@ void Drops::add(const Key &key, double now) {
   rows_.front().last = now;
 }
 
+bool isExpected(IO::Refusal reason) {
+  return reason == IO::Refusal::border || reason == IO::Refusal::pimOff || reason == IO::Refusal::noForward ||
+         reason == IO::Refusal::ownBsr;
+}
+
 void Drops::clear(const std::string &vrf) {
   for (auto row = rows_.begin(); row != rows_.end();) {
     const auto next = std::next(row);

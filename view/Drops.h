@@ -15,6 +15,10 @@ namespace Routing::Pim::Bsr {
 const char *wordOf(IO::Refusal reason);
 /// As a part of a sentence, after "was refused: ".
 const char *textOf(IO::Refusal reason);
+/// What a router of a healthy network refuses all day long: what its borders are there for, and what comes where PIM is
+/// not to be. Whenever a neighbor or a link comes back, no-forward messages go to routers that do not need them, and to a
+/// restarted BSR its own of before.
+bool isExpected(IO::Refusal reason);
 
 /// Keeps at most `most` rows; where there is no room for one more, the one that was counted longest ago goes. One per
 /// process. Times are of the platform's clock, in seconds.

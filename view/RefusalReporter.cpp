@@ -1,6 +1,8 @@
 #include "view/RefusalReporter.h"
 
 #include <algorithm>
+#include <utility>
+#include <vector>
 
 #include "io/BootstrapMessageSm.h"
 
@@ -8,14 +10,28 @@ namespace Routing::Pim::Bsr {
 
 namespace {
 
-// What a router of a healthy network refuses all day long: what its borders are there for, and what comes where PIM is
-// not to be.
-bool isExpected(IO::Refusal reason) { return reason == IO::Refusal::border || reason == IO::Refusal::pimOff; }
-
 // Advertisements go to the wrong BSR for a moment whenever it is another one.
 Severity severityOf(IO::Refusal reason) {
   if (reason == IO::Refusal::notBsr) return Severity::notice;
   return isExpected(reason) ? Severity::info : Severity::warning;
+}
+
+// How many packets of a neighbor were refused for a reason.
+using Count = std::pair<uint64_t, std::pair<Pax::IpGenAddr, IO::Refusal>>;
+
+// Sorts them; those that come most often are named.
+std::string sourcesOf(std::vector<Count> &counts, uint64_t all) {
+  constexpr size_t named = 3;
+  std::stable_sort(counts.begin(), counts.end(), [](auto &one, auto &other) { return one.first > other.first; });
+  std::string text;
+  uint64_t rest = all;
+  for (size_t i = 0; i < std::min(named, counts.size()); ++i) {
+    const auto &[count, by] = counts[i];
+    text += sentence(i == 0 ? ": " : ", ", count, " from ", by.first, " (", wordOf(by.second), ")");
+    rest -= count;
+  }
+  if (rest > 0) text += sentence(counts.empty() ? ": " : ", ", rest, " from others");
+  return text;
 }
 
 bool isOfAdvertisement(IO::Refusal reason) { return reason == IO::Refusal::filter || reason == IO::Refusal::notBsr; }
@@ -87,22 +103,15 @@ void RefusalReporter::tell(const IO::Refused &refused) {
 
 void RefusalReporter::sumUp() {
   uint64_t more = others_;
-  std::map<Pax::IpGenAddr, uint64_t> neighbors;
+  std::vector<Count> counts;
   Event event{.kind = EventKind::messagesRefused, .severity = Severity::info};
   if (others_ > 0) event.severity = Severity::warning;
-  uint64_t most = 0;
   for (auto told = told_.begin(); told != told_.end();) {
     auto &[by, each] = *told;
-    const auto &[neighbor, reason] = by;
     if (each.more > 0) {
       more += each.more;
-      neighbors[neighbor] += each.more;
-      event.severity = std::min(event.severity, severityOf(reason));
-      if (each.more > most) {
-        most = each.more;
-        event.neighbor = neighbor;
-        event.cause = wordOf(reason);
-      }
+      counts.emplace_back(each.more, by);
+      event.severity = std::min(event.severity, severityOf(by.second));
       each.more = 0;
     }
     told = each.last + forgotten <= reporting_.now() ? told_.erase(told) : std::next(told);
@@ -113,11 +122,11 @@ void RefusalReporter::sumUp() {
   if (more == 0) return;
   event.newValue = std::to_string(more);
   event.text = sentence(more, more == 1 ? " more packet was" : " more packets were", " refused in the last minute");
-  if (most > 0) {
-    event.text +=
-        sentence(", ", most == more ? "all" : std::to_string(most), " from ", event.neighbor, " (", event.cause, ")");
+  event.text += sourcesOf(counts, more);
+  if (!counts.empty()) {
+    event.neighbor = counts.front().second.first;
+    event.cause = wordOf(counts.front().second.second);
   }
-  if (neighbors.size() > 1) event.text += sentence(" and others from ", neighbors.size() - 1, " more neighbors");
   reporting_.tell(std::move(event));
 }
 

@@ -1,5 +1,6 @@
 #include "view/Summary.h"
 
+#include "view/Drops.h"
 #include "view/Reasons.h"
 #include "view/Rpf.h"
 #include "view/Sentence.h"
@@ -29,6 +30,7 @@ class Findings {
     candidacies("candidate-rp", whole(showCandidateRp));
     candidacies("border", whole(showBorder));
     candidacies("filter", whole(showFilter));
+    refusals();
     limits();
   }
 
@@ -38,6 +40,7 @@ class Findings {
 
  private:
   static constexpr size_t mostOfAKind = 5;
+  static constexpr double lately = 180;  ///< three default intervals
 
   void add(const char *subject, const char *state, const std::string &text) {
     ++found_;
@@ -73,14 +76,21 @@ class Findings {
         continue;
       }
       ++electedZones_;
+      const auto sets = rpSetsOf(*view_.status, prefix);
+      if (!sets || !hasRp(*sets)) {
+        add("rp-set", warning, sentence("zone ", prefix, " has BSR ", zone.bsr->ipAddr(), " and no RP"));
+      }
       if (zone.isOwn() || !checked.insert(zone.bsr->ipAddr()).second) continue;
       const std::string why = whyNoRpf(view_, zone.bsr->ipAddr());
       if (!why.empty()) add("bsr", problem, sentence("messages of BSR ", zone.bsr->ipAddr(), " are refused: ", why));
     }
-    const auto global = rpSetsOf(*view_.status, Pax::allGroups(view_.af));
-    if (electedZones_ > 0 && view_.status->crpStatus().size() <= 1 && (!global || global->crpSet().empty())) {
-      add("rp-set", warning, "no RP is known");
+  }
+
+  static bool hasRp(const RpCandidateStatus &sets) {
+    for (const auto &[range, set] : sets.crpSet()) {
+      if (!set->rp().empty()) return true;
     }
+    return false;
   }
 
   template <class Show>
@@ -94,6 +104,19 @@ class Findings {
         const std::string reason = row["reason"].is_string() ? row["reason"].get<std::string>() : "it waits";
         add(subject, row["active"].get<bool>() ? warning : problem, "not in force: " + reason);
       }
+    }
+  }
+
+  // What was refused lately and is no copy.
+  void refusals() {
+    if (!view_.drops) return;
+    bool refused = false;
+    for (const Drops::Row &row : view_.drops->rows()) {
+      if (view_.now - row.last > lately) break;
+      if (row.key.vrf == view_.vrf && !row.key.isEcho && !isExpected(row.key.reason)) refused = true;
+    }
+    if (refused) {
+      add("drops", warning, "packets were refused in the last minutes; see 'pimbsrctl show drops'");
     }
   }
 

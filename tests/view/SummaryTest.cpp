@@ -34,7 +34,8 @@ TEST_F(Summary, SaysThatAllIsWellOrWhatIsNot) {
   story.host("r0").candidateBsrIs(ipv4.global(), 64);
   story.start({"r0", "r1"});
   story.time().runFor(60);
-  EXPECT_EQ(summary("r1"), "rp-set warning: no RP is known\nall warning: 0 problems, 1 warning\n");
+  EXPECT_EQ(summary("r1"),
+            "rp-set warning: zone 224.0.0.0/4 has BSR 192.168.0.1 and no RP\nall warning: 0 problems, 1 warning\n");
   story.host("r0").candidateRpIs(ipv4.group(1));
   story.time().runFor(60);
   for (const char *router : {"r0", "r1"}) {
