@@ -153,7 +153,6 @@ RowSource showSource(const Process &process, const Control::Request &request) {
   if (noun == "events") return events(process, request);
   if (request.verb == "explain") return rowsOfVrfs(process, request);
   if (noun == "drops") return sourceOf(dropRows(process.drops, vrfOf(process, request), process.loop.now()));
-  if (noun == "config") return sourceOf(Rows::array({Rows::parse(process.effective)}));  // of a stream
   if (noun == "summary") return summaryRows(process, request);
   if (noun == "log") return sourceOf(rowsOfLines(process.log.lines()));
   if (noun == "metrics") return metrics(process);
