@@ -1,6 +1,7 @@
 #include <array>
 
 #include "view/Json.h"
+#include "view/LimitTable.h"
 #include "view/Show.h"
 
 namespace Routing::Pim::Bsr {
@@ -33,15 +34,6 @@ constexpr std::array errorFields{
     Field<PimBsrErrorCounters>{"notBsrError", &PimBsrErrorCounters::notBsrError},
     Field<PimBsrErrorCounters>{"unknownDestError", &PimBsrErrorCounters::unknownDestError},
 };
-constexpr std::array limitFields{
-    Field<PimBsrLimitCounters>{"rps", &PimBsrLimitCounters::rps},
-    Field<PimBsrLimitCounters>{"zones", &PimBsrLimitCounters::zones},
-    Field<PimBsrLimitCounters>{"ranges", &PimBsrLimitCounters::ranges},
-    Field<PimBsrLimitCounters>{"collectedRps", &PimBsrLimitCounters::collectedRps},
-    Field<PimBsrLimitCounters>{"rangesPerRp", &PimBsrLimitCounters::rangesPerRp},
-    Field<PimBsrLimitCounters>{"keptBytes", &PimBsrLimitCounters::keptBytes},
-    Field<PimBsrLimitCounters>{"openBytes", &PimBsrLimitCounters::openBytes},
-};
 constexpr std::array packetFields{
     Field<Flume::PacketCounters>{"received", &Flume::PacketCounters::received},
     Field<Flume::PacketCounters>{"sent", &Flume::PacketCounters::sent},
@@ -60,7 +52,7 @@ constexpr std::array packetFields{
     Field<Flume::PacketCounters>{"kernelDropped", &Flume::PacketCounters::kernelDropped},
 };
 static_assert(sizeof(PimBsrErrorCounters) == errorFields.size() * sizeof(uint32_t), "a counter is missing");
-static_assert(sizeof(PimBsrLimitCounters) == limitFields.size() * sizeof(uint32_t), "a counter is missing");
+static_assert(sizeof(PimBsrLimitCounters) == limitTable.size() * sizeof(uint32_t), "a counter is missing");
 static_assert(sizeof(Flume::PacketCounters) == (packetFields.size() + Packet::decodeErrors) * sizeof(uint32_t),
               "a counter is missing");
 
@@ -92,7 +84,8 @@ void showCounters(const VrfView &view, Rows &rows) {
   CounterVisitor visitor(row);
   counters->describe(visitor);
   row["errors"] = toJson(errorFields, counters->errCounters());
-  row["refused"] = toJson(limitFields, counters->limitCounters());
+  Rows &refused = row["refused"] = Rows::object();
+  for (const LimitEntry &limit : limitTable) refused[limit.name] = counters->limitCounters().*limit.refused;
   row["packets"] = packetsOf(view.messages ? view.messages->packets : Flume::PacketCounters());
   rows.push_back(std::move(row));
 }

@@ -2,26 +2,9 @@
 
 #include <algorithm>
 
+#include "view/LimitTable.h"
+
 namespace Routing::Pim::Bsr {
-
-namespace {
-
-struct Limit {
-  const char *name;
-  uint32_t PimBsrLimitCounters::*refused;
-  uint32_t Limits::*most;
-};
-constexpr std::array limits{
-    Limit{"rps", &PimBsrLimitCounters::rps, &Limits::rps},
-    Limit{"zones", &PimBsrLimitCounters::zones, &Limits::zones},
-    Limit{"ranges", &PimBsrLimitCounters::ranges, &Limits::ranges},
-    Limit{"collectedRps", &PimBsrLimitCounters::collectedRps, &Limits::collectedRps},
-    Limit{"rangesPerRp", &PimBsrLimitCounters::rangesPerRp, &Limits::rangesPerRp},
-    Limit{"keptBytes", &PimBsrLimitCounters::keptBytes, &Limits::keptBytes},
-    Limit{"openBytes", &PimBsrLimitCounters::openBytes, &Limits::openBytes},
-};
-
-}  // namespace
 
 class LimitReporter::KivCounters : public Kiv::ReactorOf<PimBsrCounters, LimitReporter> {
   using ReactorOf::ReactorOf;
@@ -67,7 +50,7 @@ void LimitReporter::handlePimIntf(const Pax::IntfId &intfId) {
 // Counters that are cleared refuse nothing.
 void LimitReporter::handleCounters() {
   const PimBsrLimitCounters before = std::exchange(counters_, status_->counters()->limitCounters());
-  for (const Limit &limit : limits) {
+  for (const LimitEntry &limit : limitTable) {
     if (counters_.*limit.refused > before.*limit.refused) refused({limit.name, {}}, status_->limits().*limit.most);
   }
 }

@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "platform/kiv/Value.h"
+#include "view/LimitTable.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -47,23 +48,6 @@ const std::array agentFamilies{
                 [](const AgentFigures &agent, MetricsText &text) { text.sample({}, agent.droppedTraces); }},
 };
 
-struct Limit {
-  const char *name;
-  uint32_t Limits::*most;
-  uint32_t PimBsrLimitCounters::*refused;
-};
-constexpr std::array countLimits{
-    Limit{"rps", &Limits::rps, &PimBsrLimitCounters::rps},
-    Limit{"zones", &Limits::zones, &PimBsrLimitCounters::zones},
-    Limit{"ranges", &Limits::ranges, &PimBsrLimitCounters::ranges},
-    Limit{"collectedRps", &Limits::collectedRps, &PimBsrLimitCounters::collectedRps},
-    Limit{"rangesPerRp", &Limits::rangesPerRp, &PimBsrLimitCounters::rangesPerRp},
-};
-constexpr std::array byteLimits{
-    Limit{"keptBytes", &Limits::keptBytes, &PimBsrLimitCounters::keptBytes},
-    Limit{"openBytes", &Limits::openBytes, &PimBsrLimitCounters::openBytes},
-};
-
 using Zone = VrfFigures::Zone;
 
 Labels labelsOf(const VrfFigures &vrf, Labels more = {}) {
@@ -75,13 +59,10 @@ template <class Sample>
 void eachZone(const VrfFigures &vrf, const Sample &sample) {
   for (const auto &[prefix, zone] : vrf.zones) sample(labelsOf(vrf, {{"zone", toText(prefix)}}), zone);
 }
-template <class LimitsOfAKind>
-void limits(const VrfFigures &vrf, const LimitsOfAKind &limits, MetricsText &text) {
-  for (const Limit &limit : limits) text.sample(labelsOf(vrf, {{"limit", limit.name}}), vrf.limits.*limit.most);
-}
-template <class LimitsOfAKind>
-void refusals(const VrfFigures &vrf, const LimitsOfAKind &limits, MetricsText &text) {
-  for (const Limit &limit : limits) text.sample(labelsOf(vrf, {{"limit", limit.name}}), vrf.refusals.*limit.refused);
+void limits(const VrfFigures &vrf, bool inBytes, MetricsText &text) {
+  for (const LimitEntry &limit : limitTable) {
+    if (limit.inBytes == inBytes) text.sample(labelsOf(vrf, {{"limit", limit.name}}), vrf.limits.*limit.most);
+  }
 }
 
 void runningOf(const VrfFigures &vrf, MetricsText &text) { text.sample(labelsOf(vrf), vrf.running ? 1 : 0); }
@@ -130,13 +111,14 @@ void messagesOf(const VrfFigures &vrf, MetricsText &text) {
   }
 }
 void entryLimitsOf(const VrfFigures &vrf, MetricsText &text) {
-  limits(vrf, countLimits, text);
+  limits(vrf, false, text);
   text.sample(labelsOf(vrf, {{"limit", "neighbors"}}), vrf.limits.neighbors);
 }
-void bytesOf(const VrfFigures &vrf, MetricsText &text) { limits(vrf, byteLimits, text); }
+void bytesOf(const VrfFigures &vrf, MetricsText &text) { limits(vrf, true, text); }
 void refusedOf(const VrfFigures &vrf, MetricsText &text) {
-  refusals(vrf, countLimits, text);
-  refusals(vrf, byteLimits, text);
+  for (const LimitEntry &limit : limitTable) {
+    text.sample(labelsOf(vrf, {{"limit", limit.name}}), vrf.refusals.*limit.refused);
+  }
   text.sample(labelsOf(vrf, {{"limit", "neighbors"}}), vrf.refusedNeighbors);
 }
 struct VrfFamily {
