@@ -11,7 +11,11 @@ namespace Routing::Pim::Bsr {
 static Tracelet::Module trace("Pim::Bsr::Agent");
 
 RootSm::RootSm(Agent &agent, Pax::AddressFamily af, uint32_t maxRoutes)
-    : agent_(agent), af_(af), maxRoutes_(maxRoutes), mounts_(agent.mounts_) {}
+    : agent_(agent),
+      af_(af),
+      maxRoutes_(maxRoutes),
+      mounts_(agent.mounts_),
+      idleAging_(agent.process_, agent.mounts_) {}
 
 RootSm::~RootSm() = default;
 
@@ -69,6 +73,7 @@ void RootSm::handleVrfDel(const L3::VrfName &vrf) {
   TRACELET(trace, 4, "VRF " << vrf << " is gone");
   agent_.containerSmDel(vrf);
   agent_.containerDel(vrf);
+  idleAging_.idleIs(vrf, false);
   mounts_.statusColl->vrfStatusDel(vrf);
   mounts_.rpCandidateStatusColl->vrfStatusDel(vrf);
   reason_.erase(vrf);
@@ -128,6 +133,7 @@ void RootSm::handleStartMounted(const L3::VrfName &vrf) {
   if (missing.empty()) {
     start.phase = VrfStart::Phase::makingMachines;
     start.fill(mounts_);
+    idleAging_.idleIs(vrf, false);
     agent_.containerSmIs(vrf);
   } else {
     reasonIs(vrf, missing);
@@ -142,6 +148,7 @@ void RootSm::handlePimDisabled(const L3::VrfName &vrf) {
   TRACELET(trace, 4, "Pim is disabled for vrf " << vrf);
   start_.erase(vrf);
   agent_.containerSmDel(vrf);
+  idleAging_.idleIs(vrf, true);
 }
 
 void RootSm::handleVrfIntfStatus(const L3::VrfName &vrf) {

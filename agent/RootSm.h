@@ -6,6 +6,7 @@
 #include <string>
 
 #include "agent/Agent.h"
+#include "agent/IdleAging.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -55,6 +56,7 @@ class RootSm {
   const Mounts &mounts_;
   std::map<L3::VrfName, std::unique_ptr<VrfStart>> start_;
   std::map<L3::VrfName, std::string> reason_;
+  IdleAging idleAging_;
   std::unique_ptr<RootReactors> reactors_;
 };
 

@@ -85,6 +85,35 @@ TEST_P(Restart, WhatWasLearnedLastsForTheTimeoutAndTheRestOfItsHoldTime) {
   }
 }
 
+TEST_P(Restart, WhatWasLearnedAgesWhileItsVrfIsAway) {
+  PlatformVrf &vrf = add("blue");
+  candidateIs("blue", a.scope(5), 50);
+  start();
+  vrf.hear(Bsm(a.host(60)).group(a.group(1), {{a.host(70), 150, 1}}).group(a.group(2), {{a.host(71), 400, 1}}));
+  advance(50);
+  const Kiv::Ptr<Bsr::Status> blue = status("blue");
+  ASSERT_TRUE(blue->cbsr(a.scope(5))->elected());
+  system.pimDel("blue");
+  const auto published = *system.rpCandidateStatusColl->vrfStatus("blue");
+  const auto learned = Bsr::rpSetsOf(*blue, a.global());
+  advance(79);
+  EXPECT_TRUE(bsr("blue"));
+  advance(2);
+  EXPECT_FALSE(bsr("blue")) << "after the timeout of 130 seconds";
+  EXPECT_TRUE(blue->bootstrapRouter(a.scope(5)));
+  EXPECT_EQ(published->crpSet().size(), 2u);
+  advance(20);
+  EXPECT_EQ(published->crpSet().keys(), std::vector{a.group(2)});
+  EXPECT_EQ(learned->crpSet().keys(), std::vector{a.group(2)});
+  advance(100);
+  EXPECT_FALSE(blue->bootstrapRouter(a.scope(5)) || blue->cbsr(a.scope(5))->elected());
+  pimIs("blue");
+  EXPECT_EQ(published->crpSet().keys(), std::vector{a.group(2)}) << "the rest is there at once";
+  advance(200);
+  EXPECT_FALSE(published->crpSet(a.group(2)));
+  EXPECT_TRUE(blue->crpStatus().keys() == std::vector{a.scope(5)} && blue->cbsr(a.scope(5))->elected());
+}
+
 TEST_P(Restart, ForgetsVrfsThatAreGoneAndRpsThatNoZoneKnows) {
   add("default");
   add("blue");
