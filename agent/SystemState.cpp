@@ -17,10 +17,12 @@ SystemState::SystemState(Statehub::Store &store, Pax::AddressFamily family)
   published<Kiv::Dir<Acl::Input::Config>>(MountPaths::aclInput());
 }
 
-void SystemState::vrfIs(const L3::VrfName &vrf, const Pax::NamespaceName &namespaceName) {
+void SystemState::vrfIs(const L3::VrfName &vrf, const Pax::NamespaceName &namespaceName, const std::string &device) {
   configColl->vrfConfigIs(vrf);
   clearConfigColl->vrfClearConfigIs(vrf);
-  allVrfStatusLocal->vrfStatusIs(vrf)->namespaceNameIs(namespaceName);
+  const auto status = allVrfStatusLocal->vrfStatusIs(vrf);
+  status->namespaceNameIs(namespaceName);
+  status->deviceIs(device);
 }
 
 void SystemState::namespaceExistsIs(const L3::VrfName &vrf, bool exists) {
@@ -30,6 +32,23 @@ void SystemState::namespaceExistsIs(const L3::VrfName &vrf, bool exists) {
 Pax::NamespaceName SystemState::namespaceOf(const L3::VrfName &vrf) const {
   const auto status = allVrfStatusLocal->vrfStatus(vrf);
   return status ? status->namespaceName() : Pax::NamespaceName();
+}
+
+// The VRFs of a namespace share it.
+Kiv::Ptr<KernelNetInfo::Status> SystemState::kernelInterfaces(const Pax::NamespaceName &name) {
+  auto &status = kernelInterfaces_[name];
+  if (!status) status = published<KernelNetInfo::Status>(MountPaths::kniStatus(name));
+  return status;
+}
+
+void SystemState::kernelInterfacesDel(const L3::VrfName &vrf) {
+  const Pax::NamespaceName name = namespaceOf(vrf);
+  const auto found = kernelInterfaces_.find(name);
+  if (found == kernelInterfaces_.end()) return;
+  found->second->devicesDel(vrf);
+  if (!found->second->devices().empty()) return;
+  store_.withdraw(MountPaths::kniStatus(name));
+  kernelInterfaces_.erase(found);
 }
 
 template <class RouteStatus, class ForwardingStatus>
@@ -47,7 +66,7 @@ void SystemState::pimIs(const L3::VrfName &vrf, const Services &services) {
   } else {
     publishTables<::Flume::Fib::RouteStatus, ::Flume::Fib::ForwardingStatus>(vrf, services.routes);
   }
-  published<KernelNetInfo::Status>(MountPaths::kniStatus(namespaceOf(vrf)))->devicesIs(services.interfaces);
+  kernelInterfaces(namespaceOf(vrf))->devicesIs(vrf, services.interfaces);
   allIntfStatusDir->vrfIntfStatusIs(vrf, services.interfaces);
   for (const auto &coll : {groupStatusColl, bidirGroupStatusColl}) {
     const auto group = coll->vrfStatusIs(vrf);
@@ -69,7 +88,7 @@ void SystemState::pimDel(const L3::VrfName &vrf) {
   mribStatusColl->vrfStatusDel(vrf);
   for (const auto &coll : {groupStatusColl, bidirGroupStatusColl}) coll->vrfStatusDel(vrf);
   allIntfStatusDir->vrfIntfStatusDel(vrf);
-  store_.withdraw(MountPaths::kniStatus(namespaceOf(vrf)));
+  kernelInterfacesDel(vrf);
   store_.withdraw(paths_.forwardingStatus(vrf));
   store_.withdraw(paths_.routeStatus(vrf));
   store_.withdraw(paths_.channelStatus(vrf));

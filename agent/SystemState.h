@@ -33,9 +33,9 @@ class SystemState {
     Kiv::Ptr<IO::PacketPort> port;
   };
 
-  /// The VRF exists, with default configuration where it has none yet; its network namespace may
-  /// come and go.
-  void vrfIs(const L3::VrfName &vrf, const Pax::NamespaceName &namespaceName = {});
+  /// The VRF exists, with default configuration where it has none yet; its network namespace, or the vrf device in it,
+  /// may come and go. They do not change while PIM runs in the VRF.
+  void vrfIs(const L3::VrfName &vrf, const Pax::NamespaceName &namespaceName = {}, const std::string &device = {});
   void namespaceExistsIs(const L3::VrfName &vrf, bool exists);
   /// PIM runs in the VRF: it is enabled there once everything else is published. Withdrawn in reverse, which
   /// stops an agent there without a goodbye.
@@ -82,7 +82,11 @@ class SystemState {
   void publishTables(const L3::VrfName &vrf, const Kiv::Ptr<RouteLookup> &routes);
   Pax::NamespaceName namespaceOf(const L3::VrfName &vrf) const;
 
+  Kiv::Ptr<KernelNetInfo::Status> kernelInterfaces(const Pax::NamespaceName &name);
+  void kernelInterfacesDel(const L3::VrfName &vrf);
+
   std::map<L3::VrfName, Services> services_;
+  std::map<Pax::NamespaceName, Kiv::Ptr<KernelNetInfo::Status>> kernelInterfaces_;  // of what PIM runs in
 };
 
 }  // namespace Routing::Pim::Bsr

@@ -38,7 +38,7 @@ void VrfStart::fill(const Mounts &shared) const {
 void VrfStart::fillMountedOnly(const Mounts &shared) const {
   const L3::VrfName &vrf = container_.vrf;
   container_.namespaceName = shared.allVrfStatusLocal->vrfStatus(vrf)->namespaceName();
-  container_.kernelIntfStatusDir = kernelVrfIntfStatusDir_->devices();
+  container_.kernelIntfStatusDir = *kernelVrfIntfStatusDir_->devices(vrf);
   container_.pimConfigColl = shared.pimConfigColl;
   container_.pimAttrLogSm = Kiv::make<PimAttrLogSm>();
   container_.groupMrtStatus = shared.groupStatusColl->vrfStatus(vrf);

@@ -9,8 +9,9 @@
 
 namespace Routing::Pim::Bsr {
 
-/// VRFs that go do so first, since another may take over their namespace; then the configuration entities change, in
-/// the phases of ConfigApplication; then VRFs come, or change their interfaces. All that it is made of outlives it.
+/// VRFs that go, or are to be elsewhere, do so first, since another may take over their namespace or device; then the
+/// configuration entities change, in the phases of ConfigApplication; then VRFs come, or change their interfaces. All
+/// that it is made of outlives it.
 class Changeover {
  public:
   Changeover(const VrfHost::Process &process, VrfHosts &hosts, const Configuration &before, Configuration wanted);

@@ -8,8 +8,8 @@
 namespace Routing::Pim::Bsr {
 
 ConfigReader::ConfigReader(Linux::EventLoop &loop, std::string file, Pax::AddressFamily family,
-                           SystemInquiry::Known known)
-    : loop_(loop), file_(std::move(file)), family_(family), known_(std::move(known)), worker_(loop) {}
+                           Linux::NetlinkMonitors &monitors)
+    : loop_(loop), file_(std::move(file)), family_(family), monitors_(monitors), worker_(loop) {}
 
 void ConfigReader::read(Done done) {
   waiting_.push_back(std::move(done));
@@ -32,7 +32,7 @@ void ConfigReader::start() {
 
 void ConfigReader::handleParsed() {
   if (!loaded_->good()) return handleDone();
-  inquiry_.emplace(loop_, loaded_->configuration, known_, [this] {
+  inquiry_.emplace(loop_, monitors_, loaded_->configuration, [this] {
     inquiry_->findWarnings(loaded_->findings);
     inquiry_.reset();
     handleDone();

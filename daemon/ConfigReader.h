@@ -19,7 +19,7 @@ class ConfigReader {
  public:
   using Done = std::function<void(const LoadedConfiguration &loaded)>;
 
-  ConfigReader(Linux::EventLoop &loop, std::string file, Pax::AddressFamily family, SystemInquiry::Known known);
+  ConfigReader(Linux::EventLoop &loop, std::string file, Pax::AddressFamily family, Linux::NetlinkMonitors &monitors);
 
   /// Calls `done` from the loop with the file as it is from now on, its effective text included, and its findings for
   /// this machine.
@@ -33,7 +33,7 @@ class ConfigReader {
   Linux::EventLoop &loop_;
   const std::string file_;
   const Pax::AddressFamily family_;
-  const SystemInquiry::Known known_;
+  Linux::NetlinkMonitors &monitors_;
   std::vector<Done> waiting_;                    // for the next reading
   std::vector<Done> reading_;                    // for the one under way
   std::shared_ptr<LoadedConfiguration> loaded_;  // the one under way, if any

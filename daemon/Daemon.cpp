@@ -8,7 +8,6 @@
 #include <chrono>
 #include <csignal>
 #include <ctime>
-#include <optional>
 #include <random>
 #include <stdexcept>
 
@@ -74,6 +73,7 @@ struct Daemon::Process {
   const Linux::PathLock socketLock{options.socket};
   Linux::EventLoop loop{};
   Linux::NamespaceWatcher watcher{loop};
+  Linux::NetlinkMonitors monitors{loop, family};
   Orb::Random random{std::random_device()()};
   const Kiv::Ptr<Orb::TimerWheel> wheel = Kiv::make<Orb::TimerWheel>(loop, loop);
   Statehub::Store store{};
@@ -92,11 +92,10 @@ struct Daemon::Process {
   EventReporter reporter{{events, drops, system, wheel, [this](const L3::VrfName &vrf) { return interfacesOf(vrf); },
                           [this](const L3::VrfName &vrf) { return awaitedBy(vrf); }}};
   std::unique_ptr<Agent> agent = makeAgent(family, {store, loop, loop, random});
-  ConfigReader reader{loop, options.config, family,
-                      [this](const L3::VrfName &vrf, const PimVrf &pim) { return knownOf(vrf, pim); }};
+  ConfigReader reader{loop, options.config, family, monitors};
   Linux::Worker stateWriter{loop};
   StateFile stateFile{{options.state, family, StateFile::thisBoot()},
-                      {system.statusColl, system.rpCandidateStatusColl},
+                      {system.statusColl, system.rpCandidateStatusColl, system.allVrfStatusLocal},
                       loop,
                       wheel,
                       stateWriter};
@@ -123,16 +122,6 @@ struct Daemon::Process {
     event.text = error.empty() ? "metrics are" + where : "metrics cannot be" + where + ": " + error;
     events.tell(event);
   }
-  // The interfaces of a VRF that is open, if it stays in its namespace.
-  std::optional<SystemView> knownOf(const L3::VrfName &vrf, const PimVrf &pim) const {
-    const auto host = hosts.find(vrf);
-    const Linux::VrfPlatform *platform = host == hosts.end() ? nullptr : host->second->platform();
-    if (!platform || !platform->complete()) return std::nullopt;
-    const auto open = configuration.pim.find(vrf);
-    if (open == configuration.pim.end() || open->second.networkNamespace != pim.networkNamespace) return std::nullopt;
-    return SystemView{platform->interfaces(),
-                      [platform](const Pax::IntfId &intfId) { return platform->inVrfDevice(intfId); }};
-  }
 };
 
 Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configuration &configuration)
@@ -156,7 +145,11 @@ Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configur
   for (const auto &[vrf, host] : process_->hosts) {
     if (host->isForbidden()) throw std::runtime_error("VRF " + vrf.text() + ": " + host->reason());
   }
-  if (const std::string error = process_->stateFile.load(); !error.empty()) {
+  const auto mayBeIn = [&](const L3::VrfName &vrf, const std::string &networkNamespace, const std::string &device) {
+    const auto pim = configuration.pim.find(vrf);
+    return pim != configuration.pim.end() && isHome(homesOf(vrf, pim->second), networkNamespace, device);
+  };
+  if (const std::string error = process_->stateFile.load(mayBeIn); !error.empty()) {
     remark += (remark.empty() ? "" : "; ") + ("the state in " + options.state + " is ignored: " + error);
   }
   process_->stateFile.watcherIs([this](const std::string &error) { tellSaved(error); });
@@ -228,7 +221,8 @@ void Daemon::loadedIs(const LoadedConfiguration &loaded, const Reloaded &done) {
 void Daemon::changeoverIs(const Configuration &wanted, const std::string &effective, std::vector<std::string> warnings,
                           Reloaded done) {
   Process &process = *process_;
-  const VrfHost::Process shared{process.loop, process.watcher, process.wheel, process.random, process.system};
+  const VrfHost::Process shared{process.loop,  process.watcher, process.monitors,
+                                process.wheel, process.random,  process.system};
   process.changeover.emplace(shared, process.hosts, process.configuration, wanted);
   process.effectiveWanted = effective;
   process.warnings = std::move(warnings);

@@ -7,21 +7,22 @@
 #include <string>
 
 #include "agent/SystemState.h"
-#include "daemon/file/Configuration.h"
+#include "daemon/VrfFinder.h"
 #include "platform/linux/VrfPlatform.h"
 #include "platform/orb/TimerFor.h"
 
 namespace Routing::Pim::Bsr {
 
-/// Waits for the VRF's network namespace, opens the platform in it, and publishes through SystemState what the agent
-/// needs once all interfaces and addresses there are known. When the namespace vanishes it withdraws all that, closes
-/// the platform and waits again. Anything else that fails is traced and tried again every ten seconds.
+/// Waits for the VRF's network namespace or vrf device, opens the platform in it once all interfaces and addresses
+/// there are known, and publishes through SystemState what the agent needs. When the namespace or the device vanishes
+/// it withdraws all that, closes the platform and waits again. What fails is traced and tried again every ten seconds.
 class VrfHost {
  public:
   /// What all VRFs of the process share; it outlives them.
   struct Process {
     Linux::EventLoop &loop;
     Linux::NamespaceWatcher &watcher;
+    Linux::NetlinkMonitors &monitors;
     Kiv::Ptr<Orb::TimerWheel> wheel;
     Orb::Random &random;
     SystemState &system;
@@ -31,10 +32,10 @@ class VrfHost {
   /// Stops in order: the agent in this VRF, a goodbye to the neighbors, the sockets.
   ~VrfHost() { close(); }
 
-  /// Applies what differs. With another namespace the VRF starts anew there.
+  /// Applies what differs; where the VRF may be does not.
   void pimIs(const PimVrf &pim);
 
-  /// Null while the namespace is away.
+  /// Null while the namespace or the device is away.
   const Linux::VrfPlatform *platform() const { return platform_.get(); }
   /// What the platform still waits for; empty when all is published.
   const std::string &reason() const { return reason_; }
@@ -42,11 +43,12 @@ class VrfHost {
   bool isForbidden() const { return forbidden_; }
 
  private:
-  void open();
-  void close();
-  void publish();
+  void find();
+  void handleFound();
+  void open(const FoundHome &home);
+  void handleRefusal(const std::system_error &error);
   void handleVanished();
-  void waitForNamespace();
+  void close();
   IO::HelloSpeaker::Parameters helloParameters() const;
 
   const Process process_;
@@ -54,8 +56,9 @@ class VrfHost {
   PimVrf pim_;
   std::string reason_;
   bool forbidden_ = false;
-  std::optional<Linux::NamespaceWatcher::Watched> awaited_;
-  Orb::TimerFor<&VrfHost::open> retry_;
+  Orb::TimerFor<&VrfHost::find> retry_;
+  std::optional<VrfFinder> finder_;
+  std::optional<FoundHome> open_;  // where the platform is
   std::unique_ptr<Linux::VrfPlatform> platform_;
 };
 

@@ -75,8 +75,8 @@ class Box {
   const VrfHosts hosts_;
   mutable Linux::EventLoop loop_;  // for what answers later
   const Kiv::Ptr<Orb::TimerWheel> wheel_ = Kiv::make<Orb::TimerWheel>(loop_, loop_);
-  mutable ConfigReader reader_{loop_, "/nonexistent", network_.af(),
-                               [](const auto &, const auto &) { return std::nullopt; }};
+  mutable Linux::NetlinkMonitors monitors_{loop_, network_.af()};
+  mutable ConfigReader reader_{loop_, "/nonexistent", network_.af(), monitors_};
   const Loading loading_{"/nonexistent", "", "reloads are not for here"};
   const Configuration configuration_;
   const std::string effective_ = "{}";

@@ -13,6 +13,7 @@
 #include "lab/Feed.h"
 #include "lab/MessageFile.h"
 #include "lab/ToolMain.h"
+#include "platform/linux/NetlinkMonitors.h"
 
 namespace {
 
@@ -118,13 +119,19 @@ std::vector<Transmission> capturedMessages(const Arguments &arguments, const Pax
   return transmissions;
 }
 
+// Turns the loop until all links are known.
+std::shared_ptr<Linux::NetlinkMonitor> monitorOf(Linux::EventLoop &loop, Pax::AddressFamily family) {
+  auto monitor = Linux::NetlinkMonitors(loop, family).monitor("");
+  while (!monitor->complete()) loop.turn();
+  return monitor;
+}
+
 void feed(const Arguments &arguments) {
   Linux::EventLoop loop;
-  Linux::NamespaceWatcher watcher(loop);
   Orb::Random random(std::random_device{}());
   Linux::VrfPlatform::Parameters parameters;
-  parameters.family = arguments.family;
-  Linux::VrfPlatform vrf(loop, watcher, random, parameters);
+  parameters.monitor = monitorOf(loop, arguments.family);
+  Linux::VrfPlatform vrf(loop, random, parameters);
   const Pax::IntfId intfId("default", arguments.interface);
   vrf.hello()->intfIs(intfId);
 

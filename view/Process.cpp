@@ -55,6 +55,7 @@ Rows vrfRows(const ProcessView &view, const std::string &vrf) {
     const auto status = view.system.allVrfStatusLocal->vrfStatus(name);
     rows.push_back({{"vrf", name.text()},
                     {"namespace", status ? status->namespaceName().text() : ""},
+                    {"device", status ? status->device() : ""},
                     {"state", stateOf(view.agent, name)},
                     {"reason", orNull(reasonOf(view.agent, name, awaited))}});
   }

@@ -50,7 +50,8 @@ std::string whyNoRpf(const VrfView &view, const Pax::IpGenAddr &address) {
 
 std::string routeCommand(const VrfView &view, const Pax::IpGenAddr &address) {
   const std::string in = view.networkNamespace.empty() ? "" : "-n " + view.networkNamespace + " ";
-  return "ip " + in + "route get " + toText(address);
+  const std::string device = view.device.empty() ? "" : " vrf " + view.device;
+  return "ip " + in + "route get " + toText(address) + device;
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -27,8 +27,10 @@ VrfView viewOf(const SystemState &system, const L3::VrfName &vrf, const Containe
   view.pimInterfaces = std::move(pimInterfaces);
   view.ipAclConfig = system.aclCli;
   view.status = system.statusColl->vrfStatus(vrf);
-  if (const auto known = system.allVrfStatusLocal->vrfStatus(vrf))
+  if (const auto known = system.allVrfStatusLocal->vrfStatus(vrf)) {
     view.networkNamespace = known->namespaceName().text();
+    view.device = known->device();
+  }
   if (const SystemState::Services *services = system.services(vrf)) {
     view.interfaces = services->interfaces;
     view.pimStatus = services->pimStatus;

@@ -31,6 +31,7 @@ struct VrfView {
   Kiv::Ptr<const Pim::Status> pimStatus;
   Kiv::Ptr<RouteLookup> routes;
   std::string networkNamespace;  ///< empty for the one in which the agent was started
+  std::string device;            ///< the vrf device; empty where the VRF is not one
   Kiv::Ptr<const Flume::MessageCounters> messages;
   const Drops *drops = nullptr;  ///< of all VRFs; null where nobody notes them
   const ConfigSm *configSm = nullptr;

@@ -32,6 +32,7 @@ constexpr std::array agent{
 constexpr std::array vrfs{
     vrf,
     Column{"namespace", "its network namespace; empty for the one in which the agent was started"},
+    Column{"device", "its VRF device; empty where the VRF is not one"},
     Column{"state", "unknown, known or running"},
     Column{"reason", "what it is waiting for"},
 };

@@ -18,7 +18,6 @@ constexpr size_t longestFile = 16 << 20;
 // The defaults that depend on other members.
 void compute(Configuration &configuration) {
   for (auto &[vrf, pim] : configuration.pim) {
-    if (vrf.text() != L3::defaultVrf && pim.networkNamespace.empty()) pim.networkNamespace = vrf.text();
     pim.neighborsMost = configuration.vrfConfig.try_emplace(vrf).first->second.limits.neighbors;
   }
   for (auto &[vrf, settings] : configuration.vrfConfig) {

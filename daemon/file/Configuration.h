@@ -14,7 +14,8 @@ namespace Routing::Pim::Bsr {
 
 /// One VRF and where PIM is on in it.
 struct PimVrf {
-  Pax::NamespaceName networkNamespace;  ///< empty for the one that the program starts in
+  Pax::NamespaceName networkNamespace;  ///< empty: not given (homesOf tells what that means)
+  std::string device;                   ///< the vrf device; empty: not given
   std::vector<Pax::IntfId> interfaces;
   bool speak = true;  ///< false: another PIM daemon on this router sends the Hellos
   uint32_t drPriority = 0;

@@ -37,8 +37,14 @@ template <class Members>
 void describe(Members &members, PimVrf &pim) {
   members.text(
       "namespace", pim.networkNamespace, namespaceNames(members.scope()),
-      "Its network namespace, by name under /run/netns or as a path; by default the name of the VRF. Not for the VRF "
-      "\"default\", which is the namespace that the program starts in.");
+      "Its network namespace, by name under /run/netns or as a path. Without namespace and device the VRF is the "
+      "namespace of its name or, where there is none, the VRF device of its name. Not for the VRF \"default\", which "
+      "is "
+      "the namespace that the program starts in, without the members of VRF devices.");
+  members.text(
+      "device", pim.device, deviceNames(members.scope()),
+      "Its VRF device, in the namespace if one is given, else in the one that the program starts in. Without it, a VRF "
+      "device of the VRF's name in its namespace is used if there is one.");
   members.list("interfaces", pim.interfaces, interfaceNames(members.scope()),
                "The interfaces on which PIM is enabled.");
   members.word("hello", pim.speak, Words<bool>{{"speak", true}, {"listen", false}},
@@ -153,7 +159,7 @@ void describe(Members &members, MetricsSettings &settings) {
 
 template <class Members>
 void describe(Members &members, Configuration &file) {
-  members.map("pim", file.pim, vrfNames(), "By name: the VRFs, each of them a network namespace.");
+  members.map("pim", file.pim, vrfNames(), "By name: the VRFs, each of them a network namespace or a VRF device.");
   members.map("vrfConfig", file.vrfConfig, vrfNamesPresent(members.scope()), "By VRF: its timers and candidates.");
   members.map("intfConfig", file.intfConfig, interfaceKeys(members.scope()),
               "By interface, NAME or VRF/NAME: its borders.");

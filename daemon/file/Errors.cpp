@@ -2,20 +2,34 @@
 
 #include "daemon/file/Entries.h"
 #include "daemon/file/FileOffers.h"
+#include "daemon/file/VrfHome.h"
 #include "platform/linux/Namespace.h"
 
 namespace Routing::Pim::Bsr {
 
 namespace {
 
-void findNamespacesTwice(const Configuration &configuration, Findings &findings) {
-  std::map<std::string, L3::VrfName> owners;
-  for (const auto &[vrf, pim] : configuration.pim) {
-    if (pim.networkNamespace.empty()) continue;
-    const auto [owner, isFirst] = owners.emplace(Linux::namespacePath(pim.networkNamespace.text()), vrf);
-    if (isFirst) continue;
+// A namespace without its vrf devices, or one of them: its path and the device, both empty for the VRF "default".
+using Domain = std::pair<std::string, std::string>;
+
+void findHomesTwice(const Configuration &configuration, Findings &findings) {
+  std::map<Domain, L3::VrfName> owners;
+  const auto claim = [&](const L3::VrfName &vrf, const VrfHome &home, const std::string &device) {
+    const std::string &name = home.networkNamespace;
+    const Domain domain{name.empty() ? "" : Linux::namespacePath(name), device};
+    const auto owner = owners.emplace(domain, vrf).first->second;
+    if (owner == vrf) return true;
+    const std::string belongs = " already belongs to VRF " + owner.text();
     findings.error(entryPath({"pim", vrf.text()}),
-                   "namespace " + pim.networkNamespace.text() + " already belongs to VRF " + owner->second.text());
+                   device.empty() ? "namespace " + name + belongs + "; name a device of it for one of them"
+                                  : "VRF device " + device + belongs);
+    return false;
+  };
+  for (const auto &[vrf, pim] : configuration.pim) {
+    for (const VrfHome &home : homesOf(vrf, pim)) {
+      if (!home.needsDevice && !claim(vrf, home, "")) break;
+      if (!home.device.empty() && !claim(vrf, home, home.device)) break;
+    }
   }
 }
 
@@ -58,7 +72,7 @@ class ZoneOwners {
 
 void findErrors(const Configuration &configuration, const Places &places, Findings &findings) {
   const bool resolve = findings.errors.empty();
-  findNamespacesTwice(configuration, findings);
+  findHomesTwice(configuration, findings);
   for (const auto &[vrf, settings] : configuration.vrfConfig) {
     for (const Source &source : sourcesOf(configuration, vrf)) {
       if (!source.isAcl() || configuration.acl.contains(source.acl)) continue;

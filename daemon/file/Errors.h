@@ -7,7 +7,7 @@
 
 namespace Routing::Pim::Bsr {
 
-/// Finds a namespace that two VRFs use, an ACL that is not defined, and a zone that two interfaces of a
+/// Finds a namespace or VRF device that two VRFs use, an ACL that is not defined, and a zone that two interfaces of a
 /// VRF offer. Zones that come from ACLs are checked only if there was no error before, since a rule that
 /// could not be read changes what its ACL permits.
 void findErrors(const Configuration &configuration, const Places &places, Findings &findings);

@@ -147,6 +147,15 @@ Form<Pax::NamespaceName> namespaceNames(const Scope &scope) {
   return {read, toText<Pax::NamespaceName>, whole(".{1,150}")};
 }
 
+Form<std::string> deviceNames(const Scope &scope) {
+  const auto read = [isDefault = scope.vrf == L3::defaultVrf](const std::string &name) {
+    if (isDefault) throw RangeError("the VRF default is what belongs to no VRF device, and takes no device");
+    checkInterface(name);
+    return name;
+  };
+  return {read, toText<std::string>, whole(interfacePattern)};
+}
+
 Form<Pax::IntfId> interfaceNames(const Scope &scope) {
   const auto read = [vrf = scope.vrf](const std::string &name) {
     checkInterface(name);

@@ -29,6 +29,8 @@ Form<L3::VrfName> vrfNames();
 /// Only those that `pim` names.
 Form<L3::VrfName> vrfNamesPresent(const Scope &scope);
 Form<Pax::NamespaceName> namespaceNames(const Scope &scope);
+/// Of a vrf device.
+Form<std::string> deviceNames(const Scope &scope);
 /// NAME, an interface of the VRF of the scope.
 Form<Pax::IntfId> interfaceNames(const Scope &scope);
 /// NAME or VRF/NAME. A bare name that `pim` lists in exactly one VRF is of that one, any other of the

@@ -5,7 +5,7 @@
 #include <chrono>
 #include <system_error>
 
-#include "platform/linux/NetlinkMonitor.h"
+#include "daemon/file/Entries.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -18,19 +18,11 @@ constexpr int asksPerTurn = 16;
 
 }  // namespace
 
-struct SystemInquiry::Asked {
-  Asked(Linux::EventLoop &loop, const std::string &vrf, const PimVrf &pim, Pax::AddressFamily family,
-        std::function<void()> complete)
-      : monitor(loop, Linux::Namespace(pim.networkNamespace.text()), interfaces, Kiv::make<Linux::LinkTable>(),
-                {vrf, family, std::move(complete)}) {}
-  const Kiv::Ptr<Ip::AllIntfStatusDir> interfaces = Kiv::make<Ip::AllIntfStatusDir>();
-  Linux::NetlinkMonitor monitor;
-};
-
-SystemInquiry::SystemInquiry(Linux::EventLoop &loop, const Configuration &configuration, Known known,
-                             std::function<void()> done)
-    : configuration_(configuration),
-      known_(std::move(known)),
+SystemInquiry::SystemInquiry(Linux::EventLoop &loop, Linux::NetlinkMonitors &monitors,
+                             const Configuration &configuration, std::function<void()> done)
+    : loop_(loop),
+      monitors_(monitors),
+      configuration_(configuration),
       done_(std::move(done)),
       next_(configuration.pim.begin()),
       deadline_(std::make_shared<asio::steady_timer>(loop.context(), patience)) {
@@ -38,52 +30,63 @@ SystemInquiry::SystemInquiry(Linux::EventLoop &loop, const Configuration &config
     if (error || weak.expired() || !done_) return;
     std::exchange(done_, nullptr)();
   });
-  askNext(loop);
+  askNext();
 }
 
-SystemInquiry::~SystemInquiry() = default;
-
 // A few in a turn: each enters a namespace.
-void SystemInquiry::askNext(Linux::EventLoop &loop) {
+void SystemInquiry::askNext() {
   for (int i = 0; i < asksPerTurn && next_ != configuration_.pim.end(); ++i, ++next_) {
-    if (!known_(next_->first, next_->second)) ask(loop, next_->first, next_->second);
+    for (const VrfHome &home : homesOf(next_->first, next_->second)) ask(home);
   }
-  asio::post(loop.context(), [this, &loop, weak = std::weak_ptr(deadline_)] {
+  asio::post(loop_.context(), [this, weak = std::weak_ptr(deadline_)] {
     if (weak.expired() || !done_) return;
-    loop.workBegins();
-    next_ != configuration_.pim.end() ? askNext(loop) : evaluate();
+    loop_.workBegins();
+    next_ != configuration_.pim.end() ? askNext() : evaluate();
   });
 }
 
-void SystemInquiry::ask(Linux::EventLoop &loop, const L3::VrfName &vrf, const PimVrf &pim) {
-  // The monitor is in the middle of its work when it says that it is complete.
-  const auto complete = [this, &loop, weak = std::weak_ptr(deadline_)] {
-    asio::post(loop.context(), [this, weak] {
-      if (!weak.expired()) evaluate();
-    });
-  };
+void SystemInquiry::ask(const VrfHome &home) {
+  const auto [entry, isNew] = asked_.try_emplace(home.networkNamespace);
+  if (!isNew || !namespaceExists(home)) return;
+  Asked &asked = entry->second;
   try {
-    asked_.emplace(vrf, std::make_unique<Asked>(loop, vrf.text(), pim, configuration_.family, complete));
+    asked.monitor = monitors_.monitor(home.networkNamespace);
+    asked.listening = asked.monitor->listen([this] { evaluate(); });
   } catch (const std::system_error &) {
-    return;  // it is waited for, or will be refused, when the agent runs
+    asked.refused = true;  // as the agent will be, when it runs
   }
 }
 
 void SystemInquiry::evaluate() {
-  const bool all =
-      std::all_of(asked_.begin(), asked_.end(), [](const auto &asked) { return asked.second->monitor.complete(); });
+  const bool all = std::all_of(asked_.begin(), asked_.end(), [](const auto &entry) {
+    return !entry.second.monitor || entry.second.monitor->complete();
+  });
   if (all && done_ && next_ == configuration_.pim.end()) std::exchange(done_, nullptr)();
 }
 
 void SystemInquiry::findWarnings(Findings &findings) const {
-  for (const auto &[vrf, pim] : configuration_.pim) {
-    if (const auto view = known_(vrf, pim)) {
-      findSystemWarnings(configuration_, vrf, *view, findings);
-    } else if (const auto asked = asked_.find(vrf); asked != asked_.end() && asked->second->monitor.complete()) {
-      const auto inVrfDevice = [&](const Pax::IntfId &intfId) { return asked->second->monitor.inVrfDevice(intfId); };
-      findSystemWarnings(configuration_, vrf, {asked->second->interfaces, inVrfDevice}, findings);
+  for (const auto &[vrf, pim] : configuration_.pim) findWarningsOf(vrf, pim, findings);
+}
+
+void SystemInquiry::findWarningsOf(const L3::VrfName &vrf, const PimVrf &pim, Findings &findings) const {
+  std::vector<FoundHome> found;
+  std::string absent;
+  for (const VrfHome &home : homesOf(vrf, pim)) {
+    const Asked &asked = asked_.at(home.networkNamespace);
+    if (asked.refused || (asked.monitor && !asked.monitor->complete())) return;
+    if (const auto here = findHome(home, asked.monitor)) {
+      found.push_back(*here);
+    } else {
+      absent += (absent.empty() ? "" : " or ") + awaitedIn(home, asked.monitor != nullptr);
     }
   }
+  const std::string path = entryPath({"pim", vrf.text()});
+  if (found.empty()) return findings.warning(path, absent + " is not there now; the VRF begins when it is");
+  if (found.size() > 1) {
+    findings.warning(path, "there are both a namespace and a VRF device " + vrf.text() +
+                               ", of which the namespace is used; give 'namespace' or 'device'");
+  }
+  findSystemWarnings(configuration_, vrf, SystemView(vrf, found.front()), findings);
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -5,6 +5,7 @@
 #include "daemon/file/Entries.h"
 #include "daemon/file/FileOffers.h"
 #include "daemon/file/SystemInquiry.h"
+#include "platform/linux/VrfLinks.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -31,20 +32,32 @@ void checkFilter(const Configuration &configuration, const L3::VrfName &vrf, con
   }
 }
 
+// Where an interface is that the VRF does not have.
+std::string whereabouts(const SystemView &view, const std::string &name) {
+  const Linux::LinkMessage *link = view.home.monitor->link(name);
+  if (!link) return "is not there now";
+  const std::string device = view.home.monitor->vrfDeviceOf(*link);
+  return "belongs to " + (device.empty() ? "no VRF device" : "VRF device " + device);
+}
+
 void checkInterfaces(const L3::VrfName &vrf, const PimVrf &pim, const SystemView &view, Findings &findings) {
+  const std::string device = view.home.deviceName();
   for (size_t i = 0; i < pim.interfaces.size(); ++i) {
-    const std::string path = entryPath({"pim", vrf.text(), "interfaces", std::to_string(i)});
     const std::string name(pim.interfaces[i].name());
-    if (!view.interfaces->intfStatus(pim.interfaces[i])) {
-      findings.warning(path, name + " is not there now; PIM begins on it when it is");
-    } else if (view.inVrfDevice(pim.interfaces[i])) {
-      findings.warning(path,
-                       name + " belongs to a VRF device, whose routes are ignored: a VRF is a network namespace here");
-    }
+    if (view.interfaces->intfStatus(pim.interfaces[i])) continue;
+    findings.warning(entryPath({"pim", vrf.text(), "interfaces", std::to_string(i)}),
+                     name + " " + whereabouts(view, name) + "; PIM begins on it when it is in " +
+                         (device.empty() ? "VRF " + vrf.text() : "VRF device " + device));
   }
 }
 
 }  // namespace
+
+SystemView::SystemView(const L3::VrfName &vrf, const FoundHome &found) : home(found) {
+  const auto all = Kiv::make<Ip::AllIntfStatusDir>();
+  const Linux::VrfLinks links(found.monitor, found.device, vrf.text(), all, Kiv::make<Linux::LinkTable>());
+  interfaces = all;
+}
 
 void findSystemWarnings(const Configuration &configuration, const L3::VrfName &vrf, const SystemView &view,
                         Findings &findings) {
@@ -54,8 +67,8 @@ void findSystemWarnings(const Configuration &configuration, const L3::VrfName &v
 
 void findSystemWarnings(const Configuration &configuration, Findings &findings) {
   Linux::EventLoop loop;
-  const SystemInquiry inquiry(
-      loop, configuration, [](const auto &, const auto &) { return std::nullopt; }, [&loop] { loop.stop(); });
+  Linux::NetlinkMonitors monitors(loop, configuration.family);
+  const SystemInquiry inquiry(loop, monitors, configuration, [&loop] { loop.stop(); });
   loop.run();
   inquiry.findWarnings(findings);
 }

@@ -1,21 +1,21 @@
 /// Doubtful settings that depend on the interfaces and addresses of this machine.
 #pragma once
 
-#include <functional>
-
 #include "daemon/file/ConfigFile.h"
+#include "daemon/file/VrfHome.h"
 #include "platform/ip/IntfStatus.h"
 
 namespace Routing::Pim::Bsr {
 
-/// The interfaces of one VRF, and which of them belong to a VRF device.
+/// What this machine has of one VRF, as its monitor knew it when this was made.
 struct SystemView {
+  SystemView(const L3::VrfName &vrf, const FoundHome &found);
+  FoundHome home;
   Kiv::Ptr<const Ip::AllIntfStatusDir> interfaces;
-  std::function<bool(const Pax::IntfId &intfId)> inVrfDevice;
 };
 
-/// Checks one VRF of a configuration without errors for a PIM interface that is not there or belongs to a VRF device,
-/// and for a filter that denies this router's own candidate RP.
+/// Checks one VRF of a configuration without errors for a PIM interface that is not there or belongs to another VRF
+/// device, and for a filter that denies this router's own candidate RP.
 void findSystemWarnings(const Configuration &configuration, const L3::VrfName &vrf, const SystemView &view,
                         Findings &findings);
 

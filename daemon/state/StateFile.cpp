@@ -31,7 +31,11 @@ constexpr uint64_t format = 1;  // of the file; counts on when what it has means
 
 }  // namespace
 
-using Copies = std::map<std::string, CopiedStatus>;  // by VRF
+struct CopiedVrf {
+  std::string networkNamespace, device;  // where it was learned
+  CopiedStatus status;
+};
+using Copies = std::map<std::string, CopiedVrf>;  // by name
 
 // The status of all VRFs, taken a slice at a time.
 class StateFile::Copy {
@@ -42,7 +46,12 @@ class StateFile::Copy {
   bool take(size_t most) {
     if (!vrf_ && !next()) return true;
     if (!vrf_->take(most)) return false;
-    copies_.emplace(vrfs_.back().text(), vrf_->copied());
+    CopiedVrf copy{"", "", vrf_->copied()};
+    if (const auto where = contents_.vrfs->vrfStatus(vrfs_.back())) {
+      copy.networkNamespace = where->namespaceName().text();
+      copy.device = where->device();
+    }
+    copies_.emplace(vrfs_.back().text(), std::move(copy));
     vrf_.reset();
     vrfs_.pop_back();
     return vrfs_.empty();
@@ -84,7 +93,10 @@ struct StateFile::Writing {
   void write() {
     try {
       auto &vrfs = json["vrfStatus"] = nlohmann::json::object();
-      for (const auto &[vrf, copy] : copies) vrfs[vrf] = copy.json();
+      for (const auto &[vrf, copy] : copies) {
+        vrfs[vrf] = copy.status.json();
+        vrfs[vrf].update({{"namespace", copy.networkNamespace}, {"device", copy.device}});
+      }
       copies.clear();
       const std::string text = json.dump(0, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
       json = nullptr;
@@ -162,7 +174,7 @@ void StateFile::handleChange() {
   saveTimer_.timeMinIs(std::max(clock_.now(), savedAt_ + saveInterval));
 }
 
-std::string StateFile::load() {
+std::string StateFile::load(const MayBeIn &mayBeIn) {
   std::error_code error;
   if (!fs::exists(fs::symlink_status(identity_.path, error))) {
     TRACELET(trace, 3, "There is no saved state in " << identity_.path);
@@ -176,8 +188,8 @@ std::string StateFile::load() {
     if (json.at("agent") != agentName(identity_.af)) throw Kiv::RangeError("another agent wrote it");
     if (identity_.boot.empty() || json.at("boot") != identity_.boot) throw Kiv::RangeError("it is from another boot");
     // Into a copy first: a file is taken whole or not at all.
-    read(json, {Kiv::make<StatusColl>(), Kiv::make<RpCandidateStatusColl>()});
-    read(json, contents_);
+    read(json, {Kiv::make<StatusColl>(), Kiv::make<RpCandidateStatusColl>()}, mayBeIn);
+    read(json, contents_, mayBeIn);
     TRACELET(trace, 3, "State read from " << identity_.path);
   } catch (const std::exception &error) {
     TRACELET(trace, 1, "The state in " << identity_.path << " is ignored: " << error.what());
@@ -186,8 +198,13 @@ std::string StateFile::load() {
   return {};
 }
 
-void StateFile::read(const nlohmann::json &json, const Contents &contents) const {
+void StateFile::read(const nlohmann::json &json, const Contents &contents, const MayBeIn &mayBeIn) const {
   for (const auto &[vrf, saved] : membersOf(json.at("vrfStatus"))) {
+    const bool isPlaced = saved.is_object() && saved.contains("namespace");  // since there are vrf devices
+    if (isPlaced && !mayBeIn(vrf, saved.at("namespace").get<std::string>(), saved.at("device").get<std::string>())) {
+      TRACELET(trace, 3, "What VRF " << vrf << " had learned was learned elsewhere, and is ignored");
+      continue;
+    }
     const auto published = Kiv::make<RpCandidateStatus>(vrf);
     readStatus(saved, {identity_.af, clock_.now()}, *contents.statusColl->vrfStatusIs(vrf), *published);
     contents.rpCandidateStatusColl->vrfStatusIs(vrf, published);

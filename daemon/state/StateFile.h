@@ -7,6 +7,7 @@
 #include <string>
 
 #include "model/Status.h"
+#include "platform/ip/VrfStatus.h"
 #include "platform/orb/Background.h"
 #include "platform/orb/TimerFor.h"
 #include "platform/pim/PimSystem.h"
@@ -17,7 +18,8 @@ namespace Routing::Pim::Bsr {
 /// Holds for each VRF the elected BSRs, the RPs learned and published, and the elections that this router won, in
 /// the form in which `show state` shows them; the rest of the status follows from the configuration. Times are those
 /// of the boot clock, so a file is good for one boot of the machine only, and for one network namespace: the
-/// interfaces of another one have other neighbors.
+/// interfaces of another one have other neighbors. For the same reason it names for each VRF the namespace and the vrf
+/// device in which that was learned.
 ///
 /// It is written, under another name first, on save() and after changes, at most every five seconds. What is watched
 /// are the messages and the coming and going of BSRs and zones; RPs that expire in between expire after a load, too.
@@ -35,7 +37,12 @@ class StateFile {
   struct Contents {
     Kiv::Ptr<StatusColl> statusColl;
     Kiv::Ptr<RpCandidateStatusColl> rpCandidateStatusColl;
+    Kiv::Ptr<const Ip::AllVrfStatusLocal> vrfs = Kiv::make<Ip::AllVrfStatusLocal>();  ///< where they are; only read
   };
+
+  /// Whether a VRF may be in the vrf device (empty: none) of the network namespace.
+  using MayBeIn =
+      std::function<bool(const L3::VrfName &vrf, const std::string &networkNamespace, const std::string &device)>;
 
   /// The background is its own, and outlives it.
   StateFile(Identity identity, const Contents &contents, const Orb::Clock &clock,
@@ -46,8 +53,9 @@ class StateFile {
   void watcherIs(std::function<void(const std::string &error)> watcher) { watcher_ = std::move(watcher); }
 
   /// Writes what the file has into the status, before an agent runs on it. A file of which any part is
-  /// not usable is ignored, with a trace. Returns why; nothing where it is used or there is none.
-  std::string load();
+  /// not usable is ignored, with a trace, and so is a VRF that was somewhere else. Returns why the file is; nothing
+  /// where it is used or there is none.
+  std::string load(const MayBeIn &mayBeIn);
   /// Writes the file if it would change, and returns when that is done. The first of several failures is traced.
   void save();
 
@@ -65,7 +73,7 @@ class StateFile {
   void handleSaveTime();
   void handleSliceTime();
   void handleWritten(const Writing &writing);
-  void read(const nlohmann::json &json, const Contents &contents) const;
+  void read(const nlohmann::json &json, const Contents &contents, const MayBeIn &mayBeIn) const;
   std::shared_ptr<Writing> writing(Copy &copy) const;
 
   const Identity identity_;

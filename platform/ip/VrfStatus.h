@@ -10,8 +10,10 @@ namespace Ip {
 /// One VRF of this router. It is in the collection as long as it is configured.
 class VrfStatusLocal : public Kiv::Entity {
 #define ATTRIBUTES(ATTRIBUTE)                                            \
-  /* empty for the default VRF */                                        \
+  /* empty for the one in which the agent was started */                 \
   ATTRIBUTE(value, Pax::NamespaceName, namespaceName, NamespaceName, {}) \
+  /* the vrf device; empty where the VRF is not one */                   \
+  ATTRIBUTE(value, std::string, device, Device, {})                      \
   /* and can be entered */                                               \
   ATTRIBUTE(value, bool, namespaceExists, NamespaceExists, false)
   KIV_ENTITY(VrfStatusLocal, ATTRIBUTES)
@@ -37,9 +39,9 @@ class AllIntfStatusDir : public Kiv::Entity {
 
 namespace KernelNetInfo {
 
-/// "kni/ns/NAMESPACE/status": the kernel's interfaces in one network namespace.
+/// "kni/ns/NAMESPACE/status": the kernel's interfaces in one network namespace, of each VRF there.
 class Status : public Kiv::Entity {
-  KIV_ENTITY_WITH(Status, pointer, Ip::AllIntfStatusDir, devices, Devices)
+  KIV_ENTITY_WITH(Status, values, L3::VrfName, Kiv::Ptr<Ip::AllIntfStatusDir>, devices, Devices)
 };
 
 }  // namespace KernelNetInfo

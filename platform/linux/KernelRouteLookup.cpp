@@ -20,9 +20,13 @@ constexpr timeval patience{0, 500000};
 
 }  // namespace
 
-KernelRouteLookup::KernelRouteLookup(const Namespace &where, const Kiv::Ptr<const LinkTable> &links,
+KernelRouteLookup::KernelRouteLookup(const Namespace &where, uint32_t vrfDevice, const Kiv::Ptr<const LinkTable> &links,
                                      const Kiv::Ptr<const Ip::AllIntfStatusDir> &interfaces)
-    : links_(links), interfaces_(interfaces), socket_(std::in_place, where, 0), buffer_(answerBuffer) {
+    : vrfDevice_(vrfDevice),
+      links_(links),
+      interfaces_(interfaces),
+      socket_(std::in_place, where, 0),
+      buffer_(answerBuffer) {
   setsockopt(socket_->descriptor(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
 }
 
@@ -82,6 +86,7 @@ const nlmsghdr *KernelRouteLookup::ask(const Pax::IpGenAddr &destination, uint32
   header->rtm_dst_len = Pax::addressBits(destination.af());
   header->rtm_flags = flags;
   mnl_attr_put(&request, RTA_DST, isV4 ? 4 : 16, destination.bytes().data());
+  if (vrfDevice_ != 0) mnl_attr_put_u32(&request, RTA_OIF, vrfDevice_);
   if (socket_->send(request)) return answer();
   TRACELET(trace, 1, "Cannot ask for a route to " << destination << ": " << lastError().message());
   return nullptr;

@@ -19,8 +19,8 @@ struct RouteMessage;
 /// as has any failure, which is traced. VrfPlatform makes it; whoever looks up routes may hold it longer.
 class KernelRouteLookup : public Routing::RouteLookup {
  public:
-  /// Throws std::system_error.
-  KernelRouteLookup(const Namespace &where, const Kiv::Ptr<const LinkTable> &links,
+  /// In the routes of the vrf device of this index; 0: in those of the namespace. Throws std::system_error.
+  KernelRouteLookup(const Namespace &where, uint32_t vrfDevice, const Kiv::Ptr<const LinkTable> &links,
                     const Kiv::Ptr<const Ip::AllIntfStatusDir> &interfaces);
 
   const Routing::RouteAnswer &lookup(const Pax::IpGenAddr &destination) override;
@@ -36,6 +36,7 @@ class KernelRouteLookup : public Routing::RouteLookup {
   Routing::RouteAnswer answerFrom(const RouteMessage &route, const Pax::IpGenAddr &destination) const;
   bool isInSubnet(const Pax::IntfId &intfId, const Pax::IpGenAddr &destination) const;
 
+  const uint32_t vrfDevice_;
   const Kiv::Ptr<const LinkTable> links_;
   const Kiv::Ptr<const Ip::AllIntfStatusDir> interfaces_;
   std::optional<NetlinkSocket> socket_;

@@ -12,13 +12,13 @@ namespace Linux {
 
 namespace {
 
-// The kind of the device that the link is enslaved to stands two levels down.
-bool masterIsVrf(const nlattr &linkInfo) {
-  bool isVrf = false;
+// The kind of the device, and that of the one to which it is enslaved, stand a level down.
+bool isVrf(const nlattr &linkInfo, uint16_t kind) {
+  bool found = false;
   forEachAttribute(content(linkInfo), [&](uint16_t type, const nlattr &attribute) {
-    if (type == IFLA_INFO_SLAVE_KIND) isVrf = text(attribute) == "vrf";
+    if (type == kind) found = text(attribute) == "vrf";
   });
-  return isVrf;
+  return found;
 }
 
 bool isUsable(Pax::AddressFamily family, uint32_t flags) {
@@ -38,11 +38,19 @@ std::optional<LinkMessage> LinkMessage::parse(const nlmsghdr &message) {
   link.index = static_cast<uint32_t>(header.ifi_index);
   link.adminUp = header.ifi_flags & IFF_UP;
   link.up = link.adminUp && (header.ifi_flags & IFF_RUNNING);
+  uint32_t master = 0;
+  bool masterIsVrf = false;
   forEachAttribute(attributesAfter<ifinfomsg>(message), [&](uint16_t type, const nlattr &attribute) {
     if (type == IFLA_IFNAME) link.name = text(attribute);
     if (type == IFLA_MTU) link.mtu = number(attribute);
-    if (type == IFLA_LINKINFO) link.inVrfDevice = masterIsVrf(attribute);
+    if (type == IFLA_MASTER) master = number(attribute);
+    if (type == IFLA_LINKINFO) {
+      link.isVrfDevice = isVrf(attribute, IFLA_INFO_KIND);
+      masterIsVrf = isVrf(attribute, IFLA_INFO_SLAVE_KIND);
+    }
   });
+  if (masterIsVrf) link.vrfDevice = master;
+  if (link.isVrfDevice) link.vrfDevice = link.index;
   if (link.name.empty()) return std::nullopt;
   return link;
 }

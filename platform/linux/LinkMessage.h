@@ -17,7 +17,9 @@ struct LinkMessage {
   bool adminUp = false;
   bool up = false;  ///< administratively and operationally
   uint32_t mtu = 0;
-  bool inVrfDevice = false;
+  bool isVrfDevice = false;
+  /// The index of the vrf device to which it belongs, as that does itself; 0 for an interface of none.
+  uint32_t vrfDevice = 0;
 
   /// Nothing for a message that is not about the link itself (a bridge announces its ports in the same way) or is
   /// truncated.

@@ -23,6 +23,8 @@ class Namespace {
   explicit Namespace(const std::string &name);
 
   const std::string &name() const { return name_; }
+  /// For traces: the name, or "own namespace".
+  std::string text() const { return name_.empty() ? "own namespace" : "namespace " + name_; }
   bool isOwn() const { return !descriptor_; }
 
   /// Calls `open` inside the namespace and returns what it returns; comes back in any case, also

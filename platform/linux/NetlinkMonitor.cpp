@@ -6,6 +6,7 @@
 #include <array>
 #include <cstring>
 
+#include "platform/linux/VrfLinks.h"
 #include "platform/tracelet/Tracelet.h"
 
 namespace Linux {
@@ -24,46 +25,84 @@ bool isV4(Pax::AddressFamily family) { return family == Pax::AddressFamily::ipv4
 
 }  // namespace
 
-NetlinkMonitor::NetlinkMonitor(EventLoop &loop, const Namespace &where,
-                               const Kiv::Ptr<Ip::AllIntfStatusDir> &interfaces, const Kiv::Ptr<LinkTable> &links,
-                               Parameters parameters)
-    : parameters_(std::move(parameters)),
-      interfaces_(interfaces),
-      links_(links),
-      socket_(where, SOCK_NONBLOCK),
+NetlinkMonitor::NetlinkMonitor(EventLoop &loop, const std::shared_ptr<const Namespace> &where,
+                               Pax::AddressFamily family)
+    : loop_(loop),
+      where_(where),
+      family_(family),
+      socket_(*where, SOCK_NONBLOCK),
       buffer_(readBuffer),
       watch_(std::in_place, loop, socket_.descriptor(), [this] { read(); }) {
   if (setsockopt(socket_.descriptor(), SOL_SOCKET, SO_RCVBUFFORCE, &receiveBuffer, sizeof receiveBuffer) != 0) {
     setsockopt(socket_.descriptor(), SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
   }
   socket_.groupIs(RTNLGRP_LINK);
-  socket_.groupIs(isV4(parameters_.family) ? RTNLGRP_IPV4_IFADDR : RTNLGRP_IPV6_IFADDR);
+  socket_.groupIs(isV4(family_) ? RTNLGRP_IPV4_IFADDR : RTNLGRP_IPV6_IFADDR);
   dumpAgain();
 }
 
-bool NetlinkMonitor::inVrfDevice(const Pax::IntfId &intfId) const {
-  const auto found = link_.find(links_->index(intfId));
-  return found != link_.end() && found->second.inVrfDevice;
+const LinkMessage *NetlinkMonitor::link(const std::string &name) const {
+  const auto found =
+      std::find_if(link_.begin(), link_.end(), [&](const auto &entry) { return entry.second.message.name == name; });
+  return found == link_.end() ? nullptr : &found->second.message;
 }
 
-void NetlinkMonitor::retractAll() {
-  watch_.reset();
-  while (!link_.empty()) linkDel(link_.begin()->first);
+uint32_t NetlinkMonitor::vrfDevice(const std::string &name) const {
+  const auto found = device_.find(name);
+  return found == device_.end() ? 0 : found->second;
+}
+
+std::string NetlinkMonitor::vrfDeviceOf(const LinkMessage &link) const {
+  const auto device = link_.find(link.vrfDevice);
+  return device == link_.end() ? "" : device->second.message.name;
+}
+
+NetlinkMonitor::Listening NetlinkMonitor::listen(Changed changed) {
+  const auto listening = std::make_shared<const Changed>(std::move(changed));
+  listening_.push_back(listening);
+  return listening;
+}
+
+template <class Tell>
+void NetlinkMonitor::tellVrfs(uint32_t device, const Tell &tell) const {
+  const auto [begin, end] = vrfs_.equal_range(device);
+  for (auto vrf = begin; vrf != end; ++vrf) tell(*vrf->second);
+}
+
+void NetlinkMonitor::vrfIs(uint32_t device, VrfLinks &vrf) {
+  vrfs_.emplace(device, &vrf);
+  for (const auto &[index, link] : link_) {
+    if (link.message.vrfDevice == device) vrf.linkIs(link.message, link.address);
+  }
+}
+
+void NetlinkMonitor::vrfDel(const VrfLinks &vrf) {
+  std::erase_if(vrfs_, [&](const auto &entry) { return entry.second == &vrf; });
 }
 
 void NetlinkMonitor::read() {
-  const std::weak_ptr<bool> alive = alive_;
+  const auto held = shared_from_this();  // a listener may let go of it
+  readAll();
+  if (std::exchange(changed_, false)) tellChanged();
+}
+
+void NetlinkMonitor::readAll() {
   for (int i = 0; i < readsPerTurn; ++i) {
     const ssize_t size = socket_.receive(buffer_);
     if (size < 0 && (errno == EAGAIN || errno == EINTR)) return;
     if (size < 0) {
-      TRACELET(trace, 1, parameters_.vrf << ": events were lost, asking for all again: " << std::strerror(errno));
+      TRACELET(trace, 1, where_->text() << ": events were lost, asking for all again: " << std::strerror(errno));
       return dumpAgain();
     }
-    NetlinkSocket::forEach({buffer_.data(), static_cast<size_t>(size)}, [&](const nlmsghdr &message) {
-      if (!alive.expired()) messageIs(message);
-    });
-    if (alive.expired() || !watch_) return;
+    NetlinkSocket::forEach({buffer_.data(), static_cast<size_t>(size)},
+                           [this](const nlmsghdr &message) { messageIs(message); });
+  }
+}
+
+void NetlinkMonitor::tellChanged() {
+  std::erase_if(listening_, [](const auto &listening) { return listening.expired(); });
+  for (const auto &listening : std::vector(listening_)) {
+    if (const auto changed = listening.lock()) (*changed)();
   }
 }
 
@@ -87,7 +126,7 @@ void NetlinkMonitor::messageIs(const nlmsghdr &message) {
       if (ofDump) dumpDone();
       break;
     case NLMSG_ERROR:
-      TRACELET(trace, 1, parameters_.vrf << ": the kernel refuses a dump");
+      TRACELET(trace, 1, where_->text() << ": the kernel refuses a dump");
       if (ofDump) dump_ = Dump::none;
       break;
     default: break;
@@ -119,10 +158,10 @@ void NetlinkMonitor::dumpIs(Dump dump) {
     mnl_nlmsg_put_extra_header(&request, sizeof(ifinfomsg));
   } else {
     auto *header = static_cast<ifaddrmsg *>(mnl_nlmsg_put_extra_header(&request, sizeof(ifaddrmsg)));
-    header->ifa_family = isV4(parameters_.family) ? AF_INET : AF_INET6;
+    header->ifa_family = isV4(family_) ? AF_INET : AF_INET6;
   }
   if (!socket_.send(request)) {
-    TRACELET(trace, 1, parameters_.vrf << ": cannot ask for a dump: " << std::strerror(errno));
+    TRACELET(trace, 1, where_->text() << ": cannot ask for a dump: " << std::strerror(errno));
   }
 }
 
@@ -132,8 +171,8 @@ void NetlinkMonitor::dumpDone() {
   if (dumpAgain_) return dumpAgain();
   removeUnseen();
   if (std::exchange(complete_, true)) return;
-  TRACELET(trace, 4, parameters_.vrf << ": all of " << link_.size() << " interfaces known");
-  if (const auto complete = parameters_.complete) complete();
+  TRACELET(trace, 4, where_->text() << ": all of " << link_.size() << " links known");
+  changed_ = true;
 }
 
 void NetlinkMonitor::removeUnseen() {
@@ -150,59 +189,37 @@ void NetlinkMonitor::removeUnseen() {
 }
 
 void NetlinkMonitor::linkIs(const LinkMessage &message) {
-  Link &link = linkNamed(message.index, Pax::IntfId(parameters_.vrf, message.name));
+  Link &link = link_[message.index];
+  const LinkMessage before = std::exchange(link.message, message);
   link.seen = true;
-  link.inVrfDevice = message.inVrfDevice;
-  const Kiv::Ptr<Ip::IntfStatus> status = link.status;
-  status->mtuIs(message.mtu);
-  // PIM first: what a candidate sends when its address goes must not go out of an interface that is down.
-  status->upIs(message.up);
-  status->adminUpIs(message.adminUp);
-  Ip::chooseAddresses(*status, parameters_.family);
+  if (before.isVrfDevice && before.name != message.name) deviceDel(before);
+  if (message.isVrfDevice) changed_ |= std::exchange(device_[message.name], message.index) != message.index;
+  if (before.index != 0 && before.vrfDevice != message.vrfDevice) {
+    tellVrfs(before.vrfDevice, [&](VrfLinks &vrf) { vrf.linkDel(message.index); });
+  }
+  tellVrfs(message.vrfDevice, [&](VrfLinks &vrf) { vrf.linkIs(message, link.address); });
 }
 
 void NetlinkMonitor::linkDel(uint32_t index) {
   const auto found = link_.find(index);
   if (found == link_.end()) return;
-  retract(found->second);
-  link_.erase(index);
-  links_->linkDel(index);
+  const LinkMessage before = found->second.message;
+  link_.erase(found);
+  if (before.isVrfDevice) deviceDel(before);
+  tellVrfs(before.vrfDevice, [&](VrfLinks &vrf) { vrf.linkDel(index); });
 }
 
-NetlinkMonitor::Link &NetlinkMonitor::linkNamed(uint32_t index, const Pax::IntfId &intfId) {
-  // The interface that had the name is gone or renamed; its own message will say which.
-  if (const uint32_t other = links_->index(intfId); other != 0 && other != index) linkDel(other);
-
-  std::vector<AddressEntry> address;
-  if (const auto found = link_.find(index); found != link_.end()) {
-    if (found->second.intfId == intfId) return found->second;
-    TRACELET(trace, 4, found->second.intfId << " is now " << intfId);
-    address = found->second.address;  // the kernel does not report them again
-    linkDel(index);
-  }
-  TRACELET(trace, 5, intfId << " has index " << index);
-  links_->linkIs(index, intfId);
-  Link &link = link_[index];
-  link.intfId = intfId;
-  link.status = interfaces_->intfStatusIs(intfId);
-  link.address = std::move(address);
-  for (const AddressEntry &entry : std::vector(link.address)) publish(link, entry.message.address);
-  return link;
-}
-
-void NetlinkMonitor::retract(Link &link) {
-  const Kiv::Ptr<Ip::IntfStatus> status = link.status;
-  status->addressDelAll();
-  Ip::chooseAddresses(*status, parameters_.family);
-  status->upIs(false);
-  status->adminUpIs(false);
-  TRACELET(trace, 5, link.intfId << " is gone");
-  interfaces_->intfStatusDel(link.intfId);
+// Another one may have its name by now.
+void NetlinkMonitor::deviceDel(const LinkMessage &device) {
+  const auto found = device_.find(device.name);
+  if (found == device_.end() || found->second != device.index) return;
+  device_.erase(found);
+  changed_ = true;
 }
 
 void NetlinkMonitor::addressIs(const AddressMessage &message) {
   const auto found = link_.find(message.index);
-  if (found == link_.end() || message.address.af() != parameters_.family) return;
+  if (found == link_.end() || message.address.af() != family_) return;
   Link &link = found->second;
   const auto entry = std::find_if(link.address.begin(), link.address.end(),
                                   [&](const AddressEntry &present) { return present.message.isSameEntry(message); });
@@ -211,7 +228,7 @@ void NetlinkMonitor::addressIs(const AddressMessage &message) {
   } else {
     *entry = {message, true};
   }
-  publish(link, message.address);
+  tellVrfs(link.message.vrfDevice, [&](VrfLinks &vrf) { vrf.addressIs(message.index, message.address, link.address); });
 }
 
 void NetlinkMonitor::addressDel(const AddressMessage &message) {
@@ -219,22 +236,7 @@ void NetlinkMonitor::addressDel(const AddressMessage &message) {
   if (found == link_.end()) return;
   Link &link = found->second;
   std::erase_if(link.address, [&](const AddressEntry &present) { return present.message.isSameEntry(message); });
-  publish(link, message.address);
-}
-
-// The kernel may hold an address twice, with two prefix lengths.
-void NetlinkMonitor::publish(Link &link, const Pax::IpGenAddr &address) const {
-  const Kiv::Ptr<Ip::IntfStatus> status = link.status;
-  const auto entry = std::find_if(link.address.begin(), link.address.end(),
-                                  [&](const AddressEntry &present) { return present.message.address == address; });
-  if (entry == link.address.end()) {
-    TRACELET(trace, 5, link.intfId << " loses " << address);
-    status->addressDel(address);
-  } else {
-    TRACELET(trace, 5, link.intfId << " has " << address);
-    status->addressIs(address, entry->message.info);
-  }
-  Ip::chooseAddresses(*status, parameters_.family);
+  tellVrfs(link.message.vrfDevice, [&](VrfLinks &vrf) { vrf.addressIs(message.index, message.address, link.address); });
 }
 
 }  // namespace Linux

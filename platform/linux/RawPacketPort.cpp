@@ -22,12 +22,13 @@ class RawPacketPort::StatusReactor : public Kiv::ReactorOf<Routing::Pim::Status,
   void onPimIntf(const Pax::IntfId &intfId) override { owner_.pimIntfChanged(intfId); }
 };
 
-RawPacketPort::RawPacketPort(EventLoop &loop, const std::shared_ptr<const Namespace> &where, Pax::AddressFamily family,
-                             const Kiv::Ptr<const Routing::Pim::Status> &status,
+RawPacketPort::RawPacketPort(EventLoop &loop, const std::shared_ptr<const Namespace> &where, uint32_t vrfDevice,
+                             Pax::AddressFamily family, const Kiv::Ptr<const Routing::Pim::Status> &status,
                              const Kiv::Ptr<Routing::RouteLookup> &routes, const Kiv::Ptr<const LinkTable> &links)
     : PacketPort(family, status, routes),
       loop_(loop),
       where_(where),
+      vrfDevice_(vrfDevice),
       status_(status),
       links_(links),
       buffer_(defaultMaxPacket) {
@@ -56,7 +57,7 @@ void RawPacketPort::close() {
 }
 
 RawPacketPort::Open &RawPacketPort::openSocket() {
-  Open &open = *sockets_.emplace_back(std::make_unique<Open>(RawSocket(*where_, af())));
+  Open &open = *sockets_.emplace_back(std::make_unique<Open>(RawSocket(*where_, af(), vrfDevice_)));
   if (receiveBuffer_ != 0) open.socket.receiveBufferIs(receiveBuffer_);
   if (transparent_) open.socket.transparentIs(true);
   open.watch.emplace(loop_, open.socket.descriptor(), [this, &open] { read(open); });

@@ -19,10 +19,11 @@ namespace Linux {
 /// packet is handed up once. VrfPlatform makes it; the agent may hold it longer, when it is closed and sends nothing.
 class RawPacketPort : public Routing::Pim::IO::PacketPort {
  public:
-  /// Opens the first socket in `where`; throws std::system_error.
-  RawPacketPort(EventLoop &loop, const std::shared_ptr<const Namespace> &where, Pax::AddressFamily family,
-                const Kiv::Ptr<const Routing::Pim::Status> &status, const Kiv::Ptr<Routing::RouteLookup> &routes,
-                const Kiv::Ptr<const LinkTable> &links);
+  /// Opens the first socket in `where`, bound to the vrf device of this index unless it is 0. Throws
+  /// std::system_error.
+  RawPacketPort(EventLoop &loop, const std::shared_ptr<const Namespace> &where, uint32_t vrfDevice,
+                Pax::AddressFamily family, const Kiv::Ptr<const Routing::Pim::Status> &status,
+                const Kiv::Ptr<Routing::RouteLookup> &routes, const Kiv::Ptr<const LinkTable> &links);
   ~RawPacketPort() override;
 
   void receiveBufferIs(uint32_t bytes) override;
@@ -61,6 +62,7 @@ class RawPacketPort : public Routing::Pim::IO::PacketPort {
 
   EventLoop &loop_;
   std::shared_ptr<const Namespace> where_;
+  const uint32_t vrfDevice_;
   const Kiv::Ptr<const Routing::Pim::Status> status_;
   const Kiv::Ptr<const LinkTable> links_;
   std::vector<std::unique_ptr<Open>> sockets_;

@@ -64,11 +64,14 @@ size_t headerLength(std::span<const uint8_t> packet) { return packet.empty() ? 0
 
 }  // namespace
 
-RawSocket::RawSocket(const Namespace &where, Pax::AddressFamily family)
+RawSocket::RawSocket(const Namespace &where, Pax::AddressFamily family, uint32_t vrfDevice)
     : isV4_(family == Pax::AddressFamily::ipv4), level_(isV4_ ? IPPROTO_IP : IPPROTO_IPV6) {
   descriptor_ = Descriptor(where.inside(
       [&] { return socket(isV4_ ? AF_INET : AF_INET6, SOCK_RAW | SOCK_NONBLOCK | SOCK_CLOEXEC, protocolPim); }));
   if (!descriptor_) throw systemError("raw socket");
+  if (vrfDevice != 0 && !option(SOL_SOCKET, SO_BINDTOIFINDEX, static_cast<int>(vrfDevice))) {
+    throw systemError("binding to a vrf device");
+  }
   if (!option(SOL_SOCKET, SO_RXQ_OVFL, 1)) TRACELET(trace, 1, "What the kernel drops is not counted");
   if (isV4_) {
     require(IP_PKTINFO, 1, "IP_PKTINFO");

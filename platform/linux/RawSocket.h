@@ -33,8 +33,9 @@ class RawSocket {
   };
   enum class Received { packet, ignored, nothing };
 
-  /// Throws std::system_error.
-  RawSocket(const Namespace &where, Pax::AddressFamily family);
+  /// With the index of a vrf device, it is bound to that: it receives what arrives on the members and looks up routes
+  /// in the device's table. Throws std::system_error.
+  RawSocket(const Namespace &where, Pax::AddressFamily family, uint32_t vrfDevice = 0);
 
   int descriptor() const { return descriptor_.number(); }
 

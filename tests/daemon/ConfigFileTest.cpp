@@ -81,13 +81,33 @@ TEST(ConfigFile, AFaultIsNamedWithItsLineAndColumn) {
   EXPECT_EQ(toText("F", {"/pim", "is bad", "3:5"}), "F:/pim: is bad (line 3, column 5)");
 }
 
+TEST(ConfigFile, ANamespaceWithoutItsDevicesAndEachVrfDeviceBelongToOneVrf) {
+  struct Case {
+    const char *pim;
+    const char *error;  ///< how it begins; null: good
+  };
+  const Case cases[] = {
+      {R"({"default": {}, "a": {"device": "a"}, "b": {}, "c": {"namespace": "c"}})", nullptr},
+      {R"({"a": {"namespace": "x"}, "b": {"namespace": "x", "device": "d"}, "d": {}})", nullptr},
+      {R"({"a": {"namespace": "x"}, "b": {"namespace": "/run/netns/x"}})", "F:/pim/b: namespace /run/netns/x already"},
+      {R"({"a": {"namespace": "x"}, "b": {"namespace": "x", "device": "a"}})", "F:/pim/b: VRF device a already"},
+      {R"({"a": {"device": "d"}, "b": {"device": "d"}})", "F:/pim/b: VRF device d already"},
+      {R"({"d": {}, "e": {"device": "d"}})", "F:/pim/e: VRF device d already"},
+  };
+  for (const auto &[pim, error] : cases) {
+    const auto errors = texts(configurationFromText(R"({"pim": )" + std::string(pim) + "}", ipv4).findings.errors);
+    ASSERT_EQ(errors.size(), error ? 1u : 0u) << pim;
+    if (error) EXPECT_TRUE(errors.front().starts_with(error)) << pim << ": " << errors.front();
+  }
+}
+
 TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
   const std::string name101(101, 'v');
   const std::string name151(151, 'n');
   const std::string bad = R"({
     "pin": {},
     "pim": {
-      "default": {"namespace": "x", "interface": [], "hello": "shout", "hello": "speak", "drPriority": 4294967296,
+      "default": {"namespace": "x", "device": "x", "interface": [], "hello": "shout", "hello": "speak", "drPriority": 4294967296,
                   "interfaces": ["eth0", 3, "eth0", "a/b", "sixteen-byte-16x", ""]},
       "a b": {}, "blue": {"interfaces": ["eth0", "eth1"]}, "lime": {"interfaces": "eth0"}, ")" +
                           name101 + R"(": {},
@@ -118,6 +138,7 @@ TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
   EXPECT_EQ(errors.str(), R"(/pim/default/hello: is given twice
 /pim/a b: "a b" is not a VRF name (not empty, '.' or '..', without blanks or '/')
 /pim/default/namespace: the VRF default is the namespace that the program starts in, and takes no name
+/pim/default/device: the VRF default is what belongs to no VRF device, and takes no device
 /pim/default/interfaces/1: must be a string, not 3
 /pim/default/interfaces/2: "eth0" is listed twice
 /pim/default/interfaces/3: "a/b" is not an interface name (1 to 15 bytes without blanks, '/' or ':')
@@ -125,7 +146,7 @@ TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
 /pim/default/interfaces/5: "" is not an interface name (1 to 15 bytes without blanks, '/' or ':')
 /pim/default/hello: must be speak or listen, not "shout"
 /pim/default/drPriority: must be an integer from 0 to 4294967295, not 4294967296
-/pim/default/interface: unknown name; known here: namespace, interfaces, hello, drPriority
+/pim/default/interface: unknown name; known here: namespace, device, interfaces, hello, drPriority
 /pim/lime/interfaces: must be a list, not "eth0"
 /pim/violet/namespace: NamespaceName::bytes > 150 not allowed
 /pim/)" + name101 + R"(: VrfName::bytes > VrfName::maxLength not allowed
@@ -170,7 +191,7 @@ TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
 /metrics/listen: "eth0:9716" is not ADDRESS:PORT (as 127.0.0.1:9716 or [::1]:9716) or PORT
 /metrics/port: unknown name; known here: listen
 /pin: unknown name; known here: pim, vrfConfig, intfConfig, acl, logLevel, metrics
-/pim/tan: namespace red already belongs to VRF red
+/pim/tan: namespace red already belongs to VRF red; name a device of it for one of them
 /vrfConfig/blue/bsrCandidateConfig/lo/acl/A: ACL A is not defined
 /vrfConfig/blue/rpCandidateConfig/lo/acl/B: ACL B is not defined
 /vrfConfig/blue/crpFilterAcl/0: ACL C is not defined
@@ -282,7 +303,7 @@ TEST(ConfigFile, AGoodFileIsReadWithItsDefaults) {
     // interfaces of the same name, and one that has its border by its bare name
     { "pim": { "default": { "interfaces": ["eth0"] },
                "blue": { "interfaces": ["eth0", "eth7"], "hello": "listen", "drPriority": 5 },
-               "red": { "namespace": "ns-red" } },
+               "red": { "namespace": "ns-red", "device": "vrf-red" } },
       "vrfConfig": { "blue": { "bsrCandidateConfig": { "lo": { "group": { "ff0e::/16": { "interval": 20 } },
                                                                "acl": { "A": { "priority": 0 } } } },
                                "rpCandidateConfig": { "lo": { "groupRange": { "FF3E:0::/32": {} }, "mode": "bidir" } } },
@@ -294,9 +315,9 @@ TEST(ConfigFile, AGoodFileIsReadWithItsDefaults) {
                                             ipv6);
   EXPECT_EQ(texts(loaded.findings.errors), std::vector<std::string>());
   EXPECT_EQ(configurationJson(loaded.configuration), nlohmann::ordered_json::parse(R"(
-    { "pim": { "blue": { "namespace": "blue", "interfaces": ["eth0", "eth7"], "hello": "listen", "drPriority": 5 },
+    { "pim": { "blue": { "interfaces": ["eth0", "eth7"], "hello": "listen", "drPriority": 5 },
                "default": { "interfaces": ["eth0"], "hello": "speak", "drPriority": 0 },
-               "red": { "namespace": "ns-red", "interfaces": [], "hello": "speak", "drPriority": 0 } },
+               "red": { "namespace": "ns-red", "device": "vrf-red", "interfaces": [], "hello": "speak", "drPriority": 0 } },
       "vrfConfig": {
         "blue": { "holdTime": 130, "szTimeout": 1300, "mixedFragments": "drop",
                   "limits": { "rps": 20000, "zones": 1000, "ranges": 4096, "collectedRps": 10000,

@@ -98,6 +98,12 @@ TEST_F(DaemonTest, AReloadAppliesTheDifferenceAndABadFileChangesNothing) {
   EXPECT_EQ(config->holdTime(), 60u);
   EXPECT_EQ(daemon->configuration().pim.at("no-such-ns-a").interfaces.size(), 1u);
 
+  write(R"({"pim": {"no-such-ns-a": {"device": "no-such-dev"}, "no-such-ns-c": {}},
+            "vrfConfig": {"no-such-ns-a": {"holdTime": 60}}})");
+  EXPECT_EQ(ask({"reload", "", "", ""}), Rows::array());
+  EXPECT_EQ(daemon->configColl().vrfConfig("no-such-ns-a")->holdTime(), 60u);
+  EXPECT_NE(daemon->configColl().vrfConfig("no-such-ns-a"), config) << "elsewhere, nothing of it stays";
+
   write(R"({"pim": {"no-such-ns-d": {"hello": 1}}, "vrfConfig": {}})");
   for (const char *verb : {"check", "reload"}) {
     EXPECT_EQ(ask({verb, "", "", ""}),
@@ -213,7 +219,7 @@ TEST_F(DaemonTest, ASecondAgentOfOneStateFileOrSocketIsRefused) {
 }
 
 TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
-  write(R"({"pim": {"no-such-ns-a": {}, "no-such-ns-b": {}}})");
+  write(R"({"pim": {"no-such-ns-a": {"namespace": "no-such-ns-a"}, "no-such-ns-b": {"namespace": "no-such-ns-b"}}})");
   start();
   const std::string good = replyTo(R"({"verb": "show", "noun": "agent"})");
   write("{");
@@ -225,7 +231,7 @@ TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
   };
   const Case cases[] = {
       {{"show", "vrf", "no-such-ns-b", ""},
-       R"([{"vrf":"no-such-ns-b","namespace":"no-such-ns-b","state":"known","reason":"namespace no-such-ns-b"}])"},
+       R"([{"vrf":"no-such-ns-b","namespace":"no-such-ns-b","device":"","state":"known","reason":"namespace no-such-ns-b"}])"},
       {{"show", "vrf", "red", ""}, "\"there is no VRF 'red'\""},
       {{"show", "bsr", "red", ""}, "\"there is no VRF 'red'\""},
       {{"show", "weather", "", ""}, "\"there is no noun 'weather'\""},
@@ -254,7 +260,7 @@ TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
       {{"show", "state", "", state + "s"}, "\"there is no state under 'routing/pim/bsr/configs'\""},
       {{"redundancy", "", "", "standby"}, R"([{"redundancy":"standby"}])"},
       {{"show", "vrf", "no-such-ns-a", ""},
-       R"([{"vrf":"no-such-ns-a","namespace":"no-such-ns-a","state":"unknown","reason":"namespace)"},
+       R"([{"vrf":"no-such-ns-a","namespace":"no-such-ns-a","device":"","state":"unknown","reason":"namespace)"},
       {{"redundancy", "", "", "sleeping"}, "\"'redundancy' needs 'active|standby'\""},
       {{"show", "state", "", "redundancy/status"}, R"([{"mode":"standby","protocol":"hotStandby"}])"},
       {{"redundancy", "", "", "active"}, R"([{"redundancy":"active"}])"},

@@ -51,9 +51,12 @@ class StateFileTest : public ::testing::TestWithParam<Addresses> {
     text << std::ifstream(path).rdbuf();
     return text.str();
   }
+  static bool mayBeIn(const L3::VrfName &, const std::string &networkNamespace, const std::string &device) {
+    return networkNamespace.empty() && (device.empty() || device == "blue");
+  }
   StateFile::Contents loaded(const std::string &boot = "this boot") {
     const StateFile::Contents result{Kiv::make<StatusColl>(), Kiv::make<RpCandidateStatusColl>()};
-    StateFile({path, vrf.a.af, boot}, result, vrf.time, wheel, background).load();
+    StateFile({path, vrf.a.af, boot}, result, vrf.time, wheel, background).load(mayBeIn);
     return result;
   }
   static nlohmann::json savedOf(const StateFile::Contents &contents) {
@@ -83,7 +86,8 @@ class StateFileTest : public ::testing::TestWithParam<Addresses> {
   ::Test::TestVrf vrf{GetParam()};
   const Pax::IpGenPrefix scope = vrf.a.scope(1);
   const Kiv::Ptr<Orb::TimerWheel> wheel = Kiv::make<Orb::TimerWheel>(vrf.time, vrf.time);
-  const StateFile::Contents contents{Kiv::make<StatusColl>(), Kiv::make<RpCandidateStatusColl>()};
+  const Kiv::Ptr<Ip::AllVrfStatusLocal> vrfs = Kiv::make<Ip::AllVrfStatusLocal>();
+  const StateFile::Contents contents{Kiv::make<StatusColl>(), Kiv::make<RpCandidateStatusColl>(), vrfs};
   Background background;
   StateFile file{{path, vrf.a.af, "this boot"}, contents, vrf.time, wheel, background};
 };
@@ -146,6 +150,15 @@ TEST_P(StateFileTest, AFileThatDoesNotFitIsIgnoredAsAWhole) {
     EXPECT_EQ(sink.count("is ignored"), 1u);
   }
   EXPECT_TRUE(loaded("").statusColl->vrfStatus().empty());
+}
+
+TEST_P(StateFileTest, WhatAVrfLearnedElsewhereIsIgnored) {
+  const auto where = vrfs->vrfStatusIs("default");
+  for (const char *device : {"blue", "red"}) {
+    where->deviceIs(device);
+    file.save();
+    EXPECT_EQ(loaded().statusColl->vrfStatus().size(), device == std::string("blue") ? 1u : 0u);
+  }
 }
 
 TEST_P(StateFileTest, ItIsWrittenAfterChangesAndNotAtRest) {

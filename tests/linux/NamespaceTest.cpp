@@ -1,7 +1,6 @@
 #include "platform/linux/NamespaceWatcher.h"
-#include "platform/linux/VrfPlatform.h"
+#include "platform/linux/NetlinkMonitors.h"
 #include "tests/linux/Netns.h"
-#include "tests/linux/Router.h"
 
 namespace {
 
@@ -45,48 +44,14 @@ TEST_F(NamespaceTest, APathIsWaitedForEvenBeforeItsDirectoryExists) {
   EXPECT_TRUE(waitFor([&] { return log == "+-"; }));
 }
 
-TEST_F(NamespaceTest, AVrfWhoseNamespaceIsDeletedClosesEverythingThere) {
-  netns("a");
-  netns("b");
-  link("a", "a0", "b", "b0");
-  ip("a", "addr add 10.1.0.1/24 dev a0");
-  Linux::NamespaceWatcher watcher(loop);
-  Orb::Random random(1);
-  std::unique_ptr<Linux::VrfPlatform> vrf;
-  bool vanished = false;
-  Linux::VrfPlatform::Parameters parameters;
-  parameters.vrf = "blue";
-  parameters.networkNamespace = nameOf("a");
-  parameters.vanished = [&] {
-    EXPECT_TRUE(vrf->interfaces()->intfStatus().empty());
-    EXPECT_TRUE(vrf->pimStatus()->pimIntf().empty());
-    EXPECT_FALSE(vrf->port()->send(Pax::IntfId("blue", "a0"), Routing::Pim::Packet::HelloMessage()));
-    vrf.reset();
-    vanished = true;
-  };
-  vrf = std::make_unique<Linux::VrfPlatform>(loop, watcher, random, parameters);
-  vrf->hello()->intfIs(Pax::IntfId("blue", "a0"));
-  ASSERT_TRUE(waitFor([&] { return vrf->complete() && vrf->pimStatus()->pimIntf().size() == 1; }));
-
-  ::Test::Router b(loop, nameOf("b"), AddressFamily::ipv4);
-  ASSERT_TRUE(waitFor([&] { return b.intf("b0") != nullptr; }));
-  netnsDel("a");
-  EXPECT_TRUE(waitFor([&] { return vanished; }));
-  // The other end of the link goes only when the kernel frees the namespace: nothing holds it any more.
-  EXPECT_TRUE(waitFor([&] { return !b.intf("b0"); }));
-}
-
 TEST_F(NamespaceTest, AtRestNothingTurns) {
   netns("a");
   ip("a", "link add a0 type veth peer name a1");
   Linux::NamespaceWatcher watcher(loop);
-  Orb::Random random(1);
-  Linux::VrfPlatform::Parameters parameters;
-  parameters.networkNamespace = nameOf("a");
-  const Linux::VrfPlatform vrf(loop, watcher, random, parameters);
+  const auto monitor = Linux::NetlinkMonitors(loop, AddressFamily::ipv4).monitor(nameOf("a"));
   // The deadline is one turn. Namespaces that others make at the same time wake the watch for them too, but not
   // for ever; a loop that spins turns at each look.
-  EXPECT_TRUE(waitFor([&] { return vrf.complete() && settle() <= 1; }));
+  EXPECT_TRUE(waitFor([&] { return monitor->complete() && settle() <= 1; }));
 }
 
 }  // namespace

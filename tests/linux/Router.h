@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "platform/linux/KernelRouteLookup.h"
-#include "platform/linux/NetlinkMonitor.h"
 #include "platform/linux/RawPacketPort.h"
+#include "platform/linux/VrfLinks.h"
 
 namespace Test {
 
@@ -14,9 +14,11 @@ class Router {
  public:
   Router(Linux::EventLoop &loop, const std::string &netns, Pax::AddressFamily family)
       : where(std::make_shared<const Linux::Namespace>(netns)),
-        routes(Kiv::make<Linux::KernelRouteLookup>(*where, links, interfaces)),
-        port(Kiv::make<Linux::RawPacketPort>(loop, where, family, status, routes, links)),
-        monitor(loop, *where, interfaces, links, {netns, family, [this] { ++completed; }}) {
+        routes(Kiv::make<Linux::KernelRouteLookup>(*where, 0, links, interfaces)),
+        port(Kiv::make<Linux::RawPacketPort>(loop, where, 0, family, status, routes, links)),
+        monitor(std::make_shared<Linux::NetlinkMonitor>(loop, where, family)),
+        listening(monitor->listen([this] { ++completed; })),
+        vrfLinks(monitor, 0, netns, interfaces, links) {
     port->consumerIs(Routing::Pim::Packet::MessageType::hello, &arrived);
     port->consumerIs(Routing::Pim::Packet::MessageType::bootstrap, &arrived);
     port->consumerIs(Routing::Pim::Packet::MessageType::crpAdv, &arrived);
@@ -49,7 +51,9 @@ class Router {
   const Kiv::Ptr<Linux::LinkTable> links = Kiv::make<Linux::LinkTable>();
   const Kiv::Ptr<Linux::KernelRouteLookup> routes;
   const Kiv::Ptr<Linux::RawPacketPort> port;
-  Linux::NetlinkMonitor monitor;
+  const std::shared_ptr<Linux::NetlinkMonitor> monitor;
+  const Linux::NetlinkMonitor::Listening listening;
+  const Linux::VrfLinks vrfLinks;
 };
 
 }  // namespace Test
