@@ -10,6 +10,7 @@
 #include "daemon/control/Defaults.h"
 #include "daemon/file/Schema.h"
 #include "daemon/file/SystemWarnings.h"
+#include "platform/linux/Capabilities.h"
 #include "platform/linux/StderrSink.h"
 
 namespace Routing::Pim::Bsr {
@@ -38,6 +39,7 @@ int runAgent(Pax::AddressFamily family, const Options &options) {
   report(options, loaded.findings);
   if (!loaded.good()) return badUsage;
   if (options.action == Options::Action::check) return done;
+  Linux::keepNeededCapabilities();
   const auto sink = Linux::sinkFromEnvironment(agentName(family), !options.trace.empty());
   Daemon(family, options, loaded.configuration).run();
   return done;

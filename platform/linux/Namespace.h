@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "platform/linux/Capabilities.h"
 #include "platform/linux/Descriptor.h"
 
 namespace Linux {
@@ -42,6 +43,7 @@ class Namespace {
     ~Visit();
 
    private:
+    const SystemAdministration mayEnter_;
     Descriptor home_;
   };
 
