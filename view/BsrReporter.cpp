@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "engine/BsrCandidateSm.h"
 #include "model/InternalStatus.h"
 
 namespace Routing::Pim::Bsr {
@@ -68,6 +69,11 @@ void BsrReporter::handleCandidate(const Pax::IpGenPrefix &zone) {
   if (candidate) candidate_[zone] = std::make_unique<KivCandidate>(*this, zone, candidate);
 }
 
+Pax::IpGenAddr BsrReporter::lastTold(const Pax::IpGenPrefix &zone) const {
+  const auto told = known_.find(zone);
+  return told == known_.end() ? Pax::IpGenAddr() : told->second.bsr;
+}
+
 void BsrReporter::changed(const Pax::IpGenPrefix &zone) {
   changed_.insert(zone);
   reporting_.settleSoon();
@@ -125,15 +131,20 @@ void BsrReporter::tellCame(const Pax::IpGenPrefix &zone, const Known &now) {
 
 void BsrReporter::tellWent(const Pax::IpGenPrefix &zone, const Known &before) {
   if (timedOut_.contains(zone) && !before.isOurs) {
-    return tell(EventKind::bsrTimedOut, Severity::warning, zone, before, {}, "silence",
-                sentence("BSR ", before.bsr, " of zone ", zone, " timed out: none of its messages came for ",
-                         status_->bsTimeout(), " s; the zone has no BSR"));
+    return tellTimedOut(zone, before, status_->bsTimeout(), "the zone has no BSR");
   }
   const std::string cause = status_->cbsr(zone) ? "this router's candidacy is not complete"
                             : before.isOurs     ? "this router is no candidate there any more"
                                                 : "its state was given up";
   tell(EventKind::bsrLost, Severity::warning, zone, before, {}, cause,
        sentence("Zone ", zone, " has lost its BSR, ", before.isOurs ? "this router, " : "", before.bsr, ": ", cause));
+}
+
+void BsrReporter::tellTimedOut(const Pax::IpGenPrefix &zone, const Known &before, uint32_t seconds,
+                               const char *consequence) {
+  const std::string cause = sentence("none of its messages came for ", seconds, " s");
+  tell(EventKind::bsrTimedOut, Severity::warning, zone, before, {}, cause,
+       sentence("BSR ", before.bsr, " of zone ", zone, " timed out: ", cause, "; ", consequence));
 }
 
 void BsrReporter::tellAnother(const Pax::IpGenPrefix &zone, const Known &before, const Known &now) {
@@ -159,10 +170,9 @@ void BsrReporter::tellAnother(const Pax::IpGenPrefix &zone, const Known &before,
 
 void BsrReporter::tellSame(const Pax::IpGenPrefix &zone, const Known &before, const Known &now) {
   if (now.isSilent && !before.isSilent) {
-    tell(EventKind::bsrTimedOut, Severity::warning, zone, before, now, "silence",
-         sentence("BSR ", now.bsr, " of zone ", zone,
-                  " timed out: none of its messages came in time; this router is a "
-                  "candidate and takes over unless a better one does"));
+    const auto *machine = reporting_.view().bsrSm->candidateSm(zone);
+    tellTimedOut(zone, before, machine->bsTimer().timeout(),
+                 "this router is a candidate and takes over unless a better one does");
   } else if (before.isSilent && now.state == BsrCandidateState::cBsr) {
     tell(EventKind::bsrLearned, Severity::notice, zone, before, now, "it is heard again",
          sentence("BSR ", now.bsr, " of zone ", zone, " is heard again"));

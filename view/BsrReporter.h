@@ -19,6 +19,8 @@ class BsrReporter {
   void zoneForgotten(const Pax::IpGenPrefix &zone);
   /// Tells what has changed until now.
   void settle();
+  /// The BSR of the zone until the change, if any, that is not told yet; zero for none.
+  Pax::IpGenAddr lastTold(const Pax::IpGenPrefix &zone) const;
 
  private:
   class KivStatus;
@@ -41,6 +43,8 @@ class BsrReporter {
   void settle(const Pax::IpGenPrefix &zone);
   void tellCame(const Pax::IpGenPrefix &zone, const Known &now);
   void tellWent(const Pax::IpGenPrefix &zone, const Known &before);
+  /// `consequence`, in words, is what comes next.
+  void tellTimedOut(const Pax::IpGenPrefix &zone, const Known &before, uint32_t seconds, const char *consequence);
   void tellAnother(const Pax::IpGenPrefix &zone, const Known &before, const Known &now);
   void tellSame(const Pax::IpGenPrefix &zone, const Known &before, const Known &now);
   void tell(EventKind kind, Severity severity, const Pax::IpGenPrefix &zone, const Known &before, const Known &now,

@@ -2,13 +2,15 @@
 
 #include <utility>
 
+#include "platform/orb/Duration.h"
+
 namespace Routing::Pim::Bsr {
 
 RpReporter::Change *RpReporter::note(Fate fate, const RpAt &at) {
   const bool isReplaced = fate == Fate::added && last_.fate == Fate::withdrawn && last_.isAt(at);
   last_ = {fate, at.zone, at.prefix, at.address};
   reporting_.settleSoon();
-  if (!sumTimer_.armed()) sumTimer_.timeMinIs(reporting_.now() + first);
+  if (!sumTimer_.armed()) sumUpIn(first);
   Counts &counts = counts_[at.zone];
   if (isReplaced) {  // in another mode
     --counts[size_t(Fate::withdrawn)];
@@ -23,6 +25,8 @@ RpReporter::Change *RpReporter::note(Fate fate, const RpAt &at) {
   notLoud_ += last_.isLoud ? 0 : 1;
   if (toldSingly_ >= single) return nullptr;
   ++toldSingly_;
+  const auto bsr = status_->bootstrapRouter(at.zone);
+  last_.bsr = bsr ? bsr->ipAddr() : bsrs_.lastTold(at.zone);
   changes_.push_back(last_);
   return &changes_.back();
 }
@@ -42,7 +46,8 @@ void RpReporter::rpChanged(const RpAt &at, const Pim::RpCandidate &rp) {
   if (rp.holdTime() == 0 || last_.isAt(at)) return;
   Change *change = note(Fate::changed, at);
   const auto set = change ? published_->crpSet(at.prefix) : nullptr;
-  if (const auto before = set ? set->rp(at.address) : nullptr) change->before = optionsOf(*before);
+  const auto before = set ? set->rp(at.address) : nullptr;
+  if (before && before->setupTime() == rp.setupTime()) change->before.emplace(*before);  // else it is another zone's
 }
 
 void RpReporter::rpWent(const RpAt &at, const Pim::RpCandidate &rp, bool withSet) {
@@ -50,6 +55,7 @@ void RpReporter::rpWent(const RpAt &at, const Pim::RpCandidate &rp, bool withSet
   if (collected != collected_.end() && --collected->second == 0) collected_.erase(collected);
   const bool isOver = rp.holdTime() != 0 && rp.expires() <= reporting_.now();
   Change *change = note(withSet ? Fate::dropped : isOver ? Fate::expired : Fate::withdrawn, at);
+  if (change) change->before.emplace(rp);
   if (change && isOver && !withSet) change->cause = sentence("nothing was heard of it for ", rp.holdTime(), " s");
 }
 
@@ -81,23 +87,24 @@ void RpReporter::handleSumTime() {
     return;
   }
   const auto counts = std::exchange(counts_, {});
-  sumTimer_.timeMinIs(reporting_.now() + further);
+  const double seconds = reporting_.now() - countedFrom_;
+  sumUpIn(further);
   if (std::exchange(notLoud_, 0) == 0) return;
   Counts others{};
   size_t zones = 0;
   for (const auto &[zone, each] : counts) {
     if (++zones <= zonesMost) {
-      tellSum(zone, each);
+      tellSum(zone, each, seconds);
     } else {
       for (size_t i = 0; i < each.size(); ++i) others[i] += each[i];
     }
   }
-  if (zones > zonesMost) tellSum({}, others);
+  if (zones > zonesMost) tellSum({}, others, seconds);
 }
 
-std::string RpReporter::optionsOf(const Pim::RpCandidate &rp) {
-  return sentence(rp.pimMode(), " priority ", rp.priority(), " holdTime ", rp.holdTime(), " hashMaskLen ",
-                  rp.hashMaskLen());
+void RpReporter::sumUpIn(double seconds) {
+  countedFrom_ = reporting_.now();
+  sumTimer_.timeMinIs(countedFrom_ + seconds);
 }
 
 std::string RpReporter::causeOf(const Change &change) const {
@@ -105,7 +112,7 @@ std::string RpReporter::causeOf(const Change &change) const {
   switch (change.fate) {
     case Fate::added: return isOurs(change.zone) ? "it advertised itself" : "the BSR lists it";
     case Fate::withdrawn: return whyWithdrawn(change);
-    case Fate::dropped: return "the zone's BSR is another or gone";
+    case Fate::dropped: return whyDropped(change);
     default: return "";
   }
 }
@@ -117,30 +124,39 @@ std::string RpReporter::whyWithdrawn(const Change &change) const {
     const Pax::IpGenPrefix inner(change.prefix.address(), length);
     if (status_->bootstrapRouter(inner)) return sentence("inner zone ", inner, " has a BSR");
   }
-  return "it took itself back";
+  return "it withdrew itself";
+}
+
+// Of a BSR that times out the RPs stay until their own time is over.
+std::string RpReporter::whyDropped(const Change &change) const {
+  const auto bsr = status_->bootstrapRouter(change.zone);
+  return bsr ? sentence("BSR ", bsr->ipAddr(), " took over") : "this router is the BSR no more";
+}
+
+std::string RpReporter::inWords(const Change &change, const std::optional<RpOptions> &now) {
+  static constexpr std::array<const char *, size_t(Fate::count)> verbs{
+      "was added", "changed", "was withdrawn", "expired", "was dropped with its BSR", "is hidden", "is shown again"};
+  const bool isKnown = change.fate == Fate::changed && now && change.before;
+  const std::string differing = isKnown ? changeInWords(*now, *change.before) : "";
+  if (!differing.empty()) return differing;
+  std::string text = verbs[size_t(change.fate)];
+  if (change.fate == Fate::dropped) text += sentence(", ", change.bsr);
+  if (now) text += " (" + textOf(*now) + ")";
+  return text;
 }
 
 void RpReporter::tell(const Change &change) {
-  struct Words {
-    EventKind kind;
-    const char *verb;
-  };
-  static constexpr std::array<Words, size_t(Fate::count)> words{{{EventKind::rpAdded, "was added"},
-                                                                 {EventKind::rpChanged, "changed"},
-                                                                 {EventKind::rpWithdrawn, "was withdrawn"},
-                                                                 {EventKind::rpExpired, "expired"},
-                                                                 {EventKind::rpDropped, "was dropped with its BSR"},
-                                                                 {EventKind::rpHidden, "is hidden"},
-                                                                 {EventKind::rpShown, "is shown again"}}};
-  const auto bsr = status_->bootstrapRouter(change.zone);
+  static constexpr std::array<EventKind, size_t(Fate::count)> kinds{
+      EventKind::rpAdded,   EventKind::rpChanged, EventKind::rpWithdrawn, EventKind::rpExpired,
+      EventKind::rpDropped, EventKind::rpHidden,  EventKind::rpShown};
   const auto set = rpSetOf(*status_, change.zone, change.prefix);
   const auto rp = set ? set->rp(change.rp) : nullptr;
-  Event event{.kind = words[size_t(change.fate)].kind,
+  Event event{.kind = kinds[size_t(change.fate)],
               .severity = change.isLoud ? Severity::notice : Severity::info,
               .zone = change.zone,
               .group = change.prefix,
               .rp = change.rp,
-              .bsr = bsr ? bsr->ipAddr() : Pax::IpGenAddr()};
+              .bsr = change.bsr};
   if (change.isFirst) {
     Event first = event;
     first.kind = EventKind::advertisementAccepted;
@@ -148,26 +164,25 @@ void RpReporter::tell(const Change &change) {
     first.text = sentence("The first advertisement of candidate RP ", change.rp, " was accepted in zone ", change.zone);
     reporting_.tell(std::move(first));
   }
-  event.oldValue = change.before;
-  if (rp && change.fate <= Fate::changed) event.newValue = optionsOf(*rp);
+  std::optional<RpOptions> now;
+  if (rp && change.fate <= Fate::changed) now.emplace(*rp);
+  if (now) event.newValue = textOf(*now);
+  if (change.before) event.oldValue = textOf(*change.before);
   event.cause = causeOf(change);
-  event.text =
-      sentence("RP ", change.rp, " of ", change.prefix, " in zone ", change.zone, ' ', words[size_t(change.fate)].verb);
-  if (!event.newValue.empty()) event.text += " (" + event.newValue + ")";
-  if (!event.oldValue.empty()) event.text += ", which was (" + event.oldValue + ")";
+  event.text = sentence("RP ", change.rp, " of ", change.prefix, " in zone ", change.zone, ' ', inWords(change, now));
   if (!event.cause.empty()) event.text += ": " + event.cause;
   reporting_.tell(std::move(event));
 }
 
-void RpReporter::tellSum(const Pax::IpGenPrefix &zone, const Counts &counts) {
+void RpReporter::tellSum(const Pax::IpGenPrefix &zone, const Counts &counts, double seconds) {
   static constexpr std::array<const char *, size_t(Fate::count)> words{
       "added", "changed", "withdrawn", "expired", "dropped with their BSR", "hidden", "shown again"};
   Event event{.kind = EventKind::rpSetChanged, .severity = Severity::notice, .zone = zone};
   for (size_t i = 0; i < counts.size(); ++i) {
     if (counts[i] > 0) event.newValue += sentence(event.newValue.empty() ? "" : ", ", counts[i], ' ', words[i]);
   }
-  event.text =
-      sentence("RPs of ", zone.isEmpty() ? std::string("other zones") : sentence("zone ", zone), ": ", event.newValue);
+  event.text = sentence("RPs of ", zone.isEmpty() ? std::string("other zones") : sentence("zone ", zone),
+                        ", in all in the last ", Orb::durationText(seconds), ": ", event.newValue);
   reporting_.tell(std::move(event));
 }
 

@@ -10,7 +10,7 @@ VrfReporter::VrfReporter(EventLog &log, Drops &drops, const Kiv::Ptr<Orb::TimerW
       reporting_(log, wheel, machines.container().vrf, std::move(view), [this] { settle(); }),
       link_(reporting_, machines.container().pimStatus, machines.container().vrfIpStatus),
       bsr_(reporting_, machines.container().status),
-      rp_(reporting_, machines.container().status, machines.container().rpCandidateStatus),
+      rp_(reporting_, machines.container().status, machines.container().rpCandidateStatus, bsr_),
       candidate_(reporting_, machines.container().status),
       limit_(reporting_, machines.container().status, machines.container().pimStatus),
       refusal_(reporting_, machines.container().vrf, machines.bsrIOSm(), drops) {

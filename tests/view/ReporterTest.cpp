@@ -50,12 +50,21 @@ TEST_P(Reporters, ARestIsQuietAndADeadBsrIsToldByAll) {
   story.time().runFor(300);
   EXPECT_EQ(told["r1"]->story(), "bsrTimedOut bsrElected");
   EXPECT_EQ(told["r1"]->last(EventKind::bsrElected).cause, "the one before is silent");
+  for (const char *name : {"r1", "r2"}) {
+    const Bsr::Event timedOut = told[name]->last(EventKind::bsrTimedOut);
+    EXPECT_EQ(timedOut.cause, "none of its messages came for 130 s") << name;
+    EXPECT_NE(timedOut.oldValue, "") << name;
+    EXPECT_EQ(timedOut.newValue, "") << name;
+  }
   EXPECT_EQ(told["r2"]->story(), "neighborLeft drChanged bsrTimedOut bsrLearned");
   EXPECT_EQ(told["r3"]->story(), "");
   host("r3").powerOn();
   host("r3").start();
   story.time().runFor(300);
   EXPECT_EQ(told["r1"]->story(), "bsrTakenOver rpDropped rpAdded");
+  const Bsr::Event dropped = told["r1"]->last(EventKind::rpDropped);
+  EXPECT_EQ(dropped.bsr, host("r1").router().address()) << "the one that it went with";
+  EXPECT_EQ(dropped.cause, Bsr::sentence("BSR ", host("r3").router().address(), " took over"));
   EXPECT_EQ(told["r2"]->story(), "neighborCame drChanged bsrReplaced rpDropped rpAdded");
   EXPECT_EQ(told["r3"]->story(), "vrfRuns neighborCame bsrElected rpAdded");
 }
@@ -66,7 +75,7 @@ TEST_P(Reporters, AnRpIsWithdrawnOrExpiresAndANeighborRestartsOrLeaves) {
   story.time().runFor(100);
   EXPECT_EQ(told["r3"]->story(), "rpWithdrawn");
   EXPECT_EQ(told["r1"]->story(), "rpWithdrawn");
-  EXPECT_EQ(told["r3"]->last(EventKind::rpWithdrawn).cause, "it took itself back");
+  EXPECT_EQ(told["r3"]->last(EventKind::rpWithdrawn).cause, "it withdrew itself");
   EXPECT_EQ(told["r1"]->last(EventKind::rpWithdrawn).cause, "the BSR withdrew it");
 
   host("r2").candidateRpIs(story.addresses.group(1), 7);
@@ -78,6 +87,18 @@ TEST_P(Reporters, AnRpIsWithdrawnOrExpiresAndANeighborRestartsOrLeaves) {
             Bsr::sentence("sparsemode priority 7 holdTime 180 hashMaskLen ", +story.hashMaskLen()));
   EXPECT_EQ(told["r1"]->last(EventKind::rpChanged).newValue,
             Bsr::sentence("sparsemode priority 9 holdTime 180 hashMaskLen ", +story.hashMaskLen()));
+  EXPECT_TRUE(told["r1"]->last(EventKind::rpChanged).text.ends_with(" now has priority 9; it had priority 7"));
+  told["r3"]->story();
+  host("r2").candidateRpIs(story.addresses.group(1), 5)->modeIs(Routing::Pim::Mode::bidir);
+  story.time().runFor(300);
+  for (const char *name : {"r1", "r3"}) {
+    EXPECT_EQ(told[name]->story(), "rpChanged") << name;
+    EXPECT_TRUE(told[name]
+                    ->last(EventKind::rpChanged)
+                    .text.ends_with(" is now bidir with priority 5; it was sparsemode with priority 9"))
+        << told[name]->last(EventKind::rpChanged).text;
+    EXPECT_EQ(told[name]->last(EventKind::rpChanged).oldValue.find("sparsemode priority 9 "), 0u) << name;
+  }
 
   host("r2").crash();
   host("r2").start();
@@ -127,16 +148,22 @@ TEST_P(Reporters, ManyRpsAreSummedUpHoweverTheyComeAndGo) {
   const auto many = [&](const char *verb) {
     Told &teller = *told["r3"];
     const std::string all = teller.story();
-    EXPECT_EQ(teller.last(EventKind::rpSetChanged).text, Bsr::sentence("RPs of zone ", global, ": 1000 ", verb));
+    EXPECT_EQ(teller.last(EventKind::rpSetChanged).text,
+              Bsr::sentence("RPs of zone ", global, ", in all in the last 2s: 1000 ", verb));
     return all;
   };
-  EXPECT_EQ(many("added"), "vrfRuns neighborCame bsrLearned rpAdded rpAdded rpAdded rpAdded rpAdded rpSetChanged");
+  const auto twenty = [](const std::string &kind) {
+    std::string kinds;
+    for (int i = 0; i < 20; ++i) kinds += " " + kind;
+    return kinds;
+  };
+  EXPECT_EQ(many("added"), "vrfRuns neighborCame bsrLearned" + twenty("rpAdded") + " rpSetChanged");
   EXPECT_EQ(told["r3"]->log.counts().at(EventKind::rpAdded), 50u);
   story.time().runFor(600);
   EXPECT_EQ(told["r3"]->story(Severity::debug), "") << "a refresh is no change";
   feeder.die();
   story.time().runFor(300);
-  EXPECT_EQ(many("expired"), "bsrTimedOut rpExpired rpExpired rpExpired rpExpired rpExpired rpSetChanged");
+  EXPECT_EQ(many("expired"), "bsrTimedOut" + twenty("rpExpired") + " rpSetChanged");
 }
 
 TEST_P(Reporters, LoopsMakeEchoesAndAnythingElseThatIsRefusedIsToldOnceAndThenCounted) {
