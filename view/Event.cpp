@@ -34,6 +34,7 @@ constexpr std::array kinds{
     "neighborCame",
     "neighborLeft",
     "neighborRestarted",
+    "neighborChanged",
     "drChanged",
     "zoneAppeared",
     "zoneForgotten",

@@ -41,6 +41,7 @@ enum class EventKind : uint8_t {
   neighborCame,
   neighborLeft,
   neighborRestarted,
+  neighborChanged,  ///< its DR priority or its other addresses
   drChanged,
   // The BSR of a zone.
   zoneAppeared,

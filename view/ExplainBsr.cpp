@@ -159,7 +159,7 @@ class ZoneExplanation {
       if (pimIntf) continue;
       const std::string why = whyPimOff(view_, intfId);
       statements_.say("interface", {{"interface", toJson(intfId)}, {"reason", why}},
-                      sentence("PIM is off on ", intfId, why.empty() ? "" : ": ", why, "."));
+                      sentence("PIM is off at ", intfId, why.empty() ? "" : ": ", why, "."));
     }
     if (neighbors == 0) {
       statements_.say("neighbors", {{"neighbors", 0}, {"command", "pimbsrctl show interfaces"}},

@@ -11,9 +11,13 @@ class LinkReporter::KivNeighbor : public Kiv::ReactorOf<PimNeighbor, KivPimIntf>
   using ReactorOf::ReactorOf;
   void onGenerationId() override;
   void onHasGenerationId() override { onGenerationId(); }
+  void onDrPriority() override;
+  void onHasDrPriority() override { onDrPriority(); }
+  void onSecondary(const Pax::IpGenAddr &) override { onDrPriority(); }
 
   const PimNeighbor &neighbor() const { return *notifier(); }
   bool hasRestarted = false;
+  bool hasChanged = false;
 };
 
 // Neighbors that are gone stay until they are told of.
@@ -32,13 +36,14 @@ class LinkReporter::KivPimIntf : public Kiv::ReactorOf<PimIntf, LinkReporter> {
     }
     owner_.changed(intfId_);
   }
-  void restarted() { owner_.changed(intfId_); }
+  void changed() { owner_.changed(intfId_); }
 
   // Of this interface since it was asked last.
   std::map<Pax::IpGenAddr, Kiv::Ptr<const PimNeighbor>> takeGone() { return std::exchange(gone_, {}); }
   bool takeRestarted(const Pax::IpGenAddr &address) {
     return std::exchange(neighbor_.at(address)->hasRestarted, false);
   }
+  bool takeChanged(const Pax::IpGenAddr &address) { return std::exchange(neighbor_.at(address)->hasChanged, false); }
 
  private:
   void neighborIs(const Pax::IpGenAddr &address) {
@@ -52,7 +57,12 @@ class LinkReporter::KivPimIntf : public Kiv::ReactorOf<PimIntf, LinkReporter> {
 
 void LinkReporter::KivNeighbor::onGenerationId() {
   hasRestarted = true;
-  owner_.restarted();
+  owner_.changed();
+}
+
+void LinkReporter::KivNeighbor::onDrPriority() {
+  hasChanged = true;
+  owner_.changed();
 }
 
 class LinkReporter::KivPimStatus : public Kiv::ReactorOf<Pim::Status, LinkReporter> {
@@ -79,8 +89,8 @@ LinkReporter::LinkReporter(Reporting &reporting, const Kiv::Ptr<const Pim::Statu
       kivInterfaces_(std::make_unique<KivInterfaces>(*this, interfaces)) {
   for (const auto &[intfId, intf] : pimStatus->pimIntf()) {
     handlePimIntf(intfId);
-    const auto neighbors = intf->neighbor().keys();
-    known_[intfId] = {State::on, intf->dr(), {neighbors.begin(), neighbors.end()}};
+    Known &known = known_[intfId] = {State::on, intf->dr()};
+    for (const auto &[address, neighbor] : intf->neighbor()) known.neighbors[address] = knownOf(*neighbor);
   }
   handleConfig();
 }
@@ -131,7 +141,11 @@ void LinkReporter::settleState(const Pax::IntfId &intfId, Known &known) {
                                                       : State::missing;
   if (now == known.state) return;
   const std::string why = now == State::on ? "" : whyPimOff(reporting_.view(), intfId);
-  if (now == State::off && why.empty()) return;  // it stands by, or is about to be on
+  if (now == State::off && why.empty()) {  // it stands by, or is about to be on
+    known.dr = {};
+    known.neighbors.clear();
+    return;
+  }
   const size_t neighbors = known.neighbors.size();
   known = {now};
   const std::string theirs = neighbors == 1  ? "; its neighbor is gone with it"
@@ -165,33 +179,94 @@ void LinkReporter::settleDr(const Pax::IntfId &intfId, Known &known, const PimIn
   reporting_.tell(std::move(event));
 }
 
+LinkReporter::KnownNeighbor LinkReporter::knownOf(const PimNeighbor &neighbor) {
+  KnownNeighbor known;
+  if (neighbor.hasDrPriority()) known.drPriority = neighbor.drPriority();
+  for (const Pax::IpGenAddr &secondary : neighbor.secondary().keys()) known.secondary.insert(secondary);
+  return known;
+}
+
 void LinkReporter::settleNeighbors(const Pax::IntfId &intfId, Known &known, const PimIntf &intf) {
+  settleGone(intfId, known, intf);
   KivPimIntf &reactor = *pimIntf_.at(intfId);
-  for (const auto &[address, gone] : reactor.takeGone()) {
-    if (known.neighbors.erase(address) == 0) continue;
-    tellNeighbor(EventKind::neighborLeft, Severity::warning, intfId, address, "left", whyLeft(*gone));
-  }
   for (const Pax::IpGenAddr &address : intf.neighbor().keys()) {
-    const bool isNew = known.neighbors.insert(address).second, hasRestarted = reactor.takeRestarted(address);
+    const auto [place, isNew] = known.neighbors.try_emplace(address);
+    const bool hasRestarted = reactor.takeRestarted(address), hasChanged = reactor.takeChanged(address);
     if (isNew) {
       tellNeighbor(EventKind::neighborCame, Severity::notice, intfId, address, "came", "");
     } else if (hasRestarted) {
       tellNeighbor(EventKind::neighborRestarted, Severity::notice, intfId, address, "restarted", "new Generation ID");
     }
+    if (!isNew && !hasChanged) continue;
+    const KnownNeighbor before = std::exchange(place->second, knownOf(*intf.neighbor(address)));
+    if (!isNew) tellChanged(intfId, address, before, place->second);
   }
 }
 
-std::string LinkReporter::whyLeft(const PimNeighbor &neighbor) const {
+void LinkReporter::settleGone(const Pax::IntfId &intfId, Known &known, const PimIntf &intf) {
+  const auto left = [&](const Pax::IpGenAddr &address, const std::string &why) {
+    tellNeighbor(EventKind::neighborLeft, Severity::warning, intfId, address, "left", why);
+  };
+  for (const auto &[address, gone] : pimIntf_.at(intfId)->takeGone()) {
+    if (known.neighbors.erase(address) > 0) left(address, whyLeft(intf, address, *gone));
+  }
+  for (auto each = known.neighbors.begin(); each != known.neighbors.end();) {
+    const auto neighbor = each++;
+    if (intf.neighbor(neighbor->first)) continue;
+    left(neighbor->first, "PIM was off there for a moment");
+    known.neighbors.erase(neighbor);
+  }
+}
+
+// Who has our address, or had to make room, is forgotten.
+std::string LinkReporter::whyLeft(const PimIntf &intf, const Pax::IpGenAddr &address,
+                                  const PimNeighbor &neighbor) const {
   if (neighbor.saidGoodbye()) return "it said goodbye";
-  return neighbor.expires() <= reporting_.now() ? "it was silent" : "another router took its place";
+  if (neighbor.expires() <= reporting_.now()) return "it was silent";
+  if (address == intf.address()) return "its address is now this router's";
+  return sentence("the limit of ", intf.neighborsMost(), " neighbors is reached, and it made room for another");
+}
+
+Event LinkReporter::eventOf(EventKind kind, const Pax::IntfId &intfId, const Pax::IpGenAddr &neighbor) const {
+  Event event{.kind = kind, .interface = intfId, .neighbor = neighbor};
+  event.text = sentence("Neighbor ", neighbor, " on ", intfId, ' ');
+  return event;
 }
 
 void LinkReporter::tellNeighbor(EventKind kind, Severity severity, const Pax::IntfId &intfId,
                                 const Pax::IpGenAddr &neighbor, const char *verb, const std::string &cause) {
-  Event event{.kind = kind, .severity = severity, .interface = intfId, .neighbor = neighbor};
+  Event event = eventOf(kind, intfId, neighbor);
+  event.severity = severity;
   event.cause = cause;
-  event.text = sentence("Neighbor ", neighbor, " on ", intfId, ' ', verb, cause.empty() ? "" : ": ", cause);
+  event.text += sentence(verb, cause.empty() ? "" : ": ", cause);
   reporting_.tell(std::move(event));
+}
+
+void LinkReporter::tellChanged(const Pax::IntfId &intfId, const Pax::IpGenAddr &neighbor, const KnownNeighbor &before,
+                               const KnownNeighbor &now) {
+  const auto tell = [&](const std::string &from, const std::string &to) {
+    Event event = eventOf(EventKind::neighborChanged, intfId, neighbor);
+    event.severity = Severity::info;
+    event.oldValue = from;
+    event.newValue = to;
+    event.text += "has " + to + ", where it had " + from;
+    reporting_.tell(std::move(event));
+  };
+  const auto priority = [](const KnownNeighbor &known) {
+    return known.drPriority ? sentence("DR priority ", *known.drPriority) : std::string("no DR priority");
+  };
+  const auto addresses = [](const KnownNeighbor &known) {
+    constexpr size_t named = 4;
+    if (known.secondary.empty()) return std::string("no other address");
+    std::string text;
+    size_t told = 0;
+    for (auto each = known.secondary.begin(); each != known.secondary.end() && told < named; ++each, ++told) {
+      text += sentence(told == 0 ? "the other addresses " : ", ", *each);
+    }
+    return told == known.secondary.size() ? text : text + sentence(" and ", known.secondary.size() - told, " more");
+  };
+  if (before.drPriority != now.drPriority) tell(priority(before), priority(now));
+  if (before.secondary != now.secondary) tell(addresses(before), addresses(now));
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <set>
 
 #include "platform/kiv/ReactorOf.h"
@@ -31,11 +32,16 @@ class LinkReporter {
 
   enum class State : uint8_t { unknown, on, off, missing };
 
+  /// A neighbor as it was told last.
+  struct KnownNeighbor {
+    std::optional<uint32_t> drPriority{};
+    std::set<Pax::IpGenAddr> secondary{};
+  };
   /// An interface as it was told last.
   struct Known {
     State state = State::unknown;
     Pax::IpGenAddr dr{};
-    std::set<Pax::IpGenAddr> neighbors{};
+    std::map<Pax::IpGenAddr, KnownNeighbor> neighbors{};
   };
 
   void handlePimIntf(const Pax::IntfId &intfId);
@@ -44,10 +50,15 @@ class LinkReporter {
   void settleState(const Pax::IntfId &intfId, Known &known);
   void settleDr(const Pax::IntfId &intfId, Known &known, const PimIntf &intf);
   void settleNeighbors(const Pax::IntfId &intfId, Known &known, const PimIntf &intf);
+  void settleGone(const Pax::IntfId &intfId, Known &known, const PimIntf &intf);
+  static KnownNeighbor knownOf(const PimNeighbor &neighbor);
   void tellState(const Pax::IntfId &intfId, const Known &known, const std::string &why);
+  Event eventOf(EventKind kind, const Pax::IntfId &intfId, const Pax::IpGenAddr &neighbor) const;
   void tellNeighbor(EventKind kind, Severity severity, const Pax::IntfId &intfId, const Pax::IpGenAddr &neighbor,
                     const char *verb, const std::string &cause);
-  std::string whyLeft(const PimNeighbor &neighbor) const;
+  void tellChanged(const Pax::IntfId &intfId, const Pax::IpGenAddr &neighbor, const KnownNeighbor &before,
+                   const KnownNeighbor &now);
+  std::string whyLeft(const PimIntf &intf, const Pax::IpGenAddr &address, const PimNeighbor &neighbor) const;
 
   Reporting &reporting_;
   const Kiv::Ptr<const Pim::Status> pimStatus_;

@@ -61,7 +61,7 @@ class Findings {
         ++on;
         neighbors_ += pimIntf->neighbor().size();
       } else {
-        add("interfaces", problem, sentence("PIM is off on ", intfId, ": ", whyPimOff(view_, intfId)));
+        add("interfaces", problem, sentence("PIM is off at ", intfId, ": ", whyPimOff(view_, intfId)));
       }
     }
     if (on > 0 && neighbors_ == 0) add("neighbors", warning, "there is no PIM neighbor");

@@ -122,7 +122,7 @@ TEST_F(Explain, WhoTakesOverAndWhatIsOff) {
   EXPECT_EQ(explain("r0", "bsr", "239.2.0.0/16"), "Zone 239.2.0.0/16: there is no BSR.\n" + noNeighbor);
   story.host("r0").router().intfs().front().upIs(false);
   EXPECT_EQ(explain("r0", "bsr", "239.2.0.0/16"),
-            "Zone 239.2.0.0/16: there is no BSR.\nPIM is off on eth0: eth0 is down.\n" + noNeighbor);
+            "Zone 239.2.0.0/16: there is no BSR.\nPIM is off at eth0: eth0 is down.\n" + noNeighbor);
   story.host("r0").stop();
   EXPECT_EQ(explain("r0", "bsr", "224.0.0.0/4"),
             "Zone 224.0.0.0/4: the VRF is not running; there is no BSR.\n"

@@ -58,7 +58,7 @@ TEST_F(Summary, SaysThatAllIsWellOrWhatIsNot) {
     group->priorityIs(1);
   }
   const std::string text = summary("r1");
-  EXPECT_EQ(text.find("interfaces problem: PIM is off on eth0: eth0 is down\n"), 0u) << text;
+  EXPECT_EQ(text.find("interfaces problem: PIM is off at eth0: eth0 is down\n"), 0u) << text;
   const std::string one = "candidate-bsr problem: not in force: eth9 does not exist\n";
   const std::string more = "candidate-bsr problem: and more; see 'pimbsrctl show candidate-bsr'\n";
   EXPECT_NE(text.find(one + one + one + one + one + more + "all problem: "), std::string::npos) << text;
