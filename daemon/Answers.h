@@ -41,6 +41,7 @@ class Answers {
     const EventLines &lines;
     Drops &drops;
     const Saves &saves;
+    const Troubles &troubles;
     ConfigReader &reader;
     /// Reads the file and applies it; calls `done` from the loop with the errors, if any, as one text.
     std::function<void(std::function<void(const std::string &errors)> done)> reload;

@@ -84,6 +84,7 @@ struct Daemon::Process {
   std::string effective{};        // the text of the configuration
   std::string effectiveWanted{};  // and of the one that is applied
   Loading loading{options.config, {}, {}};
+  Troubles troubles{};
   VrfHosts hosts{};
   std::optional<Changeover> changeover{};  // while a configuration is applied
   std::vector<std::string> warnings{};     // of that one
@@ -100,7 +101,8 @@ struct Daemon::Process {
                       wheel,
                       stateWriter};
   Answers answers{{loop, wheel, store, system, hosts, *agent, loading, configuration, effective, log, events, lines,
-                   drops, stateFile.saves(), reader, [this](Reloaded done) { daemon.reload(std::move(done)); }}};
+                   drops, stateFile.saves(), troubles, reader,
+                   [this](Reloaded done) { daemon.reload(std::move(done)); }}};
   MetricsServer metrics{loop.context(), [this](MetricsFormat format) { return answers.metrics(format); },
                         [this](const Endpoint &endpoint, const std::string &error) { metricsAre(endpoint, error); }};
 
@@ -120,6 +122,7 @@ struct Daemon::Process {
     event.cause = error;
     const std::string where = " served on " + endpoints().write(endpoint);
     event.text = error.empty() ? "metrics are" + where : "metrics cannot be" + where + ": " + error;
+    troubles.metrics = error.empty() ? "" : event.text;
     events.tell(event);
   }
 };
@@ -240,6 +243,7 @@ void Daemon::changeoverDone() {
   Process &process = *process_;
   const Configuration before = std::exchange(process.configuration, process.changeover->wanted());
   process.effective = std::exchange(process.effectiveWanted, {});
+  if (process.configuration.metrics.listen != before.metrics.listen) process.troubles.metrics.clear();
   process.metrics.endpointIs(process.configuration.metrics.listen);
   process.loading.at = timestamp();
   process.loading.error.clear();
@@ -267,11 +271,12 @@ void Daemon::tellLoaded(const Configuration &before) {
 
 void Daemon::tellSaved(const std::string &error) {
   const std::string &file = process_->options.state;
+  const std::string how = " state cannot be saved in " + file + ": " + error;
+  process_->troubles.saving = error.empty() ? "" : "the" + how;
   if (error.empty()) {
     process_->reporter.tell(EventKind::stateSaved, Severity::notice, "The state is saved again in " + file);
   } else {
-    process_->reporter.tell(EventKind::stateSaveFailed, Severity::error,
-                            "The state cannot be saved in " + file + ": " + error, error);
+    process_->reporter.tell(EventKind::stateSaveFailed, Severity::error, "The" + how, error);
   }
 }
 

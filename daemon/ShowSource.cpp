@@ -20,9 +20,9 @@ using Source = RowSource;
 ProcessView processView(const Process &process) {
   std::map<L3::VrfName, std::string> vrfs;
   for (const auto &[vrf, host] : process.hosts) vrfs.emplace(vrf, host->reason());
-  return {process.agent,   process.system,         process.store,
-          std::move(vrfs), process.loading,        process.loop.longestTurn(),
-          process.events,  process.lines.dropped()};
+  return {process.agent,   process.system,          process.store,
+          std::move(vrfs), process.loading,         process.loop.longestTurn(),
+          process.events,  process.lines.dropped(), process.troubles};
 }
 
 // The rows of VRFs, as they are when it is their turn; a VRF that has gone by then has none.

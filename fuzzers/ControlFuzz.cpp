@@ -48,7 +48,8 @@ class Box {
   // All pieces of it; of a stream, which does not end, the first.
   std::string reply(std::string_view line) const {
     Answers answers({loop_, wheel_, store_, system_, hosts_, *agent_, loading_, configuration_, effective_, log_,
-                     events_, lines_, drops_, saves_, reader_, [this](const auto &done) { done(loading_.error); }});
+                     events_, lines_, drops_, saves_, troubles_, reader_,
+                     [this](const auto &done) { done(loading_.error); }});
     const Control::Reply reply = answers.reply(line);
     std::string whole;
     for (std::optional<std::string> piece; !piece || !piece->empty();) {
@@ -77,6 +78,7 @@ class Box {
   const Kiv::Ptr<Orb::TimerWheel> wheel_ = Kiv::make<Orb::TimerWheel>(loop_, loop_);
   mutable Linux::NetlinkMonitors monitors_{loop_, network_.af()};
   mutable ConfigReader reader_{loop_, "/nonexistent", network_.af(), monitors_};
+  const Troubles troubles_;
   const Loading loading_{"/nonexistent", "", "reloads are not for here"};
   const Configuration configuration_;
   const std::string effective_ = "{}";

@@ -48,4 +48,18 @@ std::string whyNotAnnounced(const VrfView &view, const Pax::IpGenPrefix &zone, c
   return "it came after the last message; the next is due in " + Orb::durationText(machine.bsTimer().time() - view.now);
 }
 
+Unannounced unannouncedOf(const RpCandidateStatus &sets) {
+  Unannounced result;
+  for (const auto &[group, set] : sets.crpSet()) {
+    size_t sparse = 0, bidir = 0;
+    for (const auto &[address, rp] : set->rp()) {
+      if (rp->holdTime() != 0) ++(rp->pimMode() == Mode::bidir ? bidir : sparse);
+    }
+    if (bidir > 0) result.ofBothModes += sparse;
+    const size_t eligible = bidir > 0 ? bidir : sparse;
+    result.beyondRoom += eligible - std::min(eligible, BsmOrigination::mostRps);
+  }
+  return result;
+}
+
 }  // namespace Routing::Pim::Bsr

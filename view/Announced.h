@@ -28,4 +28,11 @@ class Announced {
 std::string whyNotAnnounced(const VrfView &view, const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &group,
                             const Pax::IpGenAddr &address, const Pim::RpCandidate &rp);
 
+/// RPs that the BSR of a zone holds, as this router does with these, and leaves out of its messages for good.
+struct Unannounced {
+  size_t ofBothModes = 0;  ///< sparse ones of prefixes that have bidirectional ones, too
+  size_t beyondRoom = 0;   ///< of prefixes with more than a message has room for
+};
+Unannounced unannouncedOf(const RpCandidateStatus &sets);
+
 }  // namespace Routing::Pim::Bsr

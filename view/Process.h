@@ -18,6 +18,11 @@ struct Loading {
   std::string at;     ///< when the configuration in force was loaded, as "2024-05-01T12:34:56Z"
   std::string error;  ///< of a later reload; empty if there was none or it succeeded
 };
+/// What the process cannot do at present, in words that stand alone; empty where it can.
+struct Troubles {
+  std::string saving;   ///< its state
+  std::string metrics;  ///< serving them where the configuration says
+};
 /// What runs; made for one answer, and read only.
 struct ProcessView {
   const Agent &agent;
@@ -28,6 +33,7 @@ struct ProcessView {
   double longestTurn;  ///< of the loop, in seconds
   const EventLog &events;
   uint64_t droppedLines;  ///< of events, that nobody read
+  const Troubles &troubles;
 };
 
 Rows agentRows(const ProcessView &view);

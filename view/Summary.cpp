@@ -1,5 +1,6 @@
 #include "view/Summary.h"
 
+#include "view/Announced.h"
 #include "view/Drops.h"
 #include "view/Reasons.h"
 #include "view/Rpf.h"
@@ -12,6 +13,10 @@ namespace {
 
 constexpr const char *ok = "ok", *warning = "warning", *problem = "problem";
 
+std::string counted(size_t number, const char *what) { return sentence(number, " ", what, number == 1 ? "" : "s"); }
+
+const char *areNot(size_t number) { return number == 1 ? " is not " : " are not "; }
+
 // Collects what is wrong in a VRF, of each kind the first few.
 class Findings {
  public:
@@ -20,16 +25,15 @@ class Findings {
   void find() {
     interfaces();
     zones();
-    candidacies("candidate-bsr", showCandidateBsr);
-    const auto whole = [](auto show) {
-      return [show](const VrfView &view, ShowCursor &, Rows &rows) {
-        show(view, rows);
-        return false;
-      };
-    };
-    candidacies("candidate-rp", whole(showCandidateRp));
-    candidacies("border", whole(showBorder));
-    candidacies("filter", whole(showFilter));
+    ShowCursor cursor;
+    for (bool more = true; more;) {
+      Rows rows = Rows::array();
+      more = showCandidateBsr(view_, cursor, rows);
+      candidacies("candidate-bsr", "candidate BSR", rows);
+    }
+    candidateRps();
+    candidacies("border", "border", rowsOf(showBorder));
+    candidacies("filter", "filter", rowsOf(showFilter));
     refusals();
     limits();
   }
@@ -80,10 +84,23 @@ class Findings {
       if (!sets || !hasRp(*sets)) {
         add("rp-set", warning, sentence("zone ", prefix, " has BSR ", zone.bsr->ipAddr(), " and no RP"));
       }
+      if (zone.isOwn() && sets) announcements(prefix, *sets);
       if (zone.isOwn() || !checked.insert(zone.bsr->ipAddr()).second) continue;
       const std::string why = whyNoRpf(view_, zone.bsr->ipAddr());
       if (!why.empty()) add("bsr", problem, sentence("messages of BSR ", zone.bsr->ipAddr(), " are refused: ", why));
     }
+  }
+
+  // RPs of a zone whose BSR this router is.
+  void announcements(const Pax::IpGenPrefix &zone, const RpCandidateStatus &sets) {
+    const Unannounced unannounced = unannouncedOf(sets);
+    const auto tell = [&](size_t rps, const char *why) {
+      if (rps == 0) return;
+      add("rp-set", warning,
+          sentence(counted(rps, "RP"), " of zone ", zone, areNot(rps), "announced to others: ", why));
+    };
+    tell(unannounced.ofBothModes, "a prefix has RPs of both modes, and only the bidirectional ones are announced");
+    tell(unannounced.beyondRoom, "a prefix has room for 255");
   }
 
   static bool hasRp(const RpCandidateStatus &sets) {
@@ -93,18 +110,66 @@ class Findings {
     return false;
   }
 
-  template <class Show>
-  void candidacies(const char *subject, const Show &show) {
-    ShowCursor cursor;
-    for (bool more = true; more;) {
-      Rows rows = Rows::array();
-      more = show(view_, cursor, rows);
-      for (const Rows &row : rows) {
-        if (row["active"].get<bool>() && row["reason"].is_null()) continue;
-        const std::string reason = row["reason"].is_string() ? row["reason"].get<std::string>() : "it waits";
-        add(subject, row["active"].get<bool>() ? warning : problem, "not in force: " + reason);
+  Rows rowsOf(void (*show)(const VrfView &view, Rows &rows)) const {
+    Rows rows = Rows::array();
+    show(view_, rows);
+    return rows;
+  }
+
+  void candidacies(const char *subject, const char *what, const Rows &rows) {
+    for (const Rows &row : rows) {
+      const bool active = row["active"].get<bool>();
+      if (active && row["reason"].is_null()) continue;
+      const std::string reason = row["reason"].is_string() ? row["reason"].get<std::string>() : "it waits";
+      add(subject, active ? warning : problem,
+          "the " + nameOf(what, row) + (active ? " is in force, but " : " is not in force: ") + reason);
+    }
+  }
+  static std::string nameOf(const char *what, const Rows &row) {
+    std::string name = what;
+    const auto text = [&](const char *lead, const char *member) {
+      if (row.contains(member) && row[member].is_string()) name += lead + row[member].get<std::string>();
+    };
+    text(" on ", "interface");
+    text(" for zone ", "zone");
+    text(" for ", "prefix");
+    const Rows interfaces = row.value("interfaces", Rows::array());
+    for (size_t i = 0; i < interfaces.size(); ++i) name += (i == 0 ? " on " : ", ") + interfaces[i].get<std::string>();
+    return name;
+  }
+
+  void candidateRps() {
+    const Rows rows = rowsOf(showCandidateRp);
+    candidacies("candidate-rp", "candidate RP", rows);
+    for (const Rows &row : rows) {
+      for (const Rows &zone : row["zones"]) {
+        const std::string of = nameOf("candidate RP", row) + " in zone " + zone["zone"].get<std::string>();
+        if (const size_t leftOut = zone["leftOut"].size(); leftOut > 0) {
+          add("candidate-rp", warning,
+              sentence(counted(leftOut, "range"), " of the ", of, areNot(leftOut),
+                       "advertised: an advertisement has room for 255 of a priority"));
+        }
+        if (const size_t unlisted = unlistedBy(row, zone); unlisted > 0) {
+          const std::string rp = row["rp"].get<std::string>();
+          add("candidate-rp", warning,
+              sentence(counted(unlisted, "range"), " of the ", of, areNot(unlisted),
+                       "listed by its BSR; see 'pimbsrctl explain rp ", rp, "'"));
+        }
       }
     }
+  }
+  // How many of the ranges that the RP advertises in the zone its BSR does not list, though it had time to.
+  size_t unlistedBy(const Rows &row, const Rows &zone) const {
+    const auto prefix = Pax::IpGenPrefix::fromText(zone["zone"].get<std::string>());
+    const auto bsr = view_.status->bootstrapRouter(prefix);
+    if (!bsr || view_.now - bsr->setupTime() < lately) return 0;
+    const auto rp = Pax::IpGenAddr::fromText(row["rp"].get<std::string>());
+    size_t unlisted = 0;
+    for (const Rows &group : zone["groups"]) {
+      const auto set = rpSetOf(*view_.status, prefix, Pax::IpGenPrefix::fromText(group.get<std::string>()));
+      if (!set || !set->rp(rp)) ++unlisted;
+    }
+    return unlisted;
   }
 
   // What was refused lately and is no copy.
@@ -134,8 +199,6 @@ class Findings {
   size_t electedZones_ = 0;
 };
 
-std::string counted(size_t number, const char *what) { return sentence(number, " ", what, number == 1 ? "" : "s"); }
-
 }  // namespace
 
 void summarize(const ProcessView &process, const std::string &vrf, Rows &rows) {
@@ -150,6 +213,9 @@ void summarize(const ProcessView &process, const std::string &vrf, Rows &rows) {
   if (!process.loading.error.empty()) {
     add(nullptr, "agent", problem, "the last reload was refused: " + process.loading.error);
   }
+  const Troubles &troubles = process.troubles;
+  if (!troubles.saving.empty()) add(nullptr, "agent", problem, troubles.saving);
+  if (!troubles.metrics.empty()) add(nullptr, "metrics", problem, troubles.metrics);
   for (const Rows &row : vrfRows(process, vrf)) {
     if (row["state"] == "running" || agent.standbyMode()) continue;
     const std::string reason = row["reason"].is_string() ? row["reason"].get<std::string>() : "it is about to start";

@@ -194,9 +194,17 @@ TEST_F(DaemonTest, ServesItsMetricsWhereTheConfigurationSays) {
   EXPECT_EQ(rows.front()["line"], "# TYPE pimbsr_build info");
   EXPECT_EQ(rows.back()["line"], "# EOF");
   EXPECT_EQ(static_cast<size_t>(std::count(answer.begin(), answer.end(), '\n')), rows.size() + 3) << answer;
+  boost::asio::io_context context;
+  const ip::tcp::acceptor taken(context, {ip::make_address("127.0.77.1"), 0});
+  const std::string port = std::to_string(taken.local_endpoint().port());
+  listen(port);
+  EXPECT_EQ(ask({"reload", "", "", ""}), Rows::array());
+  EXPECT_EQ(ask({"show", "summary", "", ""})[1]["text"],
+            "metrics cannot be served on 127.0.77.1:" + port + ": Address already in use");
   write("{}");
   EXPECT_EQ(ask({"reload", "", "", ""}), Rows::array());
   EXPECT_EQ(get(second), "");
+  EXPECT_EQ(ask({"show", "summary", "", ""}).back()["state"], "ok");
 }
 
 TEST_F(DaemonTest, ASecondAgentOfOneStateFileOrSocketIsRefused) {
