@@ -1,6 +1,8 @@
 #include "view/Drops.h"
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 
 namespace Routing::Pim::Bsr {
 
@@ -36,35 +38,53 @@ static_assert(reasons.size() == static_cast<size_t>(IO::Refusal::notBsr) + 1);
 const char *wordOf(IO::Refusal reason) { return reasons[static_cast<size_t>(reason)].word; }
 const char *textOf(IO::Refusal reason) { return reasons[static_cast<size_t>(reason)].text; }
 
-void Drops::add(const Key &key, double now) {
-  const auto present = row_.find(key);
-  if (present != row_.end()) {
-    rows_.splice(rows_.begin(), rows_, present->second);
-  } else {
-    if (rows_.size() == most) {
-      row_.erase(rows_.back().key);
-      rows_.pop_back();
-    }
-    rows_.push_front({.key = key});
-    row_[key] = rows_.begin();
-  }
-  ++rows_.front().count;
-  rows_.front().last = now;
-}
-
 bool isExpected(IO::Refusal reason) {
   return reason == IO::Refusal::border || reason == IO::Refusal::pimOff || reason == IO::Refusal::noForward ||
          reason == IO::Refusal::ownBsr;
 }
 
+bool isOfAdvertisement(IO::Refusal reason) { return reason == IO::Refusal::filter || reason == IO::Refusal::notBsr; }
+
+void Drops::add(const Key &key, double now) {
+  const auto present = row_.find(key);
+  if (present != row_.end()) {
+    rows_.splice(rows_.begin(), rows_, present->second);
+  } else {
+    const Sharers sharers = sharersOf(key);
+    makeRoomFor(sharers);
+    rows_.push_front({.key = key});
+    row_[key] = rows_.begin();
+    ++shares_[sharers];
+  }
+  ++rows_.front().count;
+  rows_.front().last = now;
+}
+
+Drops::Sharers Drops::sharersOf(const Key &key) {
+  return {key.vrf, key.intfId, isOfAdvertisement(key.reason) ? Pax::IpGenAddr() : key.neighbor};
+}
+
+void Drops::makeRoomFor(const Sharers &sharers) {
+  const auto share = shares_.find(sharers);
+  if (share != shares_.end() && share->second == mostOfOne) {
+    const auto isTheirs = [&](const Row &row) { return sharersOf(row.key) == sharers; };
+    remove(std::prev(std::find_if(rows_.rbegin(), rows_.rend(), isTheirs).base()));
+  } else if (rows_.size() == most) {
+    remove(std::prev(rows_.end()));
+  }
+}
+
+void Drops::remove(Place row) {
+  const auto share = shares_.find(sharersOf(row->key));
+  if (--share->second == 0) shares_.erase(share);
+  row_.erase(row->key);
+  rows_.erase(row);
+}
+
 void Drops::clear(const std::string &vrf) {
   for (auto row = rows_.begin(); row != rows_.end();) {
-    const auto next = std::next(row);
-    if (vrf.empty() || row->key.vrf.text() == vrf) {
-      row_.erase(row->key);
-      rows_.erase(row);
-    }
-    row = next;
+    const auto each = row++;
+    if (vrf.empty() || each->key.vrf.text() == vrf) remove(each);
   }
 }
 

@@ -146,7 +146,7 @@ class ZoneExplanation {
 
   // Of a drop only the interface tells which zones it cannot be of.
   bool couldBeOfZone(const Drops::Key &drop) const {
-    if (drop.reason == IO::Refusal::filter || drop.reason == IO::Refusal::notBsr) return false;
+    if (isOfAdvertisement(drop.reason)) return false;
     return drop.reason != IO::Refusal::border || isBorder(*view_.status, zone_.zone, drop.intfId);
   }
 

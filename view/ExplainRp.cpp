@@ -101,8 +101,7 @@ class RpExplanation {
     }
     filter();
     const auto isAdvertisement = [this](const Drops::Key &drop) {
-      const bool ofRp = drop.neighbor == rp_;
-      return ofRp && (drop.reason == IO::Refusal::filter || drop.reason == IO::Refusal::notBsr);
+      return drop.neighbor == rp_ && isOfAdvertisement(drop.reason);
     };
     sayRefusals(view_, isAdvertisement, statements_);
     if (isKnown) return;

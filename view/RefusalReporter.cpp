@@ -17,24 +17,29 @@ Severity severityOf(IO::Refusal reason) {
 }
 
 // How many packets of a neighbor were refused for a reason.
-using Count = std::pair<uint64_t, std::pair<Pax::IpGenAddr, IO::Refusal>>;
+struct Count {
+  uint64_t count;
+  Pax::IpGenAddr neighbor;
+  Pax::IntfId intfId;
+  IO::Refusal reason;
+};
 
 // Sorts them; those that come most often are named.
 std::string sourcesOf(std::vector<Count> &counts, uint64_t all) {
   constexpr size_t named = 3;
-  std::stable_sort(counts.begin(), counts.end(), [](auto &one, auto &other) { return one.first > other.first; });
+  std::stable_sort(counts.begin(), counts.end(), [](auto &one, auto &other) { return one.count > other.count; });
   std::string text;
   uint64_t rest = all;
   for (size_t i = 0; i < std::min(named, counts.size()); ++i) {
-    const auto &[count, by] = counts[i];
-    text += sentence(i == 0 ? ": " : ", ", count, " from ", by.first, " (", wordOf(by.second), ")");
-    rest -= count;
+    const Count &each = counts[i];
+    text += sentence(i == 0 ? ": " : ", ", each.count, " from ");
+    text += each.neighbor.isZero() ? sentence("strangers on ", each.intfId) : Kiv::toText(each.neighbor);
+    text += sentence(" (", wordOf(each.reason), ")");
+    rest -= each.count;
   }
   if (rest > 0) text += sentence(counts.empty() ? ": " : ", ", rest, " from others");
   return text;
 }
-
-bool isOfAdvertisement(IO::Refusal reason) { return reason == IO::Refusal::filter || reason == IO::Refusal::notBsr; }
 
 }  // namespace
 
@@ -42,6 +47,15 @@ bool RefusalReporter::isEcho(const IO::Refused &refused) const {
   // Fragments share the tag of their message, so those that are at fault themselves would look like copies.
   const bool isAtFault = refused.reason == IO::Refusal::contradiction || refused.reason == IO::Refusal::openBytes;
   return refused.isBootstrap && !isAtFault && gate_.knows(refused.bsr, refused.fragmentTag);
+}
+
+bool RefusalReporter::isFromNeighbor(const IO::Refused &refused) const {
+  const auto pimIntf = pimStatus_->pimIntf(refused.intfId);
+  return pimIntf && pimIntf->neighbor(refused.source);
+}
+
+bool RefusalReporter::isFromStranger(const IO::Refused &refused) const {
+  return !isOfAdvertisement(refused.reason) && !isFromNeighbor(refused);
 }
 
 void RefusalReporter::refused(const IO::Refused &refused) {
@@ -67,23 +81,36 @@ void RefusalReporter::judge() {
 }
 
 void RefusalReporter::count(const IO::Refused &refused, bool isEcho) {
-  drops_.add({vrf_, refused.intfId, refused.source, refused.reason, refused.bsr, isEcho}, reporting_.now());
+  Drops::Key key{.vrf = vrf_, .intfId = refused.intfId, .reason = refused.reason, .isEcho = isEcho};
+  if (!isFromStranger(refused)) {
+    key.neighbor = refused.source;
+    key.bsr = refused.bsr;
+  }
+  drops_.add(key, reporting_.now());
 }
 
 void RefusalReporter::tell(const IO::Refused &refused) {
   if (!sumTimer_.armed()) sumTimer_.timeMinIs(reporting_.now() + sumInterval);
-  const By by{refused.source, refused.reason};
+  const By by =
+      isFromStranger(refused) ? By({}, refused.intfId, refused.reason) : By(refused.source, {}, refused.reason);
   if (const auto told = told_.find(by); told != told_.end()) {
     told->second.last = reporting_.now();
     ++told->second.more;
     return;
   }
-  if (firsts_ == firstsMost || told_.size() == toldMost) {
+  const bool byNeighbor = isFromNeighbor(refused);
+  Share &share = byNeighbor ? ofNeighbors_ : ofOthers_;
+  if (share.firsts == firstsMost || share.told == toldMost) {
     ++others_;
     return;
   }
-  ++firsts_;
-  told_[by].last = reporting_.now();
+  ++share.firsts;
+  ++share.told;
+  told_[by] = {.last = reporting_.now(), .byNeighbor = byNeighbor};
+  tellFirst(refused);
+}
+
+void RefusalReporter::tellFirst(const IO::Refused &refused) {
   const bool isAdvertisement = isOfAdvertisement(refused.reason);
   Event event{.kind = isAdvertisement ? EventKind::advertisementRefused : EventKind::messageRefused,
               .severity = severityOf(refused.reason),
@@ -94,6 +121,7 @@ void RefusalReporter::tell(const IO::Refused &refused) {
   event.text = isAdvertisement       ? sentence("An advertisement from ", refused.source)
                : refused.isBootstrap ? sentence("A message of BSR ", refused.bsr, " from ", refused.source)
                                      : sentence("A packet from ", refused.source);
+  if (isFromStranger(refused)) event.text += ", which is no PIM neighbor,";
   if (!refused.intfId.isEmpty()) event.text += sentence(" on ", refused.intfId);
   event.text += sentence(" was refused: ", textOf(refused.reason));
   if (!refused.neighbor.isZero()) event.text += sentence(", ", refused.neighbor);
@@ -106,17 +134,21 @@ void RefusalReporter::sumUp() {
   std::vector<Count> counts;
   Event event{.kind = EventKind::messagesRefused, .severity = Severity::info};
   if (others_ > 0) event.severity = Severity::warning;
-  for (auto told = told_.begin(); told != told_.end();) {
+  for (auto next = told_.begin(); next != told_.end();) {
+    const auto told = next++;
     auto &[by, each] = *told;
+    const auto &[neighbor, intfId, reason] = by;
     if (each.more > 0) {
       more += each.more;
-      counts.emplace_back(each.more, by);
-      event.severity = std::min(event.severity, severityOf(by.second));
+      counts.push_back({each.more, neighbor, intfId, reason});
+      event.severity = std::min(event.severity, severityOf(reason));
       each.more = 0;
     }
-    told = each.last + forgotten <= reporting_.now() ? told_.erase(told) : std::next(told);
+    if (each.last + forgotten > reporting_.now()) continue;
+    --(each.byNeighbor ? ofNeighbors_ : ofOthers_).told;
+    told_.erase(told);
   }
-  firsts_ = 0;
+  ofNeighbors_.firsts = ofOthers_.firsts = 0;
   others_ = 0;
   if (!told_.empty()) sumTimer_.timeMinIs(reporting_.now() + sumInterval);
   if (more == 0) return;
@@ -124,8 +156,9 @@ void RefusalReporter::sumUp() {
   event.text = sentence(more, more == 1 ? " more packet was" : " more packets were", " refused in the last minute");
   event.text += sourcesOf(counts, more);
   if (!counts.empty()) {
-    event.neighbor = counts.front().second.first;
-    event.cause = wordOf(counts.front().second.second);
+    event.neighbor = counts.front().neighbor;
+    event.interface = counts.front().intfId;
+    event.cause = wordOf(counts.front().reason);
   }
   reporting_.tell(std::move(event));
 }

@@ -35,10 +35,10 @@ std::string detailOf(const VrfView &view, const Drops::Key &drop) {
 }
 
 std::string whatWasRefused(const Drops::Key &drop) {
-  const bool isAdvertisement = drop.reason == IO::Refusal::filter || drop.reason == IO::Refusal::notBsr;
+  const bool isAdvertisement = isOfAdvertisement(drop.reason);
   std::string what = isAdvertisement ? "An advertisement" : drop.bsr.isZero() ? "A packet" : "A message";
   if (!drop.bsr.isZero()) what += sentence(isAdvertisement ? " for BSR " : " of BSR ", drop.bsr);
-  if (!drop.neighbor.isZero()) what += sentence(" from ", drop.neighbor);
+  what += drop.neighbor.isZero() ? " from a source that is no PIM neighbor" : sentence(" from ", drop.neighbor);
   if (!drop.intfId.isEmpty()) what += sentence(" on ", drop.intfId);
   return what;
 }

@@ -13,7 +13,7 @@ VrfReporter::VrfReporter(EventLog &log, Drops &drops, const Kiv::Ptr<Orb::TimerW
       rp_(reporting_, machines.container().status, machines.container().rpCandidateStatus, bsr_),
       candidate_(reporting_, machines.container().status),
       limit_(reporting_, machines.container().status, machines.container().pimStatus),
-      refusal_(reporting_, machines.container().vrf, machines.bsrIOSm(), drops) {
+      refusal_(reporting_, machines.container().vrf, machines.container().pimStatus, machines.bsrIOSm(), drops) {
   machines.bsrSm().zoneWatcherIs(this);
   machines.container().packetPort->refusalWatcherIs(this);
 }

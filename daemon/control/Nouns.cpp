@@ -186,7 +186,7 @@ constexpr std::array events{
 constexpr std::array drops{
     vrf,
     Column{"interface", "where it arrived"},
-    Column{"neighbor", "who sent it"},
+    Column{"neighbor", "who sent it; none stands for all who are no PIM neighbors there, but for candidate RPs"},
     Column{"reason", "why it was refused"},
     Column{"bsr", "the BSR that it was from, or for"},
     Column{"count", "how many, since the counters were last cleared"},

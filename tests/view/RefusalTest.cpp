@@ -6,6 +6,8 @@
 namespace Test {
 namespace {
 
+using Routing::Pim::IO::Refusal;
+
 // A VRF that has a neighbor on eth1, and another one there, and tells what it refuses.
 class Refusals : public testing::Test {
  protected:
@@ -23,10 +25,11 @@ class Refusals : public testing::Test {
     }
     return told;
   }
-  void refuse(Routing::Pim::IO::Refusal reason, uint32_t source) {
+  void refuse(Refusal reason, uint32_t source) {
     reporter.refused({.reason = reason, .intfId = vrf.intf(1), .source = vrf.a.host(source)});
   }
-  bool hasRow(Routing::Pim::IO::Refusal reason, bool isEcho) const {
+  void neighborIs(uint32_t source) const { vrf.pimStatus->pimIntf(vrf.intf(1))->neighborIs(vrf.a.host(source)); }
+  bool hasRow(Refusal reason, bool isEcho) const {
     return std::any_of(drops.rows().begin(), drops.rows().end(),
                        [&](auto &row) { return row.key.reason == reason && row.key.isEcho == isEcho; });
   }
@@ -51,13 +54,13 @@ TEST_F(Refusals, ACopyIsAnEchoButNotAFragmentThatContradictsTheOthers) {
   vrf.port->hear(vrf.intf(1), vrf.a.onLink(77), Pax::allPimRouters(vrf.a.af),
                  *Kiv::Ptr<Pim::Packet::BootstrapMessage>(piece(3, 20)));
   EXPECT_EQ(toldIn(5), "messageRefused contradiction \n");
-  EXPECT_TRUE(hasRow(Routing::Pim::IO::Refusal::contradiction, false));
-  EXPECT_TRUE(hasRow(Routing::Pim::IO::Refusal::rpfNeighbor, true));
+  EXPECT_TRUE(hasRow(Refusal::contradiction, false));
+  EXPECT_TRUE(hasRow(Refusal::rpfNeighbor, true));
   EXPECT_EQ(drops.rows().size(), 2u);
 }
 
 TEST_F(Refusals, AreToldOnceForEachNeighborAndReasonAndNoMoreThanTenAMinute) {
-  using Routing::Pim::IO::Refusal;
+  for (uint32_t source = 1; source < 32; ++source) neighborIs(source);
   for (int i = 0; i < 5; ++i) refuse(Refusal::malformed, 1);
   refuse(Refusal::border, 1);
   refuse(Refusal::filter, 1);
@@ -75,6 +78,34 @@ TEST_F(Refusals, AreToldOnceForEachNeighborAndReasonAndNoMoreThanTenAMinute) {
   EXPECT_EQ(toldIn(3660), "");
   refuse(Refusal::malformed, 1);
   EXPECT_EQ(toldIn(1), "messageRefused malformed \n");
+}
+
+TEST_F(Refusals, OfStrangersWhoInventSourcesLeaveRoomForThoseOfNeighbors) {
+  neighborIs(1);
+  refuse(Refusal::malformed, 1);
+  neighborIs(2);
+  refuse(Refusal::border, 2);
+  EXPECT_EQ(toldIn(1), "messageRefused malformed \nmessageRefused border \n");
+  for (uint32_t source = 1000; source < 4000; ++source) {
+    refuse(Refusal::malformed, source);
+    refuse(Refusal::filter, source);
+  }
+  EXPECT_EQ(log.events()[2].text,
+            "A packet from 10.0.3.232, which is no PIM neighbor, on eth1 was refused: it is malformed");
+  for (uint32_t bsr = 0; bsr < 2000; ++bsr) {
+    reporter.refused({Refusal::noRoute, vrf.intf(1), vrf.a.host(1), vrf.a.host(bsr)});
+  }
+  std::map<Refusal, size_t> rows;
+  for (const auto &row : drops.rows()) ++rows[row.key.reason];
+  EXPECT_EQ(rows, (std::map<Refusal, size_t>{
+                      {Refusal::border, 1}, {Refusal::malformed, 1}, {Refusal::filter, 99}, {Refusal::noRoute, 100}}));
+  const std::string firsts = toldIn(1);
+  EXPECT_NE(firsts.find("noRoute"), std::string::npos) << "of a neighbor, however many strangers there are";
+  vrf.advance(60);
+  const std::string sum = log.events().back().text;
+  EXPECT_NE(sum.find(": 2999 from strangers on eth1 (malformed), 1999 from 10.0.0.1 (noRoute), 2991 from others"),
+            std::string::npos)
+      << sum;
 }
 
 }  // namespace
