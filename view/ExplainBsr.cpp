@@ -27,6 +27,7 @@ class ZoneExplanation {
       timing();
       rpf();
     } else if (view_.bsrSm) {
+      if (isUnknown()) unknown();
       obstacles();
     }
     for (const Rows &row : candidacies) {
@@ -150,6 +151,23 @@ class ZoneExplanation {
     return drop.reason != IO::Refusal::border || isBorder(*view_.status, zone_.zone, drop.intfId);
   }
 
+  static constexpr size_t named = 5;  ///< of many
+
+  // `first` are the first ones of `all`.
+  static std::string listOf(const std::vector<std::string> &first, size_t all) {
+    std::string text;
+    for (size_t i = 0; i < std::min(first.size(), named); ++i) text += (i == 0 ? "" : ", ") + first[i];
+    return all > named ? text + sentence(" and ", all - named, " more") : text;
+  }
+
+  bool isUnknown() const { return !zone_.isKnown() && zone_.zone != Pax::allGroups(view_.af); }
+  void unknown() {
+    std::vector<std::string> zones;
+    for (const Pax::IpGenPrefix &known : zonesBehind(view_, {})) zones.push_back(Kiv::toText(known));
+    statements_.say("unknown", {{"zones", zones}},
+                    "Nothing of it was ever heard here; the zones known here are " + listOf(zones, zones.size()) + ".");
+  }
+
   // What keeps messages away.
   void obstacles() {
     size_t neighbors = 0;
@@ -166,13 +184,46 @@ class ZoneExplanation {
                       "There is no PIM neighbor that a message could come from; see 'pimbsrctl show interfaces', and "
                       "whether a firewall lets protocol 103 pass.");
     }
-    sayRefusals(
-        view_, [this](const Drops::Key &drop) { return couldBeOfZone(drop); }, statements_);
+    const size_t refused = sayRefusals(
+        view_, [this](const Drops::Key &drop) { return couldBeOfZone(drop); }, lastAccepted(), statements_);
+    if (neighbors > 0 && refused == 0 && !takesOver()) silence();
     if (zone_.nonCandidateSm && std::isfinite(zone_.nonCandidateSm->forgottenAt())) {
       statements_.say("zone", {{"forgotten", secondsBetween(view_.now, zone_.nonCandidateSm->forgottenAt())}},
                       "The zone is forgotten in " + durationBetween(view_.now, zone_.nonCandidateSm->forgottenAt()) +
                           " unless a message comes.");
     }
+  }
+
+  double lastAccepted() const {
+    double last = 0;
+    if (!zone_.heard) return last;
+    for (const HeardBsr &bsr : zone_.heard->all()) last = std::max(last, bsr.time);
+    return last;
+  }
+
+  // Nothing comes, and nothing is refused: the neighbors may know more.
+  void silence() {
+    std::vector<std::string> first;
+    size_t neighbors = 0;
+    for (const Pax::IntfId &intfId : view_.pimInterfaces) {
+      const auto pimIntf = isBorder(*view_.status, zone_.zone, intfId) ? nullptr : view_.pimStatus->pimIntf(intfId);
+      if (!pimIntf) continue;
+      neighbors += pimIntf->neighbor().size();
+      if (first.size() >= named) continue;
+      for (const Pax::IpGenAddr &address : sortedKeys(pimIntf->neighbor())) {
+        if (first.size() < named) first.push_back(sentence(address, " on ", intfId));
+      }
+    }
+    const double last = lastAccepted();
+    const std::string command = sentence("pimbsrctl explain bsr ", zone_.zone);
+    const std::string came = last == 0 ? "No message of it has come since this agent started"
+                                       : "No message of it has come for " + durationBetween(last, view_.now);
+    statements_.say("silence",
+                    {{"lastBsmAt", secondsBetween(last, view_.now)}, {"neighbors", neighbors}, {"command", command}},
+                    neighbors == 0 ? came + ", and every PIM neighbor is beyond a border of it."
+                                   : came + ", and none was refused; ask '" + command + "' on the neighbors (" +
+                                         listOf(first, neighbors) +
+                                         "), and look whether they have a border of it toward this router.");
   }
 
   const VrfView &view_;

@@ -1,4 +1,5 @@
 #include "platform/routing/TrieGen.h"
+#include "view/Announced.h"
 #include "view/Explain.h"
 #include "view/Groups.h"
 #include "view/Reasons.h"
@@ -44,14 +45,29 @@ class GroupExplanation {
     return bsr ? sentence("whose BSR is ", bsr->ipAddr()) : "which has no BSR now";
   }
 
+  std::string whyUntold(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix, const Pax::IpGenAddr &rp) const {
+    const auto set = rpSetOf(*view_.status, zone, prefix);
+    const auto learned = set ? set->rp(rp) : nullptr;
+    return learned ? whyNotAnnounced(view_, zone, prefix, rp, *learned) : "it is withdrawn";
+  }
+
   void winner(const RpHashSm::Answer &answer, Mode mode) {
     const Pax::IpGenPrefix zone = publisherOf(view_, answer.prefix);
     const auto bsr = view_.status->bootstrapRouter(zone);
     const RpHashSm::Candidate &best = answer.best();
     const std::string rule = ruleOf(answer.candidates);
+    const auto announced = Announced::in(view_, zone, {answer.prefix});
+    const bool isTold = !announced || announced->lists(answer.prefix, best.rp, mode);
+    const std::string untold = isTold ? "" : whyUntold(zone, answer.prefix, best.rp);
     statements_.say(
-        "rp", {{"rp", toJson(best.rp)}, {"mode", toJson(mode)}, {"rule", rule}},
-        sentence(vrfLead(view_), "Group ", group_, ": the RP is ", best.rp, " (", mode, "), since ", rule, "."));
+        "rp",
+        {{"rp", toJson(best.rp)},
+         {"mode", toJson(mode)},
+         {"rule", rule},
+         {"announced", announced ? Rows(isTold) : Rows()},
+         {"whyNotAnnounced", isTold ? Rows() : Rows(untold)}},
+        sentence(vrfLead(view_), "Group ", group_, ": the RP is ", best.rp, " (", mode, "), since ", rule,
+                 isTold ? "" : "; it is not announced, so that other routers do not know it: ", untold, "."));
     statements_.say("zone",
                     {{"zone", toJson(zone)},
                      {"bsr", bsr ? toJson(bsr->ipAddr()) : nullptr},

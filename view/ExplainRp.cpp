@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <map>
 #include <stdexcept>
 
 #include "engine/BsrCandidateSm.h"
@@ -49,7 +51,8 @@ class RpExplanation {
       zones += prefixes != before ? 1 : 0;
     }
     const bool local = localAddresses(view_).contains(rp_);
-    const std::string lead = sentence(vrfLead(view_), "RP ", rp_, ": ");
+    const std::string stopped = whyNotRunning(view_);
+    const std::string lead = sentence(vrfLead(view_), "RP ", rp_, ": ", stopped, stopped.empty() ? "" : "; ");
     const std::string what = prefixes == 0 ? "no BSR announces it"
                                            : sentence("it serves ", prefixes, prefixes == 1 ? " prefix" : " prefixes",
                                                       " in ", zones, zones == 1 ? " zone" : " zones");
@@ -103,7 +106,7 @@ class RpExplanation {
     const auto isAdvertisement = [this](const Drops::Key &drop) {
       return drop.neighbor == rp_ && isOfAdvertisement(drop.reason);
     };
-    sayRefusals(view_, isAdvertisement, statements_);
+    sayRefusals(view_, isAdvertisement, lastAccepted(), statements_);
     if (isKnown) return;
     refusedAtLimits();
     whereToLook();
@@ -204,13 +207,36 @@ class RpExplanation {
                     "RPs were refused because a limit was reached; see 'refused' of 'pimbsrctl show counters'.");
   }
 
+  // When the RP was last advertised, or listed by a BSR.
+  double lastAccepted() const {
+    double last = 0;
+    for (const auto &[zone, entry] : view_.status->crpStatus()) {
+      if (!entry->status()) continue;
+      for (const auto &[group, set] : entry->status()->crpSet()) {
+        if (const auto rp = set->rp(rp_)) last = std::max(last, rp->expires() - rp->holdTime());
+      }
+    }
+    return last;
+  }
+
   void whereToLook() {
+    if (!view_.bsrSm) return;
+    if (view_.status->bootstrapRouter().empty()) {
+      statements_.say("look", {{"command", "pimbsrctl explain bsr"}},
+                      "No zone has a BSR, which alone could announce RPs; see 'pimbsrctl explain bsr'.");
+      return;
+    }
+    std::map<Pax::IpGenAddr, std::vector<Pax::IpGenPrefix>> zones;  // by BSR
+    for (const auto &[zone, bsr] : view_.status->bootstrapRouter()) zones[bsr->ipAddr()].push_back(zone);
     const std::set<Pax::IpGenAddr> local = localAddresses(view_);
-    for (const Pax::IpGenPrefix &zone : sortedKeys(view_.status->bootstrapRouter())) {
-      const Pax::IpGenAddr bsr = view_.status->bootstrapRouter(zone)->ipAddr();
+    for (auto &[bsr, its] : zones) {
       if (local.contains(bsr)) continue;
-      statements_.say("look", {{"zone", toJson(zone)}, {"bsr", toJson(bsr)}},
-                      sentence("Zone ", zone, ": 'pimbsrctl explain rp ", rp_, "' on the BSR, ", bsr,
+      std::sort(its.begin(), its.end());
+      Rows names = Rows::array();
+      for (const Pax::IpGenPrefix &zone : its) names.push_back(toJson(zone));
+      const std::string more = its.size() > 1 ? sentence(" and ", its.size() - 1, " more") : "";
+      statements_.say("look", {{"zones", names}, {"bsr", toJson(bsr)}},
+                      sentence("Zone ", its.front(), more, ": 'pimbsrctl explain rp ", rp_, "' on the BSR, ", bsr,
                                ", says whether it was heard there."));
     }
   }

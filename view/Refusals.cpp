@@ -1,5 +1,7 @@
 #include "view/Refusals.h"
 
+#include <algorithm>
+
 #include "view/Rpf.h"
 
 namespace Routing::Pim::Bsr {
@@ -7,6 +9,7 @@ namespace Routing::Pim::Bsr {
 namespace {
 
 constexpr double lately = 3600;
+constexpr double together = 1;  // seconds within which messages go together
 constexpr size_t most = 10;
 
 // The command that shows more; empty where nothing does.
@@ -45,13 +48,13 @@ std::string whatWasRefused(const Drops::Key &drop) {
 
 }  // namespace
 
-void sayRefusals(const VrfView &view, const std::function<bool(const Drops::Key &drop)> &concerns,
-                 Statements &statements) {
-  if (!view.drops) return;
+size_t sayRefusals(const VrfView &view, const std::function<bool(const Drops::Key &drop)> &concerns, double accepted,
+                   Statements &statements) {
+  if (!view.drops) return 0;
   size_t room = most;
   for (const Drops::Row &row : view.drops->rows()) {
     const Drops::Key &drop = row.key;
-    if (room == 0 || view.now - row.last > lately) break;
+    if (room == 0 || row.last < std::max(view.now - lately, accepted - together)) break;
     if (drop.vrf != view.vrf || drop.isEcho || !concerns(drop)) continue;
     --room;
     const std::string command = commandFor(view, drop);
@@ -69,6 +72,7 @@ void sayRefusals(const VrfView &view, const std::function<bool(const Drops::Key 
         sentence(whatWasRefused(drop), " ", often, durationBetween(row.last, view.now), " ago, since ",
                  textOf(drop.reason), detailOf(view, drop), command.empty() ? "." : "; see '" + command + "'."));
   }
+  return most - room;
 }
 
 }  // namespace Routing::Pim::Bsr

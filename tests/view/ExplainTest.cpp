@@ -102,7 +102,10 @@ TEST_F(Explain, ABsrThatIsReachedNoMoreOrOnAnotherWay) {
   story.time().runFor(60);
   EXPECT_EQ(
       explain("r2", "bsr"),
-      "Zone 224.0.0.0/4: there is no BSR.\n192.168.0.1 with priority 64 was heard T ago, from 10.0.1.1 on eth0.\n");
+      "Zone 224.0.0.0/4: there is no BSR.\n"
+      "No message of it has come for T, and none was refused; ask 'pimbsrctl explain bsr 224.0.0.0/4' on the neighbors "
+      "(10.0.2.2 on eth1), and look whether they have a border of it toward this router.\n"
+      "192.168.0.1 with priority 64 was heard T ago, from 10.0.1.1 on eth0.\n");
 }
 
 TEST_F(Explain, WhoTakesOverAndWhatIsOff) {
@@ -119,14 +122,17 @@ TEST_F(Explain, WhoTakesOverAndWhatIsOff) {
             "Zone 239.1.0.0/16: there is no BSR, and this router, 192.168.0.1 with priority 1, takes over in T unless "
             "it hears a better candidate.\n" +
                 noNeighbor + "No message of this zone is sent or accepted on eth0, a border of it.\n");
-  EXPECT_EQ(explain("r0", "bsr", "239.2.0.0/16"), "Zone 239.2.0.0/16: there is no BSR.\n" + noNeighbor);
+  const std::string unknown =
+      "Zone 239.2.0.0/16: there is no BSR.\n"
+      "Nothing of it was ever heard here; the zones known here are 224.0.0.0/4, 239.1.0.0/16.\n";
+  EXPECT_EQ(explain("r0", "bsr", "239.2.0.0/16"), unknown + noNeighbor);
   story.host("r0").router().intfs().front().upIs(false);
-  EXPECT_EQ(explain("r0", "bsr", "239.2.0.0/16"),
-            "Zone 239.2.0.0/16: there is no BSR.\nPIM is off at eth0: eth0 is down.\n" + noNeighbor);
+  EXPECT_EQ(explain("r0", "bsr", "239.2.0.0/16"), unknown + "PIM is off at eth0: eth0 is down.\n" + noNeighbor);
   story.host("r0").stop();
   EXPECT_EQ(explain("r0", "bsr", "224.0.0.0/4"),
             "Zone 224.0.0.0/4: the VRF is not running; there is no BSR.\n"
             "The candidate BSR of this router on lo is not in force: the VRF is not running.\n");
+  EXPECT_EQ(explain("r0", "rp", "192.168.0.1"), "RP 192.168.0.1: the VRF is not running; no BSR announces it.\n");
   EXPECT_THROW(explain("r0", "bsr", "10.0.0.0/8"), std::invalid_argument);
   EXPECT_THROW(explain("r0", "weather"), std::invalid_argument);
 }
@@ -155,7 +161,64 @@ TEST_F(Explain, ABorderInTheWay) {
             "A message of BSR 192.168.0.1 from 10.0.0.1 on eth0 was refused 2 times, the last T ago, since the "
             "interface is a border of its zone; see 'pimbsrctl show border'.\n"
             "No message of this zone is sent or accepted on eth0, a border of it.\n");
-  EXPECT_EQ(explain("r1", "bsr", "239.1.0.0/16"), "Zone 239.1.0.0/16: there is no BSR.\n");
+  EXPECT_EQ(explain("r1", "rp", "192.168.0.9"),
+            "RP 192.168.0.9: no BSR announces it.\n"
+            "No zone has a BSR, which alone could announce RPs; see 'pimbsrctl explain bsr'.\n");
+}
+
+TEST_F(Explain, SilenceFromBeyondABorder) {
+  story.chain({"r0", "r1", "r2"}, {1500});
+  told = std::make_unique<Told>(story.host("r2"));
+  story.host("r0").candidateBsrIs(global, 64);
+  story.host("r0").candidateBsrIs(scope, 64);
+  story.start({"r0", "r1", "r2"});
+  story.time().runFor(100);
+  const Pax::IntfId eth1(L3::defaultVrf, "eth1");
+  story.host("r1").borderIs(scope, eth1);
+  story.host("r1").borderIs(ipv4.scope(2), {L3::defaultVrf, "eth0"});
+  story.host("r1").borderIs(ipv4.scope(2), eth1);
+  story.time().runFor(200);
+  const std::string ask =
+      "ask 'pimbsrctl explain bsr 239.1.0.0/16' on the neighbors (10.0.1.1 on eth0), and look whether they have a "
+      "border of it toward this router.\n";
+  EXPECT_EQ(explain("r2", "bsr", "239.1.0.0/16"),
+            "Zone 239.1.0.0/16: there is no BSR.\nNo message of it has come for T, and none was refused; " + ask +
+                "The zone is forgotten in T unless a message comes.\n"
+                "192.168.0.1 with priority 64 was heard T ago, from 10.0.1.1 on eth0.\n");
+  story.host("r2").crash();
+  story.host("r2").start();
+  story.time().runFor(60);
+  EXPECT_EQ(explain("r2", "bsr", "239.3.0.0/16"),
+            "Zone 239.3.0.0/16: there is no BSR.\n"
+            "Nothing of it was ever heard here; the zones known here are 224.0.0.0/4.\n"
+            "No message of it has come since this agent started, and none was refused; ask 'pimbsrctl explain bsr "
+            "239.3.0.0/16' on the neighbors (10.0.1.1 on eth0), and look whether they have a border of it toward this "
+            "router.\n");
+  explain("r1", "bsr", "239.2.0.0/16");
+  EXPECT_EQ(memberOf("silence", "text"),
+            "No message of it has come since this agent started, and every PIM neighbor is beyond a border of it.");
+  story.host("r0").candidateBsrIs(ipv4.scope(5), 64);
+  story.time().runFor(60);
+  EXPECT_EQ(explain("r2", "rp", "192.168.0.9"),
+            "RP 192.168.0.9: no BSR announces it.\n"
+            "Zone 224.0.0.0/4 and 1 more: 'pimbsrctl explain rp 192.168.0.9' on the BSR, 192.168.0.1, says whether it "
+            "was heard there.\n");
+}
+
+TEST_F(Explain, WhatWasRefusedBeforeAllWasWellIsNoReason) {
+  story.chain({"f0", "r1"}, {1500});
+  told = std::make_unique<Told>(story.host("r1"));
+  claim("f0", story.network.router("f0").address());
+  story.start({"r1"});
+  story.host("r1").borderIs(global, {L3::defaultVrf, "eth0"});
+  story.time().runFor(100);
+  EXPECT_NE(explain("r1", "bsr", "224.0.0.0/4").find("was refused"), std::string::npos);
+  story.host("r1").system().configColl->intfConfig({L3::defaultVrf, "eth0"})->bsrBorderGrpDel(global);
+  story.time().runFor(70);
+  story.feeder("f0").die();
+  story.time().runFor(200);
+  EXPECT_EQ(explain("r1", "bsr", "224.0.0.0/4").find("was refused"), std::string::npos)
+      << "all that came since was taken";
 }
 
 TEST_F(Explain, AWrongRpfNeighbor) {
@@ -193,6 +256,13 @@ TEST_F(Explain, AnRpThatTheFilterOfTheBsrDenies) {
             "224.0.0.0/4.\n"
             "Zone 224.0.0.0/4: 'pimbsrctl explain rp 192.168.0.2' on the BSR, 192.168.0.1, says whether it was heard "
             "there.\n");
+  story.host("r0").config().crpFilterAclDel("NOBODY");
+  story.time().runFor(60);
+  EXPECT_EQ(explain("r0", "rp", "192.168.0.2"),
+            "RP 192.168.0.2: it serves 1 prefix in 1 zone.\n"
+            "225.1.0.0/16 in zone 224.0.0.0/4, of BSR 192.168.0.1: sparsemode, priority 192, for T more; in use; "
+            "announced by our last message.\n")
+      << "what was refused before is no reason";
 }
 
 TEST_F(Explain, RpsThatTheBsrLeavesOut) {
@@ -209,6 +279,17 @@ TEST_F(Explain, RpsThatTheBsrLeavesOut) {
             head +
                 "not announced, since the prefix has RPs of both modes, and only the bidirectional ones are "
                 "announced.\n");
+  const std::string group = "Group 225.1.0.1: the RP is ";
+  EXPECT_EQ(
+      explain("r0", "group", "225.1.0.1")
+          .find(group + "192.168.0.2 (sparsemode), since it is the only candidate; it is not announced, so that other "
+                        "routers do not know it: the prefix has RPs of both modes, and only the bidirectional ones "
+                        "are announced.\n"),
+      0u);
+  EXPECT_EQ(memberOf("rp", "announced"), false);
+  EXPECT_EQ(explain("r1", "group", "225.1.0.1").find(group + "192.168.0.3 (bidir), since it is the only candidate.\n"),
+            0u);
+  EXPECT_TRUE(memberOf("rp", "announced").is_null());
   story.host("r2").candidateRpDel();
   story.time().runFor(1);  // withdrawn, and no message since
   EXPECT_EQ(explain("r0", "rp", "192.168.0.2"),
