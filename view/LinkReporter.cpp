@@ -141,11 +141,7 @@ void LinkReporter::settleState(const Pax::IntfId &intfId, Known &known) {
                                                       : State::missing;
   if (now == known.state) return;
   const std::string why = now == State::on ? "" : whyPimOff(reporting_.view(), intfId);
-  if (now == State::off && why.empty()) {  // it stands by, or is about to be on
-    known.dr = {};
-    known.neighbors.clear();
-    return;
-  }
+  if (now == State::off && why.empty()) return;  // it stands by, or is about to be on
   const size_t neighbors = known.neighbors.size();
   known = {now};
   const std::string theirs = neighbors == 1  ? "; its neighbor is gone with it"

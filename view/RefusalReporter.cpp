@@ -99,14 +99,13 @@ void RefusalReporter::tell(const IO::Refused &refused) {
     return;
   }
   const bool byNeighbor = isFromNeighbor(refused);
-  Share &share = byNeighbor ? ofNeighbors_ : ofOthers_;
-  if (share.firsts == firstsMost || share.told == toldMost) {
+  size_t &firsts = byNeighbor ? firstsOfNeighbors_ : firstsOfOthers_;
+  if (firsts == firstsMost || told_.size() >= (byNeighbor ? toldMost : toldMost / 2)) {
     ++others_;
     return;
   }
-  ++share.firsts;
-  ++share.told;
-  told_[by] = {.last = reporting_.now(), .byNeighbor = byNeighbor};
+  ++firsts;
+  told_[by].last = reporting_.now();
   tellFirst(refused);
 }
 
@@ -144,11 +143,9 @@ void RefusalReporter::sumUp() {
       event.severity = std::min(event.severity, severityOf(reason));
       each.more = 0;
     }
-    if (each.last + forgotten > reporting_.now()) continue;
-    --(each.byNeighbor ? ofNeighbors_ : ofOthers_).told;
-    told_.erase(told);
+    if (each.last + forgotten <= reporting_.now()) told_.erase(told);
   }
-  ofNeighbors_.firsts = ofOthers_.firsts = 0;
+  firstsOfNeighbors_ = firstsOfOthers_ = 0;
   others_ = 0;
   if (!told_.empty()) sumTimer_.timeMinIs(reporting_.now() + sumInterval);
   if (more == 0) return;

@@ -29,7 +29,7 @@ class RefusalReporter {
   static constexpr double forgotten = 3600;  ///< seconds
   static constexpr size_t firstsMost = 10;
   static constexpr size_t waitingMost = 256;  ///< judged at once beyond
-  static constexpr size_t toldMost = 1000;    ///< of neighbor and reason that are remembered, and as many of others
+  static constexpr size_t toldMost = 1000;    ///< pairs of neighbor and reason that are remembered; others have half
 
   RefusalReporter(Reporting &reporting, const L3::VrfName &vrf, const Kiv::Ptr<const Pim::Status> &pimStatus,
                   const BootstrapMessageSm &gate, Drops &drops)
@@ -51,15 +51,9 @@ class RefusalReporter {
   struct Told {
     double last = 0;
     uint64_t more = 0;  ///< since the last sum
-    bool byNeighbor = false;
   };
   /// Who sent it, unset for strangers; the interface of these; why it was refused.
   using By = std::tuple<Pax::IpGenAddr, Pax::IntfId, IO::Refusal>;
-  struct Share {
-    size_t told = 0;    ///< that are remembered
-    size_t firsts = 0;  ///< of them, since the last sum
-  };
-
   bool isEcho(const IO::Refused &refused) const;
   bool isFromNeighbor(const IO::Refused &refused) const;
   bool isFromStranger(const IO::Refused &refused) const;
@@ -76,8 +70,8 @@ class RefusalReporter {
   Drops &drops_;
   std::vector<Waiting> waiting_;  // in the order in which they came
   std::map<By, Told> told_;
-  Share ofNeighbors_, ofOthers_;
-  uint64_t others_ = 0;  // neither told nor remembered, since the last sum
+  size_t firstsOfNeighbors_ = 0, firstsOfOthers_ = 0;  // told since the last sum
+  uint64_t others_ = 0;                                // neither told nor remembered, since then
   Orb::TimerFor<&RefusalReporter::judge> judgeTimer_;
   Orb::TimerFor<&RefusalReporter::sumUp> sumTimer_;
 };

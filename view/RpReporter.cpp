@@ -136,9 +136,7 @@ std::string RpReporter::whyDropped(const Change &change) const {
 std::string RpReporter::inWords(const Change &change, const std::optional<RpOptions> &now) {
   static constexpr std::array<const char *, size_t(Fate::count)> verbs{
       "was added", "changed", "was withdrawn", "expired", "was dropped with its BSR", "is hidden", "is shown again"};
-  const bool isKnown = change.fate == Fate::changed && now && change.before;
-  const std::string differing = isKnown ? changeInWords(*now, *change.before) : "";
-  if (!differing.empty()) return differing;
+  if (change.fate == Fate::changed && now && change.before) return changeInWords(*now, *change.before);
   std::string text = verbs[size_t(change.fate)];
   if (change.fate == Fate::dropped) text += sentence(", ", change.bsr);
   if (now) text += " (" + textOf(*now) + ")";
@@ -166,6 +164,7 @@ void RpReporter::tell(const Change &change) {
   }
   std::optional<RpOptions> now;
   if (rp && change.fate <= Fate::changed) now.emplace(*rp);
+  if (change.fate == Fate::changed && now && change.before && changeInWords(*now, *change.before).empty()) return;
   if (now) event.newValue = textOf(*now);
   if (change.before) event.oldValue = textOf(*change.before);
   event.cause = causeOf(change);
