@@ -201,8 +201,8 @@ void BsrReporter::tell(EventKind kind, Severity severity, const Pax::IpGenPrefix
   };
   Event event{.kind = kind, .severity = severity, .zone = zone, .bsr = now.bsr.isZero() ? before.bsr : now.bsr};
   if (kind != EventKind::zoneAppeared) {
-    event.oldValue = weight(before);
     event.newValue = weight(now);
+    if (weight(before) != event.newValue) event.oldValue = weight(before);
   }
   event.cause = cause;
   event.text = text;

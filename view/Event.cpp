@@ -31,6 +31,7 @@ constexpr std::array kinds{
     "interfaceUp",
     "interfaceDown",
     "interfaceMissing",
+    "interfaceChanged",
     "neighborCame",
     "neighborLeft",
     "neighborRestarted",

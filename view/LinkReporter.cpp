@@ -27,6 +27,7 @@ class LinkReporter::KivPimIntf : public Kiv::ReactorOf<PimIntf, LinkReporter> {
       : ReactorOf(owner, intf), intfId_(intfId) {
     for (const Pax::IpGenAddr &address : intf->neighbor().keys()) neighborIs(address);
   }
+  void onAddress() override { owner_.changed(intfId_); }
   void onDr() override { owner_.changed(intfId_); }
   void onNeighbor(const Pax::IpGenAddr &address) override {
     if (notifier()->neighbor(address)) {
@@ -89,7 +90,7 @@ LinkReporter::LinkReporter(Reporting &reporting, const Kiv::Ptr<const Pim::Statu
       kivInterfaces_(std::make_unique<KivInterfaces>(*this, interfaces)) {
   for (const auto &[intfId, intf] : pimStatus->pimIntf()) {
     handlePimIntf(intfId);
-    Known &known = known_[intfId] = {State::on, intf->dr()};
+    Known &known = known_[intfId] = {State::on, intf->address(), intf->dr()};
     for (const auto &[address, neighbor] : intf->neighbor()) known.neighbors[address] = knownOf(*neighbor);
   }
   handleConfig();
@@ -131,6 +132,7 @@ void LinkReporter::settle(const Pax::IntfId &intfId) {
   settleState(intfId, known->second);
   const auto intf = pimStatus_->pimIntf(intfId);
   if (!intf) return;
+  settleAddress(intfId, known->second, *intf);
   settleNeighbors(intfId, known->second, *intf);
   settleDr(intfId, known->second, *intf);
 }
@@ -161,6 +163,16 @@ void LinkReporter::tellState(const Pax::IntfId &intfId, const Known &known, cons
     event.severity = Severity::warning;
     event.text = sentence("PIM is off at ", intfId, ": ", why);
   }
+  reporting_.tell(std::move(event));
+}
+
+void LinkReporter::settleAddress(const Pax::IntfId &intfId, Known &known, const PimIntf &intf) {
+  const Pax::IpGenAddr before = std::exchange(known.address, intf.address());
+  if (before == known.address || before.isZero()) return;
+  Event event{.kind = EventKind::interfaceChanged, .severity = Severity::notice, .interface = intfId};
+  event.oldValue = Kiv::toText(before);
+  event.newValue = Kiv::toText(known.address);
+  event.text = sentence("PIM is on at ", intfId, " with address ", known.address, "; it was ", before);
   reporting_.tell(std::move(event));
 }
 

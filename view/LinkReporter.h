@@ -40,6 +40,7 @@ class LinkReporter {
   /// An interface as it was told last.
   struct Known {
     State state = State::unknown;
+    Pax::IpGenAddr address{};  ///< of this router
     Pax::IpGenAddr dr{};
     std::map<Pax::IpGenAddr, KnownNeighbor> neighbors{};
   };
@@ -48,6 +49,7 @@ class LinkReporter {
   void changed(const Pax::IntfId &intfId);
   void settle(const Pax::IntfId &intfId);
   void settleState(const Pax::IntfId &intfId, Known &known);
+  void settleAddress(const Pax::IntfId &intfId, Known &known, const PimIntf &intf);
   void settleDr(const Pax::IntfId &intfId, Known &known, const PimIntf &intf);
   void settleNeighbors(const Pax::IntfId &intfId, Known &known, const PimIntf &intf);
   void settleGone(const Pax::IntfId &intfId, Known &known, const PimIntf &intf);

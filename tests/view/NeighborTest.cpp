@@ -44,7 +44,13 @@ TEST_F(Neighbors, LeaveForAReasonThatIsTold) {
   EXPECT_EQ(gone([&] { link->neighbor(goes)->saidGoodbyeIs(true); }), "left: it said goodbye\n");
   EXPECT_EQ(gone([&] { vrf.advance(105); }), "left: it was silent\n");
   EXPECT_EQ(gone([] {}), "left: the limit of 256 neighbors is reached, and it made room for another\n");
-  EXPECT_EQ(gone([&] { link->addressIs(goes); }), "left: its address is now this router's\n");
+  const std::string address = Bsr::sentence(link->address());
+  come(goes);
+  told();
+  link->addressIs(goes);
+  link->neighborDel(goes);
+  EXPECT_EQ(told(), "PIM is on at eth1 with address 10.1.1.9; it was " + address +
+                        "\nNeighbor 10.1.1.9 on eth1 left: its address is now this router's\n");
 }
 
 TEST_F(Neighbors, ThatGoWithAnInterfaceThatIsBackAtOnceAreTold) {
