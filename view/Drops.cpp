@@ -52,9 +52,10 @@ void Drops::add(const Key &key, double now) {
   } else {
     const Sharers sharers = sharersOf(key);
     makeRoomFor(sharers);
-    rows_.push_front({.key = key});
+    size_t &share = shares_[sharers];
+    ++share;
+    rows_.push_front({.key = key, .share = &share});
     row_[key] = rows_.begin();
-    ++shares_[sharers];
   }
   ++rows_.front().count;
   rows_.front().last = now;
@@ -67,7 +68,7 @@ Drops::Sharers Drops::sharersOf(const Key &key) {
 void Drops::makeRoomFor(const Sharers &sharers) {
   const auto share = shares_.find(sharers);
   if (share != shares_.end() && share->second == mostOfOne) {
-    const auto isTheirs = [&](const Row &row) { return sharersOf(row.key) == sharers; };
+    const auto isTheirs = [&](const Row &row) { return row.share == &share->second; };
     remove(std::prev(std::find_if(rows_.rbegin(), rows_.rend(), isTheirs).base()));
   } else if (rows_.size() == most) {
     remove(std::prev(rows_.end()));
@@ -75,8 +76,7 @@ void Drops::makeRoomFor(const Sharers &sharers) {
 }
 
 void Drops::remove(Place row) {
-  const auto share = shares_.find(sharersOf(row->key));
-  if (--share->second == 0) shares_.erase(share);
+  if (--*row->share == 0) shares_.erase(sharersOf(row->key));
   row_.erase(row->key);
   rows_.erase(row);
 }

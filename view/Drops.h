@@ -45,6 +45,7 @@ class Drops {
     Key key;
     uint64_t count = 0;
     double last = 0;
+    size_t *share = nullptr;  ///< of whom it is
   };
 
   void add(const Key &key, double now);
@@ -64,7 +65,7 @@ class Drops {
 
   std::list<Row> rows_;
   std::map<Key, Place> row_;
-  std::map<Sharers, size_t> shares_;  // their rows
+  std::map<Sharers, size_t> shares_;  // how many rows they have
 };
 
 /// The rows of "show drops" of one VRF, or of all where it is empty; the one counted last comes first.

@@ -218,12 +218,12 @@ class ZoneExplanation {
     const std::string command = sentence("pimbsrctl explain bsr ", zone_.zone);
     const std::string came = last == 0 ? "No message of it has come since this agent started"
                                        : "No message of it has come for " + durationBetween(last, view_.now);
+    std::string text = isUnknown() ? "" : came + ", and none was refused. ";
+    text += "Ask '" + command + "' on the neighbors (" + listOf(first, neighbors) +
+            "), and look whether they have a border of it toward this router.";
+    if (neighbors == 0) text = came + ", and every PIM neighbor is beyond a border of it.";
     statements_.say("silence",
-                    {{"lastBsmAt", secondsBetween(last, view_.now)}, {"neighbors", neighbors}, {"command", command}},
-                    neighbors == 0 ? came + ", and every PIM neighbor is beyond a border of it."
-                                   : came + ", and none was refused; ask '" + command + "' on the neighbors (" +
-                                         listOf(first, neighbors) +
-                                         "), and look whether they have a border of it toward this router.");
+                    {{"lastBsmAt", secondsBetween(last, view_.now)}, {"neighbors", first}, {"command", command}}, text);
   }
 
   const VrfView &view_;

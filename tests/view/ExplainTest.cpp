@@ -103,7 +103,7 @@ TEST_F(Explain, ABsrThatIsReachedNoMoreOrOnAnotherWay) {
   EXPECT_EQ(
       explain("r2", "bsr"),
       "Zone 224.0.0.0/4: there is no BSR.\n"
-      "No message of it has come for T, and none was refused; ask 'pimbsrctl explain bsr 224.0.0.0/4' on the neighbors "
+      "No message of it has come for T, and none was refused. Ask 'pimbsrctl explain bsr 224.0.0.0/4' on the neighbors "
       "(10.0.2.2 on eth1), and look whether they have a border of it toward this router.\n"
       "192.168.0.1 with priority 64 was heard T ago, from 10.0.1.1 on eth0.\n");
 }
@@ -179,10 +179,10 @@ TEST_F(Explain, SilenceFromBeyondABorder) {
   story.host("r1").borderIs(ipv4.scope(2), eth1);
   story.time().runFor(200);
   const std::string ask =
-      "ask 'pimbsrctl explain bsr 239.1.0.0/16' on the neighbors (10.0.1.1 on eth0), and look whether they have a "
+      "Ask 'pimbsrctl explain bsr 239.1.0.0/16' on the neighbors (10.0.1.1 on eth0), and look whether they have a "
       "border of it toward this router.\n";
   EXPECT_EQ(explain("r2", "bsr", "239.1.0.0/16"),
-            "Zone 239.1.0.0/16: there is no BSR.\nNo message of it has come for T, and none was refused; " + ask +
+            "Zone 239.1.0.0/16: there is no BSR.\nNo message of it has come for T, and none was refused. " + ask +
                 "The zone is forgotten in T unless a message comes.\n"
                 "192.168.0.1 with priority 64 was heard T ago, from 10.0.1.1 on eth0.\n");
   story.host("r2").crash();
@@ -191,8 +191,8 @@ TEST_F(Explain, SilenceFromBeyondABorder) {
   EXPECT_EQ(explain("r2", "bsr", "239.3.0.0/16"),
             "Zone 239.3.0.0/16: there is no BSR.\n"
             "Nothing of it was ever heard here; the zones known here are 224.0.0.0/4.\n"
-            "No message of it has come since this agent started, and none was refused; ask 'pimbsrctl explain bsr "
-            "239.3.0.0/16' on the neighbors (10.0.1.1 on eth0), and look whether they have a border of it toward this "
+            "Ask 'pimbsrctl explain bsr 239.3.0.0/16' on the neighbors (10.0.1.1 on eth0), and look whether they have "
+            "a border of it toward this "
             "router.\n");
   explain("r1", "bsr", "239.2.0.0/16");
   EXPECT_EQ(memberOf("silence", "text"),
