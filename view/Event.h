@@ -38,7 +38,7 @@ enum class EventKind : uint8_t {
   interfaceUp,
   interfaceDown,
   interfaceMissing,
-  interfaceChanged,  ///< the address of PIM there
+  interfaceChanged,  ///< the address or the MTU of PIM there
   neighborCame,
   neighborLeft,
   neighborRestarted,

@@ -28,6 +28,7 @@ class LinkReporter::KivPimIntf : public Kiv::ReactorOf<PimIntf, LinkReporter> {
     for (const Pax::IpGenAddr &address : intf->neighbor().keys()) neighborIs(address);
   }
   void onAddress() override { owner_.changed(intfId_); }
+  void onMtu() override { owner_.changed(intfId_); }
   void onDr() override { owner_.changed(intfId_); }
   void onNeighbor(const Pax::IpGenAddr &address) override {
     if (notifier()->neighbor(address)) {
@@ -90,7 +91,7 @@ LinkReporter::LinkReporter(Reporting &reporting, const Kiv::Ptr<const Pim::Statu
       kivInterfaces_(std::make_unique<KivInterfaces>(*this, interfaces)) {
   for (const auto &[intfId, intf] : pimStatus->pimIntf()) {
     handlePimIntf(intfId);
-    Known &known = known_[intfId] = {State::on, intf->address(), intf->dr()};
+    Known &known = known_[intfId] = {State::on, intf->address(), intf->mtu(), intf->dr()};
     for (const auto &[address, neighbor] : intf->neighbor()) known.neighbors[address] = knownOf(*neighbor);
   }
   handleConfig();
@@ -132,7 +133,7 @@ void LinkReporter::settle(const Pax::IntfId &intfId) {
   settleState(intfId, known->second);
   const auto intf = pimStatus_->pimIntf(intfId);
   if (!intf) return;
-  settleAddress(intfId, known->second, *intf);
+  settleValues(intfId, known->second, *intf);
   settleNeighbors(intfId, known->second, *intf);
   settleDr(intfId, known->second, *intf);
 }
@@ -166,14 +167,18 @@ void LinkReporter::tellState(const Pax::IntfId &intfId, const Known &known, cons
   reporting_.tell(std::move(event));
 }
 
-void LinkReporter::settleAddress(const Pax::IntfId &intfId, Known &known, const PimIntf &intf) {
-  const Pax::IpGenAddr before = std::exchange(known.address, intf.address());
-  if (before == known.address || before.isZero()) return;
-  Event event{.kind = EventKind::interfaceChanged, .severity = Severity::notice, .interface = intfId};
-  event.oldValue = Kiv::toText(before);
-  event.newValue = Kiv::toText(known.address);
-  event.text = sentence("PIM is on at ", intfId, " with address ", known.address, "; it was ", before);
-  reporting_.tell(std::move(event));
+void LinkReporter::settleValues(const Pax::IntfId &intfId, Known &known, const PimIntf &intf) {
+  const auto settle = [&](const char *name, auto &value, const auto &now) {
+    const auto before = std::exchange(value, now);
+    if (before == now || before == std::decay_t<decltype(now)>()) return;
+    Event event{.kind = EventKind::interfaceChanged, .severity = Severity::notice, .interface = intfId};
+    event.oldValue = sentence(name, ' ', before);
+    event.newValue = sentence(name, ' ', now);
+    event.text = sentence("PIM at ", intfId, " has ", event.newValue, ", where it had ", event.oldValue);
+    reporting_.tell(std::move(event));
+  };
+  settle("address", known.address, intf.address());
+  settle("MTU", known.mtu, intf.mtu());
 }
 
 void LinkReporter::settleDr(const Pax::IntfId &intfId, Known &known, const PimIntf &intf) {

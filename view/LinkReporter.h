@@ -41,6 +41,7 @@ class LinkReporter {
   struct Known {
     State state = State::unknown;
     Pax::IpGenAddr address{};  ///< of this router
+    uint32_t mtu = 0;
     Pax::IpGenAddr dr{};
     std::map<Pax::IpGenAddr, KnownNeighbor> neighbors{};
   };
@@ -49,7 +50,7 @@ class LinkReporter {
   void changed(const Pax::IntfId &intfId);
   void settle(const Pax::IntfId &intfId);
   void settleState(const Pax::IntfId &intfId, Known &known);
-  void settleAddress(const Pax::IntfId &intfId, Known &known, const PimIntf &intf);
+  void settleValues(const Pax::IntfId &intfId, Known &known, const PimIntf &intf);
   void settleDr(const Pax::IntfId &intfId, Known &known, const PimIntf &intf);
   void settleNeighbors(const Pax::IntfId &intfId, Known &known, const PimIntf &intf);
   void settleGone(const Pax::IntfId &intfId, Known &known, const PimIntf &intf);

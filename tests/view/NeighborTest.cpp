@@ -48,9 +48,11 @@ TEST_F(Neighbors, LeaveForAReasonThatIsTold) {
   come(goes);
   told();
   link->addressIs(goes);
+  link->mtuIs(1400);
   link->neighborDel(goes);
-  EXPECT_EQ(told(), "PIM is on at eth1 with address 10.1.1.9; it was " + address +
-                        "\nNeighbor 10.1.1.9 on eth1 left: its address is now this router's\n");
+  EXPECT_EQ(told(), "PIM at eth1 has address 10.1.1.9, where it had address " + address +
+                        "\nPIM at eth1 has MTU 1400, where it had MTU 1500\nNeighbor 10.1.1.9 on eth1 left: its "
+                        "address is now this router's\n");
 }
 
 TEST_F(Neighbors, ThatGoWithAnInterfaceThatIsBackAtOnceAreTold) {
@@ -59,7 +61,9 @@ TEST_F(Neighbors, ThatGoWithAnInterfaceThatIsBackAtOnceAreTold) {
   vrf.intfIs(1);
   EXPECT_EQ(told(), "") << "the neighbor is back, too";
   vrf.pimStatus->pimIntfDel(eth1);
-  vrf.pimStatus->pimIntfIs(eth1)->addressIs(vrf.a.onLink(1));
+  const auto back = vrf.pimStatus->pimIntfIs(eth1);
+  back->addressIs(vrf.a.onLink(1));
+  back->mtuIs(1500);
   EXPECT_EQ(told(), Bsr::sentence("Neighbor ", stays, " on eth1 left: PIM was off there for a moment\n"));
 }
 
