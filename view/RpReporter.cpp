@@ -38,7 +38,8 @@ bool RpReporter::isOurs(const Pax::IpGenPrefix &zone) const {
 
 void RpReporter::rpCame(const RpAt &at) {
   const bool isFirst = isOurs(at.zone) && ++collected_[{at.zone, at.address}] == 1;
-  if (Change *change = note(Fate::added, at)) change->isFirst = isFirst;
+  Change *change = note(Fate::added, at);
+  if (change) change->isFirst = isFirst && change->fate == Fate::added;
 }
 
 // A hold time of 0 says that it is about to go.

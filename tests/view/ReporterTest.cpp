@@ -92,7 +92,7 @@ TEST_P(Reporters, AnRpIsWithdrawnOrExpiresAndANeighborRestartsOrLeaves) {
   host("r2").candidateRpIs(story.addresses.group(1), 5)->modeIs(Routing::Pim::Mode::bidir);
   story.time().runFor(300);
   for (const char *name : {"r1", "r3"}) {
-    EXPECT_EQ(told[name]->story(), "rpChanged") << name;
+    EXPECT_EQ(told[name]->story(Severity::info), "rpChanged") << name;
     EXPECT_TRUE(told[name]
                     ->last(EventKind::rpChanged)
                     .text.ends_with(" is now bidir with priority 5; it was sparsemode with priority 9"))

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/ToldVrf.h"
+
 namespace Routing::Pim::Bsr {
 namespace {
 
@@ -27,6 +29,18 @@ TEST(RpOptions, OfAChangeWhatDiffersIsNamed) {
   for (const auto &[now, words] : changes) EXPECT_EQ(changeInWords(now, before), words);
   EXPECT_EQ(textOf(before), "sparsemode priority 7 holdTime 180 hashMaskLen 30");
   EXPECT_EQ(textOf(options(Mode::bidir, 9, 0)), "bidir priority 9 hashMaskLen 30");
+}
+
+TEST(RpOptions, ThatAreAsTheyWereAreNoNews) {
+  ::Test::ToldVrf vrf(::Test::ipv4);
+  const auto hear = [&](uint8_t priority) {
+    vrf.hear(::Test::Bsm(vrf.a.host(1)).group(vrf.a.group(1), {{vrf.a.host(9), 150, priority}}));
+  };
+  hear(5);
+  EXPECT_NE(vrf.told(), "");
+  hear(7);
+  hear(5);
+  EXPECT_EQ(vrf.told(), "");
 }
 
 }  // namespace
