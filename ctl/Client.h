@@ -8,8 +8,8 @@
 
 namespace Control {
 
-/// Asks the agent that listens on the socket and returns its rows; waits up to 30 seconds. Throws std::runtime_error
-/// with the agent's own error, or saying why there is no answer, where `program` names the agent.
+/// Asks the agent that listens on the socket and returns its rows; waits up to 30 seconds. Throws AgentError where it
+/// refuses, and std::runtime_error saying why there is no answer, where `program` names the agent.
 Rows ask(const std::string &socket, const std::string &program, const Request &request);
 
 /// What an operator is told when a connection fails.

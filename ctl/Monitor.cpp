@@ -39,6 +39,7 @@ struct Screen {
   const std::chrono::milliseconds interval;
   asio::steady_timer timer{context};
   bool waits = false;
+  bool drawn = false;
   std::string notice{};
 
   void tell(const std::string &text) {
@@ -59,7 +60,11 @@ struct Screen {
   void draw() {
     try {
       redraw();
+      drawn = true;
       if (isScreen && !notice.empty()) notices << "pimbsrctl: " << notice << std::endl;
+    } catch (const AgentError &error) {
+      if (!drawn) throw;
+      tell(error.what());
     } catch (const std::runtime_error &error) {
       tell(error.what());
     }
@@ -129,7 +134,9 @@ void watch(const Options &options, bool isScreen, const std::function<void()> &r
     if (line.contains("noun")) screen.drawAfter(screen.gathers, false);
   };
   const auto tell = [&](const std::string &text) { screen.tell(text); };
-  const Stream stream(context, {options.socket, options.program}, subscribeTo(options), {take, tell});
+  Request subscribe = subscribeTo(options);
+  if (subscribe.noun != eventsNoun) subscribe.zone.clear();  // of a noun all changes are told
+  const Stream stream(context, {options.socket, options.program}, subscribe, {take, tell});
   context.run();
 }
 

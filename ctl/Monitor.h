@@ -13,8 +13,9 @@ namespace Control {
 /// Stream does.
 void monitor(const Options &options, std::ostream &out, std::ostream &notices);
 
-/// Calls `redraw` when the noun has changed; each second where no stream tells of the noun. What `redraw` throws is a
-/// notice while the agent is away. On a screen notices are shown again after each redraw.
+/// Calls `redraw` when the noun has changed; each second where no stream tells of the noun. What `redraw` throws
+/// once it has drawn, or where there was no answer, is a notice; an AgentError before that ends it. On a screen notices
+/// are shown again after each redraw.
 void watch(const Options &options, bool isScreen, const std::function<void()> &redraw, std::ostream &notices);
 
 }  // namespace Control

@@ -72,6 +72,18 @@ void readChoice(const po::variables_map &given, Request &request) {
   }
 }
 
+// What a verb or noun has no use for would be ignored.
+void checkChoice(const Options &options) {
+  const auto &[verb, noun, vrf, argument, since, zone, severity, kind] = options.request;
+  const bool isAsked = verbOf(verb)->takesNoun || verb == "monitor";
+  if (!isAsked && !(zone + since + severity + kind).empty())
+    throw UsageError("--zone, --since, --severity and --kind are for what is shown");
+  if (vrf.empty() || verb == "monitor" || verb == "clear") return;
+  const auto isVrf = [](const Column &column) { return column.name == std::string_view("vrf"); };
+  const bool hasVrf = isAsked && (noun == eventsNoun || std::ranges::any_of(options.noun->columns, isVrf));
+  if (!hasVrf) throw UsageError("'" + verb + (noun.empty() ? "" : " ") + noun + "' is not of a VRF");
+}
+
 // The operands for `shape`, from `next` on, as one text; empty where it is in brackets and left out.
 std::string takeArgument(const Texts &operands, const std::string &shape, size_t &next) {
   const size_t words = shape.empty() ? 0 : 1 + std::count(shape.begin(), shape.end(), ' ');
@@ -198,6 +210,7 @@ Options optionsFrom(const Texts &arguments) {
       readPrinted(operands, options);
     } else {
       readOperands(operands, options);
+      checkChoice(options);
       readCommand(given, options);
       readPace(given, options);
     }

@@ -63,9 +63,9 @@ void Stream::take(const std::string &text) {
   if (!begun_ && !line.contains("error")) begin(line);
   listener_.line(text, line);
   if (!line.contains("error")) return;
-  const std::string error = line["error"].is_string() ? line["error"].get<std::string>() : line["error"].dump();
-  if (!everBegun_) throw std::runtime_error(error);
-  lost(agent_.program + ": " + error);
+  const AgentError error = errorFrom(line);
+  if (!everBegun_) throw error;
+  lost(agent_.program + ": " + error.what());
 }
 
 void Stream::begin(const Rows &greeting) {

@@ -28,8 +28,8 @@ class Stream {
     std::function<void(const std::string &text)> notice;
   };
 
-  /// The context's run() throws std::runtime_error where the agent refuses the first subscription or may not be asked,
-  /// and whatever the listener throws.
+  /// The context's run() throws AgentError where the agent refuses the first subscription, std::runtime_error where it
+  /// may not be asked or speaks otherwise, and whatever the listener throws.
   Stream(boost::asio::io_context &context, AgentAddress agent, const Request &subscribe, Listener listener);
 
  private:

@@ -1,4 +1,4 @@
-// pimbsrctl: asks a running agent. Exit codes: 0 done, 1 failed, 2 bad usage.
+// pimbsrctl: asks a running agent. Exit codes: 0 done, 1 failed or refused, 2 bad usage.
 #include <unistd.h>
 
 #include <algorithm>
@@ -95,6 +95,9 @@ int main(int count, char **arguments) {
   } catch (const UsageError &error) {
     std::cerr << "pimbsrctl: " << error.what() << "\nTry 'pimbsrctl --help'.\n";
     return badUsage;
+  } catch (const AgentError &error) {
+    std::cerr << "pimbsrctl: " << error.what() << '\n';
+    return error.kind == ErrorKind::badRequest ? badUsage : failed;
   } catch (const std::exception &error) {
     std::cerr << "pimbsrctl: " << error.what() << '\n';
     return failed;

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
+#include "daemon/KnownNames.h"
 #include "daemon/MetricsReading.h"
 #include "daemon/Options.h"
 #include "daemon/ShowSource.h"
@@ -54,15 +55,12 @@ Control::Reply check(const Process &process) {
 
 Rows clear(const Process &process, const Control::Request &request) {
   if (request.argument != "counters") throw needs(request.verb);
+  checkVrf(process, request.vrf);
   const auto &coll = *process.system.clearConfigColl;
   if (request.vrf.empty()) process.loop.longestTurnClear();
-  bool found = request.vrf.empty();
   for (const L3::VrfName &vrf : coll.vrfClearConfig().keys()) {
-    if (!request.vrf.empty() && vrf.text() != request.vrf) continue;
-    coll.vrfClearConfig(vrf)->countersCountInc(1);
-    found = true;
+    if (request.vrf.empty() || vrf.text() == request.vrf) coll.vrfClearConfig(vrf)->countersCountInc(1);
   }
-  if (!found) throw std::invalid_argument("there is no VRF '" + request.vrf + "'");
   process.drops.clear(request.vrf);
   return Rows::array();
 }
@@ -180,7 +178,10 @@ Control::Reply replyTo(const Process &process, const Control::Request &request) 
   }
   if (request.verb == std::string_view("reload")) return reload(process);
   if (request.verb == std::string_view("check")) return check(process);
-  if (verb->takesNoun) checkNoun(request);
+  if (verb->takesNoun) {
+    checkNoun(request);
+    checkNames(process, request);
+  }
   if (verb->takesNoun && request.noun == "config") return Control::replyOf(lineOf(process.effective));
   const auto rows = std::make_shared<RowsLine>(process.loop, answer(process, request));
   return [rows](const Control::Send &send) { send(rows->nextPiece()); };
@@ -214,6 +215,8 @@ Control::Reply Answers::reply(std::string_view line) {
     if (request.verb == "hello") return Control::replyOf(rowsLine(Rows::array({greeting(process_.agent)})));
     if (request.verb == "subscribe") return feeds_.subscribe(request);
     return replyTo(process_, request);
+  } catch (const std::invalid_argument &error) {
+    return Control::replyOf(Control::errorLine(error.what(), Control::ErrorKind::badRequest));
   } catch (const std::exception &error) {
     return Control::replyOf(Control::errorLine(error.what()));
   }

@@ -1,5 +1,6 @@
 #include "daemon/MetricsReading.h"
 
+#include "daemon/KnownNames.h"
 #include "platform/tracelet/Tracelet.h"
 
 namespace Routing::Pim::Bsr {
@@ -37,10 +38,8 @@ bool MetricsReading::goOn(std::string &text) {
 // False when nothing is left of the VRF, which may have gone.
 bool MetricsReading::readOn() {
   VrfFigures &figures = vrfs_[read_];
-  const auto pim = process_.configuration.pim.find(figures.vrf);
-  if (pim == process_.configuration.pim.end() || !process_.system.statusColl->vrfStatus(figures.vrf)) return false;
-  return figures.readOn(viewOf(process_.system, figures.vrf, process_.agent.containerSm(figures.vrf),
-                               process_.loop.now(), pim->second.interfaces));
+  const auto view = viewOf(process_, figures.vrf);
+  return view && figures.readOn(*view);
 }
 
 }  // namespace Routing::Pim::Bsr

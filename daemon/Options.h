@@ -13,9 +13,9 @@
 namespace Routing::Pim::Bsr {
 
 /// The command line is wrong; what() says why.
-class UsageError : public std::runtime_error {
+class UsageError : public std::invalid_argument {
  public:
-  using runtime_error::runtime_error;
+  using invalid_argument::invalid_argument;
 };
 
 struct Options {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "daemon/KnownNames.h"
 #include "daemon/MetricsReading.h"
 #include "daemon/control/Nouns.h"
 #include "view/Explain.h"
@@ -31,28 +32,19 @@ class VrfRows {
   VrfRows(const Process &process, const Control::Request &request)
       : process_(process), request_(request), nextRows_(request.verb == "explain" ? nextExplanationOf : nextRowsOf) {
     for (const auto &[name, host] : process.hosts) {
-      if ((request.vrf.empty() || name.text() == request.vrf) && statusOf(name)) vrfs_.push_back(name);
+      if (request.vrf.empty() || name.text() == request.vrf) vrfs_.push_back(name);
     }
-    if (!request.vrf.empty() && vrfs_.empty()) throw std::invalid_argument("there is no VRF '" + request.vrf + "'");
   }
 
   bool operator()(Rows &rows) {
     if (next_ == vrfs_.size()) return false;
-    const L3::VrfName &vrf = vrfs_[next_];
-    const auto pim = process_.configuration.pim.find(vrf);
-    if (pim != process_.configuration.pim.end() && statusOf(vrf)) {
-      VrfView view =
-          viewOf(process_.system, vrf, process_.agent.containerSm(vrf), process_.loop.now(), pim->second.interfaces);
-      view.drops = &process_.drops;
-      if (nextRows_(request_.noun, view, request_.argument, cursor_, rows)) return true;
-    }
+    const auto view = viewOf(process_, vrfs_[next_]);
+    if (view && nextRows_(request_.noun, *view, request_.argument, cursor_, rows)) return true;
     cursor_ = {};
     return ++next_ < vrfs_.size();
   }
 
  private:
-  Kiv::Ptr<const Status> statusOf(const L3::VrfName &vrf) const { return process_.system.statusColl->vrfStatus(vrf); }
-
   const Process &process_;
   const Control::Request request_;
   bool (*const nextRows_)(std::string_view noun, const VrfView &view, const std::string &argument, ShowCursor &cursor,
@@ -71,12 +63,6 @@ Source events(const Process &process, const Control::Request &request) {
     filter.after = rows.back()["seq"].get<uint64_t>();
     return true;
   };
-}
-
-// That it is about, or empty for all; throws std::invalid_argument when it is not configured.
-const std::string &vrfOf(const Process &process, const Control::Request &request) {
-  if (request.vrf.empty() || process.hosts.contains(request.vrf)) return request.vrf;
-  throw std::invalid_argument("there is no VRF '" + request.vrf + "'");
 }
 
 Source metrics(const Process &process) {
@@ -151,8 +137,9 @@ void checkNoun(const Control::Request &request) {
 RowSource showSource(const Process &process, const Control::Request &request) {
   const std::string &noun = request.noun;
   if (noun == "events") return events(process, request);
+  checkVrf(process, request.vrf);
   if (request.verb == "explain") return rowsOfVrfs(process, request);
-  if (noun == "drops") return sourceOf(dropRows(process.drops, vrfOf(process, request), process.loop.now()));
+  if (noun == "drops") return sourceOf(dropRows(process.drops, request.vrf, process.loop.now()));
   if (noun == "summary") return summaryRows(process, request);
   if (noun == "log") return sourceOf(rowsOfLines(process.log.lines()));
   if (noun == "metrics") return metrics(process);

@@ -13,7 +13,7 @@ void checkNoun(const Control::Request &request);
 
 /// The rows of the noun, a slice each time. Each VRF is as it is when its slices are made; one that has gone by then
 /// has none. Throws std::invalid_argument for what is wrong with the request, some of it only when it is asked for
-/// rows. The process outlives the source.
+/// rows, and std::out_of_range for a VRF or path that is not there. The process outlives the source.
 RowSource showSource(const Answers::Process &process, const Control::Request &request);
 
 /// All of them at once.

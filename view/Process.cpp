@@ -59,7 +59,6 @@ Rows vrfRows(const ProcessView &view, const std::string &vrf) {
                     {"state", stateOf(view.agent, name)},
                     {"reason", orNull(reasonOf(view.agent, name, awaited))}});
   }
-  if (!vrf.empty() && rows.empty()) throw std::invalid_argument("there is no VRF '" + vrf + "'");
   return rows;
 }
 
@@ -75,7 +74,7 @@ Rows stateRows(const ProcessView &view, const std::string &path) {
       if (member) return Rows::array({*member});
     }
   }
-  if (!path.empty()) throw std::invalid_argument("there is no state under '" + path + "'");
+  if (!path.empty()) throw std::out_of_range("there is no state under '" + path + "'");
   return rows;
 }
 

@@ -37,10 +37,10 @@ struct ProcessView {
 };
 
 Rows agentRows(const ProcessView &view);
-/// Every configured VRF, or the one named; throws std::invalid_argument when there is none.
+/// Every configured VRF, or the one named.
 Rows vrfRows(const ProcessView &view, const std::string &vrf);
 /// The paths of the store, or the contents of what is under the path, which may go on into an entity; throws
-/// std::invalid_argument when there is nothing.
+/// std::out_of_range when there is nothing.
 Rows stateRows(const ProcessView &view, const std::string &path);
 
 }  // namespace Routing::Pim::Bsr

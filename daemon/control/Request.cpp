@@ -68,13 +68,22 @@ Request requestFromLine(std::string_view line) {
 
 std::string rowText(const Rows &row) { return toText(row); }
 
-std::string errorLine(std::string_view error) { return toText(Rows::object({{"error", error}})); }
+std::string errorLine(std::string_view error, ErrorKind kind) {
+  Rows json = Rows::object({{"error", error}});
+  if (kind == ErrorKind::badRequest) json["badRequest"] = true;
+  return toText(json);
+}
+
+AgentError errorFrom(const Rows &line) {
+  const Rows error = line.value("error", Rows());
+  const bool isBad = line.value("badRequest", Rows()) == true;
+  return {error.is_string() ? error.get<std::string>() : error.dump(),
+          isBad ? ErrorKind::badRequest : ErrorKind::refusal};
+}
 
 Rows rowsFromLine(std::string_view line) {
   Rows json = Rows::parse(line, nullptr, false);
-  if (json.is_object() && json.contains("error") && json["error"].is_string()) {
-    throw std::runtime_error(json["error"].get<std::string>());
-  }
+  if (json.is_object() && json.contains("error")) throw errorFrom(json);
   if (!json.is_object() || !json.contains("rows") || !json["rows"].is_array()) {
     throw std::runtime_error("cannot understand the agent's reply");
   }

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -37,8 +38,19 @@ Request requestFromLine(std::string_view line);
 /// A reply line that has no error is these two around the texts of its rows, with commas between them.
 inline constexpr std::string_view rowsBegin = R"({"rows":[)", rowsEnd = "]}";
 std::string rowText(const Rows &row);
-std::string errorLine(std::string_view error);
-/// Throws std::runtime_error with the error that the agent replied, or where this is no reply.
+/// A bad request is wrong whatever the agent knows or does; other errors are of the moment.
+enum class ErrorKind { refusal, badRequest };
+std::string errorLine(std::string_view error, ErrorKind kind = ErrorKind::refusal);
+
+/// What the agent replied was an error; what() is its text.
+class AgentError : public std::runtime_error {
+ public:
+  AgentError(const std::string &error, ErrorKind kind) : runtime_error(error), kind(kind) {}
+  const ErrorKind kind;
+};
+/// Of a line that has an error.
+AgentError errorFrom(const Rows &line);
+/// Throws AgentError with the error that the agent replied, and std::runtime_error where this is no reply.
 Rows rowsFromLine(std::string_view line);
 
 }  // namespace Control

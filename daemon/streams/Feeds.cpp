@@ -60,7 +60,7 @@ std::shared_ptr<Feed> Feeds::feedOf(const Control::Request &request) {
 Control::Reply Feeds::subscribe(const Control::Request &request) {
   std::erase_if(subscriptions_, [](const auto &subscription) { return subscription.expired(); });
   if (subscriptions_.size() >= mostSubscriptions) {
-    throw std::invalid_argument("too many subscriptions: " + std::to_string(mostSubscriptions) + " are served");
+    throw std::runtime_error("too many subscriptions: " + std::to_string(mostSubscriptions) + " are served");
   }
   Rows greeting = greeting_;
   const std::vector<std::string> nouns = nounsOf(request);

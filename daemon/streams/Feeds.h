@@ -13,7 +13,8 @@ namespace Routing::Pim::Bsr {
 /// feeds of its VRF have something to read. The agent's answers own it; subscriptions may outlive it.
 class Feeds {
  public:
-  /// What reads the rows that a request shows. Throws std::invalid_argument where it is wrong.
+  /// What reads the rows that a request shows. Throws std::invalid_argument where it is wrong, std::out_of_range where
+  /// what it names is not there.
   using Reader = std::function<RowSource(const Control::Request &request)>;
 
   /// Others are refused, so that requests find room beside them.
@@ -25,7 +26,7 @@ class Feeds {
         Reader reader);
 
   /// The stream of the nouns that the request names, with blanks between them. Throws std::invalid_argument where the
-  /// request is wrong or there are too many subscriptions.
+  /// request is wrong, std::runtime_error where there are too many subscriptions, and what the reader throws.
   Control::Reply subscribe(const Control::Request &request);
 
  private:

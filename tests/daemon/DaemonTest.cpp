@@ -39,15 +39,15 @@ class DaemonTest : public ::testing::Test {
     ASSERT_TRUE(loaded.good());
     daemon.emplace(Pax::AddressFamily::ipv4, options, loaded.configuration);
   }
-  // Asks over the socket while the daemon's loop turns here.
+  // Asks over the socket while the daemon's loop turns here. An error is a text; "bad: " leads one of a bad request.
   Rows ask(const Control::Request &request) {
     Rows answer;
     std::atomic<bool> done = false;
     std::thread client([&] {
       try {
         answer = Control::ask(options.socket, "the agent", request);
-      } catch (const std::runtime_error &error) {
-        answer = error.what();
+      } catch (const Control::AgentError &error) {
+        answer = (error.kind == Control::ErrorKind::badRequest ? "bad: " : "") + std::string(error.what());
       }
       done = true;
       boost::asio::post(daemon->loop().context(), [] {});
@@ -227,7 +227,10 @@ TEST_F(DaemonTest, ASecondAgentOfOneStateFileOrSocketIsRefused) {
 }
 
 TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
-  write(R"({"pim": {"no-such-ns-a": {"namespace": "no-such-ns-a"}, "no-such-ns-b": {"namespace": "no-such-ns-b"}}})");
+  write(R"({"pim": {"no-such-ns-a": {"namespace": "no-such-ns-a", "interfaces": ["e1"]},
+                     "no-such-ns-b": {"namespace": "no-such-ns-b"}},
+            "vrfConfig": {"no-such-ns-b": {"bsrCandidateConfig": {"e1": {"group": {"239.2.0.0/16": {}}}}}},
+            "intfConfig": {"no-such-ns-a/e9": {"bsrBorderGrp": ["239.3.0.0/16"]}}})");
   start();
   const std::string good = replyTo(R"({"verb": "show", "noun": "agent"})");
   write("{");
@@ -240,36 +243,47 @@ TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
   const Case cases[] = {
       {{"show", "vrf", "no-such-ns-b", ""},
        R"([{"vrf":"no-such-ns-b","namespace":"no-such-ns-b","device":"","state":"known","reason":"namespace no-such-ns-b"}])"},
-      {{"show", "vrf", "red", ""}, "\"there is no VRF 'red'\""},
-      {{"show", "bsr", "red", ""}, "\"there is no VRF 'red'\""},
-      {{"show", "weather", "", ""}, "\"there is no noun 'weather'\""},
+      {{"show", "vrf", "red", ""}, "\"there is no VRF 'red'; known: no-such-ns-a, no-such-ns-b\""},
+      {{"show", "bsr", "red", ""}, "\"there is no VRF 'red'; known: no-such-ns-a, no-such-ns-b\""},
+      {{"show", "weather", "", ""}, "\"bad: there is no noun 'weather'\""},
       {{"show", "state", "", "[[[[[[[[[[[[[[[[[[[[\"[["}, "\"there is no state under '[[[[[[[[[[[[[[[[[[[[\\\"[['\""},
-      {{"dance", "", "", ""}, "\"there is no verb 'dance'\""},
+      {{"dance", "", "", ""}, "\"bad: there is no verb 'dance'\""},
       {{"hello", "", "", ""}, R"([{"protocol":1,"agent":"PimBsr","version":")"},
-      {{"watch", "bsr", "", ""}, "\"'watch' is for pimbsrctl; see 'subscribe'\""},
-      {{"subscribe", "bsr", "red", ""}, "\"there is no VRF 'red'\""},
-      {{"", "bsr", "", ""}, "\"a request needs a verb\""},
+      {{"watch", "bsr", "", ""}, "\"bad: 'watch' is for pimbsrctl; see 'subscribe'\""},
+      {{"subscribe", "bsr", "red", ""}, "\"there is no VRF 'red'; known: no-such-ns-a, no-such-ns-b\""},
+      {{"", "bsr", "", ""}, "\"bad: a request needs a verb\""},
       {{"show", "config", "", ""}, R"([{"pim":{"no-such-ns-a":{"namespace":"no-such-ns-a",)"},
       {{"show", "events", "", "", "0", "", "notice", "agentStarted"}, R"([{"seq":2,"time":"20)"},
       {{"show", "summary", "", ""}, R"([{"vrf":null,"subject":"agent","state":"ok","text":"PimBsr )"},
-      {{"show", "bsr", "", "", "", "239.1.0.0/16"}, "[]"},
-      {{"show", "bsr", "", "", "", "10.0.0.0/8"}, "\"'10.0.0.0/8' is not a zone, as 224.0.0.0/4 is"},
-      {{"show", "acl", "", "", "", "224.0.0.0/4"}, "\"the rows of 'acl' have no zone\""},
-      {{"explain", "weather", "", ""}, "\"there is no noun 'weather'\""},
-      {{"explain", "rp", "", "225.1.1.1"}, "\"'225.1.1.1' is not the address of an RP\""},
+      {{"show", "bsr", "", "", "", "239.2.0.0/16"}, "[]"},
+      {{"show", "bsr", "", "", "", "239.1.0.0/16"},
+       "\"there is no zone '239.1.0.0/16'; known: 224.0.0.0/4, 239.2.0.0/16\""},
+      {{"show", "rp-set", "no-such-ns-a", "", "", "239.2.0.0/16"},
+       "\"there is no zone '239.2.0.0/16'; known: 224.0.0.0/4\""},
+      {{"show", "events", "", "", "", "239.1.0.0/16"}, "\"there is no zone '239.1.0.0/16'; known: 224.0.0.0/4, "},
+      {{"show", "events", "red", ""}, "\"there is no VRF 'red'; known: "},
+      {{"show", "interfaces", "", "no-such-ns-a/e9"}, R"([{"vrf":"no-such-ns-a","interface":"no-such-ns-a/e9",)"},
+      {{"show", "neighbors", "", "no-such-ns-a/e1"}, "[]"},
+      {{"show", "neighbors", "no-such-ns-b", "no-such-ns-a/e1"},
+       "\"there is no interface 'no-such-ns-a/e1'; there is none\""},
+      {{"show", "interfaces", "", "e1"}, "\"there is no interface 'e1'; known: no-such-ns-a/e1, no-such-ns-a/e9\""},
+      {{"show", "bsr", "", "", "", "10.0.0.0/8"}, "\"bad: '10.0.0.0/8' is not a zone, as 224.0.0.0/4 is"},
+      {{"show", "acl", "", "", "", "224.0.0.0/4"}, "\"bad: the rows of 'acl' have no zone\""},
+      {{"explain", "weather", "", ""}, "\"bad: there is no noun 'weather'\""},
+      {{"explain", "rp", "", "225.1.1.1"}, "\"bad: '225.1.1.1' is not the address of an RP\""},
       {{"explain", "bsr", "", "224.0.0.0/4"}, R"([{"vrf":"no-such-ns-a","zone":"224.0.0.0/4","about":"bsr",)"},
-      {{"show", "events", "", "", "soon"}, "\"'soon' is no time, as in 2024-05-01T12:34:56Z\""},
-      {{"show", "agent", "", "", "0"}, "\"only of 'events' a part can be chosen\""},
+      {{"show", "events", "", "", "soon"}, "\"bad: 'soon' is no time, as in 2024-05-01T12:34:56Z\""},
+      {{"show", "agent", "", "", "0"}, "\"bad: only of 'events' a part can be chosen\""},
       {{"show", "drops", "", ""}, "[]"},
-      {{"show", "drops", "red", ""}, "\"there is no VRF 'red'\""},
-      {{"show", "agent", "", "now"}, "\"'agent' takes no argument\""},
+      {{"show", "drops", "red", ""}, "\"there is no VRF 'red'; known: no-such-ns-a, no-such-ns-b\""},
+      {{"show", "agent", "", "now"}, "\"bad: 'agent' takes no argument\""},
       {{"show", "state", "", ""}, R"([{"path":"acl/config/cli","type":"Config"},)"},
       {{"show", "state", "", state + "/vrfConfig/no-such-ns-a/holdTime"}, "[130]"},
       {{"show", "state", "", state + "s"}, "\"there is no state under 'routing/pim/bsr/configs'\""},
       {{"redundancy", "", "", "standby"}, R"([{"redundancy":"standby"}])"},
       {{"show", "vrf", "no-such-ns-a", ""},
        R"([{"vrf":"no-such-ns-a","namespace":"no-such-ns-a","device":"","state":"unknown","reason":"namespace)"},
-      {{"redundancy", "", "", "sleeping"}, "\"'redundancy' needs 'active|standby'\""},
+      {{"redundancy", "", "", "sleeping"}, "\"bad: 'redundancy' needs 'active|standby'\""},
       {{"show", "state", "", "redundancy/status"}, R"([{"mode":"standby","protocol":"hotStandby"}])"},
       {{"redundancy", "", "", "active"}, R"([{"redundancy":"active"}])"},
       {{"stage", "", "", "boot NetworkAgent"}, R"([{"kind":"boot","stage":"NetworkAgent","complete":true}])"},
@@ -277,16 +291,16 @@ TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
       {{"clear", "", "", "counters"}, "[]"},
       {{"show", "state", "", "routing/pim/bsr/clear/vrfClearConfig/no-such-ns-a/countersCount"}, "[1]"},
       {{"show", "state", "", "routing/pim/bsr/clear/vrfClearConfig/no-such-ns-b/countersCount"}, "[2]"},
-      {{"clear", "", "red", "counters"}, "\"there is no VRF 'red'\""},
-      {{"clear", "", "", "rps"}, "\"'clear' needs 'counters'\""},
-      {{"reload", "", "", "now"}, "\"'reload' takes no argument\""},
-      {{"stage", "", "", "boot Weather"}, "\"there is no boot stage 'Weather'; the stages are: NetworkAgent\""},
+      {{"clear", "", "red", "counters"}, "\"there is no VRF 'red'; known: no-such-ns-a, no-such-ns-b\""},
+      {{"clear", "", "", "rps"}, "\"bad: 'clear' needs 'counters'\""},
+      {{"reload", "", "", "now"}, "\"bad: 'reload' takes no argument\""},
+      {{"stage", "", "", "boot Weather"}, "\"bad: there is no boot stage 'Weather'; the stages are: NetworkAgent\""},
       {{"show", "state", "", "stageInput/boot/PimBsr/stage"}, R"([["NetworkAgent"]])"},
-      {{"stage", "", "", "shutdown NetworkAgent"}, "\"there is no shutdown stage 'NetworkAgent'; the stages are:"},
-      {{"trace", "", "", "Weather=1"}, "\"there is no trace module 'Weather'; the modules are: "},
-      {{"trace", "", "", "*=10"}, "\"'*=10' is not MODULE=LEVEL with a level from 0 to 9\""},
-      {{"stage", "", "", "shutdown"}, "\"'stage' needs 'boot|shutdown STAGE'\""},
-      {{"stage", "", "", "reboot NetworkAgent"}, "\"'stage' needs 'boot|shutdown STAGE'\""},
+      {{"stage", "", "", "shutdown NetworkAgent"}, "\"bad: there is no shutdown stage 'NetworkAgent'; the stages are:"},
+      {{"trace", "", "", "Weather=1"}, "\"bad: there is no trace module 'Weather'; the modules are: "},
+      {{"trace", "", "", "*=10"}, "\"bad: '*=10' is not MODULE=LEVEL with a level from 0 to 9\""},
+      {{"stage", "", "", "shutdown"}, "\"bad: 'stage' needs 'boot|shutdown STAGE'\""},
+      {{"stage", "", "", "reboot NetworkAgent"}, "\"bad: 'stage' needs 'boot|shutdown STAGE'\""},
       {{"stage", "", "", "shutdown NetworkAgentShutdown"}, R"([{"kind":"shutdown",)"},
       {{"stage", "", "", "shutdown NetworkAgentShutdown"},
        R"([{"kind":"shutdown","stage":"NetworkAgentShutdown","complete":true}])"},

@@ -97,6 +97,7 @@ TEST_F(ClientStreamTest, AStreamOutlivesItsAgentAndSaysSo) {
 TEST_F(ClientStreamTest, WhatARestartCannotMendEndsIt) {
   for (const auto &[line, error] : {
            std::pair{R"({"error":"there is no VRF 'red'"})", "there is no VRF 'red'"},
+           std::pair{R"({"error":"there is no kind 'x'","badRequest":true})", "there is no kind 'x' (bad request)"},
            std::pair{R"({"protocol":2})", "PimBsr speaks version 2 of the protocol, and not 1"},
            std::pair{R"({"rows":[]})", "PimBsr speaks version null of the protocol, and not 1"},
        }) {
@@ -105,6 +106,8 @@ TEST_F(ClientStreamTest, WhatARestartCannotMendEndsIt) {
     try {
       runUntil([] { return false; });
       ADD_FAILURE() << line;
+    } catch (const AgentError &refused) {
+      EXPECT_EQ(refused.what() + std::string(refused.kind == ErrorKind::badRequest ? " (bad request)" : ""), error);
     } catch (const std::runtime_error &refused) {
       EXPECT_EQ(std::string(refused.what()), error);
     }

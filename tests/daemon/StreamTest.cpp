@@ -63,7 +63,7 @@ class StreamTest : public ::testing::Test {
     try {
       subscribe(nouns, "", argument);
       return "none";
-    } catch (const std::invalid_argument &error) {
+    } catch (const std::exception &error) {
       return error.what();
     }
   }
