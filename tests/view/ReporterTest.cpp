@@ -69,6 +69,20 @@ TEST_P(Reporters, ARestIsQuietAndADeadBsrIsToldByAll) {
   EXPECT_EQ(told["r3"]->story(), "vrfRuns neighborCame bsrElected rpAdded");
 }
 
+TEST_P(Reporters, ABsrIsHeardAgainBeforeTheCandidateTakesOver) {
+  start();
+  host("r3").crash();
+  Told &r1 = *told["r1"];
+  EXPECT_TRUE(story.within(200, [&] { return r1.log.counts().contains(EventKind::bsrTimedOut); }));
+  host("r3").start();
+  story.time().runFor(60);
+  EXPECT_EQ(r1.story(), "bsrTimedOut bsrLearned");
+  const Bsr::Event heard = r1.last(EventKind::bsrLearned);
+  EXPECT_EQ(heard.cause, "it is heard again");
+  EXPECT_EQ(heard.oldValue, "");
+  EXPECT_EQ(heard.newValue, Bsr::sentence(host("r3").router().address(), " priority 20"));
+}
+
 TEST_P(Reporters, AnRpIsWithdrawnOrExpiresAndANeighborRestartsOrLeaves) {
   start();
   host("r2").candidateRpDel();
