@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <boost/program_options.hpp>
+#include <charconv>
 #include <sstream>
 
 #include "daemon/control/Defaults.h"
+#include "daemon/control/OptionError.h"
 #include "daemon/control/Streams.h"
 
 namespace Control {
@@ -31,12 +33,12 @@ po::options_description visible() {
       ("no-legend", "print tables without the names of their columns")                             //
       ("prefixes", "with show acl: what each permits, too")                                        //
       ("follow", "with show log: go on with new lines")                                            //
-      ("interval", po::value<double>()->value_name("SECONDS"),
+      ("interval", po::value<std::string>()->value_name("SECONDS"),
        "with watch and --follow: look so often where no stream tells of changes (1)")  //
       ("exec", po::value<std::string>()->value_name("COMMAND"),
-       "with monitor: run it on each change, with all rows as JSON on its standard input")   //
-      ("time-limit", po::value<unsigned>()->value_name("SECONDS"), "that it may take (30)")  //
-      ("version", "print the version and exit")                                              //
+       "with monitor: run it on each change, with all rows as JSON on its standard input")      //
+      ("time-limit", po::value<std::string>()->value_name("SECONDS"), "that it may take (30)")  //
+      ("version", "print the version and exit")                                                 //
       ("help", "print this help, or the columns of a noun, and exit");
   return described;
 }
@@ -115,12 +117,20 @@ void readMonitored(const Texts &operands, Options &options) {
   if (request.noun.empty()) request.noun = eventsNoun;
 }
 
+// Seconds, at most a day; the option is given.
+template <class Number>
+Number secondsOf(const po::variables_map &given, const std::string &option, Number least, const char *leastText) {
+  constexpr Number day = 86400;
+  const std::string &text = given[option].as<std::string>();
+  Number seconds{};
+  const auto [rest, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+  if (error == std::errc() && rest == text.data() + text.size() && seconds >= least && seconds <= day) return seconds;
+  throw UsageError("--" + option + " must be " + leastText + " to 86400 seconds, not '" + text + "'");
+}
+
 void readCommand(const po::variables_map &given, Options &options) {
   if (given.count("exec")) options.command = given["exec"].as<std::string>();
-  if (given.count("time-limit")) options.timeLimit = given["time-limit"].as<unsigned>();
-  if (given.count("time-limit") && (options.timeLimit == 0 || options.timeLimit > 86400)) {
-    throw UsageError("--time-limit must be 1 to 86400 seconds");
-  }
+  if (given.count("time-limit")) options.timeLimit = secondsOf<unsigned>(given, "time-limit", 1, "1");
   if (!given.count("exec") && !given.count("time-limit")) return;
   if (options.command.empty()) throw UsageError("--exec needs a command");
   const bool isOne = followedOf(options.request.noun) != nullptr;
@@ -161,9 +171,7 @@ void readPace(const po::variables_map &given, Options &options) {
   }
   if (follows) options.action = Options::Action::follow;
   if (!given.count("interval")) return;
-  options.interval = given["interval"].as<double>();
-  if (!(options.interval >= 0.1 && options.interval <= 86400))
-    throw UsageError("--interval must be 0.1 to 86400 seconds");
+  options.interval = secondsOf(given, "interval", 0.1, "0.1");
   if (!follows && options.request.verb != "watch") throw UsageError("--interval is for 'watch' and --follow");
 }
 
@@ -221,7 +229,7 @@ Options optionsFrom(const Texts &arguments) {
     }
     return options;
   } catch (const po::error &error) {
-    throw UsageError(error.what());
+    throw UsageError(textOf(error));
   }
 }
 

@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "daemon/control/Defaults.h"
+#include "daemon/control/OptionError.h"
 #include "platform/tracelet/Tracelet.h"
 
 namespace Routing::Pim::Bsr {
@@ -73,7 +74,7 @@ Options optionsFrom(Pax::AddressFamily family, const std::vector<std::string> &a
     }
     return options;
   } catch (const po::error &error) {
-    throw UsageError(error.what());
+    throw UsageError(Control::textOf(error));
   }
 }
 

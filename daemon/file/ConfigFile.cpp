@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "daemon/file/Entries.h"
 #include "daemon/file/Errors.h"
 #include "daemon/file/FileOffers.h"
 #include "daemon/file/JsonPlaces.h"
@@ -27,6 +28,19 @@ void compute(Configuration &configuration) {
   }
 }
 
+// What a look at the machine may find fault with, later and without the text.
+void wantSystemPlaces(const Configuration &configuration, Findings &findings) {
+  for (const auto &[vrf, pim] : configuration.pim) {
+    findings.at[entryPath({"pim", vrf.text()})];
+    for (size_t i = 0; i < pim.interfaces.size(); ++i) {
+      findings.at[entryPath({"pim", vrf.text(), "interfaces", std::to_string(i)})];
+    }
+  }
+  for (const auto &[vrf, settings] : configuration.vrfConfig) {
+    if (!settings.crpFilterAcl.empty()) findings.at[entryPath({"vrfConfig", vrf.text(), "crpFilterAcl"})];
+  }
+}
+
 }  // namespace
 
 LoadedConfiguration configurationFromText(std::string_view text, Pax::AddressFamily family) {
@@ -39,7 +53,10 @@ LoadedConfiguration configurationFromText(std::string_view text, Pax::AddressFam
   MemberReader::read(root, "", "", {configuration, ""}, file, configuration);
   compute(configuration);
   findErrors(configuration, file.places, loaded.findings);
-  if (loaded.good()) findWarnings(configuration, file.places, loaded.findings);
+  if (loaded.good()) {
+    findWarnings(configuration, file.places, loaded.findings);
+    wantSystemPlaces(configuration, loaded.findings);
+  }
   findPlaces(text, loaded.findings);
   return loaded;
 }

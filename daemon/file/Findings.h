@@ -1,6 +1,7 @@
 /// The errors and warnings about a configuration file.
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -18,10 +19,15 @@ struct Finding {
 struct Findings {
   std::vector<Finding> errors;
   std::vector<Finding> warnings;
+  std::map<std::string, std::string> at;  ///< LINE:COLUMN by path, where that is known
 
-  void error(std::string place, std::string message) { errors.push_back({std::move(place), std::move(message), {}}); }
-  void warning(std::string place, std::string message) {
-    warnings.push_back({std::move(place), std::move(message), {}});
+  void error(std::string place, std::string message) { add(errors, std::move(place), std::move(message)); }
+  void warning(std::string place, std::string message) { add(warnings, std::move(place), std::move(message)); }
+
+ private:
+  void add(std::vector<Finding> &list, std::string place, std::string message) {
+    const auto known = at.find(place);
+    list.push_back({std::move(place), std::move(message), known == at.end() ? "" : known->second});
   }
 };
 

@@ -1,7 +1,6 @@
 #include "daemon/file/JsonPlaces.h"
 
 #include <algorithm>
-#include <array>
 #include <map>
 #include <nlohmann/json.hpp>
 
@@ -138,22 +137,10 @@ class Locator : public nlohmann::json_sax<json> {
   std::string name_;
 };
 
-struct Expectation {
-  const char *parsing;
-  const char *words;
-};
-constexpr std::array expectations{
-    Expectation{"object key", "the name of a member has to be here, in double quotes"},
-    Expectation{"object separator", "':' has to be here, behind the name of the member"},
-    Expectation{"object", "',' or '}' has to be here"},
-    Expectation{"array", "',' or ']' has to be here"},
-    Expectation{"value", "a value has to be here: a number, a text in double quotes, true, false, '[' or '{'"},
-};
-
 }  // namespace
 
 void findPlaces(std::string_view text, Findings &findings) {
-  Locator::Wanted wanted;
+  Locator::Wanted wanted = std::move(findings.at);
   for (const auto *list : {&findings.errors, &findings.warnings}) {
     for (const Finding &finding : *list) wanted[finding.place];
   }
@@ -162,6 +149,7 @@ void findPlaces(std::string_view text, Findings &findings) {
   for (auto *list : {&findings.errors, &findings.warnings}) {
     for (Finding &finding : *list) finding.at = wanted[finding.place];
   }
+  findings.at = std::move(wanted);
 }
 
 std::string placeOf(std::string_view text, size_t length) {
@@ -169,29 +157,6 @@ std::string placeOf(std::string_view text, size_t length) {
   const auto line = std::count(read.begin(), read.end(), '\n') + 1;
   const size_t lineStart = read.rfind('\n') + 1;  // npos + 1 is 0
   return std::to_string(line) + ":" + std::to_string(read.size() - lineStart + 1);
-}
-
-std::string inPlainWords(std::string_view reason) {
-  constexpr std::string_view lead = "syntax error while parsing ", unexpected = "unexpected ";
-  const size_t dash = reason.find(" - ");
-  if (!reason.starts_with(lead) || dash == reason.npos) return std::string(reason);
-  const std::string_view parsing = reason.substr(lead.size(), dash - lead.size());
-  std::string_view what = reason.substr(dash + 3);
-  what = what.substr(0, what.find("; last read"));
-  what = what.substr(0, what.find("; expected"));
-  const auto *expected =
-      std::ranges::find(expectations, parsing, [](const Expectation &each) { return std::string_view(each.parsing); });
-  if (expected == expectations.end()) return std::string(what);
-  if (!what.starts_with(unexpected)) return std::string(expected->words) + ": " + std::string(what);
-  what.remove_prefix(unexpected.size());
-  constexpr std::string_view literal = " literal";
-  if (what == "string literal") what = "a text";
-  if (what == "number literal") what = "a number";
-  if (what.ends_with(literal)) what.remove_suffix(literal.size());
-  if (what == "end of input") return std::string("the file ends too early: ") + expected->words;
-  const bool isCommaTooMany = (parsing == "object key" && what == "'}'") || (parsing == "value" && what == "']'");
-  return std::string(expected->words) + ", not " + std::string(what) +
-         (isCommaTooMany ? "; is the comma before it one too many?" : "");
 }
 
 }  // namespace Routing::Pim::Bsr

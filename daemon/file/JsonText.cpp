@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "daemon/file/JsonErrors.h"
 #include "daemon/file/JsonPlaces.h"
 
 namespace Routing::Pim::Bsr {
@@ -36,9 +37,8 @@ class Builder : public nlohmann::json_sax<json> {
     return true;
   }
 
-  bool parse_error(size_t position, const std::string &token, const nlohmann::detail::exception &error) override {
-    const size_t length = text_.substr(0, position).ends_with(token) ? lengthOfLast(token) : 1;
-    findings_.error(placeOf(text_, position >= length ? position - length : 0), reason(error.what()));
+  bool parse_error(size_t position, const std::string &, const nlohmann::detail::exception &error) override {
+    findings_.errors.push_back(syntaxErrorFrom(text_, reason(error.what()), position));
     root_ = nullptr;
     return false;
   }
@@ -53,20 +53,12 @@ class Builder : public nlohmann::json_sax<json> {
 
   static constexpr size_t deepest = 32;  // far more than any configuration has
 
-  // The parser may tell the member's name with what follows it.
-  static size_t lengthOfLast(std::string_view token) {
-    const bool isText = token.size() > 1 && token.find('"', 1) == token.size() - 1;
-    if (const size_t blank = token.find_last_of(" \t\r\n:,"); !isText && blank != token.npos)
-      token.remove_prefix(blank + 1);
-    return std::max<size_t>(1, token.size());
-  }
-
   // The parser's message without its own place: "[exception] parse error at line 1, column 2: reason".
-  static std::string reason(std::string_view what) {
+  static std::string_view reason(std::string_view what) {
     for (const std::string_view end : {"] ", ": "}) {
       if (const size_t found = what.find(end); found != what.npos) what.remove_prefix(found + end.size());
     }
-    return inPlainWords(what);
+    return what;
   }
 
   // Puts a value into the innermost level; null where it is left out.

@@ -8,6 +8,15 @@ namespace Routing::Pim::Bsr {
 
 using nlohmann::json;
 
+namespace {
+
+std::string oneOf(const std::vector<std::string> &words) {
+  if (words.size() < 3) return joined(words, " or ");
+  return "one of " + joined({words.begin(), words.end() - 1}, ", ") + " or " + words.back();
+}
+
+}  // namespace
+
 std::string shown(const json &value) {
   constexpr size_t longest = 40;
   if (value.is_structured()) return value.is_object() ? "an object" : "a list";
@@ -56,7 +65,7 @@ std::optional<std::string> ObjectReader::word(const char *name, const std::vecto
   if (member->is_string() && std::find(words.begin(), words.end(), *member) != words.end()) {
     return member->get<std::string>();
   }
-  findings_.error(path(name), mustBe(joined(words, " or "), *member));
+  findings_.error(path(name), mustBe(oneOf(words), *member));
   return std::nullopt;
 }
 

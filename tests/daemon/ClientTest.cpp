@@ -83,14 +83,23 @@ TEST(CommandLine, TheAgentHasTheDefaultsOfItsFamilyAndRefusesTheRest) {
   EXPECT_EQ(options.state, "/run/pimbsr/PimBsr6.state");
   EXPECT_EQ(options.socket, "/run/pimbsr/PimBsr6.sock");
   EXPECT_EQ(options.trace, (std::vector<std::pair<std::string, int>>{{"A", 1}, {"*", 9}}));
-  for (const std::vector<std::string> &arguments : std::vector<std::vector<std::string>>{{"file"},
-                                                                                         {"--conf", "x"},
-                                                                                         {"--config"},
-                                                                                         {"--trace", "A"},
-                                                                                         {"--trace", "A=10"},
-                                                                                         {"--trace", "=1"},
-                                                                                         {"--log-level", "loud"}}) {
-    EXPECT_THROW(Bsr::optionsFrom(ipv6, arguments), Bsr::UsageError) << arguments[0];
+  const std::pair<std::vector<std::string>, const char *> bad[] = {
+      {{"file"}, "there is an argument too many: only options are taken"},
+      {{"--conf", "x"}, "there is no option '--conf'"},
+      {{"--config"}, "'--config' needs a value"},
+      {{"--standby=1"}, "'--standby' takes no value"},
+      {{"--trace", "A"}, "'A' is not MODULE=LEVEL with a level from 0 to 9"},
+      {{"--trace", "A=10"}, "'A=10' is not MODULE=LEVEL with a level from 0 to 9"},
+      {{"--trace", "=1"}, "'=1' is not MODULE=LEVEL with a level from 0 to 9"},
+      {{"--log-level", "loud"}, "there is no severity 'loud'; they are: emergency, "},
+  };
+  for (const auto &[arguments, why] : bad) {
+    try {
+      Bsr::optionsFrom(ipv6, arguments);
+      ADD_FAILURE() << why;
+    } catch (const Bsr::UsageError &error) {
+      EXPECT_EQ(std::string(error.what()).substr(0, std::string(why).size()), why);
+    }
   }
 }
 
@@ -180,7 +189,16 @@ TEST(CommandLine, OptionsAreCheckedAgainstWhatTheyAreFor) {
       {{"dance"}, "there is no verb 'dance'; the verbs are: show, "},
       {{"show", "bsr", "--follow"}, "--follow is for 'show log'"},
       {{"show", "bsr", "--interval", "1"}, "--interval is for 'watch'"},
-      {{"watch", "bsr", "--interval", "0"}, "--interval must be 0.1 to 86400 seconds"},
+      {{"watch", "bsr", "--interval", "0"}, "--interval must be 0.1 to 86400 seconds, not '0'"},
+      {{"watch", "bsr", "--interval", "1s"}, "--interval must be 0.1 to 86400 seconds, not '1s'"},
+      {{"show", "bsr", "--loud"}, "there is no option '--loud'"},
+      {{"show", "bsr", "-x"}, "there is no option '-x'"},
+      {{"show", "bsr", "--vrf"}, "'--vrf' needs a value"},
+      {{"show", "bsr", "--vrf="}, "'--vrf' needs a value"},
+      {{"show", "bsr", "--json=1"}, "'--json' takes no value"},
+      {{"show", "bsr", "--vrf", "a", "--vrf", "b"}, "'--vrf' is given twice"},
+      {{"show", "agent", "--vrf", "a"}, "'show agent' is not of a VRF"},
+      {{"reload", "--zone", "239.0.0.0/8"}, "--zone, --since, --severity and --kind are for what is shown"},
       {{"print", "weather"}, "'print' needs one of: bash, zsh, manual, reference, vrfs, "},
   };
   for (const auto &[arguments, why] : bad) {

@@ -38,17 +38,29 @@ std::string rp(const std::string &interfaces) { return R"("rpCandidateConfig": {
 TEST(ConfigFile, WhatIsNoJsonIsNamedWithItsPlace) {
   std::string deep;
   for (int i = 1; i < 32; ++i) deep += "/0";
+  const std::string value = "a value has to be here: a number, a text in double quotes, true, false, '[' or '{'";
   const std::pair<std::string, std::string> table[] = {
-      {"",
-       "1:1: the file ends too early: a value has to be here: a number, a text in double quotes, true, false, '[' or "
-       "'{'"},
+      {"", "1:1: the file ends too early: " + value},
       {"{ \"pim\": {},\n  }",
        "2:3: the name of a member has to be here, in double quotes, not '}'; is the comma before it one too many?"},
       {R"({"pim" {}})", "1:8: ':' has to be here, behind the name of the member, not '{'"},
       {R"({"pim": {} "acl": {}})", "1:12: ',' or '}' has to be here, not a text"},
-      {R"({"pim": tru})",
-       "1:9: a value has to be here: a number, a text in double quotes, true, false, '[' or '{': invalid literal"},
-      {R"({"pim": {"default": {"drPriority": 1e999}}})", "1:36: number overflow parsing '1e999'"},
+      {"{\"pim\": tru }", "1:9: " + value + ", not \"tru\""},
+      {"[truex]", "1:2: " + value + ", not \"truex\""},
+      {"[true x]", "1:7: ',' or ']' has to be here, not \"x\""},
+      {"{'pim': 1}", "1:2: the name of a member has to be here, in double quotes, not \"'pim'\""},
+      {"{\"pim\"\n /* {x */ 1}", "2:11: ':' has to be here, behind the name of the member, not a number"},
+      {"{} // that is all\n}", "2:1: the file has to end here, not '}'"},
+      {"{} \xff", "1:4: the file has to end here, not \"\\ufffd\""},
+      {"[\"a\\\"\nb\"]", "1:6: a text has to end on the line on which it begins; a line break in it is written \\n"},
+      {"[\"\\q\"]", "1:4: behind '\\' in a text has to be one of \" \\ / b f n r t u; '\\' itself is written \\\\"},
+      {"[\"\xff\"]", "1:3: this is no UTF-8"},
+      {"[\"a]", "1:2: a text begins here, and no '\"' ends it"},
+      {"[1 /* 2]", "1:4: a comment begins here, and no */ ends it"},
+      {"[1 / 2]", "1:4: a comment begins with // or /*; '/' has no other meaning here"},
+      {"[1.]", "1:2: \"1.\" is no number as JSON has them, like 1, -1 or 1.5"},
+      {"[01]", "1:2: \"01\" is no number as JSON has them, like 1, -1 or 1.5"},
+      {"{\"drPriority\": 1e999}", "1:16: \"1e999\" is too large a number"},
       {std::string("{}\n \0 []", 8), "2:2: a NUL byte"},
       {std::string(100, '['), deep + ": is nested too deeply"},
   };
@@ -130,7 +142,7 @@ TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
                    "red/eth1": {"bsrBorderGrp": ["239.1.0.0/16", "239.001.0.0/16"]}},
     "acl": {"": [], "X": {}, "Y": [7, {}, {"permit": "any", "deny": "any"}, {"permit": "all"}, {"deny": "10.0.0.1/8"},
                                    {"allow": "any"}]},
-    "metrics": {"listen": "eth0:9716", "port": 9716}})";
+    "metrics": {"listen": "eth0:9716", "port": 9716}, "logLevel": "loud"})";
   std::ostringstream errors;
   for (const Finding &error : configurationFromText(bad, ipv4).findings.errors) {
     errors << error.place << ": " << error.message << '\n';
@@ -188,6 +200,7 @@ TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
 /acl/Y/4/deny: "10.0.0.1/8" has host bits set; the prefix is 10.0.0.0/8
 /acl/Y/5: must have either permit or deny
 /acl/Y/5/allow: unknown name; known here: permit, deny
+/logLevel: must be one of emergency, alert, critical, error, warning, notice, info or debug, not "loud"
 /metrics/listen: "eth0:9716" is not ADDRESS:PORT (as 127.0.0.1:9716 or [::1]:9716) or PORT
 /metrics/port: unknown name; known here: listen
 /pin: unknown name; known here: pim, vrfConfig, intfConfig, acl, logLevel, metrics

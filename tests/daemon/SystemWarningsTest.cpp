@@ -21,12 +21,12 @@ TEST_F(SystemWarningsTest, AFilterThatDeniesOurOwnCandidateRpIsFoundByTheAddress
       "acl": {"TRUSTED": [{"deny": "10.9.0.0/16"}, {"permit": "10.0.0.0/8"}]}})",
                                             Pax::AddressFamily::ipv4);
   ASSERT_TRUE(loaded.good());
-  Findings findings;
+  Findings findings = loaded.findings;
   findSystemWarnings(loaded.configuration, findings);
   EXPECT_EQ(findings.warnings,
             (std::vector<Finding>{
-                {"/pim/gone", "namespace gone or VRF device gone is not there now; the VRF begins when it is"},
-                {"/vrfConfig/red/crpFilterAcl", "denies 10.9.0.1, this router's own candidate RP on eth7"}}));
+                {"/pim/gone", "namespace gone or VRF device gone is not there now; the VRF begins when it is", "1:10"},
+                {"/vrfConfig/red/crpFilterAcl", "denies 10.9.0.1, this router's own candidate RP on eth7", "5:9"}}));
 }
 
 TEST_F(SystemWarningsTest, APimInterfaceThatIsNotThereIsFound) {
@@ -35,11 +35,11 @@ TEST_F(SystemWarningsTest, APimInterfaceThatIsNotThereIsFound) {
   const auto loaded = configurationFromText(
       R"({"pim": {"red": {"interfaces": ["eth0", "eth2"], "namespace": ")" + nameOf("a") + R"("}}})",
       Pax::AddressFamily::ipv4);
-  Findings findings;
+  Findings findings = loaded.findings;
   findSystemWarnings(loaded.configuration, findings);
   EXPECT_EQ(findings.warnings,
             (std::vector<Finding>{
-                {"/pim/red/interfaces/1", "eth2 is not there now; PIM begins on it when it is in VRF red"}}));
+                {"/pim/red/interfaces/1", "eth2 is not there now; PIM begins on it when it is in VRF red", "1:41"}}));
 }
 
 }  // namespace
