@@ -11,7 +11,7 @@ AgentFigures agentFigures(const Answers::Process &process) {
   return {process.agent.name(),
           !process.agent.standbyMode(),
           !process.loading.error.empty(),
-          process.loop.longestTurn(),
+          process.loop.turns(),
           Tracelet::Registry::instance().dropped(),
           process.saves,
           process.events.counts()};

@@ -16,8 +16,6 @@ using boost::system::error_code;
 
 namespace {
 
-constexpr std::chrono::seconds retryAfter{10};
-
 tcp::endpoint toAsio(const Endpoint &endpoint) {
   const auto bytes = endpoint.address.bytes();
   if (endpoint.address.af() == Pax::AddressFamily::ipv4) {
@@ -61,9 +59,10 @@ MetricsFormat metricsFormatFrom(std::string_view accept) {
 // The listening socket and its clients. Operations that are under way hold it weakly.
 class MetricsServer::Listener : public std::enable_shared_from_this<Listener> {
  public:
-  Listener(asio::io_context &context, Handler handler, Trouble trouble)
+  Listener(asio::io_context &context, Handler handler, Trouble trouble, std::chrono::milliseconds retryAfter)
       : handler_(std::make_shared<const Handler>(std::move(handler))),
         trouble_(std::move(trouble)),
+        retryAfter_(retryAfter),
         acceptor_(context),
         retry_(context) {}
 
@@ -89,6 +88,7 @@ class MetricsServer::Listener : public std::enable_shared_from_this<Listener> {
 
   const std::shared_ptr<const Handler> handler_;
   const Trouble trouble_;
+  const std::chrono::milliseconds retryAfter_;
   Endpoint wanted_;
   bool failing_ = false;  // to listen there
   tcp::acceptor acceptor_;
@@ -96,8 +96,9 @@ class MetricsServer::Listener : public std::enable_shared_from_this<Listener> {
   std::vector<std::weak_ptr<Session>> sessions_;  // the oldest first
 };
 
-MetricsServer::MetricsServer(asio::io_context &context, Handler handler, Trouble trouble)
-    : listener_(std::make_shared<Listener>(context, std::move(handler), std::move(trouble))) {}
+MetricsServer::MetricsServer(asio::io_context &context, Handler handler, Trouble trouble,
+                             std::chrono::milliseconds retryAfter)
+    : listener_(std::make_shared<Listener>(context, std::move(handler), std::move(trouble), retryAfter)) {}
 
 MetricsServer::~MetricsServer() { listener_->close(); }
 
@@ -143,7 +144,7 @@ void MetricsServer::Listener::accept() {
 }
 
 void MetricsServer::Listener::later(void (Listener::*retry)()) {
-  retry_.expires_after(retryAfter);
+  retry_.expires_after(retryAfter_);
   retry_.async_wait([weak = weak_from_this(), retry](const error_code &cancelled) {
     const auto self = weak.lock();
     if (self && !cancelled) (self.get()->*retry)();

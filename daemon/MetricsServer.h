@@ -2,6 +2,7 @@
 #pragma once
 
 #include <boost/asio/io_context.hpp>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -28,7 +29,8 @@ class MetricsServer {
   static constexpr size_t mostClients = 16;
   static constexpr size_t longestHeader = 8 << 10;
 
-  MetricsServer(boost::asio::io_context &context, Handler handler, Trouble trouble);
+  MetricsServer(boost::asio::io_context &context, Handler handler, Trouble trouble,
+                std::chrono::milliseconds retryAfter = std::chrono::seconds(10));
   /// Drops all clients.
   ~MetricsServer();
   MetricsServer(const MetricsServer &) = delete;

@@ -59,6 +59,12 @@ void Drops::add(const Key &key, double now) {
   }
   ++rows_.front().count;
   rows_.front().last = now;
+  if (key.isEcho) ++echoes_[key.vrf];
+}
+
+uint64_t Drops::echoes(const L3::VrfName &vrf) const {
+  const auto counted = echoes_.find(vrf);
+  return counted == echoes_.end() ? 0 : counted->second;
 }
 
 Drops::Sharers Drops::sharersOf(const Key &key) {
@@ -82,6 +88,7 @@ void Drops::remove(Place row) {
 }
 
 void Drops::clear(const std::string &vrf) {
+  std::erase_if(echoes_, [&](const auto &counted) { return vrf.empty() || counted.first.text() == vrf; });
   for (auto row = rows_.begin(); row != rows_.end();) {
     const auto each = row++;
     if (vrf.empty() || each->key.vrf.text() == vrf) remove(each);

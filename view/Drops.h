@@ -53,6 +53,8 @@ class Drops {
   void clear(const std::string &vrf);
   /// The one counted last comes first.
   const std::list<Row> &rows() const { return rows_; }
+  /// How many echoes there were, those included whose rows had to go.
+  uint64_t echoes(const L3::VrfName &vrf) const;
 
  private:
   using Place = std::list<Row>::iterator;
@@ -66,6 +68,7 @@ class Drops {
   std::list<Row> rows_;
   std::map<Key, Place> row_;
   std::map<Sharers, size_t> shares_;  // how many rows they have
+  std::map<L3::VrfName, uint64_t> echoes_;
 };
 
 /// The rows of "show drops" of one VRF, or of all where it is empty; the one counted last comes first.

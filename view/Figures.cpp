@@ -4,6 +4,7 @@
 #include <array>
 
 #include "engine/PublishedRpSet.h"
+#include "view/Drops.h"
 #include "view/Json.h"
 #include "view/ZoneView.h"
 
@@ -95,6 +96,7 @@ void VrfFigures::begin(const VrfView &view) {
     refusals = counters->limitCounters();
     readAgentMessages(*counters);
   }
+  if (view.drops) echoes = view.drops->echoes(view.vrf);
   if (view.messages) readPackets(*view.messages);
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/orb/DurationCounts.h"
 #include "view/Event.h"
 #include "view/VrfView.h"
 
@@ -35,7 +36,7 @@ struct AgentFigures {
   std::string agent;
   bool active = true;
   bool reloadFailed = false;
-  double longestTurn = 0;  ///< seconds
+  Orb::DurationCounts turns;  ///< of the loop
   uint64_t droppedTraces = 0;
   Saves saves;
   std::map<EventKind, uint64_t> events;
@@ -73,6 +74,7 @@ class VrfFigures {
   Limits limits;
   PimBsrLimitCounters refusals;
   uint64_t refusedNeighbors = 0;
+  uint64_t echoes = 0;
 
  private:
   void begin(const VrfView &view);

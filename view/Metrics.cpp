@@ -27,9 +27,9 @@ const std::array agentFamilies{
                 [](const AgentFigures &agent, MetricsText &text) { text.sample({}, agent.active ? 1 : 0); }},
     AgentFamily{{"pimbsr_reload_failed", Type::gauge, "", "1 while the last reload of the configuration was refused."},
                 [](const AgentFigures &agent, MetricsText &text) { text.sample({}, agent.reloadFailed ? 1 : 0); }},
-    AgentFamily{{"pimbsr_loop_longest_turn_seconds", Type::gauge, "seconds",
-                 "How long the agent was busy with one thing at most since its start or the last clear counters."},
-                [](const AgentFigures &agent, MetricsText &text) { text.seconds({}, agent.longestTurn); }},
+    AgentFamily{{"pimbsr_loop_turn_seconds", Type::histogram, "seconds",
+                 "How long the agent was busy with one thing before it turned to the next."},
+                [](const AgentFigures &agent, MetricsText &text) { text.histogram(agent.turns); }},
     AgentFamily{{"pimbsr_state_save_duration_seconds", Type::gauge, "seconds", "How long the last save took."},
                 [](const AgentFigures &agent, MetricsText &text) { text.seconds({}, agent.saves.duration); }},
     AgentFamily{{"pimbsr_state_saves", Type::counter, "", "Saves of the state file, by result."},
@@ -121,6 +121,7 @@ void refusedOf(const VrfFigures &vrf, MetricsText &text) {
   }
   text.sample(labelsOf(vrf, {{"limit", "neighbors"}}), vrf.refusedNeighbors);
 }
+void echoesOf(const VrfFigures &vrf, MetricsText &text) { text.sample(labelsOf(vrf), vrf.echoes); }
 struct VrfFamily {
   MetricFamily family;
   void (*samples)(const VrfFigures &vrf, MetricsText &text);
@@ -144,6 +145,9 @@ constexpr std::array vrfFamilies{
     VrfFamily{{"pimbsr_neighbors", Type::gauge, "", "PIM neighbors by interface."}, neighborsOf},
     VrfFamily{{"pimbsr_messages", Type::counter, "", "PIM messages by direction, type, result and reason."},
               messagesOf},
+    VrfFamily{{"pimbsr_echoes", Type::counter, "",
+               "Of the refused messages, copies of what this router had accepted or sent, which is no fault."},
+              echoesOf},
     VrfFamily{{"pimbsr_limit", Type::gauge, "", "What is held at most, by limit."}, entryLimitsOf},
     VrfFamily{{"pimbsr_limit_bytes", Type::gauge, "bytes", "Memory for messages at most, by limit."}, bytesOf},
     VrfFamily{{"pimbsr_limit_refusals", Type::counter, "", "What was refused because a limit was reached."}, refusedOf},

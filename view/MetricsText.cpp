@@ -14,7 +14,9 @@ struct Words {
   const char *plain;   // the type where there is only gauge and counter
 };
 constexpr std::array words{Words{"gauge", "", "gauge"}, Words{"counter", "_total", "counter"},
-                           Words{"info", "_info", "gauge"}};
+                           Words{"info", "_info", "gauge"}, Words{"histogram", "", "histogram"}};
+
+std::string textOf(double seconds) { return nlohmann::json(std::round(seconds * 1e6) / 1e6).dump(); }
 
 // Within quotation marks, in which JSON escapes what metrics escape, and bytes that none of them may have.
 std::string quoted(const std::string &value) {
@@ -33,12 +35,21 @@ void MetricsText::familyIs(const MetricFamily &family) {
   text_.append("# HELP ").append(name).append(" ").append(family.help).append("\n");
 }
 
-void MetricsText::seconds(const Labels &labels, double value) {
-  line(labels, nlohmann::json(std::round(value * 1e6) / 1e6).dump());
+void MetricsText::seconds(const Labels &labels, double value) { line("", labels, textOf(value)); }
+
+void MetricsText::histogram(const Orb::DurationCounts &durations) {
+  uint64_t count = 0;
+  for (size_t i = 0; i < durations.counts().size(); ++i) {
+    count += durations.counts()[i];
+    const bool isLast = i == durations.bounds.size();
+    line("_bucket", {{"le", isLast ? "+Inf" : textOf(durations.bounds[i])}}, std::to_string(count));
+  }
+  line("_count", {}, std::to_string(count));
+  line("_sum", {}, textOf(durations.sum()));
 }
 
-void MetricsText::line(const Labels &labels, const std::string &value) {
-  text_ += name_;
+void MetricsText::line(const char *suffix, const Labels &labels, const std::string &value) {
+  text_.append(name_).append(suffix);
   const char *separator = "{";
   for (const auto &[label, text] : labels) {
     if (text.empty()) continue;

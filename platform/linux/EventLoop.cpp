@@ -54,7 +54,11 @@ bool EventLoop::turn() {
   cached_ = 0;
   context_->restart();
   context_->run_one();
-  if (cached_ != 0) longestTurn_ = std::max(longestTurn_, bootTime() - cached_);
+  if (cached_ != 0) {
+    const double took = bootTime() - cached_;
+    turns_.add(took);
+    longestTurn_ = std::max(longestTurn_, took);
+  }
   inTurn_ = false;
   return !stopped_;
 }

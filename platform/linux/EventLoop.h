@@ -8,6 +8,7 @@
 
 #include "platform/linux/Descriptor.h"
 #include "platform/linux/Watch.h"
+#include "platform/orb/DurationCounts.h"
 #include "platform/orb/TimerWheel.h"
 
 namespace boost::asio {
@@ -37,7 +38,9 @@ class EventLoop : public Orb::Clock, public Orb::Waker {
   /// Says that the wait of this turn is over. A Watch does; what belongs to Asio should, before work that may take
   /// long.
   void workBegins() const { now(); }
-  /// The longest turn since it was last cleared, in seconds, from the first reading of the clock in it to its end.
+  /// How long turns took, each from the first reading of the clock in it to its end. Without one it does not count.
+  const Orb::DurationCounts &turns() const { return turns_; }
+  /// The longest one since it was last cleared, in seconds.
   double longestTurn() const { return longestTurn_; }
   void longestTurnClear() { longestTurn_ = 0; }
 
@@ -60,6 +63,7 @@ class EventLoop : public Orb::Clock, public Orb::Waker {
   bool stopped_ = false;
   bool inTurn_ = false;
   mutable double cached_ = 0;  // zero: the clock was not read in this turn
+  Orb::DurationCounts turns_;
   double longestTurn_ = 0;
 };
 

@@ -187,6 +187,22 @@ TEST_F(MetricsServerTest, MovesWhenToldSoAndListensNowhereElse) {
   EXPECT_EQ(server.endpoint(), (Endpoint{Pax::IpGenAddr::v6(0, 1), first.port}));
 }
 
+TEST_F(MetricsServerTest, TriesAgainUntilTheAddressIsThereAndTellsOnlyThatItBeganAndEnded) {
+  const Endpoint taken = server.endpoint();
+  MetricsServer second(context, handler, trouble, std::chrono::milliseconds(1));
+  second.endpointIs(taken);
+  for (int tries = 0; tries < 3; ++tries) ASSERT_EQ(context.run_one_for(patience), 1u);
+  EXPECT_TRUE(second.endpoint().empty());
+  EXPECT_EQ(troubles, std::vector<std::string>{"Address already in use"});
+  server.endpointIs({});
+  while (second.endpoint().empty()) ASSERT_EQ(context.run_one_for(patience), 1u);
+  EXPECT_EQ(second.endpoint(), taken);
+  EXPECT_EQ(troubles, (std::vector<std::string>{"Address already in use", ""}));
+  RawClient client(context, taken);
+  client.send("GET /metrics HTTP/1.0\r\n\r\n");
+  EXPECT_TRUE(client.hear().ends_with("end"));
+}
+
 TEST(MetricsFormat, IsWhatTheClientLikesBest) {
   const std::pair<const char *, MetricsFormat> cases[] = {
       {"", MetricsFormat::openMetrics},

@@ -69,6 +69,8 @@ TEST(EventLoopTest, ALongTurnIsRememberedAndTheWaitBeforeItIsNot) {
   end.timeMinIs(start + 0.2);
   loop.run();
   EXPECT_GE(loop.longestTurn(), 0.02);
+  EXPECT_GE(loop.turns().sum(), loop.longestTurn());
+  EXPECT_LE(loop.turns().sum(), loop.now() - start - 0.1);
   EXPECT_LE(loop.longestTurn(), loop.now() - start - 0.1);
   loop.longestTurnClear();
   EXPECT_EQ(loop.longestTurn(), 0);

@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <fstream>
 #include <set>
 #include <sstream>
 
 #include "tests/support/TestVrf.h"
+#include "view/Drops.h"
 
 namespace Routing::Pim::Bsr {
 namespace {
@@ -158,9 +160,30 @@ direction="sent",type="advertisement",result="failed"} 6
             "pimbsr_limit_refusals_total{vrf=\"default\",limit=\"neighbors\"} 4\n");
 }
 
+TEST(Metrics, TellHowManyEchoesThereWereAfterTheirRowsHaveGone) {
+  TestVrf vrf(ipv4);
+  Drops drops;
+  const auto echoes = [&] {
+    VrfView view = viewOf(vrf.system, "default", vrf.sm.get(), 0, {});
+    view.drops = &drops;
+    VrfFigures figures("default");
+    figures.readOn(view);
+    return linesWith(textOf({}, {figures}), "pimbsr_echoes_total{");
+  };
+  for (uint32_t n = 1; n <= 2 * Drops::most; ++n) {
+    drops.add({.vrf = n % 4 ? "default" : "blue", .neighbor = ipv4.host(n), .isEcho = n % 2 == 0}, n);
+  }
+  EXPECT_EQ(echoes(), "pimbsr_echoes_total{vrf=\"default\"} 500\n");
+  drops.clear("blue");
+  EXPECT_EQ(echoes(), "pimbsr_echoes_total{vrf=\"default\"} 500\n");
+  drops.clear("default");
+  EXPECT_EQ(echoes(), "pimbsr_echoes_total{vrf=\"default\"} 0\n");
+}
+
 // What both formats ask for: each family once, with its samples behind it, each sample once.
 TEST(Metrics, EveryFamilyIsWellFormedAndDocumented) {
-  AgentFigures agent{"PimBsr", true, false, 0.25, 3, {5, 1, 0.5}, {{EventKind::bsrElected, 2}}};
+  AgentFigures agent{"PimBsr", true, false, {}, 3, {5, 1, 0.5}, {{EventKind::bsrElected, 2}}};
+  for (const double turn : {0.00005, 0.0001, 0.25, 1.5}) agent.turns.add(turn);
   TestVrf vrf(ipv4);
   vrf.intfIs(1);
   vrf.hear(Bsm(vrf.a.host(1), 70).group(vrf.a.group(1), {{vrf.a.host(20), 150, 5}}));
@@ -168,7 +191,7 @@ TEST(Metrics, EveryFamilyIsWellFormedAndDocumented) {
   odd.vrf = "a\"b\\c\nd\xff";
   std::stringstream page;
   page << std::ifstream(SOURCE_DIR "/docs/metrics.md").rdbuf();
-  const char *suffixes[] = {"", "_total", "_info"};
+  const char *suffixes[] = {"", "_total", "_info", ""};
   for (const auto format : {MetricsFormat::openMetrics, MetricsFormat::prometheus}) {
     const std::string text = textOf(agent, {figuresOf(vrf), odd}, format);
     const bool isOpen = format == MetricsFormat::openMetrics;
@@ -178,21 +201,36 @@ TEST(Metrics, EveryFamilyIsWellFormedAndDocumented) {
               text.npos);
     EXPECT_NE(text.find("pimbsr_events_total{kind=\"bsrElected\"} 2\n"), text.npos);
     EXPECT_NE(text.find("pimbsr_events_total{kind=\"bsrLost\"} 0\n"), text.npos);
+    EXPECT_EQ(linesWith(text, "pimbsr_loop_turn_seconds_"), R"(pimbsr_loop_turn_seconds_bucket{le="0.0001"} 2
+pimbsr_loop_turn_seconds_bucket{le="0.001"} 2
+pimbsr_loop_turn_seconds_bucket{le="0.01"} 2
+pimbsr_loop_turn_seconds_bucket{le="0.1"} 2
+pimbsr_loop_turn_seconds_bucket{le="1.0"} 3
+pimbsr_loop_turn_seconds_bucket{le="+Inf"} 4
+pimbsr_loop_turn_seconds_count 4
+pimbsr_loop_turn_seconds_sum 1.75015
+)");
     EXPECT_NE(text.find("pimbsr_state_save_duration_seconds 0.5\n"), text.npos);
     size_t families = 0;
     std::set<std::string> seen;
     std::string name;  // of the family's samples
+    bool isHistogram = false;
     std::istringstream lines(text.substr(0, text.find("# EOF")));
     for (std::string line; std::getline(lines, line);) {
       EXPECT_TRUE(seen.insert(line.substr(0, line.rfind(' '))).second) << line;
       if (line.starts_with("# TYPE ")) {
         const MetricFamily family = Metrics::families().at(families++);
+        isHistogram = family.type == MetricFamily::Type::histogram;
         name = family.name + std::string(suffixes[static_cast<size_t>(family.type)]);
         EXPECT_EQ(line.find("# TYPE " + (isOpen ? family.name : name) + " "), 0u) << line;
         EXPECT_TRUE(std::string(family.name).ends_with(family.unit));
         EXPECT_NE(page.str().find("| `" + name + "` |"), std::string::npos) << name << " is not in docs/metrics.md";
       } else if (line[0] != '#') {
-        EXPECT_EQ(line.substr(0, line.find_first_of("{ ")), name) << line;
+        std::string sample = line.substr(0, line.find_first_of("{ "));
+        for (const char *suffix : {"_bucket", "_count", "_sum"}) {
+          if (isHistogram && sample.ends_with(suffix)) sample.resize(sample.size() - std::strlen(suffix));
+        }
+        EXPECT_EQ(sample, name) << line;
       }
     }
     EXPECT_EQ(families, Metrics::families().size());
