@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <boost/program_options.hpp>
 #include <charconv>
-#include <sstream>
 
+#include "ctl/Help.h"
+#include "ctl/Reference.h"
 #include "daemon/control/Defaults.h"
 #include "daemon/control/OptionError.h"
 #include "daemon/control/Streams.h"
@@ -27,19 +28,21 @@ po::options_description visible() {
       ("since", po::value<std::string>()->value_name("TIME|SEQ"),
        "only events from this time on, as 2024-05-01T12:34:56Z, or after this number")             //
       ("zone", po::value<std::string>()->value_name("PREFIX"), "only what is of this scope zone")  //
-      ("severity", po::value<std::string>()->value_name("WORD"), "only events as bad as this")     //
-      ("kind", po::value<std::string>()->value_name("WORD"), "only events of this kind")           //
-      ("json,j", "print JSON: an array of objects, times in seconds")                              //
-      ("no-legend", "print tables without the names of their columns")                             //
-      ("prefixes", "with show acl: what each permits, too")                                        //
-      ("follow", "with show log: go on with new lines")                                            //
+      ("severity", po::value<std::string>()->value_name("SEVERITY"),
+       "only events this bad or worse: emergency, alert, critical, error, warning, notice, info or debug")  //
+      ("kind", po::value<std::string>()->value_name("KIND"), "only events of this kind, as bsrLost")        //
+      ("json,j", "print JSON: an array of objects, times in seconds")                                       //
+      ("no-legend", "print tables without the names of their columns")                                      //
+      ("prefixes", "with show acl: what each permits, too")                                                 //
+      ("follow", "with show log: go on with new lines")                                                     //
       ("interval", po::value<std::string>()->value_name("SECONDS"),
        "with watch and --follow: look so often where no stream tells of changes (1)")  //
       ("exec", po::value<std::string>()->value_name("COMMAND"),
-       "with monitor: run it on each change, with all rows as JSON on its standard input")      //
-      ("time-limit", po::value<std::string>()->value_name("SECONDS"), "that it may take (30)")  //
-      ("version", "print the version and exit")                                                 //
-      ("help", "print this help, or the columns of a noun, and exit");
+       "with monitor: run it on each change, with all rows as JSON on its standard input")  //
+      ("time-limit", po::value<std::string>()->value_name("SECONDS"),
+       "with --exec: how long the command may take (30)")  //
+      ("version", "print the version and exit")            //
+      ("help", "print this help, or what a verb does or a noun shows, and exit");
   return described;
 }
 
@@ -144,15 +147,6 @@ std::string namesOf(std::span<const Entry> entries) {
   return names;
 }
 
-// "--help bsr", "--help show bsr", "--help explain bsr"
-const Noun *nounToExplain(const Texts &operands) {
-  const Verb *verb = verbOf(operands[0]);
-  if (verb && operands.size() == 1) return nullptr;
-  const Noun *noun = verb && verb->takesNoun ? nounOf(*verb, operands[1]) : nounOf(operands.back());
-  if (!noun) throw UsageError("there is no noun '" + operands.back() + "'; the nouns are: " + namesOf(nouns()));
-  return noun;
-}
-
 // For those who build and package: what is made from the table of nouns.
 void readPrinted(const Texts &operands, Options &options) {
   const std::string what = operands.size() == 2 ? operands[1] : "";
@@ -213,7 +207,7 @@ Options optionsFrom(const Texts &arguments) {
       options.action = Options::Action::version;
     } else if (given.count("help")) {
       options.action = Options::Action::help;
-      if (!operands.empty()) options.noun = nounToExplain(operands);
+      options.help = operands.empty() ? usage() : helpOn(operands);
     } else if (!operands.empty() && operands[0] == "print") {
       readPrinted(operands, options);
     } else {
@@ -239,15 +233,11 @@ std::vector<OptionHelp> optionsHelp() {
   for (const auto &option : described.options()) {
     std::string value;
     if (option->semantic()->max_tokens() > 0) value = option->format_parameter();
-    help.push_back({option->format_name(), value, option->description()});
+    std::vector<std::string> names = wordsOf(option->format_name());  // "-j [ --json ]"
+    std::erase_if(names, [](const std::string &word) { return word[0] != '-'; });
+    help.push_back({names, value, option->description()});
   }
   return help;
-}
-
-std::string usage() {
-  std::ostringstream out;
-  out << "Usage: pimbsrctl [OPTION]... VERB [NOUN] [ARGUMENT]\n" << helpText() << visible();
-  return out.str();
 }
 
 }  // namespace Control

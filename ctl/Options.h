@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "ctl/Reference.h"
+#include "ctl/Completion.h"
 #include "ctl/Table.h"
 #include "daemon/control/Nouns.h"
 #include "daemon/control/Request.h"
@@ -29,17 +29,21 @@ struct Options {
   Request request;
   std::string command;                   ///< of --exec; empty: what is monitored is printed
   unsigned timeLimit = 30;               ///< of the command, in seconds
+  std::string help;                      ///< that is asked for
   const Noun *noun = nullptr;            ///< how the answer is laid out; null: as it comes
   const Completed *completed = nullptr;  ///< of which the words are printed, one a line
 };
 
 /// Throws UsageError.
 Options optionsFrom(const std::vector<std::string> &arguments);
-std::string usage();
+
+/// What --severity takes, the worst first, with blanks between them.
+inline constexpr const char *severities = "emergency alert critical error warning notice info debug";
+
 /// An option, as the manual and completion have it.
 struct OptionHelp {
-  std::string names;  ///< "-j, --json"
-  std::string value;  ///< "PATH"; empty where it takes none
+  std::vector<std::string> names;  ///< "-j", "--json"
+  std::string value;               ///< "PATH"; empty where it takes none
   std::string help;
 };
 std::vector<OptionHelp> optionsHelp();

@@ -1,10 +1,8 @@
-/// What is made from the table of nouns and the options: the manual, the reference of the documentation, and
-/// completion.
+/// What is made from the table of nouns and the options to be read: the manual and the reference of the documentation.
 #pragma once
 
 #include <string>
-
-#include "daemon/control/Request.h"
+#include <string_view>
 
 namespace Control {
 
@@ -12,22 +10,8 @@ namespace Control {
 std::string manual();
 /// docs/pimbsrctl.md
 std::string reference();
-/// A script for bash, or the function _pimbsrctl for zsh. It asks pimbsrctl for what only the agent knows.
-std::string bashCompletion();
-std::string zshCompletion();
 
-/// "bash", "zsh", "manual" or "reference"; empty for anything else.
+/// "manual" or "reference", or completion for "bash" or "zsh"; empty for anything else.
 std::string printed(std::string_view what);
-
-/// What a kind of word that is completed from the agent ("vrfs", "zones", ...) is taken from.
-struct Completed {
-  const char *kind;
-  const char *verb;
-  const char *noun;
-  const char *column;
-};
-/// Null when there is no such kind.
-const Completed *completedOf(std::string_view kind);
-std::string completedKinds();
 
 }  // namespace Control

@@ -11,6 +11,7 @@
 #include "ctl/Client.h"
 #include "ctl/Monitor.h"
 #include "ctl/Options.h"
+#include "ctl/Reference.h"
 #include "ctl/Table.h"
 
 namespace {
@@ -77,7 +78,7 @@ int run(const std::vector<std::string> &arguments) {
   const Options options = optionsFrom(arguments);
   switch (options.action) {
     case Options::Action::version: std::cout << "pimbsrctl " << PIMBSR_VERSION << '\n'; break;
-    case Options::Action::help: std::cout << (options.noun ? helpText(*options.noun) : usage()); break;
+    case Options::Action::help: std::cout << options.help; break;
     case Options::Action::watch: watchNoun(options); break;
     case Options::Action::follow: followLog(options); break;
     case Options::Action::print: printMade(options); break;

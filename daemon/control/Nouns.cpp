@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <iomanip>
-#include <sstream>
 
 namespace Control {
 
@@ -173,7 +171,6 @@ constexpr std::array state{
     Column{"path", "its path in the state store"},
     Column{"type", "the type of the entity there; with a PATH, which may go on into it, its contents as JSON"},
 };
-constexpr std::array finding{Column{"line", "FILE:PATH: message"}};
 constexpr std::array events{
     Column{"seq", "its number"},
     Column{"time", "when it happened, UTC"},
@@ -235,108 +232,13 @@ constexpr std::array allNouns{
     Noun{"log", "the last trace lines", log, Noun::Layout::lines},
 };
 
-constexpr Column about{"about", "what the sentence is about; as JSON the row has what it is made from, by name"};
-constexpr std::array bsrReasons{
-    vrf,
-    zone,
-    about,
-    Column{"text",
-           "who is the BSR, when its next message is due or silence ends it, from which neighbor it must come, "
-           "who else was heard, what was refused and what to look at next"},
-};
-constexpr std::array rpReasons{
-    vrf,
-    Column{"rp", "the address asked about"},
-    about,
-    Column{"text", "each prefix that it serves, from which zone and BSR, whether it is in use, announced, and why not"},
-};
-constexpr std::array groupReasons{
-    vrf,
-    Column{"group", "the group asked about"},
-    about,
-    Column{"text", "its RP, the rule by which that wins, the zone and prefix that decide, and every candidate"},
-};
-constexpr std::array topics{
-    Noun{.name = "bsr",
-         .help = "why this is the BSR of a zone, or there is none",
-         .columns = bsrReasons,
-         .layout = Noun::Layout::sentences,
-         .operand = "[ZONE]"},
-    Noun{.name = "rp",
-         .help = "where an address is an RP, and why not",
-         .columns = rpReasons,
-         .layout = Noun::Layout::sentences,
-         .operand = "ADDRESS"},
-    Noun{.name = "group",
-         .help = "why this RP serves a group",
-         .columns = groupReasons,
-         .layout = Noun::Layout::sentences,
-         .operand = "GROUP"},
-};
-
-constexpr Noun findings{"findings", "what is wrong in a configuration file", finding, Noun::Layout::lines};
-
-constexpr std::array allVerbs{
-    Verb{"show", "NOUN", "show it once", true},
-    Verb{"watch", "NOUN", "show it again whenever it changes, counters and the like each second", true},
-    Verb{.name = "explain",
-         .operands = "bsr|rp|group",
-         .help = "say why, in sentences",
-         .takesNoun = true,
-         .own = topics},
-    Verb{"monitor", "[NOUN|events]...", "print each change, or run a command on it; events if nothing is named", false},
-    Verb{"print", "bash|zsh|manual|reference",
-         "print completion for a shell, the manual page for scdoc, or the reference", false},
-    Verb{"trace", "[MODULE=LEVEL]", "set a trace level, * for every module; without an operand, list the levels",
-         false},
-    Verb{"check", "", "check the configuration file without loading it", false, &findings},
-    Verb{"reload", "", "read the configuration file again", false},
-    Verb{"clear", "counters", "set the message counters to zero", false},
-    Verb{"redundancy", "active|standby", "run, or stand by: keep what was learned and send nothing", false},
-    Verb{"stage", "boot|shutdown STAGE", "run a stage of an upgrade, and say whether it is complete", false},
-};
-
-template <class Entry>
-const Entry *entryOf(std::span<const Entry> entries, std::string_view name) {
-  const auto found =
-      std::find_if(entries.begin(), entries.end(), [&](const Entry &entry) { return entry.name == name; });
-  return found == entries.end() ? nullptr : &*found;
-}
-
-std::string withOperand(std::string_view name, std::string_view operand) {
-  return std::string(name) + (operand.empty() ? "" : " ") + std::string(operand);
-}
-
-void helpLine(std::ostream &out, std::string_view name, std::string_view help) {
-  out << "  " << std::left << std::setw(22) << name << ' ' << help << '\n';
-}
-
 }  // namespace
 
 std::span<const Noun> nouns() { return allNouns; }
-std::span<const Verb> verbs() { return allVerbs; }
-const Noun *nounOf(std::string_view name) { return entryOf(nouns(), name); }
-std::span<const Noun> nounsOf(const Verb &verb) { return verb.own.empty() ? nouns() : verb.own; }
-const Noun *nounOf(const Verb &verb, std::string_view name) { return entryOf(nounsOf(verb), name); }
-const Verb *verbOf(std::string_view name) { return entryOf(verbs(), name); }
 
-std::string helpText() {
-  std::ostringstream out;
-  out << "Verbs:\n";
-  for (const Verb &verb : verbs()) {
-    helpLine(out, withOperand(verb.name, verb.operands), verb.help);
-  }
-  out << "Nouns:\n";
-  for (const Noun &noun : nouns()) helpLine(out, withOperand(noun.name, noun.operand), noun.help);
-  return out.str();
-}
-
-std::string helpText(const Noun &noun) {
-  std::ostringstream out;
-  out << withOperand(noun.name, noun.operand) << ": " << noun.help << '\n';
-  for (const Column &column : noun.columns) helpLine(out, column.name, column.help);
-  if (noun.hasMore) out << "  and every counter by its own name\n";
-  return out.str();
+const Noun *nounOf(std::string_view name) {
+  const auto found = std::ranges::find(allNouns, name, [](const Noun &noun) { return std::string_view(noun.name); });
+  return found == allNouns.end() ? nullptr : &*found;
 }
 
 }  // namespace Control

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <span>
-#include <string>
 #include <string_view>
 
 namespace Control {
@@ -35,9 +34,10 @@ struct Noun {
 
 struct Verb {
   const char *name;
-  const char *operands;  ///< as the help shows them; in brackets if they may be left out
+  const char *operands = "";  ///< as the help shows them; in brackets if they may be left out
   const char *help;
-  bool takesNoun;
+  const char *more = "";  ///< what else there is to say, in sentences
+  bool takesNoun = false;
   const Noun *answer = nullptr;  ///< how its rows are laid out; null: a table of what they have
   std::span<const Noun> own{};   ///< the nouns of a verb that takes none of the others
 };
@@ -50,8 +50,5 @@ const Noun *nounOf(const Verb &verb, std::string_view name);
 /// That a verb takes.
 std::span<const Noun> nounsOf(const Verb &verb);
 const Verb *verbOf(std::string_view name);
-/// Verbs and nouns as the help shows them; a noun's own help with its columns.
-std::string helpText();
-std::string helpText(const Noun &noun);
 
 }  // namespace Control

@@ -5,7 +5,9 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "ctl/Help.h"
 #include "ctl/Options.h"
+#include "ctl/Reference.h"
 #include "ctl/Table.h"
 #include "daemon/Options.h"
 #include "tests/daemon/TemporaryDirectory.h"
@@ -169,6 +171,17 @@ TEST(Completion, VerbsNounsAndOptionsComeFromTheTableAndTheRestFromTheAgent) {
       {"redundancy s", "standby"},
       {"show --no", "--no-legend"},
       {"show bsr ''", ""},
+      {"show events --severity e", "emergency error"},
+      {"show events --severity error --kind ''", "print-kinds-one"},
+      {"monitor r", "rp-set rp"},
+      {"monitor bsr ev", "events"},
+      {"-6 monitor interfaces ''",
+       "events agent vrf bsr candidate-bsr candidate-rp rp-set rp border acl filter "
+       "interfaces neighbors -6-print-interfaces-one"},
+      {"--help r", "reload redundancy rp-set rp"},
+      {"--help explain ''", "bsr rp group"},
+      {"--help explain bsr ''", ""},
+
   };
   for (const auto &[words, offered] : cases) EXPECT_EQ(completed(words), std::string(offered) + "\n") << words;
 }
@@ -179,8 +192,6 @@ TEST(CommandLine, OptionsAreCheckedAgainstWhatTheyAreFor) {
   EXPECT_EQ(follow.interval, 0.5);
   const auto terse = Control::optionsFrom({"show", "acl", "-j", "--no-legend", "--prefixes"});
   EXPECT_TRUE(terse.json && !terse.table.legend && terse.table.prefixes);
-  EXPECT_EQ(Control::optionsFrom({"--help", "explain", "bsr"}).noun->operand, std::string("[ZONE]"));
-  EXPECT_EQ(Control::optionsFrom({"--help", "bsr"}).noun->operand, std::string());
   EXPECT_EQ(Control::optionsFrom({"print", "zones"}).request.noun, "bsr");
   const std::pair<std::vector<std::string>, const char *> bad[] = {
       {{"--help", "weather"}, "there is no noun 'weather'; the nouns are: summary, "},
@@ -209,6 +220,42 @@ TEST(CommandLine, OptionsAreCheckedAgainstWhatTheyAreFor) {
       EXPECT_EQ(std::string(error.what()).substr(0, std::string(why).size()), why);
     }
   }
+}
+
+TEST(Help, SaysWhatAVerbDoesAndWhatANounIsGivenAndShows) {
+  const auto help = [](std::vector<std::string> operands) {
+    operands.insert(operands.begin(), "--help");
+    return Control::optionsFrom(operands).help;
+  };
+  const std::pair<std::vector<std::string>, std::vector<const char *>> cases[] = {
+      {{}, {"Verbs:\n  show NOUN", "Nouns:\n  summary", "Options:\n  -4, --ipv4"}},
+      {{"bsr"}, {"show bsr: ", "hashMaskLen", "\nexplain bsr [ZONE]: "}},
+      {{"show", "bsr"}, {"show bsr: "}},
+      {{"explain", "bsr"}, {"explain bsr [ZONE]: ", "text"}},
+      {{"group"}, {"explain group GROUP: "}},
+      {{"explain"},
+       {"explain bsr|rp|group: say why", "answers who decides", "\n  group GROUP ", "--help explain NOUN"}},
+      {{"watch"}, {"watch NOUN: ", "\n  candidate-rp "}},
+      {{"monitor"}, {"monitor [NOUN|events]...: ", "Nouns: events, agent, "}},
+      {{"monitor", "rp-set"}, {"show rp-set [PREFIX|RP]: "}},
+      {{"stage"}, {"stage boot|shutdown STAGE: "}},
+  };
+  for (const auto &[operands, parts] : cases) {
+    const std::string text = help(operands);
+    size_t at = 0;
+    for (const char *part : parts) {
+      const size_t found = text.find(part, at);
+      EXPECT_NE(found, text.npos) << part << " in:\n" << text;
+      at = found == text.npos ? at : found;
+    }
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80u) << line;
+  }
+  EXPECT_EQ(help({"show", "bsr"}).find("explain"), std::string::npos);
+  std::istringstream words(Control::severities);
+  for (std::string word; words >> word;) EXPECT_NO_THROW(Routing::Pim::Bsr::severityFrom(word));
+  EXPECT_EQ(Control::helpLine("long|names|of|more|columns", "so"),
+            "  long|names|of|more|columns\n" + std::string(25, ' ') + "so\n");
 }
 
 }  // namespace
