@@ -12,6 +12,8 @@ namespace Control {
 namespace {
 
 constexpr size_t foldWidth = 40;
+// Elements of a list that are shown, and of a list within one of these.
+constexpr size_t mostElements = 20, mostInner = 8;
 
 struct Cell {
   std::vector<std::string> lines;
@@ -24,20 +26,43 @@ size_t widthOf(const std::string &text) {
   return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xc0) != 0x80; }));
 }
 
+std::string textOf(const Rows &value);
+
+// The first of them, with commas between them.
+std::string listText(const Rows &list, size_t most) {
+  std::string joined;
+  for (size_t i = 0; i < std::min(list.size(), most); ++i) joined.append(i > 0 ? "," : "").append(textOf(list[i]));
+  return joined;
+}
+
+// "225.0.0.0/8,226.0.0.0/8,...+253"
+std::string innerText(const Rows &list) {
+  const std::string text = listText(list, mostInner);
+  return list.size() <= mostInner ? text : text + ",...+" + std::to_string(list.size() - mostInner);
+}
+
+// The first member is what it is about, and the others have their names: "225.0.0.0/8 priority=5".
+std::string objectText(const Rows &object) {
+  std::string joined;
+  for (const auto &[name, value] : object.items()) {
+    const std::string text = textOf(value);
+    if (joined.empty()) {
+      joined = text;
+    } else if (text != "-") {
+      joined.append(" ").append(name).append("=").append(text);
+    }
+  }
+  return joined;
+}
+
 // On one line. Every number with a fraction is a duration.
 std::string textOf(const Rows &value) {
-  if (value.is_null()) return "-";
+  if (value.is_null() || (value.is_structured() && value.empty())) return "-";
   if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
   if (value.is_string()) return value.get<std::string>();
   if (value.is_number_float()) return Orb::durationText(value.get<double>());
-  if (!value.is_structured()) return value.dump();
-  const char *separator = value.is_array() ? "," : " ";
-  std::string joined;
-  for (const Rows &element : value) {
-    if (!joined.empty()) joined += separator;
-    joined += textOf(element);
-  }
-  return joined.empty() ? "-" : joined;
+  if (value.is_object()) return objectText(value);
+  return value.is_array() ? innerText(value) : value.dump();
 }
 
 // Appends the text in lines of the fold width, as far as it can be parted behind a comma or at a blank. Those after
@@ -53,19 +78,28 @@ void addFolded(std::string text, const std::string &indent, std::vector<std::str
   lines.push_back(text);
 }
 
-// Lists of lists, and of texts with blanks, have a line for each element; other lists are folded where they are wide.
-Cell cellOf(const Rows &value) {
+// Rules and the like, which are of no use but in full.
+bool isOfTexts(const Rows &list) {
+  return std::any_of(list.begin(), list.end(), [](const Rows &element) {
+    return element.is_string() && element.get_ref<const std::string &>().find(' ') != std::string::npos;
+  });
+}
+
+// Texts with blanks, objects and lists in a list have lines of their own; other lists are folded where they are wide.
+Cell cellOf(const Rows &value, bool isWhole) {
   Cell cell{{}, value.is_number()};
-  const auto needsLine = [](const Rows &element) {
-    return element.is_structured() ||
-           (element.is_string() && element.get_ref<const std::string &>().find(' ') != std::string::npos);
-  };
-  if (value.is_array() && std::any_of(value.begin(), value.end(), needsLine)) {
-    for (const Rows &element : value) addFolded(textOf(element), "  ", cell.lines);
-  } else if (value.is_array()) {
-    addFolded(textOf(value), "", cell.lines);
-  } else {
+  if (!value.is_array() || value.empty()) {
     cell.lines = {textOf(value)};
+    return cell;
+  }
+  const size_t most = isWhole || isOfTexts(value) ? value.size() : std::min(value.size(), mostElements);
+  if (isOfTexts(value) || value[0].is_structured()) {
+    for (size_t i = 0; i < most; ++i) addFolded(textOf(value[i]), "  ", cell.lines);
+  } else {
+    addFolded(listText(value, most), "", cell.lines);
+  }
+  if (most < value.size()) {
+    cell.lines.push_back(std::string("... ").append(std::to_string(value.size() - most)).append(" more, see --json"));
   }
   return cell;
 }
@@ -102,17 +136,17 @@ std::string aligned(const std::vector<Line> &rows) {
   return out;
 }
 
-std::string tableOf(const Rows &rows, const std::vector<std::string> &columns, bool legend) {
+std::string tableOf(const Rows &rows, const std::vector<Column> &columns, bool legend) {
   std::vector<Line> lines(legend ? 1 : 0);
   for (const Rows &row : rows) {
     Line line;
-    for (const std::string &column : columns) line.push_back(cellOf(row.contains(column) ? row[column] : Rows()));
+    for (const Column &column : columns) line.push_back(cellOf(row.value(column.name, Rows()), column.isPrefixes));
     lines.push_back(std::move(line));
   }
   // A header is aligned as its column is.
   for (size_t i = 0; legend && i < columns.size(); ++i) {
     const bool right = std::any_of(lines.begin() + 1, lines.end(), [i](const Line &line) { return line[i].right; });
-    lines[0].push_back({{columns[i]}, right});
+    lines[0].push_back({{columns[i].name}, right});
   }
   return aligned(lines);
 }
@@ -122,7 +156,7 @@ void addFields(const Rows &object, const std::string &prefix, std::vector<Line> 
     if (value.is_object()) {
       addFields(value, prefix + name + ".", lines);
     } else {
-      lines.push_back({Cell{{prefix + name}}, cellOf(value)});
+      lines.push_back({Cell{{prefix + name}}, cellOf(value, true)});
     }
   }
 }
@@ -174,14 +208,14 @@ std::string sentencesOf(const Rows &rows) {
 }  // namespace
 
 std::string toTable(const Rows &rows, const Noun *noun, const TableOptions &options) {
-  std::vector<std::string> columns;
+  std::vector<Column> columns;
   if (!noun) {
     if (rows.empty()) return "";
-    for (const auto &[name, value] : rows[0].items()) columns.push_back(name);
+    for (const auto &[name, value] : rows[0].items()) columns.push_back({name.c_str(), ""});
     return tableOf(rows, columns, options.legend);
   }
   for (const Column &column : noun->columns) {
-    if (!column.isPrefixes || options.prefixes) columns.emplace_back(column.name);
+    if (!column.isPrefixes || options.prefixes) columns.push_back(column);
   }
   switch (noun->layout) {
     case Noun::Layout::table: return tableOf(rows, columns, options.legend);
@@ -190,7 +224,7 @@ std::string toTable(const Rows &rows, const Noun *noun, const TableOptions &opti
     case Noun::Layout::sentences: return sentencesOf(rows);
     case Noun::Layout::lines: break;
   }
-  return linesOf(rows, columns.front());
+  return linesOf(rows, columns.front().name);
 }
 
 }  // namespace Control

@@ -13,7 +13,8 @@ struct TableOptions {
   bool prefixes = false;  ///< show the columns that list prefixes, too
 };
 
-/// In the layout of the noun, with its columns in their order; wide cells are folded, durations read like 1h02m. A null
+/// In the layout of the noun, with its columns in their order; wide cells are folded, and of long lists the first
+/// elements are shown, but for rules and what --prefixes asks for; durations read like 1h02m. A null
 /// noun: a table of whatever fields the first row has.
 std::string toTable(const Rows &rows, const Noun *noun, const TableOptions &options = {});
 

@@ -114,18 +114,37 @@ TEST(Table, WideCellsAreFoldedAndDurationsReadAsPeopleSayThem) {
     {"name": "c", "number": 1, "left": 59.9, "list": ["permit any", "deny any"], "of": []}
   ])");
   EXPECT_EQ(Control::toTable(rows, nullptr), R"(name  number   left  list                               of
-a          7  1h02m  10.0.0.0/8,11.0.0.0/8              z -
-b         42  -      10.0.0.0/8,11.0.0.0/8,12.0.0.0/8,  239.1.0.0/16 239.1.1.0/24,239.1.2.0/24
-                     13.0.0.0/8,14.0.0.0/8                250ms
+a          7  1h02m  10.0.0.0/8,11.0.0.0/8              z
+b         42  -      10.0.0.0/8,11.0.0.0/8,12.0.0.0/8,  239.1.0.0/16 groups=239.1.1.0/24,
+                     13.0.0.0/8,14.0.0.0/8                239.1.2.0/24 next=250ms
                                                         y
 c          1    59s  permit any                         -
                      deny any
 )");
+
+  // Of long lists the first elements.
+  Rows words = Rows::array(), ranges = Rows::array();
+  for (int i = 0; i < 255; ++i) {
+    words.push_back("225." + std::to_string(i) + ".0.0/16");
+    ranges.push_back({{"prefix", words.back()}, {"priority", i}});
+  }
+  const std::string candidate =
+      Control::toTable({{{"rp", "10.0.0.1"}, {"groups", ranges}, {"zones", {{{"zone", "z"}, {"groups", words}}}}}},
+                       Control::nounOf("candidate-rp"), {.legend = false});
+  EXPECT_EQ(std::count(candidate.begin(), candidate.end(), '\n'), 21);
+  for (const char *part : {"225.19.0.0/16 priority=19", "... 235 more, see --json", "225.7.0.0/16,...+247"}) {
+    EXPECT_NE(candidate.find(part), candidate.npos) << part << " in:\n" << candidate;
+  }
+  EXPECT_EQ(candidate.find("225.20.0.0/16"), candidate.npos);
   EXPECT_EQ(Control::toTable({{{"left", 61.0}}}, nullptr, {.legend = false}), "1m01s\n");
   const Control::Noun &acl = *Control::nounOf("acl");
   const Rows row = Rows::parse(R"([{"acl": "A", "rules": ["permit any"], "groups": ["224.0.0.0/4"]}])");
   EXPECT_EQ(Control::toTable(row, &acl).find("224.0.0.0/4"), std::string::npos);
   EXPECT_NE(Control::toTable(row, &acl, {.prefixes = true}).find("224.0.0.0/4"), std::string::npos);
+  const Rows large{{{"acl", "A"}, {"rules", Rows(21, "permit any")}, {"groups", words}}};
+  const std::string whole = Control::toTable(large, &acl, {.prefixes = true});
+  EXPECT_NE(whole.find("225.254.0.0/16"), whole.npos);
+  EXPECT_EQ(whole.find("more"), whole.npos);
 }
 
 TEST(Table, StatementsAboutTheSameAreIndented) {
