@@ -37,9 +37,11 @@ struct Screen {
   const std::function<void()> &redraw;
   std::ostream &notices;
   const std::chrono::milliseconds interval;
+  const std::string program;
   asio::steady_timer timer{context};
   bool waits = false;
   bool drawn = false;
+  bool isAway = false;
   std::string notice{};
 
   void tell(const std::string &text) {
@@ -61,11 +63,13 @@ struct Screen {
     try {
       redraw();
       drawn = true;
+      if (std::exchange(isAway, false)) tell(program + " is back");
       if (isScreen && !notice.empty()) notices << "pimbsrctl: " << notice << std::endl;
     } catch (const AgentError &error) {
       if (!drawn) throw;
       tell(error.what());
     } catch (const std::runtime_error &error) {
+      isAway = true;
       tell(error.what());
     }
   }
@@ -123,7 +127,8 @@ void monitor(const Options &options, std::ostream &out, std::ostream &notices) {
 
 void watch(const Options &options, bool isScreen, const std::function<void()> &redraw, std::ostream &notices) {
   asio::io_context context;
-  Screen screen{context, isScreen, redraw, notices, std::chrono::milliseconds(std::llround(options.interval * 1000))};
+  const std::chrono::milliseconds interval(std::llround(options.interval * 1000));
+  Screen screen{context, isScreen, redraw, notices, interval, options.program};
   if (options.request.noun != eventsNoun && !followedOf(options.request.noun)) {
     redraw();
     screen.drawAfter(screen.interval, true);

@@ -85,7 +85,8 @@ int run(const std::vector<std::string> &arguments) {
     case Options::Action::monitor: monitor(options, std::cout, std::cerr); break;
     case Options::Action::ask: print(options, ask(options.socket, options.program, options.request)); break;
   }
-  return std::cout ? done : failed;
+  if (!std::cout.flush()) throw std::runtime_error("what it printed could not be written");
+  return done;
 }
 
 }  // namespace

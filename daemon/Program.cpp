@@ -21,15 +21,18 @@ enum ExitCode { done = 0, failed = 1, badUsage = 2 };
 
 // Errors and warnings to standard error, which an agent that goes on must not wait for.
 void report(const Options &options, const Findings &findings) {
+  const bool isCheck = options.action == Options::Action::check;
   std::vector<std::string> lines;
-  for (const Finding &error : findings.errors) lines.push_back(toText(options.config, error));
-  for (const Finding &warning : findings.warnings) lines.push_back("warning: " + toText(options.config, warning));
-  if (options.action == Options::Action::check || !findings.errors.empty()) {
+  const auto add = [&](const char *lead, const std::string &text) {
+    lines.push_back((isCheck || !EventLines::isForJournal() ? "" : lead) + text);
+  };
+  for (const Finding &error : findings.errors) add("<3>", toText(options.config, error));
+  for (const Finding &warning : findings.warnings) add("<4>", "warning: " + toText(options.config, warning));
+  if (isCheck || !findings.errors.empty()) {
     for (const std::string &line : lines) std::cerr << line << '\n';
   } else {
     Linux::LineWriter writer(STDERR_FILENO);
-    const std::string lead = EventLines::isForJournal() ? "<4>" : "";
-    for (const std::string &line : lines) writer.line(lead + line);
+    for (const std::string &line : lines) writer.line(line);
   }
 }
 
@@ -64,7 +67,7 @@ int runProgram(Pax::AddressFamily family, const std::vector<std::string> &argume
     std::cerr << name << ": " << error.what() << "\nTry '" << name << " --help'.\n";
     return badUsage;
   } catch (const std::exception &error) {
-    std::cerr << name << ": " << error.what() << '\n';
+    std::cerr << (EventLines::isForJournal() ? "<3>" : "") << name << ": " << error.what() << '\n';
     return failed;
   }
 }
