@@ -11,6 +11,8 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
+#include "daemon/control/Defaults.h"
+
 namespace Control {
 
 namespace asio = boost::asio;
@@ -26,11 +28,17 @@ constexpr std::chrono::seconds patience{30};
 
 std::string whyUnreachable(const std::string &socket, const std::string &program, const error_code &error) {
   if (error == boost::system::errc::permission_denied)
-    return "no permission to connect to " + program + " on " + socket;
+    return "no permission to connect to " + program + " on " + socket + ": it is for root and the group of that file";
   return program + " is not running: nothing listens on " + socket + " (" + error.message() + ")";
 }
 
 namespace {
+
+// The unit of an agent that is asked by its name; nothing for one that is asked by its socket.
+std::string whereToLook(const std::string &program) {
+  if (program == agentName(Pax::AddressFamily::ipv4)) return "; see 'systemctl status pimbsr'";
+  return program == agentName(Pax::AddressFamily::ipv6) ? "; see 'systemctl status pimbsr6'" : "";
+}
 
 // Waits while more clients connect than the agent has taken yet.
 Socket connected(asio::io_context &context, const std::string &socket, const std::string &program) {
@@ -44,7 +52,9 @@ Socket connected(asio::io_context &context, const std::string &socket, const std
   } catch (const boost::system::system_error &tooLong) {
     throw std::runtime_error(socket + ": " + tooLong.code().message());
   }
-  if (error) throw std::runtime_error(whyUnreachable(socket, program, error));
+  const bool isForbidden = error == boost::system::errc::permission_denied;
+  if (error)
+    throw std::runtime_error(whyUnreachable(socket, program, error) + (isForbidden ? "" : whereToLook(program)));
   return agent;
 }
 

@@ -170,7 +170,7 @@ void readPace(const po::variables_map &given, Options &options) {
 }
 
 void readOperands(const Texts &operands, Options &options) {
-  if (operands.empty()) throw UsageError("a verb is missing");
+  if (operands.empty()) throw UsageError("a verb is missing; the verbs are: " + namesOf(verbs()));
   const Verb *verb = verbOf(operands[0]);
   if (!verb) throw UsageError("there is no verb '" + operands[0] + "'; the verbs are: " + namesOf(verbs()));
   if (operands[0] == "monitor") return readMonitored(operands, options);

@@ -95,9 +95,9 @@ std::pair<std::string, int> traceLevelFrom(const std::string &text) {
 void traceLevelIs(const std::pair<std::string, int> &level) {
   auto &registry = Tracelet::Registry::instance();
   if (registry.levelIs(level.first, level.second)) return;
-  std::string error = "there is no trace module '" + level.first + "'; the modules are:";
-  for (const auto &[module, current] : registry.levels()) error += " " + module;
-  throw UsageError(error);
+  std::string names;
+  for (const auto &[module, current] : registry.levels()) names += (names.empty() ? "" : ", ") + module;
+  throw UsageError("there is no trace module '" + level.first + "'; the modules are: " + names);
 }
 
 }  // namespace Routing::Pim::Bsr

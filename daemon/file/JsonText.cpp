@@ -110,7 +110,7 @@ class Builder : public nlohmann::json_sax<json> {
 json parseJson(std::string_view text, Findings &findings) {
   // The parser would take it for the end.
   if (const size_t end = text.find('\0'); end != text.npos) {
-    findings.error(placeOf(text, end), "a NUL byte");
+    findings.error(placeOf(text, end), "a NUL byte may not be in the file");
     return nullptr;
   }
   Builder builder(text, findings);

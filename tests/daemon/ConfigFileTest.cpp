@@ -61,7 +61,7 @@ TEST(ConfigFile, WhatIsNoJsonIsNamedWithItsPlace) {
       {"[1.]", "1:2: \"1.\" is no number as JSON has them, like 1, -1 or 1.5"},
       {"[01]", "1:2: \"01\" is no number as JSON has them, like 1, -1 or 1.5"},
       {"{\"drPriority\": 1e999}", "1:16: \"1e999\" is too large a number"},
-      {std::string("{}\n \0 []", 8), "2:2: a NUL byte"},
+      {std::string("{}\n \0 []", 8), "2:2: a NUL byte may not be in the file"},
       {std::string(100, '['), deep + ": is nested too deeply"},
   };
   for (const auto &[text, error] : table) {
