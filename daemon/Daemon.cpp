@@ -17,6 +17,8 @@
 #include "daemon/Changeover.h"
 #include "daemon/ControlServer.h"
 #include "daemon/MetricsServer.h"
+#include "daemon/ServiceManager.h"
+#include "daemon/ServiceStatus.h"
 #include "daemon/file/Difference.h"
 #include "daemon/file/Effective.h"
 #include "daemon/file/Forms.h"
@@ -105,6 +107,7 @@ struct Daemon::Process {
                    [this](Reloaded done) { daemon.reload(std::move(done)); }}};
   MetricsServer metrics{loop.context(), [this](MetricsFormat format) { return answers.metrics(format); },
                         [this](const Endpoint &endpoint, const std::string &error) { metricsAre(endpoint, error); }};
+  ServiceManager serviceManager{wheel, events, [this] { return serviceStatus(system, allAwaited()); }};
 
   std::vector<Pax::IntfId> interfacesOf(const L3::VrfName &vrf) const {
     const auto pim = configuration.pim.find(vrf);
@@ -115,6 +118,11 @@ struct Daemon::Process {
     const auto host = hosts.find(vrf);
     if (host != hosts.end() && !host->second->reason().empty()) return host->second->reason();
     return agent && agent->rootSm() ? agent->rootSm()->reason(vrf) : "";
+  }
+  std::map<L3::VrfName, std::string> allAwaited() const {
+    std::map<L3::VrfName, std::string> all;
+    for (const auto &[vrf, host] : hosts) all.emplace(vrf, awaitedBy(vrf));
+    return all;
   }
   void metricsAre(const Endpoint &endpoint, const std::string &error) {
     Event event{.kind = error.empty() ? EventKind::metricsServed : EventKind::metricsFailed};
@@ -164,11 +172,13 @@ Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configur
     process_->stateFile.save();
   });
   awaitSignal();
+  process_->serviceManager.started();
   TRACELET(trace, 3, "Started with " << process_->hosts.size() << " VRFs");
 }
 
 Daemon::~Daemon() {
   TRACELET(trace, 3, "Stopping");
+  process_->serviceManager.stops();
   process_->reporter.stopping(process_->agent->name());
   process_->control.reset();
   process_->stateFile.save();
@@ -199,7 +209,13 @@ void Daemon::awaitSignal() {
 
 void Daemon::reload(Reloaded done) {
   if (process_->changeover) return process_->waiting.push_back(std::move(done));
-  process_->reader.read([this, done = std::move(done)](const LoadedConfiguration &loaded) { loadedIs(loaded, done); });
+  process_->serviceManager.reloadBegins();
+  process_->reader.read([this, done = std::move(done)](const LoadedConfiguration &loaded) {
+    loadedIs(loaded, [this, done](const std::string &errors) {
+      process_->serviceManager.reloadEnds();
+      done(errors);
+    });
+  });
 }
 
 void Daemon::loadedIs(const LoadedConfiguration &loaded, const Reloaded &done) {

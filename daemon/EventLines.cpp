@@ -23,6 +23,10 @@ std::string EventLines::lineOf(const Event &event, bool isForJournal) {
                          ? std::string("<").append(std::to_string(static_cast<int>(event.severity))).append(">")
                          : utcText(event.time) + " " + Kiv::toText(event.severity) + " ";
   line += event.text;
+  return printable(std::move(line));
+}
+
+std::string EventLines::printable(std::string line) {
   const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; };
   std::replace_if(line.begin(), line.end(), isControl, '?');
   return line;

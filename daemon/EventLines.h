@@ -20,8 +20,10 @@ class EventLines {
 
   /// Whether the journal reads standard error, which takes the severity from the begin of a line.
   static bool isForJournal();
-  /// The line of an event, without its end. What no terminal should see is a '?' in it.
+  /// The line of an event, without its end.
   static std::string lineOf(const Event &event, bool isForJournal);
+  /// With a '?' for each thing that no terminal should see, ends of lines among them.
+  static std::string printable(std::string line);
 
  private:
   void write(const Event &event);
