@@ -119,7 +119,7 @@ TEST_F(Manager, IsToldWhenTheDaemonIsReadyReloadsAndStops) {
 
 TEST(ServiceStatus, NamesTheBsrOfEachZoneAndWhatAVrfWaitsFor) {
   ::Test::Box box(Pax::AddressFamily::ipv4);
-  ::Test::Json groups;
+  ::Test::Json groups{{"224.0.0.0/4", {{"priority", 0}}}};
   const auto status = [&](std::map<L3::VrfName, std::string> awaited) {
     box.apply({{"pim", {{"default", ::Test::Json::object()}}},
                {"vrfConfig", {{"default", {{"bsrCandidateConfig", {{"a", {{"group", groups}}}}}}}}}});
