@@ -36,18 +36,20 @@ std::string serviceStatus(const SystemState &system, const std::map<L3::VrfName,
   if (awaited.empty()) return "No VRF is configured";
   std::string text;
   size_t parts = 0;
-  const auto add = [&](const std::string &vrf, const std::string &part) {
+  const auto add = [&](const std::string &lead, const std::string &part) {
     if (++parts > most) return;
-    text.append(text.empty() ? "" : "; ").append(vrf).append(part);
+    text.append(text.empty() ? "" : "; ").append(lead).append(part);
   };
   for (const auto &[vrf, reason] : awaited) {
     const auto status = system.statusColl->vrfStatus(vrf);
-    if (!status || !reason.empty()) {
-      add("VRF " + vrf.text(), " waits for " + (reason.empty() ? "its start" : reason));
-      continue;
-    }
     const std::string lead = awaited.size() == 1 && vrf.text() == L3::defaultVrf ? "" : "VRF " + vrf.text() + ": ";
-    for (const Pax::IpGenPrefix &zone : zonesOf(*status)) add(lead, wordsOf(*status, zone));
+    if (!status || !reason.empty()) {
+      add(lead, std::string("waits for ").append(reason.empty() ? "its start" : reason));
+    } else if (parts >= most) {
+      parts += std::max<size_t>(status->bootstrapRouter().size(), 1);  // there may be very many
+    } else {
+      for (const Pax::IpGenPrefix &zone : zonesOf(*status)) add(lead, wordsOf(*status, zone));
+    }
   }
   if (parts > most) text.append("; and ").append(std::to_string(parts - most)).append(" more");
   return text;

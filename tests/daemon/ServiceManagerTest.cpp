@@ -131,12 +131,13 @@ TEST(ServiceStatus, NamesTheBsrOfEachZoneAndWhatAVrfWaitsFor) {
   EXPECT_EQ(status({{"default", ""}}), zones);
   box.addressIs("default", "a", 0);
   EXPECT_EQ(status({{"blue", "namespace blue"}, {"default", ""}}),
-            "VRF blue waits for namespace blue; VRF default: BSR of 224.0.0.0/4 is 10.0.0.2");
+            "VRF blue: waits for namespace blue; VRF default: BSR of 224.0.0.0/4 is 10.0.0.2");
   for (int i = 0; i < 20; ++i) groups["239.2." + std::to_string(i) + ".0/24"] = ::Test::Json::object();
   box.addressIs("default", "a", 1);
   const std::string many = status({{"default", ""}});
   EXPECT_TRUE(many.starts_with(zones + "; BSR of 239.2.0.0/24 is this router")) << many;
   EXPECT_TRUE(many.ends_with("; and 14 more")) << many;
+  EXPECT_TRUE(status({{"default", ""}, {"red", "namespace red"}}).ends_with("; and 15 more"));
   box.own.system().standbyIs(true);
   EXPECT_EQ(serviceStatus(box.own.system(), {{"default", ""}}), "Standby, which sends nothing");
 }
