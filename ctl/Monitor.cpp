@@ -131,6 +131,7 @@ void watch(const Options &options, bool isScreen, const std::function<void()> &r
   Screen screen{context, isScreen, redraw, notices, interval, options.program};
   if (options.request.noun != eventsNoun && !followedOf(options.request.noun)) {
     redraw();
+    screen.drawn = true;
     screen.drawAfter(screen.interval, true);
     context.run();
     return;
