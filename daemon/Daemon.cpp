@@ -129,8 +129,9 @@ struct Daemon::Process {
     event.severity = error.empty() ? Severity::notice : Severity::error;
     event.cause = error;
     const std::string where = " served on " + endpoints().write(endpoint);
-    event.text = error.empty() ? "metrics are" + where : "metrics cannot be" + where + ": " + error;
-    troubles.metrics = error.empty() ? "" : event.text;
+    const std::string how = error.empty() ? " are" + where : " cannot be" + where + ": " + error;
+    event.text = "Metrics" + how;
+    troubles.metrics = error.empty() ? "" : "metrics" + how;
     events.tell(event);
   }
 };
