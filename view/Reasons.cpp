@@ -16,7 +16,10 @@ std::optional<PermittedPrefixes> permittedBy(const VrfView &view, const std::str
   return permittedBy(*view.ipAclConfig, acl, view.af);
 }
 
-std::string whyNotRunning(const VrfView &view) { return view.configSm ? "" : "the VRF is not running"; }
+// Its machines may be about to end.
+std::string whyNotRunning(const VrfView &view) {
+  return view.configSm && view.interfaces ? "" : "the VRF is not running";
+}
 
 std::string whyAbsent(const VrfView &view, const Pax::IntfId &intfId) {
   const std::string why = whyNotRunning(view);
