@@ -18,8 +18,9 @@ class Pass {
   explicit Pass(double now) : now_(now) {}
   double next() const { return next_; }
 
-  void over(Status &status) {
-    for (const Pax::IpGenPrefix &zone : status.bootstrapRouter().keys()) overBsr(status, zone);
+  // `timeout` is that of a BSR: the status of a VRF that has not run yet has none.
+  void over(Status &status, uint32_t timeout) {
+    for (const Pax::IpGenPrefix &zone : status.bootstrapRouter().keys()) overBsr(status, zone, timeout);
     for (const Pax::IpGenPrefix &zone : status.crpStatus().keys()) {
       const auto sets = rpSetsOf(status, zone);
       if (sets) over(*sets);
@@ -39,10 +40,10 @@ class Pass {
 
  private:
   // What an elected router sends next is due when its time is over; silence is counted from there.
-  void overBsr(Status &status, const Pax::IpGenPrefix &zone) {
+  void overBsr(Status &status, const Pax::IpGenPrefix &zone, uint32_t timeout) {
     const auto candidate = status.cbsr(zone);
     const bool isOwn = candidate && candidate->elected();
-    const double expires = status.bootstrapRouter(zone)->expiryTime() + (isOwn ? status.bsTimeout() : 0);
+    const double expires = status.bootstrapRouter(zone)->expiryTime() + (isOwn ? timeout : 0);
     if (!isOver(expires)) return;
     status.bootstrapRouterDel(zone);
     if (!isOwn) return;
@@ -77,7 +78,8 @@ void IdleAging::age() {
   Pass pass(now);
   for (const L3::VrfName &vrf : idle_) {
     TRACELET(trace, 5, "Aging what was learned in VRF " << vrf);
-    if (const auto status = mounts_.statusColl->vrfStatus(vrf)) pass.over(*status);
+    const auto config = mounts_.configColl->vrfConfig(vrf);
+    if (const auto status = mounts_.statusColl->vrfStatus(vrf)) pass.over(*status, config ? config->holdTime() : 0);
     if (const auto *published = mounts_.rpCandidateStatusColl->vrfStatus(vrf)) pass.over(**published);
   }
   timer_.timeMinIs(std::max(pass.next(), now + ageInterval));

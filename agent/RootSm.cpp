@@ -66,6 +66,7 @@ void RootSm::handleVrfAdd(const L3::VrfName &vrf) {
   container.vrfIntfConfig = Kiv::make<VrfIntfConfig>(vrf.text());
   removeExtraRps(*status, *container.rpCandidateStatus);
   intfConfigFill(container).all();
+  idleAging_.idleIs(vrf, true);
 }
 
 void RootSm::handleVrfDel(const L3::VrfName &vrf) {

@@ -95,6 +95,13 @@ void SystemState::pimDel(const L3::VrfName &vrf) {
   store_.withdraw(paths_.messageCounters(vrf));
 }
 
+// An agent that runs forgets a VRF that is gone, and one that stands by learns nothing.
+void SystemState::statusDel(const L3::VrfName &vrf) {
+  allVrfStatusLocal->vrfStatusDel(vrf);
+  statusColl->vrfStatusDel(vrf);
+  rpCandidateStatusColl->vrfStatusDel(vrf);
+}
+
 const SystemState::Services *SystemState::services(const L3::VrfName &vrf) const {
   const auto found = services_.find(vrf);
   return found == services_.end() ? nullptr : &found->second;

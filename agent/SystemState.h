@@ -34,7 +34,7 @@ class SystemState {
   };
 
   /// The VRF exists, with default configuration where it has none yet; its network namespace, or the vrf device in it,
-  /// may come and go. They do not change while PIM runs in the VRF.
+  /// may come and go, and stay named meanwhile: what was learned was learned there. Where PIM runs, they stay.
   void vrfIs(const L3::VrfName &vrf, const Pax::NamespaceName &namespaceName = {}, const std::string &device = {});
   void namespaceExistsIs(const L3::VrfName &vrf, bool exists);
   /// PIM runs in the VRF: it is enabled there once everything else is published. Withdrawn in reverse, which
@@ -43,6 +43,8 @@ class SystemState {
   void pimDel(const L3::VrfName &vrf);
   /// Null while PIM does not run in the VRF.
   const Services *services(const L3::VrfName &vrf) const;
+  /// Forgets what was learned in the VRF, in which PIM does not run.
+  void statusDel(const L3::VrfName &vrf);
   /// The VRF leaves the configuration. Its candidates go first, and say goodbye where an agent runs there, so the
   /// port still has to send then, to neighbors that know us.
   void vrfDel(const L3::VrfName &vrf);

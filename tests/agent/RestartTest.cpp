@@ -114,6 +114,21 @@ TEST_P(Restart, WhatWasLearnedAgesWhileItsVrfIsAway) {
   EXPECT_TRUE(blue->crpStatus().keys() == std::vector{a.scope(5)} && blue->cbsr(a.scope(5))->elected());
 }
 
+TEST_P(Restart, ARestoredElectionOfAVrfThatIsAwayLastsForTheTimeout) {
+  add("blue");
+  candidateIs("blue", a.scope(5), 50);
+  system.pimDel("blue");
+  const Kiv::Ptr<Bsr::Status> blue = system.statusColl->vrfStatusIs("blue");
+  const auto candidate = blue->cbsrIs(a.scope(5));
+  candidate->electedIs(true);
+  blue->bootstrapRouterIs(a.scope(5))->expiryTimeIs(time.now() + 10);
+  start();
+  advance(130);
+  EXPECT_TRUE(candidate->elected() && blue->bootstrapRouter(a.scope(5)));
+  advance(11);
+  EXPECT_FALSE(candidate->elected() || blue->bootstrapRouter(a.scope(5)));
+}
+
 TEST_P(Restart, ForgetsVrfsThatAreGoneAndRpsThatNoZoneKnows) {
   add("default");
   add("blue");
