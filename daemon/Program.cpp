@@ -30,6 +30,7 @@ void report(const Options &options, const Findings &findings) {
   for (const Finding &warning : findings.warnings) add("<4>", "warning: " + toText(options.config, warning));
   if (isCheck || !findings.errors.empty()) {
     for (const std::string &line : lines) std::cerr << line << '\n';
+    for (const std::string &line : findings.found) std::cout << line << '\n';
   } else {
     Linux::LineWriter writer(STDERR_FILENO);
     for (const std::string &line : lines) writer.line(line);
@@ -42,8 +43,8 @@ int runAgent(Pax::AddressFamily family, const Options &options) {
   report(options, loaded.findings);
   if (!loaded.good()) return badUsage;
   if (options.action == Options::Action::check) return done;
-  Linux::keepNeededCapabilities();
   const auto sink = Linux::sinkFromEnvironment(agentName(family), !options.trace.empty());
+  Linux::keepNeededCapabilities();
   Daemon(family, options, loaded.configuration).run();
   return done;
 }

@@ -1,3 +1,8 @@
+#include <linux/capability.h>
+
+#include <fstream>
+#include <thread>
+
 #include "platform/linux/NamespaceWatcher.h"
 #include "platform/linux/NetlinkMonitors.h"
 #include "tests/linux/Netns.h"
@@ -42,6 +47,33 @@ TEST_F(NamespaceTest, APathIsWaitedForEvenBeforeItsDirectoryExists) {
   EXPECT_TRUE(waitFor([&] { return log == "+"; }));
   EXPECT_TRUE(::Test::run("umount " + path + "; rm -r " + directory).good);
   EXPECT_TRUE(waitFor([&] { return log == "+-"; }));
+}
+
+// The capabilities of the calling thread that are in force.
+uint64_t capabilitiesInForce() {
+  std::ifstream status("/proc/thread-self/status");
+  for (std::string word; status >> word;) {
+    if (word == "CapEff:" && status >> word) return std::stoull(word, nullptr, 16);
+  }
+  return 0;
+}
+
+TEST_F(NamespaceTest, WhoKeepsTheCapabilitiesThatAreNeededStillEntersNamespaces) {
+  netns("a");
+  uint64_t kept = 0, inside = 0, after = 0;
+  std::thread([&] {  // they are a thread's
+    Linux::keepNeededCapabilities();
+    kept = capabilitiesInForce();
+    inside = Linux::Namespace(nameOf("a")).inside([] { return capabilitiesInForce(); });
+    after = capabilitiesInForce();
+  })
+      .join();
+  const uint64_t systemAdministration = uint64_t{1} << CAP_SYS_ADMIN;
+  EXPECT_EQ(kept & ~(uint64_t{1} << CAP_NET_RAW | uint64_t{1} << CAP_NET_ADMIN | uint64_t{1} << CAP_NET_BIND_SERVICE |
+                     uint64_t{1} << CAP_DAC_OVERRIDE),
+            0u);
+  EXPECT_EQ(inside, kept | systemAdministration);
+  EXPECT_EQ(after, kept);
 }
 
 TEST_F(NamespaceTest, AtRestNothingTurns) {
