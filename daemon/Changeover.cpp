@@ -7,7 +7,8 @@ Changeover::Changeover(const VrfHost::Process &process, VrfHosts &hosts, const C
     : process_(process), hosts_(hosts), wanted_(std::move(wanted)), next_(wanted_.pim.begin()) {
   for (const auto &[vrf, pim] : before.pim) {
     const auto now = wanted_.pim.find(vrf);
-    if (now == wanted_.pim.end() || homesOf(vrf, now->second) != homesOf(vrf, pim)) gone_.push_back(vrf);
+    const auto host = hosts.find(vrf);
+    if (now == wanted_.pim.end() || !host->second->mayStayWith(now->second)) gone_.push_back(vrf);
   }
 }
 

@@ -159,7 +159,9 @@ Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configur
   }
   const auto mayBeIn = [&](const L3::VrfName &vrf, const std::string &networkNamespace, const std::string &device) {
     const auto pim = configuration.pim.find(vrf);
-    return pim != configuration.pim.end() && isHome(homesOf(vrf, pim->second), networkNamespace, device);
+    if (pim == configuration.pim.end() || !isHome(homesOf(vrf, pim->second), networkNamespace, device)) return false;
+    process_->system.vrfIs(vrf, networkNamespace, device);  // it is known to have been there last
+    return true;
   };
   if (const std::string error = process_->stateFile.load(mayBeIn); !error.empty()) {
     remark += (remark.empty() ? "" : "; ") + ("the state in " + options.state + " is ignored: " + error);

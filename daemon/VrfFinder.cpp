@@ -21,18 +21,20 @@ VrfFinder::VrfFinder(Linux::NamespaceWatcher &watcher, Linux::NetlinkMonitors &m
 
 void VrfFinder::enter(Candidate &candidate) {
   try {
-    candidate.monitor = monitors_.monitor(candidate.home.networkNamespace);
-    candidate.listening = candidate.monitor->listen([this] { look(); });
+    const auto monitor = monitors_.monitor(candidate.home.networkNamespace);
     // Who may not open one is told so now, not when all links are known.
-    const Linux::RawSocket tried(*candidate.monitor->where(), candidate.monitor->family());
+    const Linux::RawSocket tried(*monitor->where(), monitor->family());
+    candidate.monitor = monitor;
+    candidate.listening = monitor->listen([this] { look(); });
   } catch (const std::system_error &error) {
-    error_ = error;
+    candidate.error = error;
   }
 }
 
 void VrfFinder::handleNamespace(Candidate &candidate, bool present) {
   candidate.listening.reset();
   candidate.monitor.reset();
+  candidate.error.reset();
   if (present) enter(candidate);
   look();
 }
@@ -40,13 +42,12 @@ void VrfFinder::handleNamespace(Candidate &candidate, bool present) {
 // A namespace that was found is held by found(), so what it has is asked of that one.
 std::optional<FoundHome> VrfFinder::firstFound() const {
   std::optional<FoundHome> first;
-  if (error_) return first;
   for (const Candidate &candidate : candidates_) {
     const auto found = findHome(candidate.home, candidate.monitor);
     if (found && found_ && found->monitor == found_->monitor && found->home == found_->home) return found;
     if (!first) first = found;
-    const bool mayStillBeHere = candidate.monitor && !candidate.monitor->complete();
-    if (mayStillBeHere && !first && !found_) return std::nullopt;
+    const bool mayBeHere = candidate.error || (candidate.monitor && !candidate.monitor->complete());
+    if (mayBeHere && !first && !found_) return std::nullopt;
   }
   return first;
 }
@@ -56,6 +57,13 @@ void VrfFinder::look() {
   if (found && found == found_) return;
   found_ = found;
   changed_();
+}
+
+std::optional<std::system_error> VrfFinder::error() const {
+  for (const Candidate &candidate : candidates_) {
+    if (candidate.error && !found_) return candidate.error;
+  }
+  return std::nullopt;
 }
 
 std::string VrfFinder::awaited() const {

@@ -19,14 +19,13 @@ namespace Routing::Pim::Bsr {
 /// is left for that.
 class VrfFinder {
  public:
-  /// `changed` is called from the loop, never from here, when found() or error() is another; it may destroy this
-  /// object.
+  /// `changed` is called from the loop, never from here, when found(), error() or awaited() may be another.
   VrfFinder(Linux::NamespaceWatcher &watcher, Linux::NetlinkMonitors &monitors, const std::vector<VrfHome> &homes,
             std::function<void()> changed);
 
   const std::optional<FoundHome> &found() const { return found_; }
-  /// What the operating system refused; then nothing is found, and only another finder tries again.
-  const std::optional<std::system_error> &error() const { return error_; }
+  /// What the operating system refused while nothing is found; only another finder tries that again.
+  std::optional<std::system_error> error() const;
   /// What it waits for while nothing is found, such as "namespace blue"; for an operator.
   std::string awaited() const;
 
@@ -36,6 +35,7 @@ class VrfFinder {
     std::optional<Linux::NamespaceWatcher::Watched> watched;
     std::shared_ptr<Linux::NetlinkMonitor> monitor;  // null while the namespace is away
     Linux::NetlinkMonitor::Listening listening;
+    std::optional<std::system_error> error;  // of entering it
   };
 
   void enter(Candidate &candidate);
@@ -47,7 +47,6 @@ class VrfFinder {
   const std::function<void()> changed_;
   std::vector<Candidate> candidates_;
   std::optional<FoundHome> found_;
-  std::optional<std::system_error> error_;
 };
 
 }  // namespace Routing::Pim::Bsr

@@ -13,11 +13,6 @@ Tracelet::Module trace("Pim::Bsr::Daemon");
 
 constexpr double retryInterval = 10;
 
-std::string whereText(const FoundHome &home) {
-  const std::string device = home.deviceName();
-  return device.empty() ? "namespace " + home.home.networkNamespace : "VRF device " + device;
-}
-
 bool contains(const std::vector<Pax::IntfId> &interfaces, const Pax::IntfId &intfId) {
   return std::find(interfaces.begin(), interfaces.end(), intfId) != interfaces.end();
 }
@@ -26,11 +21,24 @@ bool contains(const std::vector<Pax::IntfId> &interfaces, const Pax::IntfId &int
 
 VrfHost::VrfHost(const Process &process, const L3::VrfName &vrf, const PimVrf &pim)
     : process_(process), vrf_(vrf), pim_(pim), retry_(process.wheel, *this) {
+  const VrfHome first = homesOf(vrf_, pim_).front();
+  process_.system.vrfIs(vrf_, first.networkNamespace, first.needsDevice ? first.device : "");
   find();
+}
+
+bool VrfHost::mayStayWith(const PimVrf &pim) const {
+  const auto last = process_.system.allVrfStatusLocal->vrfStatus(vrf_);
+  return isHome(homesOf(vrf_, pim), last->namespaceName().text(), last->device());
 }
 
 void VrfHost::pimIs(const PimVrf &pim) {
   const PimVrf before = std::exchange(pim_, pim);
+  if (homesOf(vrf_, before) != homesOf(vrf_, pim)) {
+    lookFor();
+    const auto &found = finder_->found();
+    const bool stays = open_ && found && found->monitor == open_->monitor && found->device == open_->device;
+    stays ? void(open_ = found) : handleFound();
+  }
   if (!platform_) return;
   const auto &hello = platform_->hello();
   hello->parametersIs(helloParameters());
@@ -46,19 +54,25 @@ IO::HelloSpeaker::Parameters VrfHost::helloParameters() const {
   return {pim_.speak, pim_.drPriority, process_.system.redundancyStatus, pim_.neighborsMost};
 }
 
+void VrfHost::lookFor() {
+  finder_.emplace(process_.watcher, process_.monitors, homesOf(vrf_, pim_), [this] { handleFound(); });
+}
+
 void VrfHost::find() {
-  const std::vector<VrfHome> homes = homesOf(vrf_, pim_);
-  const VrfHome &first = homes.front();
-  process_.system.vrfIs(vrf_, first.networkNamespace, first.needsDevice ? first.device : "");
-  finder_.emplace(process_.watcher, process_.monitors, homes, [this] { handleFound(); });
+  lookFor();
   handleFound();
 }
 
 void VrfHost::handleFound() {
-  if (open_) handleVanished();
+  if (open_) {
+    TRACELET(trace, 2, "VRF " << vrf_ << " leaves " << toText(*open_));
+    close();
+  }
+  const auto error = finder_->error();
+  if (error && retry_.armed()) return;  // which is told, and tried again
   retry_.timeMinIs(Orb::never);
   forbidden_ = false;
-  if (finder_->error()) return handleRefusal(*finder_->error());
+  if (error) return handleRefusal(*error);
   if (finder_->found()) return open(*finder_->found());
   reason_ = finder_->awaited();
   TRACELET(trace, 3, "VRF " << vrf_ << " waits for " << reason_);
@@ -66,6 +80,11 @@ void VrfHost::handleFound() {
 
 void VrfHost::open(const FoundHome &home) {
   reason_.clear();
+  const std::string &name = home.home.networkNamespace;
+  const auto last = process_.system.allVrfStatusLocal->vrfStatus(vrf_);
+  const bool isElsewhere = !isSameNamespace(last->namespaceName().text(), name) || last->device() != home.deviceName();
+  if (isElsewhere) process_.system.statusDel(vrf_);  // of another network
+  process_.system.vrfIs(vrf_, name, home.deviceName());
   try {
     platform_ = std::make_unique<Linux::VrfPlatform>(
         process_.loop, process_.random,
@@ -75,7 +94,6 @@ void VrfHost::open(const FoundHome &home) {
   }
   open_ = home;
   for (const Pax::IntfId &intfId : pim_.interfaces) platform_->hello()->intfIs(intfId);
-  process_.system.vrfIs(vrf_, home.home.networkNamespace, home.deviceName());
   process_.system.namespaceExistsIs(vrf_, true);
   process_.system.pimIs(vrf_,
                         {platform_->interfaces(), platform_->pimStatus(), platform_->routes(), platform_->port()});
@@ -89,15 +107,7 @@ void VrfHost::handleRefusal(const std::system_error &error) {
   retry_.timeMinIs(process_.loop.now() + retryInterval);
 }
 
-// Where only the device is another one, what is left of the VRF hears a goodbye.
-void VrfHost::handleVanished() {
-  const auto &now = finder_->found();
-  if (now && now->monitor == open_->monitor && open_->device == 0) return close();
-  TRACELET(trace, 2, "VRF " << vrf_ << " stops: " << whereText(*open_) << " is gone");
-  platform_->vanish();
-  close();
-}
-
+// The machines end before their interfaces go, as in a restart.
 void VrfHost::close() {
   process_.system.pimDel(vrf_);
   process_.system.namespaceExistsIs(vrf_, false);

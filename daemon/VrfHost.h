@@ -32,7 +32,9 @@ class VrfHost {
   /// Stops in order: the agent in this VRF, a goodbye to the neighbors, the sockets.
   ~VrfHost() { close(); }
 
-  /// Applies what differs; where the VRF may be does not.
+  /// Whether the VRF with these settings is, or was last, where it may be.
+  bool mayStayWith(const PimVrf &pim) const;
+  /// Applies what differs, if the VRF may stay.
   void pimIs(const PimVrf &pim);
 
   /// Null while the namespace or the device is away.
@@ -43,11 +45,11 @@ class VrfHost {
   bool isForbidden() const { return forbidden_; }
 
  private:
+  void lookFor();
   void find();
   void handleFound();
   void open(const FoundHome &home);
   void handleRefusal(const std::system_error &error);
-  void handleVanished();
   void close();
   IO::HelloSpeaker::Parameters helloParameters() const;
 

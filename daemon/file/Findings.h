@@ -19,6 +19,7 @@ struct Finding {
 struct Findings {
   std::vector<Finding> errors;
   std::vector<Finding> warnings;
+  std::vector<std::string> found;         ///< on this machine: where each VRF is
   std::map<std::string, std::string> at;  ///< LINE:COLUMN by path, where that is known
 
   void error(std::string place, std::string message) { add(errors, std::move(place), std::move(message)); }

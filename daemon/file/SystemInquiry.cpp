@@ -70,22 +70,31 @@ void SystemInquiry::findWarnings(Findings &findings) const {
 
 void SystemInquiry::findWarningsOf(const L3::VrfName &vrf, const PimVrf &pim, Findings &findings) const {
   std::vector<FoundHome> found;
-  std::string absent;
+  std::string absent;  // "namespace blue nor VRF device blue"
   for (const VrfHome &home : homesOf(vrf, pim)) {
-    const Asked &asked = asked_.at(home.networkNamespace);
+    const auto entry = asked_.find(home.networkNamespace);
+    if (entry == asked_.end()) return;  // the time was over before it was asked
+    const Asked &asked = entry->second;
     if (asked.refused || (asked.monitor && !asked.monitor->complete())) return;
     if (const auto here = findHome(home, asked.monitor)) {
       found.push_back(*here);
     } else {
-      absent += (absent.empty() ? "" : " or ") + awaitedIn(home, asked.monitor != nullptr);
+      absent += (absent.empty() ? "" : " nor ") + awaitedIn(home, asked.monitor != nullptr);
     }
   }
   const std::string path = entryPath({"pim", vrf.text()});
-  if (found.empty()) return findings.warning(path, absent + " is not there now; the VRF begins when it is");
+  if (found.empty()) {
+    const std::string no = homesOf(vrf, pim).size() > 1 ? "neither " : "no ";
+    return findings.warning(path, "there is " + no + absent + " now; the VRF begins when there is one");
+  }
+  if (vrf.text() != L3::defaultVrf) findings.found.push_back("VRF " + vrf.text() + " is " + toText(found.front()));
   if (found.size() > 1) {
     findings.warning(path, "there are both a namespace and a VRF device " + vrf.text() +
                                ", of which the namespace is used; give 'namespace' or 'device'");
   }
+  const Linux::LinkMessage *device = found.front().monitor->link(found.front().deviceName());
+  if (device && !device->adminUp)
+    findings.warning(path, "VRF device " + device->name + " is down: nothing is routed in it");
   findSystemWarnings(configuration_, vrf, SystemView(vrf, found.front()), findings);
 }
 

@@ -14,10 +14,15 @@ std::vector<VrfHome> homesOf(const L3::VrfName &vrf, const PimVrf &pim) {
   return {{vrf.text(), vrf.text(), false}, {"", vrf.text(), true}};
 }
 
+bool isSameNamespace(const std::string &one, const std::string &other) {
+  if (one.empty() || other.empty()) return one == other;
+  return Linux::namespacePath(one) == Linux::namespacePath(other);
+}
+
 bool isHome(const std::vector<VrfHome> &homes, const std::string &networkNamespace, const std::string &device) {
   return std::any_of(homes.begin(), homes.end(), [&](const VrfHome &home) {
     const bool isDevice = device == home.device || (device.empty() && !home.needsDevice);
-    return home.networkNamespace == networkNamespace && isDevice;
+    return isDevice && isSameNamespace(home.networkNamespace, networkNamespace);
   });
 }
 
@@ -28,6 +33,10 @@ std::string awaitedIn(const VrfHome &home, bool namespaceExists) {
 
 bool namespaceExists(const VrfHome &home) {
   return home.networkNamespace.empty() || Linux::namespaceInode(Linux::namespacePath(home.networkNamespace)) != 0;
+}
+
+std::string toText(const FoundHome &home) {
+  return home.device == 0 ? "namespace " + home.home.networkNamespace : "VRF device " + home.home.device;
 }
 
 std::optional<FoundHome> findHome(const VrfHome &home, const std::shared_ptr<Linux::NetlinkMonitor> &monitor) {

@@ -20,6 +20,9 @@ struct VrfHome {
   bool operator==(const VrfHome &) const = default;
 };
 
+/// Whether two names, or paths, are of one namespace.
+bool isSameNamespace(const std::string &one, const std::string &other);
+
 /// The homes in the order in which they are looked for: one for a VRF whose namespace or device is configured and for
 /// "default"; else the namespace of the VRF's name and, where there is none, the vrf device of that name.
 std::vector<VrfHome> homesOf(const L3::VrfName &vrf, const PimVrf &pim);
@@ -43,6 +46,9 @@ struct FoundHome {
   /// The name of the vrf device; empty for the namespace without.
   std::string deviceName() const { return device == 0 ? "" : home.device; }
 };
+
+/// "VRF device blue" or "namespace blue".
+std::string toText(const FoundHome &home);
 
 /// Nothing while the monitor of the home's namespace does not know all links, or a device that is needed is away.
 std::optional<FoundHome> findHome(const VrfHome &home, const std::shared_ptr<Linux::NetlinkMonitor> &monitor);

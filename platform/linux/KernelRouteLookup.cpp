@@ -52,6 +52,8 @@ Routing::RouteAnswer KernelRouteLookup::find(const Pax::IpGenAddr &destination) 
 
 Routing::RouteAnswer KernelRouteLookup::answerFrom(const RouteMessage &route, const Pax::IpGenAddr &destination) const {
   using Kind = Routing::RouteAnswer::Kind;
+  // The rule of the local table comes first by default, and hides the same address in the vrf device's network.
+  if (vrfDevice_ != 0 && route.table == RT_TABLE_LOCAL) return {};
   if (route.type == RTN_LOCAL || route.type == RTN_ANYCAST) return {Kind::local, {}};
   if (route.type != RTN_UNICAST) return {};
   Routing::RouteAnswer answer;

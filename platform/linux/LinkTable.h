@@ -10,7 +10,7 @@
 namespace Linux {
 
 /// Packets and routes carry the kernel's index of a link; operators and the agent know it by its name. Only
-/// NetlinkMonitor writes it. A link that is deleted and made again under its name has a new index.
+/// VrfLinks writes it. A link that is deleted and made again under its name has a new index.
 class LinkTable : public Kiv::Counted {
  public:
   /// Null for an index that is not known.

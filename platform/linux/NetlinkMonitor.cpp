@@ -20,6 +20,7 @@ constexpr int receiveBuffer = 1 << 20;
 // The kernel makes the pieces of a dump up to 32 KiB where the reader has room for them.
 constexpr size_t readBuffer = 32768;
 constexpr int readsPerTurn = 16;
+constexpr double retryInterval = 10;
 
 bool isV4(Pax::AddressFamily family) { return family == Pax::AddressFamily::ipv4; }
 
@@ -31,6 +32,7 @@ NetlinkMonitor::NetlinkMonitor(EventLoop &loop, const std::shared_ptr<const Name
       where_(where),
       family_(family),
       socket_(*where, SOCK_NONBLOCK),
+      retry_(Kiv::make<Orb::TimerWheel>(loop, loop), *this),
       buffer_(readBuffer),
       watch_(std::in_place, loop, socket_.descriptor(), [this] { read(); }) {
   if (setsockopt(socket_.descriptor(), SOL_SOCKET, SO_RCVBUFFORCE, &receiveBuffer, sizeof receiveBuffer) != 0) {
@@ -126,8 +128,7 @@ void NetlinkMonitor::messageIs(const nlmsghdr &message) {
       if (ofDump) dumpDone();
       break;
     case NLMSG_ERROR:
-      TRACELET(trace, 1, where_->text() << ": the kernel refuses a dump");
-      if (ofDump) dump_ = Dump::none;
+      if (ofDump) dumpFailed("the kernel refuses a dump");
       break;
     default: break;
   }
@@ -160,9 +161,13 @@ void NetlinkMonitor::dumpIs(Dump dump) {
     auto *header = static_cast<ifaddrmsg *>(mnl_nlmsg_put_extra_header(&request, sizeof(ifaddrmsg)));
     header->ifa_family = isV4(family_) ? AF_INET : AF_INET6;
   }
-  if (!socket_.send(request)) {
-    TRACELET(trace, 1, where_->text() << ": cannot ask for a dump: " << std::strerror(errno));
-  }
+  if (!socket_.send(request)) dumpFailed("a dump cannot be asked for");
+}
+
+void NetlinkMonitor::dumpFailed(const char *what) {
+  TRACELET(trace, 1, where_->text() << ": " << what << "; it will be asked for again");
+  dump_ = Dump::none;
+  retry_.timeMinIs(loop_.now() + retryInterval);
 }
 
 void NetlinkMonitor::dumpDone() {
@@ -192,7 +197,7 @@ void NetlinkMonitor::linkIs(const LinkMessage &message) {
   Link &link = link_[message.index];
   const LinkMessage before = std::exchange(link.message, message);
   link.seen = true;
-  if (before.isVrfDevice && before.name != message.name) deviceDel(before);
+  if (before.isVrfDevice && !(message.isVrfDevice && before.name == message.name)) deviceDel(before);
   if (message.isVrfDevice) changed_ |= std::exchange(device_[message.name], message.index) != message.index;
   if (before.index != 0 && before.vrfDevice != message.vrfDevice) {
     tellVrfs(before.vrfDevice, [&](VrfLinks &vrf) { vrf.linkDel(message.index); });

@@ -11,6 +11,7 @@
 #include "platform/linux/EventLoop.h"
 #include "platform/linux/LinkMessage.h"
 #include "platform/linux/NetlinkSocket.h"
+#include "platform/orb/TimerFor.h"
 
 namespace Linux {
 
@@ -66,6 +67,7 @@ class NetlinkMonitor : public std::enable_shared_from_this<NetlinkMonitor> {
   void messageIs(const nlmsghdr &message);
   void dumpAgain();
   void dumpIs(Dump dump);
+  void dumpFailed(const char *what);
   void dumpDone();
   void removeUnseen();
 
@@ -90,6 +92,7 @@ class NetlinkMonitor : public std::enable_shared_from_this<NetlinkMonitor> {
   Dump dump_ = Dump::none;
   bool dumpAgain_ = false;  // events were lost since the running dump began
   bool complete_ = false;
+  Orb::TimerFor<&NetlinkMonitor::dumpAgain> retry_;
   uint32_t sequence_ = 0;
   std::vector<uint8_t> buffer_;
   std::optional<Watch> watch_;

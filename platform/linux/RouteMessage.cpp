@@ -40,8 +40,10 @@ RouteMessage RouteMessage::parse(const nlmsghdr &message) {
   if (mnl_nlmsg_get_payload_len(&message) < sizeof(rtmsg)) return route;
   const auto &header = *static_cast<const rtmsg *>(mnl_nlmsg_get_payload(&message));
   route.type = header.rtm_type;
+  route.table = header.rtm_table;
   Hop single;
   forEachAttribute(attributesAfter<rtmsg>(message), [&](uint16_t type, const nlattr &attribute) {
+    if (type == RTA_TABLE) route.table = number(attribute);
     if (type == RTA_OIF) single.ifIndex = number(attribute);
     if (type == RTA_MULTIPATH) readMultipath(content(attribute), route.hop);
     if (type == RTA_NH_ID) route.isNextHopObject = true;

@@ -17,6 +17,7 @@ struct RouteMessage {
   };
 
   uint8_t type = 0;              ///< RTN_UNICAST, RTN_LOCAL, ...
+  uint32_t table = 0;            ///< in which it was found
   std::vector<Hop> hop;          ///< those that are up
   bool isNextHopObject = false;  ///< refers to a nexthop object
 

@@ -16,10 +16,6 @@ VrfLinks::VrfLinks(const std::shared_ptr<NetlinkMonitor> &monitor, uint32_t devi
 
 VrfLinks::~VrfLinks() { monitor_->vrfDel(*this); }
 
-void VrfLinks::retractAll() {
-  while (!link_.empty()) linkDel(link_.begin()->first);
-}
-
 void VrfLinks::linkIs(const LinkMessage &message, const Addresses &addresses) {
   const Kiv::Ptr<Ip::IntfStatus> status = linkNamed(message.index, Pax::IntfId(vrf_, message.name), addresses).status;
   status->mtuIs(message.mtu);

@@ -27,9 +27,6 @@ class VrfLinks {
   VrfLinks(const VrfLinks &) = delete;
   VrfLinks &operator=(const VrfLinks &) = delete;
 
-  /// Removes every interface, as if the kernel had; for a namespace or a vrf device that is gone.
-  void retractAll();
-
  private:
   friend class NetlinkMonitor;
   using Addresses = std::vector<NetlinkMonitor::AddressEntry>;

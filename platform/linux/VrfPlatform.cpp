@@ -16,11 +16,6 @@ VrfPlatform::VrfPlatform(EventLoop &loop, Orb::Random &random, const Parameters 
   vrfLinks_.emplace(parameters.monitor, parameters.device, parameters.vrf, interfaces_, links_);
 }
 
-void VrfPlatform::vanish() {
-  if (vrfLinks_) vrfLinks_->retractAll();
-  close();
-}
-
 void VrfPlatform::close() {
   if (port_) port_->close();
   if (routes_) routes_->close();

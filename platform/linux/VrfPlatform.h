@@ -36,9 +36,6 @@ class VrfPlatform {
   /// Closes every socket without a goodbye; for an orderly stop, hello()->shutDown() goes first.
   ~VrfPlatform() { close(); }
 
-  /// When the namespace or the vrf device is gone: every interface goes, and every socket is closed.
-  void vanish();
-
   const Kiv::Ptr<Orb::TimerWheel> &timerWheel() const { return timerWheel_; }
   const Kiv::Ptr<Ip::AllIntfStatusDir> &interfaces() const { return interfaces_; }
   const Kiv::Ptr<Routing::Pim::Status> &pimStatus() const { return pimStatus_; }

@@ -221,6 +221,23 @@ TEST_P(VrfLife, WhatStopsKeepsStillAndWhatReturnsWorks) {
   }
 }
 
+TEST_P(VrfLife, TheKernelsInterfacesStayWhileAnyVrfOfTheirNamespaceRuns) {
+  const std::string path = "kni/ns/netns/status";
+  for (const char *name : {"blue", "red"}) {
+    system.vrfIs(name, std::string("netns"), name);
+    system.namespaceExistsIs(name, true);
+    pimIs(name);
+  }
+  start();
+  EXPECT_TRUE(runs("blue") && runs("red"));
+  system.pimDel("blue");
+  EXPECT_TRUE(store.entity(path));
+  pimIs("blue");
+  EXPECT_TRUE(runs("blue"));
+  system.pimDel("blue"), system.pimDel("red");
+  EXPECT_FALSE(store.entity(path));
+}
+
 TEST_P(VrfLife, BorderConfigurationFollowsAnInterfaceFromVrfToVrf) {
   std::map<std::string, PlatformVrf *> vrf;
   for (const char *name : {"default", "blue"}) vrf[name] = &add(name);

@@ -25,7 +25,8 @@ TEST_F(SystemWarningsTest, AFilterThatDeniesOurOwnCandidateRpIsFoundByTheAddress
   findSystemWarnings(loaded.configuration, findings);
   EXPECT_EQ(findings.warnings,
             (std::vector<Finding>{
-                {"/pim/gone", "namespace gone or VRF device gone is not there now; the VRF begins when it is", "1:10"},
+                {"/pim/gone",
+                 "there is neither namespace gone nor VRF device gone now; the VRF begins when there is one", "1:10"},
                 {"/vrfConfig/red/crpFilterAcl", "denies 10.9.0.1, this router's own candidate RP on eth7", "5:9"}}));
 }
 

@@ -65,6 +65,19 @@ TEST_F(VrfHostTest, AVrfWhoseNamespaceIsDeletedClosesEverythingThereAndWaitsForA
   EXPECT_TRUE(waitFor([&] { return isPimOn(host, a0); }));
 }
 
+TEST_F(VrfHostTest, WhatWasLearnedElsewhereIsForgotten) {
+  const Pax::IpGenPrefix zone = Pax::allGroups(Pax::AddressFamily::ipv4);
+  netns("a");
+  netns("b");
+  for (const bool moves : {false, true}) {
+    VrfHost host(process(), "red", {nameOf(moves ? "b" : "a"), "", {}});
+    system.vrfIs("red", Linux::namespacePath(nameOf("a")));  // as it was saved
+    system.statusColl->vrfStatus("red")->bootstrapRouterIs(zone)->expiryTimeIs(loop.now() + 3600);
+    ASSERT_TRUE(waitFor([&] { return agent.containerSm("red") != nullptr; }));
+    EXPECT_EQ(system.statusColl->vrfStatus("red")->bootstrapRouter(zone) == nullptr, moves);
+  }
+}
+
 TEST_F(VrfHostTest, AVrfWithoutNamespaceOrDeviceIsTheNamespaceOrTheDeviceOfItsName) {
   const std::string name = nameOf("a");
   VrfHost host(process(), name, {});
