@@ -142,7 +142,7 @@ void BsrReporter::tellWent(const Pax::IpGenPrefix &zone, const Known &before) {
 
 void BsrReporter::tellTimedOut(const Pax::IpGenPrefix &zone, const Known &before, uint32_t seconds,
                                const char *consequence) {
-  const std::string cause = sentence("none of its messages came for ", seconds, " s");
+  const std::string cause = sentence("no message of it was accepted for ", seconds, " s");
   tell(EventKind::bsrTimedOut, Severity::warning, zone, before, {}, cause,
        sentence("BSR ", before.bsr, " of zone ", zone, " timed out: ", cause, "; ", consequence));
 }

@@ -11,6 +11,8 @@ namespace {
 
 // A candidate that was not heard for longer is not spoken of.
 constexpr double lately = 3600;
+// Three default intervals: an elected BSR does not speak of what it refused before.
+constexpr double unheeded = 180;
 
 // The statements about one zone.
 class ZoneExplanation {
@@ -23,9 +25,11 @@ class ZoneExplanation {
     who();
     if (zone_.isOwn()) {
       ownTiming();
+      refusals(std::max(lastAccepted(), view_.now - unheeded));
     } else if (zone_.bsr && view_.bsrSm) {
       timing();
       rpf();
+      refusals(lastAccepted());
     } else if (view_.bsrSm) {
       if (isUnknown()) unknown();
       obstacles();
@@ -74,7 +78,6 @@ class ZoneExplanation {
   }
   void timing() {
     const HeardBsr *last = zone_.lastHeard();
-    const std::string lost = durationBetween(view_.now, zone_.expires());
     Rows members{{"lastBsmFrom", nullptr}, {"lastBsmAt", nullptr}};
     std::string text = "It is known from before this agent started, and has not been heard since";
     if (last) {
@@ -85,16 +88,20 @@ class ZoneExplanation {
                       last->neighbor, " on ", last->intfId);
     }
     members["expires"] = secondsBetween(view_.now, zone_.expires());
-    statements_.say("messages", members, text + "; after " + lost + " more of silence it is lost.");
+    text += zone_.expires() <= view_.now
+                ? "; it has been silent for too long and is taken to be lost."
+                : "; after " + durationBetween(view_.now, zone_.expires()) + " more of silence it is lost.";
+    statements_.say("messages", members, text);
   }
 
   void rpf() {
     const Pax::IpGenAddr &address = zone_.bsr->ipAddr();
     const RpfInfo rpf = rpfTowards(view_, address);
     if (rpf.neighbor.isZero()) {
-      statements_.say("rpf", {{"rpfNeighbor", nullptr}, {"command", routeCommand(view_, address)}},
-                      "Its messages are refused now, since " + whyNoRpf(view_, address) + "; see '" +
-                          routeCommand(view_, address) + "'.");
+      const std::string command = rpfCommand(view_, address);
+      statements_.say(
+          "rpf", {{"rpfNeighbor", nullptr}, {"command", command}},
+          "No message of it could be accepted now, since " + whyNoRpf(view_, address) + "; see '" + command + "'.");
       return;
     }
     const HeardBsr *last = zone_.lastHeard();
@@ -143,6 +150,12 @@ class ZoneExplanation {
       statements_.say("border", {{"interface", toJson(intfId)}},
                       sentence("No message of this zone is sent or accepted on ", intfId, ", a border of it."));
     }
+  }
+
+  // What may be the messages of this BSR, or of another one that is refused in its favor.
+  void refusals(double accepted) {
+    const auto concerns = [this](const Drops::Key &drop) { return !drop.bsr.isZero() && couldBeOfZone(drop); };
+    sayRefusals(view_, concerns, accepted, statements_);
   }
 
   // Of a drop only the interface tells which zones it cannot be of.

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "io/BootstrapMessageSm.h"
+#include "view/Rpf.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -124,6 +125,10 @@ void RefusalReporter::tellFirst(const IO::Refused &refused) {
   if (!refused.intfId.isEmpty()) event.text += sentence(" on ", refused.intfId);
   event.text += sentence(" was refused: ", textOf(refused.reason));
   if (!refused.neighbor.isZero()) event.text += sentence(", ", refused.neighbor);
+  if (refused.reason == IO::Refusal::noRoute) {
+    const std::string why = whyNoRpf(reporting_.view(), refused.bsr);
+    if (!why.empty()) event.text += ": " + why;
+  }
   if (refused.detail) event.text += sentence(" (", refused.detail, ")");
   reporting_.tell(std::move(event));
 }

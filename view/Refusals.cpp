@@ -15,7 +15,7 @@ constexpr size_t most = 10;
 // The command that shows more; empty where nothing does.
 std::string commandFor(const VrfView &view, const Drops::Key &drop) {
   switch (drop.reason) {
-    case IO::Refusal::noRoute:
+    case IO::Refusal::noRoute: return rpfCommand(view, drop.bsr);
     case IO::Refusal::rpfNeighbor: return routeCommand(view, drop.bsr);
     case IO::Refusal::border: return "pimbsrctl show border";
     case IO::Refusal::filter: return "pimbsrctl show filter";
@@ -30,7 +30,7 @@ std::string commandFor(const VrfView &view, const Drops::Key &drop) {
 std::string detailOf(const VrfView &view, const Drops::Key &drop) {
   if (drop.reason == IO::Refusal::noRoute) {
     const std::string why = whyNoRpf(view, drop.bsr);
-    return why.empty() ? "" : ": " + why;
+    return why.empty() ? ", though there is one now" : ": " + why;
   }
   if (drop.reason != IO::Refusal::rpfNeighbor) return "";
   const RpfInfo rpf = rpfTowards(view, drop.bsr);

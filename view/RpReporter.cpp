@@ -57,7 +57,9 @@ void RpReporter::rpWent(const RpAt &at, const Pim::RpCandidate &rp, bool withSet
   const bool isOver = rp.holdTime() != 0 && rp.expires() <= reporting_.now();
   Change *change = note(withSet ? Fate::dropped : isOver ? Fate::expired : Fate::withdrawn, at);
   if (change) change->before.emplace(rp);
-  if (change && isOver && !withSet) change->cause = sentence("nothing was heard of it for ", rp.holdTime(), " s");
+  if (!change || !isOver || withSet) return;
+  const char *what = isOurs(at.zone) ? "no advertisement of it was accepted for " : "no BSR has listed it for ";
+  change->cause = sentence(what, rp.holdTime(), " s");
 }
 
 void RpReporter::innermostChanged(const Pax::IpGenPrefix &prefix, const Pax::IpGenPrefix &before,
@@ -121,11 +123,16 @@ std::string RpReporter::causeOf(const Change &change) const {
 // A BSR gives up what an inner zone with a BSR collects.
 std::string RpReporter::whyWithdrawn(const Change &change) const {
   if (!isOurs(change.zone)) return "the BSR withdrew it";
+  const Pax::IpGenPrefix inner = innerZoneOf(change);
+  return inner.isEmpty() ? "it withdrew itself" : sentence("inner zone ", inner, " has a BSR");
+}
+
+Pax::IpGenPrefix RpReporter::innerZoneOf(const Change &change) const {
   for (uint8_t length = change.prefix.length(); length > change.zone.length(); --length) {
     const Pax::IpGenPrefix inner(change.prefix.address(), length);
-    if (status_->bootstrapRouter(inner)) return sentence("inner zone ", inner, " has a BSR");
+    if (status_->bootstrapRouter(inner)) return inner;
   }
-  return "it withdrew itself";
+  return {};
 }
 
 // Of a BSR that times out the RPs stay until their own time is over.
@@ -136,7 +143,7 @@ std::string RpReporter::whyDropped(const Change &change) const {
 
 std::string RpReporter::inWords(const Change &change, const std::optional<RpOptions> &now) {
   static constexpr std::array<const char *, size_t(Fate::count)> verbs{
-      "was added", "changed", "was withdrawn", "expired", "was dropped with its BSR", "is hidden", "is shown again"};
+      "was added", "changed", "was withdrawn", "expired", "was dropped with its BSR", "is hidden", "comes into use"};
   if (change.fate == Fate::changed && now && change.before) return changeInWords(*now, *change.before);
   std::string text = verbs[size_t(change.fate)];
   if (change.fate == Fate::dropped) text += sentence(", ", change.bsr);
@@ -171,12 +178,16 @@ void RpReporter::tell(const Change &change) {
   event.cause = causeOf(change);
   event.text = sentence("RP ", change.rp, " of ", change.prefix, " in zone ", change.zone, ' ', inWords(change, now));
   if (!event.cause.empty()) event.text += ": " + event.cause;
+  if (change.fate == Fate::added) {
+    const Pax::IpGenPrefix inner = innerZoneOf(change);
+    if (!inner.isEmpty()) event.text += sentence("; it is hidden by inner zone ", inner);
+  }
   reporting_.tell(std::move(event));
 }
 
 void RpReporter::tellSum(const Pax::IpGenPrefix &zone, const Counts &counts, double seconds) {
   static constexpr std::array<const char *, size_t(Fate::count)> words{
-      "added", "changed", "withdrawn", "expired", "dropped with their BSR", "hidden", "shown again"};
+      "added", "changed", "withdrawn", "expired", "dropped with their BSR", "hidden", "came into use"};
   Event event{.kind = EventKind::rpSetChanged, .severity = Severity::notice, .zone = zone};
   for (size_t i = 0; i < counts.size(); ++i) {
     if (counts[i] > 0) event.newValue += sentence(event.newValue.empty() ? "" : ", ", counts[i], ' ', words[i]);

@@ -61,7 +61,7 @@ class RpReporter {
 
   /// Counts the change. Null when it is not told by itself.
   Change *note(Fate fate, const RpAt &at);
-  /// The RPs of the zone's set of the prefix are published no more, or again, because of `other`.
+  /// The RPs of the zone's set of the prefix are published no more, or now, because of `other`.
   void noteAll(Fate fate, const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &prefix, const Pax::IpGenPrefix &other);
   void handleSumTime();
   void sumUpIn(double seconds);
@@ -70,6 +70,8 @@ class RpReporter {
   static std::string inWords(const Change &change, const std::optional<RpOptions> &now);
   std::string causeOf(const Change &change) const;
   std::string whyWithdrawn(const Change &change) const;
+  /// The innermost zone with a BSR that decides for the prefix instead; empty where there is none.
+  Pax::IpGenPrefix innerZoneOf(const Change &change) const;
   std::string whyDropped(const Change &change) const;
   bool isOurs(const Pax::IpGenPrefix &zone) const;
 

@@ -48,6 +48,12 @@ std::string whyNoRpf(const VrfView &view, const Pax::IpGenAddr &address) {
   return why;
 }
 
+std::string rpfCommand(const VrfView &view, const Pax::IpGenAddr &address) {
+  const RouteAnswer answer = view.routes ? view.routes->lookup(address) : RouteAnswer();
+  const bool isRouted = answer.kind == RouteAnswer::Kind::via || answer.kind == RouteAnswer::Kind::connected;
+  return isRouted ? "pimbsrctl show neighbors" : routeCommand(view, address);
+}
+
 std::string routeCommand(const VrfView &view, const Pax::IpGenAddr &address) {
   const std::string in = view.networkNamespace.empty() ? "" : "-n " + view.networkNamespace + " ";
   const std::string device = view.device.empty() ? "" : " vrf " + view.device;

@@ -12,6 +12,8 @@ namespace Routing::Pim::Bsr {
 RpfInfo rpfTowards(const VrfView &view, const Pax::IpGenAddr &address);
 /// Why there is none: "there is no route to 10.0.0.1"; empty where there is one.
 std::string whyNoRpf(const VrfView &view, const Pax::IpGenAddr &address);
+/// What shows why there is none: the route where that is missing, the neighbors where it leads to none.
+std::string rpfCommand(const VrfView &view, const Pax::IpGenAddr &address);
 /// What shows the route on this router: "ip -n blue route get 10.0.0.1".
 std::string routeCommand(const VrfView &view, const Pax::IpGenAddr &address);
 

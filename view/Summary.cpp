@@ -85,9 +85,17 @@ class Findings {
         add("rp-set", warning, sentence("zone ", prefix, " has BSR ", zone.bsr->ipAddr(), " and no RP"));
       }
       if (zone.isOwn() && sets) announcements(prefix, *sets);
-      if (zone.isOwn() || !checked.insert(zone.bsr->ipAddr()).second) continue;
+      if (zone.isOwn()) continue;
+      if (zone.expires() <= view_.now) {
+        add("bsr", problem,
+            sentence("BSR ", zone.bsr->ipAddr(), " of zone ", prefix, " is silent; see 'pimbsrctl explain bsr ", prefix,
+                     "'"));
+        continue;
+      }
+      if (!checked.insert(zone.bsr->ipAddr()).second) continue;
       const std::string why = whyNoRpf(view_, zone.bsr->ipAddr());
-      if (!why.empty()) add("bsr", problem, sentence("messages of BSR ", zone.bsr->ipAddr(), " are refused: ", why));
+      if (!why.empty())
+        add("bsr", problem, sentence("no message of BSR ", zone.bsr->ipAddr(), " could be accepted now: ", why));
     }
   }
 

@@ -91,14 +91,16 @@ TEST_F(Explain, ABsrThatIsReachedNoMoreOrOnAnotherWay) {
   story.network.link("r0-r1").cut();
   explain("r2", "bsr");
   EXPECT_EQ(memberOf("rpf", "text"),
-            "Its messages are refused now, since there is no route to 192.168.0.1; see 'ip route get 192.168.0.1'.");
+            "No message of it could be accepted now, since there is no route to 192.168.0.1; see 'ip route get "
+            "192.168.0.1'.");
   story.network.link("r0-r1").heal();
   story.host("r1").crash();
   story.time().runFor(106);  // its Hello holds no longer, the BSR does
   explain("r2", "bsr");
   EXPECT_EQ(memberOf("rpf", "text"),
-            "Its messages are refused now, since the route to 192.168.0.1 leads to 10.0.1.1 on eth0, where there is no "
-            "PIM neighbor; see 'ip route get 192.168.0.1'.");
+            "No message of it could be accepted now, since the route to 192.168.0.1 leads to 10.0.1.1 on eth0, where "
+            "there is no "
+            "PIM neighbor; see 'pimbsrctl show neighbors'.");
   story.time().runFor(60);
   EXPECT_EQ(
       explain("r2", "bsr"),
@@ -164,6 +166,35 @@ TEST_F(Explain, ABorderInTheWay) {
   EXPECT_EQ(explain("r1", "rp", "192.168.0.9"),
             "RP 192.168.0.9: no BSR announces it.\n"
             "No zone has a BSR, which alone could announce RPs; see 'pimbsrctl explain bsr'.\n");
+}
+
+TEST_F(Explain, RefusalsAreToldWhoeverIsTheBsr) {
+  story.chain({"f0", "r1"}, {1500});
+  told = std::make_unique<Told>(story.host("r1"));
+  claim("f0", story.network.router("f0").address());
+  story.host("r1").candidateBsrIs(global, 1);
+  story.start({"r1"});
+  story.time().runFor(100);
+  EXPECT_EQ(explain("r1", "bsr").find("refused"), std::string::npos);
+  const auto isRefused = [&] {
+    return memberOf("refused", "text")
+        .get<std::string>()
+        .starts_with("A message of BSR 192.168.0.1 from 10.0.0.1 on eth0 was refused ");
+  };
+  story.host("r1").borderIs(global, {L3::defaultVrf, "eth0"});
+  story.time().runFor(61);
+  EXPECT_EQ(explain("r1", "bsr").find("Zone 224.0.0.0/4: the BSR is 192.168.0.1 with priority 64, for T.\n"), 0u);
+  EXPECT_TRUE(isRefused());
+  EXPECT_TRUE(story.within(200, [&] { return told->log.counts().contains(Bsr::EventKind::bsrTimedOut); }));
+  EXPECT_NE(explain("r1", "bsr").find(" on eth0; it has been silent for too long and is taken to be lost.\n"),
+            std::string::npos);
+  EXPECT_TRUE(isRefused());
+  story.time().runFor(120);
+  EXPECT_EQ(explain("r1", "bsr").find("Zone 224.0.0.0/4: this router is the BSR, "), 0u);
+  EXPECT_TRUE(isRefused());
+  story.feeder("f0").die();
+  story.time().runFor(200);
+  EXPECT_EQ(explain("r1", "bsr").find("refused"), std::string::npos) << "that is over";
 }
 
 TEST_F(Explain, SilenceFromBeyondABorder) {

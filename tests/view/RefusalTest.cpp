@@ -75,6 +75,15 @@ TEST_F(Refusals, AreToldOnceForEachNeighborAndReasonAndNoMoreThanTenAMinute) {
   EXPECT_EQ(toldIn(1), "messageRefused malformed \n");
 }
 
+TEST_F(Refusals, ForWantOfARouteSayWhatIsMissing) {
+  neighborIs(1);
+  vrf.told();
+  vrf.reporter.refused({Refusal::noRoute, vrf.intf(1), vrf.a.host(1), vrf.a.host(9)});
+  EXPECT_EQ(vrf.told(),
+            "A packet from 10.0.0.1 on eth1 was refused: there is no RPF neighbor toward its BSR: there is no route to "
+            "10.0.0.9\n");
+}
+
 TEST_F(Refusals, OfStrangersWhoInventSourcesLeaveRoomForThoseOfNeighbors) {
   neighborIs(1);
   refuse(Refusal::malformed, 1);

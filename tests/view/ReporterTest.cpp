@@ -5,6 +5,7 @@
 
 #include "tests/sim/Story.h"
 #include "tests/support/Told.h"
+#include "tests/support/ToldVrf.h"
 #include "view/Reporting.h"
 
 namespace Test {
@@ -52,7 +53,7 @@ TEST_P(Reporters, ARestIsQuietAndADeadBsrIsToldByAll) {
   EXPECT_EQ(told["r1"]->last(EventKind::bsrElected).cause, "the one before is silent");
   for (const char *name : {"r1", "r2"}) {
     const Bsr::Event timedOut = told[name]->last(EventKind::bsrTimedOut);
-    EXPECT_EQ(timedOut.cause, "none of its messages came for 130 s") << name;
+    EXPECT_EQ(timedOut.cause, "no message of it was accepted for 130 s") << name;
     EXPECT_NE(timedOut.oldValue, "") << name;
     EXPECT_EQ(timedOut.newValue, "") << name;
   }
@@ -125,7 +126,7 @@ TEST_P(Reporters, AnRpIsWithdrawnOrExpiresAndANeighborRestartsOrLeaves) {
   told["r3"]->story();
   story.time().runFor(185);
   EXPECT_EQ(told["r3"]->story(), "rpExpired");
-  EXPECT_EQ(told["r3"]->last(EventKind::rpExpired).cause, "nothing was heard of it for 180 s");
+  EXPECT_EQ(told["r3"]->last(EventKind::rpExpired).cause, "no advertisement of it was accepted for 180 s");
 }
 
 TEST_P(Reporters, AScopeZoneAppearsHidesWhatItCoversAndIsForgotten) {
@@ -269,6 +270,18 @@ TEST_P(Reporters, ALimitIsReachedAndLeft) {
   story.feed(feeder, global, story.table(global, 1, 3));
   story.time().runFor(400);
   EXPECT_EQ(told["r2"]->story(), "limitLeft");
+}
+
+TEST(RpReporter, AnRpThatAnInnerZoneHidesIsNoneInUse) {
+  ToldVrf vrf(ipv4);
+  vrf.hear(Bsm(vrf.a.host(1)).scope(vrf.a.scope(5)));
+  vrf.told();
+  for (const auto &prefix : {vrf.a.inScope(5, 1), vrf.a.group(1)}) {
+    vrf.hear(Bsm(vrf.a.host(1)).group(prefix, {{vrf.a.host(9), 150, 0}}));
+    const bool isHidden =
+        vrf.told().find(": the BSR lists it; it is hidden by inner zone 239.5.0.0/16\n") != std::string::npos;
+    EXPECT_EQ(isHidden, prefix != vrf.a.group(1)) << prefix;
+  }
 }
 
 FOR_BOTH_FAMILIES(Reporters);

@@ -44,7 +44,7 @@ TEST_F(Summary, SaysThatAllIsWellOrWhatIsNot) {
   }
   story.network.link("r0-r1").cut();
   EXPECT_EQ(summary("r1"),
-            "bsr problem: messages of BSR 192.168.0.1 are refused: there is no route to 192.168.0.1\n"
+            "bsr problem: no message of BSR 192.168.0.1 could be accepted now: there is no route to 192.168.0.1\n"
             "all problem: 1 problem, 0 warnings\n");
   story.time().runFor(200);
   EXPECT_EQ(summary("r1"),
@@ -67,6 +67,21 @@ TEST_F(Summary, SaysThatAllIsWellOrWhatIsNot) {
   }
   candidates += "candidate-bsr problem: and more; see 'pimbsrctl show candidate-bsr'\n";
   EXPECT_NE(text.find(candidates + "all problem: "), std::string::npos) << text;
+}
+
+TEST_F(Summary, SaysThatABsrIsSilentBeforeAnotherTakesOver) {
+  story.chain({"r0", "r1"}, {1500});
+  story.host("r0").candidateBsrIs(ipv4.global(), 64);
+  story.host("r1").candidateBsrIs(ipv4.global(), 1);
+  story.start({"r0", "r1"});
+  story.time().runFor(100);
+  story.host("r0").stop();
+  const auto candidate = story.host("r1").system().statusColl->vrfStatus(L3::defaultVrf)->cbsr(ipv4.global());
+  EXPECT_TRUE(story.within(200, [&] { return candidate->state() == Routing::Pim::Bsr::BsrCandidateState::pBsr; }));
+  EXPECT_NE(summary("r1").find("bsr problem: BSR 192.168.0.1 of zone 224.0.0.0/4 is silent; see 'pimbsrctl explain bsr "
+                               "224.0.0.0/4'\nall problem: 1 problem, "),
+            std::string::npos)
+      << summary("r1");
 }
 
 TEST_F(Summary, SaysWhichRpsNobodyIsToldOf) {
