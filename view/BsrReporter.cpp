@@ -4,6 +4,7 @@
 
 #include "engine/BsrCandidateSm.h"
 #include "model/InternalStatus.h"
+#include "view/Reasons.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -133,9 +134,11 @@ void BsrReporter::tellWent(const Pax::IpGenPrefix &zone, const Known &before) {
   if (timedOut_.contains(zone) && !before.isOurs) {
     return tellTimedOut(zone, before, status_->bsTimeout(), "the zone has no BSR");
   }
-  const std::string cause = status_->cbsr(zone) ? "this router's candidacy is not complete"
-                            : before.isOurs     ? "this router is no candidate there any more"
-                                                : "its state was given up";
+  const std::string stopped = whyNotRunning(reporting_.view());
+  const std::string cause = !stopped.empty()      ? stopped
+                            : status_->cbsr(zone) ? "this router's candidacy is not complete"
+                            : before.isOurs       ? "this router is no candidate there any more"
+                                                  : "its state was given up";
   tell(EventKind::bsrLost, Severity::warning, zone, before, {}, cause,
        sentence("Zone ", zone, " has lost its BSR, ", before.isOurs ? "this router, " : "", before.bsr, ": ", cause));
 }
@@ -153,7 +156,7 @@ void BsrReporter::tellAnother(const Pax::IpGenPrefix &zone, const Known &before,
       PimBsrWeight(uint8_t(before.priority), before.bsr) < PimBsrWeight(uint8_t(now.priority), now.bsr);
   const std::string cause = before.isSilent        ? "the one before is silent"
                             : before.priority == 0 ? "the one before resigned"
-                            : isBetter             ? "it is preferred"
+                            : isBetter             ? "the new one is preferred"
                                                    : "the one before is gone";
   const std::string end = sentence(", in place of ", weight(before), ": ", cause);
   if (now.isOurs) {

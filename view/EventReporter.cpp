@@ -70,7 +70,9 @@ std::string EventReporter::whatIsThere() const {
       for (const auto &[prefix, set] : zoneStatus->status()->crpSet()) rps += set->rp().size();
     }
   }
-  return bsrs + rps == 0 ? "" : sentence("the BSRs of ", bsrs, bsrs == 1 ? " zone and " : " zones and ", rps, " RPs");
+  return bsrs + rps == 0 ? ""
+                         : sentence(bsrs == 1 ? "the BSR of " : "the BSRs of ", bsrs,
+                                    bsrs == 1 ? " zone and " : " zones and ", rps, rps == 1 ? " RP" : " RPs");
 }
 
 void EventReporter::handleConfig() {
@@ -81,7 +83,7 @@ void EventReporter::handleRole() {
   const bool standby = process_.system.redundancyStatus->standby();
   if (standby == std::exchange(standby_, standby)) return;
   tell(EventKind::roleChanged, Severity::notice,
-       standby ? "This controller stands by: it keeps what it knows and sends nothing" : "This controller is active");
+       standby ? "The agent stands by: it keeps what it knows and sends nothing" : "The agent is active");
 }
 
 void EventReporter::handleStage(const std::string &stage) {

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "platform/orb/Duration.h"
+#include "view/Reasons.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -42,6 +43,8 @@ bool nextExplanationOf(std::string_view topic, const VrfView &view, const std::s
 std::string vrfLead(const VrfView &view) {
   return view.vrf.text() == L3::defaultVrf ? "" : "VRF " + view.vrf.text() + ": ";
 }
+
+std::string vrfEnd(const VrfView &view) { return whyNotRunning(view).empty() ? "." : "; see 'pimbsrctl show vrf'."; }
 
 std::string reasonOf(const Rows &row) {
   return row["reason"].is_string() ? row["reason"].get<std::string>() : "not yet";

@@ -49,6 +49,8 @@ class Statements {
 
 /// "VRF blue: ", or nothing for the default VRF.
 std::string vrfLead(const VrfView &view);
+/// What the answer of a VRF ends with: a full stop, after what to look at where it does not run.
+std::string vrfEnd(const VrfView &view);
 /// The column `reason` of a row, in words.
 std::string reasonOf(const Rows &row);
 /// How long ago, or how far ahead, as "2m03s".

@@ -52,21 +52,21 @@ class ZoneExplanation {
       members["hashMaskLen"] = toJson(zone_.bsr->hashMaskLen());
       members["upTime"] = secondsBetween(zone_.bsr->setupTime(), view_.now);
     }
-    statements_.say("bsr", members, lead + (stopped.empty() ? "" : stopped + "; ") + whoInWords());
+    statements_.say("bsr", members, lead + (stopped.empty() ? "" : stopped + "; ") + whoInWords() + vrfEnd(view_));
   }
   std::string whoInWords() const {
-    if (!zone_.bsr) return takesOver() ? "there is no BSR, and " + takeOver() : "there is no BSR.";
+    if (!zone_.bsr) return takesOver() ? "there is no BSR, and " + takeOver() : "there is no BSR";
     const std::string weight = sentence(zone_.bsr->ipAddr(), " with priority ", zone_.bsr->priority());
     const std::string since = durationBetween(zone_.bsr->setupTime(), view_.now);
-    if (zone_.isOwn()) return "this router is the BSR, as " + weight + ", for " + since + ".";
+    if (zone_.isOwn()) return "this router is the BSR, as " + weight + ", for " + since;
     const std::string is = "the BSR is " + weight + ", for " + since;
-    return takesOver() ? is + ", but " + takeOver() : is + ".";
+    return takesOver() ? is + ", but " + takeOver() : is;
   }
   bool takesOver() const { return !zone_.isOwn() && zone_.nextBsm() != 0; }
   std::string takeOver() const {
     return sentence("this router, ", zone_.candidate->address(), " with priority ", zone_.candidate->priority(),
                     ", takes over in ", durationBetween(view_.now, zone_.nextBsm()),
-                    " unless it hears a better candidate.");
+                    " unless it hears a better candidate");
   }
 
   void ownTiming() {

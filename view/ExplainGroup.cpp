@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "platform/routing/TrieGen.h"
 #include "view/Announced.h"
 #include "view/Explain.h"
@@ -33,8 +35,7 @@ class GroupExplanation {
     for (const RpHashSm *rpHashSm : {view_.rpHashSm, view_.bidirRpHashSm}) {
       const auto answer = rpHashSm ? rpHashSm->rpOf(group_) : std::nullopt;
       if (!answer) continue;
-      served = true;
-      winner(*answer, rpHashSm->mode());
+      winner(*answer, rpHashSm->mode(), std::exchange(served, true));
     }
     if (!served) nobody();
   }
@@ -51,10 +52,13 @@ class GroupExplanation {
     return learned ? whyNotAnnounced(view_, zone, prefix, rp, *learned) : "it is withdrawn";
   }
 
-  void winner(const RpHashSm::Answer &answer, Mode mode) {
+  // `isSecond`: after the one of the other mode.
+  void winner(const RpHashSm::Answer &answer, Mode mode, bool isSecond) {
     const Pax::IpGenPrefix zone = publisherOf(view_, answer.prefix);
     const auto bsr = view_.status->bootstrapRouter(zone);
     const RpHashSm::Candidate &best = answer.best();
+    const std::string lead = isSecond ? "It also has an RP for the other mode: "
+                                      : sentence(vrfLead(view_), "Group ", group_, ": the RP is ");
     const std::string rule = ruleOf(answer.candidates);
     const auto announced = Announced::in(view_, zone, {answer.prefix});
     const bool isTold = !announced || announced->lists(answer.prefix, best.rp, mode);
@@ -66,7 +70,7 @@ class GroupExplanation {
          {"rule", rule},
          {"announced", announced ? Rows(isTold) : Rows()},
          {"whyNotAnnounced", isTold ? Rows() : Rows(untold)}},
-        sentence(vrfLead(view_), "Group ", group_, ": the RP is ", best.rp, " (", mode, "), since ", rule,
+        sentence(lead, best.rp, " (", mode, "), since ", rule,
                  isTold ? "" : "; it is not announced, so that other routers do not know it: ", untold, "."));
     statements_.say("zone",
                     {{"zone", toJson(zone)},
@@ -90,7 +94,7 @@ class GroupExplanation {
     const std::string lead = sentence(vrfLead(view_), "Group ", group_, ": ");
     const Rows none{{"rp", nullptr}};
     const std::string stopped = whyNotRunning(view_);
-    if (!stopped.empty()) return statements_.say("rp", none, lead + "no RP is known, since " + stopped + ".");
+    if (!stopped.empty()) return statements_.say("rp", none, lead + "no RP is known, since " + stopped + vrfEnd(view_));
     statements_.say("rp", none, lead + "no RP serves it.");
     const Pax::IpGenPrefix zone = view_.bsrSm->bsrTrie()->longestMatch(Pax::IpGenPrefix::host(group_));
     if (zone.isEmpty()) {

@@ -57,7 +57,7 @@ class RpExplanation {
                                            : sentence("it serves ", prefixes, prefixes == 1 ? " prefix" : " prefixes",
                                                       " in ", zones, zones == 1 ? " zone" : " zones");
     statements_.say("rp", {{"local", local}, {"prefixes", prefixes}, {"zones", zones}},
-                    lead + what + (local ? "; it is an address of this router." : "."));
+                    lead + what + (local ? "; it is an address of this router" : "") + vrfEnd(view_));
   }
 
   // From behind the cursor on; true when there may be more.
@@ -166,18 +166,24 @@ class RpExplanation {
       statements_.say("candidacy", row, where + " tells nobody: no zone of its ranges has a BSR.");
     }
     for (const Rows &zone : row["zones"]) {
-      const size_t leftOut = zone["leftOut"].size();
-      std::string text = where + " advertises " + std::to_string(zone["groups"].size()) + " of its ranges to " +
+      const size_t ranges = row["groups"].size(), advertised = zone["groups"].size(), leftOut = zone["leftOut"].size();
+      const std::string of = advertised == ranges ? "all of its" : sentence(advertised, " of its ", ranges);
+      std::string text = where + " advertises " + of + " ranges to " +
                          (zone["bsr"].is_null() ? "nobody" : zone["bsr"].get<std::string>()) + ", the BSR of zone " +
                          zone["zone"].get<std::string>();
       if (leftOut > 0) {
-        text += "; " + std::to_string(leftOut) + " are left out, since an advertisement has room for 255 of a priority";
+        text += sentence("; ", leftOut, leftOut == 1 ? " is" : " are");
+        text += " left out, since an advertisement has room for 255 of a priority";
       }
       statements_.say("candidacy", zone, text + ".");
     }
   }
+  // Where its interface has no address, the RP that is asked about may be another one.
   void notInForce(const Rows &row) {
-    statements_.say("candidacy", row,
+    Rows members = row;
+    members.erase("vrf");
+    members.erase("rp");
+    statements_.say("candidacy", members,
                     "The candidate RP of this router on " + row["interface"].get<std::string>() +
                         " is not in force: " + reasonOf(row) + ".");
   }

@@ -30,7 +30,7 @@ std::string whyAbsent(const VrfView &view, const Pax::IntfId &intfId) {
 std::string whyNoAddress(const VrfView &view, const Pax::IntfId &intfId) {
   const std::string why = whyAbsent(view, intfId);
   if (!why.empty() || !addressOf(view, intfId).isZero()) return why;
-  return Kiv::toText(intfId) + (view.interfaces->intfStatus(intfId)->adminUp() ? " has no address" : " is down");
+  return Kiv::toText(intfId) + (view.interfaces->intfStatus(intfId)->adminUp() ? " has no global address" : " is down");
 }
 
 std::string whyPimOff(const VrfView &view, const Pax::IntfId &intfId) {

@@ -1,5 +1,7 @@
 #include "view/Summary.h"
 
+#include <algorithm>
+
 #include "view/Announced.h"
 #include "view/Drops.h"
 #include "view/Reasons.h"
@@ -16,6 +18,13 @@ constexpr const char *ok = "ok", *warning = "warning", *problem = "problem";
 std::string counted(size_t number, const char *what) { return sentence(number, " ", what, number == 1 ? "" : "s"); }
 
 const char *areNot(size_t number) { return number == 1 ? " is not " : " are not "; }
+
+// Of errors, a line each.
+std::string firstOf(const std::string &errors) {
+  const auto more = std::count(errors.begin(), errors.end(), '\n');
+  const std::string first = errors.substr(0, errors.find('\n'));
+  return more == 0 ? first : sentence(first, " and ", more, " more; see 'pimbsrctl check'");
+}
 
 // Collects what is wrong in a VRF, of each kind the first few.
 class Findings {
@@ -196,7 +205,8 @@ class Findings {
   void limits() {
     const auto counters = view_.status->counters();
     if (!counters || counters->limitCounters() == PimBsrLimitCounters()) return;
-    add("counters", warning, "a limit was reached; see 'refused' of 'pimbsrctl show counters'");
+    add("counters", warning,
+        "a limit was reached; see 'refused' of 'pimbsrctl show counters', which 'pimbsrctl clear counters' clears");
   }
 
   const VrfView &view_;
@@ -215,13 +225,15 @@ void summarize(const ProcessView &process, const std::string &vrf, Rows &rows) {
   };
   const Agent &agent = process.agent;
   if (agent.shutdown()) add(nullptr, "agent", warning, "a hitless shutdown was requested: only a restart ends it");
-  add(nullptr, "agent", ok,
-      sentence(agent.name(), " ", PIMBSR_VERSION, ", ", agent.standbyMode() ? "on standby" : "active",
-               ", configuration of ", process.loading.at));
-  if (!process.loading.error.empty()) {
-    add(nullptr, "agent", problem, "the last reload was refused: " + process.loading.error);
-  }
   const Troubles &troubles = process.troubles;
+  if (process.loading.error.empty() && troubles.saving.empty()) {
+    add(nullptr, "agent", ok,
+        sentence(agent.name(), " ", PIMBSR_VERSION, ", ", agent.standbyMode() ? "on standby" : "active",
+                 ", configuration of ", process.loading.at));
+  }
+  if (!process.loading.error.empty()) {
+    add(nullptr, "agent", problem, "the last reload was refused: " + firstOf(process.loading.error));
+  }
   if (!troubles.saving.empty()) add(nullptr, "agent", problem, troubles.saving);
   if (!troubles.metrics.empty()) add(nullptr, "metrics", problem, troubles.metrics);
   for (const Rows &row : vrfRows(process, vrf)) {

@@ -10,6 +10,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <regex>
 #include <thread>
 
 #include "ctl/Client.h"
@@ -201,6 +202,13 @@ TEST_F(DaemonTest, ServesItsMetricsWhereTheConfigurationSays) {
   EXPECT_EQ(ask({"reload", "", "", ""}), Rows::array());
   EXPECT_EQ(ask({"show", "summary", "", ""})[1]["text"],
             "metrics cannot be served on 127.0.77.1:" + port + ": Address already in use");
+  write(R"({"oops": 1, "alas": 2})");
+  ask({"reload", "", "", ""});
+  const Rows refused = ask({"show", "summary", "", ""})[0];
+  EXPECT_EQ(refused["state"], "problem");
+  EXPECT_TRUE(std::regex_match(refused["text"].get<std::string>(),
+                               std::regex("the last reload was refused: .+ and 1 more; see 'pimbsrctl check'")))
+      << refused;
   write("{}");
   EXPECT_EQ(ask({"reload", "", "", ""}), Rows::array());
   EXPECT_EQ(get(second), "");
@@ -254,7 +262,8 @@ TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
       {{"", "bsr", "", ""}, "\"bad: a request needs a verb\""},
       {{"show", "config", "", ""}, R"([{"pim":{"no-such-ns-a":{"namespace":"no-such-ns-a",)"},
       {{"show", "events", "", "", "0", "", "notice", "agentStarted"}, R"([{"seq":2,"time":"20)"},
-      {{"show", "summary", "", ""}, R"([{"vrf":null,"subject":"agent","state":"ok","text":"PimBsr )"},
+      {{"show", "summary", "", ""},
+       R"([{"vrf":null,"subject":"agent","state":"problem","text":"the last reload was refused: )"},
       {{"show", "bsr", "", "", "", "239.2.0.0/16"}, "[]"},
       {{"show", "bsr", "", "", "", "239.1.0.0/16"},
        "\"there is no zone '239.1.0.0/16'; known: 224.0.0.0/4, 239.2.0.0/16\""},

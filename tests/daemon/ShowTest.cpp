@@ -116,14 +116,14 @@ null | eth1 | 10.0.0.1 | 20 | 30 | ["MISSING"] | false | ACL MISSING is not defi
 239.1.0.0/16 | eth1 | 10.0.0.1 | 20 | 30 | ["group","GROUPS"] | true | null
 239.2.0.0/16 | eth1 | 10.0.0.1 | null | 30 | ["group"] | false | priority not set
 239.3.0.0/16 | eth1 | 10.0.0.1 | 0 | null | ["group"] | false | hash mask length not set
-239.4.0.0/16 | eth3 | null | 0 | 30 | ["group"] | false | eth3 has no address
+239.4.0.0/16 | eth3 | null | 0 | 30 | ["group"] | false | eth3 has no global address
 239.5.0.0/16 | eth9 | null | 0 | 30 | ["group"] | false | eth9 does not exist
 )"},
       {"candidate-rp",
        {"rp", "interface", "groups", "active", "reason"},
        R"(10.0.0.1 | eth1 | [{"prefix":"225.1.0.0/16","priority":5},{"prefix":"239.1.0.0/16","priority":null}] | true | null
 10.0.0.1 | eth2 | [{"prefix":"225.1.0.0/16","priority":5}] | false | eth1 serves 10.0.0.1
-null | eth3 | [{"prefix":"225.1.0.0/16","priority":5}] | false | eth3 has no address
+null | eth3 | [{"prefix":"225.1.0.0/16","priority":5}] | false | eth3 has no global address
 10.0.0.4 | eth4 | [] | false | ACL HOSTS permits no group
 10.0.0.5 | eth5 | [] | false | serves no group
 null | eth6 | [{"prefix":"225.1.0.0/16","priority":5}] | false | eth6 is down

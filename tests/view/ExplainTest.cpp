@@ -132,9 +132,10 @@ TEST_F(Explain, WhoTakesOverAndWhatIsOff) {
   EXPECT_EQ(explain("r0", "bsr", "239.2.0.0/16"), unknown + "PIM is off at eth0: eth0 is down.\n" + noNeighbor);
   story.host("r0").stop();
   EXPECT_EQ(explain("r0", "bsr", "224.0.0.0/4"),
-            "Zone 224.0.0.0/4: the VRF is not running; there is no BSR.\n"
+            "Zone 224.0.0.0/4: the VRF is not running; there is no BSR; see 'pimbsrctl show vrf'.\n"
             "The candidate BSR of this router on lo is not in force: the VRF is not running.\n");
-  EXPECT_EQ(explain("r0", "rp", "192.168.0.1"), "RP 192.168.0.1: the VRF is not running; no BSR announces it.\n");
+  EXPECT_EQ(explain("r0", "rp", "192.168.0.1"),
+            "RP 192.168.0.1: the VRF is not running; no BSR announces it; see 'pimbsrctl show vrf'.\n");
   EXPECT_THROW(explain("r0", "bsr", "10.0.0.0/8"), std::invalid_argument);
   EXPECT_THROW(explain("r0", "weather"), std::invalid_argument);
 }
@@ -163,9 +164,12 @@ TEST_F(Explain, ABorderInTheWay) {
             "A message of BSR 192.168.0.1 from 10.0.0.1 on eth0 was refused 2 times, the last T ago, since the "
             "interface is a border of its zone; see 'pimbsrctl show border'.\n"
             "No message of this zone is sent or accepted on eth0, a border of it.\n");
+  story.host("r1").config().rpCandidateConfigIs({L3::defaultVrf, "eth9"})->groupRangeIs(ipv4.group(2));
   EXPECT_EQ(explain("r1", "rp", "192.168.0.9"),
             "RP 192.168.0.9: no BSR announces it.\n"
+            "The candidate RP of this router on eth9 is not in force: eth9 does not exist.\n"
             "No zone has a BSR, which alone could announce RPs; see 'pimbsrctl explain bsr'.\n");
+  EXPECT_EQ(memberOf("candidacy", "rp"), "192.168.0.9") << "that is what all statements are about";
 }
 
 TEST_F(Explain, RefusalsAreToldWhoeverIsTheBsr) {
@@ -283,7 +287,7 @@ TEST_F(Explain, AnRpThatTheFilterOfTheBsrDenies) {
 
   EXPECT_EQ(explain("r1", "rp", "192.168.0.2"),
             "RP 192.168.0.2: no BSR announces it; it is an address of this router.\n"
-            "The candidate RP of this router on lo advertises 1 of its ranges to 192.168.0.1, the BSR of zone "
+            "The candidate RP of this router on lo advertises all of its ranges to 192.168.0.1, the BSR of zone "
             "224.0.0.0/4.\n"
             "Zone 224.0.0.0/4: 'pimbsrctl explain rp 192.168.0.2' on the BSR, 192.168.0.1, says whether it was heard "
             "there.\n");
@@ -294,6 +298,13 @@ TEST_F(Explain, AnRpThatTheFilterOfTheBsrDenies) {
             "225.1.0.0/16 in zone 224.0.0.0/4, of BSR 192.168.0.1: sparsemode, priority 192, for T more; in use; "
             "announced by our last message.\n")
       << "what was refused before is no reason";
+  for (const uint32_t n : {2, 3}) story.host("r1").candidateRpIs(n == 3 ? ipv4.inScope(1, 1) : ipv4.group(n));
+  story.host("r0").candidateBsrIs(scope, 64);
+  story.time().runFor(30);
+  explain("r1", "rp", "192.168.0.2");
+  EXPECT_EQ(memberOf("candidacy", "text"),
+            "The candidate RP of this router on lo advertises 2 of its 3 ranges to 192.168.0.1, the BSR of zone "
+            "224.0.0.0/4.");
 }
 
 TEST_F(Explain, RpsThatTheBsrLeavesOut) {
@@ -318,6 +329,9 @@ TEST_F(Explain, RpsThatTheBsrLeavesOut) {
                         "are announced.\n"),
       0u);
   EXPECT_EQ(memberOf("rp", "announced"), false);
+  EXPECT_NE(explain("r0", "group", "225.1.0.1")
+                .find("\nIt also has an RP for the other mode: 192.168.0.3 (bidir), since it is the only candidate.\n"),
+            std::string::npos);
   EXPECT_EQ(explain("r1", "group", "225.1.0.1").find(group + "192.168.0.3 (bidir), since it is the only candidate.\n"),
             0u);
   EXPECT_TRUE(memberOf("rp", "announced").is_null());

@@ -233,10 +233,17 @@ TEST_P(Reporters, AnInterfaceThatGoesTakesItsNeighborsAlongAndACandidateLosesIts
   host("r3").router().addressDel(address);
   story.time().runFor(2);
   EXPECT_EQ(told["r3"]->story(), "bsrLost rpDropped candidateNotInForce");
-  EXPECT_EQ(told["r3"]->last(EventKind::candidateNotInForce).cause, "lo has no address");
+  EXPECT_EQ(told["r3"]->last(EventKind::candidateNotInForce).cause, "lo has no global address");
   host("r3").router().addressIs(address);
   story.time().runFor(60);
   EXPECT_EQ(told["r3"]->story(), "candidateInForce bsrElected rpAdded");
+}
+
+TEST_P(Reporters, AVrfThatGoesTakesItsElectionAlong) {
+  start();
+  host("r3").system().vrfDel(L3::defaultVrf);
+  story.time().runFor(1);
+  EXPECT_EQ(told["r3"]->last(EventKind::bsrLost).cause, "the VRF is not running");
 }
 
 TEST_P(Reporters, WhatIsConfiguredAndNotThereIsTold) {
