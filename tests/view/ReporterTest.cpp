@@ -248,6 +248,10 @@ TEST_P(Reporters, AVrfThatGoesTakesItsElectionAlong) {
 
 TEST_P(Reporters, WhatIsConfiguredAndNotThereIsTold) {
   start();
+  told["r1"]->reporter.started("PimBsr", "1", "");
+  EXPECT_EQ(told["r1"]->last(EventKind::agentStarted).text,
+            "PimBsr 1 started, with the BSR of 1 zone and 1 RP from before");
+  told["r1"]->story();
   told["r1"]->others = {{L3::defaultVrf, "eth7"}};
   told["r1"]->reporter.handleConfig();
   host("r1").system().vrfIs("red", "red");
