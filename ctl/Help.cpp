@@ -84,16 +84,19 @@ std::string helpOn(const std::vector<std::string> &operands) {
   const Verb *verb = verbOf(operands[0]);
   if (verb && operands.size() == 1) return helpOf(*verb);
   const std::string &name = operands.back();
-  std::string text, known;
+  std::string text;
+  std::vector<std::string> known;
   for (const Verb *each : verbsOfNouns()) {
     if (verb && verb->own.data() != each->own.data()) continue;
     if (const Noun *noun = nounOf(*each, name)) text.append(text.empty() ? "" : "\n").append(helpOf(*each, *noun));
     for (const Noun &noun : nounsOf(*each)) {
-      if (known.find(noun.name) == known.npos) known.append(known.empty() ? "" : ", ").append(noun.name);
+      if (std::ranges::find(known, noun.name) == known.end()) known.emplace_back(noun.name);
     }
   }
-  if (text.empty()) throw UsageError("there is no noun '" + name + "'; the nouns are: " + known);
-  return text;
+  if (!text.empty()) return text;
+  std::string names;
+  for (const std::string &each : known) names.append(names.empty() ? "" : ", ").append(each);
+  throw UsageError("there is no noun '" + name + "'; the nouns are: " + names);
 }
 
 }  // namespace Control

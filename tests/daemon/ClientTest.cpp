@@ -213,7 +213,9 @@ TEST(CommandLine, OptionsAreCheckedAgainstWhatTheyAreFor) {
   EXPECT_TRUE(terse.json && !terse.table.legend && terse.table.prefixes);
   EXPECT_EQ(Control::optionsFrom({"print", "zones"}).request.noun, "bsr");
   const std::pair<std::vector<std::string>, const char *> bad[] = {
-      {{"--help", "weather"}, "there is no noun 'weather'; the nouns are: summary, "},
+      {{"--help", "weather"},
+       "there is no noun 'weather'; the nouns are: summary, agent, vrf, bsr, candidate-bsr, candidate-rp, rp-set, "
+       "rp, "},
       {{"show", "weather"}, "there is no noun 'weather' for 'show'; the nouns are: summary, "},
       {{"explain", "acl"}, "there is no noun 'acl' for 'explain'; the nouns are: bsr, rp, group"},
       {{"dance"}, "there is no verb 'dance'; the verbs are: show, "},
