@@ -29,7 +29,7 @@ void compute(Configuration &configuration) {
 }
 
 // What a look at the machine may find fault with, later and without the text.
-void wantSystemPlaces(const Configuration &configuration, Findings &findings) {
+void wantSystemPlaces(const Configuration &configuration, const Places &places, Findings &findings) {
   for (const auto &[vrf, pim] : configuration.pim) {
     findings.at[entryPath({"pim", vrf.text()})];
     for (size_t i = 0; i < pim.interfaces.size(); ++i) {
@@ -38,6 +38,17 @@ void wantSystemPlaces(const Configuration &configuration, Findings &findings) {
   }
   for (const auto &[vrf, settings] : configuration.vrfConfig) {
     if (!settings.crpFilterAcl.empty()) findings.at[entryPath({"vrfConfig", vrf.text(), "crpFilterAcl"})];
+    for (const auto &[intfId, candidacy] : settings.bsrCandidateConfig) {
+      findings.at[entryPath({"vrfConfig", vrf.text(), "bsrCandidateConfig", intfId.name()})];
+    }
+    for (const auto &[intfId, candidacy] : settings.rpCandidateConfig) {
+      findings.at[entryPath({"vrfConfig", vrf.text(), "rpCandidateConfig", intfId.name()})];
+    }
+  }
+  for (const auto &[intfId, settings] : configuration.intfConfig) {
+    const std::string entry = borderEntry(configuration, intfId), written = places.of(entry);
+    findings.places.placeIs(entry, written);
+    findings.at[written];
   }
 }
 
@@ -55,7 +66,7 @@ LoadedConfiguration configurationFromText(std::string_view text, Pax::AddressFam
   findErrors(configuration, file.places, loaded.findings);
   if (loaded.good()) {
     findWarnings(configuration, file.places, loaded.findings);
-    wantSystemPlaces(configuration, loaded.findings);
+    wantSystemPlaces(configuration, file.places, loaded.findings);
   }
   findPlaces(text, loaded.findings);
   return loaded;

@@ -12,6 +12,10 @@ std::string entryPath(std::initializer_list<std::string_view> names) {
 
 std::string textOf(const Pax::IpGenPrefix &prefix) { return Kiv::toText(prefix); }
 
+std::string borderEntry(const Configuration &configuration, const Pax::IntfId &intfId) {
+  return entryPath({"intfConfig", interfaceKeys({configuration, ""}).write(intfId)});
+}
+
 std::string entryOf(const Configuration &configuration, const L3::VrfName &vrf, const Source &source) {
   const auto &[role, intfId, range, acl, options] = source;
   const std::string name = source.isAcl() ? acl : textOf(range);
@@ -22,10 +26,7 @@ std::string entryOf(const Configuration &configuration, const L3::VrfName &vrf, 
     case Role::candidateRp:
       return entryPath({"vrfConfig", vrf.text(), "rpCandidateConfig", intfId.name(), kind("groupRange", "acl"), name});
     case Role::filter: return entryPath({"vrfConfig", vrf.text(), "crpFilterAcl", name});
-    default: {
-      const std::string key = interfaceKeys({configuration, ""}).write(intfId);
-      return entryPath({"intfConfig", key, kind("bsrBorderGrp", "bsrBorderAcl"), name});
-    }
+    default: return borderEntry(configuration, intfId) + entryPath({kind("bsrBorderGrp", "bsrBorderAcl"), name});
   }
 }
 

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "daemon/file/Places.h"
+
 namespace Routing::Pim::Bsr {
 
 /// `place` is where in the file: the path of the culprit ("/vrfConfig/default/holdTime", keys as they
@@ -21,6 +23,7 @@ struct Findings {
   std::vector<Finding> warnings;
   std::vector<std::string> found;         ///< on this machine: where each VRF is
   std::map<std::string, std::string> at;  ///< LINE:COLUMN by path, where that is known
+  Places places;                          ///< of the entries in `at` that the file spells differently
 
   void error(std::string place, std::string message) { add(errors, std::move(place), std::move(message)); }
   void warning(std::string place, std::string message) { add(warnings, std::move(place), std::move(message)); }

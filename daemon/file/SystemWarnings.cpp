@@ -32,24 +32,64 @@ void checkFilter(const Configuration &configuration, const L3::VrfName &vrf, con
   }
 }
 
-// Where an interface is that the VRF does not have.
-std::string whereabouts(const SystemView &view, const std::string &name) {
-  const Linux::LinkMessage *link = view.home.monitor->link(name);
-  if (!link) return "is not there now";
-  const std::string device = view.home.monitor->vrfDeviceOf(*link);
-  return "belongs to " + (device.empty() ? "no VRF device" : "VRF device " + device);
-}
+// The interfaces that the configuration of one VRF names, and the VRF does not have.
+class MissingInterfaces {
+ public:
+  MissingInterfaces(const Configuration &configuration, const L3::VrfName &vrf, const SystemView &view,
+                    Findings &findings)
+      : configuration_(configuration), vrf_(vrf), view_(view), findings_(findings) {}
 
-void checkInterfaces(const L3::VrfName &vrf, const PimVrf &pim, const SystemView &view, Findings &findings) {
-  const std::string device = view.home.deviceName();
-  for (size_t i = 0; i < pim.interfaces.size(); ++i) {
-    const std::string name(pim.interfaces[i].name());
-    if (view.interfaces->intfStatus(pim.interfaces[i])) continue;
-    findings.warning(entryPath({"pim", vrf.text(), "interfaces", std::to_string(i)}),
-                     name + " " + whereabouts(view, name) + "; PIM begins on it when it is in " +
-                         (device.empty() ? "VRF " + vrf.text() : "VRF device " + device));
+  void find() {
+    const std::vector<Pax::IntfId> &interfaces = configuration_.pim.at(vrf_).interfaces;
+    for (size_t i = 0; i < interfaces.size(); ++i) {
+      if (isHere(interfaces[i])) continue;
+      warn(entryPath({"pim", vrf_.text(), "interfaces", std::to_string(i)}), interfaces[i],
+           "PIM begins on it when it is", " in " + home());
+    }
+    const VrfSettings &settings = configuration_.vrfConfig.at(vrf_);
+    findCandidates("bsrCandidateConfig", settings.bsrCandidateConfig, "it is no candidate BSR before it is");
+    findCandidates("rpCandidateConfig", settings.rpCandidateConfig, "it is no candidate RP before it is");
+    for (const auto &[intfId, intf] : configuration_.intfConfig) {
+      const bool isBorder = !intf.bsrBorderGrp.empty() || !intf.bsrBorderAcl.empty();
+      if (intfId.vrf() != vrf_.text() || !isBorder || isHere(intfId)) continue;
+      warn(findings_.places.of(borderEntry(configuration_, intfId)), intfId, "its borders come into force when it is",
+           whereElse(intfId));
+    }
   }
-}
+
+ private:
+  template <class Candidacies>
+  void findCandidates(const char *member, const Candidacies &candidacies, const char *until) {
+    for (const auto &[intfId, candidacy] : candidacies) {
+      if (isHere(intfId)) continue;
+      warn(entryPath({"vrfConfig", vrf_.text(), member, intfId.name()}), intfId, until, whereElse(intfId));
+    }
+  }
+
+  bool isHere(const Pax::IntfId &intfId) const { return view_.interfaces->intfStatus(intfId) != nullptr; }
+  std::string home() const {
+    const std::string device = view_.home.deviceName();
+    return device.empty() ? "VRF " + vrf_.text() : "VRF device " + device;
+  }
+  const Linux::LinkMessage *link(const Pax::IntfId &intfId) const {
+    return view_.home.monitor->link(std::string(intfId.name()));
+  }
+  // Empty where the interface has only to come.
+  std::string whereElse(const Pax::IntfId &intfId) const { return link(intfId) ? " in " + home() : ""; }
+  std::string whereabouts(const Pax::IntfId &intfId) const {
+    if (!link(intfId)) return "is not there now";
+    const std::string device = view_.home.monitor->vrfDeviceOf(*link(intfId));
+    return "belongs to " + (device.empty() ? "no VRF device" : "VRF device " + device);
+  }
+  void warn(std::string path, const Pax::IntfId &intfId, const char *until, const std::string &where) {
+    findings_.warning(std::move(path), std::string(intfId.name()) + " " + whereabouts(intfId) + "; " + until + where);
+  }
+
+  const Configuration &configuration_;
+  const L3::VrfName &vrf_;
+  const SystemView &view_;
+  Findings &findings_;
+};
 
 }  // namespace
 
@@ -61,7 +101,7 @@ SystemView::SystemView(const L3::VrfName &vrf, const FoundHome &found) : home(fo
 
 void findSystemWarnings(const Configuration &configuration, const L3::VrfName &vrf, const SystemView &view,
                         Findings &findings) {
-  checkInterfaces(vrf, configuration.pim.at(vrf), view, findings);
+  MissingInterfaces(configuration, vrf, view, findings).find();
   checkFilter(configuration, vrf, view, findings);
 }
 

@@ -27,20 +27,31 @@ TEST_F(SystemWarningsTest, AFilterThatDeniesOurOwnCandidateRpIsFoundByTheAddress
             (std::vector<Finding>{
                 {"/pim/gone",
                  "there is neither namespace gone nor VRF device gone now; the VRF begins when there is one", "1:10"},
+                {"/vrfConfig/red/rpCandidateConfig/eth9", "eth9 is not there now; it is no candidate RP before it is",
+                 "4:31"},
                 {"/vrfConfig/red/crpFilterAcl", "denies 10.9.0.1, this router's own candidate RP on eth7", "5:9"}}));
 }
 
-TEST_F(SystemWarningsTest, APimInterfaceThatIsNotThereIsFound) {
+TEST_F(SystemWarningsTest, AnInterfaceThatIsNotThereIsFoundWhereverItIsNamed) {
   netns("a");
   ip("a", "link add eth0 type veth peer name eth1");
-  const auto loaded = configurationFromText(
-      R"({"pim": {"red": {"interfaces": ["eth0", "eth2"], "namespace": ")" + nameOf("a") + R"("}}})",
-      Pax::AddressFamily::ipv4);
+  const auto loaded =
+      configurationFromText(R"({"pim": {"red": {"interfaces": ["eth0", "eth2"], "namespace": ")" + nameOf("a") + R"("}},
+ "vrfConfig": {"red": {"bsrCandidateConfig": {"eth0": {"group": {"224.0.0.0/4": {}}}, "eth3": {"group": {"239.1.0.0/16": {}}}},
+   "rpCandidateConfig": {"eth0": {"groupRange": {"239.1.0.0/16": {}}}}}},
+ "intfConfig": {"eth2": {"bsrBorderGrp": ["239.1.0.0/16"]}, "eth0": {"bsrBorderGrp": ["239.1.0.0/16"]},
+   "red/eth7": {"bsrBorderGrp": ["239.1.0.0/16"]}, "red/eth8": {}}})",
+                            Pax::AddressFamily::ipv4);
+  ASSERT_TRUE(loaded.good());
   Findings findings = loaded.findings;
   findSystemWarnings(loaded.configuration, findings);
   EXPECT_EQ(findings.warnings,
             (std::vector<Finding>{
-                {"/pim/red/interfaces/1", "eth2 is not there now; PIM begins on it when it is in VRF red", "1:41"}}));
+                {"/pim/red/interfaces/1", "eth2 is not there now; PIM begins on it when it is in VRF red", "1:41"},
+                {"/vrfConfig/red/bsrCandidateConfig/eth3", "eth3 is not there now; it is no candidate BSR before it is",
+                 "2:87"},
+                {"/intfConfig/eth2", "eth2 is not there now; its borders come into force when it is", "4:17"},
+                {"/intfConfig/red/eth7", "eth7 is not there now; its borders come into force when it is", "5:4"}}));
 }
 
 }  // namespace
