@@ -99,12 +99,6 @@ const Completed *completedOf(std::string_view kind) {
   return found == allCompleted.end() ? nullptr : &*found;
 }
 
-std::string completedKinds() {
-  std::string kinds;
-  for (const Completed &each : allCompleted) kinds.append(kinds.empty() ? "" : ", ").append(each.kind);
-  return kinds;
-}
-
 std::string bashCompletion() {
   std::ostringstream out;
   std::string options, verbNames, nounNames = namesOfNouns(nouns()), followed = followedNames();

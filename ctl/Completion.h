@@ -19,6 +19,5 @@ struct Completed {
 };
 /// Null when there is no such kind.
 const Completed *completedOf(std::string_view kind);
-std::string completedKinds();
 
 }  // namespace Control

@@ -83,10 +83,13 @@ void checkChoice(const Options &options) {
   const bool isAsked = verbOf(verb)->takesNoun || verb == "monitor";
   if (!isAsked && !(zone + since + severity + kind).empty())
     throw UsageError("--zone, --since, --severity and --kind are for what is shown");
+  if (!std::ranges::count(wordsOf(noun), eventsNoun) && !(since + severity + kind).empty()) {
+    throw UsageError("--since, --severity and --kind are for '" + (verb == "explain" ? "show" : verb) + " events'");
+  }
   if (vrf.empty() || verb == "monitor" || verb == "clear") return;
   const auto isVrf = [](const Column &column) { return column.name == std::string_view("vrf"); };
   const bool hasVrf = isAsked && (noun == eventsNoun || std::ranges::any_of(options.noun->columns, isVrf));
-  if (!hasVrf) throw UsageError("'" + verb + (noun.empty() ? "" : " ") + noun + "' is not of a VRF");
+  if (!hasVrf) throw UsageError("'" + verb + (noun.empty() ? "" : " ") + noun + "' takes no --vrf");
 }
 
 // The operands for `shape`, from `next` on, as one text; empty where it is in brackets and left out.
@@ -154,7 +157,7 @@ void readPrinted(const Texts &operands, Options &options) {
   options.request.argument = what;
   if (!printed(what).empty()) return;
   options.completed = completedOf(what);
-  if (!options.completed) throw UsageError("'print' needs one of: bash, zsh, manual, reference, " + completedKinds());
+  if (!options.completed) throw UsageError("'print' needs one of: bash, zsh, manual, reference");
   options.request = {options.completed->verb, options.completed->noun, options.request.vrf, ""};
 }
 
@@ -164,6 +167,10 @@ void readPace(const po::variables_map &given, Options &options) {
     throw UsageError("--follow is for 'show log'; 'monitor events' follows events");
   }
   if (follows) options.action = Options::Action::follow;
+  const bool isShown = options.request.verb == "show" || options.request.verb == "watch";
+  if (options.table.prefixes && (!isShown || options.request.noun != "acl")) {
+    throw UsageError("--prefixes is for 'show acl'");
+  }
   if (!given.count("interval")) return;
   options.interval = secondsOf(given, "interval", 0.1, "0.1");
   if (!follows && options.request.verb != "watch") throw UsageError("--interval is for 'watch' and --follow");

@@ -229,9 +229,12 @@ TEST(CommandLine, OptionsAreCheckedAgainstWhatTheyAreFor) {
       {{"show", "bsr", "--vrf="}, "'--vrf' needs a value"},
       {{"show", "bsr", "--json=1"}, "'--json' takes no value"},
       {{"show", "bsr", "--vrf", "a", "--vrf", "b"}, "'--vrf' is given twice"},
-      {{"show", "agent", "--vrf", "a"}, "'show agent' is not of a VRF"},
+      {{"show", "agent", "--vrf", "a"}, "'show agent' takes no --vrf"},
+      {{"show", "agent", "--since", "0"}, "--since, --severity and --kind are for 'show events'"},
+      {{"monitor", "bsr", "rp-set", "--kind", "bsrLost"}, "--since, --severity and --kind are for 'monitor events'"},
+      {{"show", "bsr", "--prefixes"}, "--prefixes is for 'show acl'"},
       {{"reload", "--zone", "239.0.0.0/8"}, "--zone, --since, --severity and --kind are for what is shown"},
-      {{"print", "weather"}, "'print' needs one of: bash, zsh, manual, reference, vrfs, "},
+      {{"print", "weather"}, "'print' needs one of: bash, zsh, manual, reference"},
   };
   for (const auto &[arguments, why] : bad) {
     try {
