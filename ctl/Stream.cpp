@@ -16,7 +16,7 @@ using boost::system::error_code;
 
 Stream::Stream(asio::io_context &context, AgentAddress agent, const Request &subscribe, Listener listener)
     : agent_(std::move(agent)),
-      request_(toLine(subscribe) + '\n'),
+      subscribe_(subscribe),
       listener_(std::move(listener)),
       socket_(context),
       retry_(context),
@@ -36,7 +36,8 @@ void Stream::connected(const error_code &error) {
     if (error == boost::system::errc::permission_denied) throw std::runtime_error(why);
     return lost(why);
   }
-  asio::async_write(socket_, asio::buffer(request_), [this](const error_code &failed, size_t) {
+  output_ = toLine(subscribe_).append("\n");
+  asio::async_write(socket_, asio::buffer(output_), [this](const error_code &failed, size_t) {
     // An agent that has too many clients says so without listening.
     if (!failed || failed == asio::error::broken_pipe)
       read();
@@ -60,7 +61,7 @@ void Stream::read() {
 void Stream::take(const std::string &text) {
   const Rows line = Rows::parse(text, nullptr, false);
   if (!line.is_object()) return lost(agent_.program + " says what is no line of a stream");
-  if (!begun_ && !line.contains("error")) begin(line);
+  if (!begun_ && !line.contains("error") && !begin(line)) return;
   listener_.line(text, line);
   if (!line.contains("error")) return;
   const AgentError error = errorFrom(line);
@@ -68,14 +69,25 @@ void Stream::take(const std::string &text) {
   lost(agent_.program + ": " + error.what());
 }
 
-void Stream::begin(const Rows &greeting) {
+bool Stream::begin(const Rows &greeting) {
   const Rows protocol = greeting.value("protocol", Rows());
   if (!protocol.is_number_integer() || protocol.get<int>() != protocolVersion) {
     throw std::runtime_error(agent_.program + " speaks version " + protocol.dump() + " of the protocol, and not " +
                              std::to_string(protocolVersion));
   }
+  // The events of another run have numbers of their own, so that one of before would leave out new ones.
+  const std::string started = greeting.value("started", "");
+  const bool isAnother = std::exchange(started_, started) != started && everBegun_;
+  if (isAnother && !subscribe_.since.empty() && subscribe_.since.find_first_not_of("0123456789") == std::string::npos) {
+    subscribe_.since.clear();
+    silence_.cancel();
+    socket_.close();
+    connectIn(std::chrono::seconds(0));
+    return false;
+  }
   begun_ = everBegun_ = true;
   if (std::exchange(isLost_, false)) listener_.notice(agent_.program + " is back");
+  return true;
 }
 
 void Stream::lost(const std::string &why) {
@@ -83,7 +95,11 @@ void Stream::lost(const std::string &why) {
   silence_.cancel();
   socket_.close(ignored);
   if (!std::exchange(isLost_, true)) listener_.notice(why + "; waiting for it");
-  retry_.expires_after(std::chrono::seconds(1));
+  connectIn(std::chrono::seconds(1));
+}
+
+void Stream::connectIn(std::chrono::seconds delay) {
+  retry_.expires_after(delay);
   retry_.async_wait([this](const error_code &error) {
     if (!error) connect();
   });

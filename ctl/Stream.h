@@ -4,6 +4,7 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/local/stream_protocol.hpp>
 #include <boost/asio/steady_timer.hpp>
+#include <chrono>
 #include <functional>
 #include <string>
 
@@ -39,18 +40,22 @@ class Stream {
   void connected(const boost::system::error_code &error);
   void read();
   void take(const std::string &text);
-  void begin(const Rows &greeting);
+  /// False where the agent was started again and has to be asked otherwise.
+  bool begin(const Rows &greeting);
   void lost(const std::string &why);
+  void connectIn(std::chrono::seconds delay);
   void silenceEndsIn(double seconds);
 
   const AgentAddress agent_;
-  const std::string request_;
+  Request subscribe_;
   const Listener listener_;
   Socket socket_;
   boost::asio::steady_timer retry_;
   boost::asio::steady_timer silence_;
+  std::string output_;
   std::string input_;
-  bool begun_ = false;  // the first line of this connection has come
+  std::string started_;  // when the agent was
+  bool begun_ = false;   // the first line of this connection has come
   bool everBegun_ = false;
   bool isLost_ = false;  // and the operator knows
 };

@@ -94,6 +94,21 @@ TEST_F(ClientStreamTest, AStreamOutlivesItsAgentAndSaysSo) {
   EXPECT_EQ(notices, (Texts{notices[0], "PimBsr is back", "PimBsr is gone; waiting for it", "PimBsr is back"}));
 }
 
+TEST_F(ClientStreamTest, AnAgentThatIsStartedAgainIsAskedForAllItsEvents) {
+  serve("{\"protocol\":1,\"started\":\"A\"}\n");
+  const Stream stream(context, {path, "PimBsr"}, {"subscribe", "events", "", "", "17"}, listener);
+  for (const char *started : {"A", "B"}) {
+    runUntil([&] { return !lines.empty(); });
+    server.reset();
+    lines.clear();
+    serve(std::string("{\"protocol\":1,\"started\":\"").append(started).append("\"}\n"));
+  }
+  runUntil([&] { return !lines.empty(); });
+  const std::string since = R"({"verb":"subscribe","noun":"events","since":"17"})";
+  EXPECT_EQ(requests, (Texts{since, since, since, R"({"verb":"subscribe","noun":"events"})"}));
+  EXPECT_EQ(lines, Texts{R"({"protocol":1,"started":"B"})"});
+}
+
 TEST_F(ClientStreamTest, WhatARestartCannotMendEndsIt) {
   for (const auto &[line, error] : {
            std::pair{R"({"error":"there is no VRF 'red'"})", "there is no VRF 'red'"},
