@@ -3,6 +3,7 @@
 #include <array>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
+#include <chrono>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
@@ -119,9 +120,13 @@ RowSource answer(const Process &process, const Control::Request &request) {
   return showSource(process, request);
 }
 
-// What a stream begins with.
+// What a stream begins with; made when the program starts.
 Rows greeting(const Agent &agent) {
-  return {{"protocol", Control::protocolVersion}, {"agent", agent.name()}, {"version", PIMBSR_VERSION}};
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  return {{"protocol", Control::protocolVersion},
+          {"agent", agent.name()},
+          {"version", PIMBSR_VERSION},
+          {"started", utcText(std::chrono::duration<double>(now).count())}};
 }
 
 // The line of rows, a piece at a time. The first rows are made at once, and throw what is wrong with the request.
@@ -201,7 +206,8 @@ void makeMetrics(Linux::EventLoop &loop, const std::shared_ptr<MetricsReading> &
 
 Answers::Answers(Process process)
     : process_(std::move(process)),
-      feeds_(process_.loop, process_.wheel, process_.events, greeting(process_.agent),
+      greeting_(greeting(process_.agent)),
+      feeds_(process_.loop, process_.wheel, process_.events, greeting_,
              [this](const Control::Request &request) { return showSource(process_, request); }) {}
 
 Control::Reply Answers::metrics(MetricsFormat format) const {
@@ -212,7 +218,7 @@ Control::Reply Answers::metrics(MetricsFormat format) const {
 Control::Reply Answers::reply(std::string_view line) {
   try {
     const Control::Request request = Control::requestFromLine(line);
-    if (request.verb == "hello") return Control::replyOf(rowsLine(Rows::array({greeting(process_.agent)})));
+    if (request.verb == "hello") return Control::replyOf(rowsLine(Rows::array({greeting_})));
     if (request.verb == "subscribe") return feeds_.subscribe(request);
     return replyTo(process_, request);
   } catch (const std::invalid_argument &error) {

@@ -57,6 +57,7 @@ class Answers {
 
  private:
   const Process process_;
+  const Rows greeting_;
   Feeds feeds_;
 };
 

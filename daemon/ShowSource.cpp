@@ -113,6 +113,21 @@ Source rowsOfVrfs(const Process &process, const Control::Request &request) {
                               : ofZone(VrfRows(process, request), zoneFrom(request.zone, process.system.af));
 }
 
+// Whoever gives an address instead of a group asks about an RP perhaps.
+void checkGroup(const std::string &text, Pax::AddressFamily family) {
+  try {
+    groupFrom(text, family);
+  } catch (const std::invalid_argument &error) {
+    std::string more;
+    try {
+      const Pax::IpGenAddr address = Pax::IpGenAddr::fromText(text);
+      if (address.af() == family) more = "; see 'show rp-set " + text + "' or 'explain rp " + text + "'";
+    } catch (const Kiv::RangeError &) {
+    }
+    throw std::invalid_argument(error.what() + more);
+  }
+}
+
 }  // namespace
 
 RowSource sourceOf(Rows all) {
@@ -127,9 +142,9 @@ void checkNoun(const Control::Request &request) {
   const Control::Noun *known = Control::nounOf(*Control::verbOf(request.verb), noun);
   if (noun.empty()) throw std::invalid_argument("'" + request.verb + "' needs a noun");
   if (!known) throw std::invalid_argument("there is no noun '" + noun + "'");
-  if (!*known->operand && !request.argument.empty()) throw std::invalid_argument("'" + noun + "' takes no argument");
+  checkArgument(*known, request.argument);
   if (noun == "events") return;
-  if (request.choosesEvents()) throw std::invalid_argument("only of 'events' a part can be chosen");
+  if (request.choosesEvents()) throw std::invalid_argument("since, severity and kind are for 'events'");
   const bool hasZones = std::ranges::any_of(known->columns, [](auto &column) { return column.name == "zone"sv; });
   if (!request.zone.empty() && !hasZones) throw std::invalid_argument("the rows of '" + noun + "' have no zone");
 }
@@ -138,7 +153,9 @@ RowSource showSource(const Process &process, const Control::Request &request) {
   const std::string &noun = request.noun;
   if (noun == "events") return events(process, request);
   checkVrf(process, request.vrf);
-  if (request.verb == "explain") return rowsOfVrfs(process, request);
+  const bool isExplained = request.verb == "explain";
+  if (noun == (isExplained ? "group" : "rp")) checkGroup(request.argument, process.system.af);
+  if (isExplained) return rowsOfVrfs(process, request);
   if (noun == "drops") return sourceOf(dropRows(process.drops, request.vrf, process.loop.now()));
   if (noun == "summary") return summaryRows(process, request);
   if (noun == "log") return sourceOf(rowsOfLines(process.log.lines()));

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <stdexcept>
 
 namespace Control {
 
@@ -239,6 +240,13 @@ std::span<const Noun> nouns() { return allNouns; }
 const Noun *nounOf(std::string_view name) {
   const auto found = std::ranges::find(allNouns, name, [](const Noun &noun) { return std::string_view(noun.name); });
   return found == allNouns.end() ? nullptr : &*found;
+}
+
+void checkArgument(const Noun &noun, const std::string &argument) {
+  const std::string name(noun.name), operand(noun.operand);
+  if (operand.empty() && !argument.empty()) throw std::invalid_argument("'" + name + "' takes no argument");
+  const bool isNeeded = !operand.empty() && !operand.starts_with('[');
+  if (isNeeded && argument.empty()) throw std::invalid_argument("'" + name + "' needs '" + operand + "'");
 }
 
 }  // namespace Control

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace Control {
@@ -47,6 +48,8 @@ std::span<const Verb> verbs();
 /// Null when there is none of this name.
 const Noun *nounOf(std::string_view name);
 const Noun *nounOf(const Verb &verb, std::string_view name);
+/// Throws std::invalid_argument where the noun takes no argument, or needs one.
+void checkArgument(const Noun &noun, const std::string &argument);
 /// That a verb takes.
 std::span<const Noun> nounsOf(const Verb &verb);
 const Verb *verbOf(std::string_view name);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "daemon/control/Nouns.h"
 #include "daemon/control/Streams.h"
 
 namespace Routing::Pim::Bsr {
@@ -21,9 +22,12 @@ std::vector<std::string> nounsOf(const Control::Request &request) {
   if (nouns.empty()) throw std::invalid_argument("'subscribe' needs a noun: " + Control::followedNames());
   const bool hasEvents = std::find(nouns.begin(), nouns.end(), Control::eventsNoun) != nouns.end();
   if ((request.choosesEvents() || !request.zone.empty()) && !hasEvents)
-    throw std::invalid_argument("only of 'events' a part can be chosen");
+    throw std::invalid_argument("since, zone, severity and kind are for 'events'");
   if (nouns.size() > 1 && !request.argument.empty()) {
     throw std::invalid_argument("a subscription with an argument is to one noun");
+  }
+  for (const std::string &noun : nouns) {
+    if (noun != Control::eventsNoun) checkArgument(*Control::nounOf(noun), request.argument);
   }
   return nouns;
 }

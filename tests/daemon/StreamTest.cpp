@@ -247,6 +247,8 @@ TEST_F(StreamTest, WrongSubscriptionsAreRefused) {
   EXPECT_EQ(refusal("weather").find("'weather' cannot be subscribed to; what can: events, agent, vrf, bsr,"), 0u);
   EXPECT_EQ(refusal("border counters").find("'counters' cannot be subscribed to;"), 0u);
   EXPECT_EQ(refusal(" ").find("'subscribe' needs a noun: events, agent,"), 0u);
+  EXPECT_EQ(refusal("border rp"), "'rp' needs 'GROUP'");
+  EXPECT_EQ(refusal("border", "eth0"), "'border' takes no argument");
   EXPECT_EQ(refusal("rp border", "225.0.0.1"), "a subscription with an argument is to one noun");
   EXPECT_THROW(subscribe("border", "red"), std::invalid_argument);
 }
