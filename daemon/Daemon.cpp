@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <boost/asio/post.hpp>
 #include <boost/asio/signal_set.hpp>
 #include <chrono>
@@ -51,15 +50,6 @@ double wallClock() {
   return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
-// A file may have tens of thousands, which nobody reads and which take long to trace.
-std::vector<std::string> firstOf(const std::vector<Finding> &findings, const std::string &file) {
-  constexpr size_t most = 100;
-  std::vector<std::string> lines;
-  for (size_t i = 0; i < std::min(findings.size(), most); ++i) lines.push_back(toText(file, findings[i]));
-  if (findings.size() > most) lines.push_back("and " + std::to_string(findings.size() - most) + " more, see 'check'");
-  return lines;
-}
-
 }  // namespace
 
 // What the daemon owns, in the order in which it is made.
@@ -89,7 +79,7 @@ struct Daemon::Process {
   Troubles troubles{};
   VrfHosts hosts{};
   std::optional<Changeover> changeover{};  // while a configuration is applied
-  std::vector<std::string> warnings{};     // of that one
+  std::string warning{};                   // of that one, as its event tells it
   Reloaded changed{};                      // when it is
   std::vector<Reloaded> waiting{};         // for the reload after it
   EventReporter reporter{{events, drops, system, wheel, [this](const L3::VrfName &vrf) { return interfacesOf(vrf); },
@@ -150,7 +140,7 @@ Daemon::Daemon(Pax::AddressFamily family, const Options &options, const Configur
     return reply(line);
   });
   if (options.standby) process_->system.standbyIs(true);  // before anything could be sent
-  changeoverIs(configuration, effectiveText(configuration), {}, [](const std::string &) {});
+  changeoverIs(configuration, effectiveText(configuration), "", [](const std::string &) {});
   while (!process_->changeover->goOn()) {
   }
   changeoverDone();
@@ -229,25 +219,25 @@ void Daemon::loadedIs(const LoadedConfiguration &loaded, const Reloaded &done) {
     for (const std::string &error : errors) TRACELET(trace, 1, error);
     process_->loading.error = joined(errors, "\n");
     TRACELET(trace, 1, "The configuration stays as it was");
-    const std::string more = errors.size() > 1 ? " and " + std::to_string(errors.size() - 1) + " more" : "";
     process_->reporter.tell(EventKind::configurationRefused, Severity::error,
-                            "The configuration stays as it was: " + errors.front() + more, errors.front());
+                            "The configuration stays as it was: " + oneOf(loaded.findings.errors, file, "error"),
+                            errors.front());
     return done(process_->loading.error);
   }
-  const std::vector<std::string> warnings = firstOf(loaded.findings.warnings, file);
-  for (const std::string &warning : warnings) TRACELET(trace, 2, "warning: " << warning);
-  changeoverIs(loaded.configuration, loaded.effective, warnings, done);
+  const std::vector<Finding> &warnings = loaded.findings.warnings;
+  for (const std::string &warning : firstOf(warnings, file)) TRACELET(trace, 2, "warning: " << warning);
+  changeoverIs(loaded.configuration, loaded.effective, oneOf(warnings, file, "warning"), done);
   changeInSlices();
 }
 
-void Daemon::changeoverIs(const Configuration &wanted, const std::string &effective, std::vector<std::string> warnings,
+void Daemon::changeoverIs(const Configuration &wanted, const std::string &effective, const std::string &warning,
                           Reloaded done) {
   Process &process = *process_;
   const VrfHost::Process shared{process.loop,  process.watcher, process.monitors,
                                 process.wheel, process.random,  process.system};
   process.changeover.emplace(shared, process.hosts, process.configuration, wanted);
   process.effectiveWanted = effective;
-  process.warnings = std::move(warnings);
+  process.warning = warning;
   process.changed = std::move(done);
 }
 
@@ -281,10 +271,9 @@ void Daemon::tellLoaded(const Configuration &before) {
   process.lines.leastIs(process.options.logLevel.value_or(process.configuration.logLevel));
   std::string text =
       "Configuration loaded from " + process.options.config + ": " + differenceOf(before, process.configuration);
-  const size_t warnings = process.warnings.size();
-  if (warnings > 0) text += "; warning: " + process.warnings.front();
-  if (warnings > 1) text += " and " + std::to_string(warnings - 1) + " more warnings, see 'check'";
-  process.reporter.tell(EventKind::configurationLoaded, warnings > 0 ? Severity::warning : Severity::notice, text);
+  const bool warns = !process.warning.empty();
+  if (warns) text += "; warning: " + process.warning;
+  process.reporter.tell(EventKind::configurationLoaded, warns ? Severity::warning : Severity::notice, text);
   process.reporter.handleConfig();
 }
 

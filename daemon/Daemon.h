@@ -47,7 +47,7 @@ class Daemon {
   /// nothing was applied, or with none when all is. Reloads that are asked for while one is applied are one after it.
   void reload(Reloaded done);
   void loadedIs(const LoadedConfiguration &loaded, const Reloaded &done);
-  void changeoverIs(const Configuration &wanted, const std::string &effective, std::vector<std::string> warnings,
+  void changeoverIs(const Configuration &wanted, const std::string &effective, const std::string &warning,
                     Reloaded done);
   void changeInSlices();
   void changeoverDone();

@@ -21,7 +21,7 @@ void findHomesTwice(const Configuration &configuration, Findings &findings) {
     if (owner == vrf) return true;
     const std::string belongs = " already belongs to VRF " + owner.text();
     findings.error(entryPath({"pim", vrf.text()}),
-                   device.empty() ? "namespace " + name + belongs + "; name a device of it for one of them"
+                   device.empty() ? "namespace " + name + belongs + "; give one of them a 'device' in that namespace"
                                   : "VRF device " + device + belongs);
     return false;
   };

@@ -14,7 +14,8 @@ namespace Routing::Pim::Bsr {
 struct Finding {
   std::string place;
   std::string message;
-  std::string at{};  ///< LINE:COLUMN of the member or element at `place`; empty where that is not known
+  std::string at{};   ///< LINE:COLUMN of the member or element at `place`; empty where that is not known
+  size_t repeat = 0;  ///< which of several members of one name, from 0
   bool operator==(const Finding &) const = default;
 };
 
@@ -43,6 +44,12 @@ inline std::string toText(const std::string &file, const Finding &finding) {
   }
   return text;
 }
+
+/// A line for each of the first. A file may have tens of thousands, which nobody reads and which take long to trace.
+std::vector<std::string> firstOf(const std::vector<Finding> &findings, const std::string &file);
+
+/// The first of them, and how many there are besides, all of the kind "error" or "warning"; empty where there is none.
+std::string oneOf(const std::vector<Finding> &findings, const std::string &file, const std::string &kind);
 
 /// The words as one text.
 inline std::string joined(const std::vector<std::string> &words, const char *between) {

@@ -39,12 +39,16 @@ class CountingIterator {
 class Locator : public nlohmann::json_sax<json> {
  public:
   using Wanted = std::map<std::string, std::string>;  // by path, LINE:COLUMN
+  using Repeats = std::map<std::string, std::vector<std::string>>;
 
   Locator(std::string_view text, Wanted &wanted) : text_(text), read_(text.data()), end_(read_), wanted_(wanted) {}
   void run() {
     json::sax_parse(CountingIterator(text_.data(), &read_), CountingIterator(text_.data() + text_.size(), &read_), this,
                     json::input_format_t::json, true, true);
   }
+
+  /// Of the wanted paths, where they come again.
+  const Repeats &repeats() const { return repeats_; }
 
   bool null() override { return value(); }
   bool boolean(bool) override { return value(); }
@@ -93,9 +97,9 @@ class Locator : public nlohmann::json_sax<json> {
   }
   void note(const std::string &path) {
     const auto wanted = wanted_.find(path);
-    if (wanted != wanted_.end() && wanted->second.empty()) {
-      wanted->second = placeOf(text_, static_cast<size_t>(begin() - text_.data()));
-    }
+    if (wanted == wanted_.end()) return;
+    std::string &place = wanted->second.empty() ? wanted->second : repeats_[path].emplace_back();
+    place = placeOf(text_, static_cast<size_t>(begin() - text_.data()));
   }
   std::string nextPath() const {
     if (levels_.empty()) return "";
@@ -133,6 +137,7 @@ class Locator : public nlohmann::json_sax<json> {
   const char *read_;  // by the parser, so far
   const char *end_;   // of what came before
   Wanted &wanted_;
+  Repeats repeats_;
   std::vector<Level> levels_;
   std::string name_;
 };
@@ -145,9 +150,13 @@ void findPlaces(std::string_view text, Findings &findings) {
     for (const Finding &finding : *list) wanted[finding.place];
   }
   if (wanted.empty()) return;
-  Locator(text, wanted).run();
+  Locator locator(text, wanted);
+  locator.run();
   for (auto *list : {&findings.errors, &findings.warnings}) {
-    for (Finding &finding : *list) finding.at = wanted[finding.place];
+    for (Finding &finding : *list) {
+      finding.at =
+          finding.repeat == 0 ? wanted[finding.place] : locator.repeats().at(finding.place).at(finding.repeat - 1);
+    }
   }
   findings.at = std::move(wanted);
 }

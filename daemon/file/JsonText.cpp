@@ -1,6 +1,7 @@
 #include "daemon/file/JsonText.h"
 
 #include <algorithm>
+#include <map>
 
 #include "daemon/file/JsonErrors.h"
 #include "daemon/file/JsonPlaces.h"
@@ -33,7 +34,11 @@ class Builder : public nlohmann::json_sax<json> {
     const Level &level = levels_.back();
     twice_ = level.value && level.value->contains(name);
     name_ = std::move(name);
-    if (twice_) findings_.error(pathTo(level.path, name_), "is given twice");
+    if (twice_) {
+      std::string path = pathTo(level.path, name_);
+      const size_t repeat = ++repeats_[path];
+      findings_.errors.push_back({std::move(path), "is given twice", "", repeat});
+    }
     return true;
   }
 
@@ -103,6 +108,7 @@ class Builder : public nlohmann::json_sax<json> {
   std::vector<Level> levels_;
   std::string name_;
   bool twice_ = false;
+  std::map<std::string, size_t> repeats_;  // of each member that is given twice
 };
 
 }  // namespace

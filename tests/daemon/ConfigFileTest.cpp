@@ -90,7 +90,23 @@ TEST(ConfigFile, AFaultIsNamedWithItsLineAndColumn) {
                         {"/vrfConfig/default/rpCandidateConfig/eth0/groupRange/225.0.0.0/8/priority", "7:47"},
                         {"/acl/B/1/permit", "9:18"},
                     }));
-  EXPECT_EQ(toText("F", {"/pim", "is bad", "3:5"}), "F:/pim: is bad (line 3, column 5)");
+  const Finding bad{"/pim", "is bad", "3:5"}, worse{"/acl", "is worse"};
+  EXPECT_EQ(oneOf({bad}, "F", "error"), "F:/pim: is bad (line 3, column 5)");
+  EXPECT_EQ(oneOf({worse, bad}, "F", "error"), "F:/acl: is worse; and 1 more error, see 'pimbsrctl check'");
+  EXPECT_EQ(oneOf({worse, bad, bad}, "F", "warning"), "F:/acl: is worse; and 2 more warnings, see 'pimbsrctl check'");
+}
+
+TEST(ConfigFile, WhatIsGivenAgainIsNamedWithThePlaceWhereItIs) {
+  const auto loaded = configurationFromText(R"({"pim": {"default": {"hello": 5, "hello": 6}},
+  "acl": {"A": [], "A": [{"permit": 7, "permit": 8}],
+          "A": []}})",
+                                            ipv4);
+  std::vector<std::string> errors;
+  for (const Finding &error : loaded.findings.errors) errors.push_back(toText("", error));
+  EXPECT_EQ(errors, (std::vector<std::string>{
+                        ":/pim/default/hello: is given twice (line 1, column 34)",
+                        ":/acl/A: is given twice (line 2, column 20)", ":/acl/A: is given twice (line 3, column 11)",
+                        ":/pim/default/hello: must be speak or listen, not 5 (line 1, column 22)"}));
 }
 
 TEST(ConfigFile, ANamespaceWithoutItsDevicesAndEachVrfDeviceBelongToOneVrf) {
@@ -204,7 +220,7 @@ TEST(ConfigFile, EveryFaultIsNamedWithItsPlace) {
 /metrics/listen: "eth0:9716" is not ADDRESS:PORT (as 127.0.0.1:9716 or [::1]:9716) or PORT
 /metrics/port: unknown name; known here: listen
 /pin: unknown name; known here: pim, vrfConfig, intfConfig, acl, logLevel, metrics
-/pim/tan: namespace red already belongs to VRF red; name a device of it for one of them
+/pim/tan: namespace red already belongs to VRF red; give one of them a 'device' in that namespace
 /vrfConfig/blue/bsrCandidateConfig/lo/acl/A: ACL A is not defined
 /vrfConfig/blue/rpCandidateConfig/lo/acl/B: ACL B is not defined
 /vrfConfig/blue/crpFilterAcl/0: ACL C is not defined
