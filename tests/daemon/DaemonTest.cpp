@@ -337,6 +337,8 @@ TEST_F(DaemonTest, TellsOfItselfAndOfEveryVrfAndTakesItsRoleAndStages) {
     for (const Control::Column &column : Control::nounOf(noun)->columns) columns.emplace_back(column.name);
     EXPECT_EQ(names, columns);
   }
+  const std::string started = ask({"hello", "", "", ""})[0]["started"];
+  EXPECT_EQ(ask({"show", "events", "", "", started, "", "", "agentStarted"}).size(), 1u) << started;
   const Rows agent = ask({"show", "agent", "", ""})[0];
   EXPECT_EQ(agent["redundancy"], "active");
   EXPECT_EQ(agent["shutdown"], true);
