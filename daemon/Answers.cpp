@@ -122,7 +122,8 @@ RowSource answer(const Process &process, const Control::Request &request) {
 
 // What a stream begins with; made when the program starts.
 Rows greeting(const Agent &agent) {
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  // Not rounded up: an event of the same moment is not before it.
+  const auto now = std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch());
   return {{"protocol", Control::protocolVersion},
           {"agent", agent.name()},
           {"version", PIMBSR_VERSION},
