@@ -94,18 +94,25 @@ void Prober::ask() {
   const double asked = now();
   std::string answer;
   if (anew_) descriptor_ = {};
-  while (!descriptor_ && now() < asked + patience) {
-    descriptor_ = connected(socket_);
-    if (!descriptor_) std::this_thread::sleep_for(std::chrono::milliseconds(1));  // behind others who come
-  }
-  const bool told = descriptor_ && ::send(descriptor_.number(), question_.data(), question_.size(), MSG_NOSIGNAL) > 0;
-  if (!told || !answerArrives(asked + patience, answer)) {
-    ++counts_.unanswered;
+  // Who is turned away behind a crowd asks again.
+  while (!isAnswered(asked + patience, answer)) {
     descriptor_ = {};
+    if (now() < asked + patience) continue;
+    ++counts_.unanswered;
     return;
   }
   counts_.longest = std::max(counts_.longest, now() - asked);
   if (answer.find(expected_) == std::string::npos) ++counts_.wrong;
+}
+
+bool Prober::isAnswered(double deadline, std::string &answer) {
+  while (!descriptor_ && now() < deadline) {
+    descriptor_ = connected(socket_);
+    if (!descriptor_) std::this_thread::sleep_for(std::chrono::milliseconds(1));  // behind others who come
+  }
+  answer.clear();
+  const bool told = descriptor_ && ::send(descriptor_.number(), question_.data(), question_.size(), MSG_NOSIGNAL) > 0;
+  return told && answerArrives(deadline, answer);
 }
 
 bool Prober::answerArrives(double deadline, std::string &answer) {

@@ -39,7 +39,7 @@ class Prober {
   struct Counts {
     uint64_t asked = 0;
     uint64_t wrong = 0;       ///< answered, without the text that is expected
-    uint64_t unanswered = 0;  ///< no answer within `patience` seconds, or no connection
+    uint64_t unanswered = 0;  ///< no answer within `patience` seconds, however often it asked
     double longest = 0;       ///< seconds until an answer
   };
   static constexpr double patience = 60;
@@ -52,6 +52,7 @@ class Prober {
   const Counts &counts() const { return counts_; }
 
  private:
+  bool isAnswered(double deadline, std::string &answer);
   bool answerArrives(double deadline, std::string &answer);
 
   const std::string socket_;
