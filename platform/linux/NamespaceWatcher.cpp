@@ -23,7 +23,7 @@ std::string directoryOf(const std::string &path) {
 }
 
 // The file of a new namespace is made before the namespace is mounted on it, which no event tells.
-bool isUnfinished(const std::string &path) { return access(path.c_str(), F_OK) == 0 && namespaceInode(path) == 0; }
+bool isUnfinished(const std::string &path, uint64_t inode) { return inode == 0 && access(path.c_str(), F_OK) == 0; }
 
 }  // namespace
 
@@ -65,7 +65,7 @@ void NamespaceWatcher::check() {
   for (const auto &[path, watched] : watched_) {
     watchDirectory(directoryOf(path));
     const uint64_t inode = namespaceInode(path);
-    unfinished |= isUnfinished(path);
+    unfinished |= isUnfinished(path, inode);
     if (inode != watched->inode_) changed.push_back(watched);
   }
   if (unfinished) retryLater();
@@ -102,7 +102,7 @@ NamespaceWatcher::Watched::Watched(NamespaceWatcher &watcher, const std::string 
     : watcher_(watcher), path_(namespacePath(name)), changed_(std::move(changed)) {
   watcher.watchDirectory(directoryOf(path_));
   inode_ = namespaceInode(path_);
-  if (isUnfinished(path_)) watcher.retryLater();
+  if (isUnfinished(path_, inode_)) watcher.retryLater();
   watcher.watched_.emplace(path_, this);
 }
 
