@@ -176,7 +176,11 @@ void OnChange::runAfter(Milliseconds delay) {
 
 void OnChange::run() {
   waits_ = changed_ = false;
-  run_ = std::make_shared<Run>(*this, input_());
+  std::string text = input_();
+  if (text == taken_) return;
+  taken_ = std::nullopt;  // a run that fails may have done half of it
+  given_ = std::move(text);
+  run_ = std::make_shared<Run>(*this, given_);
   try {
     run_->start();
   } catch (const std::system_error &error) {
@@ -189,6 +193,7 @@ void OnChange::done(const std::string &failure) {
   run_ = nullptr;
   if (failure.empty()) {
     failures_ = 0;
+    taken_ = std::move(given_);
     if (changed_) runAfter(parameters_.gathers);
     return;
   }

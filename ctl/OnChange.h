@@ -6,12 +6,14 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace Control {
 
 /// Gives the command a text on its standard input. Changes within `gathers` of the first one come as one, and a change
-/// while the command runs comes after it: there are never two at once. A command that fails, takes longer than
+/// while the command runs comes after it: there are never two at once. A text that the last run has taken is not given
+/// again, so what changes and changes back is no change. A command that fails, takes longer than
 /// `takesMost` or writes more than writesMost bytes is ended with all that it has started, told, and run again after a
 /// delay that doubles up to a minute. Runs on the context of its owner, which must not run it once this is gone.
 class OnChange {
@@ -47,9 +49,11 @@ class OnChange {
   const std::function<void(const std::string &)> tell_;
   const std::function<void(const std::string &)> output_;
   boost::asio::steady_timer timer_;
-  bool waits_ = false;     // for the timer, to run
-  bool changed_ = false;   // since the last run began
-  unsigned failures_ = 0;  // in a row
+  bool waits_ = false;                // for the timer, to run
+  bool changed_ = false;              // since the last run began
+  unsigned failures_ = 0;             // in a row
+  std::string given_;                 // to the last run
+  std::optional<std::string> taken_;  // given_ after a success
   std::shared_ptr<Run> run_;
 };
 

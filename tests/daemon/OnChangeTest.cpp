@@ -61,6 +61,23 @@ TEST_F(OnChangeTest, ACommandHasTheTextOfItsStartAndChangesMeanwhileComeAfterIt)
   EXPECT_EQ(told, Texts{});
 }
 
+TEST_F(OnChangeTest, WhatChangesBackIsNoChangeUnlessTheCommandHasFailed) {
+  OnChange command = onChange("read text; echo $text; [ $text != second ]");
+  command.changed();
+  runUntil([&] { return output == "first\n"; });
+  context.run();
+  command.changed();  // and back, before it is asked for
+  context.restart();
+  context.run();
+  EXPECT_EQ(output, "first\n");
+  input = "second\n";
+  command.changed();
+  runUntil([&] { return told.size() == 1; });
+  input = "first\n";
+  runUntil([&] { return output.ends_with("first\n") && output.size() > 15; });
+  EXPECT_EQ(output, "first\nsecond\nfirst\n");
+}
+
 TEST_F(OnChangeTest, WhateverACommandDoesItsEndIsToldAndItRunsAgain) {
   struct Case {
     const char *command;
