@@ -39,7 +39,7 @@ void VrfFinder::handleNamespace(Candidate &candidate, bool present) {
   look();
 }
 
-// A namespace that was found is held by found(), so what it has is asked of that one.
+// Where it was found before it stays, though the device there may be another one by now.
 std::optional<FoundHome> VrfFinder::firstFound() const {
   std::optional<FoundHome> first;
   for (const Candidate &candidate : candidates_) {

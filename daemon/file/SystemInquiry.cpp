@@ -93,8 +93,9 @@ void SystemInquiry::findWarningsOf(const L3::VrfName &vrf, const PimVrf &pim, Fi
                                ", of which the namespace is used; give 'namespace' or 'device'");
   }
   const Linux::LinkMessage *device = found.front().monitor->link(found.front().deviceName());
-  if (device && !device->adminUp)
+  if (device && !device->adminUp) {
     findings.warning(path, "VRF device " + device->name + " is down: nothing is routed in it");
+  }
   findSystemWarnings(configuration_, vrf, SystemView(vrf, found.front()), findings);
 }
 

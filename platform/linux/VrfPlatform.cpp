@@ -16,10 +16,9 @@ VrfPlatform::VrfPlatform(EventLoop &loop, Orb::Random &random, const Parameters 
   vrfLinks_.emplace(parameters.monitor, parameters.device, parameters.vrf, interfaces_, links_);
 }
 
-void VrfPlatform::close() {
-  if (port_) port_->close();
-  if (routes_) routes_->close();
-  vrfLinks_.reset();
+VrfPlatform::~VrfPlatform() {
+  port_->close();
+  routes_->close();
 }
 
 }  // namespace Linux

@@ -34,7 +34,7 @@ class VrfPlatform {
   /// Throws std::system_error when a socket is refused.
   VrfPlatform(EventLoop &loop, Orb::Random &random, const Parameters &parameters);
   /// Closes every socket without a goodbye; for an orderly stop, hello()->shutDown() goes first.
-  ~VrfPlatform() { close(); }
+  ~VrfPlatform();
 
   const Kiv::Ptr<Orb::TimerWheel> &timerWheel() const { return timerWheel_; }
   const Kiv::Ptr<Ip::AllIntfStatusDir> &interfaces() const { return interfaces_; }
@@ -44,8 +44,6 @@ class VrfPlatform {
   const Kiv::Ptr<Routing::Pim::IO::HelloSpeaker> &hello() const { return hello_; }
 
  private:
-  void close();
-
   const Kiv::Ptr<Orb::TimerWheel> timerWheel_;
   const Kiv::Ptr<Ip::AllIntfStatusDir> interfaces_;
   const Kiv::Ptr<Routing::Pim::Status> pimStatus_;
