@@ -26,8 +26,8 @@ class Box {
     network_.linkIs("link", {"r1", "r2"});
     Sim::Router &router = network_.router("r1");
     system_.vrfIs(vrf_);
-    router.pimStart({});
-    network_.router("r2").pimStart({});
+    router.pimStart();
+    network_.router("r2").pimStart();
     system_.pimIs(vrf_, {router.allIntfStatusDir(), router.pimStatus(), router.routes(), router.port()});
     const auto zone = system_.configColl->vrfConfigIs(vrf_)->bsrCandidateConfigIs(lo_)->groupIs(Pax::allGroups(family));
     zone->hashMaskLenIs(30);

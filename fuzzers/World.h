@@ -26,7 +26,7 @@ class World {
     network_.linkIs("b1-r3", {"b1", "r3"});
     for (const char *name : {"r1", "r2", "r3"}) hosts_.push_back(std::make_unique<Sim::Host>(network_.router(name)));
     hosts_[0]->vrfIs(network_.router("b1", "blue"));
-    network_.router("peer").pimStart({});
+    network_.router("peer").pimStart();
     for (const auto &host : hosts_) told_.push_back(std::make_unique<Test::Told>(*host));
     for (const auto &host : hosts_) host->start();
     std::vector<Pax::IpGenAddr> routers;

@@ -7,7 +7,7 @@ namespace Sim {
 void Feeder::start() {
   constexpr double helloAnswer = 10;
   router_.powerIs(true);
-  router_.pimStart({});
+  router_.pimStart();
   round_.timeMinIs(router_.wheel()->now() + helloAnswer);
 }
 

@@ -28,10 +28,9 @@ void Host::vrfDel(Router &router) {
   std::erase(vrfs_, &router);
 }
 
-void Host::start(Router::HelloParameters parameters) {
-  parameters.redundancyStatus = system_.redundancyStatus;
+void Host::start() {
   for (Router *router : vrfs_) {
-    router->pimStart(parameters);
+    router->pimStart(system_.redundancyStatus);
     system_.pimIs(router->vrf(), {router->allIntfStatusDir(), router->pimStatus(), router->routes(), router->port()});
   }
   VirtualTime &time = router_.network().time();

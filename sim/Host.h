@@ -25,7 +25,7 @@ class Host {
   /// Is told of its agents, from the next start on; null for nobody.
   void watcherIs(Routing::Pim::Bsr::AgentWatcher *watcher) { watcher_ = watcher; }
 
-  void start(Router::HelloParameters parameters = {});
+  void start();
   void stop() { end(true); }    ///< in order: says goodbye to the neighbors
   void crash() { end(false); }  ///< neighbors learn nothing; the router goes on forwarding
   bool runs() const { return agent_ != nullptr; }

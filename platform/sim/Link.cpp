@@ -49,8 +49,10 @@ Link::Link(VirtualTime &time, std::string name, const Pax::IpGenPrefix &subnet, 
 Link::~Link() = default;
 
 void Link::parametersIs(const LinkParameters &parameters) {
+  const bool costs = parameters_.cost != parameters.cost;
   parameters_ = parameters;
   for (Intf *member : members_) member->status()->mtuIs(parameters.mtu);
+  if (costs) topologyChanged_();
 }
 
 void Link::cutIs(bool cut) {

@@ -23,6 +23,7 @@ struct LinkParameters {
   double delay = 0.001;     ///< seconds
   double jitter = 0;        ///< at most so many seconds more, for each receiver anew; may reorder packets
   double loss = 0;          ///< the share of packets that each receiver misses, 0 to 1
+  uint32_t cost = 1;        ///< of a route that crosses it, at least 1
   bool unnumbered = false;  ///< its ends have the addresses of their routers and no subnet; must not change
 };
 
@@ -46,7 +47,7 @@ class Link {
   const std::string &name() const { return name_; }
   const Pax::IpGenPrefix &subnet() const { return subnet_; }
   const LinkParameters &parameters() const { return parameters_; }
-  /// Applies to what is sent from now on; the interfaces take over a new MTU.
+  /// Applies to what is sent from now on; the interfaces take over a new MTU, and routing a new cost.
   void parametersIs(const LinkParameters &parameters);
   const Counters &counters() const { return counters_; }
   /// `tap` sees every packet that is sent, even those that get lost.

@@ -1,5 +1,8 @@
 #include "platform/sim/Network.h"
 
+#include <algorithm>
+#include <queue>
+
 #include "platform/sim/Addresses.h"
 
 namespace Sim {
@@ -34,7 +37,6 @@ Link &Network::linkIs(const std::string &name, const LinkParameters &parameters)
   Link &link = *links_.emplace_back(std::make_unique<Link>(
       time_, name, subnet, parameters, seedFor(2 * uint64_t{index} + 1), [this] { topologyChanged(); }));
   linkByName_[name] = &link;
-  linkBySubnet_[subnet] = &link;
   return link;
 }
 
@@ -46,8 +48,18 @@ Link &Network::linkIs(const std::string &name, const std::vector<std::string> &r
 }
 
 void Network::ownerIs(const Pax::IpGenAddr &address, Router &router) {
-  owner_[address] = &router;
+  const auto [first, last] = owners_.equal_range(address);
+  const bool isKnown = std::any_of(first, last, [&](const auto &owner) { return owner.second == &router; });
+  if (!isKnown) owners_.emplace(address, &router);
   topologyChanged();
+}
+
+void Network::subnetIs(const IntfAddress &address, Intf &intf) {
+  if (address.subnet == Pax::IpGenPrefix::host(address.address)) return ownerIs(address.address, intf.router());
+  const auto [first, last] = linksBySubnet_.equal_range(address.subnet);
+  const bool isKnown = std::any_of(first, last, [&](const auto &link) { return link.second == &intf.link(); });
+  if (!isKnown) linksBySubnet_.emplace(address.subnet, &intf.link());
+  subnetLengths_.insert(address.subnet.length());
 }
 
 const Network::Distances &Network::distancesTo(const Pax::IpGenAddr &destination) {
@@ -58,35 +70,45 @@ const Network::Distances &Network::distancesTo(const Pax::IpGenAddr &destination
   return known->second;
 }
 
+// Dijkstra's algorithm, from the ends.
 Network::Distances Network::workOut(const Pax::IpGenAddr &destination) const {
   Distances distances(routers_.size(), unreachable);
-  std::vector<uint32_t> reached = endsOf(destination);
-  for (const uint32_t end : reached) distances[end] = 0;
-  for (size_t i = 0; i < reached.size(); ++i) {
-    for (const Intf &intf : routers_[reached[i]]->intfs()) {
+  using Reached = std::pair<uint32_t, uint32_t>;  // at this distance, the router of this index
+  std::priority_queue<Reached, std::vector<Reached>, std::greater<>> next;
+  for (const uint32_t end : endsOf(destination)) next.emplace(distances[end] = 0, end);
+  while (!next.empty()) {
+    const auto [distance, index] = next.top();
+    next.pop();
+    if (distance > distances[index]) continue;  // there is a shorter way, which has been followed
+    for (const Intf &intf : routers_[index]->intfs()) {
       if (!intf.isUp() || intf.link().isCut()) continue;
+      const uint32_t further = distance + intf.link().parameters().cost;
       for (const Intf *member : intf.link().members()) {
-        uint32_t &distance = distances[member->router().index()];
-        if (distance != unreachable || !member->isUp()) continue;
-        distance = distances[reached[i]] + 1;
-        reached.push_back(member->router().index());
+        uint32_t &known = distances[member->router().index()];
+        if (known <= further || !member->isUp()) continue;
+        next.emplace(known = further, member->router().index());
       }
     }
   }
   return distances;
 }
 
-std::vector<uint32_t> Network::endsOf(const Pax::IpGenAddr &destination) const {
-  std::vector<uint32_t> ends;
-  if (const auto owner = owner_.find(destination); owner != owner_.end()) {
-    if (owner->second->hasPower()) ends.push_back(owner->second->index());
-    return ends;
+std::set<uint32_t> Network::endsOf(const Pax::IpGenAddr &destination) const {
+  std::set<uint32_t> ends;
+  const auto [owner, lastOwner] = owners_.equal_range(destination);
+  for (auto each = owner; each != lastOwner; ++each) {
+    if (each->second->hasPower() && each->second->owns(destination)) ends.insert(each->second->index());
   }
-  const uint8_t length = linkSubnet(family_, 0).length();
-  const auto link = linkBySubnet_.find(Pax::IpGenPrefix(destination, length));
-  if (link == linkBySubnet_.end() || link->second->isCut()) return ends;
-  for (const Intf *member : link->second->members()) {
-    if (member->isUp()) ends.push_back(member->router().index());
+  if (owner != lastOwner) return ends;
+  for (const uint8_t length : subnetLengths_) {
+    const auto [link, lastLink] = linksBySubnet_.equal_range(Pax::IpGenPrefix(destination, length));
+    for (auto each = link; each != lastLink; ++each) {
+      if (each->second->isCut()) continue;
+      for (const Intf *member : each->second->members()) {
+        if (member->isUp()) ends.insert(member->router().index());
+      }
+    }
+    if (link != lastLink) return ends;
   }
   return ends;
 }

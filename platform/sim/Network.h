@@ -1,9 +1,11 @@
 /// A simulated network: routers and links on virtual time.
 #pragma once
 
+#include <functional>
 #include <limits>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -39,16 +41,20 @@ class Network {
   static constexpr uint32_t unreachable = std::numeric_limits<uint32_t>::max();
   uint64_t topologyVersion() const { return topologyVersion_; }
   void topologyChanged() { ++topologyVersion_; }
-  /// The router has this address, which every other router can reach.
+  /// The router has this address, which every other router can reach while it has it. Where several have it, the
+  /// nearest is reached.
   void ownerIs(const Pax::IpGenAddr &address, Router &router);
-  /// How many links lie between each router, by its index, and the router or subnet with this address. Worked out
+  /// The interface has this address: its subnet is on its link, and an address that is a subnet of its own is one of
+  /// its router.
+  void subnetIs(const IntfAddress &address, Intf &intf);
+  /// What the links cost between each router, by its index, and the router or subnet with this address. Worked out
   /// once for each state of the topology.
   const Distances &distancesTo(const Pax::IpGenAddr &destination);
 
  private:
   uint64_t seedFor(uint64_t use) const;
   Distances workOut(const Pax::IpGenAddr &destination) const;
-  std::vector<uint32_t> endsOf(const Pax::IpGenAddr &destination) const;
+  std::set<uint32_t> endsOf(const Pax::IpGenAddr &destination) const;
 
   const Pax::AddressFamily family_;
   const uint64_t seed_;
@@ -57,8 +63,9 @@ class Network {
   std::vector<std::unique_ptr<Router>> routers_;
   std::map<std::string, Link *> linkByName_;
   std::map<std::string, Router *> routerByName_;
-  std::unordered_map<Pax::IpGenPrefix, Link *> linkBySubnet_;
-  std::unordered_map<Pax::IpGenAddr, Router *> owner_;
+  std::unordered_multimap<Pax::IpGenPrefix, Link *> linksBySubnet_;
+  std::set<uint8_t, std::greater<>> subnetLengths_;
+  std::unordered_multimap<Pax::IpGenAddr, Router *> owners_;
   std::unordered_map<Pax::IpGenAddr, Distances> distances_;
   uint64_t topologyVersion_ = 1;
   uint64_t distancesVersion_ = 0;

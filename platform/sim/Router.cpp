@@ -17,38 +17,49 @@ Router::Router(Network &network, std::string name, const std::string &vrf, uint3
       address_(loopbackAddress(network.af(), index)),
       random_(seed),
       interfaces_(Kiv::make<Ip::AllIntfStatusDir>()),
-      loopback_(interfaces_->intfStatusIs({vrf_, "lo"})),
       routes_(Kiv::make<Routes>(network, *this)),
       wheel_(Kiv::make<Orb::TimerWheel>(network.time(), network.time())) {
-  loopback_->mtuIs(65536);
-  loopback_->adminUpIs(true);
-  loopback_->upIs(true);
+  stubIs("lo");
   addressIs(address_);
 }
 
-void Router::addressIs(const Pax::IpGenAddr &address) {
-  loopback_->addressIs(address, {.subnet = Pax::IpGenPrefix::host(address)});
-  Ip::chooseAddresses(*loopback_, network_.af());
+void Router::stubIs(const std::string &name) {
+  const auto status = interfaces_->intfStatusIs({vrf_, name});
+  status->mtuIs(name == "lo" ? 65536 : 1500);
+  status->adminUpIs(true);
+  status->upIs(true);
+}
+
+void Router::addressIs(const Pax::IpGenAddr &address, const std::string &stub) {
+  const auto status = interfaces_->intfStatus({vrf_, stub});
+  status->addressIs(address, {.subnet = Pax::IpGenPrefix::host(address)});
+  Ip::chooseAddresses(*status, network_.af());
+  if (address_.isZero()) address_ = address;
   network_.ownerIs(address, *this);
 }
 
-void Router::addressDel(const Pax::IpGenAddr &address) {
-  loopback_->addressDel(address);
-  Ip::chooseAddresses(*loopback_, network_.af());
+void Router::addressDel(const Pax::IpGenAddr &address, const std::string &stub) {
+  const auto status = interfaces_->intfStatus({vrf_, stub});
+  status->addressDel(address);
+  Ip::chooseAddresses(*status, network_.af());
+  if (address_ == address) address_ = {};
+  network_.topologyChanged();
 }
 
 bool Router::owns(const Pax::IpGenAddr &address) const {
-  return loopback_->address().contains(address) || std::any_of(intfs_.begin(), intfs_.end(), [&](const Intf &intf) {
-           return intf.status()->up() && intf.status()->address().contains(address);
-         });
+  for (const auto &[intfId, status] : interfaces_->intfStatus()) {
+    if (status->up() && status->address().contains(address)) return true;
+  }
+  return false;
 }
 
-Intf &Router::join(Link &link) {
-  const Pax::IntfId intfId(vrf_, "eth" + std::to_string(intfs_.size()));
-  Intf &intf = intfs_.emplace_back(*this, link, intfId, interfaces_->intfStatusIs(intfId));
+Intf &Router::join(Link &link, const IntfParameters &parameters) {
+  const std::string name = parameters.name.empty() ? "eth" + std::to_string(intfs_.size()) : parameters.name;
+  const Pax::IntfId intfId(vrf_, name);
+  Intf &intf = intfs_.emplace_back(*this, link, intfId, interfaces_->intfStatusIs(intfId), parameters.addresses);
   intfById_.emplace(intfId, &intf);
   link.memberIs(intf);
-  if (speaker_) speaker_->intfIs(intfId);
+  if (speaker_ && !pimInterfaces_) speaker_->intfIs(intfId);
   return intf;
 }
 
@@ -63,12 +74,37 @@ Intf &Router::intfAt(const Link &link) {
   return *found;
 }
 
-void Router::pimStart(const HelloParameters &parameters) {
+std::vector<Pax::IntfId> Router::pimInterfaces() const {
+  if (pimInterfaces_) return *pimInterfaces_;
+  std::vector<Pax::IntfId> interfaces;
+  for (const Intf &intf : intfs_) interfaces.push_back(intf.intfId());
+  return interfaces;
+}
+
+void Router::pimIs(const HelloParameters &parameters, const std::vector<Pax::IntfId> &interfaces) {
+  const std::vector<Pax::IntfId> before = pimInterfaces();
+  hello_ = parameters;
+  pimInterfaces_ = interfaces;
+  if (!speaker_) return;
+  speaker_->parametersIs(parameters);
+  const auto isIn = [](const std::vector<Pax::IntfId> &list, const Pax::IntfId &intfId) {
+    return std::find(list.begin(), list.end(), intfId) != list.end();
+  };
+  for (const Pax::IntfId &intfId : interfaces) {
+    if (!isIn(before, intfId)) speaker_->intfIs(intfId);
+  }
+  for (const Pax::IntfId &intfId : before) {
+    if (!isIn(interfaces, intfId)) speaker_->intfDel(intfId);
+  }
+}
+
+void Router::pimStart(const Kiv::Ptr<const Redundancy::RedundancyStatus> &redundancyStatus) {
   REQUIRE(power_ && !pimRuns());
+  hello_.redundancyStatus = redundancyStatus;
   pimStatus_ = Kiv::make<Routing::Pim::Status>(name_);
   port_ = Kiv::make<Port>(*this);
-  speaker_ = Kiv::make<Routing::Pim::IO::HelloSpeaker>(pimStatus_, interfaces_, port_, wheel_, random_, parameters);
-  for (const Intf &intf : intfs_) speaker_->intfIs(intf.intfId());
+  speaker_ = Kiv::make<Routing::Pim::IO::HelloSpeaker>(pimStatus_, interfaces_, port_, wheel_, random_, hello_);
+  for (const Pax::IntfId &intfId : pimInterfaces()) speaker_->intfIs(intfId);
 }
 
 void Router::pimStop(bool goodbye) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <deque>
+#include <optional>
 #include <string>
 #include <unordered_map>
 
@@ -32,23 +33,31 @@ class Router {
   uint32_t index() const { return index_; }
   /// The first address of its loopback interface "lo", reachable on every path.
   const Pax::IpGenAddr &address() const { return address_; }
-  /// Adds an address to "lo", or removes one.
-  void addressIs(const Pax::IpGenAddr &address);
-  void addressDel(const Pax::IpGenAddr &address);
-  /// Whether the address is one of "lo" or of an interface that is up.
+  /// Adds an address to "lo" or to another interface without a link, or removes one. The first one of a router
+  /// without an address() becomes that.
+  void addressIs(const Pax::IpGenAddr &address, const std::string &stub = "lo");
+  void addressDel(const Pax::IpGenAddr &address, const std::string &stub = "lo");
+  /// Whether the address is one of an interface that is up.
   bool owns(const Pax::IpGenAddr &address) const;
+  /// Makes an interface without a link, that is up and has no address.
+  void stubIs(const std::string &name);
 
-  /// Makes the next interface ("eth0", "eth1", ...) and joins it to the link. PIM is on there whenever it runs.
-  Intf &join(Link &link);
+  /// Makes an interface and joins it to the link.
+  Intf &join(Link &link, const IntfParameters &parameters = {});
   std::deque<Intf> &intfs() { return intfs_; }
   /// Null if there is none of this id.
   Intf *intf(const Pax::IntfId &intfId) const;
   /// Its interface on the link; there must be one.
   Intf &intfAt(const Link &link);
 
+  /// Where PIM is on when it runs, from now on, and how it says Hello; until it is told, on every interface that has
+  /// a link.
+  void pimIs(const HelloParameters &parameters, const std::vector<Pax::IntfId> &interfaces);
+  /// Where PIM is to be on.
+  std::vector<Pax::IntfId> pimInterfaces() const;
   /// Starts the PIM part of a process: a new status, port and Hello speaker, with a new Generation ID. The router
-  /// must have power, and PIM must not run.
-  void pimStart(const HelloParameters &parameters);
+  /// must have power, and PIM must not run. `redundancyStatus` is as the speaker's.
+  void pimStart(const Kiv::Ptr<const Redundancy::RedundancyStatus> &redundancyStatus = nullptr);
   /// Ends it, with a goodbye to the neighbors or, as in a crash, without.
   void pimStop(bool goodbye);
   bool pimRuns() const { return speaker_ != nullptr; }
@@ -77,17 +86,18 @@ class Router {
   const std::string name_;
   const std::string vrf_;
   const uint32_t index_;
-  const Pax::IpGenAddr address_;
+  Pax::IpGenAddr address_;
   Orb::Random random_;
   std::deque<Intf> intfs_;
   std::unordered_map<Pax::IntfId, Intf *> intfById_;
   const Kiv::Ptr<Ip::AllIntfStatusDir> interfaces_;
-  const Kiv::Ptr<Ip::IntfStatus> loopback_;
   const Kiv::Ptr<Routes> routes_;
   const Kiv::Ptr<Orb::TimerWheel> wheel_;
   Kiv::Ptr<Routing::Pim::Status> pimStatus_;
   Kiv::Ptr<Port> port_;
   Kiv::Ptr<Routing::Pim::IO::HelloSpeaker> speaker_;
+  HelloParameters hello_;
+  std::optional<std::vector<Pax::IntfId>> pimInterfaces_;  // unset until it is told
   bool power_ = true;
 };
 

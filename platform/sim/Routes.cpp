@@ -7,6 +7,17 @@ namespace Sim {
 
 using Routing::RouteAnswer;
 
+namespace {
+
+bool isOnLink(const Intf &intf, const Pax::IpGenAddr &destination) {
+  for (const auto &[address, info] : intf.status()->address()) {
+    if (info.global && info.subnet.covers(Pax::IpGenPrefix::host(destination))) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
 const RouteAnswer &Routes::lookup(const Pax::IpGenAddr &destination) {
   if (version_ != network_.topologyVersion()) known_.clear();
   version_ = network_.topologyVersion();
@@ -18,8 +29,9 @@ const RouteAnswer &Routes::lookup(const Pax::IpGenAddr &destination) {
 RouteAnswer Routes::workOut(const Pax::IpGenAddr &destination) const {
   if (router_.owns(destination)) return {RouteAnswer::Kind::local, {}};
   for (const Intf &intf : router_.intfs()) {
-    const bool isOnLink = intf.link().subnet().covers(Pax::IpGenPrefix::host(destination));
-    if (isOnLink && intf.isUp() && !intf.link().isCut()) return {RouteAnswer::Kind::connected, {{intf.intfId(), {}}}};
+    if (intf.isUp() && !intf.link().isCut() && isOnLink(intf, destination)) {
+      return {RouteAnswer::Kind::connected, {{intf.intfId(), {}}}};
+    }
   }
   return via(destination);
 }
@@ -32,7 +44,7 @@ RouteAnswer Routes::via(const Pax::IpGenAddr &destination) const {
   for (const Intf &intf : router_.intfs()) {
     if (!intf.isUp() || intf.link().isCut()) continue;
     for (const Intf *member : intf.link().members()) {
-      if (member->isUp() && distances[member->router().index()] + 1 == own) {
+      if (member->isUp() && distances[member->router().index()] + intf.link().parameters().cost == own) {
         answer.via.push_back({intf.intfId(), member->nextHopAddress()});
       }
     }

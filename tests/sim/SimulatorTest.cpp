@@ -53,7 +53,7 @@ class Lan : public MessageConsumer {
     for (int i = 0; i < routers; ++i) {
       Router &router = network.router("r" + std::to_string(i));
       router.join(link);
-      router.pimStart({});
+      router.pimStart();
       if (i > 0) router.port()->consumerIs(Routing::Pim::Packet::MessageType::bootstrap, this);
     }
     network.time().runFor(20);
@@ -180,7 +180,7 @@ std::string record(uint64_t seed) {
     record << network.time().now() << ' ' << packet.source << ' ';
     for (const uint8_t byte : packet.payload) record << int(byte) << ' ';
   });
-  for (const auto &router : network.routers()) router->pimStart({});
+  for (const auto &router : network.routers()) router->pimStart();
   network.time().runFor(600);
   record << link.counters().lost;
   return record.str();
