@@ -98,10 +98,12 @@ void EventReporter::handleVrf(const L3::VrfName &vrf) {
 void EventReporter::vrfRuns(const L3::VrfName &vrf, const ContainerSm &machines) {
   waiting_.erase(vrf);
   tell(EventKind::vrfRuns, Severity::notice, vrf, sentence("The agent runs in VRF ", vrf), "");
-  running_[vrf] =
-      std::make_unique<VrfReporter>(process_.log, process_.drops, process_.wheel, machines, [this, vrf, &machines] {
+  running_[vrf] = std::make_unique<VrfReporter>(
+      process_.log, process_.drops, process_.wheel, machines,
+      [this, vrf, &machines] {
         return viewOf(process_.system, vrf, &machines, process_.wheel->now(), process_.pimInterfaces(vrf));
-      });
+      },
+      process_.settled);
 }
 
 void EventReporter::vrfStops(const L3::VrfName &vrf) {

@@ -26,6 +26,8 @@ class EventReporter : public AgentWatcher {
     std::function<std::vector<Pax::IntfId>(const L3::VrfName &vrf)> pimInterfaces;  ///< as configured
     /// Why the VRF does not run; empty where it is about to.
     std::function<std::string(const L3::VrfName &vrf)> awaited;
+    /// Is told at the end of a turn in which BSRs, RPs or links of the VRF changed; empty if nobody wants to know.
+    std::function<void(const L3::VrfName &vrf)> settled = {};
   };
 
   explicit EventReporter(Process process);

@@ -5,8 +5,10 @@
 namespace Routing::Pim::Bsr {
 
 VrfReporter::VrfReporter(EventLog &log, Drops &drops, const Kiv::Ptr<Orb::TimerWheel> &wheel,
-                         const ContainerSm &machines, std::function<VrfView()> view)
+                         const ContainerSm &machines, std::function<VrfView()> view,
+                         std::function<void(const L3::VrfName &vrf)> settled)
     : machines_(machines),
+      settled_(std::move(settled)),
       reporting_(log, wheel, machines.container().vrf, std::move(view), [this] { settle(); }),
       link_(reporting_, machines.container().pimStatus, machines.container().vrfIpStatus),
       bsr_(reporting_, machines.container().status),
@@ -29,6 +31,7 @@ void VrfReporter::settle() {
   link_.settle();
   bsr_.settle();
   rp_.settle();
+  if (settled_) settled_(machines_.container().vrf);
 }
 
 void VrfReporter::handleConfig() {

@@ -16,7 +16,7 @@ namespace Routing::Pim::Bsr {
 class VrfReporter : public ZoneWatcher, public IO::RefusalWatcher {
  public:
   VrfReporter(EventLog &log, Drops &drops, const Kiv::Ptr<Orb::TimerWheel> &wheel, const ContainerSm &machines,
-              std::function<VrfView()> view);
+              std::function<VrfView()> view, std::function<void(const L3::VrfName &vrf)> settled = {});
   /// Tells what has changed and was not told yet.
   ~VrfReporter() override;
 
@@ -38,6 +38,7 @@ class VrfReporter : public ZoneWatcher, public IO::RefusalWatcher {
   void settle();
 
   const ContainerSm &machines_;
+  const std::function<void(const L3::VrfName &vrf)> settled_;  // may be empty
   Reporting reporting_;
   LinkReporter link_;
   BsrReporter bsr_;
