@@ -20,6 +20,7 @@ void Host::vrfIs(Router &router) {
   vrfs_.push_back(&router);
   system_.vrfIs(router.vrf(), router.vrf());
   system_.namespaceExistsIs(router.vrf(), true);
+  if (runs()) start(router);
 }
 
 void Host::vrfDel(Router &router) {
@@ -29,14 +30,16 @@ void Host::vrfDel(Router &router) {
 }
 
 void Host::start() {
-  for (Router *router : vrfs_) {
-    router->pimStart(system_.redundancyStatus);
-    system_.pimIs(router->vrf(), {router->allIntfStatusDir(), router->pimStatus(), router->routes(), router->port()});
-  }
+  for (Router *router : vrfs_) start(*router);
   VirtualTime &time = router_.network().time();
   agent_ = Bsr::makeAgent(router_.network().af(), {store_, time, time, router_.random()});
   agent_->watcherIs(watcher_);
   agent_->doInit();
+}
+
+void Host::start(Router &router) {
+  router.pimStart(system_.redundancyStatus);
+  system_.pimIs(router.vrf(), {router.allIntfStatusDir(), router.pimStatus(), router.routes(), router.port()});
 }
 
 void Host::end(bool goodbye) {

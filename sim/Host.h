@@ -17,7 +17,7 @@ class Host {
  public:
   explicit Host(Router &router);
   ~Host() { crash(); }
-  /// One more VRF of the same box, before it starts.
+  /// One more VRF of the same box; the agent starts in it, now or with the others.
   void vrfIs(Router &router);
   /// It leaves the configuration: the agent says goodbye there, then PIM does.
   void vrfDel(Router &router);
@@ -55,6 +55,7 @@ class Host {
   void candidateRpDel();
 
  private:
+  void start(Router &router);
   void end(bool goodbye);
   void storeNew();
   void powerIs(bool power);

@@ -6,12 +6,16 @@
 ///
 ///   scope()                                      where the object stands
 ///   number(name, field, least, most, help)       an integer
+///   real(name, field, least, most, help)         a number
+///   option(name, field, least, most, help)       an integer or a number that may be left out, by the type of its field
+///   json(name, field, help)                      an object of free form
 ///   computed(name, field, least, most, help)     the same; 0 if it is not given, to be computed later
 ///   word(name, field, words, help)               one of a few words, each for a value
 ///   text(name, field, form, help)                a text
 ///   list(name, field, form, help)                a list of texts, for a set or a vector
 ///   map(name, field, form, help)                 an object with any names, for a map of described settings
 ///   object(name, field, help)                    an object of described settings
+///   objects(name, field, help)                   a list of these
 ///   either(action, words, field, form, help)     exactly one of several members; its name gives `action`
 ///   needsOne(names, lack)                        at least one of these maps must have an entry
 #pragma once

@@ -45,6 +45,24 @@ class MemberReader {
     number(name, field, least, most, help);
   }
 
+  void real(const char *name, double &field, double least, double most, const char *) {
+    if (const auto given = object_.real(name, least, most)) field = *given;
+  }
+  template <class Field>
+  void option(const char *name, std::optional<Field> &field, Field least, Field most, const char *) {
+    if constexpr (std::is_integral_v<Field>) {
+      if (const auto given = object_.number(name, least, most)) field = static_cast<Field>(*given);
+    } else {
+      if (const auto given = object_.real(name, least, most)) field = *given;
+    }
+  }
+
+  void json(const char *name, nlohmann::json &field, const char *) {
+    if (const nlohmann::json *given = object_.find(name)) {
+      readElement(*given, object_.path(name), pathTo(entry_, name), scope_, field);
+    }
+  }
+
   template <class Field>
   void word(const char *name, Field &field, const Words<Field> &words, const char *) {
     std::vector<std::string> known;
@@ -81,6 +99,13 @@ class MemberReader {
   void object(const char *name, Settings &field, const char *) {
     if (const nlohmann::json *given = object_.find(name)) {
       read(*given, object_.path(name), pathTo(entry_, name), scope_, file_, field);
+    }
+  }
+
+  template <class Settings>
+  void objects(const char *name, std::vector<Settings> &field, const char *) {
+    if (const nlohmann::json *given = object_.find(name)) {
+      readElement(*given, object_.path(name), pathTo(entry_, name), scope_, field);
     }
   }
 
@@ -122,6 +147,11 @@ class MemberReader {
   void readElement(const nlohmann::json &value, const std::string &path, const std::string &entry, const Scope &scope,
                    Settings &settings) {
     read(value, path, entry, scope, file_, settings);
+  }
+  void readElement(const nlohmann::json &value, const std::string &path, const std::string &, const Scope &,
+                   nlohmann::json &field) {
+    if (!value.is_object()) return file_.findings.error(path, mustBe("an object", value));
+    field = value;
   }
   template <class Settings>
   void readElement(const nlohmann::json &value, const std::string &path, const std::string &entry, const Scope &scope,

@@ -51,6 +51,17 @@ std::optional<uint64_t> ObjectReader::number(const char *name, uint64_t least, u
   return std::nullopt;
 }
 
+std::optional<double> ObjectReader::real(const char *name, double least, double most) {
+  const json *member = find(name);
+  if (!member) return std::nullopt;
+  if (member->is_number()) {
+    const auto number = member->get<double>();
+    if (number >= least && number <= most) return number;
+  }
+  findings_.error(path(name), mustBe("a number from " + json(least).dump() + " to " + json(most).dump(), *member));
+  return std::nullopt;
+}
+
 std::optional<std::string> ObjectReader::text(const char *name) {
   const json *member = find(name);
   if (!member) return std::nullopt;

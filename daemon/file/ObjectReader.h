@@ -31,6 +31,8 @@ class ObjectReader {
 
   /// An integer from `least` to `most`.
   std::optional<uint64_t> number(const char *name, uint64_t least, uint64_t most);
+  /// A number from `least` to `most`.
+  std::optional<double> real(const char *name, double least, double most);
   std::optional<std::string> text(const char *name);
   /// One of the words given.
   std::optional<std::string> word(const char *name, const std::vector<std::string> &words);

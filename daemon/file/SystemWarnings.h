@@ -14,8 +14,8 @@ struct SystemView {
   Kiv::Ptr<const Ip::AllIntfStatusDir> interfaces;
 };
 
-/// Checks one VRF of a configuration without errors for an interface, of PIM, a candidacy or a border, that is not there
-/// or belongs to another VRF device, and for a filter that denies this router's own candidate RP.
+/// Checks one VRF of a configuration without errors for an interface, of PIM, a candidacy or a border, that is not
+/// there or belongs to another VRF device, and for a filter that denies this router's own candidate RP.
 void findSystemWarnings(const Configuration &configuration, const L3::VrfName &vrf, const SystemView &view,
                         Findings &findings);
 

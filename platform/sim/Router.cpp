@@ -30,6 +30,14 @@ void Router::stubIs(const std::string &name) {
   status->upIs(true);
 }
 
+void Router::stubUpIs(const std::string &name, bool up) {
+  const auto status = interfaces_->intfStatus({vrf_, name});
+  status->upIs(up);
+  status->adminUpIs(up);
+  Ip::chooseAddresses(*status, network_.af());
+  network_.topologyChanged();
+}
+
 void Router::addressIs(const Pax::IpGenAddr &address, const std::string &stub) {
   const auto status = interfaces_->intfStatus({vrf_, stub});
   status->addressIs(address, {.subnet = Pax::IpGenPrefix::host(address)});

@@ -41,6 +41,7 @@ class Router {
   bool owns(const Pax::IpGenAddr &address) const;
   /// Makes an interface without a link, that is up and has no address.
   void stubIs(const std::string &name);
+  void stubUpIs(const std::string &name, bool up);
 
   /// Makes an interface and joins it to the link.
   Intf &join(Link &link, const IntfParameters &parameters = {});

@@ -1,0 +1,88 @@
+#include "plan/Program.h"
+
+#include <algorithm>
+#include <array>
+#include <boost/program_options/parsers.hpp>
+
+#include "daemon/control/OptionError.h"
+#include "plan/PlanFile.h"
+
+namespace Planning {
+
+namespace po = boost::program_options;
+
+namespace {
+
+constexpr std::array verbs{
+    ProgramVerb{"check", "FILE", "says what is wrong with a plan", checkPlan},
+    ProgramVerb{"schema", "", "prints the JSON Schema of plans", printSchema},
+};
+
+void printUsage(std::ostream &out) {
+  out << "Usage: pimbsr-sim VERB [OPTION]... [ARGUMENT]...\n\n"
+         "Plays what happens in a network of PIM routers: who becomes BSR, which RPs are known where, and for how "
+         "long\n"
+         "routers are without them when something fails. A plan is a JSON file.\n\n";
+  for (const ProgramVerb &verb : verbs) {
+    std::string usage = std::string("  ") + verb.name + " " + verb.synopsis;
+    if (usage.size() < 26) usage.resize(26, ' ');
+    out << usage << ' ' << verb.help << '\n';
+  }
+  out << "\n'pimbsr-sim VERB --help' has the options of a verb. Exit status: 0 done, 1 an expectation does not hold "
+         "or\n"
+         "something failed, 2 the command line or the plan is wrong.\n";
+}
+
+}  // namespace
+
+po::variables_map optionsFrom(const Arguments &arguments, const po::options_description &options,
+                              const po::positional_options_description &others) {
+  po::variables_map given;
+  try {
+    po::store(po::command_line_parser(arguments).options(options).positional(others).run(), given);
+    po::notify(given);
+  } catch (const po::error &error) {
+    throw UsageError(Control::textOf(error));
+  }
+  return given;
+}
+
+Plan planOf(const std::string &file, std::ostream &err) {
+  LoadedPlan loaded = planFromFile(file);
+  for (const auto &[kind, findings] :
+       {std::pair("error: ", &loaded.findings.errors), std::pair("warning: ", &loaded.findings.warnings)}) {
+    for (const std::string &line : Routing::Pim::Bsr::firstOf(*findings, file)) err << kind << line << '\n';
+  }
+  if (!loaded.good()) throw PlanRefused();
+  return std::move(loaded.plan);
+}
+
+int program(const Arguments &arguments, std::ostream &out, std::ostream &err) {
+  if (arguments.empty() || arguments.front() == "--help" || arguments.front() == "help") {
+    printUsage(arguments.empty() ? err : out);
+    return arguments.empty() ? refused : done;
+  }
+  if (arguments.front() == "--version") {
+    out << "pimbsr-sim " << PIMBSR_VERSION << '\n';
+    return done;
+  }
+  const auto verb =
+      std::find_if(verbs.begin(), verbs.end(), [&](const ProgramVerb &each) { return each.name == arguments.front(); });
+  if (verb == verbs.end()) {
+    err << "pimbsr-sim: there is no verb \"" << arguments.front() << "\"; 'pimbsr-sim --help' has all of them\n";
+    return refused;
+  }
+  try {
+    return verb->run({arguments.begin() + 1, arguments.end()}, out, err);
+  } catch (const UsageError &error) {
+    err << "pimbsr-sim: " << error.what() << "\nUsage: pimbsr-sim " << verb->name << ' ' << verb->synopsis << '\n';
+    return refused;
+  } catch (const PlanRefused &) {
+    return refused;
+  } catch (const std::exception &error) {
+    err << "pimbsr-sim: " << error.what() << '\n';
+    return failed;
+  }
+}
+
+}  // namespace Planning
