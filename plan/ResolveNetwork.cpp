@@ -54,7 +54,9 @@ void Resolver::resolveNetwork() {
 void Resolver::routersFromNames() {
   for (const auto &[name, router] : text_.routers) routerByName_[name];
   for (const LinkText &link : text_.links) {
-    for (const std::string &member : link.between) routerByName_[memberNameFrom(member).router];
+    for (const std::string &member : link.between) {
+      if (text_.routers.empty()) routerByName_[memberNameFrom(member).router];
+    }
   }
   for (auto &[name, place] : routerByName_) {
     place = plan_.routers.size();
@@ -68,7 +70,7 @@ void Resolver::routersFromNames() {
       router.start = written->second.start;
     }
   }
-  if (plan_.routers.empty()) error("", "there are no routers");
+  if (plan_.routers.empty() && findings_.errors.empty()) error("", "there are no routers");
 }
 
 Vrf &Resolver::vrfOf(Router &router, const std::string &name) {
@@ -158,8 +160,9 @@ void Resolver::resolveLink(size_t place) {
 
 std::optional<Member> Resolver::memberFrom(const std::string &text, const std::string &path, size_t link) {
   const MemberName name = memberNameFrom(text);
-  const size_t router = routerByName_.at(name.router);
-  Router &resolved = plan_.routers[router];
+  const auto router = routerFrom(name.router, path);
+  if (!router) return std::nullopt;
+  Router &resolved = plan_.routers[*router];
   Vrf &vrf = vrfOf(resolved, name.vrf);
   const auto isThere = [&](const std::string &wanted) {
     return std::any_of(vrf.interfaces.begin(), vrf.interfaces.end(),
@@ -177,7 +180,7 @@ std::optional<Member> Resolver::memberFrom(const std::string &text, const std::s
   }
   Interface &interface = interfaceOf(vrf, wanted);
   interface.link = link;
-  return Member{router, static_cast<size_t>(&vrf - resolved.vrfs.data()),
+  return Member{*router, static_cast<size_t>(&vrf - resolved.vrfs.data()),
                 static_cast<size_t>(&interface - vrf.interfaces.data())};
 }
 

@@ -2,16 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include "plan/PlanFile.h"
+#include "tests/plan/Plans.h"
 
 namespace Planning {
 namespace {
-
-Plan planFrom(const std::string &text) {
-  LoadedPlan loaded = planFromText(text, "");
-  for (const auto &error : loaded.findings.errors) ADD_FAILURE() << toText("plan", error);
-  return std::move(loaded.plan);
-}
 
 constexpr const char *triangle = R"({
   "templates": {"candidate": {"vrfConfig": {"default": {
@@ -33,7 +27,7 @@ TEST(Simulation, RoutersElectAgainWhenTheirBsrCrashes) {
     EXPECT_EQ(Kiv::toText(simulation.held(node).at(all).bsr), "192.168.0.1") << plan.nameOf(node);
     EXPECT_EQ(simulation.held(node).at(all).rps, 2u) << plan.nameOf(node);
   }
-  simulation.runTo(500);
+  simulation.runTo(600);
   EXPECT_TRUE(simulation.held({0, 0}).empty());
   EXPECT_EQ(Kiv::toText(simulation.held({2, 0}).at(all).bsr), "192.168.0.2");
   EXPECT_EQ(simulation.held({2, 0}).at(all).rps, 1u);

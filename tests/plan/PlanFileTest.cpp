@@ -1,0 +1,177 @@
+#include "plan/PlanFile.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "tests/daemon/TemporaryDirectory.h"
+#include "tests/plan/Plans.h"
+
+namespace Planning {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+Texts textsOf(const std::vector<Routing::Pim::Bsr::Finding> &findings) {
+  Texts texts;
+  for (const auto &each : findings) texts.push_back(each.place + ": " + each.message);
+  return texts;
+}
+
+// With candidates on r1: BSR of all groups, and RP of 239.0.0.0/8.
+std::string planWith(const std::string &members) {
+  return R"({"routers": {"r1": {"configuration": {"vrfConfig": {"default": {
+      "bsrCandidateConfig": {"lo": {"group": {"224.0.0.0/4": {}}}},
+      "rpCandidateConfig": {"lo": {"groupRange": {"239.0.0.0/8": {}}}}}}}}, "r2": {}, "r3": {"agent": "off"}},
+    "links": [{"between": ["r1", "r2"]}, {"between": ["r2", "r3"]}], )" +
+         members + "}";
+}
+
+TEST(PlanFile, EveryFaultOfTheNetworkIsToldWithItsPath) {
+  struct Case {
+    const char *text;
+    const char *error;
+  };
+  const Case cases[] = {
+      {R"({"links": []})", ": there are no routers"},
+      {R"({"routers": {"r 1": {}}})",
+       "/routers/r 1: \"r 1\" is not a name (up to 64 letters, digits, '.', '_' and '-', of which the first is a "
+       "letter "
+       "or digit)"},
+      {R"({"links": [{"between": ["r1"]}]})", "/links/0/between: a link has two ends or more"},
+      {R"({"routers": {"r1": {}}, "links": [{"between": ["r1", "r2"]}]})", "/links/0/between/1: there is no router r2"},
+      {R"({"links": [{"between": ["r1", "r2"]}, {"between": ["r1", "r2"]}]})",
+       "/links/1: is a second link between r1 and r2; give it a name"},
+      {R"({"links": [{"between": ["r1", "r2"], "name": "a"}, {"between": ["r1", "r3"], "name": "a"}]})",
+       "/links/1/name: there are two links of the name a"},
+      {R"({"links": [{"between": ["r1:eth0", "r2"]}, {"between": ["r1:eth0", "r3"]}]})",
+       "/links/1/between/0: r1:eth0 is on another link already"},
+      {R"({"links": [{"between": ["r1:lo", "r2"]}]})", "/links/0/between/0: lo has no link"},
+      {R"({"links": [{"between": ["r1", "r1:eth5", "r2"]}]})", "/links/0/between/1: r1:eth5 is on this link twice"},
+      {R"({"links": [{"between": ["r1", "r2"], "loss": 2}]})",
+       "/links/0/loss: must be a number from 0.0 to 1.0, not 2"},
+      {R"({"links": [{"between": ["a", "b", "c", "d"], "subnet": "10.9.0.0/30"}]})",
+       "/links/0: has more ends than 10.9.0.0/30 has addresses; give it a larger subnet"},
+      {R"({"routers": {"r1": {"interfaces": {"lo": {"addresses": ["fe80::1/64"]}}}}})",
+       "/routers/r1/interfaces/lo/addresses/0: fe80::1/64: is no address that an interface can have in this plan"},
+      {R"({"routers": {"r1": {"interfaces": {"lo": {"addresses": ["10.0.0.1/33"]}}}}})",
+       "/routers/r1/interfaces/lo/addresses/0: 10.0.0.1/33: has no such length"},
+      {R"({"routers": {"r1": {"interfaces": {"eth0": {"addresses": ["10.1.0.1/24"]}}},
+                       "r2": {"interfaces": {"eth0": {"addresses": ["10.1.0.1/24"]}}}},
+           "links": [{"between": ["r1", "r2"]}]})",
+       "/routers/r2: 10.1.0.1 of r2:eth0 is an address of r1:eth0, too"},
+      {R"({"routers": {"r1": {"file": "a.json", "template": "t"}}})",
+       "/routers/r1: has more than one of file, configuration and template"},
+      {R"({"routers": {"r1": {"file": "a.json"}}})",
+       "/routers/r1/file: a.json: cannot be read: No such file or directory"},
+      {R"({"routers": {"r1": {"template": "t"}}})", "/routers/r1/template: there is no template t"},
+      {R"({"templates": {"t": {"logLevel": "${level}"}}, "routers": {"r1": {"template": "t"}}})",
+       "/routers/r1/template: t: there is no value for ${level}"},
+      {R"({"templates": {"t": {"logLevel": "${level}"}}, "routers": {"r1": {"template": "t", "values": {"level": "x"}}}})",
+       "/routers/r1/template: t:/logLevel: must be one of emergency, alert, critical, error, warning, notice, info or "
+       "debug, not \"x\""},
+      {R"({"routers": {"r1": {"configuration": {"pim": {"default": {"interfaces": ["eth0"]}}}}}})",
+       "/routers/r1/configuration/pim/default/interfaces/0: r1 has no interface eth0"},
+      {R"({"routers": {"r1": {"configuration": {"pim": {"default": {"interfaces": []}, "blue": {"interfaces": []}}}}}})",
+       "/routers/r1/configuration/pim/blue: r1 has no VRF blue"},
+  };
+  for (const Case &each : cases) {
+    EXPECT_EQ(textsOf(planFromText(each.text, "/nowhere").findings.errors), Texts{each.error}) << each.text;
+  }
+}
+
+TEST(PlanFile, EveryFaultOfTheStoryAndOfWhatIsExpectedIsToldWithItsPath) {
+  struct Case {
+    const char *members;
+    const char *error;
+  };
+  const Case cases[] = {
+      {R"("events": [{"at": 1, "cut": "r1-r9"}])", "/events/0: there is no link r1-r9"},
+      {R"("events": [{"at": 1, "cut": "r1-r2", "crash": "r1"}])",
+       "/events/0: must have either cut or heal or change or "
+       "start or stop or crash or powerOff or powerOn or reload or standby or active or down or up or addAddress or "
+       "removeAddress"},
+      {R"("events": [{"at": 1, "crash": "r9"}])", "/events/0: there is no router r9"},
+      {R"("events": [{"at": 1, "crash": "r3"}])", "/events/0: r3 does not run at that time"},
+      {R"("events": [{"at": 9, "heal": "r1-r2"}, {"at": 5, "cut": "r1-r2"}, {"at": 6, "cut": "r1-r2"}])",
+       "/events/2: Link r1-r2 is cut already at that time"},
+      {R"("events": [{"at": 1, "start": "r1"}])", "/events/0: r1 runs already at that time"},
+      {R"("events": [{"at": 1, "down": "r1:eth7"}])", "/events/0: r1 has no interface eth7"},
+      {R"("events": [{"at": 1, "removeAddress": "r1:lo", "address": "10.0.0.1"}])",
+       "/events/0: r1:lo does not have 10.0.0.1 at that time"},
+      {R"("events": [{"at": 1, "change": "r1-r2"}])",
+       "/events/0: changes nothing: give delay, jitter, loss, mtu or cost"},
+      {R"("events": [{"at": 1, "reload": "r1"}])",
+       "/events/0: needs the configuration that is loaded: file, configuration or template"},
+      {R"("duration": 10, "events": [{"at": 11, "crash": "r1"}])", "/duration: is over before the last event"},
+      {R"("expect": [{"at": 1}])", "/expect/0: must have either bsr, rp, agree, withoutBsr or withoutRp"},
+      {R"("expect": [{"bsr": "r1"}])", "/expect/0: needs a time (at)"},
+      {R"("duration": 10, "expect": [{"at": 11, "bsr": "r1"}])", "/expect/0: is about a time after the end"},
+      {R"("expect": [{"agree": 1, "from": 9, "to": 8}])", "/expect/0: ends before it begins"},
+      {R"("expect": [{"at": 1, "bsr": "r2"}])",
+       "/expect/0/bsr: can never hold: r2 is never a candidate BSR of 224.0.0.0/4"},
+      {R"("expect": [{"at": 1, "bsr": "10.9.9.9"}])",
+       "/expect/0/bsr: can never hold: no router with the address "
+       "10.9.9.9 is ever a candidate BSR of 224.0.0.0/4"},
+      {R"("expect": [{"withoutBsr": 1, "zone": "239.1.0.0/16"}])",
+       "/expect/0: can never hold: no router is ever a candidate BSR of 239.1.0.0/16"},
+      {R"("expect": [{"at": 1, "rp": "r1", "group": "225.0.0.1"}])",
+       "/expect/0: can never hold: no router is ever a candidate RP of 225.0.0.1"},
+      {R"("expect": [{"at": 1, "rp": "none", "group": "10.0.0.1"}])",
+       "/expect/0/group: 10.0.0.1 is no group of this plan's family"},
+      {R"("expect": [{"at": 1, "bsr": "none", "routers": ["r1/blue"]}])", "/expect/0/routers/0: r1 has no VRF blue"},
+  };
+  for (const Case &each : cases) {
+    EXPECT_EQ(textsOf(planFromText(planWith(each.members), "").findings.errors), Texts{each.error}) << each.members;
+  }
+}
+
+TEST(PlanFile, WhatIsOddIsToldAndTaken) {
+  const LoadedPlan plan = planFromText(R"({
+    "routers": {"r1": {"interfaces": {"lo": {"addresses": ["10.0.0.1"]}}},
+                "r2": {"interfaces": {"lo": {"addresses": ["10.0.0.1"]}}}, "r3": {}},
+    "links": [{"between": ["r1", "r2"]}, {"between": ["r1", "r2"], "name": "second"}]})",
+                                       "");
+  EXPECT_EQ(textsOf(plan.findings.errors), Texts{});
+  EXPECT_EQ(textsOf(plan.findings.warnings),
+            (Texts{"/routers/r2: 10.0.0.1 of r2:lo is an address of r1:lo, too: the nearest of them is reached",
+                   "/routers/r3: has no link"}));
+}
+
+TEST(PlanFile, NamesAddressesAndConfigurationsAreFilledIn) {
+  const ::Test::TemporaryDirectory directory;
+  std::ofstream(directory.path() + "/own.json") << R"({"pim": {"default": {"interfaces": ["ge0"]}}})";
+  const LoadedPlan loaded = planFromText(R"({
+    "templates": {"t": {"vrfConfig": {"default": {"holdTime": "${hold}",
+                        "bsrCandidateConfig": {"lo": {"group": {"224.0.0.0/4": {"priority": "${number}"}}}}}}}},
+    "routers": {"r2": {"template": "t", "values": {"hold": 77}}, "r10": {"file": "own.json"},
+                "r1": {"interfaces": {"eth0": {"addresses": ["10.0.0.9/24"]}}, "start": 5}},
+    "links": [{"between": ["r1", "r2"]}, {"between": ["r1/blue", "r10/blue"]}, {"between": ["r10:ge0", "r2"], "cost": 7}]
+  })",
+                                         directory.path());
+  ASSERT_EQ(textsOf(loaded.findings.errors), Texts{});
+  const Plan &plan = loaded.plan;
+  ASSERT_EQ(plan.routers.size(), 3u);
+  EXPECT_EQ(plan.routers[1].name, "r2");
+  EXPECT_EQ(plan.routers[0].start, 5);
+  const auto address = [&](size_t router, size_t vrf, const std::string &name) {
+    for (const Interface &interface : plan.routers[router].vrfs[vrf].interfaces) {
+      if (interface.name == name) return Kiv::toText(interface.addresses.at(0).address);
+    }
+    return std::string("no interface");
+  };
+  EXPECT_EQ(address(0, 0, "eth0"), "10.0.0.9");
+  EXPECT_EQ(address(1, 0, "eth0"), "10.0.0.1") << "of the subnet that r1 has there";
+  EXPECT_EQ(address(0, 1, "eth0"), "10.0.1.1") << "the first subnet is taken";
+  EXPECT_EQ(address(2, 0, "ge0"), "10.0.2.1");
+  EXPECT_EQ(address(2, 0, "lo"), "192.168.0.4") << "r1 has two";
+  EXPECT_EQ(plan.links[2].parameters.cost, 7u);
+  const auto &settings = plan.routers[1].configuration->vrfConfig.at(L3::VrfName("default"));
+  EXPECT_EQ(settings.holdTime, 77u);
+  EXPECT_EQ(settings.bsrCandidateConfig.begin()->second.group.begin()->second.priority, 2);
+  EXPECT_EQ(plan.routers[0].configuration->pim.size(), 2u) << "PIM is on in each VRF that has links";
+}
+
+}  // namespace
+}  // namespace Planning
