@@ -8,6 +8,7 @@ Sink::~Sink() { Registry::instance().sinkRemove(*this); }
 
 Module::Module(const char *name) : name_(name), level_(Registry::defaultLevel) {
   Registry::instance().modules_.push_back(this);
+  Registry::instance().settle(*this);
 }
 
 Module::~Module() { std::erase(Registry::instance().modules_, this); }
@@ -27,6 +28,7 @@ bool Registry::levelIs(std::string_view module, int level) {
   for (Module *each : modules_) {
     if (!every && each->name_ != module) continue;
     if (!disabled_) each->level_ = level;
+    settle(*each);
     known = true;
   }
   return known;
@@ -34,7 +36,20 @@ bool Registry::levelIs(std::string_view module, int level) {
 
 void Registry::disable() {
   disabled_ = true;
-  for (Module *module : modules_) module->level_ = -1;
+  for (Module *module : modules_) {
+    module->level_ = -1;
+    settle(*module);
+  }
+}
+
+void Registry::sinkAdd(Sink &sink) {
+  sinks_.push_back(&sink);
+  for (Module *module : modules_) settle(*module);
+}
+
+void Registry::sinkRemove(Sink &sink) {
+  std::erase(sinks_, &sink);
+  for (Module *module : modules_) settle(*module);
 }
 
 void Registry::write(std::string_view module, int level, std::string_view text) {

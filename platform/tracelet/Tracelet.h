@@ -1,8 +1,8 @@
 /// Traces for developers and support: modules with a level each, and the sinks that their lines go to.
 ///
 /// A file that traces has a static Module and says TRACELET(trace, level, text). A statement whose level is
-/// off costs a load and a branch; its text is never formatted. Levels: 1 for drops and errors, 4 for accepted
-/// messages and changes of state, 5 for timers, 9 for the entry of every handler.
+/// off costs a load and a branch; its text is never formatted, nor is any while there is no sink. Levels: 1 for drops
+/// and errors, 4 for accepted messages and changes of state, 5 for timers, 9 for the entry of every handler.
 ///
 /// What operators are told are events, which are made elsewhere; traces never replace them.
 #pragma once
@@ -40,8 +40,10 @@ class Module {
   Module(const Module &) = delete;
   Module &operator=(const Module &) = delete;
 
-  /// Statements up to this level are on; -1 when tracing is disabled.
+  /// Statements up to this level are written; -1 when tracing is disabled.
   int level() const { return level_; }
+  /// Whether statements of this level go anywhere: it is no higher, and there is a sink.
+  bool isOn(int level) const { return level <= on_; }
   /// Passes a line to all sinks, whatever the level: TRACELET has compared it already.
   void emit(int level, const std::ostringstream &text) const;
 
@@ -49,6 +51,7 @@ class Module {
   friend class Registry;
   const char *name_;
   int level_;
+  int on_;  // the level, or -1 while there is no sink
 };
 
 /// All modules and sinks of the process. It owns none of them. One instance lives until the process ends.
@@ -65,8 +68,8 @@ class Registry {
   void disable();
   bool disabled() const { return disabled_; }
   /// Registers the sink, which must not be registered yet.
-  void sinkAdd(Sink &sink) { sinks_.push_back(&sink); }
-  void sinkRemove(Sink &sink) { std::erase(sinks_, &sink); }
+  void sinkAdd(Sink &sink);
+  void sinkRemove(Sink &sink);
   /// Passes a line to every sink, whatever the levels.
   void write(std::string_view module, int level, std::string_view text);
   /// How many lines the present sinks have dropped.
@@ -76,6 +79,8 @@ class Registry {
 
  private:
   friend class Module;
+  /// The module's level, or what makes it one that counts, has changed.
+  void settle(Module &module) const { module.on_ = sinks_.empty() ? -1 : module.level_; }
 
   std::vector<Module *> modules_;
   std::vector<Sink *> sinks_;
@@ -86,11 +91,11 @@ class Registry {
 
 /// Traces a text that is written with `<<`: TRACELET(trace, 4, "Added prefix " << prefix << " into trie");
 /// The text is evaluated only if the level is on, so it must have no side effects.
-#define TRACELET(module, traceLevel, text)               \
-  do {                                                   \
-    if ((module).level() >= (traceLevel)) [[unlikely]] { \
-      std::ostringstream traceText;                      \
-      traceText << text;                                 \
-      (module).emit(traceLevel, traceText);              \
-    }                                                    \
+#define TRACELET(module, traceLevel, text)        \
+  do {                                            \
+    if ((module).isOn(traceLevel)) [[unlikely]] { \
+      std::ostringstream traceText;               \
+      traceText << text;                          \
+      (module).emit(traceLevel, traceText);       \
+    }                                             \
   } while (false)

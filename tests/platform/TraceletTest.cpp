@@ -26,6 +26,24 @@ TEST(Traces, ALevelHoldsForAllModulesOfTheName) {
   registry.levelIs("*", Registry::defaultLevel);
 }
 
+TEST(Traces, NothingIsFormattedWithoutASink) {
+  const Tracelet::Module module("TraceletA");
+  int formatted = 0;
+  const auto trace = [&] { TRACELET(module, 1, ++formatted); };
+  trace();
+  EXPECT_EQ(formatted, 0);
+  {
+    Tracelet::CaptureSink sink(1);
+    trace();
+    EXPECT_TRUE(sink.contains("1"));
+    Registry::instance().levelIs("*", 0);
+    trace();
+    EXPECT_EQ(formatted, 1) << "off";
+  }
+  trace();
+  EXPECT_EQ(formatted, 1) << "the sink is gone";
+}
+
 TEST(TracesDeathTest, ABrokenInvariantIsALineOfTheTraceFileAndOnStandardError) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   const bool config = false;
