@@ -15,7 +15,7 @@ Timer::~Timer() { wheel_->disarm(*this); }
 
 void Timer::timeMinIs(double time) {
   REQUIRE(!std::isnan(time));
-  if (slot_ && time >= time_ && time < never) {
+  if (waits() && time >= time_ && time < never) {
     time_ = time;
     sequence_ = ++wheel_->sequence_;
     return;
@@ -31,14 +31,10 @@ TimerWheel::TimerWheel(const Clock &clock, Waker &waker, const Parameters &param
       parameters_(parameters),
       ticksPerSecond_(double(parameters.ticksPerSecond) / parameters.ticksPerSlot),
       shift_(std::bit_width(parameters.slotsPerLevel) - 1),
+      few_(parameters.few),
       current_(tickOf(clock.now())) {
   REQUIRE(parameters.ticksPerSecond > 0 && parameters.ticksPerSlot > 0);
   REQUIRE(std::has_single_bit(parameters.slotsPerLevel) && parameters.slotsPerLevel > 1);
-  levels_.resize((std::bit_width(uint64_t{beyondAll}) + shift_ - 1) / shift_);
-  for (unsigned level = 0; level <= levelOf(current_ ^ tickOf(parameters.horizon)); ++level) {
-    levels_[level] = std::make_unique<Level>(parameters.slotsPerLevel);
-  }
-  while (spare_.size() < spareMost) spareIs(std::make_unique<Block>());
 }
 
 void TimerWheel::run() {
@@ -46,7 +42,7 @@ void TimerWheel::run() {
   const Kiv::Ptr<TimerWheel> self(this);
   running_ = true;
   if (due_.empty()) {
-    collectDue(now());
+    levels_.empty() ? few_.takeDue(now(), due_) : collectDue(now());
     sortDue();
   }
   fireDue();
@@ -81,11 +77,29 @@ void TimerWheel::arm(Timer &timer) {
 }
 
 void TimerWheel::disarm(Timer &timer) {
-  if (timer.slot_) unlink(timer);
-  if (timer.due_ != Timer::notDue) due_[std::exchange(timer.due_, Timer::notDue)] = nullptr;
+  if (timer.waits()) unlink(timer);
+  if (timer.due_ != Timer::nowhere) due_[std::exchange(timer.due_, Timer::nowhere)] = nullptr;
+}
+
+void TimerWheel::makeLevels() {
+  current_ = std::max(current_, tickOf(now()));
+  levels_.resize((std::bit_width(uint64_t{beyondAll}) + shift_ - 1) / shift_);
+  for (unsigned level = 0; level <= levelOf(current_ ^ tickOf(parameters_.horizon)); ++level) {
+    levels_[level] = std::make_unique<Level>(parameters_.slotsPerLevel);
+  }
+  while (spare_.size() < spareMost) spareIs(std::make_unique<Block>());
+  for (Timer *timer : few_.takeAll()) slotIs(*timer);
 }
 
 void TimerWheel::place(Timer &timer) {
+  if (levels_.empty()) {
+    if (few_.add(timer)) return;
+    makeLevels();
+  }
+  slotIs(timer);
+}
+
+void TimerWheel::slotIs(Timer &timer) {
   const int64_t tick = std::max(tickOf(timer.time_), current_);
   const unsigned level = levelOf(tick);
   if (!levels_[level]) levels_[level] = std::make_unique<Level>(parameters_.slotsPerLevel);
@@ -117,11 +131,12 @@ Timer *&TimerWheel::slotFor(Level &level, uint32_t index) {
 bool TimerWheel::dealOn(Timer &timer, int64_t tick) {
   if (tickOf(timer.time_) <= tick) return false;
   unlink(timer);
-  place(timer);
+  slotIs(timer);
   return true;
 }
 
 void TimerWheel::unlink(Timer &timer) {
+  if (!timer.slot_) return few_.remove(timer);
   Timer *&tail = *timer.slot_;
   if (timer.next_ == &timer) {
     tail = nullptr;  // the bit of the slot is cleared when it is next looked at
@@ -194,7 +209,7 @@ void TimerWheel::cascade(const Place &place) {
   Timer *const tail = std::exchange(levels_[place.level]->slot(indexOf(place.start, place.level)), nullptr);
   for (Timer *timer = tail->next_, *next = nullptr;; timer = next) {
     next = timer->next_;
-    this->place(*timer);
+    slotIs(*timer);
     if (timer == tail) break;
   }
 }
@@ -221,6 +236,7 @@ void TimerWheel::fireDue() {
 }
 
 double TimerWheel::nextTime() {
+  if (levels_.empty()) return few_.nextTime();
   for (;;) {
     const Place place = nextSlot();
     if (place.start == beyondAll) return never;

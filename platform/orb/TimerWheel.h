@@ -8,6 +8,9 @@
 /// most are, stays in its slot until the wheel gets there. Firing times are exact (a tick is only the unit of sorting),
 /// and timers of one instant fire in the order in which they were armed.
 ///
+/// As long as there are only a few timers they stand in a list instead, and the wheel has no slots: see FewTimers. With
+/// one too many all move to slots for good.
+///
 /// A wheel has no thread: it tells its Waker when it next needs to run, and whoever owns the loop calls run()
 /// then. That is the time of the next timer, or earlier the start of a slot that has to be dealt out; a timer
 /// that was moved or disarmed may leave one idle run behind. A wheel without timers asks for nothing.
@@ -20,6 +23,7 @@
 
 #include "platform/kiv/Ptr.h"
 #include "platform/orb/Clock.h"
+#include "platform/orb/FewTimers.h"
 
 namespace Orb {
 
@@ -40,14 +44,16 @@ class Timer {
   void timeMinIs(double time);
   /// The time it was last set to; `never` after it has fired.
   double timeMin() const { return time_; }
-  bool armed() const { return slot_ != nullptr || due_ != notDue; }
+  bool armed() const { return waits() || due_ != nowhere; }
 
  protected:
   virtual void onTime() = 0;
 
  private:
   friend class TimerWheel;
-  static constexpr uint32_t notDue = ~uint32_t{0};
+  friend class FewTimers;
+  static constexpr uint32_t nowhere = ~uint32_t{0};
+  bool waits() const { return slot_ != nullptr || few_ != nowhere; }
 
   Kiv::Ptr<TimerWheel> wheel_;
   double time_ = never;
@@ -55,7 +61,8 @@ class Timer {
   Timer **slot_ = nullptr;  // the slot's tail pointer; the slot is a ring, and not later than the time
   Timer *previous_ = nullptr;
   Timer *next_ = nullptr;
-  uint32_t due_ = notDue;  // place among the timers being fired
+  uint32_t due_ = nowhere;  // place among the timers being fired
+  uint32_t few_ = nowhere;  // place among the few; then it has no slot
 };
 
 /// Whoever owns the loop and runs the wheels: the event loop on Linux, virtual time in a simulation.
@@ -78,6 +85,7 @@ class TimerWheel : public Kiv::Counted {
     uint32_t horizon = 108200;      ///< seconds; levels for timers beyond it are made when they are needed
     uint32_t ticksPerSlot = 1;      ///< of the lowest level
     uint32_t slotsPerLevel = 1024;  ///< a power of two
+    uint32_t few = 64;              ///< timers that need no slots
   };
 
   /// The clock and the waker must outlive the wheel, which lives until the last of its timers is destroyed.
@@ -117,18 +125,22 @@ class TimerWheel : public Kiv::Counted {
   uint32_t indexOf(int64_t tick, unsigned level) const;
   void arm(Timer &timer);
   void disarm(Timer &timer);
+  /// Puts it among the few, or into its slot.
   void place(Timer &timer);
+  void slotIs(Timer &timer);
+  /// There are no longer few timers: makes the levels, and gives each timer its slot.
+  void makeLevels();
   /// Moves a timer that was postponed, and still is in the slot of `tick`, to its own slot. False if it belongs
   /// where it is.
   bool dealOn(Timer &timer, int64_t tick);
-  static void unlink(Timer &timer);
+  void unlink(Timer &timer);
   /// The first slot from the current tick on that holds timers.
   Place nextSlot();
   /// The first slot of the level from `index` on that holds timers, or slotsPerLevel.
   uint32_t firstUsed(Level &level, uint32_t index);
   Timer *&slotFor(Level &level, uint32_t index);
   void spareIs(std::unique_ptr<Block> block);
-  static constexpr size_t spareMost = 4;  // so that a wheel with few timers allocates nothing after its start
+  static constexpr size_t spareMost = 4;  // so that a wheel whose timers come and go allocates nothing
   void collectDue(double now);
   void collectSlot(double now);
   void cascade(const Place &place);
@@ -142,11 +154,12 @@ class TimerWheel : public Kiv::Counted {
   const Parameters parameters_;
   const double ticksPerSecond_;  // of slots of the lowest level
   const unsigned shift_;         // log2 of slotsPerLevel
-  std::vector<std::unique_ptr<Level>> levels_;
-  std::vector<std::unique_ptr<Block>> spare_;  // empty
-  std::vector<Timer *> due_;                   // those being fired; null where one was disarmed meanwhile
-  uint32_t fired_ = 0;                         // how many of them have been
-  int64_t current_;                            // every earlier slot is empty
+  FewTimers few_;
+  std::vector<std::unique_ptr<Level>> levels_;  // none while there are few timers
+  std::vector<std::unique_ptr<Block>> spare_;   // empty
+  std::vector<Timer *> due_;                    // those being fired; null where one was disarmed meanwhile
+  uint32_t fired_ = 0;                          // how many of them have been
+  int64_t current_;                             // every earlier slot is empty
   uint64_t sequence_ = 0;
   double asked_ = never;  // of the Waker; no timer is earlier
   bool running_ = false;

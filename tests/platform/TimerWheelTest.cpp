@@ -17,10 +17,11 @@ struct Alarm : Orb::Timer {
   std::function<void()> action;
 };
 
-struct Wheel : testing::Test {
+// The parameter: how many timers stand in a list.
+struct Wheel : testing::TestWithParam<uint32_t> {
   ::Test::ManualTime time;
   Kiv::Ptr<Orb::TimerWheel> wheel =
-      Kiv::make<Orb::TimerWheel>(time, time, Orb::TimerWheel::Parameters{100, 108200, 1, 1024});
+      Kiv::make<Orb::TimerWheel>(time, time, Orb::TimerWheel::Parameters{100, 108200, 1, 1024, GetParam()});
   int fired = 0;
 
   std::unique_ptr<Alarm> alarm(double at) {
@@ -30,7 +31,7 @@ struct Wheel : testing::Test {
   }
 };
 
-TEST_F(Wheel, LivesUntilTheLastOfItsTimersIsDestroyedInItsOwnCallback) {
+TEST_P(Wheel, LivesUntilTheLastOfItsTimersIsDestroyedInItsOwnCallback) {
   auto only = alarm(1001);
   only->action = [&] { only.reset(); };
   wheel = nullptr;
@@ -39,7 +40,7 @@ TEST_F(Wheel, LivesUntilTheLastOfItsTimersIsDestroyedInItsOwnCallback) {
   EXPECT_TRUE(time.idle());
 }
 
-TEST_F(Wheel, RunsNoMoreOftenThanItsTimersNeed) {
+TEST_P(Wheel, RunsNoMoreOftenThanItsTimersNeed) {
   EXPECT_TRUE(time.idle());
   auto far = alarm(1e9 + 0.5);
   time.advanceTo(1e9);
@@ -66,7 +67,7 @@ TEST_F(Wheel, RunsNoMoreOftenThanItsTimersNeed) {
   EXPECT_TRUE(time.idle());
 }
 
-TEST_F(Wheel, LeavesTheRestToItsNextRunsInTheSameOrderWhenATurnIsLong) {
+TEST_P(Wheel, LeavesTheRestToItsNextRunsInTheSameOrderWhenATurnIsLong) {
   std::vector<int> order;
   std::vector<std::unique_ptr<Alarm>> alarms;
   for (int i = 0; i < 20; ++i) {
@@ -92,6 +93,8 @@ TEST_F(Wheel, LeavesTheRestToItsNextRunsInTheSameOrderWhenATurnIsLong) {
   EXPECT_TRUE(time.idle());
 }
 
+INSTANTIATE_TEST_SUITE_P(WithSlotsAndWithout, Wheel, testing::Values(0, 64));
+
 // What decides on the order of firing.
 struct Due {
   double at;     // when it really fires: not before it was armed
@@ -106,8 +109,8 @@ TEST(WheelAgainstModel, FiresTheSameTimersInTheSameOrder) {
   const unsigned seed = std::random_device()();
   SCOPED_TRACE("seed " + std::to_string(seed));
   for (const auto &parameters :
-       {Orb::TimerWheel::Parameters{100, 108200, 1, 1024}, Orb::TimerWheel::Parameters{10, 1, 3, 4},
-        Orb::TimerWheel::Parameters{1000, 60, 1, 64}}) {
+       {Orb::TimerWheel::Parameters{100, 108200, 1, 1024, 0}, Orb::TimerWheel::Parameters{10, 1, 3, 4, 0},
+        Orb::TimerWheel::Parameters{1000, 60, 1, 64, 35}, Orb::TimerWheel::Parameters{100, 108200, 1, 1024, 64}}) {
     std::mt19937 random(seed);
     ::Test::ManualTime time;
     const auto wheel = Kiv::make<Orb::TimerWheel>(time, time, parameters);

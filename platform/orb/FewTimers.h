@@ -1,0 +1,37 @@
+/// The armed timers of a wheel that has only a few of them, as most have: a plain list, which takes a few cache lines
+/// where the slots of a wheel would take hundreds.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace Orb {
+
+class Timer;
+
+/// A member of its TimerWheel. A timer that is moved to a later time keeps its entry until that is looked at, as it
+/// keeps its slot in the wheel.
+class FewTimers {
+ public:
+  explicit FewTimers(uint32_t most) : most_(most) {}
+
+  /// False if there are too many.
+  bool add(Timer &timer);
+  void remove(Timer &timer);
+  /// Moves those whose time has come to the end of `due`, in any order.
+  void takeDue(double now, std::vector<Timer *> &due);
+  /// The time of the next timer; `never` if there is none.
+  double nextTime();
+  /// Takes all of them out, and the memory with them.
+  std::vector<Timer *> takeAll();
+
+ private:
+  struct Entry {
+    double time;  // not later than the timer's
+    Timer *timer;
+  };
+  const uint32_t most_;
+  std::vector<Entry> entry_;
+};
+
+}  // namespace Orb
