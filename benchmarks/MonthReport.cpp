@@ -70,7 +70,7 @@ class Domain {
     size_t least = allocated;
     while (network_.time().now() < midnight + day) {
       network_.time().runFor(1);
-      for (const auto &link : network_.links()) link->idleFramesDel();
+      network_.frames().idleDel();
       least = std::min(least, allocated);
     }
     return least;
@@ -80,7 +80,7 @@ class Domain {
     for (const auto &host : hosts_) host->powerOff();
     network_.time().runFor(hour);
     forgetRoutes();
-    for (const auto &link : network_.links()) link->idleFramesDel();
+    network_.frames().idleDel();
     const size_t left = allocated;
     for (const auto &host : hosts_) startAgain(*host);
     return left;

@@ -68,6 +68,10 @@ class Timer {
 /// Whoever owns the loop and runs the wheels: the event loop on Linux, virtual time in a simulation.
 class Waker {
  public:
+  /// What a Waker keeps with a wheel.
+  struct State {
+    virtual ~State() = default;
+  };
   virtual ~Waker() = default;
   /// Asks for wheel.run() at `time`, or as soon as possible if that has passed, but never inside this call. The
   /// next request of the same wheel replaces this one; `never` cancels it.
@@ -95,6 +99,8 @@ class TimerWheel : public Kiv::Counted {
 
   double now() const { return clock_.now(); }
   const Parameters &parameters() const { return parameters_; }
+  /// For the Waker: null until it puts something there, which then lasts as long as the wheel.
+  std::unique_ptr<Waker::State> &wakerState() { return wakerState_; }
   /// Fires every timer that is due, unless the Waker finds that it takes too long: then the rest fires in the next
   /// runs, in the same order, and what becomes due meanwhile after it. Asks the Waker for the next run. A timer that is
   /// armed by a callback waits for that run, even if it is due already. Does nothing inside a callback.
@@ -151,6 +157,7 @@ class TimerWheel : public Kiv::Counted {
 
   const Clock &clock_;
   Waker &waker_;
+  std::unique_ptr<Waker::State> wakerState_;
   const Parameters parameters_;
   const double ticksPerSecond_;  // of slots of the lowest level
   const unsigned shift_;         // log2 of slotsPerLevel

@@ -6,47 +6,15 @@
 
 namespace Sim {
 
-// One packet under way, to one receiver or to all.
-class Link::Frame : public Event {
- public:
-  Frame(VirtualTime &time, Link &link) : Event(time), link_(link) {}
-
-  void fill(Intf &sender, const Packet &packet, Intf *receiver, uint32_t hops) {
-    this->sender = &sender;
-    this->receiver = receiver;
-    this->hops = hops;
-    bytes_.assign(packet.payload.begin(), packet.payload.end());
-    source_ = packet.source;
-    destination_ = packet.destination;
-  }
-  Packet packetAt(const Intf &intf) const { return {intf.intfId(), source_, destination_, bytes_}; }
-
-  Intf *sender = nullptr;
-  Intf *receiver = nullptr;
-  uint32_t hops = 0;
-
- private:
-  void happen() override {
-    link_.arrive(*this);
-    link_.idle_.push_back(this);
-  }
-
-  Link &link_;
-  Pax::IpGenAddr source_;
-  Pax::IpGenAddr destination_;
-  std::vector<uint8_t> bytes_;
-};
-
-Link::Link(VirtualTime &time, std::string name, const Pax::IpGenPrefix &subnet, const LinkParameters &parameters,
-           uint64_t seed, std::function<void()> topologyChanged)
+Link::Link(VirtualTime &time, Frames &frames, std::string name, const Pax::IpGenPrefix &subnet,
+           const LinkParameters &parameters, uint64_t seed, std::function<void()> topologyChanged)
     : time_(time),
+      frames_(frames),
       name_(std::move(name)),
       subnet_(subnet),
       parameters_(parameters),
       random_(seed),
       topologyChanged_(std::move(topologyChanged)) {}
-
-Link::~Link() = default;
 
 void Link::parametersIs(const LinkParameters &parameters) {
   const bool costs = parameters_.cost != parameters.cost;
@@ -59,13 +27,6 @@ void Link::cutIs(bool cut) {
   if (isCut_ == cut) return;
   isCut_ = cut;
   topologyChanged_();
-}
-
-bool Link::idleFramesDel() {
-  if (idle_.size() != frames_.size()) return false;
-  idle_ = {};
-  frames_.clear();
-  return true;
 }
 
 void Link::memberIs(Intf &intf) {
@@ -106,21 +67,19 @@ bool Link::send(Intf &sender, const Packet &packet, Intf *receiver, uint32_t hop
 }
 
 void Link::dispatch(Intf &sender, const Packet &packet, Intf *receiver, uint32_t hops, double delay) {
-  if (idle_.empty()) idle_.push_back(frames_.emplace_back(std::make_unique<Frame>(time_, *this)).get());
-  Frame &frame = *idle_.back();
-  idle_.pop_back();
-  frame.fill(sender, packet, receiver, hops);
+  Frame &frame = frames_.idle();
+  frame.fill(*this, sender, packet, receiver, hops);
   time_.schedule(frame, time_.now() + delay);
 }
 
 void Link::arrive(const Frame &frame) {
   if (isCut_) {
     ++counters_.cut;
-  } else if (frame.receiver) {
-    deliver(*frame.receiver, frame);
+  } else if (frame.receiver()) {
+    deliver(*frame.receiver(), frame);
   } else {
     for (Intf *member : members_) {
-      if (member != frame.sender) deliver(*member, frame);
+      if (member != frame.sender()) deliver(*member, frame);
     }
   }
 }
@@ -131,7 +90,7 @@ void Link::deliver(Intf &receiver, const Frame &frame) {
     return;
   }
   ++counters_.delivered;
-  receiver.router().receive(receiver, frame.packetAt(receiver), frame.hops);
+  receiver.router().receive(receiver, frame.packetAt(receiver), frame.hops());
 }
 
 }  // namespace Sim

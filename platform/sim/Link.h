@@ -8,15 +8,9 @@
 
 #include "platform/orb/Random.h"
 #include "platform/pax/IpGenPrefix.h"
-#include "platform/pim/PacketPort.h"
-#include "platform/sim/VirtualTime.h"
+#include "platform/sim/Frame.h"
 
 namespace Sim {
-
-class Intf;
-
-/// A packet on its way.
-using Packet = Routing::Pim::IO::Outgoing;
 
 struct LinkParameters {
   uint32_t mtu = 1500;      ///< bytes of an IP packet
@@ -40,9 +34,8 @@ class Link {
     uint64_t tooBig = 0;     ///< refused, because over the MTU
   };
 
-  Link(VirtualTime &time, std::string name, const Pax::IpGenPrefix &subnet, const LinkParameters &parameters,
-       uint64_t seed, std::function<void()> topologyChanged);
-  ~Link();
+  Link(VirtualTime &time, Frames &frames, std::string name, const Pax::IpGenPrefix &subnet,
+       const LinkParameters &parameters, uint64_t seed, std::function<void()> topologyChanged);
 
   const std::string &name() const { return name_; }
   const Pax::IpGenPrefix &subnet() const { return subnet_; }
@@ -57,8 +50,6 @@ class Link {
   /// PIM finds out by silence.
   void cut() { cutIs(true); }
   void heal() { cutIs(false); }
-  /// Gives back the memory that packets have needed. False, with nothing done, while some are under way.
-  bool idleFramesDel();
   bool isCut() const { return isCut_; }
 
   /// An interface joins the link.
@@ -75,13 +66,14 @@ class Link {
   bool send(Intf &sender, const Packet &packet, Intf *receiver, uint32_t hops);
 
  private:
-  class Frame;
+  friend class Frame;
   void cutIs(bool cut);
   void dispatch(Intf &sender, const Packet &packet, Intf *receiver, uint32_t hops, double delay);
   void arrive(const Frame &frame);
   void deliver(Intf &receiver, const Frame &frame);
 
   VirtualTime &time_;
+  Frames &frames_;
   const std::string name_;
   const Pax::IpGenPrefix subnet_;
   LinkParameters parameters_;
@@ -89,8 +81,6 @@ class Link {
   const std::function<void()> topologyChanged_;
   std::function<void(const Packet &)> tap_;
   std::vector<Intf *> members_;
-  std::vector<std::unique_ptr<Frame>> frames_;  // all that were ever needed at once
-  std::vector<Frame *> idle_;                   // those not under way
   Counters counters_;
   bool isCut_ = false;
 };

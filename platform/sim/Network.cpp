@@ -35,7 +35,7 @@ Link &Network::linkIs(const std::string &name, const LinkParameters &parameters)
   const auto index = static_cast<uint32_t>(links_.size());
   const Pax::IpGenPrefix subnet = linkSubnet(family_, index);
   Link &link = *links_.emplace_back(std::make_unique<Link>(
-      time_, name, subnet, parameters, seedFor(2 * uint64_t{index} + 1), [this] { topologyChanged(); }));
+      time_, frames_, name, subnet, parameters, seedFor(2 * uint64_t{index} + 1), [this] { topologyChanged(); }));
   linkByName_[name] = &link;
   return link;
 }

@@ -25,6 +25,7 @@ class Network {
 
   Pax::AddressFamily af() const { return family_; }
   VirtualTime &time() { return time_; }
+  Frames &frames() { return frames_; }
 
   /// Creates the router, which makes up the VRF, or finds it.
   Router &router(const std::string &name, const std::string &vrf = L3::defaultVrf);
@@ -59,6 +60,7 @@ class Network {
   const Pax::AddressFamily family_;
   const uint64_t seed_;
   VirtualTime time_;
+  Frames frames_{time_};
   std::vector<std::unique_ptr<Link>> links_;
   std::vector<std::unique_ptr<Router>> routers_;
   std::map<std::string, Link *> linkByName_;

@@ -6,10 +6,10 @@
 
 namespace Sim {
 
-constexpr size_t children = 4;
+constexpr uint32_t children = 4;
 
-// The run of a wheel.
-class VirtualTime::Wake : public Event {
+// The run of a wheel, which owns it.
+class VirtualTime::Wake : public Event, public Orb::Waker::State {
  public:
   Wake(VirtualTime &time, Orb::TimerWheel &wheel) : Event(time), wheel_(wheel) {}
 
@@ -31,27 +31,49 @@ class VirtualTime::Action : public Event {
   const std::function<void()> action_;
 };
 
-Event::~Event() { virtualTime_.cancel(*this); }
+Event::Event(VirtualTime &time) : virtualTime_(time), number_(time.numberFor(*this)) {}
+
+Event::~Event() {
+  virtualTime_.cancel(*this);
+  virtualTime_.numberDel(number_);
+}
 
 VirtualTime::VirtualTime() = default;
 VirtualTime::~VirtualTime() = default;
 
 void VirtualTime::wakeAt(Orb::TimerWheel &wheel, double time) {
-  if (time == Orb::never) return void(wake_.erase(&wheel));
-  std::unique_ptr<Wake> &wake = wake_[&wheel];
-  if (!wake) wake = std::make_unique<Wake>(*this, wheel);
-  schedule(*wake, time);
+  std::unique_ptr<Orb::Waker::State> &state = wheel.wakerState();
+  if (!state) {
+    if (time == Orb::never) return;
+    state = std::make_unique<Wake>(*this, wheel);
+  }
+  Wake &wake = static_cast<Wake &>(*state);
+  time == Orb::never ? cancel(wake) : schedule(wake, time);
 }
+
+uint32_t VirtualTime::numberFor(Event &event) {
+  if (unused_.empty()) {
+    unused_.push_back(static_cast<uint32_t>(event_.size()));
+    event_.push_back(nullptr);
+    place_.push_back(notScheduled);
+  }
+  const uint32_t number = unused_.back();
+  unused_.pop_back();
+  event_[number] = &event;
+  return number;
+}
+
+void VirtualTime::numberDel(uint32_t number) { unused_.push_back(number); }
 
 void VirtualTime::schedule(Event &event, double time) {
   REQUIRE(time < Orb::never);
   cancel(event);
   heap_.emplace_back();
-  siftUp(heap_.size() - 1, {std::max(time, now_), ++order_, &event});
+  siftUp(static_cast<uint32_t>(heap_.size() - 1), {std::max(time, now_), ++order_, event.number_});
 }
 
 void VirtualTime::cancel(Event &event) {
-  if (event.scheduled()) remove(event.place_);
+  if (event.scheduled()) remove(place_[event.number_]);
 }
 
 void VirtualTime::at(double time, std::function<void()> action) {
@@ -79,21 +101,21 @@ bool VirtualTime::runUntil(const std::function<bool()> &holds, double deadline) 
 bool VirtualTime::step(double deadline) {
   if (heap_.empty() || heap_.front().time > deadline) return false;
   now_ = heap_.front().time;
-  Event &event = *heap_.front().event;
+  Event &event = *event_[heap_.front().event];
   remove(0);
   ++happened_;
   event.happen();
   return true;
 }
 
-void VirtualTime::put(size_t place, const Entry &entry) {
+void VirtualTime::put(uint32_t place, const Entry &entry) {
   heap_[place] = entry;
-  entry.event->place_ = place;
+  place_[entry.event] = place;
 }
 
-void VirtualTime::siftUp(size_t place, const Entry &entry) {
+void VirtualTime::siftUp(uint32_t place, const Entry &entry) {
   while (place > 0) {
-    const size_t parent = (place - 1) / children;
+    const uint32_t parent = (place - 1) / children;
     if (!(entry < heap_[parent])) break;
     put(place, heap_[parent]);
     place = parent;
@@ -101,22 +123,24 @@ void VirtualTime::siftUp(size_t place, const Entry &entry) {
   put(place, entry);
 }
 
-void VirtualTime::siftDown(size_t place, const Entry &entry) {
+void VirtualTime::siftDown(uint32_t place, const Entry &entry) {
   for (;;) {
-    const size_t first = place * children + 1;
+    const uint32_t first = place * children + 1;
     if (first >= heap_.size()) break;
-    const auto begin = heap_.begin() + static_cast<std::ptrdiff_t>(first);
-    const auto least =
-        std::min_element(begin, begin + static_cast<std::ptrdiff_t>(std::min(children, heap_.size() - first)));
-    if (!(*least < entry)) break;
-    put(place, *least);
-    place = static_cast<size_t>(least - heap_.begin());
+    const uint32_t end = std::min(first + children, static_cast<uint32_t>(heap_.size()));
+    uint32_t least = first;
+    for (uint32_t child = first + 1; child < end; ++child) {
+      if (heap_[child] < heap_[least]) least = child;
+    }
+    if (!(heap_[least] < entry)) break;
+    put(place, heap_[least]);
+    place = least;
   }
   put(place, entry);
 }
 
-void VirtualTime::remove(size_t place) {
-  heap_[place].event->place_ = Event::notScheduled;
+void VirtualTime::remove(uint32_t place) {
+  place_[heap_[place].event] = notScheduled;
   const Entry last = heap_.back();
   heap_.pop_back();
   if (place == heap_.size()) return;

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <unordered_map>
 #include <vector>
@@ -22,11 +23,11 @@ class VirtualTime;
 /// Owned by whoever schedules it. Its destruction cancels it.
 class Event {
  public:
-  explicit Event(VirtualTime &time) : virtualTime_(time) {}
+  explicit Event(VirtualTime &time);
   virtual ~Event();
   Event(const Event &) = delete;
   Event &operator=(const Event &) = delete;
-  bool scheduled() const { return place_ != notScheduled; }
+  bool scheduled() const;
 
  protected:
   /// Runs at its time, when it is no longer scheduled; it may schedule or destroy itself.
@@ -34,9 +35,8 @@ class Event {
 
  private:
   friend class VirtualTime;
-  static constexpr size_t notScheduled = ~size_t{0};
   VirtualTime &virtualTime_;
-  size_t place_ = notScheduled;
+  const uint32_t number_;  // among the events of the simulation
 };
 
 /// One per simulation. It owns neither events nor wheels, and all of them must be gone before it goes.
@@ -67,28 +67,40 @@ class VirtualTime : public Orb::Clock, public Orb::Waker {
   uint64_t happened() const { return happened_; }  ///< events that have run
 
  private:
+  friend class Event;
   class Wake;
   class Action;
   struct Entry {
     double time;
     uint64_t order;
-    Event *event;
+    uint32_t event;
     bool operator<(const Entry &other) const { return time != other.time ? time < other.time : order < other.order; }
   };
 
+  /// The number of a new event.
+  uint32_t numberFor(Event &event);
+  void numberDel(uint32_t number);
+  bool isScheduled(uint32_t event) const { return place_[event] != notScheduled; }
   /// Runs the first event unless it is later than `deadline`.
   bool step(double deadline);
-  void put(size_t place, const Entry &entry);
-  void siftUp(size_t place, const Entry &entry);
-  void siftDown(size_t place, const Entry &entry);
-  void remove(size_t place);
+  void put(uint32_t place, const Entry &entry);
+  void siftUp(uint32_t place, const Entry &entry);
+  void siftDown(uint32_t place, const Entry &entry);
+  void remove(uint32_t place);
+
+  static constexpr uint32_t notScheduled = std::numeric_limits<uint32_t>::max();
 
   double now_ = start;
   uint64_t order_ = 0;
   uint64_t happened_ = 0;
   std::vector<Entry> heap_;  // each entry is before its four children
-  std::unordered_map<Orb::TimerWheel *, std::unique_ptr<Wake>> wake_;
+  // By number, and close together: the events themselves are all over the memory.
+  std::vector<Event *> event_;
+  std::vector<uint32_t> place_;  // in the heap
+  std::vector<uint32_t> unused_;
   std::unordered_map<Event *, std::unique_ptr<Event>> action_;
 };
+
+inline bool Event::scheduled() const { return virtualTime_.isScheduled(number_); }
 
 }  // namespace Sim
