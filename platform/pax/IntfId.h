@@ -12,8 +12,8 @@ namespace Pax {
 
 /// Both names are needed, since "lo" and "eth0" exist in every network namespace. The kernel's interface index is
 /// never the identity: an interface that is deleted and made anew under its name is the same one here. The
-/// default is the empty id, which means no interface. Copies share one record, so copying allocates nothing; two
-/// ids are equal when their names are.
+/// default is the empty id, which means no interface. Two ids are equal when their names are. All of the same names
+/// share one record while there are any, so copying allocates nothing, and comparing for equality looks at no name.
 class IntfId {
  public:
   IntfId() = default;
@@ -24,20 +24,37 @@ class IntfId {
 
   bool isEmpty() const { return !record_; }
   /// "default" for the default VRF; empty for the empty id, as is name(). Both views last as long as some copy.
-  std::string_view vrf() const { return record_ ? std::string_view(record_->vrf) : std::string_view(); }
-  std::string_view name() const { return record_ ? std::string_view(record_->name) : std::string_view(); }
+  std::string_view vrf() const;
+  std::string_view name() const;
 
-  bool operator==(const IntfId &other) const;
+  bool operator==(const IntfId &other) const { return record_ == other.record_; }
   std::strong_ordering operator<=>(const IntfId &other) const;
 
  private:
-  struct Record : Kiv::Counted {
-    Record(std::string_view vrf, std::string_view name) : vrf(vrf), name(name) {}
-    const std::string vrf;
-    const std::string name;
+  friend struct std::hash<IntfId>;
+  struct Names {
+    std::string_view vrf;
+    std::string_view name;
+    bool operator==(const Names &) const = default;
   };
+  struct Record;
+  struct Records;
+  /// The record with these names, a new one if there is none.
+  static Kiv::Ptr<const Record> recordOf(const Names &names);
   Kiv::Ptr<const Record> record_;
 };
+
+struct IntfId::Record : Kiv::Counted {
+  explicit Record(const Names &names);
+  ~Record() override;
+  Names names() const { return {vrf, name}; }
+  const std::string vrf;
+  const std::string name;
+  const size_t hash;
+};
+
+inline std::string_view IntfId::vrf() const { return record_ ? std::string_view(record_->vrf) : std::string_view(); }
+inline std::string_view IntfId::name() const { return record_ ? std::string_view(record_->name) : std::string_view(); }
 
 /// NAME in the default VRF, VRF/NAME in any other.
 std::ostream &operator<<(std::ostream &out, const IntfId &intfId);
@@ -46,7 +63,5 @@ std::ostream &operator<<(std::ostream &out, const IntfId &intfId);
 
 template <>
 struct std::hash<Pax::IntfId> {
-  size_t operator()(const Pax::IntfId &intfId) const {
-    return std::hash<std::string_view>()(intfId.name()) * 31 + std::hash<std::string_view>()(intfId.vrf());
-  }
+  size_t operator()(const Pax::IntfId &intfId) const { return intfId.record_ ? intfId.record_->hash : 0; }
 };

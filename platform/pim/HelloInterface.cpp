@@ -130,12 +130,9 @@ void HelloSpeaker::Interface::triggeredHello() {
 
 // For IPv6 only those of this interface count: others may have the same link-local addresses.
 bool HelloSpeaker::Interface::isOurs(const Pax::IpGenAddr &address) const {
-  if (address == pimIntf_->address() || intfStatus_->address(address)) return true;
-  if (address.af() == Pax::AddressFamily::ipv6) return false;
-  for (const auto &[intfId, intfStatus] : speaker_.interfaces_->intfStatus()) {
-    if (intfStatus->address(address)) return true;
-  }
-  return false;
+  if (address == pimIntf_->address()) return true;
+  return address.af() == Pax::AddressFamily::ipv6 ? intfStatus_->address().contains(address)
+                                                  : speaker_.ownAddresses_.contains(address);
 }
 
 std::vector<Pax::IpGenAddr> HelloSpeaker::Interface::ownList() const {

@@ -25,6 +25,7 @@ HelloSpeaker::HelloSpeaker(const Kiv::Ptr<Status> &status, const Kiv::Ptr<const 
       wheel_(wheel),
       random_(random),
       parameters_(parameters),
+      ownAddresses_(interfaces),
       reactor_(std::make_unique<DirReactor>(*this, interfaces)),
       redundancyReactor_(std::make_unique<RedundancyReactor>(*this, parameters.redundancyStatus)) {
   port_->consumerIs(Packet::MessageType::hello, this);

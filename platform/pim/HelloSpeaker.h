@@ -8,6 +8,7 @@
 #include "platform/ip/IntfStatus.h"
 #include "platform/orb/Random.h"
 #include "platform/orb/TimerWheel.h"
+#include "platform/pim/OwnAddresses.h"
 #include "platform/pim/PacketPort.h"
 #include "platform/pim/PimStatus.h"
 #include "platform/system/RedundancyStatus.h"
@@ -78,6 +79,7 @@ class HelloSpeaker : public Kiv::Counted, public MessageConsumer, public HelloSi
   const Kiv::Ptr<Orb::TimerWheel> wheel_;
   Orb::Random &random_;
   Parameters parameters_;
+  OwnAddresses ownAddresses_;
   std::map<Pax::IntfId, std::unique_ptr<Interface>> interface_;
   std::unique_ptr<DirReactor> reactor_;
   std::unique_ptr<RedundancyReactor> redundancyReactor_;
