@@ -36,6 +36,7 @@ class Cursor {
   Pax::AddressFamily family() const { return family_; }
   size_t left() const { return static_cast<size_t>(end_ - at_); }
   bool has(size_t size) const { return left() >= size; }
+  std::span<const uint8_t> rest() const { return {at_, left()}; }
   // The next `size` bytes, to be read on their own.
   Cursor part(size_t size) {
     at_ += size;
@@ -187,13 +188,25 @@ DecodeError Codec::readBlock(Cursor &in, BootstrapGroupData &block) {
 }
 
 DecodeError Codec::readBootstrap(Cursor &in, bool forward, BootstrapMessage &message) {
-  if (message.optionalData_->refCount() > 1) message.optionalData_ = Kiv::make<BootstrapOptionalData>();
   if (!in.has(4 + Wire::unicastSize(family_))) return DecodeError::truncated;
   message.forward_ = forward;
   message.fragmentTag_ = in.u16();
   message.hashMaskLen_ = in.u8();
   message.priority_ = in.u8();
   if (const DecodeError error = in.routable(message.bsrAddress_); error != DecodeError::none) return error;
+  if (!decodedBlocks_) return readBlocks(in, message);
+  const std::span<const uint8_t> bytes = in.rest();
+  if (const auto known = decodedBlocks_->find(bytes)) {
+    message.optionalData_ = known;
+    return DecodeError::none;
+  }
+  const DecodeError error = readBlocks(in, message);
+  if (error == DecodeError::none) decodedBlocks_->add(bytes, message.optionalData_);
+  return error;
+}
+
+DecodeError Codec::readBlocks(Cursor &in, BootstrapMessage &message) {
+  if (message.optionalData_->refCount() > 1) message.optionalData_ = Kiv::make<BootstrapOptionalData>();
   BootstrapOptionalData &blocks = *message.optionalData_;
   partial_.clear();
   size_t count = 0;

@@ -5,6 +5,7 @@
 #include <span>
 #include <vector>
 
+#include "platform/pim/DecodedBlocks.h"
 #include "platform/pim/Packet.h"
 
 namespace Routing::Pim::Packet {
@@ -43,6 +44,8 @@ class Cursor;
 class Codec {
  public:
   explicit Codec(Pax::AddressFamily family) : family_(family) {}
+  /// Other codecs of the family share what it decodes, and it what they do. Null, as at first, for none.
+  void decodedBlocksAre(DecodedBlocks *blocks) { decodedBlocks_ = blocks; }
 
   struct Result {
     Kiv::Ptr<Message> message;  ///< null when there is an error
@@ -66,9 +69,11 @@ class Codec {
   /// A message that nobody else holds: one of the pool, or a new one.
   Kiv::Ptr<BootstrapMessage> recycled();
   DecodeError readBootstrap(Cursor &in, bool forward, BootstrapMessage &message);
+  DecodeError readBlocks(Cursor &in, BootstrapMessage &message);
   DecodeError readBlock(Cursor &in, BootstrapGroupData &block);
 
   const Pax::AddressFamily family_;
+  DecodedBlocks *decodedBlocks_ = nullptr;
   std::vector<Kiv::Ptr<BootstrapMessage>> pool_;
   size_t lastTaken_ = 0;                   // place in the pool; the next is the likeliest to be free
   std::vector<Pax::IpGenPrefix> partial_;  // prefixes of the partial blocks of one message

@@ -97,6 +97,8 @@ class PacketPort : public Kiv::Counted {
   void receive(const Incoming &packet);
   /// For the backend: a packet has arrived that is longer than maxPacketIs() allows; its payload does not matter.
   void receiveTooLong(const Incoming &packet);
+  /// For a backend of many routers: see DecodedBlocks, which outlives the port.
+  void decodedBlocksAre(Packet::DecodedBlocks &blocks) { codec_.decodedBlocksAre(&blocks); }
   /// For the backend: so many packets were dropped before it could read them.
   void dropped(uint32_t packets) { counters_.kernelDropped += packets; }
 

@@ -26,6 +26,8 @@ class Network {
   Pax::AddressFamily af() const { return family_; }
   VirtualTime &time() { return time_; }
   Frames &frames() { return frames_; }
+  /// What its routers have in common of the messages that they receive.
+  Routing::Pim::Packet::DecodedBlocks &decodedBlocks() { return decodedBlocks_; }
 
   /// Creates the router, which makes up the VRF, or finds it.
   Router &router(const std::string &name, const std::string &vrf = L3::defaultVrf);
@@ -61,6 +63,7 @@ class Network {
   const uint64_t seed_;
   VirtualTime time_;
   Frames frames_{time_};
+  Routing::Pim::Packet::DecodedBlocks decodedBlocks_;
   std::vector<std::unique_ptr<Link>> links_;
   std::vector<std::unique_ptr<Router>> routers_;
   std::map<std::string, Link *> linkByName_;

@@ -5,7 +5,9 @@
 
 namespace Sim {
 
-Port::Port(Router &router) : PacketPort(router.network().af(), router.pimStatus(), router.routes()), router_(router) {}
+Port::Port(Router &router) : PacketPort(router.network().af(), router.pimStatus(), router.routes()), router_(router) {
+  decodedBlocksAre(router.network().decodedBlocks());
+}
 
 bool Port::transmit(const Routing::Pim::IO::Outgoing &packet) { return router_.transmit(packet); }
 
