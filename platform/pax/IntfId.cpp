@@ -2,46 +2,20 @@
 
 #include <ostream>
 #include <tuple>
-#include <unordered_set>
 
 #include "platform/pax/Ranged.h"
 
 namespace Pax {
 
-// All that there are. Never destroyed, since ids are static too.
-struct IntfId::Records {
-  struct Hash {
-    using is_transparent = void;
-    size_t operator()(const Names &names) const {
-      return std::hash<std::string_view>()(names.name) * 31 + std::hash<std::string_view>()(names.vrf);
-    }
-    size_t operator()(const Record *record) const { return record->hash; }
-  };
-  struct Equal {
-    using is_transparent = void;
-    bool operator()(const Names &names, const Record *record) const { return names == record->names(); }
-    bool operator()(const Record *record, const Names &names) const { return names == record->names(); }
-    bool operator()(const Record *one, const Record *other) const { return one == other; }
-  };
-  static std::unordered_set<const Record *, Hash, Equal> &all() {
-    static auto &records = *new std::unordered_set<const Record *, Hash, Equal>;
-    return records;
-  }
-};
-
-IntfId::Record::Record(const Names &names) : vrf(names.vrf), name(names.name), hash(Records::Hash()(names)) {
-  Records::all().insert(this);
-}
-
-IntfId::Record::~Record() { Records::all().erase(this); }
-
-Kiv::Ptr<const IntfId::Record> IntfId::recordOf(const Names &names) {
-  const auto present = Records::all().find(names);
-  return present != Records::all().end() ? Kiv::Ptr<const Record>(*present) : Kiv::make<const Record>(names);
-}
+IntfId::Record::Record(std::string_view vrf, std::string_view name)
+    : vrf(vrf), name(name), hash(std::hash<std::string_view>()(name) * 31 + std::hash<std::string_view>()(vrf)) {}
 
 IntfId::IntfId(std::string_view vrf, std::string_view name)
-    : record_(recordOf({vrf.empty() ? L3::defaultVrf : vrf, name})) {}
+    : record_(Kiv::make<const Record>(vrf.empty() ? L3::defaultVrf : vrf, name)) {}
+
+bool IntfId::isSameRecord(const Record &other) const {
+  return record_->hash == other.hash && record_->name == other.name && record_->vrf == other.vrf;
+}
 
 IntfId IntfId::fromText(std::string_view text) {
   if (text.empty()) return {};

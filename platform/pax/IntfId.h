@@ -12,8 +12,8 @@ namespace Pax {
 
 /// Both names are needed, since "lo" and "eth0" exist in every network namespace. The kernel's interface index is
 /// never the identity: an interface that is deleted and made anew under its name is the same one here. The
-/// default is the empty id, which means no interface. Two ids are equal when their names are. All of the same names
-/// share one record while there are any, so copying allocates nothing, and comparing for equality looks at no name.
+/// default is the empty id, which means no interface. Two ids are equal when their names are. Copies share one record,
+/// so copying allocates nothing, and comparing copies looks at no name.
 class IntfId {
  public:
   IntfId() = default;
@@ -27,30 +27,21 @@ class IntfId {
   std::string_view vrf() const;
   std::string_view name() const;
 
-  bool operator==(const IntfId &other) const { return record_ == other.record_; }
+  bool operator==(const IntfId &other) const {
+    return record_ == other.record_ || (record_ && other.record_ && isSameRecord(*other.record_));
+  }
   std::strong_ordering operator<=>(const IntfId &other) const;
 
  private:
   friend struct std::hash<IntfId>;
-  struct Names {
-    std::string_view vrf;
-    std::string_view name;
-    bool operator==(const Names &) const = default;
+  struct Record : Kiv::Counted {
+    Record(std::string_view vrf, std::string_view name);
+    const std::string vrf;
+    const std::string name;
+    const size_t hash;
   };
-  struct Record;
-  struct Records;
-  /// The record with these names, a new one if there is none.
-  static Kiv::Ptr<const Record> recordOf(const Names &names);
+  bool isSameRecord(const Record &other) const;
   Kiv::Ptr<const Record> record_;
-};
-
-struct IntfId::Record : Kiv::Counted {
-  explicit Record(const Names &names);
-  ~Record() override;
-  Names names() const { return {vrf, name}; }
-  const std::string vrf;
-  const std::string name;
-  const size_t hash;
 };
 
 inline std::string_view IntfId::vrf() const { return record_ ? std::string_view(record_->vrf) : std::string_view(); }
