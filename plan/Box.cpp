@@ -131,7 +131,7 @@ bool Box::hears(size_t vrf, const Pax::IntfId &intfId, const Pax::IpGenPrefix &z
 
 HeldByZone Box::held(size_t vrf) const {
   HeldByZone all;
-  if (!runs() || !isConfigured(*vrfs_[vrf])) return all;
+  if (!runsIn(vrf)) return all;
   const auto status = host_.system().statusColl->vrfStatus(L3::VrfName(vrfs_[vrf]->vrf()));
   if (!status) return all;
   for (const auto &[zone, bsr] : status->bootstrapRouter()) {

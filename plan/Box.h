@@ -47,6 +47,8 @@ class Box {
   /// By the place of the VRF.
   Sim::Router &vrf(size_t place) const { return *vrfs_[place]; }
   bool runs() const { return host_.runs(); }
+  /// Whether its agent runs and is configured for the VRF.
+  bool runsIn(size_t vrf) const { return runs() && isConfigured(*vrfs_[vrf]); }
   bool standsBy() const { return host_.system().redundancyStatus->standby(); }
   /// Whether messages about the zone pass the interface of the VRF, which is up.
   bool hears(size_t vrf, const Pax::IntfId &intfId, const Pax::IpGenPrefix &zone) const;

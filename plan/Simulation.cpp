@@ -13,7 +13,30 @@ Pax::IntfId intfIdOf(const Vrf &vrf, size_t interface) { return {vrf.name, vrf.i
 
 }  // namespace
 
+// Waits behind everything that happens at this time: until nothing has happened between two of its turns.
+class Simulation::InstantEnd : public Sim::Event {
+ public:
+  explicit InstantEnd(Simulation &simulation)
+      : Event(simulation.network_.time()), simulation_(simulation), time_(simulation.network_.time()) {}
+  void awaited() {
+    if (!scheduled()) time_.schedule(*this, time_.now());
+  }
+
+ private:
+  void happen() override {
+    const bool isOver = time_.happened() == lastTurn_ + 1;
+    lastTurn_ = time_.happened();
+    if (!isOver) return awaited();
+    for (Observer *observer : simulation_.observers_) observer->handleInstant();
+  }
+
+  Simulation &simulation_;
+  Sim::VirtualTime &time_;
+  uint64_t lastTurn_ = 0;
+};
+
 Simulation::Simulation(const Plan &plan, uint64_t seed) : plan_(plan), network_(plan.family, seed) {
+  instantEnd_ = std::make_unique<InstantEnd>(*this);
   for (const Router &router : plan.routers) held_.emplace_back(router.vrfs.size());
   for (size_t i = 0; i < plan.routers.size(); ++i) {
     boxes_.push_back(std::make_unique<Box>(network_, plan.routers[i], [this, i](size_t vrf) { settled(i, vrf); }));
@@ -24,7 +47,7 @@ Simulation::Simulation(const Plan &plan, uint64_t seed) : plan_(plan), network_(
   joinLinks();
   for (size_t i = 0; i < plan.routers.size(); ++i) {
     if (!plan.routers[i].start) continue;
-    network_.time().at(Sim::VirtualTime::start + *plan.routers[i].start, [this, i] { boxes_[i]->start(); });
+    network_.time().at(Sim::VirtualTime::start + *plan.routers[i].start, [this, i] { start(i); });
   }
   for (const Action &action : plan.story) {
     network_.time().at(Sim::VirtualTime::start + action.at, [this, &action] { act(action); });
@@ -32,6 +55,20 @@ Simulation::Simulation(const Plan &plan, uint64_t seed) : plan_(plan), network_(
 }
 
 Simulation::~Simulation() { observers_.clear(); }
+
+void Simulation::lookAt(double time) {
+  network_.time().at(Sim::VirtualTime::start + time, [this] { instantEnd_->awaited(); });
+}
+
+void Simulation::start(size_t router) {
+  boxes_[router]->start();
+  reachChanged();
+}
+
+void Simulation::reachChanged() {
+  for (Observer *observer : observers_) observer->handleReach();
+  instantEnd_->awaited();
+}
 
 void Simulation::joinLinks() {
   for (const Link &link : plan_.links) {
@@ -60,6 +97,7 @@ void Simulation::act(const Action &action) {
     default: actOnInterface(action); break;
   }
   for (Observer *observer : observers_) observer->handleAction(action);
+  reachChanged();
   if (action.verb < Verb::start) return;
   for (size_t vrf = 0; vrf < held_[action.router].size(); ++vrf) settled(action.router, vrf);
 }
@@ -85,6 +123,7 @@ void Simulation::settled(size_t router, size_t vrf) {
   if (held_[router][vrf] == held) return;
   held_[router][vrf] = std::move(held);
   for (Observer *observer : observers_) observer->handleHeld({router, vrf});
+  instantEnd_->awaited();
 }
 
 bool Simulation::hears(const Member &member, const Pax::IpGenPrefix &zone) const {
@@ -116,8 +155,10 @@ std::vector<std::vector<std::optional<size_t>>> Simulation::regions(const Pax::I
   std::vector<std::vector<std::optional<size_t>>> regions;
   for (size_t router = 0; router < plan_.routers.size(); ++router) {
     auto &numbers = regions.emplace_back(plan_.routers[router].vrfs.size());
-    if (!boxes_[router]->runs() || boxes_[router]->standsBy()) continue;
-    for (size_t vrf = 0; vrf < numbers.size(); ++vrf) numbers[vrf] = root(first[router] + vrf);
+    if (boxes_[router]->standsBy()) continue;
+    for (size_t vrf = 0; vrf < numbers.size(); ++vrf) {
+      if (boxes_[router]->runsIn(vrf)) numbers[vrf] = root(first[router] + vrf);
+    }
   }
   return regions;
 }
