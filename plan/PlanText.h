@@ -205,7 +205,8 @@ void describe(Members &members, PlanText &text) {
       "templates", text.templates, names(),
       "By name: configurations with ${NAME} for values. Of its own, each router has ${name}, ${number} (from 1, "
       "in the order of names), ${address} (the first one of \"lo\") and ${interfaces} (those with links).");
-  members.map("routers", text.routers, names(), "By name: the routers. Without any, the routers are those that the links name.");
+  members.map("routers", text.routers, names(),
+              "By name: the routers. Without any, the routers are those that the links name.");
   members.objects("links", text.links, "The links.");
   members.objects("events", text.events, "What happens.");
   members.objects("expect", text.expect, "What must hold.");

@@ -1,0 +1,117 @@
+#include "plan/Account.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace Planning {
+
+namespace {
+
+// Whether a router is ever to be a candidate BSR in a VRF.
+bool isCandidate(const Plan &plan, const Node &node) {
+  const Router &router = plan.routers[node.router];
+  const L3::VrfName vrf(router.vrfs[node.vrf].name);
+  const auto says = [&](const ConfigurationPtr &configuration) {
+    if (!configuration) return false;
+    const auto settings = configuration->vrfConfig.find(vrf);
+    return settings != configuration->vrfConfig.end() && !settings->second.bsrCandidateConfig.empty();
+  };
+  return says(router.configuration) || std::any_of(plan.story.begin(), plan.story.end(), [&](const Action &action) {
+           return action.verb == Verb::reload && action.router == node.router && says(action.configuration);
+         });
+}
+
+}  // namespace
+
+Account::Account(Simulation &simulation) : simulation_(simulation), nodes_(simulation.plan().nodes()) {
+  size_t first = 0;
+  for (const Router &router : simulation.plan().routers) {
+    first_.push_back(first);
+    first += router.vrfs.size();
+  }
+  episodes_.push_back({});
+  zones_.emplace(Pax::allGroups(simulation.plan().family), ZoneAccount(nodes_.size(), nodesNearCandidates()));
+  simulation.observe(*this);
+}
+
+const ZoneAccount *Account::zone(const Pax::IpGenPrefix &zone) const {
+  const auto found = zones_.find(zone);
+  return found == zones_.end() ? nullptr : &found->second;
+}
+
+std::vector<Episode> Account::episodes() const {
+  std::vector<Episode> episodes = episodes_;
+  for (size_t i = 0; i + 1 < episodes.size(); ++i) episodes[i].end = episodes[i + 1].begin;
+  episodes.back().end = simulation_.now();
+  return episodes;
+}
+
+// All nodes that links lead to from a candidate, cut ones included; all nodes if there is no candidate. A VRF in which
+// nobody wants to be BSR is not without one.
+std::vector<bool> Account::nodesNearCandidates() const {
+  const Plan &plan = simulation_.plan();
+  std::vector<size_t> parent(nodes_.size());
+  std::iota(parent.begin(), parent.end(), 0);
+  const auto root = [&](size_t node) {
+    while (parent[node] != node) node = parent[node] = parent[parent[node]];
+    return node;
+  };
+  for (const Link &link : plan.links) {
+    for (const Member &member : link.members) {
+      parent[root(placeOf({member.router, member.vrf}))] =
+          root(placeOf({link.members.front().router, link.members.front().vrf}));
+    }
+  }
+  std::vector<bool> hasCandidate(nodes_.size());
+  bool isAny = false;
+  for (size_t i = 0; i < nodes_.size(); ++i) {
+    if (!isCandidate(plan, nodes_[i])) continue;
+    isAny = hasCandidate[root(i)] = true;
+  }
+  std::vector<bool> near;
+  for (size_t i = 0; i < nodes_.size(); ++i) near.push_back(!isAny || hasCandidate[root(i)]);
+  return near;
+}
+
+void Account::handleAction(const Action &action) {
+  const double now = simulation_.now();
+  const bool isNew = episodes_.back().begin < now;
+  if (isNew) episodes_.push_back({now, now, {}});
+  episodes_.back().actions.push_back(&action);
+}
+
+void Account::handleHeld(const Node &node) { changed_.push_back(placeOf(node)); }
+
+void Account::handleInstant() {
+  const double now = simulation_.now();
+  for (const size_t node : changed_) tellHeld(node);
+  changed_.clear();
+  for (auto &[prefix, zone] : zones_) {
+    if (reachChanged_) zone.regionsAre(regionsOf(prefix), now);
+    const bool agreed = zone.agrees();
+    zone.settle(now, episodes_.back().begin);
+    if (!agreed && zone.agrees() && zone.counting() > 0 && watcher_) watcher_(prefix);
+  }
+  reachChanged_ = false;
+}
+
+// To all zones: it may hold one no more.
+void Account::tellHeld(size_t node) {
+  const HeldByZone &held = simulation_.held(nodes_[node]);
+  for (const auto &[prefix, each] : held) {
+    if (zones_.contains(prefix)) continue;
+    zones_.emplace(prefix, ZoneAccount(nodes_.size(), {})).first->second.regionsAre(regionsOf(prefix), 0);
+  }
+  for (auto &[prefix, zone] : zones_) {
+    const auto each = held.find(prefix);
+    zone.heldIs(node, each == held.end() ? nullptr : &each->second);
+  }
+}
+
+std::vector<std::optional<size_t>> Account::regionsOf(const Pax::IpGenPrefix &zone) const {
+  std::vector<std::optional<size_t>> all;
+  for (const auto &ofRouter : simulation_.regions(zone)) all.insert(all.end(), ofRouter.begin(), ofRouter.end());
+  return all;
+}
+
+}  // namespace Planning

@@ -1,0 +1,35 @@
+/// How nodes, addresses and seconds are called in what a run tells.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "plan/Plan.h"
+
+namespace Planning {
+
+/// Outlived by the plan.
+class Naming {
+ public:
+  explicit Naming(const Plan &plan);
+
+  std::string nameOf(const Node &node) const { return plan_.nameOf(node); }
+  /// The router that has the address from the beginning on; empty if none has it, or several have.
+  std::string routerWith(const Pax::IpGenAddr &address) const;
+  /// "r2 (10.0.0.2)", or the address alone; "none" of an unset one.
+  std::string textOf(const Pax::IpGenAddr &address) const;
+  /// "r3, r4 and 97 others"; up to `most` of them by name, all if there is but one more.
+  std::string listOf(const std::vector<Node> &nodes, size_t most = 4) const;
+
+ private:
+  const Plan &plan_;
+  std::map<Pax::IpGenAddr, std::string> routers_;
+};
+
+/// "12.3", "0.012", "0": as brief as a table wants them.
+std::string briefSeconds(double seconds);
+/// To the millisecond: "12.34".
+std::string exactSeconds(double seconds);
+
+}  // namespace Planning

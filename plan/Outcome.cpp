@@ -1,0 +1,109 @@
+#include "plan/Outcome.h"
+
+#include <algorithm>
+#include <map>
+
+#include "platform/kiv/Value.h"
+
+namespace Planning {
+
+namespace {
+
+Spread spreadOf(std::vector<double> seconds, const std::vector<size_t> &nodes, const Account &account,
+                const Plan &plan) {
+  Spread spread;
+  if (seconds.empty()) return spread;
+  const auto most = std::max_element(seconds.begin(), seconds.end());
+  spread.most = *most;
+  if (*most > 0) {
+    spread.which = plan.nameOf(account.nodes()[nodes[static_cast<size_t>(most - seconds.begin())]]);
+  }
+  std::sort(seconds.begin(), seconds.end());
+  const size_t half = seconds.size() / 2;
+  spread.least = seconds.front();
+  spread.median = seconds.size() % 2 == 1 ? seconds[half] : (seconds[half - 1] + seconds[half]) / 2;
+  spread.nodes = static_cast<size_t>(seconds.end() - std::upper_bound(seconds.begin(), seconds.end(), 0.));
+  return spread;
+}
+
+ZoneFigures figuresOf(const ZoneAccount &zone, const Episode &episode, const Account &account, const Plan &plan) {
+  ZoneFigures figures;
+  std::vector<size_t> nodes;
+  for (size_t node = 0; node < account.nodes().size(); ++node) {
+    if (!zone.counted(node).within(episode.begin, episode.end).all().empty()) nodes.push_back(node);
+  }
+  figures.nodes = nodes.size();
+  for (const auto &[outage, spread] :
+       {std::pair(Outage::withoutBsr, &figures.withoutBsr), std::pair(Outage::withoutRp, &figures.withoutRp),
+        std::pair(Outage::disagreed, &figures.disagreed)}) {
+    std::vector<double> seconds;
+    for (const size_t node : nodes) {
+      seconds.push_back(zone.of(outage, node).within(episode.begin, episode.end).sum());
+    }
+    *spread = spreadOf(std::move(seconds), nodes, account, plan);
+  }
+  const Spans disagreement = zone.disagreement().within(episode.begin, episode.end);
+  const double agreedAt = disagreement.all().empty() ? episode.begin : disagreement.all().back().to;
+  if (agreedAt < episode.end || disagreement.all().empty()) figures.agreedAfter = agreedAt - episode.begin;
+  return figures;
+}
+
+std::string textOf(const std::vector<const Action *> &actions) {
+  if (actions.empty()) return "beginning";
+  std::string text;
+  for (const Action *action : actions) text.append(text.empty() ? "" : "; ").append(action->text);
+  return text;
+}
+
+void addBsrs(const Simulation &simulation, const Account &account, std::vector<BsrAtEnd> &bsrs) {
+  const Naming naming(simulation.plan());
+  for (const auto &[prefix, zone] : account.zones()) {
+    std::map<Pax::IpGenAddr, size_t> count;
+    for (size_t i = 0; i < account.nodes().size(); ++i) {
+      if (!zone.counts(i)) continue;
+      const HeldByZone &held = simulation.held(account.nodes()[i]);
+      const auto each = held.find(prefix);
+      ++count[each == held.end() ? Pax::IpGenAddr() : each->second.bsr];
+    }
+    const auto first = static_cast<std::ptrdiff_t>(bsrs.size());
+    for (const auto &[address, nodes] : count) {
+      const bool isNone = address.isZero();
+      bsrs.push_back({prefix, isNone ? "" : Kiv::toText(address), isNone ? "" : naming.routerWith(address), nodes});
+    }
+    std::stable_sort(bsrs.begin() + first, bsrs.end(),
+                     [](const BsrAtEnd &a, const BsrAtEnd &b) { return a.nodes > b.nodes; });
+  }
+}
+
+}  // namespace
+
+bool Outcome::holds() const {
+  return std::all_of(verdicts.begin(), verdicts.end(), [](const Verdict &verdict) { return verdict.holds; });
+}
+
+Outcome outcomeOf(uint64_t seed, const Simulation &simulation, const Account &account, const Judge &judge) {
+  Outcome outcome;
+  outcome.seed = seed;
+  outcome.verdicts = judge.verdicts();
+  for (const Episode &episode : account.episodes()) {
+    EpisodeFigures &figures =
+        outcome.episodes.emplace_back(EpisodeFigures{episode.begin, episode.end, textOf(episode.actions), {}});
+    for (const auto &[prefix, zone] : account.zones()) {
+      ZoneFigures ofZone = figuresOf(zone, episode, account, simulation.plan());
+      ofZone.zone = prefix;
+      if (ofZone.nodes > 0) figures.zones.push_back(std::move(ofZone));
+    }
+  }
+  addBsrs(simulation, account, outcome.bsrs);
+  return outcome;
+}
+
+Outcome play(const Plan &plan, uint64_t seed) {
+  Simulation simulation(plan, seed);
+  Account account(simulation);
+  const Judge judge(simulation, account);
+  simulation.runTo(plan.duration);
+  return outcomeOf(seed, simulation, account, judge);
+}
+
+}  // namespace Planning
