@@ -171,6 +171,49 @@ TEST(Routes, FollowTheShortestPathsThroughCutsAndPowerFailures) {
   }
 }
 
+TEST(Routes, FollowCostsAndLeadToTheNearestOfThoseWithTheAddress) {
+  Network network(Pax::AddressFamily::ipv4, 1);
+  // a - b - d, and a - c - d at a higher cost
+  for (const char *ends : {"ab", "bd", "cd"}) network.linkIs(ends, {std::string(1, ends[0]), std::string(1, ends[1])});
+  Link &ac = network.linkIs("ac", {"a", "c"}, {.cost = 3});
+  const Pax::IpGenAddr d = network.router("d").address();
+  EXPECT_EQ(route(network, "a", d), "b@ab");
+  ac.parametersIs({.cost = 1});
+  EXPECT_EQ(route(network, "a", d), "b@ab c@ac");
+  ac.parametersIs({.cost = 3});
+  network.link("ab").cut();
+  EXPECT_EQ(route(network, "a", d), "c@ac") << "at whatever cost";
+
+  const Pax::IpGenAddr anycast = Pax::IpGenAddr::fromText("10.99.0.1");
+  network.router("b").addressIs(anycast);
+  network.router("d").stubIs("dummy0");
+  network.router("d").addressIs(anycast, "dummy0");
+  EXPECT_EQ(route(network, "c", anycast), "d@cd");
+  network.router("d").stubUpIs("dummy0", false);
+  EXPECT_EQ(route(network, "c", anycast), "d@cd") << "on the way to b";
+  EXPECT_EQ(route(network, "d", anycast), "b@bd");
+  network.router("b").addressDel(anycast);
+  EXPECT_EQ(route(network, "c", anycast), "none");
+}
+
+TEST(Routes, LeadToTheSubnetsOfWhateverAddressesInterfacesHave) {
+  Network network(Pax::AddressFamily::ipv4, 1);
+  const auto address = [](const char *text, uint8_t length) {
+    return IntfAddress{Pax::IpGenAddr::fromText(text), {Pax::IpGenAddr::fromText(text), length}};
+  };
+  Link &far = network.linkIs("far", LinkParameters());
+  network.linkIs("near", {"a", "b"});
+  Intf &ge = network.router("b").join(far, {"ge0", {address("172.16.0.1", 30), address("172.17.0.1", 16)}});
+  network.router("c").join(far, {"ge7", {address("172.16.0.2", 30)}});
+  EXPECT_EQ(route(network, "b", Pax::IpGenAddr::fromText("172.16.0.2")), "connected@far");
+  EXPECT_EQ(route(network, "a", Pax::IpGenAddr::fromText("172.17.9.9")), "b@near");
+  EXPECT_EQ(route(network, "c", network.router("a").address()), "b@far");
+  EXPECT_EQ(ge.nextHopAddress(), Pax::IpGenAddr::fromText("172.16.0.1"));
+  ge.addressDel(ge.nextHopAddress());
+  EXPECT_EQ(ge.nextHopAddress(), Pax::IpGenAddr::fromText("172.17.0.1"));
+  EXPECT_EQ(ge.status()->pimAddr(), Pax::IpGenAddr::fromText("172.17.0.1"));
+}
+
 // Every byte that crossed the link, with its time.
 std::string record(uint64_t seed) {
   Network network(Pax::AddressFamily::ipv4, seed);
