@@ -1,6 +1,7 @@
 #include "platform/pim/HelloInterface.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/kiv/ReactorOf.h"
 #include "platform/tracelet/Tracelet.h"
@@ -25,6 +26,7 @@ HelloSpeaker::Interface::~Interface() = default;
 void HelloSpeaker::Interface::intfStatusIs(const Kiv::Ptr<const Ip::IntfStatus> &intfStatus) {
   if (intfStatus == intfStatus_) return;
   intfStatus_ = intfStatus;
+  toldAll_ = false;
   reactor_->notifierIs(intfStatus);
   settle();
 }
@@ -56,8 +58,8 @@ void HelloSpeaker::Interface::stop() {
   TRACELET(trace, 4, "PIM is off at " << intfId_);
   periodic_.timeMinIs(Orb::never);
   triggered_.timeMinIs(Orb::never);
-  spoke_ = false;
-  neighbor_.clear();
+  spoke_ = toldAll_ = false;
+  for (const Pax::IpGenAddr &address : neighbor_.keys()) neighbor_.erase(address);
   owner_.clear();
   pimIntf_ = nullptr;
   speaker_.status_->pimIntfDel(intfId_);
@@ -73,12 +75,14 @@ void HelloSpeaker::Interface::leave() {
 void HelloSpeaker::Interface::addressChanged() {
   sendHello(0);
   pimIntf_->addressIs(intfStatus_->pimAddr());
+  toldAll_ = false;
   neighborDel(pimIntf_->address());
   electDr();
   sendHello();
 }
 
 void HelloSpeaker::Interface::ownListChanged() {
+  toldAll_ = false;
   if (!pimIntf_ || !everyoneHeardUs_ || ownList() == told_) return;
   if (speaker_.parameters_.speak) periodic_.timeMinIs(speaker_.wheel_->now());
 }
@@ -107,10 +111,10 @@ bool HelloSpeaker::Interface::sendHello(uint16_t holdTime) {
   hello->holdTimeIs(holdTime);
   hello->drPriorityIs(speaker_.parameters_.drPriority);
   hello->generationIdIs(generationId_);
-  hello->addressList = ownList();
+  hello->addressList = toldAll_ ? told_ : ownList();
   if (!speaker_.port_->send(intfId_, *hello)) return false;
   spoke_ = everyoneHeardUs_ = !goodbye;
-  told_ = hello->addressList;
+  if (!std::exchange(toldAll_, true)) told_ = hello->addressList;
   return true;
 }
 
@@ -135,6 +139,14 @@ bool HelloSpeaker::Interface::isOurs(const Pax::IpGenAddr &address) const {
                                                   : speaker_.ownAddresses_.contains(address);
 }
 
+bool HelloSpeaker::Interface::isStillOther(Neighbor &neighbor) const {
+  const uint32_t version = speaker_.ownAddresses_.version();
+  if (neighbor.otherSince == version) return true;
+  if (isOurs(neighbor.address)) return false;
+  neighbor.otherSince = version;
+  return true;
+}
+
 std::vector<Pax::IpGenAddr> HelloSpeaker::Interface::ownList() const {
   std::vector<Pax::IpGenAddr> list;
   for (const auto &[address, info] : intfStatus_->address()) {
@@ -146,12 +158,18 @@ std::vector<Pax::IpGenAddr> HelloSpeaker::Interface::ownList() const {
 }
 
 void HelloSpeaker::Interface::helloIs(const Packet::HelloMessage &hello) {
-  if (!pimIntf_ || isOurs(hello.source())) return;
+  if (!pimIntf_) return;
+  Neighbor *const known = neighbor(hello.source());
+  if (known ? !isStillOther(*known) : isOurs(hello.source())) return;
   if (hello.holdTime() == 0) {
     if (const auto leaving = pimIntf_->neighbor(hello.source())) leaving->saidGoodbyeIs(true);
     return neighborDel(hello.source());
   }
-  if (Neighbor *neighbor = neighborFor(hello)) refresh(*neighbor, hello);
+  if (known) return refresh(*known, hello);
+  if (Neighbor *const stranger = neighborIs(hello)) {
+    refresh(*stranger, hello);
+    electDr();
+  }
 }
 
 void HelloSpeaker::Interface::greet() {

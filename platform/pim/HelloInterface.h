@@ -5,6 +5,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "platform/kiv/Table.h"
 #include "platform/orb/TimerFor.h"
 #include "platform/orb/TokenBucket.h"
 #include "platform/pim/HelloSpeaker.h"
@@ -50,10 +51,13 @@ class HelloSpeaker::Interface {
 
   /// Whether the address is one of this router's.
   bool isOurs(const Pax::IpGenAddr &address) const;
+  /// Whether the neighbor, which was none of ours when it came, has not become one since.
+  bool isStillOther(Neighbor &neighbor) const;
   /// Our Address List here: the usable addresses besides the PIM address.
   std::vector<Pax::IpGenAddr> ownList() const;
-  /// The neighbor that sent the Hello, a new one if need be; null when there are too many.
-  Neighbor *neighborFor(const Packet::HelloMessage &hello);
+  Neighbor *neighbor(const Pax::IpGenAddr &address) const;
+  /// The new neighbor that sent the Hello; null when there are too many.
+  Neighbor *neighborIs(const Packet::HelloMessage &hello);
   /// False when every neighbor has a better right to be there than a stranger.
   bool makeRoom();
   void refresh(Neighbor &neighbor, const Packet::HelloMessage &hello);
@@ -73,8 +77,9 @@ class HelloSpeaker::Interface {
   uint32_t generationId_ = 0;
   bool spoke_ = false;                // we have said Hello here and not goodbye since
   bool everyoneHeardUs_ = false;      // no neighbor is new since our last Hello
+  bool toldAll_ = false;              // our Address List is still the one in that Hello
   std::vector<Pax::IpGenAddr> told_;  // our Address List in that Hello
-  std::unordered_map<Pax::IpGenAddr, std::unique_ptr<Neighbor>> neighbor_;
+  Kiv::Table<Pax::IpGenAddr, std::unique_ptr<Neighbor>> neighbor_;
   std::unordered_map<Pax::IpGenAddr, Pax::IpGenAddr> owner_;  // secondary address to its neighbor
   Orb::TimerFor<&Interface::periodicHello> periodic_{speaker_.wheel_, *this};
   Orb::TimerFor<&Interface::triggeredHello> triggered_{speaker_.wheel_, *this};
@@ -91,6 +96,7 @@ struct HelloSpeaker::Interface::Neighbor {
   Interface &interface;
   const Pax::IpGenAddr address;
   const Kiv::Ptr<PimNeighbor> status;
+  uint32_t otherSince = 0;  // the version of our own addresses at which its address was none of them
   Orb::TimerFor<&Neighbor::expire> expiry{interface.speaker_.wheel_, *this};
 };
 

@@ -8,8 +8,12 @@ namespace Routing::Pim::IO {
 
 static Tracelet::Module trace("Pim::Hello");
 
-HelloSpeaker::Interface::Neighbor *HelloSpeaker::Interface::neighborFor(const Packet::HelloMessage &hello) {
-  if (const auto present = neighbor_.find(hello.source()); present != neighbor_.end()) return present->second.get();
+HelloSpeaker::Interface::Neighbor *HelloSpeaker::Interface::neighbor(const Pax::IpGenAddr &address) const {
+  const auto *known = neighbor_.find(address);
+  return known ? known->get() : nullptr;
+}
+
+HelloSpeaker::Interface::Neighbor *HelloSpeaker::Interface::neighborIs(const Packet::HelloMessage &hello) {
   if (!makeRoom()) {
     pimIntf_->helloRefusedInc();
     return nullptr;
@@ -17,11 +21,11 @@ HelloSpeaker::Interface::Neighbor *HelloSpeaker::Interface::neighborFor(const Pa
   TRACELET(trace, 4, "New neighbor " << hello.source() << " on " << intfId_);
   // Who sends from an address has it, whoever lists it.
   if (const auto claim = owner_.find(hello.source()); claim != owner_.end()) {
-    secondaryDel(*neighbor_.at(claim->second), hello.source());
+    secondaryDel(*neighbor(claim->second), hello.source());
   }
   const Kiv::Ptr<PimNeighbor> status = pimIntf_->neighborIs(hello.source());
   status->upTimeIs(speaker_.wheel_->now());
-  auto &neighbor = neighbor_[hello.source()] = std::make_unique<Neighbor>(*this, hello.source(), status);
+  const auto &neighbor = neighbor_.insert(hello.source(), std::make_unique<Neighbor>(*this, hello.source(), status));
   status->hasGenerationIdIs(hello.generationId().has_value());
   status->generationIdIs(hello.generationId().value_or(0));
   greet();
@@ -63,8 +67,10 @@ void HelloSpeaker::Interface::refresh(Neighbor &neighbor, const Packet::HelloMes
     greet();
   }
   secondaryAre(neighbor, hello.addressList);
+  const uint32_t drPriority = hello.drPriority().value_or(1);
+  if (status->hasDrPriority() == hello.drPriority().has_value() && status->drPriority() == drPriority) return;
   status->hasDrPriorityIs(hello.drPriority().has_value());
-  status->drPriorityIs(hello.drPriority().value_or(1));
+  status->drPriorityIs(drPriority);
   electDr();
 }
 
@@ -72,6 +78,7 @@ void HelloSpeaker::Interface::refresh(Neighbor &neighbor, const Packet::HelloMes
 // other. Here the first one stands. A neighbor that died and came back with another of its addresses gets the rest
 // with its next Hello after the old one has expired.
 void HelloSpeaker::Interface::secondaryAre(Neighbor &neighbor, const std::vector<Pax::IpGenAddr> &list) {
+  if (list.empty() && neighbor.status->secondary().empty()) return;
   std::vector<Pax::IpGenAddr> sorted = list;
   std::sort(sorted.begin(), sorted.end());
   for (const Pax::IpGenAddr &address : neighbor.status->secondary().keys()) {
@@ -113,11 +120,11 @@ void HelloSpeaker::Interface::secondaryDel(Neighbor &neighbor, const Pax::IpGenA
 
 // By value, since the address may belong to the neighbor that is being deleted.
 void HelloSpeaker::Interface::neighborDel(Pax::IpGenAddr address) {
-  const auto gone = neighbor_.find(address);
-  if (gone == neighbor_.end()) return;
+  const Neighbor *const gone = neighbor(address);
+  if (!gone) return;
   TRACELET(trace, 4, "Neighbor " << address << " on " << intfId_ << " is gone");
-  for (const Pax::IpGenAddr &secondary : gone->second->status->secondary().keys()) owner_.erase(secondary);
-  neighbor_.erase(gone);
+  for (const Pax::IpGenAddr &secondary : gone->status->secondary().keys()) owner_.erase(secondary);
+  neighbor_.erase(address);
   pimIntf_->neighborDel(address);
   electDr();
 }

@@ -13,7 +13,7 @@ class OwnAddresses::DirReactor : public Kiv::ReactorOf<Ip::AllIntfStatusDir, Own
 
 class OwnAddresses::IntfReactor : public Kiv::ReactorOf<Ip::IntfStatus, OwnAddresses> {
   using ReactorOf::ReactorOf;
-  void onAddress(const Pax::IpGenAddr &) override { owner_.isCurrent_ = false; }
+  void onAddress(const Pax::IpGenAddr &) override { ++owner_.version_; }
 };
 
 OwnAddresses::OwnAddresses(const Kiv::Ptr<const Ip::AllIntfStatusDir> &interfaces)
@@ -24,12 +24,12 @@ OwnAddresses::OwnAddresses(const Kiv::Ptr<const Ip::AllIntfStatusDir> &interface
 OwnAddresses::~OwnAddresses() = default;
 
 bool OwnAddresses::contains(const Pax::IpGenAddr &address) {
-  if (!isCurrent_) gather();
+  if (gathered_ != version_) gather();
   return std::binary_search(sorted_.begin(), sorted_.end(), address);
 }
 
 void OwnAddresses::follow(const Pax::IntfId &intfId) {
-  isCurrent_ = false;
+  ++version_;
   intfReactor_.erase(intfId);
   if (const auto intfStatus = interfaces_->intfStatus(intfId)) {
     intfReactor_.insert(intfId, std::make_unique<IntfReactor>(*this, intfStatus));
@@ -42,7 +42,7 @@ void OwnAddresses::gather() {
     for (const auto &[address, info] : intfStatus->address()) sorted_.push_back(address);
   }
   std::sort(sorted_.begin(), sorted_.end());
-  isCurrent_ = true;
+  gathered_ = version_;
 }
 
 }  // namespace Routing::Pim::IO

@@ -1,6 +1,7 @@
 /// The addresses of all interfaces of a VRF, to be asked with each Hello.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -16,6 +17,8 @@ class OwnAddresses {
   ~OwnAddresses();
   /// Whether an interface has the address.
   bool contains(const Pax::IpGenAddr &address);
+  /// Another one after each change.
+  uint32_t version() const { return version_; }
 
  private:
   class DirReactor;
@@ -25,7 +28,8 @@ class OwnAddresses {
 
   const Kiv::Ptr<const Ip::AllIntfStatusDir> interfaces_;
   std::vector<Pax::IpGenAddr> sorted_;
-  bool isCurrent_ = false;
+  uint32_t version_ = 1;
+  uint32_t gathered_ = 0;  // the version of sorted_
   Kiv::Table<Pax::IntfId, std::unique_ptr<IntfReactor>> intfReactor_;
   std::unique_ptr<DirReactor> dirReactor_;
 };
