@@ -1,6 +1,5 @@
 #include "platform/orb/FewTimers.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "platform/orb/TimerWheel.h"
@@ -35,13 +34,19 @@ void FewTimers::takeDue(double now, std::vector<Timer *> &due) {
 }
 
 double FewTimers::nextTime() {
-  while (!entry_.empty()) {
-    Entry &least = *std::min_element(entry_.begin(), entry_.end(),
-                                     [](const Entry &one, const Entry &other) { return one.time < other.time; });
-    if (least.timer->time_ == least.time) return least.time;
-    least.time = least.timer->time_;
+  for (;;) {
+    const Entry *least = nullptr;
+    for (const Entry &entry : entry_) {
+      if (!least || entry.time < least->time) least = &entry;
+    }
+    if (!least) return never;
+    const double time = least->timer->time_;
+    if (time == least->time) return time;
+    // It was moved. So, most likely, were others that would come before it now.
+    for (Entry &entry : entry_) {
+      if (entry.time < time) entry.time = entry.timer->time_;
+    }
   }
-  return never;
 }
 
 std::vector<Timer *> FewTimers::takeAll() {

@@ -30,8 +30,8 @@ class FewTimers {
     double time;  // not later than the timer's
     Timer *timer;
   };
-  const uint32_t most_;
   std::vector<Entry> entry_;
+  const uint32_t most_;
 };
 
 }  // namespace Orb

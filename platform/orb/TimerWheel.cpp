@@ -28,10 +28,10 @@ void Timer::timeMinIs(double time) {
 TimerWheel::TimerWheel(const Clock &clock, Waker &waker, const Parameters &parameters)
     : clock_(clock),
       waker_(waker),
+      few_(parameters.few),
       parameters_(parameters),
       ticksPerSecond_(double(parameters.ticksPerSecond) / parameters.ticksPerSlot),
       shift_(std::bit_width(parameters.slotsPerLevel) - 1),
-      few_(parameters.few),
       current_(tickOf(clock.now())) {
   REQUIRE(parameters.ticksPerSecond > 0 && parameters.ticksPerSlot > 0);
   REQUIRE(std::has_single_bit(parameters.slotsPerLevel) && parameters.slotsPerLevel > 1);

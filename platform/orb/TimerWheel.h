@@ -155,21 +155,22 @@ class TimerWheel : public Kiv::Counted {
   double nextTime();
   void ask(double time);
 
+  // What each run needs comes first.
   const Clock &clock_;
   Waker &waker_;
   std::unique_ptr<Waker::State> wakerState_;
-  const Parameters parameters_;
-  const double ticksPerSecond_;  // of slots of the lowest level
-  const unsigned shift_;         // log2 of slotsPerLevel
+  uint32_t fired_ = 0;  // how many of those being fired have been
+  bool running_ = false;
+  uint64_t sequence_ = 0;
+  double asked_ = never;      // of the Waker; no timer is earlier
+  std::vector<Timer *> due_;  // those being fired; null where one was disarmed meanwhile
   FewTimers few_;
   std::vector<std::unique_ptr<Level>> levels_;  // none while there are few timers
   std::vector<std::unique_ptr<Block>> spare_;   // empty
-  std::vector<Timer *> due_;                    // those being fired; null where one was disarmed meanwhile
-  uint32_t fired_ = 0;                          // how many of them have been
-  int64_t current_;                             // every earlier slot is empty
-  uint64_t sequence_ = 0;
-  double asked_ = never;  // of the Waker; no timer is earlier
-  bool running_ = false;
+  const Parameters parameters_;
+  const double ticksPerSecond_;  // of slots of the lowest level
+  const unsigned shift_;         // log2 of slotsPerLevel
+  int64_t current_;              // every earlier slot is empty
 };
 
 }  // namespace Orb

@@ -65,13 +65,14 @@ void Intf::nextHopAddressIs(const Pax::IpGenAddr &address) {
 }
 
 void Intf::upIs(bool up) {
-  if (status_->up() == up) return;
+  if (up_ == up) return;
+  up_ = up;
   router_.network().topologyChanged();
   status_->upIs(up);
   status_->adminUpIs(up);
   Ip::chooseAddresses(*status_, link_.subnet().af());
 }
 
-bool Intf::isUp() const { return status_->up() && router_.hasPower(); }
+bool Intf::isUp() const { return up_ && router_.hasPower(); }
 
 }  // namespace Sim

@@ -58,6 +58,7 @@ class Intf {
   Router &router_;
   Link &link_;
   const Pax::IntfId intfId_;
+  bool up_ = true;  // as the status says, which each packet would have to fetch
   const Kiv::Ptr<Ip::IntfStatus> status_;
   Pax::IpGenAddr address_;
   Pax::IpGenAddr nextHop_;

@@ -10,9 +10,9 @@ Link::Link(VirtualTime &time, Frames &frames, std::string name, const Pax::IpGen
            const LinkParameters &parameters, uint64_t seed, std::function<void()> topologyChanged)
     : time_(time),
       frames_(frames),
+      parameters_(parameters),
       name_(std::move(name)),
       subnet_(subnet),
-      parameters_(parameters),
       random_(seed),
       topologyChanged_(std::move(topologyChanged)) {}
 

@@ -72,17 +72,18 @@ class Link {
   void arrive(const Frame &frame);
   void deliver(Intf &receiver, const Frame &frame);
 
+  // What each packet needs comes first.
   VirtualTime &time_;
   Frames &frames_;
+  std::vector<Intf *> members_;
+  bool isCut_ = false;
+  LinkParameters parameters_;
+  Counters counters_;
+  std::function<void(const Packet &)> tap_;
   const std::string name_;
   const Pax::IpGenPrefix subnet_;
-  LinkParameters parameters_;
   Orb::Random random_;
   const std::function<void()> topologyChanged_;
-  std::function<void(const Packet &)> tap_;
-  std::vector<Intf *> members_;
-  Counters counters_;
-  bool isCut_ = false;
 };
 
 }  // namespace Sim

@@ -11,9 +11,9 @@ constexpr uint32_t hopsMost = 64;
 
 Router::Router(Network &network, std::string name, const std::string &vrf, uint32_t index, uint64_t seed)
     : network_(network),
+      index_(index),
       name_(std::move(name)),
       vrf_(vrf),
-      index_(index),
       address_(loopbackAddress(network.af(), index)),
       random_(seed),
       interfaces_(Kiv::make<Ip::AllIntfStatusDir>()),
@@ -72,6 +72,11 @@ Intf &Router::join(Link &link, const IntfParameters &parameters) {
 }
 
 Intf *Router::intf(const Pax::IntfId &intfId) const {
+  constexpr size_t few = 8;  // which stand together, where a table would be one more thing to fetch
+  if (intfs_.size() <= few) {
+    const auto found = std::ranges::find(intfs_, intfId, &Intf::intfId);
+    return found == intfs_.end() ? nullptr : const_cast<Intf *>(&*found);
+  }
   const auto found = intfById_.find(intfId);
   return found == intfById_.end() ? nullptr : found->second;
 }

@@ -83,23 +83,24 @@ class Router {
  private:
   bool forward(const Packet &packet, uint32_t hops);
 
+  // What each packet needs comes first.
   Network &network_;
+  Kiv::Ptr<Port> port_;
+  bool power_ = true;
+  const uint32_t index_;
+  std::deque<Intf> intfs_;
   const std::string name_;
   const std::string vrf_;
-  const uint32_t index_;
   Pax::IpGenAddr address_;
   Orb::Random random_;
-  std::deque<Intf> intfs_;
   std::unordered_map<Pax::IntfId, Intf *> intfById_;
   const Kiv::Ptr<Ip::AllIntfStatusDir> interfaces_;
   const Kiv::Ptr<Routes> routes_;
   const Kiv::Ptr<Orb::TimerWheel> wheel_;
   Kiv::Ptr<Routing::Pim::Status> pimStatus_;
-  Kiv::Ptr<Port> port_;
   Kiv::Ptr<Routing::Pim::IO::HelloSpeaker> speaker_;
   HelloParameters hello_;
   std::optional<std::vector<Pax::IntfId>> pimInterfaces_;  // unset until it is told
-  bool power_ = true;
 };
 
 }  // namespace Sim

@@ -11,7 +11,7 @@ constexpr uint32_t children = 4;
 // The run of a wheel, which owns it.
 class VirtualTime::Wake : public Event, public Orb::Waker::State {
  public:
-  Wake(VirtualTime &time, Orb::TimerWheel &wheel) : Event(time), wheel_(wheel) {}
+  Wake(VirtualTime &time, Orb::TimerWheel &wheel) : Event(time, &wheel), wheel_(wheel) {}
 
  private:
   void happen() override { wheel_.run(); }
@@ -31,7 +31,8 @@ class VirtualTime::Action : public Event {
   const std::function<void()> action_;
 };
 
-Event::Event(VirtualTime &time) : virtualTime_(time), number_(time.numberFor(*this)) {}
+Event::Event(VirtualTime &time, const void *touches)
+    : virtualTime_(time), number_(time.numberFor(*this, touches ? touches : this)) {}
 
 Event::~Event() {
   virtualTime_.cancel(*this);
@@ -51,15 +52,15 @@ void VirtualTime::wakeAt(Orb::TimerWheel &wheel, double time) {
   time == Orb::never ? cancel(wake) : schedule(wake, time);
 }
 
-uint32_t VirtualTime::numberFor(Event &event) {
+uint32_t VirtualTime::numberFor(Event &event, const void *touches) {
   if (unused_.empty()) {
     unused_.push_back(static_cast<uint32_t>(event_.size()));
-    event_.push_back(nullptr);
+    event_.emplace_back();
     place_.push_back(notScheduled);
   }
   const uint32_t number = unused_.back();
   unused_.pop_back();
-  event_[number] = &event;
+  event_[number] = {&event, touches};
   return number;
 }
 
@@ -101,11 +102,19 @@ bool VirtualTime::runUntil(const std::function<bool()> &holds, double deadline) 
 bool VirtualTime::step(double deadline) {
   if (heap_.empty() || heap_.front().time > deadline) return false;
   now_ = heap_.front().time;
-  Event &event = *event_[heap_.front().event];
+  Event &event = *event_[heap_.front().event].event;
   remove(0);
+  if (!heap_.empty()) fetch(event_[heap_.front().event]);
   ++happened_;
   event.happen();
   return true;
+}
+
+// The next event is known while this one still runs.
+void VirtualTime::fetch(const Known &next) {
+  __builtin_prefetch(next.event);
+  const auto address = reinterpret_cast<uintptr_t>(next.touches);
+  for (const uintptr_t line : {0, 64, 128}) __builtin_prefetch(reinterpret_cast<const void *>(address + line));
 }
 
 void VirtualTime::put(uint32_t place, const Entry &entry) {

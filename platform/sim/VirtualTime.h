@@ -23,7 +23,8 @@ class VirtualTime;
 /// Owned by whoever schedules it. Its destruction cancels it.
 class Event {
  public:
-  explicit Event(VirtualTime &time);
+  /// `touches` is what it will look at first, if that is something else: fetched into the cache ahead of its time.
+  explicit Event(VirtualTime &time, const void *touches = nullptr);
   virtual ~Event();
   Event(const Event &) = delete;
   Event &operator=(const Event &) = delete;
@@ -77,8 +78,13 @@ class VirtualTime : public Orb::Clock, public Orb::Waker {
     bool operator<(const Entry &other) const { return time != other.time ? time < other.time : order < other.order; }
   };
 
+  struct Known {
+    Event *event;
+    const void *touches;
+  };
+  static void fetch(const Known &next);
   /// The number of a new event.
-  uint32_t numberFor(Event &event);
+  uint32_t numberFor(Event &event, const void *touches);
   void numberDel(uint32_t number);
   bool isScheduled(uint32_t event) const { return place_[event] != notScheduled; }
   /// Runs the first event unless it is later than `deadline`.
@@ -95,7 +101,7 @@ class VirtualTime : public Orb::Clock, public Orb::Waker {
   uint64_t happened_ = 0;
   std::vector<Entry> heap_;  // each entry is before its four children
   // By number, and close together: the events themselves are all over the memory.
-  std::vector<Event *> event_;
+  std::vector<Known> event_;
   std::vector<uint32_t> place_;  // in the heap
   std::vector<uint32_t> unused_;
   std::unordered_map<Event *, std::unique_ptr<Event>> action_;
