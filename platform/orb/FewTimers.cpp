@@ -41,7 +41,10 @@ double FewTimers::nextTime() {
     }
     if (!least) return never;
     const double time = least->timer->time_;
-    if (time == least->time) return time;
+    if (time == least->time) {
+      next_ = least->timer;
+      return time;
+    }
     // It was moved. So, most likely, were others that would come before it now.
     for (Entry &entry : entry_) {
       if (entry.time < time) entry.time = entry.timer->time_;

@@ -2,6 +2,7 @@
 /// where the slots of a wheel would take hundreds.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -22,6 +23,8 @@ class FewTimers {
   void takeDue(double now, std::vector<Timer *> &due);
   /// The time of the next timer; `never` if there is none.
   double nextTime();
+  /// What the next run will look at: the list, and the timer that nextTime() found.
+  std::array<const void *, 2> ahead() const { return {entry_.data(), next_}; }
   /// Takes all of them out, and the memory with them.
   std::vector<Timer *> takeAll();
 
@@ -31,6 +34,7 @@ class FewTimers {
     Timer *timer;
   };
   std::vector<Entry> entry_;
+  const Timer *next_ = nullptr;
   const uint32_t most_;
 };
 

@@ -101,6 +101,8 @@ class TimerWheel : public Kiv::Counted {
   const Parameters &parameters() const { return parameters_; }
   /// For the Waker: null until it puts something there, which then lasts as long as the wheel.
   std::unique_ptr<Waker::State> &wakerState() { return wakerState_; }
+  /// For a Waker of many wheels: addresses that the next run looks at. Nothing need be there any longer.
+  std::array<const void *, 2> ahead() const { return few_.ahead(); }
   /// Fires every timer that is due, unless the Waker finds that it takes too long: then the rest fires in the next
   /// runs, in the same order, and what becomes due meanwhile after it. Asks the Waker for the next run. A timer that is
   /// armed by a callback waits for that run, even if it is due already. Does nothing inside a callback.

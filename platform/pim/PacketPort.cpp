@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/kiv/ReactorOf.h"
 #include "platform/tracelet/Tracelet.h"
 
 namespace Routing::Pim::IO {
@@ -31,6 +32,11 @@ std::ostream &operator<<(std::ostream &out, const Incoming &packet) {
 
 }  // namespace
 
+class PacketPort::StatusReactor : public Kiv::ReactorOf<Status, PacketPort> {
+  using ReactorOf::ReactorOf;
+  void onPimIntf(const Pax::IntfId &) override { owner_.found_ = {}; }
+};
+
 PacketPort::PacketPort(Pax::AddressFamily family, const Kiv::Ptr<const Status> &status,
                        const Kiv::Ptr<RouteLookup> &routes)
     : family_(family),
@@ -38,7 +44,16 @@ PacketPort::PacketPort(Pax::AddressFamily family, const Kiv::Ptr<const Status> &
       routes_(routes),
       codec_(family),
       messageCounters_(Kiv::make<Flume::MessageCounters>()),
-      counters_(messageCounters_->packets) {}
+      counters_(messageCounters_->packets),
+      reactor_(std::make_unique<StatusReactor>(*this, status)) {}
+
+PacketPort::~PacketPort() = default;
+
+const PimIntf *PacketPort::pimIntf(const Pax::IntfId &intfId) {
+  Found &found = found_[std::hash<Pax::IntfId>()(intfId) % found_.size()];
+  if (found.intfId != intfId) found = {intfId, status_->pimIntf(intfId)};
+  return found.pimIntf.get();
+}
 
 void PacketPort::consumerIs(Packet::MessageType type, MessageConsumer *consumer) {
   consumer_[static_cast<size_t>(type)] = consumer;
@@ -51,7 +66,7 @@ void PacketPort::receive(const Incoming &packet) {
     tellRefused(Refusal::wrongFamily, packet);
     return;
   }
-  const Kiv::Ptr<PimIntf> pimIntf = status_->pimIntf(packet.intfId);
+  const PimIntf *const pimIntf = this->pimIntf(packet.intfId);
   if (!pimIntf) {
     ++counters_.pimOff;
     TRACELET(trace, 1, "RX - Error - Dropping packet from " << packet << ": PIM is not on there");
@@ -147,7 +162,7 @@ bool PacketPort::acceptHello(const Incoming &packet) {
 }
 
 bool PacketPort::acceptNoForward(const Incoming &packet, const Packet::BootstrapMessage &message) {
-  if (!status_->pimIntf(packet.intfId)->neighbor(packet.source)) {
+  if (!pimIntf(packet.intfId)->neighbor(packet.source)) {
     ++counters_.noFwdNoHello;
     TRACELET(trace, 1, "RX - Error - Dropping no-forward BSM from " << packet << ": no Hello from there");
     tellRefused(Refusal::noHello, packet, message);
@@ -176,7 +191,7 @@ bool PacketPort::send(const Pax::IntfId &intfId, const Packet::Message &message)
 }
 
 bool PacketPort::sendToAll(const Pax::IntfId &intfId, const Packet::Message &message) {
-  const Kiv::Ptr<PimIntf> pimIntf = status_->pimIntf(intfId);
+  const PimIntf *const pimIntf = this->pimIntf(intfId);
   if (!pimIntf || pimIntf->address().af() != family_) return false;
   return encodeAndTransmit(intfId, message, pimIntf->address(), Pax::allPimRouters(family_));
 }
@@ -197,8 +212,9 @@ bool PacketPort::sendAdvertisement(const Pax::IntfId &intfId, const Packet::CrpA
 
 bool PacketPort::encodeAndTransmit(const Pax::IntfId &intfId, const Packet::Message &message,
                                    const Pax::IpGenAddr &source, const Pax::IpGenAddr &destination) {
-  codec_.encode(message, source, destination, buffer_);
-  return transmit({intfId, source, destination, buffer_});
+  static std::vector<uint8_t> bytes;  // of all ports: gone when it has been sent, and better in the cache than many
+  codec_.encode(message, source, destination, bytes);
+  return transmit({intfId, source, destination, bytes});
 }
 
 }  // namespace Routing::Pim::IO

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <span>
 
 #include "platform/flume/MessageCounters.h"
@@ -58,6 +59,7 @@ class PacketPort : public Kiv::Counted {
  public:
   /// `status` says where PIM is on and who is a neighbor, `routes` which addresses are ours.
   PacketPort(Pax::AddressFamily family, const Kiv::Ptr<const Status> &status, const Kiv::Ptr<RouteLookup> &routes);
+  ~PacketPort() override;
 
   Pax::AddressFamily af() const { return family_; }
   const Kiv::Ptr<Flume::MessageCounters> &messageCounters() const { return messageCounters_; }
@@ -103,6 +105,9 @@ class PacketPort : public Kiv::Counted {
   void dropped(uint32_t packets) { counters_.kernelDropped += packets; }
 
  private:
+  class StatusReactor;
+  /// Where PIM is on: null where it is not.
+  const PimIntf *pimIntf(const Pax::IntfId &intfId);
   /// What is dropped is counted and traced here; these say whether the message goes on to its consumer.
   bool accept(const Incoming &packet, const Packet::Message &message);
   bool acceptHello(const Incoming &packet);
@@ -116,7 +121,13 @@ class PacketPort : public Kiv::Counted {
   bool encodeAndTransmit(const Pax::IntfId &intfId, const Packet::Message &message, const Pax::IpGenAddr &source,
                          const Pax::IpGenAddr &destination);
 
+  struct Found {
+    Pax::IntfId intfId;
+    Kiv::Ptr<const PimIntf> pimIntf;
+  };
+
   const Pax::AddressFamily family_;
+  std::array<Found, 8> found_;  // by the hash of the id; what every packet looks for
   const Kiv::Ptr<const Status> status_;
   const Kiv::Ptr<RouteLookup> routes_;
   Packet::Codec codec_;
@@ -126,7 +137,7 @@ class PacketPort : public Kiv::Counted {
   RefusalWatcher *refusalWatcher_ = nullptr;
   const Kiv::Ptr<Flume::MessageCounters> messageCounters_;
   Flume::PacketCounters &counters_;
-  std::vector<uint8_t> buffer_;
+  std::unique_ptr<StatusReactor> reactor_;
 };
 
 }  // namespace Routing::Pim::IO

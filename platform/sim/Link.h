@@ -12,6 +12,8 @@
 
 namespace Sim {
 
+class Router;
+
 struct LinkParameters {
   uint32_t mtu = 1500;      ///< bytes of an IP packet
   double delay = 0.001;     ///< seconds
@@ -68,6 +70,8 @@ class Link {
  private:
   friend class Frame;
   void cutIs(bool cut);
+  /// Fetches the other end of a wire into the cache.
+  void fetch(const Intf &sender) const;
   void dispatch(Intf &sender, const Packet &packet, Intf *receiver, uint32_t hops, double delay);
   void arrive(const Frame &frame);
   void deliver(Intf &receiver, const Frame &frame);
@@ -76,6 +80,7 @@ class Link {
   VirtualTime &time_;
   Frames &frames_;
   std::vector<Intf *> members_;
+  std::vector<const Router *> routers_;  // of the members
   bool isCut_ = false;
   LinkParameters parameters_;
   Counters counters_;

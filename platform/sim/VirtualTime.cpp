@@ -11,7 +11,7 @@ constexpr uint32_t children = 4;
 // The run of a wheel, which owns it.
 class VirtualTime::Wake : public Event, public Orb::Waker::State {
  public:
-  Wake(VirtualTime &time, Orb::TimerWheel &wheel) : Event(time, &wheel), wheel_(wheel) {}
+  Wake(VirtualTime &time, Orb::TimerWheel &wheel) : Event(time), wheel_(wheel) {}
 
  private:
   void happen() override { wheel_.run(); }
@@ -31,8 +31,7 @@ class VirtualTime::Action : public Event {
   const std::function<void()> action_;
 };
 
-Event::Event(VirtualTime &time, const void *touches)
-    : virtualTime_(time), number_(time.numberFor(*this, touches ? touches : this)) {}
+Event::Event(VirtualTime &time) : virtualTime_(time), number_(time.numberFor(*this)) {}
 
 Event::~Event() {
   virtualTime_.cancel(*this);
@@ -49,10 +48,13 @@ void VirtualTime::wakeAt(Orb::TimerWheel &wheel, double time) {
     state = std::make_unique<Wake>(*this, wheel);
   }
   Wake &wake = static_cast<Wake &>(*state);
-  time == Orb::never ? cancel(wake) : schedule(wake, time);
+  if (time == Orb::never) return cancel(wake);
+  const auto [list, timer] = wheel.ahead();
+  event_[wake.number_].ahead = {&wheel, list, timer};
+  schedule(wake, time);
 }
 
-uint32_t VirtualTime::numberFor(Event &event, const void *touches) {
+uint32_t VirtualTime::numberFor(Event &event) {
   if (unused_.empty()) {
     unused_.push_back(static_cast<uint32_t>(event_.size()));
     event_.emplace_back();
@@ -60,7 +62,7 @@ uint32_t VirtualTime::numberFor(Event &event, const void *touches) {
   }
   const uint32_t number = unused_.back();
   unused_.pop_back();
-  event_[number] = {&event, touches};
+  event_[number] = {&event};
   return number;
 }
 
@@ -113,8 +115,10 @@ bool VirtualTime::step(double deadline) {
 // The next event is known while this one still runs.
 void VirtualTime::fetch(const Known &next) {
   __builtin_prefetch(next.event);
-  const auto address = reinterpret_cast<uintptr_t>(next.touches);
-  for (const uintptr_t line : {0, 64, 128}) __builtin_prefetch(reinterpret_cast<const void *>(address + line));
+  for (const void *object : next.ahead) {
+    const auto address = reinterpret_cast<uintptr_t>(object);
+    for (const uintptr_t line : {0, 64, 128}) __builtin_prefetch(reinterpret_cast<const void *>(address + line));
+  }
 }
 
 void VirtualTime::put(uint32_t place, const Entry &entry) {

@@ -6,6 +6,7 @@
 /// Scheduling, moving and canceling cost O(log n) for n waiting events, and allocate only while the queue grows.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <limits>
@@ -23,8 +24,7 @@ class VirtualTime;
 /// Owned by whoever schedules it. Its destruction cancels it.
 class Event {
  public:
-  /// `touches` is what it will look at first, if that is something else: fetched into the cache ahead of its time.
-  explicit Event(VirtualTime &time, const void *touches = nullptr);
+  explicit Event(VirtualTime &time);
   virtual ~Event();
   Event(const Event &) = delete;
   Event &operator=(const Event &) = delete;
@@ -79,12 +79,12 @@ class VirtualTime : public Orb::Clock, public Orb::Waker {
   };
 
   struct Known {
-    Event *event;
-    const void *touches;
+    Event *event = nullptr;
+    std::array<const void *, 3> ahead{};  // what it will look at
   };
   static void fetch(const Known &next);
   /// The number of a new event.
-  uint32_t numberFor(Event &event, const void *touches);
+  uint32_t numberFor(Event &event);
   void numberDel(uint32_t number);
   bool isScheduled(uint32_t event) const { return place_[event] != notScheduled; }
   /// Runs the first event unless it is later than `deadline`.
