@@ -21,7 +21,10 @@ class Random {
 
  private:
   struct Engine;
-  const std::unique_ptr<Engine> engine_;
+  Engine &engine();
+
+  const uint32_t seed_;
+  std::unique_ptr<Engine> engine_;  // null until it is needed, which most links of a simulated network never do
 };
 
 }  // namespace Orb
