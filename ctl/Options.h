@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "ctl/Completion.h"
-#include "ctl/Table.h"
 #include "daemon/control/Nouns.h"
 #include "daemon/control/Request.h"
+#include "daemon/control/Table.h"
 
 namespace Control {
 

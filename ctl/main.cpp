@@ -12,7 +12,7 @@
 #include "ctl/Monitor.h"
 #include "ctl/Options.h"
 #include "ctl/Reference.h"
-#include "ctl/Table.h"
+#include "daemon/control/Table.h"
 
 namespace {
 

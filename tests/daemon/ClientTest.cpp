@@ -8,8 +8,8 @@
 #include "ctl/Help.h"
 #include "ctl/Options.h"
 #include "ctl/Reference.h"
-#include "ctl/Table.h"
 #include "daemon/Options.h"
+#include "daemon/control/Table.h"
 #include "tests/daemon/TemporaryDirectory.h"
 
 namespace {

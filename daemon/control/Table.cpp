@@ -1,4 +1,4 @@
-#include "ctl/Table.h"
+#include "daemon/control/Table.h"
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
