@@ -26,6 +26,7 @@ class Account : public Observer {
 
   /// The end of each episode is the beginning of the next one; of the last, now.
   std::vector<Episode> episodes() const;
+  const Episode &lastEpisode() const { return episodes_.back(); }  ///< without its end
   /// Of each zone that anybody has known, and that of all groups.
   const std::map<Pax::IpGenPrefix, ZoneAccount> &zones() const { return zones_; }
   /// Null if nobody has known it.

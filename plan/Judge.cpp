@@ -150,7 +150,8 @@ Verdict Judge::lookBack(const Expectation &expectation) const {
   std::string seen = naming_.nameOf(where) + outageText(expectation.kind);
   seen.append(" for ").append(exactSeconds(worst.length())).append(" s, from ").append(exactSeconds(worst.from));
   seen.append(worst.to >= simulation_.plan().duration ? " s to the end" : " s on");
-  if (worst.length() <= 0) seen = "never, at " + allOf(asked);
+  if (worst.length() <= 0)
+    seen = allOf(asked) + (expectation.kind == Kind::agree ? " always agreed" : " always had one");
   if (wrong.empty()) return {true, worst.length() > 0 ? "at most: " + seen : seen};
   if (wrong.size() > 1) seen.append("; too long at ").append(naming_.listOf(wrong));
   return {false, seen};

@@ -1,5 +1,6 @@
 #include "plan/Naming.h"
 
+#include <cmath>
 #include <cstdio>
 
 #include "platform/kiv/Value.h"
@@ -42,6 +43,39 @@ std::string Naming::listOf(const std::vector<Node> &nodes, size_t most) const {
   return list;
 }
 
+std::string Naming::pastOf(const std::vector<const Action *> &actions) const {
+  if (actions.empty()) return "the start";
+  if (actions.size() == 1) return pastOf(*actions.front());
+  const std::string first = pastOf(*actions.front());
+  if (actions.size() == 2) return first + " and " + pastOf(*actions.back());
+  return first + " and " + std::to_string(actions.size() - 1) + " other things happened";
+}
+
+std::string Naming::pastOf(const Action &action) const {
+  const std::string link = "link " + plan_.links[action.link].name;
+  const std::string &router = plan_.routers[action.router].name;
+  const Vrf &vrf = plan_.routers[action.router].vrfs[action.vrf];
+  const std::string interface = nameOf({action.router, action.vrf}) + ":" + vrf.interfaces[action.interface].name;
+  switch (action.verb) {
+    case Verb::cut: return link + " was cut";
+    case Verb::heal: return link + " was healed";
+    case Verb::change: return link + " was changed";
+    case Verb::start: return "the agent of " + router + " started";
+    case Verb::stop: return "the agent of " + router + " stopped";
+    case Verb::crash: return "the agent of " + router + " crashed";
+    case Verb::powerOff: return router + " lost power";
+    case Verb::powerOn: return router + " got power again";
+    case Verb::reload: return router + " loaded another configuration";
+    case Verb::standby: return router + " was put on standby";
+    case Verb::active: return router + " was made active";
+    case Verb::down: return interface + " went down";
+    case Verb::up: return interface + " came up";
+    case Verb::addAddress: return interface + " got " + Kiv::toText(action.address.address);
+    case Verb::removeAddress: return interface + " lost " + Kiv::toText(action.address.address);
+  }
+  return action.text;
+}
+
 namespace {
 
 std::string withDecimals(double seconds, int decimals) {
@@ -57,5 +91,6 @@ std::string withDecimals(double seconds, int decimals) {
 
 std::string briefSeconds(double seconds) { return withDecimals(seconds, seconds < 1 ? 3 : 1); }
 std::string exactSeconds(double seconds) { return withDecimals(seconds, 3); }
+double roundedSeconds(double seconds) { return std::round(seconds * 1e6) / 1e6; }
 
 }  // namespace Planning

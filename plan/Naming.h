@@ -21,8 +21,12 @@ class Naming {
   std::string textOf(const Pax::IpGenAddr &address) const;
   /// "r3, r4 and 97 others"; up to `most` of them by name, all if there is but one more.
   std::string listOf(const std::vector<Node> &nodes, size_t most = 4) const;
+  /// What happened, behind "after": "link r1-r2 was cut and the agent of r3 crashed"; "the start" if it is nothing.
+  std::string pastOf(const std::vector<const Action *> &actions) const;
 
  private:
+  std::string pastOf(const Action &action) const;
+
   const Plan &plan_;
   std::map<Pax::IpGenAddr, std::string> routers_;
 };
@@ -31,5 +35,7 @@ class Naming {
 std::string briefSeconds(double seconds);
 /// To the millisecond: "12.34".
 std::string exactSeconds(double seconds);
+/// To the microsecond, which is what JSON has.
+double roundedSeconds(double seconds);
 
 }  // namespace Planning

@@ -1,4 +1,3 @@
-#include <cmath>
 #include <nlohmann/json.hpp>
 
 #include "plan/Outcome.h"
@@ -10,12 +9,10 @@ using Json = nlohmann::ordered_json;
 
 namespace {
 
-double rounded(double seconds) { return std::round(seconds * 1e6) / 1e6; }
-
 Json jsonOf(const Spread &spread) {
-  return {{"least", rounded(spread.least)},
-          {"median", rounded(spread.median)},
-          {"most", rounded(spread.most)},
+  return {{"least", roundedSeconds(spread.least)},
+          {"median", roundedSeconds(spread.median)},
+          {"most", roundedSeconds(spread.most)},
           {"nodes", spread.nodes},
           {"which", spread.which}};
 }
@@ -45,9 +42,12 @@ Json toJson(const EpisodeFigures &episode) {
                      {"withoutBsr", jsonOf(zone.withoutBsr)},
                      {"withoutRp", jsonOf(zone.withoutRp)},
                      {"disagreed", jsonOf(zone.disagreed)},
-                     {"agreedAfter", zone.agreedAfter ? Json(rounded(*zone.agreedAfter)) : Json()}});
+                     {"agreedAfter", zone.agreedAfter ? Json(roundedSeconds(*zone.agreedAfter)) : Json()}});
   }
-  return {{"at", rounded(episode.begin)}, {"until", rounded(episode.end)}, {"what", episode.what}, {"zones", zones}};
+  return {{"at", roundedSeconds(episode.begin)},
+          {"until", roundedSeconds(episode.end)},
+          {"what", episode.what},
+          {"zones", zones}};
 }
 
 Json toJson(const Outcome &outcome) {

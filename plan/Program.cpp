@@ -15,6 +15,7 @@ namespace {
 
 constexpr std::array verbs{
     ProgramVerb{"check", "FILE", "says what is wrong with a plan", checkPlan},
+    ProgramVerb{"run", "FILE [OPTION]...", "plays a plan and tells what happens", runPlan},
     ProgramVerb{"schema", "", "prints the JSON Schema of plans", printSchema},
 };
 

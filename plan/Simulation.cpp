@@ -81,6 +81,7 @@ void Simulation::joinLinks() {
 }
 
 void Simulation::act(const Action &action) {
+  for (Observer *observer : observers_) observer->handleBefore(action);
   Box &box = *boxes_[action.router];
   switch (action.verb) {
     case Verb::cut: link(action.link).cut(); break;

@@ -15,7 +15,9 @@ namespace Planning {
 class Observer {
  public:
   virtual ~Observer() = default;
-  /// The story goes on: it has happened when this is told.
+  /// The story is about to go on: what the action leads to at once is told after this...
+  virtual void handleBefore(const Action &) {}
+  /// ...and before this, when it has happened.
   virtual void handleAction(const Action &) {}
   /// The agent of the router tells something.
   virtual void handleEvent(size_t /*router*/, const Routing::Pim::Bsr::Event &) {}

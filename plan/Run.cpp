@@ -1,0 +1,127 @@
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+
+#include "plan/Program.h"
+#include "plan/RunJson.h"
+#include "plan/RunText.h"
+#include "plan/TimeLine.h"
+
+namespace Planning {
+
+namespace po = boost::program_options;
+
+namespace {
+
+constexpr const char *usage =
+    "Usage: pimbsr-sim run FILE [OPTION]...\n\n"
+    "Plays a plan. Tells what happens as it happens, then how long routers were without BSR or RPs, or disagreed,\n"
+    "after each event, and which expectations held. Exit status: 0 all of them, 1 not all, 2 the command line or the\n"
+    "plan is wrong.\n\n";
+
+struct RunOptions {
+  std::optional<uint64_t> seed;
+  bool json = false;
+  Routing::Pim::Bsr::Severity severity = Routing::Pim::Bsr::Severity::notice;
+  std::optional<double> until;
+  std::vector<std::string> questions;
+  bool progress = false;
+};
+
+po::options_description describedOptions() {
+  po::options_description options("Options");
+  options.add_options()("help", "print this")("file", po::value<std::string>(), "the plan")  //
+      ("seed", po::value<uint64_t>()->value_name("N"), "of everything random, instead of the plan's")(
+          "json", "print JSON lines, which docs/plans.md describes")(
+          "severity", po::value<std::string>()->value_name("WORD")->default_value("notice"),
+          "print events of this severity and worse")("until", po::value<double>()->value_name("SECONDS"),
+                                                     "end then, instead of when the plan says")(
+          "ask", po::value<std::vector<std::string>>()->value_name("QUESTION"),
+          "\"r7 explain group 239.1.1.1 at 120\", \"r7/blue show bsr\": what pimbsrctl would say there, at a time or "
+          "in "
+          "the end; may be given several times")("progress",
+                                                 "say on standard error how far it is, even if that is no terminal");
+  return options;
+}
+
+RunOptions runOptionsFrom(const po::variables_map &given) {
+  RunOptions options;
+  if (given.count("seed") > 0) options.seed = given["seed"].as<uint64_t>();
+  if (options.seed.value_or(0) > UINT32_MAX) throw UsageError("--seed needs a number up to 4294967295");
+  options.json = given.count("json") > 0;
+  try {
+    options.severity = Routing::Pim::Bsr::severityFrom(given["severity"].as<std::string>());
+  } catch (const std::invalid_argument &error) {
+    throw UsageError(error.what());
+  }
+  if (given.count("until") > 0) options.until = given["until"].as<double>();
+  if (options.until && !(*options.until > 0 && *options.until <= 1e8)) throw UsageError("--until needs seconds");
+  if (given.count("ask") > 0) options.questions = given["ask"].as<std::vector<std::string>>();
+  // On a terminal the time line says how far it is.
+  options.progress = given.count("progress") > 0 || (isatty(STDERR_FILENO) && !isatty(STDOUT_FILENO));
+  return options;
+}
+
+// What is expected later is not looked at, which is said.
+void endAt(double end, Plan &plan, std::ostream &err) {
+  plan.duration = end;
+  std::erase_if(plan.story, [&](const Action &action) { return action.at > end; });
+  for (Expectation &expectation : plan.expectations) expectation.to = std::min(expectation.to, end);
+  std::erase_if(plan.expectations, [&](const Expectation &expectation) {
+    const bool isLater =
+        expectation.kind < Expectation::Kind::agree ? expectation.at > end : expectation.from >= expectation.to;
+    if (isLater) err << "pimbsr-sim: the run ends before this is expected: " << expectation.text << '\n';
+    return isLater;
+  });
+}
+
+// In steps, to say each second of real time how far it is.
+void play(Simulation &simulation, bool progress, std::ostream &err) {
+  const double end = simulation.plan().duration;
+  if (!progress) return simulation.runTo(end);
+  constexpr double steps = 5000;
+  auto told = std::chrono::steady_clock::now();
+  for (double step = 1; step <= steps; ++step) {
+    simulation.runTo(step < steps ? end * step / steps : end);
+    const auto now = std::chrono::steady_clock::now();
+    if (now - told < std::chrono::seconds(1)) continue;
+    told = now;
+    err << "pimbsr-sim: " << briefSeconds(simulation.now()) << " of " << briefSeconds(end) << " s\n" << std::flush;
+  }
+}
+
+int run(Plan &plan, const RunOptions &options, std::ostream &out, std::ostream &err) {
+  if (options.until) endAt(*options.until, plan, err);
+  const uint64_t seed = options.seed.value_or(plan.seed);
+  Simulation simulation(plan, seed);
+  std::vector<Question> questions;
+  for (const std::string &text : options.questions) questions.push_back(questionFrom(text, simulation));
+  std::unique_ptr<RunWriter> writer;
+  options.json ? void(writer = std::make_unique<RunJson>(plan, out))
+               : void(writer = std::make_unique<RunText>(plan, out));
+  Account account(simulation);
+  const Judge judge(simulation, account);
+  const TimeLine timeLine(simulation, account, *writer, options.severity, questions);
+  play(simulation, options.progress, err);
+  const Outcome outcome = outcomeOf(seed, simulation, account, judge);
+  writer->writeOutcome(plan, outcome);
+  return outcome.holds() ? done : failed;
+}
+
+}  // namespace
+
+int runPlan(const Arguments &arguments, std::ostream &out, std::ostream &err) {
+  const po::options_description options = describedOptions();
+  const auto given = optionsFrom(arguments, options, po::positional_options_description().add("file", 1));
+  if (given.count("help") > 0) {
+    out << usage << options;
+    return done;
+  }
+  if (given.count("file") == 0) throw UsageError("which plan?");
+  const RunOptions chosen = runOptionsFrom(given);
+  Plan plan = planOf(given["file"].as<std::string>(), err);
+  return run(plan, chosen, out, err);
+}
+
+}  // namespace Planning

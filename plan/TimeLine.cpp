@@ -1,0 +1,52 @@
+#include "plan/TimeLine.h"
+
+#include <algorithm>
+#include <map>
+#include <nlohmann/json.hpp>
+
+namespace Planning {
+
+TimeLine::TimeLine(Simulation &simulation, Account &account, RunWriter &writer, Routing::Pim::Bsr::Severity severity,
+                   const std::vector<Question> &questions)
+    : simulation_(simulation),
+      account_(account),
+      writer_(writer),
+      naming_(simulation.plan()),
+      severity_(severity),
+      waiting_(questions.rbegin(), questions.rend()) {
+  std::stable_sort(waiting_.begin(), waiting_.end(), [](const Question &a, const Question &b) { return a.at > b.at; });
+  for (const Question &question : waiting_) simulation.lookAt(question.at);
+  simulation.observe(*this);
+  account.agreedWatcherIs([this](const Pax::IpGenPrefix &zone) { agreed(zone); });
+}
+
+void TimeLine::handleBefore(const Action &action) { writer_.writeAction(simulation_.now(), action); }
+
+void TimeLine::handleEvent(size_t router, const Routing::Pim::Bsr::Event &event) {
+  if (event.severity <= severity_) writer_.writeEvent(simulation_.now(), router, event);
+}
+
+void TimeLine::handleInstant() {
+  const double now = simulation_.network().time().now();
+  while (!waiting_.empty() && Sim::VirtualTime::start + waiting_.back().at <= now) {
+    writer_.writeAnswer(simulation_.now(), waiting_.back(), answerTo(waiting_.back(), simulation_));
+    waiting_.pop_back();
+  }
+}
+
+void TimeLine::agreed(const Pax::IpGenPrefix &zone) {
+  const Episode &episode = account_.lastEpisode();
+  Agreement agreement{simulation_.now(), zone, {}, simulation_.now() - episode.begin, naming_.pastOf(episode.actions)};
+  std::map<std::pair<Pax::IpGenAddr, size_t>, size_t> nodes;
+  for (size_t i = 0; i < account_.nodes().size(); ++i) {
+    if (!account_.zone(zone)->counts(i)) continue;
+    const Held &held = simulation_.held(account_.nodes()[i]).at(zone);
+    ++nodes[{held.bsr, held.rps}];
+  }
+  for (const auto &[what, count] : nodes) agreement.on.push_back({what.first, what.second, count});
+  std::stable_sort(agreement.on.begin(), agreement.on.end(),
+                   [](const Agreement::On &a, const Agreement::On &b) { return a.nodes > b.nodes; });
+  writer_.writeAgreement(agreement);
+}
+
+}  // namespace Planning
