@@ -1,0 +1,58 @@
+#include "plan/Outcome.h"
+#include "tests/plan/Plans.h"
+
+namespace Planning {
+namespace {
+
+// A row of three, whose first end crashes at 200 s and whose link between the others is cut at 400 s.
+std::string planWith(const std::string &expectation) {
+  return R"({"templates": {"candidate": {"vrfConfig": {"default": {
+      "bsrCandidateConfig": {"lo": {"group": {"224.0.0.0/4": {"priority": "${priority}"}}}},
+      "rpCandidateConfig": {"lo": {"groupRange": {"239.0.0.0/8": {}}}}}}}},
+    "routers": {"r1": {"template": "candidate", "values": {"priority": 65}},
+                "r2": {"template": "candidate", "values": {"priority": 64}}, "r3": {}},
+    "links": [{"between": ["r1", "r2"]}, {"between": ["r2", "r3"]}],
+    "events": [{"at": 200, "crash": "r1"}, {"at": 400, "cut": "r2-r3"}], "duration": 600,
+    "expect": [)" +
+         expectation + "]}";
+}
+
+TEST(Judge, SaysWhatWasSeenInstead) {
+  struct Case {
+    const char *expectation;
+    bool holds;
+    const char *seen;
+  };
+  // r1 tells the last time at 195.002 s, r2 takes over 130 + 7 s after that, and its last message to pass is of 392.003
+  // s.
+  const Case cases[] = {
+      {R"({"at": 0, "bsr": "none"})", true, "so it was at all 3 routers"},
+      {R"({"at": 199, "bsr": "r1"})", true, "so it was at all 3 routers"},
+      {R"({"at": 199, "bsr": "r2"})", false, "r1, r2 and r3 had r1 (192.168.0.1)"},
+      {R"({"at": 328, "bsr": "none"})", false, "r2 had r1 (192.168.0.1); as expected at 1 router"},
+      {R"({"at": 599, "bsr": "r2"})", false, "r3 had none; as expected at 1 router"},
+      {R"({"at": 599, "bsr": "192.168.0.1", "routers": ["r1", "r2"]})", false,
+       "r1 had no agent that ran; r2 had r2 (192.168.0.2)"},
+      {R"({"at": 200, "bsr": "none", "routers": ["r1"]})", true, "so it was at the only router asked"},
+      {R"({"at": 199, "rp": "r1", "group": "239.1.1.1"})", false, "r1, r2 and r3 had r2 (192.168.0.2)"},
+      {R"({"at": 199, "rp": "none", "group": "225.1.1.1"})", true, "so it was at all 3 routers"},
+      {R"({"withoutBsr": 10, "from": 60, "to": 400})", true, "at most: r3 had no BSR for 7 s, from 325.004 s on"},
+      {R"({"withoutBsr": 10, "from": 60})", false, "r3 had no BSR for 77.996 s, from 522.004 s to the end"},
+      {R"({"withoutBsr": 10, "from": 60, "routers": ["r1", "r2"]})", false,
+       "r1 had no BSR for 400 s, from 200 s to the end"},
+      {R"({"withoutRp": 0, "from": 60, "to": 500})", true, "all 3 routers always had one"},
+      {R"({"agree": 0, "from": 60, "to": 300})", true, "all 3 routers always agreed"},
+      {R"({"agree": 6.5, "from": 60, "to": 350})", false,
+       "r2 disagreed for 7 s, from 325.004 s on; too long at r2 and r3"},
+  };
+  for (const Case &each : cases) {
+    const Outcome outcome = play(planFrom(planWith(each.expectation)), 1);
+    ASSERT_EQ(outcome.verdicts.size(), 1u) << each.expectation;
+    EXPECT_EQ(outcome.verdicts[0].seen, each.seen) << each.expectation;
+    EXPECT_EQ(outcome.verdicts[0].holds, each.holds) << each.expectation;
+    EXPECT_EQ(outcome.holds(), each.holds);
+  }
+}
+
+}  // namespace
+}  // namespace Planning

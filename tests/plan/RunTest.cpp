@@ -1,0 +1,144 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "plan/Program.h"
+#include "tests/daemon/TemporaryDirectory.h"
+
+namespace Planning {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+struct Ran {
+  int status = 0;
+  std::string out, err;
+
+  Lines lines() const {
+    std::istringstream text(out);
+    Lines lines;
+    for (std::string line; std::getline(text, line);) lines.push_back(line);
+    return lines;
+  }
+  bool has(const std::string &line) const {
+    const Lines all = lines();
+    return std::find(all.begin(), all.end(), line) != all.end();
+  }
+};
+
+// A row of so many routers, of which r1 is a candidate, and crashes.
+Ran run(size_t routers, const Arguments &arguments, const std::string &expectations = "") {
+  const Test::TemporaryDirectory directory;
+  const std::string file = directory.path() + "/plan.json";
+  std::string named = R"("r1": {"configuration": {"vrfConfig": {"default": {
+      "bsrCandidateConfig": {"lo": {"group": {"224.0.0.0/4": {}}}},
+      "rpCandidateConfig": {"lo": {"groupRange": {"224.0.0.0/4": {}}}}}}}})";
+  std::string links;
+  for (size_t i = 2; i <= routers; ++i) {
+    const std::string name = "r" + std::to_string(i);
+    named += ", \"" + name + "\": {}";
+    links += (i > 2 ? ", {\"between\": [\"r" : "{\"between\": [\"r") + std::to_string(i - 1) + "\", \"" + name + "\"]}";
+  }
+  std::ofstream(file) << R"({"name": "A row", "routers": {)" << named << "}, \"links\": [" << links
+                      << R"(], "events": [{"at": 200, "crash": "r1"}], "expect": [)" << expectations << "]}";
+  Arguments all{"run", file};
+  all.insert(all.end(), arguments.begin(), arguments.end());
+  std::ostringstream out, err;
+  Ran ran;
+  ran.status = program(all, out, err);
+  ran.out = out.str();
+  ran.err = err.str();
+  return ran;
+}
+
+TEST(Run, ASmallNetworkIsToldRouterByRouter) {
+  const Ran ran = run(3, {});
+  EXPECT_EQ(ran.status, done) << ran.err;
+  EXPECT_EQ(ran.lines().front(), "A row");
+  EXPECT_TRUE(ran.has("     5.001  r2  notice   Zone 224.0.0.0/4 has BSR 192.168.0.1 with priority 64")) << ran.out;
+  EXPECT_TRUE(ran.has("     5.002  r3  notice   Zone 224.0.0.0/4 has BSR 192.168.0.1 with priority 64"));
+  EXPECT_TRUE(ran.has("     5.002  === all of 224.0.0.0/4 agree on r1 (192.168.0.1) without RPs, 5 s after the start"));
+  EXPECT_TRUE(ran.has("   200.000  >>> The agent of r1 crashes"));
+  EXPECT_TRUE(ran.has("  From 200 to 500 s: The agent of r1 crashes"));
+  EXPECT_TRUE(ran.has("  224.0.0.0/4: none at 2 routers"));
+  EXPECT_EQ(run(3, {}).out, ran.out);
+}
+
+TEST(Run, WhatManyRoutersTellIsOneLine) {
+  const Ran ran = run(30, {});
+  EXPECT_TRUE(
+      ran.has("     5.001  r2, r3, r4, r5 and 25 others  notice   Zone 224.0.0.0/4 has BSR 192.168.0.1 with "
+              "priority 64 (until 5.029 s)"))
+      << ran.out;
+  EXPECT_TRUE(ran.has("     0.000  r1, r2, r3, r4 and 26 others  notice   The agent runs in VRF default"));
+  EXPECT_LT(ran.lines().size(), 45u);
+  EXPECT_EQ(run(30, {"--severity", "alert"}).out.find("notice"), std::string::npos);
+}
+
+TEST(Run, ExpectationsDecideTheExitStatus) {
+  const std::string good = R"({"at": 100, "bsr": "r1"})", bad = R"({"at": 400, "bsr": "r1"})";
+  EXPECT_EQ(run(2, {}, good).status, done);
+  const Ran ran = run(2, {}, good + ", " + bad);
+  EXPECT_EQ(ran.status, failed);
+  EXPECT_TRUE(ran.has("  does not hold: at 400 s the BSR of 224.0.0.0/4 is r1 (192.168.0.1) everywhere"));
+  EXPECT_TRUE(ran.has("                 seen: r2 had none"));
+  EXPECT_EQ(ran.lines().back(), "1 of 2 expectations held.");
+  const Ran ended = run(2, {"--until", "300"}, good + ", " + bad);
+  EXPECT_EQ(ended.status, done);
+  EXPECT_EQ(ended.lines().back(), "1 of 1 expectation held.");
+  EXPECT_EQ(ended.err,
+            "pimbsr-sim: the run ends before this is expected: at 400 s the BSR of 224.0.0.0/4 is r1 "
+            "(192.168.0.1) everywhere\n");
+}
+
+TEST(Run, QuestionsAreAnsweredAtTheirTime) {
+  const Ran ran = run(3, {"--ask", "r3 show bsr", "--ask", "r3 explain bsr at 100"});
+  EXPECT_EQ(ran.status, done) << ran.err;
+  EXPECT_TRUE(ran.has("   100.000  ??? r3 explain bsr at 100"));
+  EXPECT_LT(ran.out.find("Zone 224.0.0.0/4: the BSR is 192.168.0.1"), ran.out.find(">>>")) << ran.out;
+  EXPECT_TRUE(ran.has("   500.000  ??? r3 show bsr"));
+  EXPECT_NE(ran.out.find("            vrf      zone         address  priority"), std::string::npos);
+  const char *const wrong[] = {"r4 show bsr",         "r3/blue show bsr",
+                               "r3 show agent",       "r3 show rp",
+                               "r3 tell bsr",         "r3 explain group 1.2.3",
+                               "r3 show bsr at noon", "r3 show bsr at 501",
+                               "r3 explain zone",     "r3"};
+  for (const char *question : wrong) {
+    const Ran refusal = run(3, {"--ask", question});
+    EXPECT_EQ(refusal.status, refused) << question;
+    EXPECT_NE(refusal.err.find("ROUTER[/VRF] show NOUN"), std::string::npos) << question;
+    EXPECT_EQ(refusal.out, "") << question;
+  }
+}
+
+TEST(Run, JsonHasALineForEachThing) {
+  const Ran ran = run(8, {"--json", "--ask", "r2 show rp 239.1.1.1 at 100"}, R"({"withoutBsr": 1, "from": 100})");
+  EXPECT_EQ(ran.status, failed);
+  std::map<std::string, std::vector<nlohmann::json>> byType;
+  double last = 0;
+  for (const std::string &line : ran.lines()) {
+    const auto json = nlohmann::json::parse(line);
+    byType[json["type"]].push_back(json);
+    if (json["type"] == "event" || json["type"] == "action") {
+      EXPECT_GE(json["at"], last) << line;
+      last = json["at"];
+    }
+  }
+  EXPECT_EQ(byType.size(), 7u);
+  EXPECT_EQ(std::count_if(byType["event"].begin(), byType["event"].end(),
+                          [](const auto &event) { return event["kind"] == "bsrLearned"; }),
+            7);
+  EXPECT_EQ(byType["agreed"].front()["on"][0]["router"], "r1");
+  EXPECT_EQ(byType["answer"][0]["rows"][0]["rp"], "192.168.0.1");
+  ASSERT_EQ(byType["episode"].size(), 2u);
+  EXPECT_EQ(byType["episode"][1]["zones"][0]["withoutBsr"]["nodes"], 7);
+  EXPECT_EQ(byType["expectation"][0]["holds"], false);
+  EXPECT_EQ(nlohmann::json::parse(ran.lines().back()), byType["end"][0]);
+}
+
+}  // namespace
+}  // namespace Planning
