@@ -124,15 +124,18 @@ bool Box::hears(size_t vrf, const Pax::IntfId &intfId, const Pax::IpGenPrefix &z
   if (!runs() || standsBy()) return false;
   const std::vector<Pax::IntfId> interfaces = vrfs_[vrf]->pimInterfaces();
   if (std::find(interfaces.begin(), interfaces.end(), intfId) == interfaces.end()) return false;
-  const auto status = host_.system().statusColl->vrfStatus(L3::VrfName(vrfs_[vrf]->vrf()));
+  const auto status = this->status(vrf);
   const auto border = status ? status->bsBorder(zone) : nullptr;
   return !border || !border->intfId(intfId);
 }
 
+Kiv::Ptr<const Status> Box::status(size_t vrf) const {
+  return host_.system().statusColl->vrfStatus(L3::VrfName(vrfs_[vrf]->vrf()));
+}
+
 HeldByZone Box::held(size_t vrf) const {
   HeldByZone all;
-  if (!runsIn(vrf)) return all;
-  const auto status = host_.system().statusColl->vrfStatus(L3::VrfName(vrfs_[vrf]->vrf()));
+  const auto status = runsIn(vrf) ? this->status(vrf) : nullptr;
   if (!status) return all;
   for (const auto &[zone, bsr] : status->bootstrapRouter()) {
     Held &held = all[zone];

@@ -55,6 +55,9 @@ class Box {
   bool hasPower() const { return vrfs_.front()->hasPower(); }
   Routing::Pim::Bsr::EventLog &log() { return log_; }
 
+  /// What the agent has written of the VRF, also when it does not run any more; null before it has.
+  Kiv::Ptr<const Routing::Pim::Bsr::Status> status(size_t vrf) const;
+
   // Each does nothing where there is nothing to do.
   void start();
   void stop();

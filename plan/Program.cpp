@@ -16,6 +16,8 @@ namespace {
 constexpr std::array verbs{
     ProgramVerb{"check", "FILE", "says what is wrong with a plan", checkPlan},
     ProgramVerb{"run", "FILE [OPTION]...", "plays a plan and tells what happens", runPlan},
+    ProgramVerb{"draw", "FILE DIR [OPTION]...", "draws the network and the time line of a plan into a folder",
+                drawPlan},
     ProgramVerb{"schema", "", "prints the JSON Schema of plans", printSchema},
 };
 

@@ -39,6 +39,7 @@ struct ProgramVerb {
 // Each in a file of its own.
 int checkPlan(const Arguments &arguments, std::ostream &out, std::ostream &err);
 int runPlan(const Arguments &arguments, std::ostream &out, std::ostream &err);
+int drawPlan(const Arguments &arguments, std::ostream &out, std::ostream &err);
 int printSchema(const Arguments &arguments, std::ostream &out, std::ostream &err);
 
 /// Takes the arguments of a verb: options and those without a name. Throws UsageError.

@@ -1,0 +1,66 @@
+#include <sstream>
+
+#include "plan/Pictures.h"
+#include "plan/Program.h"
+
+namespace Planning {
+
+namespace po = boost::program_options;
+
+namespace {
+
+// "0,3,12"
+std::set<size_t> numbersFrom(const std::string &text) {
+  std::set<size_t> numbers;
+  std::istringstream words(text);
+  for (std::string word; std::getline(words, word, ',');) {
+    if (word.empty() || word.size() > 9 || word.find_first_not_of("0123456789") != std::string::npos) {
+      throw UsageError("--events: \"" + word + "\" is no number of an event");
+    }
+    numbers.insert(std::stoul(word));
+  }
+  if (numbers.empty()) throw UsageError("--events: which?");
+  return numbers;
+}
+
+po::options_description visibleOptions() {
+  po::options_description options("Options");
+  auto add = options.add_options();
+  add("seed", po::value<uint64_t>(), "of everything that is random; by default the plan's");
+  add("format", po::value<std::string>()->default_value("svg"), "svg, or dot: write the network for Graphviz only");
+  add("events", po::value<std::string>(), "N,... draw the network only after these, 0 for before the first");
+  add("help", "print this");
+  return options;
+}
+
+}  // namespace
+
+int drawPlan(const Arguments &arguments, std::ostream &out, std::ostream &err) {
+  po::options_description options = visibleOptions();
+  po::options_description all;
+  all.add(options).add_options()("file", po::value<std::string>())("folder", po::value<std::string>());
+  const auto given = optionsFrom(arguments, all, po::positional_options_description().add("file", 1).add("folder", 1));
+  if (given.count("help") > 0) {
+    out << "Usage: pimbsr-sim draw FILE DIR [OPTION]...\n\n"
+           "Plays a plan and draws into DIR the network before its first event and after each, just before the next "
+           "or\n"
+           "at the end, and the time line. Prints the files.\n\n"
+        << options;
+    return done;
+  }
+  if (given.count("file") == 0) throw UsageError("which plan?");
+  if (given.count("folder") == 0) throw UsageError("into which folder?");
+  const auto format = given["format"].as<std::string>();
+  if (format != "svg" && format != "dot") throw UsageError("--format: svg or dot, not \"" + format + "\"");
+  Pictures::Options picturing{given["folder"].as<std::string>(), format == "svg"};
+  if (given.count("events") > 0) picturing.moments = numbersFrom(given["events"].as<std::string>());
+  const Plan plan = planOf(given["file"].as<std::string>(), err);
+  const uint64_t seed = given.count("seed") > 0 ? given["seed"].as<uint64_t>() : plan.seed;
+  Simulation simulation(plan, seed);
+  Pictures pictures(simulation, seed, std::move(picturing), out, err);
+  simulation.runTo(plan.duration);
+  pictures.finish();
+  return done;
+}
+
+}  // namespace Planning
