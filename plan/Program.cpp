@@ -18,6 +18,8 @@ constexpr std::array verbs{
     ProgramVerb{"run", "FILE [OPTION]...", "plays a plan and tells what happens", runPlan},
     ProgramVerb{"draw", "FILE DIR [OPTION]...", "draws the network and the time line of a plan into a folder",
                 drawPlan},
+    ProgramVerb{"generate", "ring|grid|tree|fat-tree|random ...", "writes a plan to begin with", generatePlan},
+    ProgramVerb{"import", "FOLDER...|FILE...", "writes the plan of a running network", importPlan},
     ProgramVerb{"schema", "", "prints the JSON Schema of plans", printSchema},
 };
 

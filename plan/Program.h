@@ -40,6 +40,8 @@ struct ProgramVerb {
 int checkPlan(const Arguments &arguments, std::ostream &out, std::ostream &err);
 int runPlan(const Arguments &arguments, std::ostream &out, std::ostream &err);
 int drawPlan(const Arguments &arguments, std::ostream &out, std::ostream &err);
+int generatePlan(const Arguments &arguments, std::ostream &out, std::ostream &err);
+int importPlan(const Arguments &arguments, std::ostream &out, std::ostream &err);
 int printSchema(const Arguments &arguments, std::ostream &out, std::ostream &err);
 
 /// Takes the arguments of a verb: options and those without a name. Throws UsageError.
