@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <charconv>
+#include <map>
 
 #include "plan/Draft.h"
 #include "plan/Program.h"
@@ -161,10 +162,10 @@ Draft::Section templatesOf(const Network &network, const Groups &groups) {
   return section;
 }
 
-Draft::Section candidatesOf(const Network &network) {
+Draft::Section routersOf(const Network &network) {
   Draft::Section section{"routers",
-                         {"", "Routers that are not here are no candidates; PIM is on at all links of every router.",
-                          "Instead of a template a router may have \"file\": \"r1.json\", its own configuration file."},
+                         {"", "Those with {} are no candidates; PIM is on at all links of every router. Instead of a",
+                          "template a router may have \"file\": \"r1.json\", its own configuration file."},
                          {},
                          false};
   const Places &places = network.places;
@@ -173,9 +174,12 @@ Draft::Section candidatesOf(const Network &network) {
   values[places.spareBsr]["bsrPriority"] = 64;
   values[places.rp]["rpPriority"] = 10;
   values[places.spareRp]["rpPriority"] = 20;
-  for (const auto &[router, own] : values) {
-    const std::string name = own.size() == 2 ? "both" : own.contains("bsrPriority") ? "bsr" : "rp";
-    section.entries.push_back({network.topology.routers[router], {{"template", name}, {"values", own}}});
+  for (size_t router = 0; router < network.topology.routers.size(); ++router) {
+    Draft::Entry &entry = section.entries.emplace_back(Draft::Entry{network.topology.routers[router], Json::object()});
+    const auto own = values.find(router);
+    if (own == values.end()) continue;
+    const std::string name = own->second.size() == 2 ? "both" : own->second.contains("bsrPriority") ? "bsr" : "rp";
+    entry.value = {{"template", name}, {"values", own->second}};
   }
   return section;
 }
@@ -228,8 +232,8 @@ void tellOfLostBranch(Draft &draft, const Network &network, const Groups &groups
                              {"", {{"at", 590}, {"rp", "none"}, {"group", groups.one}, {"routers", {routers[last]}}}},
                              {"", {{"at", 590}, {"bsr", routers[root]}, {"routers", {routers[root], routers[first]}}}},
                              {"", {{"at", 890}, {"rp", routers[root]}, {"group", groups.one}}},
-                             {"", {{"withoutBsr", 0}, {"from", 610}}},
-                             {"", {{"withoutRp", 0}, {"from", 610}}}}});
+                             {"", {{"withoutBsr", 20}, {"from", 600}}},
+                             {"", {{"withoutRp", 20}, {"from", 600}}}}});
 }
 
 Draft draftOf(const Network &network, const Groups &groups) {
@@ -241,7 +245,7 @@ Draft draftOf(const Network &network, const Groups &groups) {
   draft.head.push_back({"name", network.title});
   if (groups.family != groupsOf4.family) draft.head.push_back({"family", groups.family});
   draft.sections.push_back(templatesOf(network, groups));
-  draft.sections.push_back(candidatesOf(network));
+  draft.sections.push_back(routersOf(network));
   draft.sections.push_back(linksOf(network.topology));
   network.isTree ? tellOfLostBranch(draft, network, groups) : tellOfLostBsr(draft, network, groups);
   return draft;

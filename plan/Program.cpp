@@ -20,6 +20,8 @@ constexpr std::array verbs{
                 drawPlan},
     ProgramVerb{"generate", "ring|grid|tree|fat-tree|random ...", "writes a plan to begin with", generatePlan},
     ProgramVerb{"import", "FOLDER...|FILE...", "writes the plan of a running network", importPlan},
+    ProgramVerb{"sweep", "FILE [OPTION]...", "lets every link, router and pair of links fail in turn", sweepPlan},
+    ProgramVerb{"merge", "RESULTS... [--json]", "puts the results of single runs of a sweep together", mergeResults},
     ProgramVerb{"schema", "", "prints the JSON Schema of plans", printSchema},
 };
 

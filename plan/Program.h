@@ -42,7 +42,9 @@ int runPlan(const Arguments &arguments, std::ostream &out, std::ostream &err);
 int drawPlan(const Arguments &arguments, std::ostream &out, std::ostream &err);
 int generatePlan(const Arguments &arguments, std::ostream &out, std::ostream &err);
 int importPlan(const Arguments &arguments, std::ostream &out, std::ostream &err);
+int mergeResults(const Arguments &arguments, std::ostream &out, std::ostream &err);
 int printSchema(const Arguments &arguments, std::ostream &out, std::ostream &err);
+int sweepPlan(const Arguments &arguments, std::ostream &out, std::ostream &err);
 
 /// Takes the arguments of a verb: options and those without a name. Throws UsageError.
 boost::program_options::variables_map optionsFrom(const Arguments &arguments,

@@ -1,0 +1,40 @@
+/// The lines of a sweep in a file, so that one that was interrupted goes on where it stopped.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/linux/Descriptor.h"
+
+namespace Planning {
+
+/// The file cannot be used; what() begins with its name.
+class ResultFault : public std::runtime_error {
+ public:
+  using runtime_error::runtime_error;
+};
+
+using TakeLine = std::function<void(const std::string &line)>;
+
+/// Hands each line to `take`, which may throw std::invalid_argument. A last line without its end is left out. "-" is
+/// standard input. Throws ResultFault.
+void readResults(const std::string &file, const TakeLine &take);
+
+class ResultFile {
+ public:
+  /// Makes the file if it is not there. Hands the lines that it has to `take`, as readResults() does, and cuts off a
+  /// last line without its end.
+  ResultFile(std::string name, const TakeLine &take);
+  /// Adds a line at the end; it is there whatever happens to this process afterwards.
+  void add(const std::string &line);
+  /// Puts the lines into the order of their numbers. Of those of one number the first stays; without one, none.
+  void sort(const std::function<std::optional<size_t>(const std::string &line)> &numberOf);
+
+ private:
+  const std::string name_;
+  Linux::Descriptor file_;
+};
+
+}  // namespace Planning

@@ -1,0 +1,107 @@
+#include "plan/SweepRun.h"
+
+#include <cmath>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+
+#include "plan/Outcome.h"
+#include "plan/PlanDigest.h"
+#include "platform/kiv/Value.h"
+
+namespace Planning {
+
+using Json = nlohmann::ordered_json;
+
+namespace {
+
+WorstAt worstOf(const Spread &spread) { return {std::round(spread.most * 1e6) / 1e6, spread.which}; }
+
+LeftWithout leftIn(const ZoneAccount &zone, Outage outage, const Account &account, const Plan &plan) {
+  LeftWithout left;
+  for (size_t node = 0; node < account.nodes().size(); ++node) {
+    if (!zone.counts(node) || !zone.of(outage, node).isOpen()) continue;
+    if (left.routers++ == 0) left.first = plan.nameOf(account.nodes()[node]);
+  }
+  return left;
+}
+
+Json jsonOf(const WorstAt &worst) { return {worst.seconds, worst.router}; }
+Json jsonOf(const LeftWithout &left) { return {left.routers, left.first}; }
+WorstAt worstFrom(const Json &json) { return {json.at(0), json.at(1)}; }
+LeftWithout leftFrom(const Json &json) { return {json.at(0), json.at(1)}; }
+
+Json jsonOf(const SweepHead &head) {
+  return {{"at", head.at},       {"end", head.end},     {"links", head.links},        {"routers", head.routers},
+          {"pairs", head.pairs}, {"seeds", head.seeds}, {"expect", head.expectations}};
+}
+
+SweepHead headFrom(const Json &json) {
+  return {json.at("at"),    json.at("end"),   json.at("links"), json.at("routers"),
+          json.at("pairs"), json.at("seeds"), json.at("expect")};
+}
+
+}  // namespace
+
+std::string digestOf(const Cases &cases) {
+  Plan plan = cases.base();
+  plan.story.push_back({.at = cases.setting().at, .text = cases.setting().pairs ? "pairs" : "no pairs"});
+  return digestOf(plan);
+}
+
+SweepHead headOf(const Cases &cases, size_t seeds) {
+  SweepHead head{cases.setting().at, cases.base().duration, cases.links(), cases.routers(), cases.pairs(), seeds, {}};
+  for (const Expectation &each : cases.base().expectations) head.expectations.push_back(each.text);
+  return head;
+}
+
+SweepRun sweepRunOf(const Cases &cases, const std::string &digest, size_t run, size_t seeds) {
+  SweepRun result{digest, run, cases.seedOf(run), cases.failing(run), {}, {}, {}};
+  if (run == 0) result.head = headOf(cases, seeds);
+  const Plan plan = cases.planOf(run);
+  Simulation simulation(plan, result.seed);
+  Account account(simulation);
+  const Judge judge(simulation, account);
+  simulation.runTo(plan.duration);
+  const Outcome outcome = outcomeOf(result.seed, simulation, account, judge);
+  for (const Verdict &verdict : outcome.verdicts) result.held.push_back(verdict.holds);
+  if (result.failing.empty()) return result;
+  for (const ZoneFigures &figures : outcome.episodes.back().zones) {
+    const ZoneAccount &zone = *account.zone(figures.zone);
+    result.zones.push_back({Kiv::toText(figures.zone), worstOf(figures.withoutBsr), worstOf(figures.withoutRp),
+                            worstOf(figures.disagreed), leftIn(zone, Outage::withoutBsr, account, plan),
+                            leftIn(zone, Outage::withoutRp, account, plan)});
+  }
+  return result;
+}
+
+std::string lineOf(const SweepRun &run) {
+  Json json{{"plan", run.plan}, {"run", run.run}, {"seed", run.seed}, {"fails", run.failing}, {"held", run.held}};
+  Json &zones = json["zones"] = Json::object();
+  for (const SweptZone &zone : run.zones) {
+    zones[zone.zone] = {{"withoutBsr", jsonOf(zone.withoutBsr)},
+                        {"withoutRp", jsonOf(zone.withoutRp)},
+                        {"disagreed", jsonOf(zone.disagreed)},
+                        {"leftWithoutBsr", jsonOf(zone.leftWithoutBsr)},
+                        {"leftWithoutRp", jsonOf(zone.leftWithoutRp)}};
+  }
+  if (run.head) json["sweep"] = jsonOf(*run.head);
+  return json.dump();
+}
+
+SweepRun sweepRunFrom(std::string_view line) {
+  try {
+    const Json json = Json::parse(line);
+    SweepRun run{json.at("plan"), json.at("run"), json.at("seed"), json.at("fails"), json.at("held"), {}, {}};
+    for (const auto &[zone, figures] : json.at("zones").items()) {
+      run.zones.push_back({zone, worstFrom(figures.at("withoutBsr")), worstFrom(figures.at("withoutRp")),
+                           worstFrom(figures.at("disagreed")), leftFrom(figures.at("leftWithoutBsr")),
+                           leftFrom(figures.at("leftWithoutRp"))});
+    }
+    if (json.contains("sweep")) run.head = headFrom(json.at("sweep"));
+    return run;
+  } catch (const Json::exception &fault) {
+    throw std::invalid_argument("is no result of a sweep");
+  }
+}
+
+}  // namespace Planning

@@ -1,0 +1,193 @@
+#include <algorithm>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+#include "daemon/file/Findings.h"
+#include "plan/Naming.h"
+#include "plan/Tally.h"
+
+namespace Planning {
+
+using Json = nlohmann::ordered_json;
+using Routing::Pim::Bsr::joined;
+
+namespace {
+
+using Cells = std::vector<std::string>;
+
+std::string table(const std::vector<Cells> &rows) {
+  std::vector<size_t> widths(rows.front().size());
+  for (const Cells &row : rows) {
+    for (size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], row[i].size());
+  }
+  std::string text;
+  for (const Cells &row : rows) {
+    std::string line = " ";
+    for (size_t i = 0; i < row.size(); ++i) line += " " + row[i] + std::string(widths[i] - row[i].size() + 1, ' ');
+    line.erase(line.find_last_not_of(' ') + 1);
+    text += line + "\n";
+  }
+  return text;
+}
+
+std::string counted(size_t number, const std::string &what) {
+  return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
+}
+
+// "link r1-r2 and link r1-r3"
+std::string whatFails(const std::vector<std::string> &what) { return what.empty() ? "nothing" : joined(what, " and "); }
+
+std::string lossesText(const std::vector<Loss> &losses, size_t seeds) {
+  std::vector<Cells> rows{{"what", "without BSR", "without RP", "such as"}};
+  if (seeds > 1) rows.front().push_back("in runs");
+  for (const Loss &loss : losses) {
+    rows.push_back({whatFails(loss.what), counted(loss.routersWithoutBsr, "router"),
+                    counted(loss.routersWithoutRp, "router"), loss.router});
+    if (seeds > 1) rows.back().push_back(std::to_string(loss.runs) + " of " + std::to_string(seeds));
+  }
+  return table(rows);
+}
+
+std::string secondsAt(const WorstAt &worst) {
+  return worst.router.empty() ? "0 s" : briefSeconds(worst.seconds) + " s at " + worst.router;
+}
+
+std::string worstText(const std::vector<WorstRun> &worst) {
+  std::vector<Cells> rows{{"what fails", "without BSR", "without RP", "disagreed", "run"}};
+  for (const WorstRun &run : worst) {
+    rows.push_back({whatFails(run.what), secondsAt(run.zone.withoutBsr), secondsAt(run.zone.withoutRp),
+                    secondsAt(run.zone.disagreed), std::to_string(run.run)});
+  }
+  return table(rows);
+}
+
+std::string textOf(const ZoneReport &zone, const std::optional<SweepHead> &head) {
+  const size_t seeds = head ? head->seeds : 1;
+  const bool pairs = !head || head->pairs > 0;
+  std::string text = "\nZone " + zone.zone + "\n";
+  if (zone.singles.empty()) {
+    text += "\nIt can lose any link and any router: no other router stays without BSR or RP.\n";
+  } else {
+    text += "\nWhat it cannot lose: so many routers stay without BSR or RP until the end.\n\n" +
+            lossesText(zone.singles, seeds);
+  }
+  if (pairs && zone.pairsInAll == 0) {
+    text += zone.singles.empty() ? "It can lose any pair of links.\n"
+                                 : "\nIt can lose any pair of links, each of which it can lose alone.\n";
+  } else if (pairs) {
+    text += "\nPairs of links that it cannot lose, though each of them alone:\n\n" + lossesText(zone.pairs, seeds);
+    if (zone.pairsInAll > zone.pairs.size()) {
+      text += "  and " + counted(zone.pairsInAll - zone.pairs.size(), "more pair") + "\n";
+    }
+  }
+  if (zone.worst.empty()) {
+    text += "\nWhatever else fails, no router is without BSR or RP, nor disagrees with others, for any time.\n";
+  } else {
+    text += "\nThe worst of what it can lose, by the router that was without for longest:\n\n" + worstText(zone.worst);
+  }
+  return text;
+}
+
+std::string textOf(const std::vector<ExpectationReport> &expectations) {
+  std::vector<Cells> rows{{"held in", "of runs", "expectation"}};
+  for (const ExpectationReport &each : expectations) {
+    char share[16];
+    // Rounded down: what held in all runs but one has not held in 100 %.
+    const double percent = each.runs == 0 ? 0 : static_cast<double>(each.held * 1000 / each.runs) / 10;
+    snprintf(share, sizeof share, "%.1f %%", percent);
+    std::string text = each.text;
+    if (each.held < each.runs) {
+      text += each.brokenByNothing ? "  (not even where nothing fails)"
+                                   : "  (first not without " + whatFails(each.firstBroken) + ")";
+    }
+    rows.push_back({share, std::to_string(each.held) + " of " + std::to_string(each.runs), text});
+  }
+  return table(rows);
+}
+
+Json jsonOf(const std::vector<Loss> &losses) {
+  Json list = Json::array();
+  for (const Loss &loss : losses) {
+    list.push_back({{"fails", loss.what},
+                    {"runs", loss.runs},
+                    {"routersWithoutBsr", loss.routersWithoutBsr},
+                    {"routersWithoutRp", loss.routersWithoutRp},
+                    {"router", loss.router}});
+  }
+  return list;
+}
+
+Json jsonOf(const WorstAt &worst) {
+  return {{"seconds", worst.seconds}, {"router", worst.router.empty() ? Json() : Json(worst.router)}};
+}
+
+Json jsonOf(const ZoneReport &zone) {
+  Json worst = Json::array();
+  for (const WorstRun &run : zone.worst) {
+    worst.push_back({{"fails", run.what},
+                     {"run", run.run},
+                     {"withoutBsr", jsonOf(run.zone.withoutBsr)},
+                     {"withoutRp", jsonOf(run.zone.withoutRp)},
+                     {"disagreed", jsonOf(run.zone.disagreed)}});
+  }
+  return {{"zone", zone.zone},
+          {"cannotLose", jsonOf(zone.singles)},
+          {"cannotLosePairs", jsonOf(zone.pairs)},
+          {"pairs", zone.pairsInAll},
+          {"worst", worst}};
+}
+
+}  // namespace
+
+std::string toText(const SweepReport &report) {
+  std::string text = counted(report.runs, "run");
+  if (const auto &head = report.head) {
+    text += ": in each, one of " + counted(head->links, "link") + " and " + counted(head->routers, "router");
+    if (head->pairs > 0) text += ", or one of " + counted(head->pairs, "pair") + " of links,";
+    text += " fails at " + briefSeconds(head->at) + " s and for good; the end is at " + briefSeconds(head->end) + " s";
+    if (head->seeds > 1) text += "; with " + std::to_string(head->seeds) + " seeds";
+  }
+  text += "\n";
+  if (report.missing > 0) {
+    Cells numbers;
+    for (const size_t run : report.firstMissing) numbers.push_back(std::to_string(run));
+    text += counted(report.missing, "run") + (report.missing == 1 ? " is" : " are") +
+            " missing: " + joined(numbers, ", ") + (report.missing > numbers.size() ? " and so on" : "") + "\n";
+  }
+  if (report.doubles > 0) {
+    text += counted(report.doubles, "result") + (report.doubles == 1 ? " is" : " are") +
+            " of a run that has one already, and left out";
+    if (report.contradictions > 0) text += "; " + std::to_string(report.contradictions) + " of them say something else";
+    text += "\n";
+  }
+  for (const ZoneReport &zone : report.zones) text += textOf(zone, report.head);
+  if (!report.expectations.empty()) text += "\nExpectations\n\n" + textOf(report.expectations);
+  return text;
+}
+
+std::string toJsonText(const SweepReport &report) {
+  Json json{{"runs", report.runs},
+            {"missing", report.missing},
+            {"doubles", report.doubles},
+            {"contradictions", report.contradictions}};
+  if (const auto &head = report.head) {
+    json.update({{"at", head->at},
+                 {"end", head->end},
+                 {"links", head->links},
+                 {"routers", head->routers},
+                 {"linkPairs", head->pairs},
+                 {"seeds", head->seeds}});
+  }
+  json["zones"] = Json::array();
+  for (const ZoneReport &zone : report.zones) json["zones"].push_back(jsonOf(zone));
+  json["expect"] = Json::array();
+  for (const ExpectationReport &each : report.expectations) {
+    json["expect"].push_back({{"text", each.text},
+                              {"held", each.held},
+                              {"runs", each.runs},
+                              {"firstNotWithout", each.held == each.runs ? Json() : Json(each.firstBroken)}});
+  }
+  return json.dump() + "\n";
+}
+
+}  // namespace Planning
