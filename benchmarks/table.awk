@@ -4,21 +4,23 @@ function trim(text) { gsub(/^ +| +$/, "", text); return text }
 function scaleOf(unit) { return unit ~ /^ns/ ? 1e9 : unit == "ms" ? 1e3 : 1 }
 function number(value) { return sprintf(value >= 100 || value == 0 ? "%.0f" : value >= 10 ? "%.1f" : "%.2f", value) }
 
-# The slope of the logarithm of the time over the logarithm of the size; empty if one was not measured.
-function slopeOf(pattern,    parts, sizes, n, i, name, x, y, sx, sy, sxx, sxy) {
+# The slope of the logarithm of `what` over the logarithm of the size, or of another counter: "time over packets"; empty
+# if one was not measured.
+function slopeOf(pattern, what,    parts, sizes, words, over, n, i, name, x, y, sx, sy, sxx, sxy) {
   if (split(pattern, parts, /[{}]/) != 3) return ""
+  over = split(what, words, " over ") == 2 ? words[2] : ""
   n = split(parts[2], sizes, ",")
   for (i = 1; i <= n; ++i) {
     name = parts[1] sizes[i] parts[3]
-    if (!((name, "time") in least)) return ""
-    x = log(sizes[i]); y = log(least[name, "time"])
+    if (!((name, words[1]) in least) || over != "" && !((name, over) in least)) return ""
+    x = log(over == "" ? sizes[i] : least[name, over]); y = log(least[name, words[1]])
     sx += x; sy += y; sxx += x * x; sxy += x * y
   }
   return (n * sxy - sx * sy) / (n * sxx - sx * sx)
 }
 
 function measured(benchmark, what, unit) {
-  if (unit == "slope") return slopeOf(benchmark)
+  if (unit == "slope") return slopeOf(benchmark, what)
   return (benchmark, what) in least ? least[benchmark, what] * scaleOf(unit) : ""
 }
 
