@@ -1,5 +1,7 @@
 #include "platform/pim/HelloSpeaker.h"
 
+#include <algorithm>
+
 #include "platform/kiv/ReactorOf.h"
 #include "platform/pim/HelloInterface.h"
 
@@ -38,15 +40,25 @@ HelloSpeaker::~HelloSpeaker() {
 }
 
 void HelloSpeaker::intfIs(const Pax::IntfId &intfId) {
-  const auto [place, isNew] = interface_.try_emplace(intfId);
-  if (!isNew) return;
-  place->second = std::make_unique<Interface>(*this, intfId);
-  place->second->intfStatusIs(interfaces_->intfStatus(intfId));
+  if (interface(intfId)) return;
+  const auto place = std::ranges::upper_bound(interface_, intfId, {}, &Named::first);
+  Interface &added = *interface_.emplace(place, intfId, std::make_unique<Interface>(*this, intfId))->second;
+  added.intfStatusIs(interfaces_->intfStatus(intfId));
+}
+
+HelloSpeaker::Interface *HelloSpeaker::interface(const Pax::IntfId &intfId) const {
+  constexpr size_t few = 16;  // whose names need not be compared
+  const auto found = interface_.size() <= few ? std::ranges::find(interface_, intfId, &Named::first)
+                                              : std::ranges::lower_bound(interface_, intfId, {}, &Named::first);
+  return found != interface_.end() && found->first == intfId ? found->second.get() : nullptr;
 }
 
 void HelloSpeaker::intfDel(const Pax::IntfId &intfId) {
-  auto gone = interface_.extract(intfId);
-  if (gone) gone.mapped()->leave();
+  const auto place = std::ranges::find(interface_, intfId, &Named::first);
+  if (place == interface_.end()) return;
+  const std::unique_ptr<Interface> gone = std::move(place->second);
+  interface_.erase(place);
+  gone->leave();
 }
 
 void HelloSpeaker::parametersIs(const Parameters &parameters) {
@@ -63,13 +75,11 @@ void HelloSpeaker::shutDown() {
 }
 
 void HelloSpeaker::messageIs(const Pax::IntfId &intfId, const Kiv::Ptr<Packet::Message> &message) {
-  const auto found = interface_.find(intfId);
-  if (found != interface_.end()) found->second->helloIs(static_cast<const Packet::HelloMessage &>(*message));
+  if (Interface *const found = interface(intfId)) found->helloIs(static_cast<const Packet::HelloMessage &>(*message));
 }
 
 void HelloSpeaker::helloFirst(const Pax::IntfId &intfId) {
-  const auto found = interface_.find(intfId);
-  if (found != interface_.end()) found->second->helloFirst();
+  if (Interface *const found = interface(intfId)) found->helloFirst();
 }
 
 void HelloSpeaker::spokeOtherwise(const Pax::IntfId &intfId, const Pax::IpGenAddr &source) {
@@ -79,8 +89,7 @@ void HelloSpeaker::spokeOtherwise(const Pax::IntfId &intfId, const Pax::IpGenAdd
 }
 
 void HelloSpeaker::intfStatusChanged(const Pax::IntfId &intfId) {
-  const auto found = interface_.find(intfId);
-  if (found != interface_.end()) found->second->intfStatusIs(interfaces_->intfStatus(intfId));
+  if (Interface *const found = interface(intfId)) found->intfStatusIs(interfaces_->intfStatus(intfId));
 }
 
 }  // namespace Routing::Pim::IO

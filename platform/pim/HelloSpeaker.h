@@ -2,8 +2,9 @@
 /// interfaces, neighbors, DR.
 #pragma once
 
-#include <map>
 #include <memory>
+#include <utility>
+#include <vector>
 
 #include "platform/ip/IntfStatus.h"
 #include "platform/orb/Random.h"
@@ -67,8 +68,11 @@ class HelloSpeaker : public Kiv::Counted, public MessageConsumer, public HelloSi
 
  private:
   class Interface;
+  using Named = std::pair<Pax::IntfId, std::unique_ptr<Interface>>;
   class DirReactor;
   class RedundancyReactor;
+  /// Null if PIM is not configured there.
+  Interface *interface(const Pax::IntfId &intfId) const;
   void intfStatusChanged(const Pax::IntfId &intfId);
   void redundancyChanged();
   bool standby() const { return parameters_.redundancyStatus && parameters_.redundancyStatus->standby(); }
@@ -80,7 +84,7 @@ class HelloSpeaker : public Kiv::Counted, public MessageConsumer, public HelloSi
   Orb::Random &random_;
   Parameters parameters_;
   OwnAddresses ownAddresses_;
-  std::map<Pax::IntfId, std::unique_ptr<Interface>> interface_;
+  std::vector<Named> interface_;  // in the order of their names
   std::unique_ptr<DirReactor> reactor_;
   std::unique_ptr<RedundancyReactor> redundancyReactor_;
 };
