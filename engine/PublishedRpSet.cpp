@@ -87,7 +87,7 @@ void PublishedRpSet::entryDelIfUnused(const Pax::IpGenPrefix &prefix) {
 }
 
 void PublishedRpSet::Entry::rpDel(const Pax::IpGenAddr &address) {
-  ++removals;
+  ++version;
   set->rpDel(address);
 }
 
@@ -98,11 +98,13 @@ void PublishedRpSet::retain(Entry &entry, const RpCandidateSet &among) {
 }
 
 void PublishedRpSet::Entry::innermostIs(const Pax::IpGenPrefix &zone) {
+  if (innermost != zone) ++version;
   innermost = zone;
   isOwn = owner == innermost;
 }
 
 void PublishedRpSet::Entry::ownerIs(const Pax::IpGenPrefix &zone) {
+  if (owner != zone) ++version;
   owner = zone;
   isOwn = owner == innermost;
 }
@@ -133,7 +135,7 @@ RpCandidateSet &PublishedRpSet::setFor(const Pax::IpGenPrefix &zone, const Pax::
 void PublishedRpSet::withdraw(const Pax::IpGenPrefix &prefix, Entry &entry) {
   entry.ownerIs({});
   entry.set = nullptr;
-  ++entry.removals;
+  ++entry.version;
   published_->crpSetDel(prefix);
 }
 
@@ -180,10 +182,10 @@ bool PublishedRpSet::Source::rpChanged(const Pax::IpGenAddr &address, const Pim:
 }
 
 void PublishedRpSet::Source::rpRefreshed(const Pax::IpGenAddr &address, const Pim::RpCandidate &rp, Twin &twin) {
-  if (!publishes()) return;
-  if (!twin.rp || !entry_.isOwn || twin.removals != entry_.removals) {
+  if (!twin.rp || twin.version != entry_.version) {
     twin.rp = published(address, rp);
-    twin.removals = entry_.removals;
+    twin.version = entry_.version;
+    if (!twin.rp) return;
   }
   twin.rp->expiresIs(rp.expires());
 }

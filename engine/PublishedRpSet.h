@@ -65,7 +65,7 @@ class PublishedRpSet {
     bool isOwn = false;            // both are one zone
     Kiv::Ptr<RpCandidateSet> set;  // null: nothing is published
     unsigned sources = 0;
-    uint32_t removals = 0;  // of RPs from `set`; what was found in it is there while this stays the same
+    uint32_t version = 0;  // while it stays the same, what was found in `set` is there, and its zone still publishes
   };
 
   const std::string &vrfName() const { return bsrStatus_->name(); }
@@ -97,7 +97,7 @@ class PublishedRpSet::Source {
   class Twin {
     friend class Source;
     Kiv::Ptr<Pim::RpCandidate> rp;
-    uint32_t removals = 0;
+    uint32_t version = 0;
   };
 
   const Pax::IpGenPrefix &zone() const { return zone_; }
