@@ -117,11 +117,17 @@ TEST(CodecTest, everyMalformedMessageIsToldByItsReasonAndWhatMayVaryIsAccepted) 
       {ipv4,
        bsm4 + "30; 225.0.0.0/8 RPs 0 of 2:; 225.0.0.0/8 RPs 0 of 0:", bsr4 + group4 + "02000000" + group4 + "00000000"},
   };
+  DecodedBlocks shared4, shared6;
   for (const auto &[a, expected, hex] : cases) {
     std::vector<uint8_t> bytes = bytesOf(hex);
     seal(bytes, a.onLink(1), Pax::allPimRouters(a.af));
-    const auto result = Codec(a.af).decode(bytes, a.onLink(1), Pax::allPimRouters(a.af));
-    EXPECT_EQ(result.message ? textOf(*result.message) : toText(result.error), expected) << hex;
+    for (DecodedBlocks *shared :
+         {static_cast<DecodedBlocks *>(nullptr), a.ipv4() ? &shared4 : &shared6, a.ipv4() ? &shared4 : &shared6}) {
+      Codec codec(a.af);
+      codec.decodedBlocksAre(shared);
+      const auto result = codec.decode(bytes, a.onLink(1), Pax::allPimRouters(a.af));
+      EXPECT_EQ(result.message ? textOf(*result.message) : toText(result.error), expected) << hex;
+    }
   }
 }
 
@@ -150,7 +156,9 @@ TEST(CodecTest, whatIsWrittenIsReadBackAndWhatIsHeldNeverChanges) {
   SCOPED_TRACE("seed " + std::to_string(seed));
   for (const Addresses &a : {ipv4, ipv6}) {
     std::mt19937 random(seed);
-    Codec codec(a.af);
+    Codec codec(a.af), oneOfMany(a.af), another(a.af);
+    DecodedBlocks shared;
+    for (Codec *each : {&oneOfMany, &another}) each->decodedBlocksAre(&shared);
     std::vector<uint8_t> bytes;
     std::vector<std::pair<Kiv::Ptr<Message>, std::string>> held(100);
     std::vector<std::pair<Kiv::Ptr<BootstrapGroupData>, BootstrapGroupData::RpList>> heldBlocks;
@@ -162,6 +170,11 @@ TEST(CodecTest, whatIsWrittenIsReadBackAndWhatIsHeldNeverChanges) {
       const auto result = codec.decode(bytes, a.onLink(1), a.host(1));
       ASSERT_TRUE(result.message) << toText(result.error);
       ASSERT_EQ(textOf(*result.message), textOf(*message));
+      for (Codec *each : {&oneOfMany, &another}) {
+        const auto copy = each->decode(bytes, a.onLink(1), a.host(1)).message;
+        ASSERT_EQ(textOf(*copy), textOf(*message));
+        held[random() % held.size()] = {copy, textOf(*message)};
+      }
       held[random() % held.size()] = {result.message, textOf(*message)};
       if (random() % 4) continue;
       const auto &list = static_cast<const BootstrapMessage &>(*result.message).optionalData();
@@ -169,7 +182,19 @@ TEST(CodecTest, whatIsWrittenIsReadBackAndWhatIsHeldNeverChanges) {
       for (const auto &block : list->groupData()) {
         if (random() % 4 == 0) heldBlocks.emplace_back(block, block->rpList());
       }
-      codec.decode(std::span(bytes).first(bytes.size() / 2), a.onLink(1), a.host(1));
+      for (Codec *each : {&codec, &another}) {
+        each->decode(std::span(bytes).first(bytes.size() / 2), a.onLink(1), a.host(1));
+      }
+    }
+    const auto blocksOf = [&](Codec &by) {
+      const auto message = by.decode(bytes, a.onLink(1), a.host(1)).message;
+      return static_cast<const BootstrapMessage &>(*message).optionalData();
+    };
+    for (uint32_t n = 0; n < 2; ++n) {  // of one size
+      codec.encode(*Kiv::Ptr<BootstrapMessage>(Bsm(a.host(9)).group(a.group(n), {})), a.onLink(1), a.host(1), bytes);
+      const auto blocks = blocksOf(oneOfMany);
+      EXPECT_EQ(blocks->groupData().at(0)->prefix(), a.group(n));
+      EXPECT_EQ(blocks, blocksOf(another));
     }
     HelloMessage hello;
     hello.sourceIs(a.onLink(1));

@@ -36,6 +36,27 @@ TEST(HelloNeighborsTest, neighborsLastAsLongAsTheySay) {
   EXPECT_TRUE(router.neighbor(21));
 }
 
+TEST(HelloNeighborsTest, whoUsesAnAddressThatIsOursNowIsNoLongerHeard) {
+  Router router(ipv4);
+  router.hear(20);
+  router.hear(21);
+  const auto other = router.interfaces->intfStatusIs({"default", "eth2"});
+  router.hear(20);
+  other->addressIs(ipv4.onLink(20), {});
+  router.hellosIn(100);
+  for (const uint32_t neighbor : {20, 21}) router.hear(neighbor);
+  router.hellosIn(10);
+  EXPECT_FALSE(router.neighbor(20));
+  EXPECT_TRUE(router.neighbor(21));
+  other->addressDel(ipv4.onLink(20));
+  router.hear(20);
+  EXPECT_TRUE(router.neighbor(20));
+  router.interfaces->intfStatusDel({"default", "eth2"});
+  router.interfaces->intfStatusIs({"default", "eth3"})->addressIs(ipv4.onLink(22), {});
+  router.hear(22);
+  EXPECT_FALSE(router.neighbor(22));
+}
+
 TEST(HelloNeighborsTest, aFloodOfNeighborsEndsAtTheLimitAndDrivesNobodyOut) {
   Router router(ipv4);
   const Said forEver{.holdTime = HelloMessage::holdTimeForEver};

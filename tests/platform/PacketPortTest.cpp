@@ -123,6 +123,26 @@ TEST(PacketPortTest, whatIsNotForTheAgentIsDroppedAndCountedByItsReasonAlone) {
   }
 }
 
+TEST(PacketPortTest, interfacesWithPimMayComeAndGoAndBeMany) {
+  Router router(ipv4);
+  const auto intf = [](uint32_t n) { return Pax::IntfId("default", "ppp" + std::to_string(n)); };
+  const auto sendOnAll = [&] {
+    router.port->sent.clear();
+    uint32_t sent = 0;
+    for (uint32_t n = 0; n < 40; ++n) sent += router.port->send(intf(n), HelloMessage());
+    return sent;
+  };
+  EXPECT_EQ(sendOnAll(), 0u);
+  for (uint32_t n = 0; n < 40; ++n) router.status->pimIntfIs(intf(n))->addressIs(ipv4.host(n + 1));
+  EXPECT_EQ(sendOnAll(), 40u);
+  for (uint32_t n = 0; n < 40; ++n) EXPECT_EQ(router.port->sent.at(n).source, ipv4.host(n + 1));
+  router.status->pimIntfDel(intf(39));
+  EXPECT_FALSE(router.port->send(intf(39), HelloMessage()));
+  EXPECT_EQ(sendOnAll(), 39u);
+  router.port->hear(intf(39), ipv4.onLink(2), HelloMessage());
+  EXPECT_EQ(router.port->counters().pimOff, 1u);
+}
+
 TEST(PacketPortTest, aBootstrapMessageLeavesFromThePimAddressAfterAHello) {
   for (const Addresses &a : {ipv4, ipv6}) {
     Router router(a);

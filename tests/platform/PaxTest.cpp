@@ -53,6 +53,20 @@ TEST(Pax, TextIsReadStrictlyAndWrittenInOneForm) {
   }
 }
 
+TEST(Pax, InterfacesAreEqualByTheirNamesWheneverTheyWereNamed) {
+  auto one = std::make_unique<IntfId>("blue", "eth0");
+  const IntfId same("blue", "eth0"), other("blue", "eth1"), elsewhere("", "eth0");
+  const auto hash = std::hash<IntfId>()(same);
+  one.reset();
+  EXPECT_EQ(same, IntfId::fromText("blue/eth0"));
+  EXPECT_EQ(std::hash<IntfId>()(IntfId::fromText("blue/eth0")), hash);
+  EXPECT_TRUE(same != other && same != elsewhere && same != IntfId() && other > same && elsewhere > other);
+  IntfId last("red", "eth7");
+  EXPECT_EQ(last, IntfId("red", "eth7"));
+  last = same;
+  EXPECT_EQ(text(IntfId("red", "eth7")), "red/eth7") << "made anew";
+}
+
 TEST(Pax, NoPrefixCoversNothing) {
   const IpGenPrefix none, all4 = IpGenPrefix::fromText("0.0.0.0/0"), all6 = IpGenPrefix::fromText("::/0");
   EXPECT_FALSE(none.covers(none) || none.covers(all4) || all4.covers(none) || all4.covers(all6) || all6.covers(all4));
