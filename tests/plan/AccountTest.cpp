@@ -103,6 +103,17 @@ TEST(Account, ASiteThatACutIsolatesHasNoBsrAcrossEvents) {
   EXPECT_TRUE(played.outcome.verdicts[1].holds) << played.outcome.verdicts[1].seen;
 }
 
+TEST(Account, AnAgentThatEndsIsWithoutNothing) {
+  const Played played(rowWithOne(R"("events": [{"at": 200, "cut": "r1-r2"}, {"at": 400, "crash": "r3"},
+      {"at": 410, "standby": "r2"}], "duration": 500)"));
+  for (size_t node : {1, 2}) {
+    const auto without = played.spans(Outage::withoutBsr, node, 100);
+    ASSERT_EQ(without.size(), 1u);
+    EXPECT_EQ(without[0].to, node == 2 ? 400 : 410);
+  }
+  EXPECT_TRUE(played.zone().agrees()) << "r1 is left";
+}
+
 TEST(Account, WhoHearsNothingOverALossyLinkDisagrees) {
   const Played played(rowWithOne(R"("events": [{"at": 200, "change": "r2-r3", "loss": 1}], "duration": 500)"));
   const auto without = played.spans(Outage::withoutBsr, 2, 100);

@@ -54,5 +54,13 @@ TEST(Judge, SaysWhatWasSeenInstead) {
   }
 }
 
+TEST(Judge, LooksWhenAllOfTheInstantIsOver) {
+  std::string text = planWith(R"({"at": 5, "bsr": "r1"})");
+  for (const char *link : {R"("r1", "r2"])", R"("r2", "r3"])"}) {
+    text.insert(text.find(link) + std::string(link).size(), R"(, "delay": 0)");
+  }
+  for (const Verdict &verdict : play(planFrom(text), 1).verdicts) EXPECT_TRUE(verdict.holds) << verdict.seen;
+}
+
 }  // namespace
 }  // namespace Planning

@@ -1,13 +1,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "plan/Program.h"
+#include "plan/Question.h"
 #include "tests/daemon/TemporaryDirectory.h"
+#include "tests/plan/Plans.h"
 
 namespace Planning {
 namespace {
@@ -31,7 +34,8 @@ struct Ran {
 };
 
 // A row of so many routers, of which r1 is a candidate, and crashes.
-Ran run(size_t routers, const Arguments &arguments, const std::string &expectations = "") {
+Ran run(size_t routers, const Arguments &arguments, const std::string &expectations = "",
+        const std::string &crash = "200") {
   const Test::TemporaryDirectory directory;
   const std::string file = directory.path() + "/plan.json";
   std::string named = R"("r1": {"configuration": {"vrfConfig": {"default": {
@@ -44,7 +48,8 @@ Ran run(size_t routers, const Arguments &arguments, const std::string &expectati
     links += (i > 2 ? ", {\"between\": [\"r" : "{\"between\": [\"r") + std::to_string(i - 1) + "\", \"" + name + "\"]}";
   }
   std::ofstream(file) << R"({"name": "A row", "routers": {)" << named << "}, \"links\": [" << links
-                      << R"(], "events": [{"at": 200, "crash": "r1"}], "expect": [)" << expectations << "]}";
+                      << R"(], "events": [{"at": )" << crash << R"(, "crash": "r1"}], "expect": [)" << expectations
+                      << "]}";
   Arguments all{"run", file};
   all.insert(all.end(), arguments.begin(), arguments.end());
   std::ostringstream out, err;
@@ -77,6 +82,17 @@ TEST(Run, WhatManyRoutersTellIsOneLine) {
   EXPECT_TRUE(ran.has("     0.000  r1, r2, r3, r4 and 26 others  notice   The agent runs in VRF default"));
   EXPECT_LT(ran.lines().size(), 45u);
   EXPECT_EQ(run(30, {"--severity", "alert"}).out.find("notice"), std::string::npos);
+}
+
+TEST(Run, WhatIsToldFirstStandsFirst) {
+  double last = 0;
+  for (const std::string &line : run(3, {}, "", "4").lines()) {
+    if (line.find("For how long") == 0) break;
+    const double at = std::atof(line.c_str());
+    EXPECT_GE(at, line.empty() ? 0 : last) << line;
+    last = std::max(at, last);
+  }
+  EXPECT_GT(last, 100);
 }
 
 TEST(Run, ExpectationsDecideTheExitStatus) {
@@ -113,6 +129,19 @@ TEST(Run, QuestionsAreAnsweredAtTheirTime) {
     EXPECT_NE(refusal.err.find("ROUTER[/VRF] show NOUN"), std::string::npos) << question;
     EXPECT_EQ(refusal.out, "") << question;
   }
+}
+
+TEST(Run, AVrfIsAskedAlone) {
+  const Plan plan = planFrom(R"({"routers": {"r1": {}, "r2": {}}, "links": [
+      {"between": ["r1", "r2"]}, {"between": ["r1/blue", "r2/blue"], "name": "blue"}], "duration": 10})");
+  Simulation simulation(plan, 1);
+  const Question all = questionFrom("r1 show interfaces at 10", simulation);
+  const Question one = questionFrom("r1/blue show interfaces", simulation);
+  EXPECT_EQ(one.at, 10);
+  simulation.runTo(10);
+  EXPECT_EQ(answerTo(all, simulation).size(), 2u);
+  ASSERT_EQ(answerTo(one, simulation).size(), 1u);
+  EXPECT_EQ(answerTo(one, simulation)[0]["vrf"], "blue");
 }
 
 TEST(Run, JsonHasALineForEachThing) {
