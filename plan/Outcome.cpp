@@ -1,6 +1,7 @@
 #include "plan/Outcome.h"
 
 #include <algorithm>
+#include <array>
 #include <map>
 
 #include "platform/kiv/Value.h"
@@ -26,21 +27,42 @@ Spread spreadOf(std::vector<double> seconds, const std::vector<size_t> &nodes, c
   return spread;
 }
 
-ZoneFigures figuresOf(const ZoneAccount &zone, const Episode &episode, const Account &account, const Plan &plan) {
+// What happened to each node, of which every episode takes its part.
+struct NodeSpans {
+  size_t node;
+  Spans counted;
+  std::array<Spans, 3> outages;
+};
+
+std::vector<NodeSpans> spansOf(const ZoneAccount &zone, size_t nodes) {
+  std::vector<NodeSpans> all;
+  for (size_t node = 0; node < nodes; ++node) {
+    NodeSpans spans{node, zone.counted(node), {}};
+    if (spans.counted.all().empty()) continue;
+    for (size_t outage = 0; outage < spans.outages.size(); ++outage) {
+      spans.outages[outage] = zone.of(static_cast<Outage>(outage), node);
+    }
+    all.push_back(std::move(spans));
+  }
+  return all;
+}
+
+ZoneFigures figuresOf(const ZoneAccount &zone, const std::vector<NodeSpans> &all, const Episode &episode,
+                      const Account &account, const Plan &plan) {
   ZoneFigures figures;
   std::vector<size_t> nodes;
-  for (size_t node = 0; node < account.nodes().size(); ++node) {
-    if (!zone.counted(node).within(episode.begin, episode.end).all().empty()) nodes.push_back(node);
+  std::array<std::vector<double>, 3> seconds;
+  for (const NodeSpans &spans : all) {
+    if (spans.counted.within(episode.begin, episode.end).all().empty()) continue;
+    nodes.push_back(spans.node);
+    for (size_t outage = 0; outage < seconds.size(); ++outage) {
+      seconds[outage].push_back(spans.outages[outage].within(episode.begin, episode.end).sum());
+    }
   }
   figures.nodes = nodes.size();
-  for (const auto &[outage, spread] :
-       {std::pair(Outage::withoutBsr, &figures.withoutBsr), std::pair(Outage::withoutRp, &figures.withoutRp),
-        std::pair(Outage::disagreed, &figures.disagreed)}) {
-    std::vector<double> seconds;
-    for (const size_t node : nodes) {
-      seconds.push_back(zone.of(outage, node).within(episode.begin, episode.end).sum());
-    }
-    *spread = spreadOf(std::move(seconds), nodes, account, plan);
+  const std::array spreads{&figures.withoutBsr, &figures.withoutRp, &figures.disagreed};  // in the order of Outage
+  for (size_t outage = 0; outage < seconds.size(); ++outage) {
+    *spreads[outage] = spreadOf(std::move(seconds[outage]), nodes, account, plan);
   }
   const Spans disagreement = zone.disagreement().within(episode.begin, episode.end);
   const double agreedAt = disagreement.all().empty() ? episode.begin : disagreement.all().back().to;
@@ -85,13 +107,16 @@ Outcome outcomeOf(uint64_t seed, const Simulation &simulation, const Account &ac
   Outcome outcome;
   outcome.seed = seed;
   outcome.verdicts = judge.verdicts();
-  for (const Episode &episode : account.episodes()) {
-    EpisodeFigures &figures =
-        outcome.episodes.emplace_back(EpisodeFigures{episode.begin, episode.end, textOf(episode.actions), {}});
-    for (const auto &[prefix, zone] : account.zones()) {
-      ZoneFigures ofZone = figuresOf(zone, episode, account, simulation.plan());
-      ofZone.zone = prefix;
-      if (ofZone.nodes > 0) figures.zones.push_back(std::move(ofZone));
+  const std::vector<Episode> episodes = account.episodes();
+  for (const Episode &episode : episodes) {
+    outcome.episodes.push_back({episode.begin, episode.end, textOf(episode.actions), {}});
+  }
+  for (const auto &[prefix, zone] : account.zones()) {
+    const std::vector<NodeSpans> spans = spansOf(zone, account.nodes().size());
+    for (size_t i = 0; i < episodes.size(); ++i) {
+      ZoneFigures figures = figuresOf(zone, spans, episodes[i], account, simulation.plan());
+      figures.zone = prefix;
+      if (figures.nodes > 0) outcome.episodes[i].zones.push_back(std::move(figures));
     }
   }
   addBsrs(simulation, account, outcome.bsrs);
