@@ -55,6 +55,11 @@ int drawPlan(const Arguments &arguments, std::ostream &out, std::ostream &err) {
   Pictures::Options picturing{given["folder"].as<std::string>(), format == "svg"};
   if (given.count("events") > 0) picturing.moments = numbersFrom(given["events"].as<std::string>());
   const Plan plan = planOf(given["file"].as<std::string>(), err);
+  const size_t last = momentsOf(plan).size();
+  if (!picturing.moments.empty() && *picturing.moments.rbegin() > last) {
+    throw UsageError("--events: there is no event " + std::to_string(*picturing.moments.rbegin()) + "; the last is " +
+                     std::to_string(last));
+  }
   const uint64_t seed = given.count("seed") > 0 ? given["seed"].as<uint64_t>() : plan.seed;
   Simulation simulation(plan, seed);
   Pictures pictures(simulation, seed, std::move(picturing), out, err);

@@ -60,7 +60,7 @@ void LaneDrawing::draw() {
   const double labelX = frame_.left - 6;
   svg_.text(labelX, y(lane_.members) + 9, std::to_string(lane_.members), "text-anchor=\"end\" font-size=\"10\"");
   svg_.text(labelX, y(0), "0", "text-anchor=\"end\" font-size=\"10\"");
-  svg_.rectangle(frame_.left, top_, frame_.width, height_, "fill=\"none\" stroke=\"#888888\"");
+  svg_.rectangle(frame_.left, top_, frame_.width, height_, "class=\"frame\" fill=\"none\" stroke=\"#888888\"");
 }
 
 void LaneDrawing::drawRun(const Run &run) {
@@ -79,8 +79,8 @@ void LaneDrawing::drawRun(const Run &run) {
   }
   const double end = run.end < steps_.size() ? steps_[run.end].from : frame_.duration;
   const std::string title = nameOf(run.band) + ": at most " + std::to_string(most) + " of " +
-                            std::to_string(lane_.members) + " routers, " + briefSeconds(steps_[run.begin].from) + " s" +
-                            " to " + briefSeconds(end) + " s";
+                            std::to_string(lane_.members) + " routers, " + briefSeconds(steps_[run.begin].from) +
+                            " s to " + briefSeconds(end) + " s";
   svg_.polygon(
       points,
       "class=\"band\" fill=\"" + fillOf(run.band, "url(#without)") + "\" stroke=\"#555555\" stroke-width=\"0.5\"",
@@ -135,7 +135,7 @@ void LaneDrawing::drawWithoutRp() {
     const double end = step + 1 < steps_.size() ? steps_[step + 1].from : frame_.duration;
     svg_.polygon({{left, top}, {right, top}, {right, bottom}, {left, bottom}}, "class=\"withoutRp\" fill=\"#b00020\"",
                  std::to_string(without) + " of " + std::to_string(lane_.members) + " routers without RP, " +
-                     briefSeconds(steps_[step].from) + " s" + " to " + briefSeconds(end) + " s");
+                     briefSeconds(steps_[step].from) + " s to " + briefSeconds(end) + " s");
   }
   svg_.line(frame_.left, bottom, frame_.right(), bottom, "stroke=\"#888888\" stroke-width=\"0.5\"");
 }

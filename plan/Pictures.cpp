@@ -38,11 +38,6 @@ Pictures::Pictures(Simulation &simulation, uint64_t seed, Options options, std::
       network_(simulation, legend_, layout_),
       graphviz_(programPath(), options_.limit),
       drawsSvg_(options_.svg) {
-  for (const size_t moment : options_.moments) {
-    if (moment <= moments_.size()) continue;
-    throw std::invalid_argument("there is no event " + std::to_string(moment) + "; the last is " +
-                                std::to_string(moments_.size()));
-  }
   std::error_code error;
   std::filesystem::create_directories(options_.folder, error);
   if (error) throw std::runtime_error(options_.folder.string() + ": " + error.message());
@@ -71,8 +66,7 @@ void Pictures::drawNetwork(size_t moment) {
   std::string title = "before the first event, at ";
   if (moment > 0) {
     const Moment &shown = moments_[moment - 1];
-    title =
-        std::to_string(moment) + ". " + shortText(shown.text, 90) + " at " + briefSeconds(shown.at) + " s" + "; as of ";
+    title = std::to_string(moment) + ". " + shortText(shown.text, 90) + " at " + briefSeconds(shown.at) + " s; as of ";
   } else if (moments_.empty()) {
     title = "at ";
   }

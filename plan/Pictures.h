@@ -29,7 +29,7 @@ class Pictures {
   };
 
   /// `seed` is that of the simulation; `out` is told each file, `err` what cannot be drawn. Throws
-  /// std::invalid_argument when there is no such moment, and std::runtime_error when the folder cannot be made.
+  /// std::runtime_error when the folder cannot be made.
   Pictures(Simulation &simulation, uint64_t seed, Options options, std::ostream &out, std::ostream &err);
 
   /// The simulation has come to the plan's end. Throws std::runtime_error when files could not be written.
