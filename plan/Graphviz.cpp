@@ -91,11 +91,9 @@ std::vector<Position> Graphviz::layOut(const NetworkLayout &layout) const {
   throw GraphvizFailed(std::string(layout.program()) + " lays out only " + std::to_string(found) + " nodes");
 }
 
-void Graphviz::draw(const std::string &dotFile, const std::string &svgFile, bool hasPositions) const {
+void Graphviz::draw(const std::string &dotFile, const std::string &svgFile) const {
   const File input = temporaryFile(), output = temporaryFile();
-  std::vector<std::string> arguments{"-Tsvg", "-o", svgFile, dotFile};
-  if (hasPositions) arguments.insert(arguments.begin(), "-n2");
-  run(hasPositions ? "neato" : "dot", arguments, input.get(), output.get());
+  run("neato", {"-n2", "-Tsvg", "-o", svgFile, dotFile}, input.get(), output.get());
 }
 
 }  // namespace Planning

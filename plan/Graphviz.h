@@ -23,8 +23,8 @@ class Graphviz {
   Graphviz(std::string path, std::chrono::seconds limit) : path_(std::move(path)), limit_(limit) {}
 
   std::vector<Position> layOut(const NetworkLayout &layout) const;
-  /// Draws a graph whose nodes have positions, or that names the program that gives them, into a file.
-  void draw(const std::string &dotFile, const std::string &svgFile, bool hasPositions) const;
+  /// Draws a graph whose nodes have positions into a file.
+  void draw(const std::string &dotFile, const std::string &svgFile) const;
 
  private:
   void run(const std::string &program, const std::vector<std::string> &arguments, std::FILE *input,

@@ -75,7 +75,7 @@ void Pictures::drawNetwork(size_t moment) {
   write(name + ".dot", network_.dot(title));
   if (!drawsSvg_) return;
   try {
-    graphviz_.draw(options_.folder / (name + ".dot"), options_.folder / (name + ".svg"), layout_.hasPositions());
+    graphviz_.draw(options_.folder / (name + ".dot"), options_.folder / (name + ".svg"));
     out_ << (options_.folder / (name + ".svg")).string() << '\n';
   } catch (const GraphvizFailed &failure) {
     giveUpSvg(failure.what());
