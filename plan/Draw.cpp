@@ -61,6 +61,7 @@ int drawPlan(const Arguments &arguments, std::ostream &out, std::ostream &err) {
                      std::to_string(last));
   }
   const uint64_t seed = given.count("seed") > 0 ? given["seed"].as<uint64_t>() : plan.seed;
+  if (seed > UINT32_MAX) throw UsageError("--seed needs a number up to 4294967295");
   Simulation simulation(plan, seed);
   Pictures pictures(simulation, seed, std::move(picturing), out, err);
   simulation.runTo(plan.duration);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include "plan/Pictures.h"
 #include "plan/Program.h"
 #include "plan/RunJson.h"
 #include "plan/RunText.h"
@@ -26,12 +27,13 @@ struct RunOptions {
   Routing::Pim::Bsr::Severity severity = Routing::Pim::Bsr::Severity::notice;
   std::optional<double> until;
   std::vector<std::string> questions;
+  std::string pictures;  // a folder; empty: none are drawn
   bool progress = false;
 };
 
 po::options_description describedOptions() {
   po::options_description options("Options");
-  options.add_options()("help", "print this")("file", po::value<std::string>(), "the plan")  //
+  options.add_options()("help", "print this")  //
       ("seed", po::value<uint64_t>()->value_name("N"), "of everything random, instead of the plan's")(
           "json", "print JSON lines, which docs/plans.md describes")(
           "severity", po::value<std::string>()->value_name("WORD")->default_value("notice"),
@@ -40,8 +42,9 @@ po::options_description describedOptions() {
           "ask", po::value<std::vector<std::string>>()->value_name("QUESTION"),
           "\"r7 explain group 239.1.1.1 at 120\", \"r7/blue show bsr\": what pimbsrctl would say there, at a time or "
           "in "
-          "the end; may be given several times")("progress",
-                                                 "say on standard error how far it is, even if that is no terminal");
+          "the end; may be given several times")("pictures", po::value<std::string>()->value_name("DIR"),
+                                                 "draw the network and the time line there, as \"draw\" does")(
+          "progress", "say on standard error how far it is, even if that is no terminal");
   return options;
 }
 
@@ -58,6 +61,7 @@ RunOptions runOptionsFrom(const po::variables_map &given) {
   if (given.count("until") > 0) options.until = given["until"].as<double>();
   if (options.until && !(*options.until > 0 && *options.until <= 1e8)) throw UsageError("--until needs seconds");
   if (given.count("ask") > 0) options.questions = given["ask"].as<std::vector<std::string>>();
+  if (given.count("pictures") > 0) options.pictures = given["pictures"].as<std::string>();
   // On a terminal the time line says how far it is.
   options.progress = given.count("progress") > 0 || (isatty(STDERR_FILENO) && !isatty(STDOUT_FILENO));
   return options;
@@ -103,7 +107,11 @@ int run(Plan &plan, const RunOptions &options, std::ostream &out, std::ostream &
   Account account(simulation);
   const Judge judge(simulation, account);
   const TimeLine timeLine(simulation, account, *writer, options.severity, questions);
+  std::ostream nobody(nullptr);
+  std::optional<Pictures> pictures;
+  if (!options.pictures.empty()) pictures.emplace(simulation, seed, Pictures::Options{options.pictures}, nobody, err);
   play(simulation, options.progress, err);
+  if (pictures) pictures->finish();
   const Outcome outcome = outcomeOf(seed, simulation, account, judge);
   writer->writeOutcome(plan, outcome);
   return outcome.holds() ? done : failed;
@@ -113,7 +121,9 @@ int run(Plan &plan, const RunOptions &options, std::ostream &out, std::ostream &
 
 int runPlan(const Arguments &arguments, std::ostream &out, std::ostream &err) {
   const po::options_description options = describedOptions();
-  const auto given = optionsFrom(arguments, options, po::positional_options_description().add("file", 1));
+  po::options_description all;
+  all.add(options).add_options()("file", po::value<std::string>());
+  const auto given = optionsFrom(arguments, all, po::positional_options_description().add("file", 1));
   if (given.count("help") > 0) {
     out << usage << options;
     return done;

@@ -72,6 +72,10 @@ TEST_F(Draw, WritesAPictureAMomentAndTheSameBytesAgain) {
   EXPECT_EQ(DotReader(textOf("a/network-001.dot")).of("r2")["label"], "r2\\nno BSR");
   EXPECT_EQ(DotReader(textOf("a/network-002.dot")).of("r2")["label"], "r2");
 
+  const std::string picture = textOf("a/timeline.svg");
+  ASSERT_EQ(program({"run", file("plan.json"), "--pictures", file("run")}, out_, err_), done) << err_.str();
+  EXPECT_EQ(textOf("run/timeline.svg"), picture);
+
   ASSERT_EQ(draw({file("c"), "--format", "dot", "--events", "2"}), done);
   EXPECT_EQ(out_.str(), file("c/network-002.dot") + "\n" + file("c/timeline.svg") + "\n");
   EXPECT_EQ(textOf("c/network-002.dot"), textOf("a/network-002.dot"));
@@ -120,6 +124,7 @@ TEST_F(Draw, RefusesWhatItCannotDo) {
       {{}, refused},
       {{file("a"), "--format", "png"}, refused},
       {{file("a"), "--events", "1,x"}, refused},
+      {{file("a"), "--seed", "-1"}, refused},
       {{file("a"), "--format", "dot", "--events", "3"}, refused},
       {{file("plan.json") + "/a", "--format", "dot"}, failed},
   };
