@@ -232,8 +232,8 @@ void tellOfLostBranch(Draft &draft, const Network &network, const Groups &groups
                              {"", {{"at", 590}, {"rp", "none"}, {"group", groups.one}, {"routers", {routers[last]}}}},
                              {"", {{"at", 590}, {"bsr", routers[root]}, {"routers", {routers[root], routers[first]}}}},
                              {"", {{"at", 890}, {"rp", routers[root]}, {"group", groups.one}}},
-                             {"", {{"withoutBsr", 20}, {"from", 600}}},
-                             {"", {{"withoutRp", 20}, {"from", 600}}}}});
+                             {"", {{"withoutBsr", 35}, {"from", 600}}},
+                             {"", {{"withoutRp", 35}, {"from", 600}}}}});
 }
 
 Draft draftOf(const Network &network, const Groups &groups) {

@@ -4,7 +4,6 @@
 #include <set>
 #include <stdexcept>
 
-#include "daemon/file/ConfigFile.h"
 #include "platform/kiv/Value.h"
 
 namespace Planning {
@@ -14,26 +13,10 @@ using Kiv::toText;
 using Pax::AddressFamily;
 using Pax::IpGenAddr;
 using Pax::IpGenPrefix;
-using Routing::Pim::Bsr::configurationFromText;
-using Routing::Pim::Bsr::LoadedConfiguration;
 
 namespace {
 
 constexpr uint32_t usualMtu = 1500;
-
-// Leaves out what makes no difference: whole members first, then what is in them.
-void prune(Json &whole, Json &part, const Routing::Pim::Bsr::Configuration &meant) {
-  std::vector<std::string> names;
-  for (const auto &[name, value] : part.items()) names.push_back(name);
-  for (const std::string &name : names) {
-    Json kept = std::move(part[name]);
-    part.erase(name);
-    const LoadedConfiguration without = configurationFromText(whole.dump(), meant.family);
-    if (without.good() && without.configuration == meant) continue;
-    part[name] = std::move(kept);
-    if (part[name].is_object()) prune(whole, part[name], meant);
-  }
-}
 
 // Of a link without lengths: the smallest that has all ends, as far as that is likely.
 uint8_t likelyLength(const std::vector<IpGenAddr> &addresses) {
@@ -301,14 +284,6 @@ ImportedPlan Importer::made() {
 }
 
 }  // namespace
-
-Json withoutDefaults(const Json &configuration, AddressFamily family) {
-  const LoadedConfiguration meant = configurationFromText(configuration.dump(), family);
-  if (!meant.good()) throw std::invalid_argument(toText("show config", meant.findings.errors.front()));
-  Json pruned = configuration;
-  prune(pruned, pruned, meant.configuration);
-  return pruned;
-}
 
 ImportedPlan importedPlanOf(const std::vector<SavedRouter> &routers, AddressFamily family) {
   return Importer(routers, family).made();
