@@ -24,6 +24,7 @@ class Cases {
 
   Cases(const Plan &plan, const Setting &setting);
 
+  const Plan &plan() const { return plan_; }
   const Setting &setting() const { return setting_; }
   size_t links() const { return links_.size(); }      ///< that can fail
   size_t routers() const { return routers_.size(); }  ///< likewise

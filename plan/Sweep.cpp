@@ -108,10 +108,10 @@ class Sweep {
 
 void Sweep::tellLeftOut(std::ostream &err) const {
   if (cases_.eventsLeftOut() == 0) return;
-  err << "note: the story is played until " << briefSeconds(cases_.setting().at) << " s; " << cases_.eventsLeftOut()
-      << " later events are left out";
-  if (cases_.expectationsLeftOut() > 0) err << ", and " << cases_.expectationsLeftOut() << " expectations about them";
-  err << '\n';
+  const Plan &plan = cases_.plan();
+  err << "note: what comes after " << briefSeconds(cases_.setting().at) << " s is left out: " << cases_.eventsLeftOut()
+      << " of " << plan.story.size() << " events, and what is expected then, " << cases_.expectationsLeftOut() << " of "
+      << plan.expectations.size() << " expectations\n";
 }
 
 void Sweep::list(std::ostream &out) const {

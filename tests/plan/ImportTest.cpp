@@ -1,0 +1,185 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "plan/Outcome.h"
+#include "plan/Program.h"
+#include "plan/Wiring.h"
+#include "tests/daemon/TemporaryDirectory.h"
+#include "tests/plan/Plans.h"
+
+namespace Planning {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+// What real routers have shown: lab/run-lab --save, IPv6, in which a router has one link-local address on all links.
+const std::string recorded = SOURCE_DIR "/tests/plan/saved";
+
+TEST(Import, ThePlanOfRecordedRoutersHasTheirLinksAndBsrs) {
+  std::ostringstream out, err;
+  Arguments arguments{"import"};
+  for (const char *name : {"r1", "r2", "r3", "r4"}) arguments.push_back(recorded + "/" + name + ".json");
+  ASSERT_EQ(program(arguments, out, err), done) << err.str();
+  EXPECT_NE(err.str().find("prefix lengths of 16 addresses"), std::string::npos) << err.str();
+  const Plan plan = planFrom(out.str());
+  Texts links;
+  for (const Link &link : plan.links) {
+    std::string &text = links.emplace_back();
+    for (const Member &member : link.members) {
+      const Vrf &vrf = plan.routers[member.router].vrfs[member.vrf];
+      text += plan.nameOf({member.router, member.vrf}) + ":" + vrf.interfaces[member.interface].name + " ";
+    }
+  }
+  EXPECT_EQ(links, (Texts{"r1:eth0 r2:eth0 ", "r1:eth1 r3:eth0 ", "r1/blue:eth0 r2/blue:eth0 ",
+                          "r1/blue:eth1 r3/blue:eth0 ", "r2:eth1 r3:eth1 ", "r2/blue:eth1 r3/blue:eth1 ",
+                          "r3:eth2 r4:eth0 ", "r3/blue:eth2 r4/blue:eth0 "}));
+  const Outcome outcome = play(plan, 1);
+  ASSERT_EQ(outcome.verdicts.size(), 3u);
+  for (const Verdict &verdict : outcome.verdicts) EXPECT_TRUE(verdict.holds) << verdict.seen;
+}
+
+TEST(Import, AddressesAreTakenWithTheirLengths) {
+  const ::Test::TemporaryDirectory directory;
+  const std::string router = directory.path() + "/r1";
+  std::filesystem::create_directory(router);
+  std::ofstream(router + "/shown.json")
+      << R"([{"vrf": "default", "interface": "eth0", "state": "on", "address": "10.0.0.1", "mtu": 1500, "isDr": true},
+             {"vrf": "red", "interface": "red/eth1", "state": "off", "address": null, "mtu": null, "isDr": false}]
+            [{"pim": {"default": {"interfaces": ["eth0"]}, "red": {"device": "vrf5", "interfaces": ["eth1"]}}}])";
+  std::ofstream(router + "/address.json")
+      << R"([{"ifname": "lo", "addr_info": [{"local": "127.0.0.1", "prefixlen": 8}, {"local": "10.9.9.9", "prefixlen": 32}]},
+             {"ifname": "eth0", "mtu": 9000, "addr_info": [{"local": "10.0.0.1", "prefixlen": 23}, {"local": "fe80::1", "prefixlen": 64}]},
+             {"ifname": "eth1", "master": "vrf5", "addr_info": [{"local": "10.0.2.1", "prefixlen": 31}]},
+             {"ifname": "eth7", "addr_info": [{"local": "10.0.3.1", "prefixlen": 24}]}])";
+  std::ostringstream out, err;
+  ASSERT_EQ(program({"import", directory.path()}, out, err), done) << err.str();
+  const Plan plan = planFrom(out.str());
+  Texts addresses;
+  for (const Vrf &vrf : plan.routers.front().vrfs) {
+    for (const Interface &interface : vrf.interfaces) {
+      for (const Sim::IntfAddress &each : interface.addresses) {
+        addresses.push_back(vrf.name + "/" + interface.name + " " + Kiv::toText(each.address) + " of " +
+                            Kiv::toText(each.subnet));
+      }
+    }
+  }
+  std::sort(addresses.begin(), addresses.end());
+  ASSERT_EQ(addresses.size(), 4u);  // "lo" of red has one of the plan's own
+  EXPECT_EQ(addresses[0], "default/eth0 10.0.0.1 of 10.0.0.0/23");
+  EXPECT_EQ(addresses[1], "default/lo 10.9.9.9 of 10.9.9.9/32");
+  EXPECT_EQ(addresses[2], "red/eth1 10.0.2.1 of 10.0.2.0/31");
+}
+
+TEST(Import, WhatCannotBeUsedIsRefusedWithItsFile) {
+  const std::string interface =
+      R"([{"vrf": "default", "interface": "eth0", "address": "10.0.0.1", "mtu": 1500, "isDr": true}])";
+  const std::pair<std::string, const char *> cases[] = {
+      {"", "of which family"},
+      {"{}", "r1.json: has something that is no list of rows"},
+      {interface + "[7]", "r1.json: has something that is no row"},
+      {interface + "[{\"vrf\"", "r1.json: "},
+      {interface +
+           R"([{"vrf": "default", "interface": "eth0", "address": "10.0.0", "addresses": [], "generationId": 1}])",
+       "r1.json: "},
+      {interface +
+           R"([{"vrf": "default", "interface": "eth0", "address": "fe80::1", "addresses": [], "generationId": 1}])",
+       "fe80::1 is not of"},
+      {R"([{"vrf": "default", "interface": "eth0", "address": "10.0.0.1", "addresses": [], "generationId": 1}])",
+       "\"show interfaces\" is not saved"},
+      {interface + R"([{"pim": {"default": {"interfaces": 5}}}])", "its configuration cannot be used"},
+  };
+  for (const auto &[text, reason] : cases) {
+    const ::Test::TemporaryDirectory directory;
+    const std::string file = directory.path() + "/r1.json";
+    std::ofstream(file) << text;
+    std::ostringstream out, err;
+    EXPECT_EQ(program({"import", file}, out, err), refused) << text;
+    EXPECT_NE(err.str().find(reason), std::string::npos) << text << ": " << err.str();
+    EXPECT_EQ(out.str(), "") << text;
+  }
+}
+
+// "r1:eth0 10.0.0.1 sees 10.0.0.2 10.0.0.3+10.0.9.3": an interface a line, of routers in their order; behind '+' are
+// the neighbor's other addresses.
+std::vector<SavedRouter> routersFrom(const Texts &lines) {
+  std::vector<SavedRouter> routers;
+  for (const std::string &line : lines) {
+    std::istringstream words(line);
+    std::string name, word;
+    words >> name;
+    const size_t colon = name.find(':');
+    if (routers.empty() || routers.back().name != name.substr(0, colon))
+      routers.push_back({name.substr(0, colon), {}, {}, {}});
+    SavedInterface &interface = routers.back().vrfs["default"].interfaces[name.substr(colon + 1)];
+    interface.hasPim = true;
+    words >> word;
+    interface.address = Pax::IpGenAddr::fromText(word);
+    words >> word;  // sees
+    while (words >> word) {
+      std::replace(word.begin(), word.end(), '+', ' ');
+      std::istringstream addresses(word);
+      addresses >> word;
+      SavedNeighbor neighbor{Pax::IpGenAddr::fromText(word), {}};
+      while (addresses >> word) neighbor.addresses.push_back(Pax::IpGenAddr::fromText(word));
+      interface.neighbors.push_back(neighbor);
+    }
+  }
+  return routers;
+}
+
+TEST(Wiring, NeighborsShowWhoIsOnOneLink) {
+  struct Case {
+    const char *what;
+    Texts interfaces;
+    Texts links;
+    size_t notes;
+  };
+  const Case cases[] = {
+      {"a LAN of three, on which one has not yet seen all",
+       {"r1:eth0 10.0.0.1 sees 10.0.0.2 10.0.0.3", "r2:eth0 10.0.0.2 sees 10.0.0.1 10.0.0.3",
+        "r3:eth0 10.0.0.3 sees 10.0.0.2"},
+       {"r1:eth0 r2:eth0 r3:eth0"},
+       1},
+      {"links on which all have the same link-local addresses, told apart by the others",
+       {"r1:eth0 fe80::1 sees fe80::2+2001:db8:0:1::2", "r2:eth0 fe80::2 sees fe80::1+2001:db8:0:1::1",
+        "r2:eth1 fe80::1 sees fe80::2+2001:db8:0:2::3", "r3:eth0 fe80::2 sees fe80::1+2001:db8:0:2::2"},
+       {"r1:eth0 r2:eth0", "r2:eth1 r3:eth0"},
+       0},
+      {"two links between two routers that nothing tells apart",
+       {"r1:eth0 fe80::1 sees fe80::2", "r1:eth1 fe80::1 sees fe80::2", "r2:eth0 fe80::2 sees fe80::1",
+        "r2:eth1 fe80::2 sees fe80::1"},
+       {"r1:eth0 r2:eth0", "r1:eth1 r2:eth1"},
+       2},
+      {"a stranger whom two see on one link, and another one",
+       {"r1:eth0 10.0.0.1 sees 10.0.0.2 10.0.0.9", "r1:eth1 10.0.1.1 sees 10.0.1.9",
+        "r2:eth0 10.0.0.2 sees 10.0.0.1 10.0.0.9"},
+       {"r1:eth0 r2:eth0 unknown1", "r1:eth1 unknown2"},
+       2},
+      {"interfaces that nobody is behind", {"r1:eth0 10.0.0.1 sees", "r2:eth0 10.0.0.2 sees"}, {}, 0},
+      {"a link that only one of its ends knows of",
+       {"r1:eth0 10.0.0.1 sees 10.0.0.2", "r2:eth0 10.0.0.2 sees"},
+       {"r1:eth0 r2:eth0"},
+       1},
+  };
+  for (const Case &each : cases) {
+    const auto routers = routersFrom(each.interfaces);
+    const Wiring wiring = wiringOf(routers);
+    Texts links;
+    for (const SavedLink &link : wiring.links) {
+      std::string text;
+      for (const SavedEnd &end : link.ends) text += (text.empty() ? "" : " ") + end.router->name + ":" + end.interface;
+      for (const Stranger &stranger : link.strangers) text += " " + stranger.name;
+      links.push_back(text);
+    }
+    EXPECT_EQ(links, each.links) << each.what;
+    EXPECT_EQ(wiring.notes.size(), each.notes)
+        << each.what << ": " << (wiring.notes.empty() ? "" : wiring.notes.front());
+  }
+}
+
+}  // namespace
+}  // namespace Planning
