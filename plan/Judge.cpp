@@ -107,7 +107,7 @@ Verdict Judge::look(const Expectation &expectation) const {
     if (same == differences.end()) same = differences.insert(same, {difference, {}});
     same->second.push_back(node);
   }
-  if (asked == 0) return {!expectation.address, "no router knew " + Kiv::toText(expectation.zone)};
+  if (asked == 0) return {!expectation.address, "no router that ran knew " + Kiv::toText(expectation.zone)};
   if (wrong == 0) return {true, "so it was at " + allOf(asked)};
   std::string seen;
   for (const auto &[difference, nodes] : differences) {
@@ -146,7 +146,7 @@ Verdict Judge::lookBack(const Expectation &expectation) const {
     worst = longest;
     where = node;
   }
-  if (asked == 0) return {false, "no router knew " + Kiv::toText(expectation.zone)};
+  if (asked == 0) return {false, "no router that ran knew " + Kiv::toText(expectation.zone)};
   std::string seen = naming_.nameOf(where) + outageText(expectation.kind);
   seen.append(" for ").append(exactSeconds(worst.length())).append(" s, from ").append(exactSeconds(worst.from));
   seen.append(worst.to >= simulation_.plan().duration ? " s to the end" : " s on");

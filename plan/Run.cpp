@@ -62,8 +62,7 @@ RunOptions runOptionsFrom(const po::variables_map &given) {
   if (options.until && !(*options.until > 0 && *options.until <= 1e8)) throw UsageError("--until needs seconds");
   if (given.count("ask") > 0) options.questions = given["ask"].as<std::vector<std::string>>();
   if (given.count("pictures") > 0) options.pictures = given["pictures"].as<std::string>();
-  // On a terminal the time line says how far it is.
-  options.progress = given.count("progress") > 0 || (isatty(STDERR_FILENO) && !isatty(STDOUT_FILENO));
+  options.progress = given.count("progress") > 0;
   return options;
 }
 
@@ -71,19 +70,26 @@ RunOptions runOptionsFrom(const po::variables_map &given) {
 void endAt(double end, Plan &plan, std::ostream &err) {
   plan.duration = end;
   std::erase_if(plan.story, [&](const Action &action) { return action.at > end; });
-  for (Expectation &expectation : plan.expectations) expectation.to = std::min(expectation.to, end);
-  std::erase_if(plan.expectations, [&](const Expectation &expectation) {
-    const bool isLater =
-        expectation.kind < Expectation::Kind::agree ? expectation.at > end : expectation.from >= expectation.to;
+  std::erase_if(plan.expectations, [&](Expectation &expectation) {
+    const bool isAtOnce = expectation.kind < Expectation::Kind::agree;
+    const bool isLater = isAtOnce ? expectation.at > end : expectation.from >= end;
+    const bool isCut = !isLater && !isAtOnce && expectation.to > end;
     if (isLater) err << "pimbsr-sim: the run ends before this is expected: " << expectation.text << '\n';
+    if (isCut) err << "pimbsr-sim: the run ends while this is expected: " << expectation.text << '\n';
+    expectation.to = std::min(expectation.to, end);
     return isLater;
   });
 }
 
+// Whether somebody looks at standard error and not at standard output, where the time line says how far it is.
+bool isWatched(const std::ostream &out, const std::ostream &err) {
+  return &out == &std::cout && &err == &std::cerr && isatty(STDERR_FILENO) && !isatty(STDOUT_FILENO);
+}
+
 // In steps, to say each second of real time how far it is.
-void play(Simulation &simulation, bool progress, std::ostream &err) {
+void play(Simulation &simulation, bool tells, std::ostream &err) {
   const double end = simulation.plan().duration;
-  if (!progress) return simulation.runTo(end);
+  if (!tells) return simulation.runTo(end);
   constexpr double steps = 5000;
   auto told = std::chrono::steady_clock::now();
   for (double step = 1; step <= steps; ++step) {
@@ -110,7 +116,7 @@ int run(Plan &plan, const RunOptions &options, std::ostream &out, std::ostream &
   std::ostream nobody(nullptr);
   std::optional<Pictures> pictures;
   if (!options.pictures.empty()) pictures.emplace(simulation, seed, Pictures::Options{options.pictures}, nobody, err);
-  play(simulation, options.progress, err);
+  play(simulation, options.progress || isWatched(out, err), err);
   if (pictures) pictures->finish();
   const Outcome outcome = outcomeOf(seed, simulation, account, judge);
   writer->writeOutcome(plan, outcome);

@@ -61,11 +61,15 @@ void RunText::writeAgreement(const Agreement &agreement) {
   if (agreement.on.size() == 1) {
     out_ << " on " << naming_.textOf(agreement.on.front().bsr) << ' ' << rpsText(agreement.on.front().rps);
   } else {
+    constexpr size_t most = 4;
+    const size_t named = std::min(agreement.on.size(), most);
     const char *lead = ", each part on its own: ";
-    for (const Agreement::On &on : agreement.on) {
+    for (size_t i = 0; i < named; ++i) {
+      const Agreement::On &on = agreement.on[i];
       out_ << std::exchange(lead, "; ") << counted(on.nodes, "router") << " on " << naming_.textOf(on.bsr) << ' '
            << rpsText(on.rps);
     }
+    if (named < agreement.on.size()) out_ << "; and " << agreement.on.size() - named << " more";
   }
   out_ << ", " << briefSeconds(agreement.after) << " s after " << agreement.what << '\n';
   isParted_ = false;

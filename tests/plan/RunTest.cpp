@@ -103,12 +103,14 @@ TEST(Run, ExpectationsDecideTheExitStatus) {
   EXPECT_TRUE(ran.has("  does not hold: at 400 s the BSR of 224.0.0.0/4 is r1 (192.168.0.1) everywhere"));
   EXPECT_TRUE(ran.has("                 seen: r2 had none"));
   EXPECT_EQ(ran.lines().back(), "1 of 2 expectations held.");
-  const Ran ended = run(2, {"--until", "300"}, good + ", " + bad);
+  const Ran ended = run(2, {"--until", "300"}, good + ", " + bad + R"(, {"withoutBsr": 0, "from": 60})");
   EXPECT_EQ(ended.status, done);
-  EXPECT_EQ(ended.lines().back(), "1 of 1 expectation held.");
+  EXPECT_EQ(ended.lines().back(), "2 of 2 expectations held.");
   EXPECT_EQ(ended.err,
             "pimbsr-sim: the run ends before this is expected: at 400 s the BSR of 224.0.0.0/4 is r1 "
-            "(192.168.0.1) everywhere\n");
+            "(192.168.0.1) everywhere\n"
+            "pimbsr-sim: the run ends while this is expected: a BSR of 224.0.0.0/4 everywhere, but for 0 s at most, "
+            "from 60 s to 500 s\n");
 }
 
 TEST(Run, QuestionsAreAnsweredAtTheirTime) {
