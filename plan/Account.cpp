@@ -100,7 +100,9 @@ void Account::tellHeld(size_t node) {
   const HeldByZone &held = simulation_.held(nodes_[node]);
   for (const auto &[prefix, each] : held) {
     if (zones_.contains(prefix)) continue;
-    zones_.emplace(prefix, ZoneAccount(nodes_.size(), {})).first->second.regionsAre(regionsOf(prefix), 0);
+    ZoneAccount &zone = zones_.emplace(prefix, ZoneAccount(nodes_.size(), {})).first->second;
+    zone.agentsAreAsIn(zones_.at(Pax::allGroups(simulation_.plan().family)));
+    zone.regionsAre(regionsOf(prefix), simulation_.now());
   }
   for (auto &[prefix, zone] : zones_) {
     const auto each = held.find(prefix);

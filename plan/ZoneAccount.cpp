@@ -11,6 +11,13 @@ ZoneAccount::ZoneAccount(size_t nodes, std::vector<bool> counting) : nodes_(node
   for (size_t i = 0; i < counting.size(); ++i) nodes_[i].belongs = counting[i];
 }
 
+void ZoneAccount::agentsAreAsIn(const ZoneAccount &other) {
+  for (size_t i = 0; i < nodes_.size(); ++i) {
+    nodes_[i].number = other.nodes_[i].number;
+    nodes_[i].runsFrom = other.nodes_[i].runsFrom;
+  }
+}
+
 void ZoneAccount::regionsAre(const std::vector<std::optional<size_t>> &regions, double now) {
   for (size_t i = 0; i < nodes_.size(); ++i) {
     if (!nodes_[i].number && regions[i]) nodes_[i].runsFrom = now;

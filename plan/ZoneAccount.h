@@ -27,6 +27,8 @@ class ZoneAccount {
   /// `counting`: which nodes count whatever is known; empty for none.
   ZoneAccount(size_t nodes, std::vector<bool> counting);
 
+  /// Takes over which agents run, and from when on.
+  void agentsAreAsIn(const ZoneAccount &other);
   /// The region of each node; unset where the agent does not run.
   void regionsAre(const std::vector<std::optional<size_t>> &regions, double now);
   /// What a node holds; null for nothing.
