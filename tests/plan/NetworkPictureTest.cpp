@@ -12,7 +12,7 @@ namespace {
 
 // Two candidates in the zone of all groups, one in that of a site behind the border at r4:eth0; a VRF on r3.
 constexpr const char *site = R"({
-  "name": "a \"site\" & <more> \\",
+  "name": "a \"site\" &amp; <more> \\",
   "templates": {"candidate": {"vrfConfig": {"default": {
     "bsrCandidateConfig": {"lo": {"group": {"${zone}": {"priority": "${priority}"}}}},
     "rpCandidateConfig": {"lo": {"groupRange": {"${zone}": {}}}}}}}},
@@ -50,10 +50,10 @@ TEST(NetworkPicture, SaysWhatEachRouterAndLinkIs) {
   NetworkPicture picture(simulation, legend, layout);
   simulation.runTo(190);
   const DotReader before(picture.dot("at first"));
-  EXPECT_EQ(before.name, "a \"site\" &amp; <more> \\");
+  EXPECT_EQ(before.name, "a \"site\" &amp;amp; <more> \\");
   const std::vector<std::string> head = linesOf(before.of("graph")["label"]);
   ASSERT_EQ(head.size(), 11u);
-  EXPECT_EQ(head[0], "a \"site\" & <more> \\: at first");
+  EXPECT_EQ(head[0], "a \"site\" &amp; <more> \\: at first");
   EXPECT_EQ(head[1], "A: 224.0.0.0/4 in VRF default: BSR r1 of 6 routers");
   EXPECT_EQ(head[4], "B: 239.1.0.0/16 in VRF default: BSR r5 of 2 routers");
   EXPECT_EQ(head[7], "A: 224.0.0.0/4 in VRF blue: no BSR at 2 routers");

@@ -48,11 +48,11 @@ std::optional<Extent> extentAt(const Tree &polygon, double x) {
 }
 
 constexpr const char *story = R"({
-  "name": "<& \"",
+  "name": "<&amp; \"",
   "templates": {"candidate": {"vrfConfig": {"default": {
     "bsrCandidateConfig": {"lo": {"group": {"224.0.0.0/4": {"priority": "${priority}"}}}},
     "rpCandidateConfig": {"lo": {"groupRange": {"224.0.0.0/4": {}}}}}}}},
-  "routers": {"r1": {"template": "candidate", "values": {"priority": 65}},
+  "routers": {"r1": {"template": "candidate", "values": {"priority": 65}, "start": 30},
               "r2": {"template": "candidate", "values": {"priority": 64}}, "r3": {}, "r4": {"start": 50}},
   "links": [{"between": ["r1", "r2"]}, {"between": ["r2", "r3"]}, {"between": ["r3", "r4"]}],
   "events": [{"at": 200, "crash": "r1"}, {"at": 500, "start": "r1"}, {"at": 600, "cut": "r2-r3"},
@@ -71,7 +71,7 @@ TEST(TimelinePicture, BandsAreAsHighAsTheSimulationHasRouters) {
     size_t withoutRp = 0;
   };
   std::map<double, Sample> samples;
-  for (const double time : {1., 49., 51., 150., 250., 345., 450., 690., 740., 850., 1190.}) {
+  for (const double time : {1., 25., 49., 51., 150., 250., 345., 450., 690., 740., 850., 1190.}) {
     simulation.runTo(time);
     Sample &sample = samples[time];
     for (const Node &node : plan.nodes()) {
@@ -90,7 +90,7 @@ TEST(TimelinePicture, BandsAreAsHighAsTheSimulationHasRouters) {
   const std::string text = TimelinePicture(legend, lanes, plan.duration, 1).svg();
   EXPECT_EQ(text.find("<script"), std::string::npos);
   const Tree svg = treeOf(text);
-  EXPECT_EQ(svg.get<std::string>("title"), "<& \", seed 1");
+  EXPECT_EQ(svg.get<std::string>("title"), "<&amp; \", seed 1");
   const Tree frame = elementsOf(svg, "rect", "frame").at(0);
   const double router = frame.get<double>("<xmlattr>.height") / 4;
   for (const auto &[time, sample] : samples) {
@@ -105,6 +105,7 @@ TEST(TimelinePicture, BandsAreAsHighAsTheSimulationHasRouters) {
       const std::string title = band.get<std::string>("title");
       drawn[title.substr(0, title.find(':'))] += std::lround((extent->bottom - extent->top) / router);
     }
+    EXPECT_EQ(drawn, sample.having) << "at " << time;
     std::string withoutRp = "0";
     for (const Tree &strip : elementsOf(svg, "polygon", "withoutRp")) {
       const std::string title = strip.get<std::string>("title");
