@@ -51,16 +51,17 @@ std::vector<std::string> Tally::namesOf(const Key &key) const {
 bool Tally::add(const SweepRun &run) {
   if (plan_.empty()) plan_ = run.plan;
   if (run.plan != plan_) throw std::invalid_argument("is of another plan, or of another setting of the sweep");
-  constexpr size_t runsMost = 1 << 30;
+  constexpr size_t runsMost = 100'000'000;
   if (run.run >= runsMost) throw std::invalid_argument("is of no run that a sweep has");
   if (run.run >= digests_.size()) digests_.resize(std::max(run.run + 1, digests_.size() * 3 / 2));
-  const uint64_t digest = std::hash<std::string>()(lineOf(run)) | 1;
+  const auto digest = static_cast<uint32_t>(std::hash<std::string>()(lineOf(run))) | 1;
   if (digests_[run.run] != 0) {
     ++doubles_;
     if (digests_[run.run] != digest) ++contradictions_;
     return false;
   }
   digests_[run.run] = digest;
+  end_ = std::max(end_, run.run + 1);
   ++runs_;
   if (run.head) head_ = run.head;
   if (expectations_.size() < run.held.size()) {
@@ -145,7 +146,7 @@ SweepReport Tally::report() const {
     report.expectations[i].text =
         head_ && i < head_->expectations.size() ? head_->expectations[i] : "expectation " + std::to_string(i + 1);
   }
-  const size_t all = head_ ? head_->perSeed() * head_->seeds : digests_.size();
+  const size_t all = head_ ? head_->perSeed() * head_->seeds : end_;
   for (size_t run = 0; run < all; ++run) {
     if (has(run)) continue;
     if (report.missing++ < missingTold) report.firstMissing.push_back(run);

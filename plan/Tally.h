@@ -79,7 +79,8 @@ class Tally {
 
   std::string plan_;
   std::optional<SweepHead> head_;
-  std::vector<uint64_t> digests_;  // by run, of its line; 0: none yet
+  std::vector<uint32_t> digests_;  // by run, of its line; 0: none yet
+  size_t end_ = 0;                 // behind the last run that is there
   size_t runs_ = 0, doubles_ = 0, contradictions_ = 0;
   std::vector<ExpectationReport> expectations_;
   std::vector<size_t> firstBroken_;  // run by expectation
