@@ -44,8 +44,7 @@ set(CPACK_DEBIAN_AGENT_PACKAGE_CONTROL_EXTRA ${debian}/conffiles ${debian}/posti
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME pimbsr-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS "graphviz, pimbsr")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "plans and labs for the PIM Bootstrap Router agent
-pimbsr-sim plays a network of agents and what happens in it from a file,
-pimbsr-simulator runs agents on simulated routers and virtual time, and
+pimbsr-sim plays a network of agents and what happens in it from a file, and
 pimbsr-feeder is a PIM neighbor that floods Bootstrap messages, written by hand
 or replayed from a capture.")
 include(CPack)
