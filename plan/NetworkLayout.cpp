@@ -46,7 +46,7 @@ std::string NetworkLayout::nodeText(const Node &node, size_t place) const {
 
 std::string NetworkLayout::text() const {
   std::string text = "graph {\n  graph [overlap=prism, splines=false, start=self, sep=\"";
-  text.append(isLarge_ ? "+6" : "+12").append("\"]\n  node [shape=box, fixedsize=true, label=\"\"]\n  edge [len=");
+  text.append(isLarge_ ? "+6" : "+22").append("\"]\n  node [shape=box, fixedsize=true, label=\"\"]\n  edge [len=");
   text.append(places() < many / 2 ? "2" : "1.2").append("]\n");
   std::map<std::pair<size_t, size_t>, size_t> places;
   size_t place = 0;

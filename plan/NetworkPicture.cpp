@@ -101,7 +101,7 @@ std::string NetworkPicture::titleText(const std::string &title, const NetworkFac
     if (hasVrfs) name += " in VRF " + domain.vrf;
     for (const auto &[bsr, routers] : known.routersByBsr) {
       const size_t rank = known.rankOf(bsr);
-      std::string words = name + ": BSR " + legend_.nameOf(domain.vrf, bsr) + " of " + counted(routers, "router");
+      std::string words = name + ": BSR " + legend_.nameOf(domain.vrf, bsr) + " at " + counted(routers, "router");
       if (rank > 1 && layout_.isLarge()) words += ", marked (" + letter + std::to_string(rank) + ")";
       text += row(words, legend_.colorOf(bsr));
     }

@@ -54,8 +54,8 @@ TEST(NetworkPicture, SaysWhatEachRouterAndLinkIs) {
   const std::vector<std::string> head = linesOf(before.of("graph")["label"]);
   ASSERT_EQ(head.size(), 11u);
   EXPECT_EQ(head[0], "a \"site\" &amp; <more> \\: at first");
-  EXPECT_EQ(head[1], "A: 224.0.0.0/4 in VRF default: BSR r1 of 6 routers");
-  EXPECT_EQ(head[4], "B: 239.1.0.0/16 in VRF default: BSR r5 of 2 routers");
+  EXPECT_EQ(head[1], "A: 224.0.0.0/4 in VRF default: BSR r1 at 6 routers");
+  EXPECT_EQ(head[4], "B: 239.1.0.0/16 in VRF default: BSR r5 at 2 routers");
   EXPECT_EQ(head[7], "A: 224.0.0.0/4 in VRF blue: no BSR at 2 routers");
   EXPECT_EQ(before.of("r1")["label"], "r1\\nA: BSR, RP");
   EXPECT_EQ(before.of("r1")["peripheries"], "2");
@@ -125,8 +125,8 @@ TEST(NetworkPicture, OfManyRoutersSaysInFewWordsWhoseBsrIsAnother) {
   EXPECT_EQ(split.of("r60")["label"], "r60\\nBSR");
   EXPECT_EQ(split.of("r20 -- r21")["style"], "dashed");
   const std::vector<std::string> head = linesOf(split.of("graph")["label"]);
-  EXPECT_EQ(head[1], "224.0.0.0/4: BSR r1 of 20 routers, marked (2)");
-  EXPECT_EQ(head[2], "224.0.0.0/4: BSR r60 of 40 routers");
+  EXPECT_EQ(head[1], "224.0.0.0/4: BSR r1 at 20 routers, marked (2)");
+  EXPECT_EQ(head[2], "224.0.0.0/4: BSR r60 at 40 routers");
   EXPECT_EQ(head[4], "224.0.0.0/4: no RP at 60 routers");
 }
 
