@@ -97,8 +97,11 @@ std::string textOf(const std::vector<ExpectationReport> &expectations) {
     snprintf(share, sizeof share, "%.1f %%", percent);
     std::string text = each.text;
     if (each.held < each.runs) {
-      text += each.brokenByNothing ? "  (not even where nothing fails)"
-                                   : "  (first not without " + whatFails(each.firstBroken) + ")";
+      const size_t others = each.runs - each.held - 1;
+      text +=
+          each.brokenByNothing ? "  (not even where nothing fails" : "  (not without " + whatFails(each.firstBroken);
+      if (others > 0) text += ", nor in " + counted(others, "other run");
+      text += ")";
     }
     rows.push_back({share, std::to_string(each.held) + " of " + std::to_string(each.runs), text});
   }
@@ -185,7 +188,7 @@ std::string toJsonText(const SweepReport &report) {
     json["expect"].push_back({{"text", each.text},
                               {"held", each.held},
                               {"runs", each.runs},
-                              {"firstNotWithout", each.held == each.runs ? Json() : Json(each.firstBroken)}});
+                              {"notWithout", each.held == each.runs ? Json() : Json(each.firstBroken)}});
   }
   return json.dump() + "\n";
 }
