@@ -25,12 +25,12 @@ std::string filledLines(const Draft::Json &list, size_t indent) {
   for (const auto &element : list) {
     const std::string next = onOneLine(element);
     if (indent + 2 + line.size() + 1 + next.size() + 1 > widest) {
-      text += "\n" + blanks(indent + 2) + line;
+      text.append("\n").append(blanks(indent + 2)).append(line);
       line.clear();
     }
-    line += (line.empty() ? "" : " ") + next + (&element == &list.back() ? "" : ",");
+    line.append(line.empty() ? "" : " ").append(next).append(&element == &list.back() ? "" : ",");
   }
-  return text + "\n" + blanks(indent + 2) + line + "\n" + blanks(indent) + "]";
+  return text.append("\n").append(blanks(indent + 2)).append(line).append("\n").append(blanks(indent)).append("]");
 }
 
 void put(std::string &text, const Draft::Comments &comments, size_t indent) {
@@ -62,7 +62,7 @@ std::string laidOut(const Draft::Json &json, size_t indent) {
   if (isFlat) return filledLines(json, indent);
   std::string text;
   for (const auto &[key, value] : json.items()) {
-    text += (text.empty() ? "\n" : ",\n") + blanks(indent + 2);
+    text.append(text.empty() ? "\n" : ",\n").append(blanks(indent + 2));
     if (json.is_object()) text += Draft::Json(key).dump() + ": ";
     text += laidOut(value, indent + 2);
   }

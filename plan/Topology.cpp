@@ -148,9 +148,10 @@ Places placesIn(const Topology &topology) {
     taken.push_back(next);
   }
   // Of three routers the spare BSR is the spare RP, too; of two each stands in for the other.
-  if (taken.size() == 2) taken.push_back(taken[1]);
-  if (taken.size() == 3) taken.push_back(taken[taken[1] == taken[2] ? 0 : 1]);
-  return {taken[0], taken[1], taken[2], taken[3]};
+  const size_t bsr = taken[0], spareBsr = taken[1];
+  const size_t rp = taken.size() > 2 ? taken[2] : spareBsr;
+  const size_t spareRp = taken.size() > 3 ? taken[3] : rp == spareBsr ? bsr : spareBsr;
+  return {bsr, spareBsr, rp, spareRp};
 }
 
 }  // namespace Planning
