@@ -27,7 +27,7 @@ bool isCandidate(const Router &router, size_t vrf) {
   return own != settings.end() && (!own->second.bsrCandidateConfig.empty() || !own->second.rpCandidateConfig.empty());
 }
 
-std::string id(size_t place) { return "n" + std::to_string(place); }
+std::string id(size_t place) { return std::string("n").append(std::to_string(place)); }
 
 }  // namespace
 

@@ -59,7 +59,7 @@ TimelinePicture::TimelinePicture(Legend &legend, const std::vector<Lane> &lanes,
 void TimelinePicture::placeLabels() {
   for (size_t i = 0; i < moments_.size(); ++i) {
     Label label{frame_.x(moments_[i].at), 0, 0, 0, std::to_string(i + 1)};
-    label.text += " " + shortText(moments_[i].shortText, labelMost);
+    label.text.append(" ").append(shortText(moments_[i].shortText, labelMost));
     const double length = Svg::widthOf(label.text, labelSize) + 8;
     label.left = label.x + length > width - margin / 2 ? label.x - length : label.x;
     label.right = label.left + length;
