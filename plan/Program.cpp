@@ -27,17 +27,15 @@ constexpr std::array verbs{
 
 void printUsage(std::ostream &out) {
   out << "Usage: pimbsr-sim VERB [OPTION]... [ARGUMENT]...\n\n"
-         "Plays what happens in a network of PIM routers: who becomes BSR, which RPs are known where, and for how "
-         "long\n"
-         "routers are without them when something fails. A plan is a JSON file.\n\n";
+         "Plays what happens in a network of PIM routers: who becomes BSR, which RPs are known where,\n"
+         "and for how long routers are without them when something fails. A plan is a JSON file.\n\n";
   for (const ProgramVerb &verb : verbs) {
     std::string usage = std::string("  ") + verb.name + " " + verb.synopsis;
     if (usage.size() < 26) usage.resize(26, ' ');
     out << usage << ' ' << verb.help << '\n';
   }
-  out << "\n'pimbsr-sim VERB --help' has the options of a verb. Exit status: 0 done, 1 an expectation does not hold "
-         "or\n"
-         "something failed, 2 the command line or the plan is wrong.\n";
+  out << "\n'pimbsr-sim VERB --help' has the options of a verb. Exit status: 0 done, 1 an expectation does\n"
+         "not hold or something failed, 2 the command line or the plan is wrong.\n";
 }
 
 }  // namespace

@@ -33,18 +33,19 @@ struct RunOptions {
 
 po::options_description describedOptions() {
   po::options_description options("Options");
-  options.add_options()("help", "print this")  //
-      ("seed", po::value<uint64_t>()->value_name("N"), "of everything random, instead of the plan's")(
-          "json", "print JSON lines, which docs/plans.md describes")(
-          "severity", po::value<std::string>()->value_name("WORD")->default_value("notice"),
-          "print events of this severity and worse")("until", po::value<double>()->value_name("SECONDS"),
-                                                     "end then, instead of when the plan says")(
-          "ask", po::value<std::vector<std::string>>()->value_name("QUESTION"),
-          "\"r7 explain group 239.1.1.1 at 120\", \"r7/blue show bsr\": what pimbsrctl would say there, at a time or "
-          "in "
-          "the end; may be given several times")("pictures", po::value<std::string>()->value_name("DIR"),
-                                                 "draw the network and the time line there, as \"draw\" does")(
-          "progress", "say on standard error how far it is, even if that is no terminal");
+  auto add = options.add_options();
+  add("help", "print this");
+  add("seed", po::value<uint64_t>()->value_name("N"), "of everything random, instead of the plan's");
+  add("json", "print JSON lines, which docs/plans.md describes");
+  add("severity", po::value<std::string>()->value_name("WORD")->default_value("notice"),
+      "print events of this severity and worse");
+  add("until", po::value<double>()->value_name("SECONDS"), "end then, instead of when the plan says");
+  add("ask", po::value<std::vector<std::string>>()->value_name("QUESTION"),
+      "\"r7 explain group 239.1.1.1 at 120\", \"r7/blue show bsr\": what pimbsrctl would say there, at a time or in "
+      "the end; may be given several times");
+  add("pictures", po::value<std::string>()->value_name("DIR"),
+      "draw the network and the time line there, as \"draw\" does");
+  add("progress", "say on standard error how far it is, even if that is no terminal");
   return options;
 }
 
