@@ -48,8 +48,8 @@ class Link {
   /// `tap` sees every packet that is sent, even those that get lost.
   void tapIs(std::function<void(const Packet &)> tap) { tap_ = std::move(tap); }
 
-  /// A cut link loses everything, what is under way included. Routing knows at once, but the interfaces stay up:
-  /// PIM finds out by silence.
+  /// A cut link loses everything, what is under way included. Routing knows at once, but the interfaces stay up, and
+  /// their addresses can be reached on other ways: PIM finds out by silence.
   void cut() { cutIs(true); }
   void heal() { cutIs(false); }
   bool isCut() const { return isCut_; }

@@ -103,9 +103,9 @@ std::set<uint32_t> Network::endsOf(const Pax::IpGenAddr &destination) const {
   for (const uint8_t length : subnetLengths_) {
     const auto [link, lastLink] = linksBySubnet_.equal_range(Pax::IpGenPrefix(destination, length));
     for (auto each = link; each != lastLink; ++each) {
-      if (each->second->isCut()) continue;
       for (const Intf *member : each->second->members()) {
-        if (member->isUp()) ends.insert(member->router().index());
+        const bool leadsThere = !each->second->isCut() || member->status()->address().contains(destination);
+        if (member->isUp() && leadsThere) ends.insert(member->router().index());
       }
     }
     if (link != lastLink) return ends;

@@ -159,6 +159,7 @@ TEST(Routes, FollowTheShortestPathsThroughCutsAndPowerFailures) {
     EXPECT_EQ(route(network, "a", e), "b@ab c@ac");
     EXPECT_EQ(route(network, "a", eOnLink), "b@ab c@ac");
     network.link("bd").cut();
+    EXPECT_EQ(route(network, "a", network.router("d").intfAt(network.link("bd")).address()), "c@ac");
     EXPECT_EQ(route(network, "a", e), "c@ac");
     EXPECT_EQ(route(network, "b", e), "a@ab");
     network.router("c").powerIs(false);
