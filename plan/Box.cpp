@@ -139,6 +139,10 @@ HeldByZone Box::held(size_t vrf) const {
   if (!status) return all;
   for (const auto &[zone, bsr] : status->bootstrapRouter()) {
     Held &held = all[zone];
+    const auto candidate = status->cbsr(zone);
+    const bool isSilent =
+        candidate && candidate->state() == BsrCandidateState::pBsr && bsr->expiryTime() <= time_.now();
+    if (isSilent) continue;  // it waits to take over
     held.bsr = bsr->ipAddr();
     held.priority = bsr->priority();
     held.hashMaskLen = bsr->hashMaskLen();

@@ -203,9 +203,10 @@ Draft::Section linksOf(const Topology &topology) {
 void tellOfLostBsr(Draft &draft, const Network &network, const Groups &groups) {
   const auto name = [&](size_t router) { return network.topology.routers[router]; };
   const Places &places = network.places;
-  draft.sections.push_back({"events",
-                            {"", "What happens, at so many seconds from the beginning; the end is 300 s after it."},
-                            {{"", {{"at", 300}, {"powerOff", name(places.bsr)}}}}});
+  draft.sections.push_back(
+      {"events",
+       {"", "What happens, at so many seconds from the beginning. The end is when all had time to recover."},
+       {{"", {{"at", 300}, {"powerOff", name(places.bsr)}}}}});
   draft.sections.push_back({"expect",
                             {"", "What must hold: at a time, or for how many seconds at most it may not."},
                             {{"", {{"at", 290}, {"bsr", name(places.bsr)}}},
@@ -222,9 +223,10 @@ void tellOfLostBranch(Draft &draft, const Network &network, const Groups &groups
   size_t last = 0;
   for (const auto &[parent, child] : network.topology.links) last = parent == root ? child : last;
   const std::string link = routers[root] + "-" + routers[last];
-  draft.sections.push_back({"events",
-                            {"", "What happens, at so many seconds from the beginning; the end is 300 s after it."},
-                            {{"", {{"at", 300}, {"cut", link}}}, {"", {{"at", 600}, {"heal", link}}}}});
+  draft.sections.push_back(
+      {"events",
+       {"", "What happens, at so many seconds from the beginning. The end is when all had time to recover."},
+       {{"", {{"at", 300}, {"cut", link}}}, {"", {{"at", 600}, {"heal", link}}}}});
   draft.sections.push_back({"expect",
                             {"", "What must hold: at a time, or for how many seconds at most it may not."},
                             {{"", {{"at", 290}, {"bsr", routers[root]}}},

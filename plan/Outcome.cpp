@@ -114,6 +114,7 @@ Outcome outcomeOf(uint64_t seed, const Simulation &simulation, const Account &ac
   for (const auto &[prefix, zone] : account.zones()) {
     const std::vector<NodeSpans> spans = spansOf(zone, account.nodes().size());
     for (size_t i = 0; i < episodes.size(); ++i) {
+      if (episodes[i].begin == episodes[i].end) continue;  // nobody knows what has come of it
       ZoneFigures figures = figuresOf(zone, spans, episodes[i], account, simulation.plan());
       figures.zone = prefix;
       if (figures.nodes > 0) outcome.episodes[i].zones.push_back(std::move(figures));

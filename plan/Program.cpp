@@ -53,7 +53,8 @@ po::variables_map optionsFrom(const Arguments &arguments, const po::options_desc
 }
 
 Plan planOf(const std::string &file, std::ostream &err) {
-  LoadedPlan loaded = planFromFile(file);
+  const auto fromInput = [] { return planFromText(std::string(std::istreambuf_iterator<char>(std::cin), {}), ""); };
+  LoadedPlan loaded = file == "-" ? fromInput() : planFromFile(file);
   for (const auto &[kind, findings] :
        {std::pair("error: ", &loaded.findings.errors), std::pair("warning: ", &loaded.findings.warnings)}) {
     for (const std::string &line : Routing::Pim::Bsr::firstOf(*findings, file)) err << kind << line << '\n';
@@ -78,7 +79,10 @@ int program(const Arguments &arguments, std::ostream &out, std::ostream &err) {
     return refused;
   }
   try {
-    return verb->run({arguments.begin() + 1, arguments.end()}, out, err);
+    const int status = verb->run({arguments.begin() + 1, arguments.end()}, out, err);
+    if (out.flush()) return status;
+    err << "pimbsr-sim: the output cannot be written\n";
+    return failed;
   } catch (const UsageError &error) {
     err << "pimbsr-sim: " << error.what() << "\nUsage: pimbsr-sim " << verb->name << ' ' << verb->synopsis << '\n';
     return refused;

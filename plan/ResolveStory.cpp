@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include "daemon/file/JsonText.h"
+#include "plan/Cases.h"
 #include "plan/Resolver.h"
 
 namespace Planning {
@@ -180,7 +181,7 @@ void Resolver::resolveOfInterface(const EventText &text, const std::string &path
 
 // When it is not given there is time for what the last event leads to.
 void Resolver::resolveDuration() {
-  constexpr double after = 300;
+  const double after = timeToRecover(plan_);
   double last = 0, asked = 0;
   for (const EventText &event : text_.events) last = std::max(last, event.at);
   for (const ExpectText &expect : text_.expect) {

@@ -48,8 +48,8 @@ Ran run(size_t routers, const Arguments &arguments, const std::string &expectati
     links += (i > 2 ? ", {\"between\": [\"r" : "{\"between\": [\"r") + std::to_string(i - 1) + "\", \"" + name + "\"]}";
   }
   std::ofstream(file) << R"({"name": "A row", "routers": {)" << named << "}, \"links\": [" << links
-                      << R"(], "events": [{"at": )" << crash << R"(, "crash": "r1"}], "expect": [)" << expectations
-                      << "]}";
+                      << R"(], "events": [{"at": )" << crash << R"(, "crash": "r1"}], "duration": 500, "expect": [)"
+                      << expectations << "]}";
   Arguments all{"run", file};
   all.insert(all.end(), arguments.begin(), arguments.end());
   std::ostringstream out, err;
