@@ -235,8 +235,9 @@ TEST_P(Reporters, AnInterfaceThatGoesTakesItsNeighborsAlongAndACandidateLosesIts
   EXPECT_EQ(told["r3"]->story(), "bsrLost rpDropped candidateNotInForce");
   EXPECT_EQ(told["r3"]->last(EventKind::candidateNotInForce).cause, "lo has no global address");
   host("r3").router().addressIs(address);
-  story.time().runFor(60);
-  EXPECT_EQ(told["r3"]->story(), "candidateInForce bsrElected rpAdded");
+  story.time().runFor(120);
+  EXPECT_EQ(told["r3"]->story(), "candidateInForce advertisementRefused bsrElected rpAdded")
+      << "the RP advertised itself before the election";
 }
 
 TEST_P(Reporters, AVrfThatGoesTakesItsElectionAlong) {
