@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
@@ -29,9 +30,22 @@ size_t readLines(std::istream &in, const std::string &name,
 }
 
 std::ifstream opened(const std::string &name) {
+  std::error_code none;
+  if (std::filesystem::is_directory(name, none)) throw ResultFault(name + ": is a folder, not a file of results");
   std::ifstream in(name, std::ios::binary);
   if (!in) throw ResultFault(name + ": cannot be read: " + std::strerror(errno));
   return in;
+}
+
+// It is read, cut and put in order, which others cannot be; some of them would not even open or come to an end.
+const std::string &regular(const std::string &name) {
+  std::error_code none;
+  const auto status = std::filesystem::status(name, none);
+  if (std::filesystem::is_directory(status)) throw ResultFault(name + ": is a folder, not a file of results");
+  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+    throw ResultFault(name + ": is no regular file, which results are kept in");
+  }
+  return name;
 }
 
 }  // namespace
@@ -47,7 +61,7 @@ void readResults(const std::string &file, const TakeLine &take) {
 }
 
 ResultFile::ResultFile(std::string name, const TakeLine &take)
-    : name_(std::move(name)), file_(::open(name_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644)) {
+    : name_(std::move(name)), file_(::open(regular(name_).c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644)) {
   if (!file_) throw ResultFault(name_ + ": cannot be written: " + std::strerror(errno));
   std::ifstream in = opened(name_);
   const size_t good = readLines(in, name_, [&](const std::string &line, size_t) { take(line); });
@@ -58,8 +72,12 @@ ResultFile::ResultFile(std::string name, const TakeLine &take)
 
 void ResultFile::add(const std::string &line) {
   const std::string text = line + "\n";
-  if (::write(file_.number(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
-    throw ResultFault(name_ + ": cannot be written: " + std::strerror(errno));
+  // A write that is cut short does not say why; the next one does.
+  for (size_t at = 0; at < text.size();) {
+    const ssize_t written = ::write(file_.number(), text.data() + at, text.size() - at);
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) throw ResultFault(name_ + ": cannot be written: " + std::strerror(errno));
+    at += static_cast<size_t>(written);
   }
 }
 
@@ -75,6 +93,7 @@ void ResultFile::sort(const std::function<std::optional<size_t>(const std::strin
   const auto isBefore = [](const Place &a, const Place &b) { return a.number < b.number; };
   std::stable_sort(places.begin(), places.end(), isBefore);
   const std::string fresh = name_ + ".new";
+  errno = 0;
   std::ofstream out(fresh, std::ios::binary | std::ios::trunc);
   in.clear();
   std::string line;
@@ -87,7 +106,9 @@ void ResultFile::sort(const std::function<std::optional<size_t>(const std::strin
   }
   out.close();
   if (!in || !out || std::rename(fresh.c_str(), name_.c_str()) != 0) {
-    throw ResultFault(name_ + ": cannot be put in order: " + std::strerror(errno));
+    const std::string reason = errno != 0 ? std::strerror(errno) : "something else has changed it";
+    ::unlink(fresh.c_str());
+    throw ResultFault(name_ + ": cannot be put in order: " + reason);
   }
 }
 

@@ -30,7 +30,7 @@ po::options_description sweepOptions() {
        "when things fail; by default 60 s after all routers have come to agree, or with the next event if that is "
        "sooner. The story is played until then")  //
       ("for", po::value<double>()->value_name("SECONDS"),
-       "how long a run goes on after that; by default twice the longest hold time, and 300 s at least")         //
+       "how long a run goes on after that; by default, and at least, twice the longest hold time and 300 s")    //
       ("pairs", "pairs of links, too (the default)")("no-pairs", "no pairs of links")                           //
       ("jobs", po::value<size_t>()->value_name("N"), "processes at a time; by default one for each processor")  //
       ("results", po::value<std::string>()->value_name("FILE"),
@@ -51,7 +51,16 @@ Cases::Setting settingOf(const Plan &plan, const po::variables_map &given) {
   Cases::Setting setting;
   if (given.count("pairs") > 0 && given.count("no-pairs") > 0) throw UsageError("--pairs goes not with --no-pairs");
   setting.pairs = given.count("no-pairs") == 0;
-  setting.lasts = given.count("for") > 0 ? secondsOf(given, "for") : timeToRecover(plan);
+  setting.lasts = timeToRecover(plan);
+  if (given.count("for") > 0) {
+    const double lasts = secondsOf(given, "for");
+    if (lasts < setting.lasts) {
+      throw UsageError(std::string("--for ") + briefSeconds(lasts) +
+                       " is too short to tell what can be lost: routers hold for a while what is lost. It takes " +
+                       briefSeconds(setting.lasts) + " s");
+    }
+    setting.lasts = lasts;
+  }
   if (given.count("at") > 0) {
     setting.at = secondsOf(given, "at");
   } else if (const auto settled = settledTime(plan)) {
@@ -82,11 +91,15 @@ class Sweep {
     if (seeds_ == 0 || seeds_ > runsMost / cases_.perSeed()) {
       throw UsageError("such a sweep has no runs, or more than " + std::to_string(runsMost));
     }
+    if (seeds_ - 1 > UINT32_MAX - plan.seed) {
+      throw UsageError(std::string("from the plan's seed ") + std::to_string(plan.seed) + " on there are only " +
+                       std::to_string(UINT32_MAX - plan.seed + 1) + " seeds, up to 4294967295");
+    }
     digest_ = digestOf(cases_);
   }
 
   size_t size() const { return cases_.perSeed() * seeds_; }
-  void tellLeftOut(std::ostream &err) const;
+  void tellNotes(std::ostream &err) const;
   void list(std::ostream &out) const;
   int playOne(size_t run, std::ostream &out) const;
   int playAll(std::ostream &out, std::ostream &err);
@@ -106,7 +119,12 @@ class Sweep {
   std::optional<ResultFile> results_;
 };
 
-void Sweep::tellLeftOut(std::ostream &err) const {
+void Sweep::tellNotes(std::ostream &err) const {
+  const double end = cases_.setting().at + cases_.setting().lasts;
+  if (cases_.base().duration > end) {
+    err << "note: the end is at " << briefSeconds(cases_.base().duration) << " s and not at " << briefSeconds(end)
+        << " s, since something is expected until then\n";
+  }
   if (cases_.eventsLeftOut() == 0) return;
   const Plan &plan = cases_.plan();
   err << "note: what comes after " << briefSeconds(cases_.setting().at) << " s is left out: " << cases_.eventsLeftOut()
@@ -208,11 +226,16 @@ int sweepPlan(const Arguments &arguments, std::ostream &out, std::ostream &err) 
     return done;
   }
   if (given.count("file") == 0) throw UsageError("which plan?");
+  const size_t single = given.count("run") + given.count("list");
+  if (single > 1) throw UsageError("--run goes not with --list");
+  if (single > 0 && given.count("results") > 0) {
+    throw UsageError("--results goes not with --run or --list, which print to standard output");
+  }
   const std::string file = given["file"].as<std::string>();
   const Plan plan = planOf(file, err);
   Sweep sweep(file, plan, given);
   if (given.count("run") > 0) return sweep.playOne(given["run"].as<size_t>(), out);
-  sweep.tellLeftOut(err);
+  sweep.tellNotes(err);
   if (given.count("list") == 0) return sweep.playAll(out, err);
   sweep.list(out);
   return done;
@@ -245,7 +268,7 @@ int mergeResults(const Arguments &arguments, std::ostream &out, std::ostream &er
   const SweepReport report = tally.report();
   if (!report.head) err << "error: the result of run 0 is missing, which says how many runs there are\n";
   out << (given.count("json") > 0 ? toJsonText(report) : toText(report));
-  return report.head && report.isGood() ? done : failed;
+  return report.isGood() ? done : failed;
 }
 
 }  // namespace Planning

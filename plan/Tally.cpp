@@ -27,7 +27,7 @@ bool isGreater(const Loss &a, const Loss &b) {
 }  // namespace
 
 bool SweepReport::isGood() const {
-  return missing == 0 && contradictions == 0 &&
+  return isWhole() && contradictions == 0 &&
          std::all_of(expectations.begin(), expectations.end(),
                      [](const ExpectationReport &each) { return each.held == each.runs; });
 }

@@ -52,6 +52,8 @@ struct SweepReport {
   std::vector<ZoneReport> zones;
   std::vector<ExpectationReport> expectations;
 
+  /// Whether all runs are there.
+  bool isWhole() const { return head && missing == 0; }
   /// Whether all runs are there, and all expectations held in all of them.
   bool isGood() const;
 };

@@ -61,27 +61,47 @@ std::string worstText(const std::vector<WorstRun> &worst) {
   return table(rows);
 }
 
-std::string textOf(const ZoneReport &zone, const std::optional<SweepHead> &head) {
+// "12 of 1160 runs", or "12 runs" where nobody knows how many there should be.
+std::string runsText(const SweepReport &report) {
+  if (!report.head || report.missing == 0) return counted(report.runs, "run");
+  return std::to_string(report.runs) + " of " + counted(report.runs + report.missing, "run");
+}
+
+// What is not found says nothing of runs that are missing.
+std::string noneText(const SweepReport &report, const std::string &ofAll, const std::string &ofSome) {
+  return report.isWhole() ? ofAll : std::string("None of the ") + runsText(report) + " that are there " + ofSome;
+}
+
+std::string textOf(const ZoneReport &zone, const SweepReport &report) {
+  const std::optional<SweepHead> &head = report.head;
   const size_t seeds = head ? head->seeds : 1;
   const bool pairs = !head || head->pairs > 0;
   std::string text = "\nZone " + zone.zone + "\n";
   if (zone.singles.empty()) {
-    text += "\nIt can lose any link and any router: no other router stays without BSR or RP.\n";
+    text += "\n" + noneText(report, "It can lose any link and any router: no other router stays without BSR or RP.\n",
+                            "shows a link or a router that it cannot lose.\n");
   } else {
     text += "\nWhat it cannot lose: so many routers stay without BSR or RP until the end.\n\n" +
             lossesText(zone.singles, seeds);
   }
   if (pairs && zone.pairsInAll == 0) {
-    text += zone.singles.empty() ? "It can lose any pair of links.\n"
-                                 : "\nIt can lose any pair of links, each of which it can lose alone.\n";
+    text += zone.singles.empty()
+                ? noneText(report, "It can lose any pair of links.\n", "shows a pair of links that it cannot lose.\n")
+                : "\n" + noneText(report, "It can lose any pair of links, each of which it can lose alone.\n",
+                                  "shows any other pair of links that it cannot lose.\n");
   } else if (pairs) {
-    text += "\nPairs of links that it cannot lose, though each of them alone:\n\n" + lossesText(zone.pairs, seeds);
+    text += report.isWhole() ? "\nPairs of links that it cannot lose, though each of them alone:\n\n"
+                             : "\nOther pairs of links that it cannot lose:\n\n";
+    text += lossesText(zone.pairs, seeds);
     if (zone.pairsInAll > zone.pairs.size()) {
       text += "  and " + counted(zone.pairsInAll - zone.pairs.size(), "more pair") + "\n";
     }
   }
   if (zone.worst.empty()) {
-    text += "\nWhatever else fails, no router is without BSR or RP, nor disagrees with others, for any time.\n";
+    text += "\n" + noneText(report,
+                            "Whatever else fails, no router is without BSR or RP, nor disagrees with others, for any "
+                            "time.\n",
+                            "shows another router without BSR or RP, or in disagreement with others, for any time.\n");
   } else {
     text += "\nThe worst of what it can lose, by the router that was without for longest:\n\n" + worstText(zone.worst);
   }
@@ -143,7 +163,7 @@ Json jsonOf(const ZoneReport &zone) {
 }  // namespace
 
 std::string toText(const SweepReport &report) {
-  std::string text = counted(report.runs, "run");
+  std::string text = runsText(report);
   if (const auto &head = report.head) {
     text += ": in each, one of " + counted(head->links, "link") + " and " + counted(head->routers, "router");
     if (head->pairs > 0) text += ", or one of " + counted(head->pairs, "pair") + " of links,";
@@ -163,7 +183,7 @@ std::string toText(const SweepReport &report) {
     if (report.contradictions > 0) text += "; " + std::to_string(report.contradictions) + " of them say something else";
     text += "\n";
   }
-  for (const ZoneReport &zone : report.zones) text += textOf(zone, report.head);
+  for (const ZoneReport &zone : report.zones) text += textOf(zone, report);
   if (!report.expectations.empty()) text += "\nExpectations\n\n" + textOf(report.expectations);
   return text;
 }

@@ -1,6 +1,7 @@
 #include "plan/Workers.h"
 
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -26,6 +27,12 @@ void writeAll(int to, const std::string &text) {
     if (written < 0) _exit(1);  // nobody reads any more
     at += static_cast<size_t>(written);
   }
+}
+
+// However this one's parent ends; it may have done so already.
+void endWith(pid_t parent) {
+  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (::getppid() != parent) _exit(1);
 }
 
 std::string reasonOf(int status, const std::string &rest) {
@@ -60,9 +67,13 @@ void Workers::start() {
   if (::pipe(ends) < 0) throw systemError("pipe");
   worker.lines = Linux::Descriptor(ends[0]);
   Linux::Descriptor to(ends[1]);
+  const pid_t parent = ::getpid();
   worker.process = ::fork();
   if (worker.process < 0) throw systemError("fork");
-  if (worker.process == 0) work(worker.batch, to.number());
+  if (worker.process == 0) {
+    endWith(parent);
+    work(worker.batch, to.number());
+  }
   todo_.erase(todo_.begin(), todo_.begin() + static_cast<std::ptrdiff_t>(size));
   workers_.push_back(std::move(worker));
 }

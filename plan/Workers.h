@@ -13,7 +13,7 @@ namespace Planning {
 
 /// Each process is a copy of this one that does a batch of pieces, one after the other, and ends. This one has a single
 /// thread, which waits meanwhile. A process that ends too early is told; the piece that it was at is tried once more,
-/// and then given up.
+/// and then given up. When this one ends, however it does, all of them end.
 class Workers {
  public:
   struct Tasks {

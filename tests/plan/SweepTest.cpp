@@ -1,4 +1,8 @@
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 
 #include <algorithm>
 #include <csignal>
@@ -9,6 +13,7 @@
 #include <sstream>
 
 #include "plan/Program.h"
+#include "plan/ResultFile.h"
 #include "plan/Tally.h"
 #include "plan/Workers.h"
 #include "tests/daemon/TemporaryDirectory.h"
@@ -184,6 +189,83 @@ TEST_F(SweepTest, MergeTellsWhatIsMissingAndDouble) {
   EXPECT_NE(err_.find("run 0 is missing"), std::string::npos);
 }
 
+TEST_F(SweepTest, MergeClaimsNothingOfRunsThatAreMissing) {
+  sweep({"--results", path("results")});
+  const Lines lines = linesOf(read("results"));
+  const auto merged = [&](const std::string &text) {
+    write("some", text);
+    run({"merge", path("some")});
+    EXPECT_EQ(out_.find("can lose any"), std::string::npos) << out_;
+    EXPECT_EQ(out_.find("Whatever else"), std::string::npos) << out_;
+    return out_;
+  };
+  const std::string two = merged(lines[0] + lines[1]);  // link r1-r2 can be lost
+  for (const char *what : {"a link or a router", "a pair of links", "another router without"}) {
+    EXPECT_NE(two.find(std::string("\nNone of the 2 of 15 runs that are there shows ") + what), std::string::npos)
+        << two;
+  }
+  EXPECT_NE(merged(lines[0] + lines[4]).find("\nNone of the 2 of 15 runs that are there shows any other pair of links"),
+            std::string::npos)
+      << out_;
+  EXPECT_NE(merged(lines[1]).find("\nNone of the 1 run that are there"), std::string::npos) << out_;
+  // Of a pair nobody knows whether each of the two alone can be lost.
+  EXPECT_EQ(merged(lines[0] + lines[9]).find("each of them alone"), std::string::npos) << out_;
+}
+
+TEST_F(SweepTest, SettingsThatCannotTellOrBePlayedAreRefused) {
+  const auto isRefused = [&](const Arguments &options, const char *reason) {
+    EXPECT_EQ(sweep(options), refused) << reason;
+    EXPECT_NE(err_.find(reason), std::string::npos) << err_;
+    EXPECT_EQ(out_, "");
+  };
+  isRefused({"--list", "--for", "0"}, "--for 0 is too short");
+  isRefused({"--list", "--for", "359"}, "It takes 360 s");  // an RP is held for 180 s
+  EXPECT_EQ(sweep({"--list", "--for", "360"}), done);
+  EXPECT_EQ(err_.find("the end is at"), std::string::npos) << err_;
+  isRefused({"--list", "--results", path("results")}, "--results goes not with");
+  isRefused({"--run", "1", "--results", path("results")}, "--results goes not with");
+  isRefused({"--run", "1", "--list"}, "--run goes not with --list");
+  std::string changed = network;
+  changed.replace(changed.find("{"), 1, "{\"seed\": 4294967294, ");
+  changed.replace(changed.find("\"from\": 60"), 10, "\"from\": 60, \"to\": 550");
+  write("plan.json", changed);
+  isRefused({"--list", "--seeds", "3"}, "only 2 seeds");
+  EXPECT_EQ(sweep({"--list", "--at", "100", "--seeds", "2"}), done);
+  EXPECT_NE(err_.find("the end is at 550 s and not at 460 s"), std::string::npos) << err_;
+}
+
+TEST_F(SweepTest, ResultsAreKeptInARegularFile) {
+  ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
+  for (const auto &[file, reason] :
+       {std::pair(path("fifo"), "no regular file"), {"/dev/full", "no regular file"}, {path("."), "is a folder"}}) {
+    EXPECT_EQ(sweep({"--results", file}), refused) << file;
+    EXPECT_NE(err_.find(file + ": is "), std::string::npos) << err_;
+    EXPECT_NE(err_.find(reason), std::string::npos) << err_;
+  }
+  EXPECT_EQ(run({"merge", path(".")}), refused);
+  EXPECT_NE(err_.find("is a folder"), std::string::npos) << err_;
+}
+
+TEST_F(SweepTest, AResultThatIsCutShortSaysWhy) {
+  // The first write gets as far as the file may grow, and has no error.
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  ResultFile file(path("results"), [](const std::string &) {});
+  const rlimit narrow{100, before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &narrow), 0);
+  std::string reason;
+  try {
+    file.add(std::string(200, 'x'));
+  } catch (const ResultFault &fault) {
+    reason = fault.what();
+  }
+  setrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, handler);
+  EXPECT_EQ(reason, path("results") + ": cannot be written: File too large");
+  EXPECT_EQ(read("results").size(), 100u);
+}
+
 TEST(Tally, KeepsTheWorstWhateverTheOrder) {
   // Each of 40 links leaves somebody without for as many seconds as its number with the one seed, and the half with the
   // other; every pair with link 40 leaves two routers without for good, as link 40 itself does not.
@@ -245,6 +327,34 @@ TEST_F(SweepTest, AProcessThatDiesIsToldAndItsWorkTriedAgain) {
   EXPECT_EQ(done, rest);
   EXPECT_EQ(lost, (Lines{"3 its process was ended by the signal Killed", "6 its process ended with status 7",
                          "6 its process ended with status 7; given up", "7 no such luck", "7 no such luck; given up"}));
+}
+
+TEST_F(SweepTest, ProcessesEndWithTheirParent) {
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  const pid_t parent = fork();
+  if (parent == 0) {
+    const auto work = [&](size_t) -> std::string {
+      const pid_t self = getpid();
+      if (::write(ends[1], &self, sizeof self) < 0) _exit(1);
+      for (;;) pause();
+    };
+    Workers(3, {work, {}, {}}).run({1, 2, 3});
+    _exit(0);
+  }
+  close(ends[1]);
+  std::vector<pid_t> workers(3);
+  for (pid_t &worker : workers) ASSERT_EQ(::read(ends[0], &worker, sizeof worker), ssize_t{sizeof worker});
+  kill(parent, SIGKILL);
+  waitpid(parent, nullptr, 0);
+  // Each of them has the pipe open for as long as it is there; the time is only spent where one stays.
+  pollfd waiting{ends[0], POLLIN, 0};
+  const bool all = poll(&waiting, 1, 60'000) == 1;
+  EXPECT_TRUE(all);
+  for (const pid_t worker : workers) {
+    if (!all) kill(worker, SIGKILL);
+  }
+  close(ends[0]);
 }
 
 }  // namespace
