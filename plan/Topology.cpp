@@ -120,8 +120,13 @@ bool Ways::canLose(size_t router) const {
   return std::count(distances.begin(), distances.end(), std::nullopt) == 1;
 }
 
-Places placesIn(const Topology &topology) {
-  const Ways ways(topology);
+namespace {
+
+// Far below the hop limit of advertisements: what planners add between them does not matter yet.
+constexpr size_t hopsApartMost = 32;
+
+// From the middle outwards, as many as there is a choice of.
+std::vector<size_t> losableOf(const Topology &topology, const Ways &ways) {
   std::vector<std::pair<size_t, size_t>> middle;  // how far all others are in sum, and who
   for (size_t router = 0; router < topology.routers.size(); ++router) {
     size_t sum = 0;
@@ -138,15 +143,39 @@ Places placesIn(const Topology &topology) {
     pool.push_back(router);
     farthest = sum;
   }
-  std::vector<size_t> nearest(topology.routers.size(), SIZE_MAX);  // how far the nearest one is that is taken
+  return pool;
+}
+
+// The first of the pool, and up to three that are far from it and from one another, though not too far; the others not
+// even when the first is gone. A second one there always is, if need be one that the network cannot lose.
+std::vector<size_t> takenFrom(const std::vector<size_t> &pool, const Ways &ways, size_t routers) {
+  std::vector<size_t> nearest(routers, SIZE_MAX);  // how far the nearest one is that is taken; 0 if another is too far
+  std::vector<size_t> all(routers);
+  std::iota(all.begin(), all.end(), 0);
+  const auto farthestOf = [&](const std::vector<size_t> &from) {
+    return *std::max_element(from.begin(), from.end(), [&](size_t a, size_t b) { return nearest[a] < nearest[b]; });
+  };
   std::vector<size_t> taken;
   while (taken.size() < std::min<size_t>(4, pool.size())) {
-    const size_t next =
-        *std::max_element(pool.begin(), pool.end(), [&](size_t a, size_t b) { return nearest[a] < nearest[b]; });
-    const Distances distances = ways.from(next);
-    for (size_t i = 0; i < nearest.size(); ++i) nearest[i] = std::min(nearest[i], distances[i].value_or(SIZE_MAX));
+    size_t next = farthestOf(pool);
+    if (nearest[next] == 0 && taken.size() == 1) next = farthestOf(all);
+    if (nearest[next] == 0) break;
     taken.push_back(next);
+    const Distances distances = ways.from(next), later = ways.from(next, taken.front());
+    for (size_t i = 0; i < routers; ++i) {
+      const size_t hops = distances[i].value_or(SIZE_MAX);
+      const size_t hopsLater = taken.size() == 1 ? hops : later[i].value_or(SIZE_MAX);
+      nearest[i] = std::max(hops, hopsLater) > hopsApartMost ? 0 : std::min(nearest[i], hops);
+    }
   }
+  return taken;
+}
+
+}  // namespace
+
+Places placesIn(const Topology &topology) {
+  const Ways ways(topology);
+  const std::vector<size_t> taken = takenFrom(losableOf(topology, ways), ways, topology.routers.size());
   // Of three routers the spare BSR is the spare RP, too; of two each stands in for the other.
   const size_t bsr = taken[0], spareBsr = taken[1];
   const size_t rp = taken.size() > 2 ? taken[2] : spareBsr;

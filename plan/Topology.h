@@ -51,7 +51,8 @@ struct Places {
   size_t spareRp = 0;
 };
 
-/// Routers in the middle, far from one another, which the others can lose. Four of them where there are so many.
+/// Routers in the middle, far from one another, which the others can lose. Four of them where there are so many. Each
+/// is within half the hop limit of advertisements of all others, also when the BSR is gone.
 Places placesIn(const Topology &topology);
 
 }  // namespace Planning

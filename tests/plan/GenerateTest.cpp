@@ -112,5 +112,19 @@ TEST(Topology, CandidatesAreWhereTheOthersCanLoseThem) {
   EXPECT_EQ(*Ways(bow).from(places.bsr)[places.spareBsr], 2u) << "the spare one is in the other triangle";
 }
 
+TEST(Topology, CandidatesHearOfOneAnotherInLargeNetworks) {
+  for (const Topology &topology : {ring(66), ring(2000), grid(300, 1), grid(100, 3), randomNetwork(600, 601, 1)}) {
+    SCOPED_TRACE(topology.routers.size());
+    const Ways ways(topology);
+    const Places places = placesIn(topology);
+    EXPECT_TRUE(ways.canLose(places.bsr));
+    EXPECT_NE(places.spareBsr, places.bsr);
+    for (const size_t rp : {places.rp, places.spareRp}) {
+      EXPECT_LE(ways.from(places.bsr)[rp].value(), 32u);
+      if (rp != places.bsr) EXPECT_LE(ways.from(places.spareBsr, places.bsr)[rp].value(), 32u);
+    }
+  }
+}
+
 }  // namespace
 }  // namespace Planning
