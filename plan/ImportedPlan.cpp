@@ -4,6 +4,8 @@
 #include <set>
 #include <stdexcept>
 
+#include "plan/ExpectedBsrs.h"
+#include "plan/Subnets.h"
 #include "platform/kiv/Value.h"
 
 namespace Planning {
@@ -22,12 +24,12 @@ constexpr uint32_t usualMtu = 1500;
 uint8_t likelyLength(const std::vector<IpGenAddr> &addresses) {
   const IpGenAddr &first = addresses.front();
   if (first.af() == AddressFamily::ipv6) return 64;
-  for (uint8_t length = 30; length >= 16; --length) {
+  for (const uint8_t length : {30, 31, 29, 28, 27, 26, 25, 24, 23, 22, 21, 20, 19, 18, 17, 16}) {
     const IpGenPrefix subnet(first, length);
-    if (std::all_of(addresses.begin(), addresses.end(),
-                    [&](const IpGenAddr &each) { return subnet.covers(IpGenPrefix::host(each)); })) {
-      return length;
-    }
+    const auto fits = [&](const IpGenAddr &each) {
+      return subnet.covers(IpGenPrefix::host(each)) && !isFirstOrLast(each, subnet);
+    };
+    if (std::all_of(addresses.begin(), addresses.end(), fits)) return length;
   }
   return 32;
 }
@@ -64,7 +66,6 @@ class Importer {
   void noteCandidatesWithoutAddress(const SavedRouter &router);
   Draft::Entry strangerEntry(const Stranger &stranger, const SavedLink &link);
   Draft::Entry linkEntry(const SavedLink &link);
-  Draft::Section expectations() const;
 
   const std::vector<SavedRouter> &routers_;
   const AddressFamily family_;
@@ -124,6 +125,7 @@ Json Importer::addressTexts(std::vector<SavedAddress> addresses, const SavedLink
       length = *each.length;
     } else if (link) {
       length = likelyLength(addressesOn(*link));
+      if (isFirstOrLast(each.address, IpGenPrefix(each.address, length))) length = likelyLength({each.address});
       guessedLengths_ += each.address.isLinkLocal() ? 0 : 1;
     }
     texts.push_back(toText(each.address) + "/" +
@@ -219,39 +221,6 @@ Draft::Entry Importer::linkEntry(const SavedLink &link) {
   return entry;
 }
 
-// Who was BSR where, of those BSRs that are saved routers.
-Draft::Section Importer::expectations() const {
-  std::set<IpGenAddr> known;
-  for (const SavedRouter &router : routers_) {
-    for (const auto &[vrf, saved] : router.vrfs) {
-      for (const auto &[name, interface] : saved.interfaces) {
-        for (const SavedAddress &own : interface.own) known.insert(own.address);
-        known.insert(interface.address);
-      }
-    }
-  }
-  std::map<std::string, std::map<std::pair<IpGenPrefix, IpGenAddr>, Json>> whose;  // by VRF
-  for (const SavedRouter &router : routers_) {
-    for (const auto &[vrf, saved] : router.vrfs) {
-      for (const SavedBsr &bsr : saved.bsrs) {
-        if (!known.contains(bsr.address)) continue;
-        Json &routers = whose[vrf][{bsr.zone, bsr.address}];
-        routers.push_back(vrf == "default" ? router.name : router.name + "/" + vrf);
-      }
-    }
-  }
-  Draft::Section section{"expect", {"", "The BSRs that the routers had when their answers were saved."}, {}};
-  for (const auto &[vrf, bsrs] : whose) {
-    for (const auto &[what, routers] : bsrs) {
-      Json expected = {{"at", 300}, {"bsr", toText(what.second)}};
-      if (what.first != Pax::allGroups(family_)) expected["zone"] = toText(what.first);
-      expected["routers"] = routers;
-      section.entries.push_back({"", expected});
-    }
-  }
-  return section;
-}
-
 ImportedPlan Importer::made() {
   ImportedPlan plan;
   Draft::Section routers{"routers", {"", "With their configurations, but for what is the default."}, {}, false};
@@ -268,17 +237,17 @@ ImportedPlan Importer::made() {
                      std::to_string(guessedLengths_) + " addresses: those that fit their links are taken");
   }
   Draft &draft = plan.draft;
+  draft.head.push_back({"name", "The running network"});
+  if (family_ == AddressFamily::ipv6) draft.head.push_back({"family", "ipv6"});
+  draft.sections.push_back(std::move(routers));
+  if (!links.entries.empty()) draft.sections.push_back(std::move(links));
+  const std::vector<std::string> leftOut = expectBsrs(draft, routers_, family_);
+  notes_.insert(notes_.end(), leftOut.begin(), leftOut.end());
   draft.comments = {
       "The network of " + std::to_string(routers_.size()) + " running routers, from what they have shown.",
       "Their routes are not known: packets take the shortest paths, by the cost of links (1 each)."};
   if (!notes_.empty()) draft.comments.push_back("What was assumed besides:");
   for (const std::string &note : notes_) draft.comments.push_back("- " + note);
-  draft.head.push_back({"name", "The running network"});
-  if (family_ == AddressFamily::ipv6) draft.head.push_back({"family", "ipv6"});
-  draft.sections.push_back(std::move(routers));
-  if (!links.entries.empty()) draft.sections.push_back(std::move(links));
-  Draft::Section expected = expectations();
-  if (!expected.entries.empty()) draft.sections.push_back(std::move(expected));
   plan.notes = std::move(notes_);
   return plan;
 }

@@ -5,6 +5,7 @@
 #include <functional>
 #include <sstream>
 
+#include "daemon/file/JsonText.h"
 #include "platform/kiv/Value.h"
 #include "platform/linux/RegularFile.h"
 #include "platform/pax/IntfId.h"
@@ -22,21 +23,51 @@ constexpr size_t longestFile = 64 << 20;
 
 using Taken = std::function<void(const Json &row, const std::string &file)>;
 
+// In the words that other files have for it; answers before it are blanks, so that its lines and columns are the
+// file's.
+std::string syntaxFaultIn(std::string text, size_t begin) {
+  std::replace_if(
+      text.begin(), text.begin() + static_cast<std::ptrdiff_t>(begin), [](char each) { return each != '\n'; }, ' ');
+  Routing::Pim::Bsr::Findings findings;
+  Routing::Pim::Bsr::parseJson(text, findings);
+  if (findings.errors.empty()) return "has a comment, which no saved answer has";
+  const auto &fault = findings.errors.back();
+  return (fault.place.empty() ? "" : fault.place + ": ") + fault.message;
+}
+
+Json nextAnswer(std::istringstream &text) {
+  const auto begin = static_cast<size_t>(text.tellg());
+  try {
+    Json answer;
+    text >> answer;
+    return answer;
+  } catch (const Json::parse_error &) {
+    throw SavedFault(syntaxFaultIn(text.str(), begin));
+  }
+}
+
+// A member of a row is not what it should be, or is not there: what the library says of that, without its own number.
+std::string rowFaultFrom(const Json::exception &fault) {
+  const std::string_view said = fault.what();
+  const size_t end = said.find("] ");
+  return "has a row that is not as it should be: " + std::string(end == said.npos ? said : said.substr(end + 2));
+}
+
 // One answer after the other, row by row.
 void takeFile(const std::string &file, const Taken &take) {
   try {
     std::istringstream text(Linux::readRegularFile(file, longestFile));
     while (text >> std::ws && !text.eof()) {
-      Json answer;
-      text >> answer;
+      const Json answer = nextAnswer(text);
       if (!answer.is_array()) throw SavedFault("has something that is no list of rows");
       for (const Json &row : answer) {
         if (!row.is_object()) throw SavedFault("has something that is no row");
         take(row, file);
       }
     }
-  } catch (
-      const std::exception &fault) {  // of JSON: the members of a row are not what they should be, or are not there
+  } catch (const Json::exception &fault) {
+    throw SavedFault(file + ": " + rowFaultFrom(fault));
+  } catch (const std::exception &fault) {
     throw SavedFault(file + ": " + fault.what());
   }
 }
@@ -201,7 +232,7 @@ SavedRouter savedRouterFrom(const std::string &path, AddressFamily family) {
   try {
     reader.finish();
   } catch (const Json::exception &fault) {
-    throw SavedFault(path + ": " + fault.what());
+    throw SavedFault(path + ": " + rowFaultFrom(fault));
   }
   return router;
 }

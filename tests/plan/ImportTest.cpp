@@ -74,6 +74,36 @@ TEST(Import, AddressesAreTakenWithTheirLengths) {
   EXPECT_EQ(addresses[2], "red/eth1 10.0.2.1 of 10.0.2.0/31");
 }
 
+TEST(Import, OfShownNeighborsAloneThePlanIsGood) {
+  const ::Test::TemporaryDirectory directory;
+  for (const std::string own : {"1", "2", "3"}) {
+    std::ofstream file(directory.path() + "/r" + own + ".json");
+    file << R"([{"vrf": "default", "interface": "eth0", "address": "10.0.0.)" << own
+         << R"(", "mtu": 1500, "isDr": true}])";
+    for (const std::string other : {"1", "2", "3"}) {
+      if (other == own) continue;
+      file << R"([{"vrf": "default", "interface": "eth0", "generationId": 7, "addresses": [], "address": "10.0.0.)"
+           << other << R"("}])";
+    }
+    file << R"([{"vrf": "default", "zone": "224.0.0.0/4", "elected": true, "address": "10.0.0.1"}])";
+  }
+  Arguments arguments{"import"};
+  for (const char *name : {"/r1.json", "/r2.json", "/r3.json"}) arguments.push_back(directory.path() + name);
+  std::ostringstream out, err;
+  EXPECT_EQ(program(arguments, out, err), done) << err.str();
+  EXPECT_NE(err.str().find("note: The BSR of 224.0.0.0/4 was 10.0.0.1, and nothing saved makes that a candidate"),
+            std::string::npos)
+      << err.str();
+  const Plan plan = planFrom(out.str());
+  EXPECT_TRUE(plan.expectations.empty());
+  for (const Router &router : plan.routers) {
+    for (const Interface &interface : router.vrfs.front().interfaces) {
+      if (interface.link)
+        EXPECT_EQ(Kiv::toText(interface.addresses.front().subnet), "10.0.0.0/29") << "no end is .3/30";
+    }
+  }
+}
+
 TEST(Import, WhatCannotBeUsedIsRefusedWithItsFile) {
   const std::string interface =
       R"([{"vrf": "default", "interface": "eth0", "address": "10.0.0.1", "mtu": 1500, "isDr": true}])";
@@ -81,7 +111,9 @@ TEST(Import, WhatCannotBeUsedIsRefusedWithItsFile) {
       {"", "of which family"},
       {"{}", "r1.json: has something that is no list of rows"},
       {interface + "[7]", "r1.json: has something that is no row"},
-      {interface + "[{\"vrf\"", "r1.json: "},
+      {interface + "\n[{\"vrf\"", "r1.json: 2:8: the file ends too early: ':' has to be here"},
+      {R"([{"vrf": "default", "interface": "eth0", "address": "10.0.0.1", "isDr": true}])",
+       "r1.json: has a row that is not as it should be: key 'mtu' not found"},
       {interface +
            R"([{"vrf": "default", "interface": "eth0", "address": "10.0.0", "addresses": [], "generationId": 1}])",
        "r1.json: "},
