@@ -1,3 +1,4 @@
+#include "plan/Naming.h"
 #include "plan/PlanFile.h"
 #include "plan/Program.h"
 
@@ -15,8 +16,9 @@ int checkPlan(const Arguments &arguments, std::ostream &out, std::ostream &err) 
   }
   if (given.count("file") == 0) throw UsageError("which plan?");
   const Plan plan = planOf(given["file"].as<std::string>(), err);
-  out << plan.routers.size() << " routers, " << plan.links.size() << " links, " << plan.story.size() << " events, "
-      << plan.expectations.size() << " expectations, " << plan.duration << " s\n";
+  out << counted(plan.routers.size(), "router") << ", " << counted(plan.links.size(), "link") << ", "
+      << counted(plan.story.size(), "event") << ", " << counted(plan.expectations.size(), "expectation") << ", "
+      << plan.duration << " s\n";
   return done;
 }
 

@@ -89,6 +89,10 @@ std::string withDecimals(double seconds, int decimals) {
 
 }  // namespace
 
+std::string counted(size_t number, const std::string &what) {
+  return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
+}
+
 std::string briefSeconds(double seconds) { return withDecimals(seconds, seconds < 1 ? 3 : 1); }
 std::string exactSeconds(double seconds) { return withDecimals(seconds, 3); }
 double roundedSeconds(double seconds) { return std::round(seconds * 1e6) / 1e6; }

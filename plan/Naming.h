@@ -31,6 +31,8 @@ class Naming {
   std::map<Pax::IpGenAddr, std::string> routers_;
 };
 
+/// "1 router", "2 routers".
+std::string counted(size_t number, const std::string &what);
 /// "12.3", "0.012", "0": as brief as a table wants them.
 std::string briefSeconds(double seconds);
 /// To the millisecond: "12.34".

@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "plan/Markup.h"
+#include "plan/Naming.h"
 #include "plan/NodeLook.h"
 #include "platform/sim/Intf.h"
 
@@ -21,10 +22,6 @@ uint32_t usualCostOf(const Plan &plan) {
   const auto most =
       std::max_element(links.begin(), links.end(), [](const auto &a, const auto &b) { return a.second < b.second; });
   return most == links.end() ? 1 : most->first;
-}
-
-std::string counted(size_t number, const char *what) {
-  return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
 }
 
 std::string row(const std::string &text, const char *color = nullptr, const char *format = "") {

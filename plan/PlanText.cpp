@@ -19,7 +19,7 @@ Form<std::string> textsLike(const char *pattern, const char *what) {
 
 }  // namespace
 
-Form<std::string> anyText() { return textsLike("[^\\x00-\\x1f]+", "a text (one line that is not empty)"); }
+Form<std::string> anyText() { return textsLike("[^\\x00-\\x1f\\x7f]+", "a text (one line that is not empty)"); }
 
 Form<std::string> names() {
   return textsLike("[A-Za-z0-9][A-Za-z0-9_.-]{0,63}",
@@ -27,14 +27,17 @@ Form<std::string> names() {
 }
 
 Form<std::string> interfaceTexts() {
-  return textsLike("[^/:\\s]{1,15}", "an interface name (1 to 15 bytes without blanks, '/' or ':')");
+  return textsLike("[^/:\\s\\x00-\\x1f\\x7f]{1,15}", "an interface name (1 to 15 bytes without blanks, '/' or ':')");
 }
 
-Form<std::string> vrfTexts() { return textsLike("[^/:\\s]{1,100}", "a VRF name (without blanks, '/' or ':')"); }
+Form<std::string> vrfTexts() {
+  return textsLike("[^/:\\s\\x00-\\x1f\\x7f]{1,100}", "a VRF name (without blanks, '/' or ':')");
+}
 
 Form<std::string> memberTexts() {
-  return textsLike("[A-Za-z0-9][A-Za-z0-9_.-]{0,63}(/[^/:\\s]{1,100})?(:[^/:\\s]{1,15})?",
-                   "ROUTER, ROUTER:INTERFACE, ROUTER/VRF or ROUTER/VRF:INTERFACE");
+  return textsLike(
+      "[A-Za-z0-9][A-Za-z0-9_.-]{0,63}(/[^/:\\s\\x00-\\x1f\\x7f]{1,100})?(:[^/:\\s\\x00-\\x1f\\x7f]{1,15})?",
+      "ROUTER, ROUTER:INTERFACE, ROUTER/VRF or ROUTER/VRF:INTERFACE");
 }
 
 Form<std::string> addressTexts() { return textsLike("[0-9a-fA-F:.]+(/[0-9]{1,3})?", "an address or a prefix"); }

@@ -4,6 +4,7 @@
 #include <array>
 #include <boost/program_options/parsers.hpp>
 
+#include "daemon/EventLines.h"
 #include "daemon/control/OptionError.h"
 #include "plan/PlanFile.h"
 
@@ -55,9 +56,12 @@ po::variables_map optionsFrom(const Arguments &arguments, const po::options_desc
 Plan planOf(const std::string &file, std::ostream &err) {
   const auto fromInput = [] { return planFromText(std::string(std::istreambuf_iterator<char>(std::cin), {}), ""); };
   LoadedPlan loaded = file == "-" ? fromInput() : planFromFile(file);
+  using Routing::Pim::Bsr::EventLines;
   for (const auto &[kind, findings] :
        {std::pair("error: ", &loaded.findings.errors), std::pair("warning: ", &loaded.findings.warnings)}) {
-    for (const std::string &line : Routing::Pim::Bsr::firstOf(*findings, file)) err << kind << line << '\n';
+    for (const std::string &line : Routing::Pim::Bsr::firstOf(*findings, file)) {
+      err << kind << EventLines::printable(line) << '\n';
+    }
   }
   if (!loaded.good()) throw PlanRefused();
   return std::move(loaded.plan);

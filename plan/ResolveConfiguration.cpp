@@ -88,6 +88,11 @@ json Resolver::filledTemplate(const ConfigurationText &text, size_t router, cons
   json values = {
       {"name", resolved.name}, {"number", router + 1}, {"interfaces", linkedInterfaces(resolved.vrfs.front())}};
   if (!loopback.empty()) values["address"] = Kiv::toText(loopback.front().address);
+  // What an event loads has its own values besides.
+  const auto written = text_.routers.find(resolved.name);
+  if (written != text_.routers.end() && written->second.configuration.values.is_object()) {
+    values.update(written->second.configuration.values);
+  }
   if (text.values.is_object()) values.update(text.values);
   try {
     return filled(pattern->second, values);

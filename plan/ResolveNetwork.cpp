@@ -2,6 +2,7 @@
 
 #include "daemon/file/JsonText.h"
 #include "plan/Resolver.h"
+#include "plan/Subnets.h"
 #include "platform/sim/Addresses.h"
 
 namespace Planning {
@@ -11,25 +12,6 @@ using Pax::IpGenAddr;
 using Pax::IpGenPrefix;
 using Routing::Pim::Bsr::joined;
 using Routing::Pim::Bsr::pathTo;
-
-namespace {
-
-// Of the subnet, the address of this number; unset if it has none.
-std::optional<IpGenAddr> hostOf(const IpGenPrefix &subnet, uint64_t number) {
-  const IpGenAddr &base = subnet.address();
-  const uint8_t bits = Pax::addressBits(subnet.af());
-  const uint8_t hostBits = bits - subnet.length();
-  if (hostBits > 1) ++number;  // the first is the subnet's own
-  if (hostBits < 63 && number >= (uint64_t{1} << hostBits)) return std::nullopt;
-  const IpGenAddr host = subnet.af() == Pax::AddressFamily::ipv4
-                             ? IpGenAddr::v4(base.v4() + static_cast<uint32_t>(number))
-                             : IpGenAddr::v6(base.high(), base.low() + number);
-  return host;
-}
-
-bool overlap(const IpGenPrefix &a, const IpGenPrefix &b) { return a.covers(b) || b.covers(a); }
-
-}  // namespace
 
 void Resolver::resolveNetwork() {
   routersFromNames();
@@ -47,7 +29,8 @@ void Resolver::resolveNetwork() {
   }
   for (size_t i = 0; i < text_.links.size(); ++i) resolveLink(i);
   giveAddresses();
-  findAddressFaults();
+  findSharedAddresses();
+  for (const Link &link : plan_.links) warnOfOtherSubnets(link);
   warnOfLoners();
 }
 
@@ -92,7 +75,9 @@ void Resolver::resolveInterfaces(Router &router, const std::string &vrf,
                                  const std::map<std::string, InterfaceText> &texts, const std::string &path) {
   Vrf &resolved = vrfOf(router, vrf);
   for (const auto &[name, interface] : texts) {
-    interfaceOf(resolved, name).addresses = addressesFrom(interface.addresses, pathTo(path, name) + "/addresses");
+    const std::string at = pathTo(path, name) + "/addresses";
+    auto &addresses = interfaceOf(resolved, name).addresses = addressesFrom(interface.addresses, at);
+    for (const Sim::IntfAddress &each : addresses) refuseFirstAndLast(each, at);
   }
 }
 
@@ -252,34 +237,6 @@ void Resolver::giveLoopback(size_t router, Vrf &vrf) {
     if (takenSubnets_.contains(host)) continue;
     loopback.addresses.push_back({address, host});
     return;
-  }
-}
-
-void Resolver::findAddressFaults() {
-  struct Owner {
-    std::string name;
-    bool isHost;
-    size_t router;
-  };
-  std::map<std::pair<std::string, IpGenAddr>, Owner> owners;
-  for (size_t router = 0; router < plan_.routers.size(); ++router) {
-    for (const Vrf &vrf : plan_.routers[router].vrfs) {
-      for (const Interface &interface : vrf.interfaces) {
-        const std::string &routerName = plan_.routers[router].name;
-        const std::string name = routerName + (vrf.name == "default" ? "" : "/" + vrf.name) + ":" + interface.name;
-        for (const Sim::IntfAddress &each : interface.addresses) {
-          if (each.address.isLinkLocal()) continue;
-          const bool isHost = each.subnet == IpGenPrefix::host(each.address);
-          const auto [owner, isNew] = owners.try_emplace({vrf.name, each.address}, Owner{name, isHost, router});
-          if (isNew) continue;
-          const std::string message =
-              toText(each.address) + " of " + name + " is an address of " + owner->second.name + ", too";
-          const std::string path = pathTo("/routers", routerName);
-          const bool isAnycast = isHost && owner->second.isHost && owner->second.router != router;
-          isAnycast ? findings_.warning(path, message + ": the nearest of them is reached") : error(path, message);
-        }
-      }
-    }
   }
 }
 

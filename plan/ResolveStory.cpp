@@ -8,17 +8,18 @@
 
 namespace Planning {
 
+using Pax::IpGenAddr;
 using Routing::Pim::Bsr::pathTo;
 
 // What the story has come to, at the time of an event.
 struct Resolver::StoryState {
-  std::vector<bool> cut;                                      // by link
-  std::vector<Sim::LinkParameters> parameters;                // by link
-  std::vector<std::optional<double>> runsFrom;                // by router: its agent, unset while it does not run
-  std::vector<bool> off;                                      // by router: without power
-  std::vector<bool> standby;                                  // by router
-  std::set<std::string> down;                                 // interfaces
-  std::map<std::string, std::set<Pax::IpGenAddr>> addresses;  // by interface, of those that events have changed
+  std::vector<bool> cut;                                 // by link
+  std::vector<Sim::LinkParameters> parameters;           // by link
+  std::vector<std::optional<double>> runsFrom;           // by router: its agent, unset while it does not run
+  std::vector<bool> off;                                 // by router: without power
+  std::vector<bool> standby;                             // by router
+  std::set<std::string> down;                            // interfaces
+  std::map<std::string, std::set<IpGenAddr>> addresses;  // by interface, of those that events have changed
 
   bool runs(size_t router, double at) const { return runsFrom[router] && *runsFrom[router] <= at; }
 };
@@ -166,17 +167,50 @@ void Resolver::resolveOfInterface(const EventText &text, const std::string &path
     action.text = text.what + (goes ? " goes down" : " comes up");
     return;
   }
+  resolveOfAddress(text, path, state, action);
+}
+
+// The interface is known.
+void Resolver::resolveOfAddress(const EventText &text, const std::string &path, StoryState &state, Action &action) {
   const auto addresses = addressesFrom({text.address}, path + "/address");
   if (addresses.empty()) return;
   action.address = addresses.front();
-  const auto [known, isNew] = state.addresses.try_emplace(text.what);
+  const bool goes = text.verb == Verb::removeAddress;
+  const Interface &interface = plan_.routers[action.router].vrfs[action.vrf].interfaces[action.interface];
+  const auto [known, isNew] = state.addresses.try_emplace(nameOf({action.router, action.vrf}, interface));
   if (isNew) {
-    for (const Sim::IntfAddress &each : interface->addresses) known->second.insert(each.address);
+    for (const Sim::IntfAddress &each : interface.addresses) known->second.insert(each.address);
   }
   const bool isThere = known->second.contains(action.address.address);
   if (isThere != goes) error(path, text.what + (goes ? " does not have " : " has ") + text.address + " at that time");
+  if (!goes) {
+    refuseFirstAndLast(action.address, path + "/address");
+    warnOfOtherOwners(path + "/address", state, action);
+  }
   goes ? void(known->second.erase(action.address.address)) : void(known->second.insert(action.address.address));
   action.text = text.what + (goes ? " loses " : " gets ") + text.address;
+}
+
+void Resolver::warnOfOtherOwners(const std::string &path, const StoryState &state, const Action &action) {
+  const IpGenAddr &address = action.address.address;
+  if (address.isLinkLocal()) return;
+  for (const Node &node : plan_.nodes()) {
+    const Vrf &vrf = plan_.routers[node.router].vrfs[node.vrf];
+    if (node.router == action.router || vrf.name != plan_.routers[action.router].vrfs[action.vrf].name) continue;
+    for (const Interface &interface : vrf.interfaces) {
+      const std::string name = nameOf(node, interface);
+      const auto changed = state.addresses.find(name);
+      const bool hasIt = changed != state.addresses.end()
+                             ? changed->second.contains(address)
+                             : std::any_of(interface.addresses.begin(), interface.addresses.end(),
+                                           [&](const Sim::IntfAddress &each) { return each.address == address; });
+      if (hasIt) findings_.warning(path, Kiv::toText(address) + " is an address of " + name + " at that time, too");
+    }
+  }
+}
+
+std::string Resolver::nameOf(const Node &node, const Interface &interface) const {
+  return plan_.nameOf(node).append(":").append(interface.name);
 }
 
 // When it is not given there is time for what the last event leads to.

@@ -48,8 +48,12 @@ class Resolver {
   void giveAddresses(size_t link);
   Pax::IpGenPrefix freeSubnet();
   void giveLoopback(size_t router, Vrf &vrf);
-  void findAddressFaults();
   void warnOfLoners();
+
+  // plan/ResolveAddresses.cpp: what is wrong with those that are given.
+  void refuseFirstAndLast(const Sim::IntfAddress &address, const std::string &path);
+  void findSharedAddresses();
+  void warnOfOtherSubnets(const Link &link);
 
   // plan/ResolveConfiguration.cpp
   void resolveConfigurations();
@@ -67,6 +71,9 @@ class Resolver {
   void resolveOfLink(const EventText &text, const std::string &path, StoryState &state, Action &action);
   void resolveOfRouter(const EventText &text, const std::string &path, StoryState &state, Action &action);
   void resolveOfInterface(const EventText &text, const std::string &path, StoryState &state, Action &action);
+  void resolveOfAddress(const EventText &text, const std::string &path, StoryState &state, Action &action);
+  void warnOfOtherOwners(const std::string &path, const StoryState &state, const Action &action);
+  std::string nameOf(const Node &node, const Interface &interface) const;
   void refuseOthers(const EventText &text, const std::string &path);
   void resolveDuration();
 

@@ -6,16 +6,13 @@
 #include <utility>
 
 #include "daemon/control/Table.h"
+#include "plan/Naming.h"
 
 namespace Planning {
 
 using Control::Rows;
 
 namespace {
-
-std::string counted(size_t count, const std::string &what) {
-  return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
-}
 
 std::string rpsText(size_t rps) { return rps == 0 ? "without RPs" : "with " + counted(rps, "RP"); }
 

@@ -30,10 +30,6 @@ std::string table(const std::vector<Cells> &rows) {
   return text;
 }
 
-std::string counted(size_t number, const std::string &what) {
-  return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
-}
-
 // "link r1-r2 and link r1-r3"
 std::string whatFails(const std::vector<std::string> &what) { return what.empty() ? "nothing" : joined(what, " and "); }
 

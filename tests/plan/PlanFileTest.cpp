@@ -39,6 +39,9 @@ TEST(PlanFile, EveryFaultOfTheNetworkIsToldWithItsPath) {
        "/routers/r 1: \"r 1\" is not a name (up to 64 letters, digits, '.', '_' and '-', of which the first is a "
        "letter "
        "or digit)"},
+      {"{\"links\": [{\"between\": [\"r1:e\\u001b0\", \"r2\", \"r3\"]}]}",
+       "/links/0/between/0: \"r1:e\x1b"
+       "0\" is not ROUTER, ROUTER:INTERFACE, ROUTER/VRF or ROUTER/VRF:INTERFACE"},
       {R"({"links": [{"between": ["r1"]}]})", "/links/0/between: a link has two ends or more"},
       {R"({"routers": {"r1": {}}, "links": [{"between": ["r1", "r2"]}]})", "/links/0/between/1: there is no router r2"},
       {R"({"links": [{"between": ["r1", "r2"]}, {"between": ["r1", "r2"]}]})",
@@ -61,6 +64,12 @@ TEST(PlanFile, EveryFaultOfTheNetworkIsToldWithItsPath) {
                        "r2": {"interfaces": {"eth0": {"addresses": ["10.1.0.1/24"]}}}},
            "links": [{"between": ["r1", "r2"]}]})",
        "/routers/r2: 10.1.0.1 of r2:eth0 is an address of r1:eth0, too"},
+      {R"({"routers": {"r1": {"interfaces": {"eth0": {"addresses": ["10.1.0.255/24"]}}}}})",
+       "/routers/r1/interfaces/eth0/addresses: 10.1.0.255 is the last address of 10.1.0.0/24, which no interface can "
+       "have"},
+      {R"({"routers": {"r1": {"interfaces": {"eth0": {"addresses": ["10.1.0.2/31", "10.1.0.4/30"]}}}}})",
+       "/routers/r1/interfaces/eth0/addresses: 10.1.0.4 is the first address of 10.1.0.4/30, which no interface can "
+       "have"},
       {R"({"routers": {"r1": {"file": "a.json", "template": "t"}}})",
        "/routers/r1: has more than one of file, configuration and template"},
       {R"({"routers": {"r1": {"file": "a.json"}}})",
@@ -129,14 +138,20 @@ TEST(PlanFile, EveryFaultOfTheStoryAndOfWhatIsExpectedIsToldWithItsPath) {
 
 TEST(PlanFile, WhatIsOddIsToldAndTaken) {
   const LoadedPlan plan = planFromText(R"({
-    "routers": {"r1": {"interfaces": {"lo": {"addresses": ["10.0.0.1"]}}},
-                "r2": {"interfaces": {"lo": {"addresses": ["10.0.0.1"]}}}, "r3": {}},
-    "links": [{"between": ["r1", "r2"]}, {"between": ["r1", "r2"], "name": "second"}]})",
+    "routers": {"r1": {"interfaces": {"lo": {"addresses": ["10.0.0.1"]}, "eth1": {"addresses": ["10.1.1.1/24"]}}},
+                "r2": {"interfaces": {"lo": {"addresses": ["10.0.0.1"]}, "eth1": {"addresses": ["10.2.2.2/24"]}}},
+                "r3": {}},
+    "links": [{"between": ["r1", "r2"]}, {"between": ["r1", "r2"], "name": "second"}],
+    "events": [{"at": 1, "removeAddress": "r1:eth1", "address": "10.1.1.1"},
+               {"at": 2, "addAddress": "r2/default:lo", "address": "10.1.1.1"},
+               {"at": 3, "addAddress": "r1:eth1", "address": "10.1.1.1/24"}]})",
                                        "");
   EXPECT_EQ(textsOf(plan.findings.errors), Texts{});
-  EXPECT_EQ(textsOf(plan.findings.warnings),
-            (Texts{"/routers/r2: 10.0.0.1 of r2:lo is an address of r1:lo, too: the nearest of them is reached",
-                   "/routers/r3: has no link"}));
+  EXPECT_EQ(
+      textsOf(plan.findings.warnings),
+      (Texts{"/routers/r2: 10.0.0.1 of r2:lo is an address of r1:lo, too: the nearest of them is reached",
+             "/links/1: r2 is in 10.2.2.0/24 there, and r1 in 10.1.1.0/24: they have no subnet in common",
+             "/routers/r3: has no link", "/events/2/address: 10.1.1.1 is an address of r2:lo at that time, too"}));
 }
 
 TEST(PlanFile, NamesAddressesAndConfigurationsAreFilledIn) {
@@ -147,7 +162,9 @@ TEST(PlanFile, NamesAddressesAndConfigurationsAreFilledIn) {
                         "bsrCandidateConfig": {"lo": {"group": {"224.0.0.0/4": {"priority": "${number}"}}}}}}}},
     "routers": {"r2": {"template": "t", "values": {"hold": 77}}, "r10": {"file": "own.json"},
                 "r1": {"interfaces": {"eth0": {"addresses": ["10.0.0.9/24"]}}, "start": 5}},
-    "links": [{"between": ["r1", "r2"]}, {"between": ["r1/blue", "r10/blue"]}, {"between": ["r10:ge0", "r2"], "cost": 7}]
+    "links": [{"between": ["r1", "r2"]}, {"between": ["r1/blue", "r10/blue"]}, {"between": ["r10:ge0", "r2"], "cost": 7}],
+    "events": [{"at": 9, "reload": "r2", "template": "t"},
+               {"at": 10, "reload": "r2", "template": "t", "values": {"hold": 88}}]
   })",
                                          directory.path());
   ASSERT_EQ(textsOf(loaded.findings.errors), Texts{});
@@ -170,6 +187,11 @@ TEST(PlanFile, NamesAddressesAndConfigurationsAreFilledIn) {
   const auto &settings = plan.routers[1].configuration->vrfConfig.at(L3::VrfName("default"));
   EXPECT_EQ(settings.holdTime, 77u);
   EXPECT_EQ(settings.bsrCandidateConfig.begin()->second.group.begin()->second.priority, 2);
+  const auto holdTime = [](const Action &action) {
+    return action.configuration->vrfConfig.at(L3::VrfName("default")).holdTime;
+  };
+  EXPECT_EQ(holdTime(plan.story.at(0)), 77u) << "the router's own values";
+  EXPECT_EQ(holdTime(plan.story.at(1)), 88u);
   EXPECT_EQ(plan.routers[0].configuration->pim.size(), 2u) << "PIM is on in each VRF that has links";
 }
 
