@@ -7,14 +7,14 @@
 
 namespace Pax {
 
-IntfId::Record::Record(std::string_view vrf, std::string_view name)
-    : vrf(vrf), name(name), hash(std::hash<std::string_view>()(name) * 31 + std::hash<std::string_view>()(vrf)) {}
+IntfId::Record::Record(std::string_view vrf, std::string_view name) : vrf(vrf), name(name) {}
 
 IntfId::IntfId(std::string_view vrf, std::string_view name)
-    : record_(Kiv::make<const Record>(vrf.empty() ? L3::defaultVrf : vrf, name)) {}
+    : record_(Kiv::make<const Record>(vrf.empty() ? L3::defaultVrf : vrf, name)),
+      hash_(std::hash<std::string_view>()(name) * 31 + std::hash<std::string_view>()(record_->vrf)) {}
 
-bool IntfId::isSameRecord(const Record &other) const {
-  return record_->hash == other.hash && record_->name == other.name && record_->vrf == other.vrf;
+bool IntfId::isSameName(const IntfId &other) const {
+  return record_->name == other.record_->name && record_->vrf == other.record_->vrf;
 }
 
 IntfId IntfId::fromText(std::string_view text) {

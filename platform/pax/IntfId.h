@@ -13,7 +13,7 @@ namespace Pax {
 /// Both names are needed, since "lo" and "eth0" exist in every network namespace. The kernel's interface index is
 /// never the identity: an interface that is deleted and made anew under its name is the same one here. The
 /// default is the empty id, which means no interface. Two ids are equal when their names are. Copies share one record,
-/// so copying allocates nothing, and comparing copies looks at no name.
+/// so copying allocates nothing, and comparing looks at no name unless two records are most likely equal.
 class IntfId {
  public:
   IntfId() = default;
@@ -28,7 +28,7 @@ class IntfId {
   std::string_view name() const;
 
   bool operator==(const IntfId &other) const {
-    return record_ == other.record_ || (record_ && other.record_ && isSameRecord(*other.record_));
+    return record_ == other.record_ || (hash_ == other.hash_ && record_ && other.record_ && isSameName(other));
   }
   std::strong_ordering operator<=>(const IntfId &other) const;
 
@@ -38,10 +38,10 @@ class IntfId {
     Record(std::string_view vrf, std::string_view name);
     const std::string vrf;
     const std::string name;
-    const size_t hash;
   };
-  bool isSameRecord(const Record &other) const;
+  bool isSameName(const IntfId &other) const;
   Kiv::Ptr<const Record> record_;
+  size_t hash_ = 0;  // of the names, which are elsewhere in memory
 };
 
 inline std::string_view IntfId::vrf() const { return record_ ? std::string_view(record_->vrf) : std::string_view(); }
@@ -54,5 +54,5 @@ std::ostream &operator<<(std::ostream &out, const IntfId &intfId);
 
 template <>
 struct std::hash<Pax::IntfId> {
-  size_t operator()(const Pax::IntfId &intfId) const { return intfId.record_ ? intfId.record_->hash : 0; }
+  size_t operator()(const Pax::IntfId &intfId) const { return intfId.hash_; }
 };
