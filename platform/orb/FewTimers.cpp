@@ -14,6 +14,7 @@ bool FewTimers::add(Timer &timer) {
 }
 
 void FewTimers::remove(Timer &timer) {
+  if (next_ == &timer) next_ = nullptr;
   const uint32_t place = std::exchange(timer.few_, Timer::nowhere);
   if (place + 1 != entry_.size()) {
     entry_[place] = entry_.back();
@@ -59,6 +60,7 @@ std::vector<Timer *> FewTimers::takeAll() {
     all.push_back(entry.timer);
   }
   entry_ = {};
+  next_ = nullptr;
   return all;
 }
 

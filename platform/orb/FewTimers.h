@@ -23,8 +23,9 @@ class FewTimers {
   void takeDue(double now, std::vector<Timer *> &due);
   /// The time of the next timer; `never` if there is none.
   double nextTime();
-  /// What the next run will look at: the list, and the timer that nextTime() found.
-  std::array<const void *, 2> ahead() const { return {entry_.data(), next_}; }
+  /// What the next run will look at: the list, and the timer that nextTime() found if it still stands there, or null.
+  const void *list() const { return entry_.data(); }
+  const Timer *next() const { return next_; }
   /// Takes all of them out, and the memory with them.
   std::vector<Timer *> takeAll();
 

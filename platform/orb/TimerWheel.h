@@ -24,6 +24,7 @@
 #include "platform/kiv/Ptr.h"
 #include "platform/orb/Clock.h"
 #include "platform/orb/FewTimers.h"
+#include "platform/orb/Footprint.h"
 
 namespace Orb {
 
@@ -45,6 +46,10 @@ class Timer {
   /// The time it was last set to; `never` after it has fired.
   double timeMin() const { return time_; }
   bool armed() const { return waits() || due_ != nowhere; }
+  /// What onTime() will look at, for a Waker of many wheels; must last as long as the Waker. Null, as at first, if
+  /// nobody knows.
+  void footprintIs(const Footprint *footprint) { footprint_ = footprint; }
+  const Footprint *footprint() const { return footprint_; }
 
  protected:
   virtual void onTime() = 0;
@@ -63,6 +68,7 @@ class Timer {
   Timer *next_ = nullptr;
   uint32_t due_ = nowhere;  // place among the timers being fired
   uint32_t few_ = nowhere;  // place among the few; then it has no slot
+  const Footprint *footprint_ = nullptr;
 };
 
 /// Whoever owns the loop and runs the wheels: the event loop on Linux, virtual time in a simulation.
@@ -101,8 +107,10 @@ class TimerWheel : public Kiv::Counted {
   const Parameters &parameters() const { return parameters_; }
   /// For the Waker: null until it puts something there, which then lasts as long as the wheel.
   std::unique_ptr<Waker::State> &wakerState() { return wakerState_; }
-  /// For a Waker of many wheels: addresses that the next run looks at. Nothing need be there any longer.
-  std::array<const void *, 2> ahead() const { return few_.ahead(); }
+  /// For a Waker of many wheels: what the next run looks at first, as far as it is known.
+  const FewTimers &fewTimers() const { return few_; }
+  /// What arming, moving and firing a timer look at, but for the timer.
+  void noteFootprint(Footprint &footprint) const { footprint.add(this, &levels_); }
   /// Fires every timer that is due, unless the Waker finds that it takes too long: then the rest fires in the next
   /// runs, in the same order, and what becomes due meanwhile after it. Asks the Waker for the next run. A timer that is
   /// armed by a callback waits for that run, even if it is due already. Does nothing inside a callback.

@@ -54,6 +54,20 @@ void HelloSpeaker::Interface::start() {
   if (speaker_.parameters_.speak) speakFromNowOn();
 }
 
+void HelloSpeaker::Interface::noteFootprint() {
+  Orb::Footprint *const footprint = speaker_.port_->footprint(intfId_);
+  periodic_.footprintIs(footprint);
+  if (!footprint) return;
+  speaker_.noteFootprint(*footprint);
+  footprint->add(this, &intfStatus_);
+  if (neighbor_.size() != 1) return;
+  for (const auto &[address, neighbor] : neighbor_) {
+    footprint->add(neighbor);
+    footprint->add(*neighbor);
+    footprint->add(*neighbor->status);
+  }
+}
+
 void HelloSpeaker::Interface::stop() {
   TRACELET(trace, 4, "PIM is off at " << intfId_);
   periodic_.timeMinIs(Orb::never);

@@ -68,11 +68,13 @@ class HelloSpeaker::Interface {
   /// A neighbor is new or has restarted: it gets a triggered Hello, one for all who come within its delay.
   void greet();
   void neighborDel(Pax::IpGenAddr address);
+  /// To be called when a Hello begins to look at other objects here: the port may fetch them ahead.
+  void noteFootprint();
   void electDr();
 
+  // What each Hello needs comes first.
   HelloSpeaker &speaker_;
   const Pax::IntfId intfId_;
-  Kiv::Ptr<const Ip::IntfStatus> intfStatus_;
   Kiv::Ptr<PimIntf> pimIntf_;  // null while the interface is not usable
   uint32_t generationId_ = 0;
   bool spoke_ = false;                // we have said Hello here and not goodbye since
@@ -80,8 +82,9 @@ class HelloSpeaker::Interface {
   bool toldAll_ = false;              // our Address List is still the one in that Hello
   std::vector<Pax::IpGenAddr> told_;  // our Address List in that Hello
   Kiv::Table<Pax::IpGenAddr, std::unique_ptr<Neighbor>> neighbor_;
-  std::unordered_map<Pax::IpGenAddr, Pax::IpGenAddr> owner_;  // secondary address to its neighbor
   Orb::TimerFor<&Interface::periodicHello> periodic_{speaker_.wheel_, *this};
+  Kiv::Ptr<const Ip::IntfStatus> intfStatus_;
+  std::unordered_map<Pax::IpGenAddr, Pax::IpGenAddr> owner_;  // secondary address to its neighbor
   Orb::TimerFor<&Interface::triggeredHello> triggered_{speaker_.wheel_, *this};
   Orb::TokenBucket complaint_{1, complaintInterval};
   std::unique_ptr<StatusReactor> reactor_;

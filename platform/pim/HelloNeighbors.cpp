@@ -28,6 +28,7 @@ HelloSpeaker::Interface::Neighbor *HelloSpeaker::Interface::neighborIs(const Pac
   const auto &neighbor = neighbor_.insert(hello.source(), std::make_unique<Neighbor>(*this, hello.source(), status));
   status->hasGenerationIdIs(hello.generationId().has_value());
   status->generationIdIs(hello.generationId().value_or(0));
+  noteFootprint();
   greet();
   return neighbor.get();
 }
@@ -126,6 +127,7 @@ void HelloSpeaker::Interface::neighborDel(Pax::IpGenAddr address) {
   for (const Pax::IpGenAddr &secondary : gone->status->secondary().keys()) owner_.erase(secondary);
   neighbor_.erase(address);
   pimIntf_->neighborDel(address);
+  noteFootprint();
   electDr();
 }
 

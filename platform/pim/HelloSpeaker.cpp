@@ -21,13 +21,13 @@ class HelloSpeaker::RedundancyReactor : public Kiv::ReactorOf<Redundancy::Redund
 HelloSpeaker::HelloSpeaker(const Kiv::Ptr<Status> &status, const Kiv::Ptr<const Ip::AllIntfStatusDir> &interfaces,
                            const Kiv::Ptr<PacketPort> &port, const Kiv::Ptr<Orb::TimerWheel> &wheel,
                            Orb::Random &random, const Parameters &parameters)
-    : status_(status),
-      interfaces_(interfaces),
-      port_(port),
+    : port_(port),
       wheel_(wheel),
-      random_(random),
       parameters_(parameters),
       ownAddresses_(interfaces),
+      status_(status),
+      interfaces_(interfaces),
+      random_(random),
       reactor_(std::make_unique<DirReactor>(*this, interfaces)),
       redundancyReactor_(std::make_unique<RedundancyReactor>(*this, parameters.redundancyStatus)) {
   port_->consumerIs(Packet::MessageType::hello, this);
@@ -51,6 +51,12 @@ HelloSpeaker::Interface *HelloSpeaker::interface(const Pax::IntfId &intfId) cons
   const auto found = interface_.size() <= few ? std::ranges::find(interface_, intfId, &Named::first)
                                               : std::ranges::lower_bound(interface_, intfId, {}, &Named::first);
   return found != interface_.end() && found->first == intfId ? found->second.get() : nullptr;
+}
+
+void HelloSpeaker::noteFootprint(Orb::Footprint &footprint) const {
+  footprint.add(this, &status_);
+  wheel_->noteFootprint(footprint);
+  footprint.add(interface_.data(), interface_.data() + interface_.size());
 }
 
 void HelloSpeaker::intfDel(const Pax::IntfId &intfId) {

@@ -71,20 +71,23 @@ class HelloSpeaker : public Kiv::Counted, public MessageConsumer, public HelloSi
   using Named = std::pair<Pax::IntfId, std::unique_ptr<Interface>>;
   class DirReactor;
   class RedundancyReactor;
+  /// What each Hello looks at, besides its Interface.
+  void noteFootprint(Orb::Footprint &footprint) const;
   /// Null if PIM is not configured there.
   Interface *interface(const Pax::IntfId &intfId) const;
   void intfStatusChanged(const Pax::IntfId &intfId);
   void redundancyChanged();
   bool standby() const { return parameters_.redundancyStatus && parameters_.redundancyStatus->standby(); }
 
-  const Kiv::Ptr<Status> status_;
-  const Kiv::Ptr<const Ip::AllIntfStatusDir> interfaces_;
+  // What each Hello needs comes first.
   const Kiv::Ptr<PacketPort> port_;
   const Kiv::Ptr<Orb::TimerWheel> wheel_;
-  Orb::Random &random_;
   Parameters parameters_;
   OwnAddresses ownAddresses_;
   std::vector<Named> interface_;  // in the order of their names
+  const Kiv::Ptr<Status> status_;
+  const Kiv::Ptr<const Ip::AllIntfStatusDir> interfaces_;
+  Orb::Random &random_;
   std::unique_ptr<DirReactor> reactor_;
   std::unique_ptr<RedundancyReactor> redundancyReactor_;
 };

@@ -40,19 +40,31 @@ class PacketPort::StatusReactor : public Kiv::ReactorOf<Status, PacketPort> {
 PacketPort::PacketPort(Pax::AddressFamily family, const Kiv::Ptr<const Status> &status,
                        const Kiv::Ptr<RouteLookup> &routes)
     : family_(family),
-      status_(status),
-      routes_(routes),
       codec_(family),
       messageCounters_(Kiv::make<Flume::MessageCounters>()),
       counters_(messageCounters_->packets),
+      status_(status),
+      routes_(routes),
       reactor_(std::make_unique<StatusReactor>(*this, status)) {}
 
 PacketPort::~PacketPort() = default;
 
 const PimIntf *PacketPort::pimIntf(const Pax::IntfId &intfId) {
-  Found &found = found_[std::hash<Pax::IntfId>()(intfId) % found_.size()];
+  Found &found = foundFor(intfId);
   if (found.intfId != intfId) found = {intfId, status_->pimIntf(intfId)};
   return found.pimIntf.get();
+}
+
+Orb::Footprint *PacketPort::footprint(const Pax::IntfId &intfId) {
+  Orb::Footprint *const footprint = emptyFootprint(intfId);
+  const PimIntf *const pimIntf = footprint ? this->pimIntf(intfId) : nullptr;
+  if (!pimIntf) return nullptr;
+  footprint->add(this, &consumer_[static_cast<size_t>(Packet::MessageType::bootstrap) + 1]);
+  footprint->add(foundFor(intfId));
+  footprint->add(*pimIntf);
+  footprint->add(counters_.received);
+  footprint->add(messageCounters_->ofType(Packet::MessageType::hello));
+  return footprint;
 }
 
 void PacketPort::consumerIs(Packet::MessageType type, MessageConsumer *consumer) {

@@ -7,6 +7,7 @@
 #include <span>
 
 #include "platform/flume/MessageCounters.h"
+#include "platform/orb/Footprint.h"
 #include "platform/pax/IntfId.h"
 #include "platform/pim/BootstrapAdmission.h"
 #include "platform/pim/Codec.h"
@@ -17,9 +18,9 @@
 
 namespace Routing::Pim::IO {
 
-/// A packet that arrived; the payload begins with the PIM header.
+/// A packet that arrived; the payload begins with the PIM header. It owns neither that nor the id.
 struct Incoming {
-  Pax::IntfId intfId;
+  const Pax::IntfId &intfId;
   Pax::IpGenAddr source;
   Pax::IpGenAddr destination;
   std::span<const uint8_t> payload;
@@ -86,6 +87,10 @@ class PacketPort : public Kiv::Counted {
   /// handed to the network. Never throws.
   bool send(const Pax::IntfId &intfId, const Packet::Message &message);
 
+  /// The note of what packets that come and go on the interface look at, begun anew with what the port knows: whoever
+  /// speaks Hello adds its own objects, and does it again when they are others. Null unless the backend fetches ahead.
+  Orb::Footprint *footprint(const Pax::IntfId &intfId);
+
   /// What the agent wants of the socket (bytes, bytes, whether to send from addresses that are not the
   /// interface's). A backend without sockets ignores them.
   virtual void receiveBufferIs(uint32_t) {}
@@ -93,6 +98,8 @@ class PacketPort : public Kiv::Counted {
   virtual void transparentIs(bool) {}
 
  protected:
+  /// For a backend of many routers: the note that it keeps for the interface, begun anew with what it looks at itself.
+  virtual Orb::Footprint *emptyFootprint(const Pax::IntfId &) { return nullptr; }
   /// Hands the packet to the network. False if that failed.
   virtual bool transmit(const Outgoing &packet) = 0;
   /// For the backend: a packet has arrived. Whatever its bytes are, nothing throws.
@@ -106,8 +113,13 @@ class PacketPort : public Kiv::Counted {
 
  private:
   class StatusReactor;
+  struct Found {
+    Pax::IntfId intfId;
+    Kiv::Ptr<const PimIntf> pimIntf;
+  };
   /// Where PIM is on: null where it is not.
   const PimIntf *pimIntf(const Pax::IntfId &intfId);
+  Found &foundFor(const Pax::IntfId &intfId) { return found_[std::hash<Pax::IntfId>()(intfId) % found_.size()]; }
   /// What is dropped is counted and traced here; these say whether the message goes on to its consumer.
   bool accept(const Incoming &packet, const Packet::Message &message);
   bool acceptHello(const Incoming &packet);
@@ -121,22 +133,18 @@ class PacketPort : public Kiv::Counted {
   bool encodeAndTransmit(const Pax::IntfId &intfId, const Packet::Message &message, const Pax::IpGenAddr &source,
                          const Pax::IpGenAddr &destination);
 
-  struct Found {
-    Pax::IntfId intfId;
-    Kiv::Ptr<const PimIntf> pimIntf;
-  };
-
+  // What each packet needs comes first.
   const Pax::AddressFamily family_;
-  std::array<Found, 8> found_;  // by the hash of the id; what every packet looks for
-  const Kiv::Ptr<const Status> status_;
-  const Kiv::Ptr<RouteLookup> routes_;
   Packet::Codec codec_;
-  std::array<MessageConsumer *, 16> consumer_{};
   HelloSide *helloSide_ = nullptr;
   const BootstrapAdmission *bootstrapAdmission_ = nullptr;
   RefusalWatcher *refusalWatcher_ = nullptr;
   const Kiv::Ptr<Flume::MessageCounters> messageCounters_;
   Flume::PacketCounters &counters_;
+  std::array<MessageConsumer *, 16> consumer_{};
+  std::array<Found, 8> found_;  // by the hash of the id
+  const Kiv::Ptr<const Status> status_;
+  const Kiv::Ptr<RouteLookup> routes_;
   std::unique_ptr<StatusReactor> reactor_;
 };
 

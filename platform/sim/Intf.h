@@ -46,6 +46,10 @@ class Intf {
   void addressIs(const IntfAddress &address);
   void addressDel(const Pax::IpGenAddr &address);
 
+  /// What packets that come and go here look at, as whoever handles them notes it.
+  Orb::Footprint &footprint() { return footprint_; }
+  const Orb::Footprint &footprint() const { return footprint_; }
+
   /// Sets it up or down administratively. While it is down it neither sends nor receives, and nothing routes to it.
   void upIs(bool up);
   /// Whether it is up at a router that has power.
@@ -59,6 +63,7 @@ class Intf {
   Link &link_;
   const Pax::IntfId intfId_;
   bool up_ = true;  // as the status says, which each packet would have to fetch
+  Orb::Footprint footprint_;
   const Kiv::Ptr<Ip::IntfStatus> status_;
   Pax::IpGenAddr address_;
   Pax::IpGenAddr nextHop_;

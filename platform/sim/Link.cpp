@@ -30,8 +30,8 @@ void Link::cutIs(bool cut) {
 }
 
 void Link::memberIs(Intf &intf) {
+  if (members_.size() < ends_.size()) ends_[members_.size()] = &intf;
   members_.push_back(&intf);
-  routers_.push_back(&intf.router());
   topologyChanged_();
 }
 
@@ -42,8 +42,8 @@ Intf *Link::memberWith(const Pax::IpGenAddr &address) const {
 }
 
 Intf *Link::peerOf(const Intf &intf) const {
-  if (members_.size() != 2) return nullptr;
-  return members_[0] == &intf ? members_[1] : members_[0];
+  if (members_.size() != ends_.size()) return nullptr;
+  return ends_[0] == &intf ? ends_[1] : ends_[0];
 }
 
 bool Link::send(Intf &sender, const Packet &packet, Intf *receiver, uint32_t hops) {
@@ -67,19 +67,13 @@ bool Link::send(Intf &sender, const Packet &packet, Intf *receiver, uint32_t hop
   return true;
 }
 
-// What the packet will touch first at the other end of a wire. Most have a few more events before that.
-void Link::fetch(const Intf &sender) const {
-  if (members_.size() != 2) return;
-  const size_t other = members_[0] == &sender ? 1 : 0;
-  __builtin_prefetch(members_[other]);
-  __builtin_prefetch(routers_[other]);
-}
-
 void Link::dispatch(Intf &sender, const Packet &packet, Intf *receiver, uint32_t hops, double delay) {
   Frame &frame = frames_.idle();
-  fetch(sender);
+  if (!receiver) receiver = peerOf(sender);
+  const Orb::Footprint *const footprint = receiver ? &receiver->footprint() : nullptr;
+  if (footprint) footprint->fetch();
   frame.fill(*this, sender, packet, receiver, hops);
-  time_.schedule(frame, time_.now() + delay);
+  time_.schedule(frame, time_.now() + delay, footprint);
 }
 
 void Link::arrive(const Frame &frame) {

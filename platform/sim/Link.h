@@ -1,6 +1,7 @@
 /// A link of the simulated network: a wire with two ends or a LAN with many.
 #pragma once
 
+#include <array>
 #include <functional>
 #include <memory>
 #include <string>
@@ -62,6 +63,8 @@ class Link {
   /// The only other member, or null if there are several.
   Intf *peerOf(const Intf &intf) const;
 
+  /// What each packet looks at.
+  void noteFootprint(Orb::Footprint &footprint) const { footprint.add(this, &name_); }
   /// Copies the packet and lets it arrive at `receiver`, or at every other member if that is null. False if it
   /// exceeds the MTU, which only a packet to one receiver may: IP would fragment that. `hops` is how many more
   /// routers a routed packet may cross.
@@ -70,8 +73,6 @@ class Link {
  private:
   friend class Frame;
   void cutIs(bool cut);
-  /// Fetches the other end of a wire into the cache.
-  void fetch(const Intf &sender) const;
   void dispatch(Intf &sender, const Packet &packet, Intf *receiver, uint32_t hops, double delay);
   void arrive(const Frame &frame);
   void deliver(Intf &receiver, const Frame &frame);
@@ -80,7 +81,7 @@ class Link {
   VirtualTime &time_;
   Frames &frames_;
   std::vector<Intf *> members_;
-  std::vector<const Router *> routers_;  // of the members
+  std::array<Intf *, 2> ends_{};  // the first two members, which on a wire are all
   bool isCut_ = false;
   LinkParameters parameters_;
   Counters counters_;

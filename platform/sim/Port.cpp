@@ -9,6 +9,8 @@ Port::Port(Router &router) : PacketPort(router.network().af(), router.pimStatus(
   decodedBlocksAre(router.network().decodedBlocks());
 }
 
+Orb::Footprint *Port::emptyFootprint(const Pax::IntfId &intfId) { return router_.emptyFootprint(intfId); }
+
 bool Port::transmit(const Routing::Pim::IO::Outgoing &packet) { return router_.transmit(packet); }
 
 }  // namespace Sim

@@ -16,6 +16,7 @@ class Port : public Routing::Pim::IO::PacketPort {
   void arrive(const Routing::Pim::IO::Incoming &packet) { receive(packet); }
 
  private:
+  Orb::Footprint *emptyFootprint(const Pax::IntfId &intfId) override;
   bool transmit(const Routing::Pim::IO::Outgoing &packet) override;
   Router &router_;
 };

@@ -66,6 +66,7 @@ Intf &Router::join(Link &link, const IntfParameters &parameters) {
   const Pax::IntfId intfId(vrf_, name);
   Intf &intf = intfs_.emplace_back(*this, link, intfId, interfaces_->intfStatusIs(intfId), parameters.addresses);
   intfById_.emplace(intfId, &intf);
+  intfList_.emplace_back(intfId, &intf);
   link.memberIs(intf);
   if (speaker_ && !pimInterfaces_) speaker_->intfIs(intfId);
   return intf;
@@ -73,12 +74,24 @@ Intf &Router::join(Link &link, const IntfParameters &parameters) {
 
 Intf *Router::intf(const Pax::IntfId &intfId) const {
   constexpr size_t few = 8;  // which stand together, where a table would be one more thing to fetch
-  if (intfs_.size() <= few) {
-    const auto found = std::ranges::find(intfs_, intfId, &Intf::intfId);
-    return found == intfs_.end() ? nullptr : const_cast<Intf *>(&*found);
+  if (intfList_.size() <= few) {
+    const auto found = std::ranges::find(intfList_, intfId, &std::pair<Pax::IntfId, Intf *>::first);
+    return found == intfList_.end() ? nullptr : found->second;
   }
   const auto found = intfById_.find(intfId);
   return found == intfById_.end() ? nullptr : found->second;
+}
+
+Orb::Footprint *Router::emptyFootprint(const Pax::IntfId &intfId) const {
+  Intf *const intf = this->intf(intfId);
+  if (!intf) return nullptr;
+  Orb::Footprint &footprint = intf->footprint();
+  footprint.clear();
+  footprint.add(this, &intfs_);
+  footprint.add(intfList_.data(), intfList_.data() + intfList_.size());
+  footprint.add(intf, &footprint);
+  intf->link().noteFootprint(footprint);
+  return &footprint;
 }
 
 Intf &Router::intfAt(const Link &link) {

@@ -75,6 +75,9 @@ class Router {
   const Kiv::Ptr<Routing::Pim::Status> &pimStatus() const { return pimStatus_; }
   const Kiv::Ptr<Port> &port() const { return port_; }
 
+  /// The interface's note of what packets look at, begun anew with this router and the link. Null if there is none of
+  /// this id.
+  Orb::Footprint *emptyFootprint(const Pax::IntfId &intfId) const;
   /// A link has delivered a packet at `intf`. It may cross `hops` more routers.
   void receive(Intf &intf, const Packet &packet, uint32_t hops);
   /// The port sends a packet, out of an interface, or routed if it names none. False if it could not leave.
@@ -88,6 +91,7 @@ class Router {
   Kiv::Ptr<Port> port_;
   bool power_ = true;
   const uint32_t index_;
+  std::vector<std::pair<Pax::IntfId, Intf *>> intfList_;  // as intfById_, but close together
   std::deque<Intf> intfs_;
   const std::string name_;
   const std::string vrf_;

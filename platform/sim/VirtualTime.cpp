@@ -7,6 +7,7 @@
 namespace Sim {
 
 constexpr uint32_t children = 4;
+constexpr size_t eventKnown = 2;  // the step at which the event and its footprint are in the cache
 
 // The run of a wheel, which owns it.
 class VirtualTime::Wake : public Event, public Orb::Waker::State {
@@ -49,13 +50,17 @@ void VirtualTime::wakeAt(Orb::TimerWheel &wheel, double time) {
   }
   Wake &wake = static_cast<Wake &>(*state);
   if (time == Orb::never) return cancel(wake);
-  const auto [list, timer] = wheel.ahead();
-  event_[wake.number_].ahead = {&wheel, list, timer};
-  schedule(wake, time);
+  const Orb::Timer *const timer = wheel.fewTimers().next();
+  schedule(wake, time, timer ? timer->footprint() : nullptr);
+  Known &known = event_[wake.number_];
+  known.wheel = &wheel;
+  known.timers = wheel.fewTimers().list();
+  known.timer = timer;
 }
 
 uint32_t VirtualTime::numberFor(Event &event) {
   if (unused_.empty()) {
+    REQUIRE(event_.size() >> (64 - orderBits) == 0);
     unused_.push_back(static_cast<uint32_t>(event_.size()));
     event_.emplace_back();
     place_.push_back(notScheduled);
@@ -68,15 +73,40 @@ uint32_t VirtualTime::numberFor(Event &event) {
 
 void VirtualTime::numberDel(uint32_t number) { unused_.push_back(number); }
 
-void VirtualTime::schedule(Event &event, double time) {
+void VirtualTime::schedule(Event &event, double time, const Orb::Footprint *footprint) {
   REQUIRE(time < Orb::never);
   cancel(event);
-  heap_.emplace_back();
-  siftUp(static_cast<uint32_t>(heap_.size() - 1), {std::max(time, now_), ++order_, event.number_});
+  ++order_;
+  REQUIRE(order_ >> orderBits == 0);
+  event_[event.number_].footprint = footprint;
+  const Entry entry{std::max(time, now_), order_, event.number_};
+  if (soonCount_ > 0 && entry < soon_[soonCount_ - 1]) {
+    soonIs({entry, eventKnown});
+  } else {
+    push(entry);
+  }
 }
 
 void VirtualTime::cancel(Event &event) {
-  if (event.scheduled()) remove(place_[event.number_]);
+  const uint32_t place = place_[event.number_];
+  if (place == notScheduled) return;
+  place == isSoon ? soonDel(event.number_) : remove(place);
+}
+
+void VirtualTime::soonIs(const Soon &soon) {
+  if (soonCount_ == soon_.size()) push(soon_[--soonCount_]);
+  uint32_t place = soonCount_++;
+  for (; place > 0 && soon < soon_[place - 1]; --place) soon_[place] = soon_[place - 1];
+  soon_[place] = soon;
+  place_[soon.event] = isSoon;
+}
+
+void VirtualTime::soonDel(uint32_t event) {
+  const auto end = soon_.begin() + soonCount_;
+  const auto gone = std::find_if(soon_.begin(), end, [&](const Soon &soon) { return soon.event == event; });
+  std::move(gone + 1, end, gone);
+  --soonCount_;
+  place_[event] = notScheduled;
 }
 
 void VirtualTime::at(double time, std::function<void()> action) {
@@ -102,23 +132,47 @@ bool VirtualTime::runUntil(const std::function<bool()> &holds, double deadline) 
 }
 
 bool VirtualTime::step(double deadline) {
-  if (heap_.empty() || heap_.front().time > deadline) return false;
-  now_ = heap_.front().time;
-  Event &event = *event_[heap_.front().event].event;
-  remove(0);
-  if (!heap_.empty()) fetch(event_[heap_.front().event]);
+  lookAhead();
+  if (soonCount_ == 0 || soon_.front().time > deadline) return false;
+  now_ = soon_.front().time;
+  Event &event = *event_[soon_.front().event].event;
+  soonDel(soon_.front().event);
   ++happened_;
   event.happen();
   return true;
 }
 
-// The next event is known while this one still runs.
-void VirtualTime::fetch(const Known &next) {
-  __builtin_prefetch(next.event);
-  for (const void *object : next.ahead) {
-    const auto address = reinterpret_cast<uintptr_t>(object);
-    for (const uintptr_t line : {0, 64, 128}) __builtin_prefetch(reinterpret_cast<const void *>(address + line));
+void VirtualTime::lookAhead() {
+  while (soonCount_ < soon_.size() && !heap_.empty()) {
+    const Entry first = heap_.front();
+    remove(0);
+    place_[first.event] = isSoon;
+    soon_[soonCount_++] = {first};
   }
+  for (uint32_t place = 0; place < soonCount_; ++place) fetch(soon_[place]);
+}
+
+// Each step looks only at what those before have fetched, while other events ran.
+void VirtualTime::fetch(Soon &soon) const {
+  const Known &known = event_[soon.event];
+  const size_t step = soon.step++;
+  if (step == 0) {
+    Orb::fetchLines(&known, 1);
+  } else if (step == 1) {
+    Orb::fetchLines(known.event, 1);
+    if (known.footprint) known.footprint->fetch();
+    if (!known.wheel) return;
+    Orb::fetchLines(known.wheel, 3);
+    Orb::fetchLines(known.timers, 3);
+    Orb::fetchLines(known.timer, 1);
+  } else if (known.footprint && step < eventKnown + Orb::Footprint::parts) {
+    known.footprint->fetchPart(step - eventKnown);
+  }
+}
+
+void VirtualTime::push(const Entry &entry) {
+  heap_.emplace_back();
+  siftUp(static_cast<uint32_t>(heap_.size() - 1), entry);
 }
 
 void VirtualTime::put(uint32_t place, const Entry &entry) {

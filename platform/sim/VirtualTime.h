@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "platform/orb/Clock.h"
+#include "platform/orb/Footprint.h"
 #include "platform/orb/TimerWheel.h"
 
 namespace Sim {
@@ -52,8 +53,8 @@ class VirtualTime : public Orb::Clock, public Orb::Waker {
   void wakeAt(Orb::TimerWheel &wheel, double time) override;
 
   /// Schedules the event, or moves it if it is scheduled already. A time that has passed means now, behind
-  /// everything that waits for now.
-  void schedule(Event &event, double time);
+  /// everything that waits for now. What it will look at, if that is known, is fetched into the caches shortly before.
+  void schedule(Event &event, double time, const Orb::Footprint *footprint = nullptr);
   void cancel(Event &event);
   /// Runs `action` once at `time`.
   void at(double time, std::function<void()> action);
@@ -71,35 +72,53 @@ class VirtualTime : public Orb::Clock, public Orb::Waker {
   friend class Event;
   class Wake;
   class Action;
+  // Four fit a cache line.
+  static constexpr unsigned orderBits = 42;
   struct Entry {
     double time;
-    uint64_t order;
-    uint32_t event;
+    uint64_t order : orderBits;
+    uint64_t event : 64 - orderBits;  // its number
     bool operator<(const Entry &other) const { return time != other.time ? time < other.time : order < other.order; }
   };
 
   struct Known {
     Event *event = nullptr;
-    std::array<const void *, 3> ahead{};  // what it will look at
+    const Orb::Footprint *footprint = nullptr;
+    // Of an event that runs a wheel:
+    const Orb::TimerWheel *wheel = nullptr;
+    const void *timers = nullptr;       // their list
+    const Orb::Timer *timer = nullptr;  // the one that is likely to fire
   };
-  static void fetch(const Known &next);
+  // One of the next events, with the steps of fetching what it needs that are done.
+  struct Soon : Entry {
+    size_t step = 0;
+  };
   /// The number of a new event.
   uint32_t numberFor(Event &event);
   void numberDel(uint32_t number);
   bool isScheduled(uint32_t event) const { return place_[event] != notScheduled; }
   /// Runs the first event unless it is later than `deadline`.
   bool step(double deadline);
+  /// Fills up the next events, and does a step for each.
+  void lookAhead();
+  void fetch(Soon &soon) const;
+  void soonIs(const Soon &soon);
+  void soonDel(uint32_t event);
+  void push(const Entry &entry);
   void put(uint32_t place, const Entry &entry);
   void siftUp(uint32_t place, const Entry &entry);
   void siftDown(uint32_t place, const Entry &entry);
   void remove(uint32_t place);
 
   static constexpr uint32_t notScheduled = std::numeric_limits<uint32_t>::max();
+  static constexpr uint32_t isSoon = notScheduled - 1;  // instead of a place in the heap
 
   double now_ = start;
   uint64_t order_ = 0;
   uint64_t happened_ = 0;
-  std::vector<Entry> heap_;  // each entry is before its four children
+  std::array<Soon, 8> soon_;  // the next events, in order; all others are later
+  uint32_t soonCount_ = 0;
+  std::vector<Entry> heap_;  // the others; each entry is before its four children
   // By number, and close together: the events themselves are all over the memory.
   std::vector<Known> event_;
   std::vector<uint32_t> place_;  // in the heap

@@ -1,4 +1,4 @@
-// The simulator itself: time, links, routes, neighbors, repetition by seed.
+// The simulator itself: links, routes, neighbors, repetition by seed.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,38 +11,6 @@ namespace {
 
 using Routing::RouteAnswer;
 using Routing::Pim::IO::MessageConsumer;
-
-// Schedules itself; writes its name when it happens.
-class Note : public Event {
- public:
-  Note(VirtualTime &time, std::string &log, char name) : Event(time), log_(log), name_(name) {}
-
- private:
-  void happen() override { log_ += name_; }
-  std::string &log_;
-  const char name_;
-};
-
-TEST(VirtualTime, EventsRunInOrderOfTimeThenOfScheduling) {
-  VirtualTime time;
-  std::string log;
-  Note a(time, log, 'a'), b(time, log, 'b'), c(time, log, 'c'), d(time, log, 'd');
-  auto gone = std::make_unique<Note>(time, log, 'x');
-  time.schedule(a, 1005);
-  time.schedule(*gone, 1001);
-  time.schedule(b, 1002);
-  time.schedule(c, 1005);
-  time.schedule(d, 1001);
-  time.schedule(a, 1005);  // anew: behind c
-  time.schedule(b, 900);   // the past is now
-  time.cancel(d);
-  gone.reset();
-  time.runTo(1004);
-  EXPECT_EQ(log, "b");
-  EXPECT_EQ(time.now(), 1004);
-  time.runTo(1005);
-  EXPECT_EQ(log, "bca");
-}
 
 // Two or more routers on a LAN, with bootstrap messages of a chosen size from the first.
 class Lan : public MessageConsumer {
