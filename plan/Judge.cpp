@@ -88,8 +88,11 @@ std::string Judge::differenceAt(const Expectation &expectation, const Node &node
   if (!expectation.address && found.empty()) return "";
   if (expectation.address && std::find(found.begin(), found.end(), *expectation.address) != found.end()) return "";
   if (found.empty()) return runs ? "none" : "no agent that ran";
+  const std::string &vrf = simulation_.plan().routers[node.router].vrfs[node.vrf].name;
   std::string text;
-  for (const Pax::IpGenAddr &address : found) text.append(text.empty() ? "" : " and ").append(naming_.textOf(address));
+  for (const Pax::IpGenAddr &address : found) {
+    text.append(text.empty() ? "" : " and ").append(naming_.textOf(address, vrf));
+  }
   return text;
 }
 

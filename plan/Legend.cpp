@@ -22,13 +22,6 @@ std::string letters(size_t number) {
 
 }  // namespace
 
-bool Domain::operator<(const Domain &other) const {
-  const auto key = [](const Domain &domain) {
-    return std::make_tuple(domain.vrf != "default", domain.vrf, domain.zone);
-  };
-  return key(*this) < key(other);
-}
-
 Legend::Legend(const Plan &plan) : plan_(plan) {
   letterOf(Pax::allGroups(plan.family));
   const auto add = [&](const Node &node, const Sim::IntfAddress &address) {

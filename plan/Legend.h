@@ -6,17 +6,10 @@
 #include <string>
 #include <tuple>
 
+#include "plan/Domain.h"
 #include "plan/Plan.h"
 
 namespace Planning {
-
-/// A zone in a VRF: who elects a BSR together. The VRF "default" is before others.
-struct Domain {
-  std::string vrf;
-  Pax::IpGenPrefix zone;
-  bool operator==(const Domain &) const = default;
-  bool operator<(const Domain &other) const;
-};
 
 /// Names of addresses, letters of zones, colors of BSRs, and which nodes belong to which zone. Zones and BSRs are
 /// numbered as they are asked for. The plan outlives it.

@@ -12,22 +12,25 @@ Naming::Naming(const Plan &plan) : plan_(plan) {
     for (const Vrf &vrf : router.vrfs) {
       for (const Interface &interface : vrf.interfaces) {
         for (const Sim::IntfAddress &each : interface.addresses) {
-          const auto [known, isNew] = routers_.try_emplace(each.address, router.name);
-          if (!isNew && known->second != router.name) known->second.clear();
+          for (const std::string &where : {vrf.name, std::string()}) {
+            const auto [known, isNew] = routers_.try_emplace({each.address, where}, router.name);
+            if (!isNew && known->second != router.name) known->second.clear();
+          }
         }
       }
     }
   }
 }
 
-std::string Naming::routerWith(const Pax::IpGenAddr &address) const {
-  const auto router = routers_.find(address);
+std::string Naming::routerWith(const Pax::IpGenAddr &address, const std::string &vrf) const {
+  auto router = routers_.find({address, vrf});
+  if (router == routers_.end()) router = routers_.find({address, ""});
   return router == routers_.end() ? "" : router->second;
 }
 
-std::string Naming::textOf(const Pax::IpGenAddr &address) const {
+std::string Naming::textOf(const Pax::IpGenAddr &address, const std::string &vrf) const {
   if (address.isZero()) return "none";
-  const std::string router = routerWith(address);
+  const std::string router = routerWith(address, vrf);
   return router.empty() ? Kiv::toText(address) : router + " (" + Kiv::toText(address) + ")";
 }
 

@@ -91,11 +91,10 @@ std::string NetworkPicture::titleText(const std::string &title, const NetworkFac
   std::string text = "<table border=\"0\" cellspacing=\"2\" cellpadding=\"1\">";
   text += row((plan_.name.empty() ? "" : plan_.name + ": ") + title, nullptr, "b");
   const bool hasVrfs = std::any_of(facts.domains.begin(), facts.domains.end(),
-                                   [](const auto &each) { return each.first.vrf != "default"; });
+                                   [](const auto &each) { return !each.first.isInDefaultVrf(); });
   for (const auto &[domain, known] : facts.domains) {
     const std::string letter = legend_.zones() > 1 ? legend_.letterOf(domain.zone) : "";
-    std::string name = (letter.empty() ? "" : letter + ": ") + Kiv::toText(domain.zone);
-    if (hasVrfs) name += " in VRF " + domain.vrf;
+    const std::string name = (letter.empty() ? "" : letter + ": ") + toText(domain, hasVrfs);
     for (const auto &[bsr, routers] : known.routersByBsr) {
       const size_t rank = known.rankOf(bsr);
       std::string words = name + ": BSR " + legend_.nameOf(domain.vrf, bsr) + " at " + counted(routers, "router");

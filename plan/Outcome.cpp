@@ -34,9 +34,10 @@ struct NodeSpans {
   std::array<Spans, 3> outages;
 };
 
-std::vector<NodeSpans> spansOf(const ZoneAccount &zone, size_t nodes) {
+std::vector<NodeSpans> spansOf(const Domain &domain, const Account &account) {
+  const ZoneAccount &zone = *account.zone(domain.zone);
   std::vector<NodeSpans> all;
-  for (size_t node = 0; node < nodes; ++node) {
+  for (const size_t node : account.nodesIn(domain.vrf)) {
     NodeSpans spans{node, zone.counted(node), {}};
     if (spans.counted.all().empty()) continue;
     for (size_t outage = 0; outage < spans.outages.size(); ++outage) {
@@ -47,9 +48,9 @@ std::vector<NodeSpans> spansOf(const ZoneAccount &zone, size_t nodes) {
   return all;
 }
 
-ZoneFigures figuresOf(const ZoneAccount &zone, const std::vector<NodeSpans> &all, const Episode &episode,
+ZoneFigures figuresOf(const Domain &domain, const std::vector<NodeSpans> &all, const Episode &episode,
                       const Account &account, const Plan &plan) {
-  ZoneFigures figures;
+  ZoneFigures figures{.domain = domain, .withoutBsr = {}, .withoutRp = {}, .disagreed = {}, .agreedAfter = {}};
   std::vector<size_t> nodes;
   std::array<std::vector<double>, 3> seconds;
   for (const NodeSpans &spans : all) {
@@ -64,7 +65,7 @@ ZoneFigures figuresOf(const ZoneAccount &zone, const std::vector<NodeSpans> &all
   for (size_t outage = 0; outage < seconds.size(); ++outage) {
     *spreads[outage] = spreadOf(std::move(seconds[outage]), nodes, account, plan);
   }
-  const Spans disagreement = zone.disagreement().within(episode.begin, episode.end);
+  const Spans disagreement = account.disagreement(domain).within(episode.begin, episode.end);
   const double agreedAt = disagreement.all().empty() ? episode.begin : disagreement.all().back().to;
   if (agreedAt < episode.end || disagreement.all().empty()) figures.agreedAfter = agreedAt - episode.begin;
   return figures;
@@ -79,18 +80,18 @@ std::string textOf(const std::vector<const Action *> &actions) {
 
 void addBsrs(const Simulation &simulation, const Account &account, std::vector<BsrAtEnd> &bsrs) {
   const Naming naming(simulation.plan());
-  for (const auto &[prefix, zone] : account.zones()) {
+  for (const Domain &domain : account.domains()) {
     std::map<Pax::IpGenAddr, size_t> count;
-    for (size_t i = 0; i < account.nodes().size(); ++i) {
-      if (!zone.counts(i)) continue;
-      const HeldByZone &held = simulation.held(account.nodes()[i]);
-      const auto each = held.find(prefix);
+    for (const size_t node : account.counting(domain)) {
+      const HeldByZone &held = simulation.held(account.nodes()[node]);
+      const auto each = held.find(domain.zone);
       ++count[each == held.end() ? Pax::IpGenAddr() : each->second.bsr];
     }
     const auto first = static_cast<std::ptrdiff_t>(bsrs.size());
     for (const auto &[address, nodes] : count) {
       const bool isNone = address.isZero();
-      bsrs.push_back({prefix, isNone ? "" : Kiv::toText(address), isNone ? "" : naming.routerWith(address), nodes});
+      bsrs.push_back(
+          {domain, isNone ? "" : Kiv::toText(address), isNone ? "" : naming.routerWith(address, domain.vrf), nodes});
     }
     std::stable_sort(bsrs.begin() + first, bsrs.end(),
                      [](const BsrAtEnd &a, const BsrAtEnd &b) { return a.nodes > b.nodes; });
@@ -111,12 +112,12 @@ Outcome outcomeOf(uint64_t seed, const Simulation &simulation, const Account &ac
   for (const Episode &episode : episodes) {
     outcome.episodes.push_back({episode.begin, episode.end, textOf(episode.actions), {}});
   }
-  for (const auto &[prefix, zone] : account.zones()) {
-    const std::vector<NodeSpans> spans = spansOf(zone, account.nodes().size());
+  for (const Domain &domain : account.domains()) {
+    const std::vector<NodeSpans> spans = spansOf(domain, account);
+    if (spans.empty()) continue;
     for (size_t i = 0; i < episodes.size(); ++i) {
       if (episodes[i].begin == episodes[i].end) continue;  // nobody knows what has come of it
-      ZoneFigures figures = figuresOf(zone, spans, episodes[i], account, simulation.plan());
-      figures.zone = prefix;
+      ZoneFigures figures = figuresOf(domain, spans, episodes[i], account, simulation.plan());
       if (figures.nodes > 0) outcome.episodes[i].zones.push_back(std::move(figures));
     }
   }

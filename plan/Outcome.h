@@ -20,9 +20,9 @@ struct Spread {
   bool operator==(const Spread &) const = default;
 };
 
-/// Of one zone in one episode.
+/// Of one zone in one VRF in one episode.
 struct ZoneFigures {
-  Pax::IpGenPrefix zone;
+  Domain domain;
   size_t nodes = 0;  ///< that counted at some time of the episode
   Spread withoutBsr;
   Spread withoutRp;
@@ -43,7 +43,7 @@ struct EpisodeFigures {
 
 /// A BSR of a zone in the end.
 struct BsrAtEnd {
-  Pax::IpGenPrefix zone;
+  Domain domain;
   std::string address;  ///< empty: none
   std::string router;   ///< whose address that is, if it is one router's
   size_t nodes = 0;     ///< that hold it, of those that count
@@ -54,7 +54,7 @@ struct Outcome {
   uint64_t seed = 0;
   std::vector<EpisodeFigures> episodes;
   std::vector<Verdict> verdicts;  ///< of the plan's expectations, in their order
-  std::vector<BsrAtEnd> bsrs;     ///< by zone, the one that most hold first
+  std::vector<BsrAtEnd> bsrs;     ///< by VRF and zone, the one that most hold first
 
   bool holds() const;  ///< every expectation
   bool operator==(const Outcome &) const = default;
@@ -69,7 +69,5 @@ Outcome outcomeOf(uint64_t seed, const Simulation &simulation, const Account &ac
 /// seconds are rounded to microseconds.
 nlohmann::ordered_json toJson(const Outcome &outcome);
 nlohmann::ordered_json toJson(const EpisodeFigures &episode);
-/// Throws nlohmann::json::exception or Kiv::RangeError where this is no outcome.
-Outcome outcomeFrom(const nlohmann::ordered_json &json);
 
 }  // namespace Planning

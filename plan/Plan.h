@@ -128,6 +128,8 @@ struct Plan {
   std::vector<Node> nodes() const;
   /// "r1", or "r1/blue" where the VRF is not the default one.
   std::string nameOf(const Node &node) const;
+  /// Whether there are others than "default", so that VRFs are to be told.
+  bool hasVrfs() const;
 };
 
 }  // namespace Planning

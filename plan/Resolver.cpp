@@ -19,6 +19,10 @@ std::string Plan::nameOf(const Node &node) const {
   return node.vrf == 0 ? router.name : router.name + "/" + router.vrfs[node.vrf].name;
 }
 
+bool Plan::hasVrfs() const {
+  return std::any_of(routers.begin(), routers.end(), [](const Router &router) { return router.vrfs.size() > 1; });
+}
+
 MemberName memberNameFrom(const std::string &text) {
   MemberName name{text};
   if (const size_t colon = name.router.find(':'); colon != std::string::npos) {

@@ -22,17 +22,16 @@ void RunJson::writeAction(double at, const Action &action) {
 }
 
 void RunJson::writeAgreement(const Agreement &agreement) {
-  Rows all = Rows::array();
+  Rows line{{"type", "agreed"}, {"at", roundedSeconds(agreement.at)}};
+  line.update(toJson(agreement.domain));
+  line.update({{"after", roundedSeconds(agreement.after)}, {"what", agreement.what}, {"on", Rows::array()}});
   for (const Agreement::On &on : agreement.on) {
-    all.push_back(
-        {{"bsr", Kiv::toText(on.bsr)}, {"router", naming_.routerWith(on.bsr)}, {"rps", on.rps}, {"nodes", on.nodes}});
+    line["on"].push_back({{"bsr", Kiv::toText(on.bsr)},
+                          {"router", naming_.routerWith(on.bsr, agreement.domain.vrf)},
+                          {"rps", on.rps},
+                          {"nodes", on.nodes}});
   }
-  write({{"type", "agreed"},
-         {"at", roundedSeconds(agreement.at)},
-         {"zone", Kiv::toText(agreement.zone)},
-         {"after", roundedSeconds(agreement.after)},
-         {"what", agreement.what},
-         {"on", std::move(all)}});
+  write(line);
 }
 
 void RunJson::writeAnswer(double at, const Question &question, const Rows &rows) {

@@ -31,7 +31,8 @@ std::string agreedText(const ZoneFigures &figures) {
 
 }  // namespace
 
-RunText::RunText(const Plan &plan, std::ostream &out) : naming_(plan), out_(out), events_(plan, naming_, out) {
+RunText::RunText(const Plan &plan, std::ostream &out)
+    : tellsVrfs_(plan.hasVrfs()), naming_(plan), out_(out), events_(plan, naming_, out) {
   if (!plan.name.empty()) out_ << plan.name << "\n\n";
 }
 
@@ -54,17 +55,18 @@ void RunText::writeAction(double at, const Action &action) {
 
 void RunText::writeAgreement(const Agreement &agreement) {
   events_.flush();
-  out_ << FoldedEvents::timeText(agreement.at) << "=== all of " << agreement.zone << " agree";
+  out_ << FoldedEvents::timeText(agreement.at) << "=== all of " << naming_.textOf(agreement.domain) << " agree";
   if (agreement.on.size() == 1) {
-    out_ << " on " << naming_.textOf(agreement.on.front().bsr) << ' ' << rpsText(agreement.on.front().rps);
+    out_ << " on " << naming_.textOf(agreement.on.front().bsr, agreement.domain.vrf) << ' '
+         << rpsText(agreement.on.front().rps);
   } else {
     constexpr size_t most = 4;
     const size_t named = std::min(agreement.on.size(), most);
     const char *lead = ", each part on its own: ";
     for (size_t i = 0; i < named; ++i) {
       const Agreement::On &on = agreement.on[i];
-      out_ << std::exchange(lead, "; ") << counted(on.nodes, "router") << " on " << naming_.textOf(on.bsr) << ' '
-           << rpsText(on.rps);
+      out_ << std::exchange(lead, "; ") << counted(on.nodes, "router") << " on "
+           << naming_.textOf(on.bsr, agreement.domain.vrf) << ' ' << rpsText(on.rps);
     }
     if (named < agreement.on.size()) out_ << "; and " << agreement.on.size() - named << " more";
   }
@@ -93,12 +95,14 @@ void RunText::writeEpisode(const EpisodeFigures &episode) {
        << '\n';
   Rows rows = Rows::array();
   for (const ZoneFigures &zone : episode.zones) {
-    rows.push_back({{"zone", Kiv::toText(zone.zone)},
-                    {"routers", zone.nodes},
-                    {"no BSR", spreadText(zone.withoutBsr)},
-                    {"no RP", spreadText(zone.withoutRp)},
-                    {"disagreed", spreadText(zone.disagreed)},
-                    {"agreed after", agreedText(zone)}});
+    Rows &row = rows.emplace_back(Rows::object());
+    if (tellsVrfs_) row["VRF"] = zone.domain.vrf;
+    row.update({{"zone", Kiv::toText(zone.domain.zone)},
+                {"routers", zone.nodes},
+                {"no BSR", spreadText(zone.withoutBsr)},
+                {"no RP", spreadText(zone.withoutRp)},
+                {"disagreed", spreadText(zone.disagreed)},
+                {"agreed after", agreedText(zone)}});
   }
   std::istringstream lines(Control::toTable(rows, nullptr));
   for (std::string line; std::getline(lines, line);) out_ << "    " << line << '\n';
@@ -108,7 +112,7 @@ void RunText::writeBsrs(const Outcome &outcome) {
   out_ << "\nBSRs in the end\n\n";
   for (const BsrAtEnd &bsr : outcome.bsrs) {
     const std::string router = bsr.router.empty() ? bsr.address : bsr.router + " (" + bsr.address + ")";
-    out_ << "  " << bsr.zone << ": " << (bsr.address.empty() ? "none" : router) << " at "
+    out_ << "  " << naming_.textOf(bsr.domain) << ": " << (bsr.address.empty() ? "none" : router) << " at "
          << counted(bsr.nodes, "router") << '\n';
   }
 }

@@ -24,6 +24,7 @@ class RunText : public RunWriter {
 
   void part();
 
+  const bool tellsVrfs_;
   const Naming naming_;
   std::ostream &out_;
   FoldedEvents events_;

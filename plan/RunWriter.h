@@ -20,7 +20,7 @@ struct Agreement {
     size_t nodes = 0;  ///< that hold it
   };
   double at = 0;
-  Pax::IpGenPrefix zone;
+  Domain domain;
   std::vector<On> on;  ///< several where cuts or borders part the zone; the largest first
   double after = 0;    ///< seconds since the episode began
   std::string what;    ///< behind "after": "the agent of r1 crashed"

@@ -16,10 +16,10 @@ namespace {
 
 WorstAt worstOf(const Spread &spread) { return {std::round(spread.most * 1e6) / 1e6, spread.which}; }
 
-LeftWithout leftIn(const ZoneAccount &zone, Outage outage, const Account &account, const Plan &plan) {
+LeftWithout leftIn(const Domain &domain, Outage outage, const Account &account, const Plan &plan) {
   LeftWithout left;
-  for (size_t node = 0; node < account.nodes().size(); ++node) {
-    if (!zone.counts(node) || !zone.of(outage, node).isOpen()) continue;
+  for (const size_t node : account.counting(domain)) {
+    if (!account.zone(domain.zone)->of(outage, node).isOpen()) continue;
     if (left.routers++ == 0) left.first = plan.nameOf(account.nodes()[node]);
   }
   return left;
@@ -66,23 +66,23 @@ SweepRun sweepRunOf(const Cases &cases, const std::string &digest, size_t run, s
   for (const Verdict &verdict : outcome.verdicts) result.held.push_back(verdict.holds);
   if (result.failing.empty()) return result;
   for (const ZoneFigures &figures : outcome.episodes.back().zones) {
-    const ZoneAccount &zone = *account.zone(figures.zone);
-    result.zones.push_back({Kiv::toText(figures.zone), worstOf(figures.withoutBsr), worstOf(figures.withoutRp),
-                            worstOf(figures.disagreed), leftIn(zone, Outage::withoutBsr, account, plan),
-                            leftIn(zone, Outage::withoutRp, account, plan)});
+    result.zones.push_back({figures.domain, worstOf(figures.withoutBsr), worstOf(figures.withoutRp),
+                            worstOf(figures.disagreed), leftIn(figures.domain, Outage::withoutBsr, account, plan),
+                            leftIn(figures.domain, Outage::withoutRp, account, plan)});
   }
   return result;
 }
 
 std::string lineOf(const SweepRun &run) {
   Json json{{"plan", run.plan}, {"run", run.run}, {"seed", run.seed}, {"fails", run.failing}, {"held", run.held}};
-  Json &zones = json["zones"] = Json::object();
+  json["zones"] = Json::array();
   for (const SweptZone &zone : run.zones) {
-    zones[zone.zone] = {{"withoutBsr", jsonOf(zone.withoutBsr)},
-                        {"withoutRp", jsonOf(zone.withoutRp)},
-                        {"disagreed", jsonOf(zone.disagreed)},
-                        {"leftWithoutBsr", jsonOf(zone.leftWithoutBsr)},
-                        {"leftWithoutRp", jsonOf(zone.leftWithoutRp)}};
+    Json &row = json["zones"].emplace_back(toJson(zone.domain));
+    row.update({{"withoutBsr", jsonOf(zone.withoutBsr)},
+                {"withoutRp", jsonOf(zone.withoutRp)},
+                {"disagreed", jsonOf(zone.disagreed)},
+                {"leftWithoutBsr", jsonOf(zone.leftWithoutBsr)},
+                {"leftWithoutRp", jsonOf(zone.leftWithoutRp)}});
   }
   if (run.head) json["sweep"] = jsonOf(*run.head);
   return json.dump();
@@ -92,16 +92,17 @@ SweepRun sweepRunFrom(std::string_view line) {
   try {
     const Json json = Json::parse(line);
     SweepRun run{json.at("plan"), json.at("run"), json.at("seed"), json.at("fails"), json.at("held"), {}, {}};
-    for (const auto &[zone, figures] : json.at("zones").items()) {
-      run.zones.push_back({zone, worstFrom(figures.at("withoutBsr")), worstFrom(figures.at("withoutRp")),
+    for (const Json &figures : json.at("zones")) {
+      run.zones.push_back({domainFrom(figures), worstFrom(figures.at("withoutBsr")), worstFrom(figures.at("withoutRp")),
                            worstFrom(figures.at("disagreed")), leftFrom(figures.at("leftWithoutBsr")),
                            leftFrom(figures.at("leftWithoutRp"))});
     }
     if (json.contains("sweep")) run.head = headFrom(json.at("sweep"));
     return run;
-  } catch (const Json::exception &fault) {
-    throw std::invalid_argument("is no result of a sweep");
+  } catch (const Json::exception &) {
+  } catch (const Kiv::RangeError &) {
   }
+  throw std::invalid_argument("is no result of a sweep, or one of another version");
 }
 
 }  // namespace Planning

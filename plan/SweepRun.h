@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "plan/Cases.h"
+#include "plan/Domain.h"
 
 namespace Planning {
 
@@ -24,7 +25,7 @@ struct LeftWithout {
 };
 
 struct SweptZone {
-  std::string zone;
+  Domain domain;
   WorstAt withoutBsr, withoutRp, disagreed;
   LeftWithout leftWithoutBsr, leftWithoutRp;
   bool operator==(const SweptZone &) const = default;

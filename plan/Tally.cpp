@@ -84,7 +84,7 @@ bool Tally::add(const SweepRun &run) {
 }
 
 void Tally::addZone(const SweepRun &run, const SweptZone &zone, const Key &key) {
-  ZoneTally &tally = zones_[zone.zone];
+  ZoneTally &tally = zones_[zone.domain];
   if (zone.leftWithoutBsr.routers > 0 || zone.leftWithoutRp.routers > 0) {
     Loss &loss = tally.losses[key];
     if (loss.runs++ == 0 || run.run < loss.firstRun) {
@@ -104,9 +104,9 @@ void Tally::addZone(const SweepRun &run, const SweptZone &zone, const Key &key) 
                                      [](const auto &a, const auto &b) { return isWorse(a.second, b.second); }));
 }
 
-ZoneReport Tally::reportOf(const std::string &zone, const ZoneTally &tally) const {
+ZoneReport Tally::reportOf(const Domain &domain, const ZoneTally &tally) const {
   ZoneReport report;
-  report.zone = zone;
+  report.domain = domain;
   std::set<uint32_t> singles;
   for (const auto &[key, loss] : tally.losses) {
     if (key.second != 0) continue;
@@ -151,7 +151,7 @@ SweepReport Tally::report() const {
     if (has(run)) continue;
     if (report.missing++ < missingTold) report.firstMissing.push_back(run);
   }
-  for (const auto &[zone, tally] : zones_) report.zones.push_back(reportOf(zone, tally));
+  for (const auto &[domain, tally] : zones_) report.zones.push_back(reportOf(domain, tally));
   return report;
 }
 

@@ -27,7 +27,7 @@ struct WorstRun {
 };
 
 struct ZoneReport {
-  std::string zone;
+  Domain domain;
   std::vector<Loss> singles;
   std::vector<Loss> pairs;  ///< the worst, of those of which each alone can be lost
   size_t pairsInAll = 0;
@@ -77,7 +77,7 @@ class Tally {
   Key keyOf(const std::vector<std::string> &names);
   std::vector<std::string> namesOf(const Key &key) const;
   void addZone(const SweepRun &run, const SweptZone &zone, const Key &key);
-  ZoneReport reportOf(const std::string &zone, const ZoneTally &tally) const;
+  ZoneReport reportOf(const Domain &domain, const ZoneTally &tally) const;
 
   std::string plan_;
   std::optional<SweepHead> head_;
@@ -86,7 +86,7 @@ class Tally {
   size_t runs_ = 0, doubles_ = 0, contradictions_ = 0;
   std::vector<ExpectationReport> expectations_;
   std::vector<size_t> firstBroken_;  // run by expectation
-  std::map<std::string, ZoneTally> zones_;
+  std::map<Domain, ZoneTally> zones_;
   std::map<std::string, uint32_t> idByName_;
   std::vector<std::string> names_{""};
 };

@@ -72,7 +72,9 @@ std::string textOf(const ZoneReport &zone, const SweepReport &report) {
   const std::optional<SweepHead> &head = report.head;
   const size_t seeds = head ? head->seeds : 1;
   const bool pairs = !head || head->pairs > 0;
-  std::string text = "\nZone " + zone.zone + "\n";
+  const bool tellsVrf = std::any_of(report.zones.begin(), report.zones.end(),
+                                    [](const ZoneReport &each) { return !each.domain.isInDefaultVrf(); });
+  std::string text = "\nZone " + toText(zone.domain, tellsVrf) + "\n";
   if (zone.singles.empty()) {
     text += "\n" + noneText(report, "It can lose any link and any router: no other router stays without BSR or RP.\n",
                             "shows a link or a router that it cannot lose.\n");
@@ -149,11 +151,12 @@ Json jsonOf(const ZoneReport &zone) {
                      {"withoutRp", jsonOf(run.zone.withoutRp)},
                      {"disagreed", jsonOf(run.zone.disagreed)}});
   }
-  return {{"zone", zone.zone},
-          {"cannotLose", jsonOf(zone.singles)},
-          {"cannotLosePairs", jsonOf(zone.pairs)},
-          {"pairs", zone.pairsInAll},
-          {"worst", worst}};
+  Json json = toJson(zone.domain);
+  json.update({{"cannotLose", jsonOf(zone.singles)},
+               {"cannotLosePairs", jsonOf(zone.pairs)},
+               {"pairs", zone.pairsInAll},
+               {"worst", worst}});
+  return json;
 }
 
 }  // namespace

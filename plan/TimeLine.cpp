@@ -17,7 +17,7 @@ TimeLine::TimeLine(Simulation &simulation, Account &account, RunWriter &writer, 
   std::stable_sort(waiting_.begin(), waiting_.end(), [](const Question &a, const Question &b) { return a.at > b.at; });
   for (const Question &question : waiting_) simulation.lookAt(question.at);
   simulation.observe(*this);
-  account.agreedWatcherIs([this](const Pax::IpGenPrefix &zone) { agreed(zone); });
+  account.agreedWatcherIs([this](const Domain &domain) { agreed(domain); });
 }
 
 void TimeLine::handleBefore(const Action &action) { writer_.writeAction(simulation_.now(), action); }
@@ -34,13 +34,13 @@ void TimeLine::handleInstant() {
   }
 }
 
-void TimeLine::agreed(const Pax::IpGenPrefix &zone) {
+void TimeLine::agreed(const Domain &domain) {
   const Episode &episode = account_.lastEpisode();
-  Agreement agreement{simulation_.now(), zone, {}, simulation_.now() - episode.begin, naming_.pastOf(episode.actions)};
+  Agreement agreement{
+      simulation_.now(), domain, {}, simulation_.now() - episode.begin, naming_.pastOf(episode.actions)};
   std::map<std::pair<Pax::IpGenAddr, size_t>, size_t> nodes;
-  for (size_t i = 0; i < account_.nodes().size(); ++i) {
-    if (!account_.zone(zone)->counts(i)) continue;
-    const Held &held = simulation_.held(account_.nodes()[i]).at(zone);
+  for (const size_t node : account_.counting(domain)) {
+    const Held &held = simulation_.held(account_.nodes()[node]).at(domain.zone);
     ++nodes[{held.bsr, held.rps}];
   }
   for (const auto &[what, count] : nodes) agreement.on.push_back({what.first, what.second, count});

@@ -18,7 +18,7 @@ class TimeLine : public Observer {
   void handleInstant() override;
 
  private:
-  void agreed(const Pax::IpGenPrefix &zone);
+  void agreed(const Domain &domain);
 
   const Simulation &simulation_;
   const Account &account_;

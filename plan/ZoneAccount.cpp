@@ -6,8 +6,10 @@
 
 namespace Planning {
 
-ZoneAccount::ZoneAccount(size_t nodes, std::vector<bool> counting) : nodes_(nodes) {
+ZoneAccount::ZoneAccount(const std::vector<size_t> &vrfs, const std::vector<bool> &counting) : nodes_(vrfs.size()) {
   views_[View()] = 0;
+  for (size_t i = 0; i < vrfs.size(); ++i) nodes_[i].vrf = vrfs[i];
+  if (!vrfs.empty()) vrfs_.resize(*std::max_element(vrfs.begin(), vrfs.end()) + 1);
   for (size_t i = 0; i < counting.size(); ++i) nodes_[i].belongs = counting[i];
 }
 
@@ -36,7 +38,7 @@ void ZoneAccount::heldIs(size_t node, const Held *held) {
   changed_.push_back(node);
 }
 
-void ZoneAccount::settle(double now, double episode) {
+std::vector<size_t> ZoneAccount::settle(double now, double episode) {
   if (findNewcomers() || reachChanged_) assign(now, episode);
   for (const size_t node : changed_) {
     nodes_[node].isChanged = false;
@@ -44,7 +46,14 @@ void ZoneAccount::settle(double now, double episode) {
   }
   changed_.clear();
   settleRegions(now);
-  disagreeing_ + without_ > 0 ? disagreement_.begin(now) : disagreement_.end(now);
+  std::vector<size_t> agreed;
+  for (size_t i = 0; i < vrfs_.size(); ++i) {
+    VrfRecord &vrf = vrfs_[i];
+    const bool agrees = vrf.disagreeing + vrf.without == 0;
+    if (agrees && vrf.disagreement.isOpen() && vrf.counting > 0) agreed.push_back(i);
+    agrees ? vrf.disagreement.end(now) : vrf.disagreement.begin(now);
+  }
+  return agreed;
 }
 
 // Whether somebody has come to know the zone whose region did not.
@@ -111,12 +120,31 @@ void ZoneAccount::uncount(NodeRecord &node) {
   touch(*node.region);
 }
 
-void ZoneAccount::move(NodeRecord &node, Place region, double now, double from) {
-  if (node.region) {
-    uncount(node);
-    --counting_;
-    without_ -= node.withoutBsr.isOpen();
+void ZoneAccount::enter(NodeRecord &node) {
+  Region &region = regions_[*node.region];
+  node.counted = node.view;
+  ++region.views[node.counted];
+  VrfRecord &vrf = vrfs_[node.vrf];
+  if (region.vrfs[node.vrf]++ == 0) vrf.disagreeing += region.disagreed.isOpen();
+  ++vrf.counting;
+  touch(*node.region);
+}
+
+void ZoneAccount::leave(NodeRecord &node) {
+  uncount(node);
+  Region &region = regions_[*node.region];
+  VrfRecord &vrf = vrfs_[node.vrf];
+  const auto nodes = region.vrfs.find(node.vrf);
+  if (--nodes->second == 0) {
+    region.vrfs.erase(nodes);
+    vrf.disagreeing -= region.disagreed.isOpen();
   }
+  --vrf.counting;
+  vrf.without -= node.withoutBsr.isOpen();
+}
+
+void ZoneAccount::move(NodeRecord &node, Place region, double now, double from) {
+  if (node.region) leave(node);
   node.region = region;
   node.stays.push_back({from, region});
   if (!region) {
@@ -124,14 +152,11 @@ void ZoneAccount::move(NodeRecord &node, Place region, double now, double from) 
     node.withoutRp.end(now);
     return;
   }
-  ++counting_;
-  node.counted = node.view;
-  ++regions_[*region].views[node.counted];
-  touch(*region);
+  enter(node);
   // Until now it had neither, if it begins to count.
   note(node.withoutBsr, !node.hasBsr, from, now);
   note(node.withoutRp, !node.hasRps, from, now);
-  without_ += node.withoutBsr.isOpen();
+  vrfs_[node.vrf].without += node.withoutBsr.isOpen();
 }
 
 void ZoneAccount::note(Spans &spans, bool isSo, double from, double now) {
@@ -146,19 +171,23 @@ void ZoneAccount::apply(NodeRecord &node, double now) {
     node.counted = node.view;
     ++regions_[*node.region].views[node.counted];
   }
-  without_ -= node.withoutBsr.isOpen();
+  size_t &without = vrfs_[node.vrf].without;
+  without -= node.withoutBsr.isOpen();
   note(node.withoutBsr, !node.hasBsr, now, now);
   note(node.withoutRp, !node.hasRps, now, now);
-  without_ += node.withoutBsr.isOpen();
+  without += node.withoutBsr.isOpen();
 }
 
 void ZoneAccount::settleRegions(double now) {
   for (const uint32_t place : touched_) {
     Region &region = regions_[place];
     region.isTouched = false;
-    disagreeing_ -= region.disagreed.isOpen();
+    const bool disagreed = region.disagreed.isOpen();
     region.views.size() > 1 ? region.disagreed.begin(now) : region.disagreed.end(now);
-    disagreeing_ += region.disagreed.isOpen();
+    for (const auto &[vrf, nodes] : region.vrfs) {
+      vrfs_[vrf].disagreeing -= disagreed;
+      vrfs_[vrf].disagreeing += region.disagreed.isOpen();
+    }
   }
   touched_.clear();
 }

@@ -22,10 +22,12 @@ enum class Outage : uint8_t {
 /// taken to be so from the beginning of the episode, or from when its agent ran. Costs grow with what changes:
 /// of a node that holds something else with the logarithm of the views of its region, of a change of regions with the
 /// number of nodes. Nodes are named by their place in Plan::nodes().
+///
+/// What nodes have in common, such as that all agree, is kept for each VRF. Links may lead from one VRF to another.
 class ZoneAccount {
  public:
-  /// `counting`: which nodes count whatever is known; empty for none.
-  ZoneAccount(size_t nodes, std::vector<bool> counting);
+  /// `vrfs`: the VRF of each node, from 0 on. `counting`: which nodes count whatever is known; empty for none.
+  ZoneAccount(const std::vector<size_t> &vrfs, const std::vector<bool> &counting);
 
   /// Takes over which agents run, and from when on.
   void agentsAreAsIn(const ZoneAccount &other);
@@ -33,18 +35,14 @@ class ZoneAccount {
   void regionsAre(const std::vector<std::optional<size_t>> &regions, double now);
   /// What a node holds; null for nothing.
   void heldIs(size_t node, const Held *held);
-  /// Takes account of both. `episode` is when it began.
-  void settle(double now, double episode);
+  /// Takes account of both. `episode` is when it began. Returns the VRFs that have come to agree.
+  std::vector<size_t> settle(double now, double episode);
 
   /// Whether the node counts now.
   bool counts(size_t node) const { return nodes_[node].region.has_value(); }
-  size_t counting() const { return counting_; }
-  /// Whether some node has known the zone.
-  bool isKnown() const { return views_.size() > 1; }
-  /// All that count have a BSR, and in each region the same one with the same RPs.
-  bool agrees() const { return !disagreement_.isOpen(); }
-  /// When they did not, all in all.
-  const Spans &disagreement() const { return disagreement_; }
+  /// When it was not so that all nodes of the VRF that count have a BSR, and the same one with the same RPs as
+  /// everybody else of their region.
+  const Spans &disagreement(size_t vrf) const { return vrfs_[vrf].disagreement; }
   /// When the node counted.
   Spans counted(size_t node) const;
   Spans of(Outage outage, size_t node) const;
@@ -57,6 +55,7 @@ class ZoneAccount {
     Place region;
   };
   struct NodeRecord {
+    size_t vrf = 0;
     std::optional<size_t> number;  // of its region, as it was told
     double runsFrom = 0;
     bool belongs = false;  // it counts whenever its agent runs
@@ -71,8 +70,14 @@ class ZoneAccount {
   // It lasts as long as somebody stays in it.
   struct Region {
     std::map<uint32_t, size_t> views;  // by view, how many hold it
+    std::map<size_t, size_t> vrfs;     // by VRF, how many are in it
     Spans disagreed;
     bool isTouched = false;
+  };
+  // How many nodes count, and are without BSR; in how many regions some of them disagree.
+  struct VrfRecord {
+    size_t counting = 0, without = 0, disagreeing = 0;
+    Spans disagreement;
   };
   using View = std::tuple<Pax::IpGenAddr, uint16_t, uint32_t, uint64_t>;
 
@@ -82,6 +87,8 @@ class ZoneAccount {
   void move(NodeRecord &node, Place region, double now, double from);
   void apply(NodeRecord &node, double now);
   void uncount(NodeRecord &node);
+  void enter(NodeRecord &node);
+  void leave(NodeRecord &node);
   void touch(uint32_t region);
   void settleRegions(double now);
   static void note(Spans &spans, bool isSo, double from, double now);
@@ -92,8 +99,7 @@ class ZoneAccount {
   std::vector<size_t> changed_;     // nodes
   std::vector<uint32_t> touched_;   // regions
   bool reachChanged_ = false;
-  size_t counting_ = 0, without_ = 0, disagreeing_ = 0;
-  Spans disagreement_;
+  std::vector<VrfRecord> vrfs_;
 };
 
 }  // namespace Planning

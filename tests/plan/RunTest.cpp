@@ -5,6 +5,7 @@
 #include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <sstream>
 
 #include "plan/Program.h"
@@ -33,11 +34,23 @@ struct Ran {
   }
 };
 
+Ran run(const std::string &plan, const Arguments &arguments) {
+  const Test::TemporaryDirectory directory;
+  const std::string file = directory.path() + "/plan.json";
+  std::ofstream(file) << plan;
+  Arguments all{"run", file};
+  all.insert(all.end(), arguments.begin(), arguments.end());
+  std::ostringstream out, err;
+  Ran ran;
+  ran.status = program(all, out, err);
+  ran.out = out.str();
+  ran.err = err.str();
+  return ran;
+}
+
 // A row of so many routers, of which r1 is a candidate, and crashes.
 Ran run(size_t routers, const Arguments &arguments, const std::string &expectations = "",
         const std::string &crash = "200") {
-  const Test::TemporaryDirectory directory;
-  const std::string file = directory.path() + "/plan.json";
   std::string named = R"("r1": {"configuration": {"vrfConfig": {"default": {
       "bsrCandidateConfig": {"lo": {"group": {"224.0.0.0/4": {}}}},
       "rpCandidateConfig": {"lo": {"groupRange": {"224.0.0.0/4": {}}}}}}}})";
@@ -47,17 +60,9 @@ Ran run(size_t routers, const Arguments &arguments, const std::string &expectati
     named += ", \"" + name + "\": {}";
     links += (i > 2 ? ", {\"between\": [\"r" : "{\"between\": [\"r") + std::to_string(i - 1) + "\", \"" + name + "\"]}";
   }
-  std::ofstream(file) << R"({"name": "A row", "routers": {)" << named << "}, \"links\": [" << links
-                      << R"(], "events": [{"at": )" << crash << R"(, "crash": "r1"}], "duration": 500, "expect": [)"
-                      << expectations << "]}";
-  Arguments all{"run", file};
-  all.insert(all.end(), arguments.begin(), arguments.end());
-  std::ostringstream out, err;
-  Ran ran;
-  ran.status = program(all, out, err);
-  ran.out = out.str();
-  ran.err = err.str();
-  return ran;
+  return run(R"({"name": "A row", "routers": {)" + named + "}, \"links\": [" + links + R"(], "events": [{"at": )" +
+                 crash + R"(, "crash": "r1"}], "duration": 500, "expect": [)" + expectations + "]}",
+             arguments);
 }
 
 TEST(Run, ASmallNetworkIsToldRouterByRouter) {
@@ -144,6 +149,28 @@ TEST(Run, AVrfIsAskedAlone) {
   EXPECT_EQ(answerTo(all, simulation).size(), 2u);
   ASSERT_EQ(answerTo(one, simulation).size(), 1u);
   EXPECT_EQ(answerTo(one, simulation)[0]["vrf"], "blue");
+}
+
+TEST(Run, AZoneIsToldInEachVrf) {
+  const Ran ran = run(twoVrfs, {});
+  for (const char *text : {"=== all of 224.0.0.0/4 in VRF blue agree on r1 (192.168.0.2) with",
+                           "=== all of 224.0.0.0/4 in VRF default agree on r1 (192.168.0.1) with",
+                           "\n    VRF      zone         routers  no BSR ", "\n    blue     224.0.0.0/4        2  - ",
+                           "always\n\nBSRs in the end", "\n  224.0.0.0/4 in VRF default: none at 2 routers\n",
+                           "\n  224.0.0.0/4 in VRF blue: r1 (192.168.0.2) at 2 routers\n"}) {
+    EXPECT_NE(ran.out.find(text), std::string::npos) << text << "\n" << ran.out;
+  }
+  std::multiset<std::string> told;
+  for (const std::string &line : run(twoVrfs, {"--json"}).lines()) {
+    const auto json = nlohmann::json::parse(line);
+    if (json["type"] == "agreed") told.insert("agreed " + json["vrf"].get<std::string>());
+    if (json["type"] != "end") continue;
+    for (const auto &bsr : json["bsrs"])
+      told.insert(bsr["vrf"].get<std::string>() + " " + bsr["zone"].get<std::string>());
+  }
+  EXPECT_GT(told.count("agreed blue"), 0u);
+  EXPECT_EQ(told.count("default 224.0.0.0/4"), 2u);
+  EXPECT_EQ(told.count("blue 224.0.0.0/4"), 1u);
 }
 
 TEST(Run, JsonHasALineForEachThing) {

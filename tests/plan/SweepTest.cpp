@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <csignal>
 #include <fstream>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <numeric>
 #include <set>
@@ -93,6 +94,26 @@ TEST_F(SweepTest, FindsWhatTheNetworkCannotLose) {
   ASSERT_EQ(report["expect"].size(), 1u);
   EXPECT_EQ(report["expect"][0]["held"], 15 - 3 - 3 - 3);
   EXPECT_NE(err_.find("1 of 1 events, and what is expected then, 1 of 2 expectations"), std::string::npos) << err_;
+}
+
+TEST_F(SweepTest, AZoneIsTalliedInEachVrf) {
+  write("plan.json", twoVrfs);
+  sweep({"--no-pairs", "--results", path("results")});
+  const std::string table = out_;
+  EXPECT_LT(table.find("\nZone 224.0.0.0/4 in VRF default\n"), table.find("\nZone 224.0.0.0/4 in VRF blue\n")) << table;
+  const Lines lines = linesOf(read("results"));
+  write("turned", std::accumulate(lines.rbegin(), lines.rend(), std::string()));
+  run({"merge", path("turned")});
+  EXPECT_EQ(out_, table);
+  run({"merge", path("results"), "--json"});
+  std::map<std::string, std::set<std::string>> losses;
+  const Json report = Json::parse(out_);
+  for (const Json &zone : report["zones"]) {
+    EXPECT_EQ(zone["zone"], "224.0.0.0/4");
+    for (const Json &loss : zone["cannotLose"]) losses[zone["vrf"]].insert(loss["fails"][0]);
+  }
+  EXPECT_EQ(losses["default"], (std::set<std::string>{"link r1-r2", "link r2-r3", "router r1", "router r2"}));
+  EXPECT_EQ(losses["blue"], (std::set<std::string>{"link blue", "router r1"}));
 }
 
 TEST_F(SweepTest, TheStoryUntilTheFailureIsPlayed) {
@@ -270,9 +291,10 @@ TEST(Tally, KeepsTheWorstWhateverTheOrder) {
   // Each of 40 links leaves somebody without for as many seconds as its number with the one seed, and the half with the
   // other; every pair with link 40 leaves two routers without for good, as link 40 itself does not.
   std::vector<SweepRun> runs;
+  const Domain domain{"default", Pax::allGroups(Pax::AddressFamily::ipv4)};
   const auto add = [&](const std::vector<std::string> &failing, double seconds, size_t left) {
     SweepRun run{.plan = "p", .run = runs.size(), .failing = failing};
-    run.zones.push_back({"224.0.0.0/4", {seconds, "r1"}, {}, {}, {left, left > 0 ? "r2" : ""}, {}});
+    run.zones.push_back({domain, {seconds, "r1"}, {}, {}, {left, left > 0 ? "r2" : ""}, {}});
     runs.push_back(run);
   };
   for (const double share : {1., 0.5}) {
