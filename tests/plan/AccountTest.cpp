@@ -213,8 +213,9 @@ TEST(Account, ZonesOfTwoVrfsAreApart) {
 TEST(Account, WhoHearsOfAZoneThroughALinkToAnotherVrfMayDisagreeWithIt) {
   // r2 is a customer of r1, whose VRF of it is blue; nothing gets through.
   const Played played(R"({"routers": {"r1": {"configuration": {"vrfConfig": {"blue": {
-      "bsrCandidateConfig": {"lo": {"group": {"224.0.0.0/4": {}}}}}}}}, "r2": {}},
-    "links": [{"between": ["r1/blue", "r2"], "loss": 1}], "duration": 100})");
+      "bsrCandidateConfig": {"lo": {"group": {"224.0.0.0/4": {}}}}}}}}, "r2": {}, "r3": {}},
+    "links": [{"between": ["r1/blue", "r2"], "name": "line", "loss": 1}, {"between": ["r2", "r3"]}],
+    "events": [{"at": 100, "cut": "line"}], "duration": 200})");
   const std::vector<ZoneFigures> &zones = played.outcome.episodes.at(0).zones;
   ASSERT_EQ(zones.size(), 2u);
   EXPECT_EQ(zones[0].withoutBsr.which, "r2");
@@ -224,6 +225,7 @@ TEST(Account, WhoHearsOfAZoneThroughALinkToAnotherVrfMayDisagreeWithIt) {
     EXPECT_GT(zone.disagreed.most, 80) << zone.domain.vrf;
     EXPECT_EQ(zone.agreedAfter, std::nullopt) << zone.domain.vrf;
   }
+  EXPECT_EQ(played.outcome.episodes.at(1).zones.at(1).agreedAfter, 0) << "r1 is alone";
 }
 
 TEST(Outcome, IsTheSameForTheSameSeed) {

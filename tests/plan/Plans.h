@@ -15,13 +15,14 @@ inline Plan planFrom(const std::string &text) {
 }
 
 /// A row of routers in VRF default and another in VRF blue; in both only r1 is a candidate of the same zone, and link
-/// r1-r2 of the first is cut at 200 s.
+/// r1-r2 of the first is cut at 200 s. r2 has in VRF default the address that the candidate has in the other.
 constexpr const char *twoVrfs = R"({"templates": {"candidate": {"vrfConfig": {
     "default": {"bsrCandidateConfig": {"lo": {"group": {"224.0.0.0/4": {}}}},
                 "rpCandidateConfig": {"lo": {"groupRange": {"224.0.0.0/4": {}}}}},
     "blue": {"bsrCandidateConfig": {"lo": {"group": {"224.0.0.0/4": {}}}},
              "rpCandidateConfig": {"lo": {"groupRange": {"224.0.0.0/4": {}}}}}}}},
-  "routers": {"r1": {"template": "candidate"}, "r2": {}, "r3": {}},
+  "routers": {"r1": {"template": "candidate", "vrfs": {"blue": {"interfaces": {"lo": {"addresses": ["10.9.9.9"]}}}}},
+              "r2": {"interfaces": {"lo": {"addresses": ["10.9.9.9"]}}}, "r3": {}},
   "links": [{"between": ["r1", "r2"]}, {"between": ["r2", "r3"]},
             {"between": ["r1/blue", "r2/blue"], "name": "blue"}],
   "events": [{"at": 200, "cut": "r1-r2"}], "duration": 600})";

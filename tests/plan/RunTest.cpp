@@ -153,11 +153,11 @@ TEST(Run, AVrfIsAskedAlone) {
 
 TEST(Run, AZoneIsToldInEachVrf) {
   const Ran ran = run(twoVrfs, {});
-  for (const char *text : {"=== all of 224.0.0.0/4 in VRF blue agree on r1 (192.168.0.2) with",
+  for (const char *text : {"=== all of 224.0.0.0/4 in VRF blue agree on r1 (10.9.9.9) with",
                            "=== all of 224.0.0.0/4 in VRF default agree on r1 (192.168.0.1) with",
                            "\n    VRF      zone         routers  no BSR ", "\n    blue     224.0.0.0/4        2  - ",
                            "always\n\nBSRs in the end", "\n  224.0.0.0/4 in VRF default: none at 2 routers\n",
-                           "\n  224.0.0.0/4 in VRF blue: r1 (192.168.0.2) at 2 routers\n"}) {
+                           "\n  224.0.0.0/4 in VRF blue: r1 (10.9.9.9) at 2 routers\n"}) {
     EXPECT_NE(ran.out.find(text), std::string::npos) << text << "\n" << ran.out;
   }
   std::multiset<std::string> told;
