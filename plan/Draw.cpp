@@ -1,7 +1,7 @@
 #include <sstream>
 
+#include "plan/CommandLine.h"
 #include "plan/Pictures.h"
-#include "plan/Program.h"
 
 namespace Planning {
 
@@ -23,33 +23,26 @@ std::set<size_t> numbersFrom(const std::string &text) {
   return numbers;
 }
 
-po::options_description visibleOptions() {
-  po::options_description options("Options");
-  auto add = options.add_options();
+CommandLine lineOfDraw() {
+  CommandLine line(
+      "Usage: pimbsr-sim draw FILE DIR [OPTION]...\n\n"
+      "Plays a plan and draws into DIR the network before its first event and after each, just before the next or\n"
+      "at the end, and the time line. Prints the files.\n");
+  line.needs("file", "which plan?");
+  line.needs("folder", "into which folder?");
+  auto add = line.options();
   add("seed", po::value<uint64_t>(), "of everything that is random; by default the plan's");
   add("format", po::value<std::string>()->default_value("svg"), "svg, or dot: write the network for Graphviz only");
   add("events", po::value<std::string>(), "N,... draw the network only after these, 0 for before the first");
-  add("help", "print this");
-  return options;
+  return line;
 }
 
 }  // namespace
 
 int drawPlan(const Arguments &arguments, std::ostream &out, std::ostream &err) {
-  po::options_description options = visibleOptions();
-  po::options_description all;
-  all.add(options).add_options()("file", po::value<std::string>())("folder", po::value<std::string>());
-  const auto given = optionsFrom(arguments, all, po::positional_options_description().add("file", 1).add("folder", 1));
-  if (given.count("help") > 0) {
-    out << "Usage: pimbsr-sim draw FILE DIR [OPTION]...\n\n"
-           "Plays a plan and draws into DIR the network before its first event and after each, just before the next "
-           "or\n"
-           "at the end, and the time line. Prints the files.\n\n"
-        << options;
-    return done;
-  }
-  if (given.count("file") == 0) throw UsageError("which plan?");
-  if (given.count("folder") == 0) throw UsageError("into which folder?");
+  const auto values = lineOfDraw().valuesOf(arguments, out);
+  if (!values) return done;
+  const CommandLine::Values &given = *values;
   const auto format = given["format"].as<std::string>();
   if (format != "svg" && format != "dot") throw UsageError("--format: svg or dot, not \"" + format + "\"");
   Pictures::Options picturing{given["folder"].as<std::string>(), format == "svg"};
@@ -60,8 +53,7 @@ int drawPlan(const Arguments &arguments, std::ostream &out, std::ostream &err) {
     throw UsageError("--events: there is no event " + std::to_string(*picturing.moments.rbegin()) + "; the last is " +
                      std::to_string(last));
   }
-  const uint64_t seed = given.count("seed") > 0 ? given["seed"].as<uint64_t>() : plan.seed;
-  if (seed > UINT32_MAX) throw UsageError("--seed needs a number up to 4294967295");
+  const uint64_t seed = seedIn(given).value_or(plan.seed);
   Simulation simulation(plan, seed);
   Pictures pictures(simulation, seed, std::move(picturing), out, err);
   simulation.runTo(plan.duration);

@@ -9,15 +9,12 @@ namespace Planning {
 
 using Json = Draft::Json;
 using Kiv::toText;
-using Pax::AddressFamily;
-using Pax::IpGenAddr;
-using Pax::IpGenPrefix;
 
 namespace {
 
 // Who was BSR where, of those BSRs that are saved routers.
-Draft::Section expectedOf(const std::vector<SavedRouter> &routers, AddressFamily family) {
-  std::set<IpGenAddr> known;
+Draft::Section expectedOf(const std::vector<SavedRouter> &routers, Pax::AddressFamily family) {
+  std::set<Pax::IpGenAddr> known;
   for (const SavedRouter &router : routers) {
     for (const auto &[vrf, saved] : router.vrfs) {
       for (const auto &[name, interface] : saved.interfaces) {
@@ -26,13 +23,13 @@ Draft::Section expectedOf(const std::vector<SavedRouter> &routers, AddressFamily
       }
     }
   }
-  std::map<std::string, std::map<std::pair<IpGenPrefix, IpGenAddr>, Json>> whose;  // by VRF
+  std::map<std::string, std::map<std::pair<Pax::IpGenPrefix, Pax::IpGenAddr>, Json>> whose;  // by VRF
   for (const SavedRouter &router : routers) {
     for (const auto &[vrf, saved] : router.vrfs) {
       for (const SavedBsr &bsr : saved.bsrs) {
         if (!known.contains(bsr.address)) continue;
         Json &nodes = whose[vrf][{bsr.zone, bsr.address}];
-        nodes.push_back(vrf == "default" ? router.name : router.name + "/" + vrf);
+        nodes.push_back(nodeName(router.name, vrf));
       }
     }
   }
@@ -60,7 +57,7 @@ std::set<size_t> impossibleOf(const Draft &draft) {
 
 }  // namespace
 
-std::vector<std::string> expectBsrs(Draft &draft, const std::vector<SavedRouter> &routers, AddressFamily family) {
+std::vector<std::string> expectBsrs(Draft &draft, const std::vector<SavedRouter> &routers, Pax::AddressFamily family) {
   std::vector<std::string> notes;
   Draft::Section all = expectedOf(routers, family), kept{all.name, all.comments, {}};
   if (all.entries.empty()) return notes;

@@ -2,8 +2,8 @@
 #include <charconv>
 #include <map>
 
+#include "plan/CommandLine.h"
 #include "plan/Draft.h"
-#include "plan/Program.h"
 #include "plan/Topology.h"
 
 namespace Planning {
@@ -43,7 +43,7 @@ size_t numberFrom(const std::string &text, const char *what, size_t least, size_
 /// The options and sizes of one kind of network, as they are asked for. Whatever is given and not asked for is refused.
 class Sizes {
  public:
-  Sizes(const po::variables_map &given, std::string kind) : given_(given), kind_(std::move(kind)) {}
+  Sizes(const CommandLine::Values &given, std::string kind) : given_(given), kind_(std::move(kind)) {}
 
   /// What follows the kind.
   std::string size(const char *like) {
@@ -64,7 +64,7 @@ class Sizes {
   }
 
  private:
-  const po::variables_map &given_;
+  const CommandLine::Values &given_;
   const std::string kind_;
   std::vector<std::string> asked_;
   bool takesSize_ = false;
@@ -122,7 +122,7 @@ struct Kind {
 constexpr Kind kinds[] = {
     {"ring", ringFrom}, {"grid", gridFrom}, {"tree", treeFrom}, {"fat-tree", fatTreeFrom}, {"random", randomFrom}};
 
-Network networkFrom(const po::variables_map &given) {
+Network networkFrom(const CommandLine::Values &given) {
   const std::string kind = given["kind"].as<std::string>();
   for (const auto &[name, make] : kinds) {
     if (kind != name) continue;
@@ -257,24 +257,20 @@ Draft draftOf(const Network &network, const Groups &groups) {
 
 int generatePlan(const Arguments &arguments, std::ostream &out, std::ostream &) {
   const auto text = [] { return po::value<std::string>(); };
-  po::options_description options("Options");
-  options.add_options()("help", "print this")                                               //
-      ("family", text()->value_name("ipv4|ipv6")->default_value("ipv4"), "of the network")  //
-      ("depth", text()->value_name("LEVELS"), "of a tree below its root (2)")               //
-      ("children", text()->value_name("NUMBER"), "of each router of a tree (3)")            //
-      ("pods", text()->value_name("NUMBER"), "of a fat tree, even (4)")                     //
-      ("links", text()->value_name("NUMBER"), "of a random network (twice its routers)")    //
+  CommandLine line(
+      "Usage: pimbsr-sim generate ring ROUTERS | grid COLUMNSxROWS | tree | fat-tree | random ROUTERS\n\n"
+      "Writes a plan to begin with: a network, candidates on routers that fit, a failure and what is expected.\n");
+  line.needs("kind", "which network: ring, grid, tree, fat-tree or random?");
+  line.takes("size");
+  line.options()("family", text()->value_name("ipv4|ipv6")->default_value("ipv4"), "of the network")  //
+      ("depth", text()->value_name("LEVELS"), "of a tree below its root (2)")                         //
+      ("children", text()->value_name("NUMBER"), "of each router of a tree (3)")                      //
+      ("pods", text()->value_name("NUMBER"), "of a fat tree, even (4)")                               //
+      ("links", text()->value_name("NUMBER"), "of a random network (twice its routers)")              //
       ("seed", text()->value_name("NUMBER"), "of a random network (1): another one, another network");
-  po::options_description all;
-  all.add(options).add_options()("kind", text())("size", text());
-  const auto given = optionsFrom(arguments, all, po::positional_options_description().add("kind", 1).add("size", 1));
-  if (given.count("help") > 0) {
-    out << "Usage: pimbsr-sim generate ring ROUTERS | grid COLUMNSxROWS | tree | fat-tree | random ROUTERS\n\n"
-           "Writes a plan to begin with: a network, candidates on routers that fit, a failure and what is expected.\n\n"
-        << options;
-    return done;
-  }
-  if (given.count("kind") == 0) throw UsageError("which network: ring, grid, tree, fat-tree or random?");
+  const auto values = line.valuesOf(arguments, out);
+  if (!values) return done;
+  const CommandLine::Values &given = *values;
   const std::string family = given["family"].as<std::string>();
   if (family != groupsOf4.family && family != groupsOf6.family) throw UsageError("the family is ipv4 or ipv6");
   out << toText(draftOf(networkFrom(given), family == groupsOf6.family ? groupsOf6 : groupsOf4));

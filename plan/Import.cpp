@@ -1,14 +1,13 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "plan/CommandLine.h"
 #include "plan/ImportedPlan.h"
 #include "plan/PlanFile.h"
-#include "plan/Program.h"
 #include "platform/kiv/Value.h"
 
 namespace Planning {
 
-namespace po = boost::program_options;
 namespace fs = std::filesystem;
 
 namespace {
@@ -52,23 +51,19 @@ ImportedPlan planFrom(const std::vector<std::string> &paths) {
 }  // namespace
 
 int importPlan(const Arguments &arguments, std::ostream &out, std::ostream &err) {
-  po::options_description options("Options");
-  options.add_options()("help", "print this")("from", po::value<std::vector<std::string>>(), "saved answers");
-  const auto given = optionsFrom(arguments, options, po::positional_options_description().add("from", -1));
-  if (given.count("help") > 0) {
-    out << "Usage: pimbsr-sim import FOLDER... | FILE...\n\n"
-           "Writes the plan of a running network. Of each router there is a folder with its name, in which files have\n"
-           "what it has shown, or one file NAME.json with all of that; a folder may have such folders in it, too:\n\n"
-           "  pimbsrctl --json show interfaces      and neighbors, config; candidate-bsr, candidate-rp, which have "
-           "the\n"
-           "                                        addresses of candidates; bsr, for what is expected\n"
-           "  ip -j address                         for addresses with their prefix lengths; of a VRF that is a\n"
-           "                                        namespace in the file address-VRF.json\n";
-    return done;
-  }
-  if (given.count("from") == 0) throw UsageError("which folders or files have the saved answers?");
+  CommandLine line(
+      "Usage: pimbsr-sim import FOLDER... | FILE...\n\n"
+      "Writes the plan of a running network. Of each router there is a folder with its name, in which files have\n"
+      "what it has shown, or one file NAME.json with all of that; a folder may have such folders in it, too:\n\n"
+      "  pimbsrctl --json show interfaces      and neighbors, config; candidate-bsr, candidate-rp, which have the\n"
+      "                                        addresses of candidates; bsr, for what is expected\n"
+      "  ip -j address                         for addresses with their prefix lengths; of a VRF that is a\n"
+      "                                        namespace in the file address-VRF.json\n");
+  line.needsSome("from", "which folders or files have the saved answers?");
+  const auto given = line.valuesOf(arguments, out);
+  if (!given) return done;
   try {
-    const ImportedPlan plan = planFrom(routersIn(given["from"].as<std::vector<std::string>>()));
+    const ImportedPlan plan = planFrom(routersIn((*given)["from"].as<std::vector<std::string>>()));
     for (const std::string &note : plan.notes) err << "note: " << note << '\n';
     const std::string text = toText(plan.draft);
     out << text;

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "plan/ExpectedBsrs.h"
+#include "plan/Plan.h"
 #include "plan/Subnets.h"
 #include "platform/kiv/Value.h"
 
@@ -34,9 +35,7 @@ uint8_t likelyLength(const std::vector<IpGenAddr> &addresses) {
   return 32;
 }
 
-std::string memberText(const SavedEnd &end) {
-  return end.router->name + (end.vrf == "default" ? "" : "/" + end.vrf) + ":" + end.interface;
-}
+std::string memberText(const SavedEnd &end) { return nodeName(end.router->name, end.vrf) + ":" + end.interface; }
 
 // An empty object where there is none.
 const Json &objectIn(const Json &json, const std::string &name) {

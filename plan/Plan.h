@@ -114,6 +114,9 @@ struct Expectation {
   std::string text{};         ///< as it is told: "at 90 s the BSR of 224.0.0.0/4 is r1 (10.0.0.1) everywhere"
 };
 
+/// "r1", or "r1/blue" where the VRF is not the default one.
+std::string nodeName(const std::string &router, const std::string &vrf);
+
 struct Plan {
   std::string name;
   Pax::AddressFamily family = Pax::AddressFamily::ipv4;
@@ -126,7 +129,7 @@ struct Plan {
 
   /// Every router in each of its VRFs.
   std::vector<Node> nodes() const;
-  /// "r1", or "r1/blue" where the VRF is not the default one.
+  /// "r1", "r1/blue".
   std::string nameOf(const Node &node) const;
   /// Whether there are others than "default", so that VRFs are to be told.
   bool hasVrfs() const;

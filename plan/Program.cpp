@@ -2,15 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <boost/program_options/parsers.hpp>
 
 #include "daemon/EventLines.h"
-#include "daemon/control/OptionError.h"
 #include "plan/PlanFile.h"
 
 namespace Planning {
-
-namespace po = boost::program_options;
 
 namespace {
 
@@ -40,18 +36,6 @@ void printUsage(std::ostream &out) {
 }
 
 }  // namespace
-
-po::variables_map optionsFrom(const Arguments &arguments, const po::options_description &options,
-                              const po::positional_options_description &others) {
-  po::variables_map given;
-  try {
-    po::store(po::command_line_parser(arguments).options(options).positional(others).run(), given);
-    po::notify(given);
-  } catch (const po::error &error) {
-    throw UsageError(Control::textOf(error));
-  }
-  return given;
-}
 
 Plan planOf(const std::string &file, std::ostream &err) {
   const auto fromInput = [] { return planFromText(std::string(std::istreambuf_iterator<char>(std::cin), {}), ""); };

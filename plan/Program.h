@@ -1,9 +1,6 @@
 /// The program pimbsr-sim: its verbs and what they have in common.
 #pragma once
 
-#include <boost/program_options/options_description.hpp>
-#include <boost/program_options/positional_options.hpp>
-#include <boost/program_options/variables_map.hpp>
 #include <iostream>
 #include <stdexcept>
 #include <string>
@@ -45,11 +42,6 @@ int importPlan(const Arguments &arguments, std::ostream &out, std::ostream &err)
 int mergeResults(const Arguments &arguments, std::ostream &out, std::ostream &err);
 int printSchema(const Arguments &arguments, std::ostream &out, std::ostream &err);
 int sweepPlan(const Arguments &arguments, std::ostream &out, std::ostream &err);
-
-/// Takes the arguments of a verb: options and those without a name. Throws UsageError.
-boost::program_options::variables_map optionsFrom(const Arguments &arguments,
-                                                  const boost::program_options::options_description &options,
-                                                  const boost::program_options::positional_options_description &others);
 
 /// Reads the plan, and tells warnings. Throws PlanRefused when it has errors, which are told, too.
 Plan planOf(const std::string &file, std::ostream &err);

@@ -29,7 +29,7 @@ void Resolver::findSharedAddresses() {
     for (const Vrf &vrf : plan_.routers[router].vrfs) {
       for (const Interface &interface : vrf.interfaces) {
         const std::string &routerName = plan_.routers[router].name;
-        const std::string name = routerName + (vrf.name == "default" ? "" : "/" + vrf.name) + ":" + interface.name;
+        const std::string name = nodeName(routerName, vrf.name) + ":" + interface.name;
         for (const Sim::IntfAddress &each : interface.addresses) {
           if (each.address.isLinkLocal()) continue;
           const bool isHost = each.subnet == IpGenPrefix::host(each.address);

@@ -14,9 +14,12 @@ std::vector<Node> Plan::nodes() const {
   return all;
 }
 
+std::string nodeName(const std::string &router, const std::string &vrf) {
+  return vrf == "default" ? router : router + "/" + vrf;
+}
+
 std::string Plan::nameOf(const Node &node) const {
-  const Router &router = routers[node.router];
-  return node.vrf == 0 ? router.name : router.name + "/" + router.vrfs[node.vrf].name;
+  return nodeName(routers[node.router].name, routers[node.router].vrfs[node.vrf].name);
 }
 
 bool Plan::hasVrfs() const {

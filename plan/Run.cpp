@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <chrono>
 
+#include "plan/CommandLine.h"
 #include "plan/Pictures.h"
-#include "plan/Program.h"
 #include "plan/RunJson.h"
 #include "plan/RunText.h"
 #include "plan/TimeLine.h"
@@ -14,12 +14,6 @@ namespace Planning {
 namespace po = boost::program_options;
 
 namespace {
-
-constexpr const char *usage =
-    "Usage: pimbsr-sim run FILE [OPTION]...\n\n"
-    "Plays a plan. Tells what happens as it happens, then how long routers were without BSR or RPs, or disagreed,\n"
-    "after each event, and which expectations held. Exit status: 0 all of them, 1 not all, 2 the command line or the\n"
-    "plan is wrong.\n\n";
 
 struct RunOptions {
   std::optional<uint64_t> seed;
@@ -31,10 +25,15 @@ struct RunOptions {
   bool progress = false;
 };
 
-po::options_description describedOptions() {
-  po::options_description options("Options");
-  auto add = options.add_options();
-  add("help", "print this");
+CommandLine lineOfRun() {
+  CommandLine line(
+      "Usage: pimbsr-sim run FILE [OPTION]...\n\n"
+      "Plays a plan. Tells what happens as it happens, then how long routers were without BSR or RPs, or disagreed,\n"
+      "after each event, and which expectations held. Exit status: 0 all of them, 1 not all, 2 the command line or "
+      "the\n"
+      "plan is wrong.\n");
+  line.needs("file", "which plan?");
+  auto add = line.options();
   add("seed", po::value<uint64_t>()->value_name("N"), "of everything random, instead of the plan's");
   add("json", "print JSON lines, which docs/plans.md describes");
   add("severity", po::value<std::string>()->value_name("WORD")->default_value("notice"),
@@ -46,13 +45,12 @@ po::options_description describedOptions() {
   add("pictures", po::value<std::string>()->value_name("DIR"),
       "draw the network and the time line there, as \"draw\" does");
   add("progress", "say on standard error how far it is, even if that is no terminal");
-  return options;
+  return line;
 }
 
-RunOptions runOptionsFrom(const po::variables_map &given) {
+RunOptions runOptionsFrom(const CommandLine::Values &given) {
   RunOptions options;
-  if (given.count("seed") > 0) options.seed = given["seed"].as<uint64_t>();
-  if (options.seed.value_or(0) > UINT32_MAX) throw UsageError("--seed needs a number up to 4294967295");
+  options.seed = seedIn(given);
   options.json = given.count("json") > 0;
   try {
     options.severity = Routing::Pim::Bsr::severityFrom(given["severity"].as<std::string>());
@@ -127,17 +125,10 @@ int run(Plan &plan, const RunOptions &options, std::ostream &out, std::ostream &
 }  // namespace
 
 int runPlan(const Arguments &arguments, std::ostream &out, std::ostream &err) {
-  const po::options_description options = describedOptions();
-  po::options_description all;
-  all.add(options).add_options()("file", po::value<std::string>());
-  const auto given = optionsFrom(arguments, all, po::positional_options_description().add("file", 1));
-  if (given.count("help") > 0) {
-    out << usage << options;
-    return done;
-  }
-  if (given.count("file") == 0) throw UsageError("which plan?");
-  const RunOptions chosen = runOptionsFrom(given);
-  Plan plan = planOf(given["file"].as<std::string>(), err);
+  const auto given = lineOfRun().valuesOf(arguments, out);
+  if (!given) return done;
+  const RunOptions chosen = runOptionsFrom(*given);
+  Plan plan = planOf((*given)["file"].as<std::string>(), err);
   return run(plan, chosen, out, err);
 }
 

@@ -5,8 +5,8 @@
 #include <thread>
 
 #include "daemon/file/Findings.h"
+#include "plan/CommandLine.h"
 #include "plan/Naming.h"
-#include "plan/Program.h"
 #include "plan/ResultFile.h"
 #include "plan/SweepRun.h"
 #include "plan/Tally.h"
@@ -21,11 +21,14 @@ namespace {
 constexpr double secondsMost = 1e8;
 constexpr size_t runsMost = 100'000'000;
 
-po::options_description sweepOptions() {
-  po::options_description options("Options");
-  options.add_options()("help", "print this")  //
-      ("seeds", po::value<size_t>()->value_name("N")->default_value(1),
-       "all of it with so many seeds, from the plan's")  //
+CommandLine lineOfSweep() {
+  CommandLine line(
+      "Usage: pimbsr-sim sweep FILE [OPTION]...\n\n"
+      "Lets every link, every router and every pair of links fail in turn, and tells what the network cannot lose,\n"
+      "what is worst of the rest, and how often what is expected holds. Exit status 1: it did not always hold.\n");
+  line.needs("file", "which plan?");
+  line.options()("seeds", po::value<size_t>()->value_name("N")->default_value(1),
+                 "all of it with so many seeds, from the plan's")  //
       ("at", po::value<double>()->value_name("SECONDS"),
        "when things fail; by default 60 s after all routers have come to agree, or with the next event if that is "
        "sooner. The story is played until then")  //
@@ -38,16 +41,16 @@ po::options_description sweepOptions() {
       ("list", "only print a command line for each run, which prints its result")                //
       ("run", po::value<size_t>()->value_name("NUMBER"), "only this run, and print its result")  //
       ("json", "print JSON");
-  return options;
+  return line;
 }
 
-double secondsOf(const po::variables_map &given, const char *name) {
+double secondsOf(const CommandLine::Values &given, const char *name) {
   const double seconds = given[name].as<double>();
   if (!(seconds >= 0 && seconds <= secondsMost)) throw UsageError("--" + std::string(name) + " is no time in seconds");
   return seconds;
 }
 
-Cases::Setting settingOf(const Plan &plan, const po::variables_map &given) {
+Cases::Setting settingOf(const Plan &plan, const CommandLine::Values &given) {
   Cases::Setting setting;
   if (given.count("pairs") > 0 && given.count("no-pairs") > 0) throw UsageError("--pairs goes not with --no-pairs");
   setting.pairs = given.count("no-pairs") == 0;
@@ -86,7 +89,7 @@ std::string quoted(const std::string &text) {
 
 class Sweep {
  public:
-  Sweep(const std::string &file, const Plan &plan, const po::variables_map &given)
+  Sweep(const std::string &file, const Plan &plan, const CommandLine::Values &given)
       : file_(file), given_(given), cases_(plan, settingOf(plan, given)), seeds_(given["seeds"].as<size_t>()) {
     if (seeds_ == 0 || seeds_ > runsMost / cases_.perSeed()) {
       throw UsageError("such a sweep has no runs, or more than " + std::to_string(runsMost));
@@ -111,7 +114,7 @@ class Sweep {
   bool play(const std::vector<size_t> &runs, std::ostream &err);
 
   const std::string file_;
-  const po::variables_map &given_;
+  const CommandLine::Values &given_;
   const Cases cases_;
   const size_t seeds_;
   std::string digest_;
@@ -213,19 +216,9 @@ int Sweep::playAll(std::ostream &out, std::ostream &err) {
 }  // namespace
 
 int sweepPlan(const Arguments &arguments, std::ostream &out, std::ostream &err) {
-  const po::options_description options = sweepOptions();
-  po::options_description all;
-  all.add(options).add_options()("file", po::value<std::string>());
-  const auto given = optionsFrom(arguments, all, po::positional_options_description().add("file", 1));
-  if (given.count("help") > 0) {
-    out << "Usage: pimbsr-sim sweep FILE [OPTION]...\n\n"
-           "Lets every link, every router and every pair of links fail in turn, and tells what the network cannot "
-           "lose,\n"
-           "what is worst of the rest, and how often what is expected holds. Exit status 1: it did not always hold.\n\n"
-        << options;
-    return done;
-  }
-  if (given.count("file") == 0) throw UsageError("which plan?");
+  const auto values = lineOfSweep().valuesOf(arguments, out);
+  if (!values) return done;
+  const CommandLine::Values &given = *values;
   const size_t single = given.count("run") + given.count("list");
   if (single > 1) throw UsageError("--run goes not with --list");
   if (single > 0 && given.count("results") > 0) {
@@ -242,20 +235,15 @@ int sweepPlan(const Arguments &arguments, std::ostream &out, std::ostream &err) 
 }
 
 int mergeResults(const Arguments &arguments, std::ostream &out, std::ostream &err) {
-  po::options_description options("Options");
-  options.add_options()("help", "print this")("json", "print JSON");
-  po::options_description all;
-  all.add(options).add_options()("results", po::value<std::vector<std::string>>());
-  const auto given = optionsFrom(arguments, all, po::positional_options_description().add("results", -1));
-  if (given.count("help") > 0) {
-    out << "Usage: pimbsr-sim merge RESULTS... [--json]\n\n"
-           "Puts results of single runs together, as the command lines of \"sweep --list\" print them, in any order "
-           "and\n"
-           "any number of files (\"-\": standard input), and prints what the sweep would have printed.\n\n"
-        << options;
-    return done;
-  }
-  if (given.count("results") == 0) throw UsageError("which results?");
+  CommandLine line(
+      "Usage: pimbsr-sim merge RESULTS... [--json]\n\n"
+      "Puts results of single runs together, as the command lines of \"sweep --list\" print them, in any order and\n"
+      "any number of files (\"-\": standard input), and prints what the sweep would have printed.\n");
+  line.needsSome("results", "which results?");
+  line.options()("json", "print JSON");
+  const auto values = line.valuesOf(arguments, out);
+  if (!values) return done;
+  const CommandLine::Values &given = *values;
   Tally tally;
   try {
     for (const std::string &file : given["results"].as<std::vector<std::string>>()) {

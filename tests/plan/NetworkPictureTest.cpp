@@ -42,14 +42,21 @@ std::vector<std::string> linesOf(const std::string &table) {
   return lines;
 }
 
+// A plan that is played, and its picture as it goes on.
+struct Drawn {
+  explicit Drawn(const std::string &text) : plan(planFrom(text)) {}
+
+  const Plan plan;
+  Simulation simulation{plan, 1};
+  Legend legend{plan};
+  NetworkLayout layout{plan};
+  NetworkPicture picture{simulation, legend, layout};
+};
+
 TEST(NetworkPicture, SaysWhatEachRouterAndLinkIs) {
-  const Plan plan = planFrom(site);
-  Simulation simulation(plan, 1);
-  Legend legend(plan);
-  NetworkLayout layout(plan);
-  NetworkPicture picture(simulation, legend, layout);
-  simulation.runTo(190);
-  const DotReader before(picture.dot("at first"));
+  Drawn drawn(site);
+  drawn.simulation.runTo(190);
+  const DotReader before(drawn.picture.dot("at first"));
   EXPECT_EQ(before.name, "a \"site\" &amp;amp; <more> \\");
   const std::vector<std::string> head = linesOf(before.of("graph")["label"]);
   ASSERT_EQ(head.size(), 11u);
@@ -76,8 +83,8 @@ TEST(NetworkPicture, SaysWhatEachRouterAndLinkIs) {
   EXPECT_EQ(before.of("r3 -- r4")["headlabel"], "B");
   EXPECT_EQ(before.of("r5 -- LAN:lan")["arrowtail"], "none");
 
-  simulation.runTo(480);
-  const DotReader after(picture.dot("at last"));
+  drawn.simulation.runTo(480);
+  const DotReader after(drawn.picture.dot("at last"));
   EXPECT_EQ(after.of("r1")["label"], "r1\\nno power");
   EXPECT_EQ(after.of("r7")["label"], "r7\\nstands by");
   EXPECT_EQ(after.of("r3")["label"], "r3\\nA: no BSR");
@@ -106,19 +113,15 @@ TEST(NetworkPicture, OfManyRoutersSaysInFewWordsWhoseBsrIsAnother) {
     routers.append(i > 1 ? ", \"r" : "\"r").append(std::to_string(i)).append("\": ");
     routers.append(i == 1 || i == 60 ? candidate : "{}");
   }
-  const Plan plan = planFrom("{\"routers\": {" + routers + "}, \"links\": [" + links +
-                             "], \"events\": [{\"at\": 100, \"cut\": \"r20-r21\"}, {\"at\": 100, \"crash\": \"r1\"}, "
-                             "{\"at\": 300, \"start\": \"r1\"}]}");
-  Simulation simulation(plan, 1);
-  Legend legend(plan);
-  NetworkLayout layout(plan);
-  NetworkPicture picture(simulation, legend, layout);
-  simulation.runTo(290);
-  const DotReader lost(picture.dot(""));
+  Drawn drawn("{\"routers\": {" + routers + "}, \"links\": [" + links +
+              "], \"events\": [{\"at\": 100, \"cut\": \"r20-r21\"}, {\"at\": 100, \"crash\": \"r1\"}, "
+              "{\"at\": 300, \"start\": \"r1\"}]}");
+  drawn.simulation.runTo(290);
+  const DotReader lost(drawn.picture.dot(""));
   EXPECT_EQ(lost.of("r5")["label"], "r5");  // 19 share this fault
   EXPECT_EQ(lost.of("r5")["style"], "filled,dashed");
-  simulation.runTo(500);
-  const DotReader split(picture.dot(""));
+  drawn.simulation.runTo(500);
+  const DotReader split(drawn.picture.dot(""));
   EXPECT_EQ(split.of("r1")["label"], "r1 (2)\\nBSR");
   EXPECT_EQ(split.of("r5")["label"], "r5 (2)");
   EXPECT_EQ(split.of("r21")["label"], "r21");
