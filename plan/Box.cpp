@@ -163,6 +163,17 @@ HeldByZone Box::held(size_t vrf) const {
   return all;
 }
 
+std::set<Pax::IpGenAddr> Box::rps(size_t vrf, const Pax::IpGenPrefix &zone) const {
+  std::set<Pax::IpGenAddr> all;
+  const auto status = this->status(vrf);
+  const auto sets = status ? rpSetsOf(*status, zone) : nullptr;
+  if (!sets) return all;
+  for (const auto &[prefix, rps] : sets->crpSet()) {
+    for (const auto &[address, rp] : rps->rp()) all.insert(address);
+  }
+  return all;
+}
+
 std::vector<VrfView> Box::views() {
   std::vector<VrfView> views;
   for (Sim::Router *vrf : host_.vrfs()) {

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -70,6 +71,8 @@ class Box {
 
   /// What the VRF holds now; empty while its agent does not run there.
   HeldByZone held(size_t vrf) const;
+  /// The RPs that the VRF knows of the zone, also when the agent does not run any more.
+  std::set<Pax::IpGenAddr> rps(size_t vrf, const Pax::IpGenPrefix &zone) const;
   /// The views of the VRFs in which the agent is to run, by name.
   std::vector<Routing::Pim::Bsr::VrfView> views();
   /// What "pimbsrctl --json show NOUN ARGUMENT", or "explain", prints; of events, drops and nouns about VRFs. Throws

@@ -1,6 +1,10 @@
 #include "plan/Draft.h"
 
+#include "daemon/EventLines.h"
+
 namespace Planning {
+
+using Routing::Pim::Bsr::EventLines;
 
 namespace {
 
@@ -35,7 +39,7 @@ std::string filledLines(const Draft::Json &list, size_t indent) {
 
 void put(std::string &text, const Draft::Comments &comments, size_t indent) {
   for (const std::string &comment : comments) {
-    text += comment.empty() ? "\n" : blanks(indent) + "// " + comment + "\n";
+    text += comment.empty() ? "\n" : blanks(indent) + "// " + EventLines::printable(comment) + "\n";
   }
 }
 

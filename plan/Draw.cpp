@@ -31,9 +31,11 @@ CommandLine lineOfDraw() {
   line.needs("file", "which plan?");
   line.needs("folder", "into which folder?");
   auto add = line.options();
-  add("seed", po::value<uint64_t>(), "of everything that is random; by default the plan's");
-  add("format", po::value<std::string>()->default_value("svg"), "svg, or dot: write the network for Graphviz only");
-  add("events", po::value<std::string>(), "N,... draw the network only after these, 0 for before the first");
+  add("seed", po::value<uint64_t>()->value_name("N"), "of everything that is random; by default the plan's");
+  add("format", po::value<std::string>()->value_name("svg|dot")->default_value("svg"),
+      "dot: write the network for Graphviz only");
+  add("events", po::value<std::string>()->value_name("N,..."),
+      "draw the network only after these, 0 for before the first");
   return line;
 }
 

@@ -4,6 +4,7 @@
 
 #include "plan/CommandLine.h"
 #include "plan/Draft.h"
+#include "plan/Naming.h"
 #include "plan/Topology.h"
 
 namespace Planning {
@@ -111,8 +112,7 @@ Network randomFrom(Sizes &sizes) {
   const size_t links = sizes.option("links", std::min(all, 2 * routers), routers - 1, all);
   const size_t seed = sizes.option("seed", 1, 0, UINT32_MAX);
   return {randomNetwork(routers, links, seed), "A random network of " + std::to_string(routers) + " routers and " +
-                                                   std::to_string(links) + " links (seed " + std::to_string(seed) +
-                                                   ")"};
+                                                   counted(links, "link") + " (seed " + std::to_string(seed) + ")"};
 }
 
 struct Kind {

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "daemon/EventLines.h"
 #include "plan/CommandLine.h"
 #include "plan/ImportedPlan.h"
 #include "plan/PlanFile.h"
@@ -33,7 +34,7 @@ Pax::AddressFamily familyOfAll(const std::vector<std::string> &paths) {
   for (const std::string &path : paths) {
     if (const auto family = familyOf(path)) return *family;
   }
-  throw SavedFault("no router has shown an address: of which family are they?");
+  throw InputFault("no router has shown an address: of which family are they?");
 }
 
 ImportedPlan planFrom(const std::vector<std::string> &paths) {
@@ -44,7 +45,7 @@ ImportedPlan planFrom(const std::vector<std::string> &paths) {
             [](const SavedRouter &a, const SavedRouter &b) { return NaturalOrder()(a.name, b.name); });
   const auto same = std::adjacent_find(routers.begin(), routers.end(),
                                        [](const SavedRouter &a, const SavedRouter &b) { return a.name == b.name; });
-  if (same != routers.end()) throw SavedFault("two routers are called " + same->name);
+  if (same != routers.end()) throw InputFault("two routers are called " + same->name);
   return importedPlanOf(routers, family);
 }
 
@@ -62,20 +63,13 @@ int importPlan(const Arguments &arguments, std::ostream &out, std::ostream &err)
   line.needsSome("from", "which folders or files have the saved answers?");
   const auto given = line.valuesOf(arguments, out);
   if (!given) return done;
-  try {
-    const ImportedPlan plan = planFrom(routersIn((*given)["from"].as<std::vector<std::string>>()));
-    for (const std::string &note : plan.notes) err << "note: " << note << '\n';
-    const std::string text = toText(plan.draft);
-    out << text;
-    const LoadedPlan loaded = planFromText(text, "");
-    for (const std::string &line : Routing::Pim::Bsr::firstOf(loaded.findings.errors, "the plan")) {
-      err << "error: " << line << '\n';
-    }
-    return loaded.good() ? done : failed;
-  } catch (const SavedFault &fault) {
-    err << "error: " << fault.what() << '\n';
-    return refused;
-  }
+  const ImportedPlan plan = planFrom(routersIn((*given)["from"].as<std::vector<std::string>>()));
+  for (const std::string &note : plan.notes) err << "note: " << Routing::Pim::Bsr::EventLines::printable(note) << '\n';
+  const std::string text = toText(plan.draft);
+  out << text;
+  const LoadedPlan loaded = planFromText(text, "");
+  tellFindings("error: ", loaded.findings.errors, "the plan", err);
+  return loaded.good() ? done : failed;
 }
 
 }  // namespace Planning

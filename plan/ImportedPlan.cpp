@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "plan/ExpectedBsrs.h"
-#include "plan/Plan.h"
+#include "plan/Naming.h"
 #include "plan/Subnets.h"
 #include "platform/kiv/Value.h"
 
@@ -34,8 +34,6 @@ uint8_t likelyLength(const std::vector<IpGenAddr> &addresses) {
   }
   return 32;
 }
-
-std::string memberText(const SavedEnd &end) { return nodeName(end.router->name, end.vrf) + ":" + end.interface; }
 
 // An empty object where there is none.
 const Json &objectIn(const Json &json, const std::string &name) {
@@ -184,7 +182,7 @@ Draft::Entry Importer::routerEntry(const SavedRouter &router) {
     try {
       entry.value["configuration"] = withoutDefaults(router.configuration, family_);
     } catch (const std::invalid_argument &fault) {
-      throw SavedFault(router.name + ": its configuration cannot be used: " + fault.what());
+      throw InputFault(router.name + ": its configuration cannot be used: " + fault.what());
     }
   }
   return entry;
@@ -233,7 +231,7 @@ ImportedPlan Importer::made() {
   notes_.insert(notes_.end(), wiring_.notes.begin(), wiring_.notes.end());
   if (guessedLengths_ > 0) {
     notes_.push_back("Nothing saved (as by \"ip -j address\") has the prefix lengths of " +
-                     std::to_string(guessedLengths_) + " addresses: those that fit their links are taken");
+                     counted(guessedLengths_, "address", "addresses") + ": what fits the link is taken");
   }
   Draft &draft = plan.draft;
   draft.head.push_back({"name", "The running network"});
@@ -242,9 +240,8 @@ ImportedPlan Importer::made() {
   if (!links.entries.empty()) draft.sections.push_back(std::move(links));
   const std::vector<std::string> leftOut = expectBsrs(draft, routers_, family_);
   notes_.insert(notes_.end(), leftOut.begin(), leftOut.end());
-  draft.comments = {
-      "The network of " + std::to_string(routers_.size()) + " running routers, from what they have shown.",
-      "Their routes are not known: packets take the shortest paths, by the cost of links (1 each)."};
+  draft.comments = {"The network of " + counted(routers_.size(), "running router") + ", from what was shown there.",
+                    "Their routes are not known: packets take the shortest paths, by the cost of links (1 each)."};
   if (!notes_.empty()) draft.comments.push_back("What was assumed besides:");
   for (const std::string &note : notes_) draft.comments.push_back("- " + note);
   plan.notes = std::move(notes_);

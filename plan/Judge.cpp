@@ -12,12 +12,7 @@ namespace {
 
 bool isAtOnce(const Expectation &expectation) { return expectation.kind < Kind::agree; }
 
-std::string routersText(size_t count) {
-  std::string text = std::to_string(count);
-  return text.append(count == 1 ? " router" : " routers");
-}
-
-std::string allOf(size_t count) { return count == 1 ? "the only router asked" : "all " + routersText(count); }
+std::string allOf(size_t count) { return count == 1 ? "the only router asked" : "all " + counted(count, "router"); }
 
 const char *outageText(Kind kind) {
   if (kind == Kind::agree) return " disagreed";
@@ -116,7 +111,7 @@ Verdict Judge::look(const Expectation &expectation) const {
   for (const auto &[difference, nodes] : differences) {
     seen.append(seen.empty() ? "" : "; ").append(naming_.listOf(nodes)).append(" had ").append(difference);
   }
-  if (wrong < asked) seen.append("; as expected at ").append(routersText(asked - wrong));
+  if (wrong < asked) seen.append("; as expected at ").append(counted(asked - wrong, "router"));
   return {false, seen};
 }
 

@@ -79,8 +79,8 @@ void LaneDrawing::drawRun(const Run &run) {
   }
   const double end = run.end < steps_.size() ? steps_[run.end].from : frame_.duration;
   const std::string title = nameOf(run.band) + ": at most " + std::to_string(most) + " of " +
-                            std::to_string(lane_.members) + " routers, " + briefSeconds(steps_[run.begin].from) +
-                            " s to " + briefSeconds(end) + " s";
+                            counted(lane_.members, "router") + ", " + briefSeconds(steps_[run.begin].from) + " s to " +
+                            briefSeconds(end) + " s";
   svg_.polygon(
       points,
       "class=\"band\" fill=\"" + fillOf(run.band, "url(#without)") + "\" stroke=\"#555555\" stroke-width=\"0.5\"",
@@ -134,7 +134,7 @@ void LaneDrawing::drawWithoutRp() {
     const double top = bottom - least - (stripHeight - least - 2) * share;
     const double end = step + 1 < steps_.size() ? steps_[step + 1].from : frame_.duration;
     svg_.polygon({{left, top}, {right, top}, {right, bottom}, {left, bottom}}, "class=\"withoutRp\" fill=\"#b00020\"",
-                 std::to_string(without) + " of " + std::to_string(lane_.members) + " routers without RP, " +
+                 std::to_string(without) + " of " + counted(lane_.members, "router") + " without RP, " +
                      briefSeconds(steps_[step].from) + " s to " + briefSeconds(end) + " s");
   }
   svg_.line(frame_.left, bottom, frame_.right(), bottom, "stroke=\"#888888\" stroke-width=\"0.5\"");

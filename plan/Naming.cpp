@@ -92,8 +92,8 @@ std::string withDecimals(double seconds, int decimals) {
 
 }  // namespace
 
-std::string counted(size_t number, const std::string &what) {
-  return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
+std::string counted(size_t number, const std::string &what, const std::string &several) {
+  return std::to_string(number) + " " + (number == 1 ? what : several.empty() ? what + "s" : several);
 }
 
 std::string briefSeconds(double seconds) { return withDecimals(seconds, seconds < 1 ? 3 : 1); }

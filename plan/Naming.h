@@ -35,8 +35,8 @@ class Naming {
   std::map<std::pair<Pax::IpGenAddr, std::string>, std::string> routers_;  // by VRF, or by "" in all of them
 };
 
-/// "1 router", "2 routers".
-std::string counted(size_t number, const std::string &what);
+/// "1 router", "2 routers"; "2 addresses" where an "s" does not do.
+std::string counted(size_t number, const std::string &what, const std::string &several = "");
 /// "12.3", "0.012", "0": as brief as a table wants them.
 std::string briefSeconds(double seconds);
 /// To the millisecond: "12.34".

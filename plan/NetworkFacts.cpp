@@ -79,15 +79,10 @@ void NetworkFacts::findNode(const Simulation &simulation, Legend &legend, const 
 }
 
 void NetworkFacts::findRps(const Simulation &simulation, const Legend &legend, const Node &node) {
-  const auto status = simulation.box(node.router).status(node.vrf);
   for (const auto &[zone, held] : simulation.held(node)) {
     const Domain domain = legend.domainOf(node, zone);
     if (held.rps == 0 || !known_.emplace(domain, held.digest).second) continue;
-    const auto sets = Routing::Pim::Bsr::rpSetsOf(*status, zone);
-    if (!sets) continue;
-    for (const auto &[prefix, set] : sets->crpSet()) {
-      for (const auto &[address, rp] : set->rp()) domains[domain].rps.insert(address);
-    }
+    domains[domain].rps.merge(simulation.box(node.router).rps(node.vrf, zone));
   }
 }
 

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "daemon/EventLines.h"
+#include "plan/InputFault.h"
 #include "plan/PlanFile.h"
 
 namespace Planning {
@@ -32,21 +33,27 @@ void printUsage(std::ostream &out) {
     out << usage << ' ' << verb.help << '\n';
   }
   out << "\n'pimbsr-sim VERB --help' has the options of a verb. Exit status: 0 done, 1 an expectation does\n"
-         "not hold or something failed, 2 the command line or the plan is wrong.\n";
+         "not hold, or something failed, such as the writing of a file, 2 the command line, the plan or other\n"
+         "input is wrong.\n";
 }
 
+// What it says may be out of a foreign file.
+std::string printable(const std::exception &error) { return Routing::Pim::Bsr::EventLines::printable(error.what()); }
+
 }  // namespace
+
+void tellFindings(const char *kind, const std::vector<Routing::Pim::Bsr::Finding> &findings, const std::string &file,
+                  std::ostream &err) {
+  for (const std::string &line : Routing::Pim::Bsr::firstOf(findings, file)) {
+    err << kind << Routing::Pim::Bsr::EventLines::printable(line) << '\n';
+  }
+}
 
 Plan planOf(const std::string &file, std::ostream &err) {
   const auto fromInput = [] { return planFromText(std::string(std::istreambuf_iterator<char>(std::cin), {}), ""); };
   LoadedPlan loaded = file == "-" ? fromInput() : planFromFile(file);
-  using Routing::Pim::Bsr::EventLines;
-  for (const auto &[kind, findings] :
-       {std::pair("error: ", &loaded.findings.errors), std::pair("warning: ", &loaded.findings.warnings)}) {
-    for (const std::string &line : Routing::Pim::Bsr::firstOf(*findings, file)) {
-      err << kind << EventLines::printable(line) << '\n';
-    }
-  }
+  tellFindings("error: ", loaded.findings.errors, file, err);
+  tellFindings("warning: ", loaded.findings.warnings, file, err);
   if (!loaded.good()) throw PlanRefused();
   return std::move(loaded.plan);
 }
@@ -72,12 +79,15 @@ int program(const Arguments &arguments, std::ostream &out, std::ostream &err) {
     err << "pimbsr-sim: the output cannot be written\n";
     return failed;
   } catch (const UsageError &error) {
-    err << "pimbsr-sim: " << error.what() << "\nUsage: pimbsr-sim " << verb->name << ' ' << verb->synopsis << '\n';
+    err << "pimbsr-sim: " << printable(error) << "\nUsage: pimbsr-sim " << verb->name << ' ' << verb->synopsis << '\n';
     return refused;
   } catch (const PlanRefused &) {
     return refused;
+  } catch (const InputFault &fault) {
+    err << "error: " << printable(fault) << '\n';
+    return refused;
   } catch (const std::exception &error) {
-    err << "pimbsr-sim: " << error.what() << '\n';
+    err << "pimbsr-sim: " << printable(error) << '\n';
     return failed;
   }
 }

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "daemon/file/Findings.h"
 #include "plan/Plan.h"
 
 namespace Planning {
@@ -25,7 +26,7 @@ class UsageError : public std::invalid_argument {
 int program(const Arguments &arguments, std::ostream &out, std::ostream &err);
 
 /// One verb: "run", what follows it in the usage, what it does in a line, and how. It returns the exit status, and
-/// throws UsageError, or any other std::exception, which ends the program with `failed`.
+/// throws UsageError, InputFault, or any other std::exception, which ends the program with `failed`.
 struct ProgramVerb {
   const char *name;
   const char *synopsis;
@@ -43,6 +44,9 @@ int mergeResults(const Arguments &arguments, std::ostream &out, std::ostream &er
 int printSchema(const Arguments &arguments, std::ostream &out, std::ostream &err);
 int sweepPlan(const Arguments &arguments, std::ostream &out, std::ostream &err);
 
+/// A line for each of the first, behind "error: " or "warning: ".
+void tellFindings(const char *kind, const std::vector<Routing::Pim::Bsr::Finding> &findings, const std::string &file,
+                  std::ostream &err);
 /// Reads the plan, and tells warnings. Throws PlanRefused when it has errors, which are told, too.
 Plan planOf(const std::string &file, std::ostream &err);
 /// The errors are told; ends the program with `refused`.

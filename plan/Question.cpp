@@ -22,22 +22,6 @@ bool isSimulated(const Control::Noun &noun) {
                       [&](const char *name) { return std::string_view(name) == noun.name; });
 }
 
-std::string askable() {
-  std::string text = "    Ask \"ROUTER[/VRF] show NOUN [ARGUMENT] [at SECONDS]\" about ";
-  const char *separator = "";
-  for (const Control::Noun &noun : Control::nouns()) {
-    if (!isSimulated(noun)) continue;
-    text.append(std::exchange(separator, ", ")).append(noun.name);
-    if (*noun.operand) text.append(" ").append(noun.operand);
-  }
-  text += " or\n    \"ROUTER[/VRF] explain TOPIC [at SECONDS]\" about ";
-  separator = "";
-  for (const Control::Noun &topic : Control::verbOf("explain")->own) {
-    text.append(std::exchange(separator, ", ")).append(topic.name).append(" ").append(topic.operand);
-  }
-  return text;
-}
-
 // The time at the end, if there is one.
 std::optional<double> takeTime(std::vector<std::string> &words, double end) {
   if (words.size() < 2 || words[words.size() - 2] != "at") return std::nullopt;
@@ -90,7 +74,8 @@ Question questionFrom(const std::string &text, const Simulation &simulation) {
   try {
     return parsed(text, simulation);
   } catch (const std::invalid_argument &error) {
-    throw UsageError("--ask \"" + text + "\": " + error.what() + "\n" + askable());
+    throw UsageError("--ask \"" + text + "\": " + error.what() +
+                     "; ask \"ROUTER[/VRF] show|explain WHAT [at SECONDS]\"");
   }
 }
 

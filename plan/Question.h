@@ -22,7 +22,7 @@ struct Question {
   double at = 0;
 };
 
-/// Throws UsageError saying what is wrong, and what can be asked. Asks the simulation, which did not run yet, to find
+/// Throws UsageError saying what is wrong, and how to ask. Asks the simulation, which did not run yet, to find
 /// arguments that are none.
 Question questionFrom(const std::string &text, const Simulation &simulation);
 /// The rows of the answer, now.

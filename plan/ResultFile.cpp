@@ -23,7 +23,7 @@ size_t readLines(std::istream &in, const std::string &name,
     try {
       if (!line.empty()) take(line, begin);
     } catch (const std::invalid_argument &fault) {
-      throw ResultFault(name + ": line " + std::to_string(number) + " " + fault.what());
+      throw InputFault(name + ": line " + std::to_string(number) + " " + fault.what());
     }
   }
   return begin;
@@ -31,9 +31,9 @@ size_t readLines(std::istream &in, const std::string &name,
 
 std::ifstream opened(const std::string &name) {
   std::error_code none;
-  if (std::filesystem::is_directory(name, none)) throw ResultFault(name + ": is a folder, not a file of results");
+  if (std::filesystem::is_directory(name, none)) throw InputFault(name + ": is a folder, not a file of results");
   std::ifstream in(name, std::ios::binary);
-  if (!in) throw ResultFault(name + ": cannot be read: " + std::strerror(errno));
+  if (!in) throw InputFault(name + ": cannot be read: " + std::strerror(errno));
   return in;
 }
 
@@ -41,9 +41,9 @@ std::ifstream opened(const std::string &name) {
 const std::string &regular(const std::string &name) {
   std::error_code none;
   const auto status = std::filesystem::status(name, none);
-  if (std::filesystem::is_directory(status)) throw ResultFault(name + ": is a folder, not a file of results");
+  if (std::filesystem::is_directory(status)) throw InputFault(name + ": is a folder, not a file of results");
   if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-    throw ResultFault(name + ": is no regular file, which results are kept in");
+    throw InputFault(name + ": is no regular file, which results are kept in");
   }
   return name;
 }
@@ -62,11 +62,11 @@ void readResults(const std::string &file, const TakeLine &take) {
 
 ResultFile::ResultFile(std::string name, const TakeLine &take)
     : name_(std::move(name)), file_(::open(regular(name_).c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644)) {
-  if (!file_) throw ResultFault(name_ + ": cannot be written: " + std::strerror(errno));
+  if (!file_) throw std::runtime_error(name_ + ": cannot be written: " + std::strerror(errno));
   std::ifstream in = opened(name_);
   const size_t good = readLines(in, name_, [&](const std::string &line, size_t) { take(line); });
   if (::ftruncate(file_.number(), static_cast<off_t>(good)) < 0) {
-    throw ResultFault(name_ + ": cannot be written: " + std::strerror(errno));
+    throw std::runtime_error(name_ + ": cannot be written: " + std::strerror(errno));
   }
 }
 
@@ -76,7 +76,7 @@ void ResultFile::add(const std::string &line) {
   for (size_t at = 0; at < text.size();) {
     const ssize_t written = ::write(file_.number(), text.data() + at, text.size() - at);
     if (written < 0 && errno == EINTR) continue;
-    if (written < 0) throw ResultFault(name_ + ": cannot be written: " + std::strerror(errno));
+    if (written < 0) throw std::runtime_error(name_ + ": cannot be written: " + std::strerror(errno));
     at += static_cast<size_t>(written);
   }
 }
@@ -108,7 +108,7 @@ void ResultFile::sort(const std::function<std::optional<size_t>(const std::strin
   if (!in || !out || std::rename(fresh.c_str(), name_.c_str()) != 0) {
     const std::string reason = errno != 0 ? std::strerror(errno) : "something else has changed it";
     ::unlink(fresh.c_str());
-    throw ResultFault(name_ + ": cannot be put in order: " + reason);
+    throw std::runtime_error(name_ + ": cannot be put in order: " + reason);
   }
 }
 

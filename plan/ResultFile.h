@@ -6,26 +6,21 @@
 #include <string>
 #include <vector>
 
+#include "plan/InputFault.h"
 #include "platform/linux/Descriptor.h"
 
 namespace Planning {
 
-/// The file cannot be used; what() begins with its name.
-class ResultFault : public std::runtime_error {
- public:
-  using runtime_error::runtime_error;
-};
-
 using TakeLine = std::function<void(const std::string &line)>;
 
 /// Hands each line to `take`, which may throw std::invalid_argument. A last line without its end is left out. "-" is
-/// standard input. Throws ResultFault.
+/// standard input. Throws InputFault.
 void readResults(const std::string &file, const TakeLine &take);
 
 class ResultFile {
  public:
   /// Makes the file if it is not there. Hands the lines that it has to `take`, as readResults() does, and cuts off a
-  /// last line without its end.
+  /// last line without its end. Throws InputFault, and as all of these std::runtime_error where it cannot be written.
   ResultFile(std::string name, const TakeLine &take);
   /// Adds a line at the end; it is there whatever happens to this process afterwards.
   void add(const std::string &line);

@@ -29,9 +29,8 @@ CommandLine lineOfRun() {
   CommandLine line(
       "Usage: pimbsr-sim run FILE [OPTION]...\n\n"
       "Plays a plan. Tells what happens as it happens, then how long routers were without BSR or RPs, or disagreed,\n"
-      "after each event, and which expectations held. Exit status: 0 all of them, 1 not all, 2 the command line or "
-      "the\n"
-      "plan is wrong.\n");
+      "after each event, and which expectations held. Exit status: 0 all of them, 1 not all, or something failed,\n"
+      "2 the command line or the plan is wrong.\n");
   line.needs("file", "which plan?");
   auto add = line.options();
   add("seed", po::value<uint64_t>()->value_name("N"), "of everything random, instead of the plan's");
@@ -41,7 +40,7 @@ CommandLine lineOfRun() {
   add("until", po::value<double>()->value_name("SECONDS"), "end then, instead of when the plan says");
   add("ask", po::value<std::vector<std::string>>()->value_name("QUESTION"),
       "\"r7 explain group 239.1.1.1 at 120\", \"r7/blue show bsr\": what pimbsrctl would say there, at a time or in "
-      "the end; may be given several times");
+      "the end; may be given several times. Not of agent, vrf, config, state and log");
   add("pictures", po::value<std::string>()->value_name("DIR"),
       "draw the network and the time line there, as \"draw\" does");
   add("progress", "say on standard error how far it is, even if that is no terminal");

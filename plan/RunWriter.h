@@ -16,7 +16,7 @@ namespace Planning {
 struct Agreement {
   struct On {
     Pax::IpGenAddr bsr;
-    size_t rps = 0;
+    size_t rps = 0;    ///< each counted once, whatever it is RP of
     size_t nodes = 0;  ///< that hold it
   };
   double at = 0;

@@ -42,7 +42,7 @@ Json nextAnswer(std::istringstream &text) {
     text >> answer;
     return answer;
   } catch (const Json::parse_error &) {
-    throw SavedFault(syntaxFaultIn(text.str(), begin));
+    throw InputFault(syntaxFaultIn(text.str(), begin));
   }
 }
 
@@ -59,16 +59,16 @@ void takeFile(const std::string &file, const Taken &take) {
     std::istringstream text(Linux::readRegularFile(file, longestFile));
     while (text >> std::ws && !text.eof()) {
       const Json answer = nextAnswer(text);
-      if (!answer.is_array()) throw SavedFault("has something that is no list of rows");
+      if (!answer.is_array()) throw InputFault("has something that is no list of rows");
       for (const Json &row : answer) {
-        if (!row.is_object()) throw SavedFault("has something that is no row");
+        if (!row.is_object()) throw InputFault("has something that is no row");
         take(row, file);
       }
     }
   } catch (const Json::exception &fault) {
-    throw SavedFault(file + ": " + rowFaultFrom(fault));
+    throw InputFault(file + ": " + rowFaultFrom(fault));
   } catch (const std::exception &fault) {
-    throw SavedFault(file + ": " + fault.what());
+    throw InputFault(file + ": " + fault.what());
   }
 }
 
@@ -79,7 +79,7 @@ void takeAll(const std::string &path, const Taken &take) {
     if (entry.is_regular_file()) files.push_back(entry.path());
   }
   std::sort(files.begin(), files.end());
-  if (files.empty()) throw SavedFault(path + ": has no files");
+  if (files.empty()) throw InputFault(path + ": has no files");
   for (const std::string &file : files) takeFile(file, take);
 }
 
@@ -125,7 +125,7 @@ class Reader {
       return std::any_of(vrf.second.interfaces.begin(), vrf.second.interfaces.end(),
                          [](const auto &interface) { return interface.second.hasPim; });
     });
-    if (!hasInterfaces) throw SavedFault(router_.name + ": \"show interfaces\" is not saved, or has no rows");
+    if (!hasInterfaces) throw InputFault(router_.name + ": \"show interfaces\" is not saved, or has no rows");
     if (router_.configuration.is_null()) {
       router_.notes.push_back("\"show config\" is not saved: taken as no candidate, with PIM on at all its links");
     }
@@ -139,7 +139,7 @@ class Reader {
   }
   void refuseOther(const IpGenAddr &address) const {
     if (address.isZero() || address.af() == family_) return;
-    throw SavedFault(Kiv::toText(address) + " is not of " + Kiv::toText(family_));
+    throw InputFault(Kiv::toText(address) + " is not of " + Kiv::toText(family_));
   }
   void takeInterface(const Json &row) {
     SavedInterface &interface = interfaceOf(row);
@@ -232,7 +232,7 @@ SavedRouter savedRouterFrom(const std::string &path, AddressFamily family) {
   try {
     reader.finish();
   } catch (const Json::exception &fault) {
-    throw SavedFault(path + ": " + rowFaultFrom(fault));
+    throw InputFault(path + ": " + rowFaultFrom(fault));
   }
   return router;
 }

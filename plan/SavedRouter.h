@@ -8,16 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "plan/InputFault.h"
 #include "plan/NaturalOrder.h"
 #include "platform/pax/IpGenPrefix.h"
 
 namespace Planning {
-
-/// Saved answers cannot be used; what() begins with the file.
-class SavedFault : public std::runtime_error {
- public:
-  using runtime_error::runtime_error;
-};
 
 struct SavedNeighbor {
   Pax::IpGenAddr address;
@@ -66,10 +61,10 @@ struct SavedRouter {
 
 /// A router that is called like the folder, or like the file without its suffix. A folder has any number of files; a
 /// file has one answer, or several behind one another. Which answer it is its rows tell; "address-VRF.json" has the
-/// addresses of a VRF that is a namespace. Throws SavedFault.
+/// addresses of a VRF that is a namespace. Throws InputFault.
 SavedRouter savedRouterFrom(const std::string &path, Pax::AddressFamily family);
 
-/// The family of what is saved there, by the first row that tells; unset if none does. Throws SavedFault.
+/// The family of what is saved there, by the first row that tells; unset if none does. Throws InputFault.
 std::optional<Pax::AddressFamily> familyOf(const std::string &path);
 
 }  // namespace Planning

@@ -95,8 +95,9 @@ class Sweep {
       throw UsageError("such a sweep has no runs, or more than " + std::to_string(runsMost));
     }
     if (seeds_ - 1 > UINT32_MAX - plan.seed) {
-      throw UsageError(std::string("from the plan's seed ") + std::to_string(plan.seed) + " on there are only " +
-                       std::to_string(UINT32_MAX - plan.seed + 1) + " seeds, up to 4294967295");
+      throw UsageError(std::string("from the plan's seed ") + std::to_string(plan.seed) + " on there " +
+                       (UINT32_MAX == plan.seed ? "is only " : "are only ") +
+                       counted(UINT32_MAX - plan.seed + 1, "seed") + ", up to 4294967295");
     }
     digest_ = digestOf(cases_);
   }
@@ -131,8 +132,8 @@ void Sweep::tellNotes(std::ostream &err) const {
   if (cases_.eventsLeftOut() == 0) return;
   const Plan &plan = cases_.plan();
   err << "note: what comes after " << briefSeconds(cases_.setting().at) << " s is left out: " << cases_.eventsLeftOut()
-      << " of " << plan.story.size() << " events, and what is expected then, " << cases_.expectationsLeftOut() << " of "
-      << plan.expectations.size() << " expectations\n";
+      << " of " << counted(plan.story.size(), "event") << ", and what is expected then, "
+      << cases_.expectationsLeftOut() << " of " << counted(plan.expectations.size(), "expectation") << '\n';
 }
 
 void Sweep::list(std::ostream &out) const {
@@ -191,22 +192,16 @@ bool Sweep::play(const std::vector<size_t> &runs, std::ostream &err) {
 }
 
 int Sweep::playAll(std::ostream &out, std::ostream &err) {
-  bool good = true;
-  try {
-    if (given_.count("results") > 0) {
-      results_.emplace(given_["results"].as<std::string>(), [&](const std::string &line) { takeKnown(line); });
-    }
-    good = play(missing(), err);
-    if (results_) {
-      const SweepHead head = headOf(cases_, seeds_);
-      results_->sort([&](const std::string &line) -> std::optional<size_t> {
-        const SweepRun run = sweepRunFrom(line);
-        return !run.head || *run.head == head ? std::optional(run.run) : std::nullopt;
-      });
-    }
-  } catch (const ResultFault &fault) {
-    err << "error: " << fault.what() << '\n';
-    return refused;
+  if (given_.count("results") > 0) {
+    results_.emplace(given_["results"].as<std::string>(), [&](const std::string &line) { takeKnown(line); });
+  }
+  const bool good = play(missing(), err);
+  if (results_) {
+    const SweepHead head = headOf(cases_, seeds_);
+    results_->sort([&](const std::string &line) -> std::optional<size_t> {
+      const SweepRun run = sweepRunFrom(line);
+      return !run.head || *run.head == head ? std::optional(run.run) : std::nullopt;
+    });
   }
   const SweepReport report = tally_.report();
   out << (given_.count("json") > 0 ? toJsonText(report) : toText(report));
@@ -245,13 +240,8 @@ int mergeResults(const Arguments &arguments, std::ostream &out, std::ostream &er
   if (!values) return done;
   const CommandLine::Values &given = *values;
   Tally tally;
-  try {
-    for (const std::string &file : given["results"].as<std::vector<std::string>>()) {
-      readResults(file, [&](const std::string &line) { tally.add(sweepRunFrom(line)); });
-    }
-  } catch (const ResultFault &fault) {
-    err << "error: " << fault.what() << '\n';
-    return refused;
+  for (const std::string &file : given["results"].as<std::vector<std::string>>()) {
+    readResults(file, [&](const std::string &line) { tally.add(sweepRunFrom(line)); });
   }
   const SweepReport report = tally.report();
   if (!report.head) err << "error: the result of run 0 is missing, which says how many runs there are\n";

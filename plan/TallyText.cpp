@@ -65,7 +65,9 @@ std::string runsText(const SweepReport &report) {
 
 // What is not found says nothing of runs that are missing.
 std::string noneText(const SweepReport &report, const std::string &ofAll, const std::string &ofSome) {
-  return report.isWhole() ? ofAll : std::string("None of the ") + runsText(report) + " that are there " + ofSome;
+  if (report.isWhole()) return ofAll;
+  if (report.runs == 1) return "The only run that is there does not show " + ofSome;
+  return "None of the " + runsText(report) + " that are there shows " + ofSome;
 }
 
 std::string textOf(const ZoneReport &zone, const SweepReport &report) {
@@ -77,16 +79,16 @@ std::string textOf(const ZoneReport &zone, const SweepReport &report) {
   std::string text = "\nZone " + toText(zone.domain, tellsVrf) + "\n";
   if (zone.singles.empty()) {
     text += "\n" + noneText(report, "It can lose any link and any router: no other router stays without BSR or RP.\n",
-                            "shows a link or a router that it cannot lose.\n");
+                            "a link or a router that it cannot lose.\n");
   } else {
     text += "\nWhat it cannot lose: so many routers stay without BSR or RP until the end.\n\n" +
             lossesText(zone.singles, seeds);
   }
   if (pairs && zone.pairsInAll == 0) {
     text += zone.singles.empty()
-                ? noneText(report, "It can lose any pair of links.\n", "shows a pair of links that it cannot lose.\n")
+                ? noneText(report, "It can lose any pair of links.\n", "a pair of links that it cannot lose.\n")
                 : "\n" + noneText(report, "It can lose any pair of links, each of which it can lose alone.\n",
-                                  "shows any other pair of links that it cannot lose.\n");
+                                  "any other pair of links that it cannot lose.\n");
   } else if (pairs) {
     text += report.isWhole() ? "\nPairs of links that it cannot lose, though each of them alone:\n\n"
                              : "\nOther pairs of links that it cannot lose:\n\n";
@@ -99,7 +101,7 @@ std::string textOf(const ZoneReport &zone, const SweepReport &report) {
     text += "\n" + noneText(report,
                             "Whatever else fails, no router is without BSR or RP, nor disagrees with others, for any "
                             "time.\n",
-                            "shows another router without BSR or RP, or in disagreement with others, for any time.\n");
+                            "another router without BSR or RP, or in disagreement with others, for any time.\n");
   } else {
     text += "\nThe worst of what it can lose, by the router that was without for longest:\n\n" + worstText(zone.worst);
   }
@@ -179,7 +181,9 @@ std::string toText(const SweepReport &report) {
   if (report.doubles > 0) {
     text += counted(report.doubles, "result") + (report.doubles == 1 ? " is" : " are") +
             " of a run that has one already, and left out";
-    if (report.contradictions > 0) text += "; " + std::to_string(report.contradictions) + " of them say something else";
+    if (report.contradictions > 0)
+      text += "; " + std::to_string(report.contradictions) +
+              (report.contradictions == 1 ? " of them says something else" : " of them say something else");
     text += "\n";
   }
   for (const ZoneReport &zone : report.zones) text += textOf(zone, report);

@@ -39,9 +39,13 @@ void TimeLine::agreed(const Domain &domain) {
   Agreement agreement{
       simulation_.now(), domain, {}, simulation_.now() - episode.begin, naming_.pastOf(episode.actions)};
   std::map<std::pair<Pax::IpGenAddr, size_t>, size_t> nodes;
+  std::map<uint64_t, size_t> rps;  // by what nodes hold
   for (const size_t node : account_.counting(domain)) {
-    const Held &held = simulation_.held(account_.nodes()[node]).at(domain.zone);
-    ++nodes[{held.bsr, held.rps}];
+    const auto &[router, vrf] = account_.nodes()[node];
+    const Held &held = simulation_.held({router, vrf}).at(domain.zone);
+    const auto [known, isNew] = rps.try_emplace(held.digest);
+    if (isNew) known->second = simulation_.box(router).rps(vrf, domain.zone).size();
+    ++nodes[{held.bsr, known->second}];
   }
   for (const auto &[what, count] : nodes) agreement.on.push_back({what.first, what.second, count});
   std::stable_sort(agreement.on.begin(), agreement.on.end(),

@@ -5,6 +5,7 @@
 #include <numeric>
 #include <set>
 
+#include "plan/Plan.h"
 #include "platform/kiv/Value.h"
 
 namespace Planning {
@@ -75,10 +76,7 @@ Wirer::Wirer(const std::vector<SavedRouter> &routers) {
   std::iota(parent_.begin(), parent_.end(), 0);
 }
 
-std::string Wirer::nameOf(size_t end) const {
-  const SavedEnd &named = ends_[end];
-  return named.router->name + (named.vrf == "default" ? "" : "/" + named.vrf) + ":" + named.interface;
-}
+std::string Wirer::nameOf(size_t end) const { return memberText(ends_[end]); }
 
 size_t Wirer::root(size_t end) {
   while (parent_[end] != end) end = parent_[end] = parent_[parent_[end]];
@@ -193,6 +191,8 @@ Wiring Wirer::wiring() {
 }
 
 }  // namespace
+
+std::string memberText(const SavedEnd &end) { return nodeName(end.router->name, end.vrf) + ":" + end.interface; }
 
 Wiring wiringOf(const std::vector<SavedRouter> &routers) { return Wirer(routers).wiring(); }
 

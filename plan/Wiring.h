@@ -13,6 +13,9 @@ struct SavedEnd {
   const SavedInterface *saved = nullptr;
 };
 
+/// "r1:eth0", "r1/blue:eth0".
+std::string memberText(const SavedEnd &end);
+
 /// A neighbor that no saved router is.
 struct Stranger {
   std::string name;  ///< "unknown1"

@@ -104,6 +104,26 @@ TEST(Import, OfShownNeighborsAloneThePlanIsGood) {
   }
 }
 
+TEST(Import, WhatNoTerminalShouldSeeIsNotPassedOn) {
+  const std::string row = R"([{"vrf": "default", "interface": "eth0\u001b[2J\nnote: fine", "address": "10.0.0.)";
+  const std::pair<std::string, const char *> cases[] = {
+      {row + R"(1", "mtu": 1500, "isDr": true}])" + row + R"(2", "addresses": [], "generationId": 1}])",
+       "note: 10.0.0.2 at r1:eth0?[2J?note: fine is no saved router"},
+      {row + R"(1\u001b[2J", "mtu": 1500, "isDr": true}])", "10.0.0.1?[2J"},
+  };
+  for (const auto &[text, told] : cases) {
+    const ::Test::TemporaryDirectory directory;
+    std::ofstream(directory.path() + "/r1.json") << text;
+    std::ostringstream out, err;
+    program({"import", directory.path() + "/r1.json"}, out, err);
+    EXPECT_NE(err.str().find(told), std::string::npos) << err.str();
+    for (const std::string &printed : {out.str(), err.str()}) {
+      EXPECT_EQ(printed.find('\x1b'), std::string::npos) << printed;
+      EXPECT_EQ(printed.find("\nnote: fine"), std::string::npos) << printed;
+    }
+  }
+}
+
 TEST(Import, WhatCannotBeUsedIsRefusedWithItsFile) {
   const std::string interface =
       R"([{"vrf": "default", "interface": "eth0", "address": "10.0.0.1", "mtu": 1500, "isDr": true}])";

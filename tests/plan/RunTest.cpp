@@ -133,7 +133,8 @@ TEST(Run, QuestionsAreAnsweredAtTheirTime) {
   for (const char *question : wrong) {
     const Ran refusal = run(3, {"--ask", question});
     EXPECT_EQ(refusal.status, refused) << question;
-    EXPECT_NE(refusal.err.find("ROUTER[/VRF] show NOUN"), std::string::npos) << question;
+    EXPECT_NE(refusal.err.find("; ask \"ROUTER[/VRF] show|explain"), std::string::npos) << question;
+    EXPECT_EQ(std::count(refusal.err.begin(), refusal.err.end(), '\n'), 2) << "and the usage: " << refusal.err;
     EXPECT_EQ(refusal.out, "") << question;
   }
 }
@@ -149,6 +150,15 @@ TEST(Run, AVrfIsAskedAlone) {
   EXPECT_EQ(answerTo(all, simulation).size(), 2u);
   ASSERT_EQ(answerTo(one, simulation).size(), 1u);
   EXPECT_EQ(answerTo(one, simulation)[0]["vrf"], "blue");
+}
+
+TEST(Run, AnRpOfSeveralRangesIsOne) {
+  const Ran ran = run(R"({"routers": {"r1": {"configuration": {"vrfConfig": {"default": {
+      "bsrCandidateConfig": {"lo": {"group": {"224.0.0.0/4": {}}}},
+      "rpCandidateConfig": {"lo": {"groupRange": {"225.0.0.0/8": {}, "226.0.0.0/8": {}, "227.0.0.0/8": {}}}}}}}}, "r2": {}},
+    "links": [{"between": ["r1", "r2"]}], "duration": 100, "expect": [{"at": 90, "bsr": "r1"}]})",
+                      {});
+  EXPECT_NE(ran.out.find("=== all of 224.0.0.0/4 agree on r1 (192.168.0.1) with 1 RP, "), std::string::npos) << ran.out;
 }
 
 TEST(Run, AZoneIsToldInEachVrf) {

@@ -14,7 +14,6 @@
 #include <sstream>
 
 #include "plan/Program.h"
-#include "plan/ResultFile.h"
 #include "plan/Tally.h"
 #include "plan/Workers.h"
 #include "tests/daemon/TemporaryDirectory.h"
@@ -93,7 +92,7 @@ TEST_F(SweepTest, FindsWhatTheNetworkCannotLose) {
   // 6 of 15 runs leave somebody without; that of 350 s is about what comes of the crash, which is not played.
   ASSERT_EQ(report["expect"].size(), 1u);
   EXPECT_EQ(report["expect"][0]["held"], 15 - 3 - 3 - 3);
-  EXPECT_NE(err_.find("1 of 1 events, and what is expected then, 1 of 2 expectations"), std::string::npos) << err_;
+  EXPECT_NE(err_.find("1 of 1 event, and what is expected then, 1 of 2 expectations"), std::string::npos) << err_;
 }
 
 TEST_F(SweepTest, AZoneIsTalliedInEachVrf) {
@@ -228,7 +227,7 @@ TEST_F(SweepTest, MergeClaimsNothingOfRunsThatAreMissing) {
   EXPECT_NE(merged(lines[0] + lines[4]).find("\nNone of the 2 of 15 runs that are there shows any other pair of links"),
             std::string::npos)
       << out_;
-  EXPECT_NE(merged(lines[1]).find("\nNone of the 1 run that are there"), std::string::npos) << out_;
+  EXPECT_NE(merged(lines[1]).find("\nThe only run that is there does not show"), std::string::npos) << out_;
   // Of a pair nobody knows whether each of the two alone can be lost.
   EXPECT_EQ(merged(lines[0] + lines[9]).find("each of them alone"), std::string::npos) << out_;
 }
@@ -267,24 +266,22 @@ TEST_F(SweepTest, ResultsAreKeptInARegularFile) {
   EXPECT_NE(err_.find("is a folder"), std::string::npos) << err_;
 }
 
-TEST_F(SweepTest, AResultThatIsCutShortSaysWhy) {
+TEST_F(SweepTest, AResultThatIsCutShortSaysWhyAndIsNoFaultOfTheInput) {
   // The first write gets as far as the file may grow, and has no error.
   rlimit before{};
   ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
   const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-  ResultFile file(path("results"), [](const std::string &) {});
   const rlimit narrow{100, before.rlim_max};
   ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &narrow), 0);
-  std::string reason;
-  try {
-    file.add(std::string(200, 'x'));
-  } catch (const ResultFault &fault) {
-    reason = fault.what();
-  }
+  const int status = sweep({"--no-pairs", "--results", path("results")});
   setrlimit(RLIMIT_FSIZE, &before);
   std::signal(SIGXFSZ, handler);
-  EXPECT_EQ(reason, path("results") + ": cannot be written: File too large");
+  EXPECT_EQ(status, failed);
+  EXPECT_NE(err_.find(path("results") + ": cannot be written: File too large\n"), std::string::npos) << err_;
   EXPECT_EQ(read("results").size(), 100u);
+  EXPECT_EQ(sweep({"--no-pairs", "--results", path("none/results")}), failed);
+  EXPECT_NE(err_.find("cannot be written: No such file"), std::string::npos) << err_;
+  EXPECT_EQ(run({"merge", path("none")}), refused);
 }
 
 TEST(Tally, KeepsTheWorstWhateverTheOrder) {
