@@ -14,6 +14,7 @@ using Routing::Pim::Bsr::pathTo;
 void Resolver::refuseFirstAndLast(const Sim::IntfAddress &address, const std::string &path) {
   if (!isFirstOrLast(address.address, address.subnet)) return;
   const bool isFirst = address.address == address.subnet.address();
+  ++addressFaults_;
   error(path, toText(address.address) + " is the " + (isFirst ? "first" : "last") + " address of " +
                   toText(address.subnet) + ", which no interface can have");
 }

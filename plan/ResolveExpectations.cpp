@@ -76,6 +76,7 @@ std::string textOf(const Expectation &expectation, const std::string &who, const
 }  // namespace
 
 void Resolver::resolveExpectations() {
+  candidatesKnown_ = findings_.errors.empty();
   for (size_t i = 0; i < text_.expect.size(); ++i) {
     resolveExpectation(text_.expect[i], pathTo("/expect", std::to_string(i)));
   }
@@ -103,7 +104,7 @@ void Resolver::resolveExpectation(const ExpectText &text, const std::string &pat
   resolveNodes(text.routers, path, expectation);
   if (findings_.errors.size() > errors) return;
   const std::string &who = expectation.kind == Kind::rp ? text.rp : text.bsr;
-  if (expectation.kind != Kind::agree) resolveCandidate(who, path, expectation);
+  if (expectation.kind != Kind::agree && candidatesKnown_) resolveCandidate(who, path, expectation);
   const std::string where = expectation.named ? "at " + joined(text.routers, ", ") : "everywhere";
   const bool isName = expectation.address && routerByName_.contains(who);
   expectation.text = textOf(expectation, isName ? who + " (" + Kiv::toText(*expectation.address) + ")" : who, where);

@@ -13,7 +13,7 @@ using Pax::IpGenPrefix;
 using Routing::Pim::Bsr::joined;
 using Routing::Pim::Bsr::pathTo;
 
-void Resolver::resolveNetwork() {
+bool Resolver::resolveNetwork() {
   routersFromNames();
   for (const auto &[name, router] : text_.routers) {
     const std::string path = pathTo("/routers", name);
@@ -28,10 +28,13 @@ void Resolver::resolveNetwork() {
     }
   }
   for (size_t i = 0; i < text_.links.size(); ++i) resolveLink(i);
+  const bool isKnown = findings_.errors.size() == addressFaults_;
   giveAddresses();
   findSharedAddresses();
   for (const Link &link : plan_.links) warnOfOtherSubnets(link);
   warnOfLoners();
+  addressesKnown_ = findings_.errors.empty();
+  return isKnown;
 }
 
 void Resolver::routersFromNames() {
@@ -100,6 +103,7 @@ std::vector<Sim::IntfAddress> Resolver::addressesFrom(const std::vector<std::str
       addresses.push_back({address, subnet});
       takenSubnets_.insert(subnet);
     } catch (const Kiv::RangeError &fault) {
+      ++addressFaults_;
       error(at, texts[i] + ": " + fault.what());
     }
   }

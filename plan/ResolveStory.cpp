@@ -182,7 +182,8 @@ void Resolver::resolveOfAddress(const EventText &text, const std::string &path, 
     for (const Sim::IntfAddress &each : interface.addresses) known->second.insert(each.address);
   }
   const bool isThere = known->second.contains(action.address.address);
-  if (isThere != goes) error(path, text.what + (goes ? " does not have " : " has ") + text.address + " at that time");
+  if (isThere != goes && addressesKnown_)
+    error(path, text.what + (goes ? " does not have " : " has ") + text.address + " at that time");
   if (!goes) {
     refuseFirstAndLast(action.address, path + "/address");
     warnOfOtherOwners(path + "/address", state, action);

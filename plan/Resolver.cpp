@@ -43,11 +43,10 @@ void Resolver::resolve() {
   plan_.name = text_.name;
   plan_.family = text_.scope.family;
   plan_.seed = text_.seed;
-  resolveNetwork();
-  if (!findings_.errors.empty()) return;  // what follows speaks of interfaces and addresses
+  if (!resolveNetwork()) return;
   resolveConfigurations();
   resolveStory();
-  if (findings_.errors.empty()) resolveExpectations();
+  resolveExpectations();
 }
 
 std::optional<size_t> Resolver::routerFrom(const std::string &name, const std::string &path) {

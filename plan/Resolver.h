@@ -21,8 +21,8 @@ struct MemberName {
 };
 MemberName memberNameFrom(const std::string &text);
 
-/// Finds what is wrong with the plan while it fills it. What has a fault is left out, so that one fault makes one
-/// error.
+/// Finds what is wrong with the plan while it fills it. What has a fault is left out, and nothing is said of what
+/// speaks of it, so that one fault makes one error.
 class Resolver {
  public:
   /// `folder` is where the files are that the plan names. All of them outlive it.
@@ -33,7 +33,8 @@ class Resolver {
 
  private:
   // plan/ResolveNetwork.cpp: routers, links and addresses.
-  void resolveNetwork();
+  /// Whether all that follows can be looked at: what routers and links there are is known, if not all addresses.
+  bool resolveNetwork();
   void routersFromNames();
   Vrf &vrfOf(Router &router, const std::string &name);
   Interface &interfaceOf(Vrf &vrf, const std::string &name);
@@ -94,6 +95,9 @@ class Resolver {
   Findings &findings_;
   std::map<std::string, size_t, NaturalOrder> routerByName_;
   std::map<std::string, size_t> linkByName_;
+  size_t addressFaults_ = 0;      // errors of single addresses
+  bool addressesKnown_ = false;   // those at the beginning have no faults
+  bool candidatesKnown_ = false;  // neither have configurations and the story
   uint32_t nextSubnet_ = 0;
   uint32_t nextLoopback_ = 0;
   std::set<Pax::IpGenPrefix> takenSubnets_;

@@ -136,6 +136,28 @@ TEST(PlanFile, EveryFaultOfTheStoryAndOfWhatIsExpectedIsToldWithItsPath) {
   }
 }
 
+TEST(PlanFile, FaultsOfAllItsPartsAreToldTogetherAndEachOnce) {
+  // r1 would be the candidate, and have 10.0.0.1; r2-r3 is a link.
+  const std::string routers = R"({"routers": {
+      "r1": {"configuration": {"vrfConfig": {"default": {"holdTime": "x", "bsrCandidateConfig": {"lo": {"group":
+              {"224.0.0.0/4": {}}}}}}}, "interfaces": {"lo": {"addresses": ["10.0.0.1/33"]}}}, "r2": {}, "r3": {}},
+    "links": [{"between": ["r1", "r2"]}, {"between": ["r2", ")";
+  const std::string rest = R"("]}],
+    "events": [{"at": 1, "crash": "r1"}, {"at": 2, "crash": "r1"},
+               {"at": 3, "removeAddress": "r1:lo", "address": "10.0.0.1"}],
+    "expect": [{"at": 1, "bsr": "r1"}, {"withoutBsr": 1}, {"at": 1, "bsr": "10.0.0.1", "routers": ["r9"]}, {"bsr": "r1"}]})";
+  EXPECT_EQ(
+      textsOf(planFromText(routers + "r3" + rest, "").findings.errors),
+      (Texts{"/routers/r1/interfaces/lo/addresses/0: 10.0.0.1/33: has no such length",
+             "/routers/r1/configuration/vrfConfig/default/holdTime: must be an integer from 1 to 65535, not \"x\"",
+             "/events/1: r1 does not run at that time", "/expect/2/routers/0: there is no router r9",
+             "/expect/3: needs a time (at)"}));
+  EXPECT_EQ(textsOf(planFromText(routers + "r7" + rest, "").findings.errors),
+            (Texts{"/routers/r1/interfaces/lo/addresses/0: 10.0.0.1/33: has no such length",
+                   "/links/1/between/1: there is no router r7"}))
+      << "what others say of links and routers that are not known";
+}
+
 TEST(PlanFile, WhatIsOddIsToldAndTaken) {
   const LoadedPlan plan = planFromText(R"({
     "routers": {"r1": {"interfaces": {"lo": {"addresses": ["10.0.0.1"]}, "eth1": {"addresses": ["10.1.1.1/24"]}}},
