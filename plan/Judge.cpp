@@ -55,6 +55,11 @@ std::vector<Verdict> Judge::verdicts() const {
   return verdicts;
 }
 
+bool Judge::takesPart(const Node &node) const {
+  const Box &box = simulation_.box(node.router);
+  return box.runsIn(node.vrf) && !box.standsBy();
+}
+
 bool Judge::isAsked(const Expectation &expectation, const Node &node) const {
   if (expectation.named) return true;
   const ZoneAccount *zone = account_.zone(expectation.zone);
@@ -72,7 +77,8 @@ std::vector<Pax::IpGenAddr> Judge::rpsOf(const Pax::IpGenAddr &group, const Node
 
 std::string Judge::differenceAt(const Expectation &expectation, const Node &node) const {
   std::vector<Pax::IpGenAddr> found;
-  const bool runs = simulation_.box(node.router).runsIn(node.vrf);
+  const Box &box = simulation_.box(node.router);
+  const bool runs = takesPart(node);
   if (expectation.kind == Kind::rp && runs) {
     found = rpsOf(expectation.group, node);
   } else if (runs) {
@@ -82,7 +88,7 @@ std::string Judge::differenceAt(const Expectation &expectation, const Node &node
   }
   if (!expectation.address && found.empty()) return "";
   if (expectation.address && std::find(found.begin(), found.end(), *expectation.address) != found.end()) return "";
-  if (found.empty()) return runs ? "none" : "no agent that ran";
+  if (found.empty()) return runs ? "none" : box.runsIn(node.vrf) ? "its agent on standby" : "no agent that ran";
   const std::string &vrf = simulation_.plan().routers[node.router].vrfs[node.vrf].name;
   std::string text;
   for (const Pax::IpGenAddr &address : found) {
@@ -105,7 +111,12 @@ Verdict Judge::look(const Expectation &expectation) const {
     if (same == differences.end()) same = differences.insert(same, {difference, {}});
     same->second.push_back(node);
   }
-  if (asked == 0) return {!expectation.address, "no router that ran knew " + Kiv::toText(expectation.zone)};
+  if (asked == 0) {
+    const auto &nodes = expectation.nodes;
+    const bool isAnybody = std::any_of(nodes.begin(), nodes.end(), [&](const Node &node) { return takesPart(node); });
+    if (!isAnybody) return {false, "no router ran"};
+    return {!expectation.address, "no router that ran knew " + Kiv::toText(expectation.zone)};
+  }
   if (wrong == 0) return {true, "so it was at " + allOf(asked)};
   std::string seen;
   for (const auto &[difference, nodes] : differences) {

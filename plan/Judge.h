@@ -29,6 +29,8 @@ class Judge : public Observer {
  private:
   Verdict look(const Expectation &expectation) const;
   Verdict lookBack(const Expectation &expectation) const;
+  /// Whether the agent runs there now and does not stand by.
+  bool takesPart(const Node &node) const;
   /// Whether the node is asked what it holds now.
   bool isAsked(const Expectation &expectation, const Node &node) const;
   /// "" where it is as expected, or else "r2 (10.0.0.2)", "none"...

@@ -92,7 +92,8 @@ struct Node {
   bool operator==(const Node &) const = default;
 };
 
-/// What must hold. Nodes whose agent does not run are never asked, except those that are named.
+/// What must hold. Nodes whose agent does not run, or stands by, are not asked, except those that are named: these hold
+/// nothing then.
 struct Expectation {
   enum class Kind : uint8_t {
     bsr,         ///< at `at`: the BSR of `zone` is `address`; unset: there is none

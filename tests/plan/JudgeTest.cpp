@@ -4,6 +4,20 @@
 namespace Planning {
 namespace {
 
+struct Case {
+  std::string expectation;
+  bool holds;
+  const char *seen;
+};
+
+void expectVerdict(const std::string &plan, const Case &each) {
+  const Outcome outcome = play(planFrom(plan), 1);
+  ASSERT_EQ(outcome.verdicts.size(), 1u) << each.expectation;
+  EXPECT_EQ(outcome.verdicts[0].seen, each.seen) << each.expectation;
+  EXPECT_EQ(outcome.verdicts[0].holds, each.holds) << each.expectation;
+  EXPECT_EQ(outcome.holds(), each.holds);
+}
+
 // A row of three, whose first end crashes at 200 s and whose link between the others is cut at 400 s.
 std::string planWith(const std::string &expectation) {
   return R"({"templates": {"candidate": {"vrfConfig": {"default": {
@@ -18,11 +32,6 @@ std::string planWith(const std::string &expectation) {
 }
 
 TEST(Judge, SaysWhatWasSeenInstead) {
-  struct Case {
-    const char *expectation;
-    bool holds;
-    const char *seen;
-  };
   // r1 tells the last time at 195.002 s, r2 takes over 130 + 7 s after that, and its last message to pass is of 392.003
   // s.
   const Case cases[] = {
@@ -47,12 +56,38 @@ TEST(Judge, SaysWhatWasSeenInstead) {
       {R"({"agree": 0, "from": 60, "to": 350})", false,
        "r2 disagreed for 0.001 s, from 325.003 s on; too long at r2 and r3"},
   };
+  for (const Case &each : cases) expectVerdict(planWith(each.expectation), each);
+}
+
+TEST(Judge, WhoStandsByHoldsNothingAndNobodyIsNotEverybody) {
+  // r2 stands by from 100 s on, and nobody runs from 300 s on.
+  const Case cases[] = {
+      {R"({"at": 199, "bsr": "r1"})", true, "so it was at the only router asked"},
+      {R"({"at": 199, "bsr": "r1", "routers": ["r1", "r2"]})", false,
+       "r2 had its agent on standby; as expected at 1 router"},
+      {R"({"at": 199, "bsr": "none", "routers": ["r2"]})", true, "so it was at the only router asked"},
+      {R"({"at": 199, "rp": "r1", "group": "239.1.1.1", "routers": ["r2"]})", false, "r2 had its agent on standby"},
+      {R"({"withoutBsr": 10, "from": 60, "to": 299})", true, "all 2 routers always had one"},
+      {R"({"withoutBsr": 10, "from": 60, "to": 299, "routers": ["r2"]})", false,
+       "r2 had no BSR for 199 s, from 100 s on"},
+      {R"({"withoutRp": 10, "from": 60, "to": 299, "routers": ["r2"]})", false,
+       "r2 had no RP for 199 s, from 100 s on"},
+      {R"({"agree": 0, "from": 60, "to": 299, "routers": ["r2"]})", true, "the only router asked always agreed"},
+      {R"({"at": 350, "bsr": "r1"})", false, "no router ran"},
+      {R"({"at": 350, "bsr": "none"})", false, "no router ran"},
+      {R"({"at": 350, "rp": "none", "group": "239.1.1.1"})", false, "no router ran"},
+      {R"({"at": 350, "bsr": "none", "routers": ["r1"]})", true, "so it was at the only router asked"},
+      {R"({"withoutBsr": 10, "from": 310, "to": 399})", false, "no router that ran knew 224.0.0.0/4"},
+  };
   for (const Case &each : cases) {
-    const Outcome outcome = play(planFrom(planWith(each.expectation)), 1);
-    ASSERT_EQ(outcome.verdicts.size(), 1u) << each.expectation;
-    EXPECT_EQ(outcome.verdicts[0].seen, each.seen) << each.expectation;
-    EXPECT_EQ(outcome.verdicts[0].holds, each.holds) << each.expectation;
-    EXPECT_EQ(outcome.holds(), each.holds);
+    expectVerdict(R"({"routers": {"r2": {}, "r1": {"configuration": {"vrfConfig": {"default": {
+        "bsrCandidateConfig": {"lo": {"group": {"224.0.0.0/4": {}}}},
+        "rpCandidateConfig": {"lo": {"groupRange": {"239.0.0.0/8": {}}}}}}}}},
+      "links": [{"between": ["r1", "r2"]}], "duration": 400,
+      "events": [{"at": 100, "standby": "r2"}, {"at": 300, "powerOff": "r1"}, {"at": 300, "crash": "r2"}],
+      "expect": [)" + each.expectation +
+                      "]}",
+                  each);
   }
 }
 
