@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
+#include "daemon/EventLines.h"
 #include "daemon/file/Findings.h"
 #include "plan/Naming.h"
 #include "plan/Tally.h"
@@ -15,6 +16,7 @@ namespace {
 
 using Cells = std::vector<std::string>;
 
+// What it has may be out of a foreign file.
 std::string table(const std::vector<Cells> &rows) {
   std::vector<size_t> widths(rows.front().size());
   for (const Cells &row : rows) {
@@ -25,7 +27,7 @@ std::string table(const std::vector<Cells> &rows) {
     std::string line = " ";
     for (size_t i = 0; i < row.size(); ++i) line += " " + row[i] + std::string(widths[i] - row[i].size() + 1, ' ');
     line.erase(line.find_last_not_of(' ') + 1);
-    text += line + "\n";
+    text += Routing::Pim::Bsr::EventLines::printable(line) + "\n";
   }
   return text;
 }

@@ -103,6 +103,7 @@ TEST(Run, WhatIsToldFirstStandsFirst) {
 TEST(Run, ExpectationsDecideTheExitStatus) {
   const std::string good = R"({"at": 100, "bsr": "r1"})", bad = R"({"at": 400, "bsr": "r1"})";
   EXPECT_EQ(run(2, {}, good).status, done);
+  EXPECT_EQ(run(2, {"--seed", "4294967296"}, good).status, refused);
   const Ran ran = run(2, {}, good + ", " + bad);
   EXPECT_EQ(ran.status, failed);
   EXPECT_TRUE(ran.has("  does not hold: at 400 s the BSR of 224.0.0.0/4 is r1 (192.168.0.1) everywhere"));

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 
 #include <algorithm>
 #include <csignal>
@@ -14,8 +12,6 @@
 #include <sstream>
 
 #include "plan/Program.h"
-#include "plan/Tally.h"
-#include "plan/Workers.h"
 #include "tests/daemon/TemporaryDirectory.h"
 #include "tests/plan/Plans.h"
 
@@ -282,98 +278,6 @@ TEST_F(SweepTest, AResultThatIsCutShortSaysWhyAndIsNoFaultOfTheInput) {
   EXPECT_EQ(sweep({"--no-pairs", "--results", path("none/results")}), failed);
   EXPECT_NE(err_.find("cannot be written: No such file"), std::string::npos) << err_;
   EXPECT_EQ(run({"merge", path("none")}), refused);
-}
-
-TEST(Tally, KeepsTheWorstWhateverTheOrder) {
-  // Each of 40 links leaves somebody without for as many seconds as its number with the one seed, and the half with the
-  // other; every pair with link 40 leaves two routers without for good, as link 40 itself does not.
-  std::vector<SweepRun> runs;
-  const Domain domain{"default", Pax::allGroups(Pax::AddressFamily::ipv4)};
-  const auto add = [&](const std::vector<std::string> &failing, double seconds, size_t left) {
-    SweepRun run{.plan = "p", .run = runs.size(), .failing = failing};
-    run.zones.push_back({domain, {seconds, "r1"}, {}, {}, {left, left > 0 ? "r2" : ""}, {}});
-    runs.push_back(run);
-  };
-  for (const double share : {1., 0.5}) {
-    for (int link = 1; link <= 40; ++link) add({"link " + std::to_string(link)}, share * link, 0);
-  }
-  for (int link = 1; link < 40; ++link) add({"link " + std::to_string(link), "link 40"}, 0, 2);
-  std::string first;
-  for (int order = 0; order < 5; ++order) {
-    Tally tally;
-    for (const SweepRun &run : runs) tally.add(run);
-    const SweepReport report = tally.report();
-    ASSERT_EQ(report.zones.size(), 1u);
-    ASSERT_EQ(report.zones[0].worst.size(), 10u);
-    for (size_t i = 0; i < 10; ++i) EXPECT_EQ(report.zones[0].worst[i].score(), 40. - static_cast<double>(i));
-    EXPECT_EQ(report.zones[0].pairsInAll, 39u);
-    EXPECT_EQ(report.zones[0].pairs.size(), 20u);
-    EXPECT_EQ(report.missing, 0u);
-    if (order == 0) first = toText(report);
-    EXPECT_EQ(toText(report), first);
-    // Another order: of every other one first.
-    std::stable_partition(runs.begin(), runs.end(), [](const SweepRun &run) { return run.run % 2 == 1; });
-    std::rotate(runs.begin(), runs.begin() + 17, runs.end());
-  }
-}
-
-TEST_F(SweepTest, AProcessThatDiesIsToldAndItsWorkTriedAgain) {
-  // The fourth ends its process the first time, the seventh each time, the eighth is not done.
-  std::set<size_t> done;
-  Lines lost;
-  const auto work = [&](size_t number) -> std::string {
-    if (number == 3 && read("died").empty()) {
-      write("died", "once");
-      raise(SIGKILL);
-    }
-    if (number == 6) _exit(7);
-    if (number == 7) throw std::runtime_error("no such luck");
-    return "line " + std::to_string(number);
-  };
-  const auto take = [&](size_t number, const std::string &line) {
-    EXPECT_EQ(line, "line " + std::to_string(number));
-    EXPECT_TRUE(done.insert(number).second) << number;
-  };
-  const auto tell = [&](size_t number, const std::string &reason, bool givenUp) {
-    lost.push_back(std::to_string(number) + " " + reason + (givenUp ? "; given up" : ""));
-  };
-  std::vector<size_t> all(100);  // so many that a process has others to do after those
-  std::iota(all.begin(), all.end(), 0);
-  Workers(1, {work, take, tell}).run(all);
-  std::set<size_t> rest(all.begin(), all.end());
-  rest.erase(6);
-  rest.erase(7);
-  EXPECT_EQ(done, rest);
-  EXPECT_EQ(lost, (Lines{"3 its process was ended by the signal Killed", "6 its process ended with status 7",
-                         "6 its process ended with status 7; given up", "7 no such luck", "7 no such luck; given up"}));
-}
-
-TEST_F(SweepTest, ProcessesEndWithTheirParent) {
-  int ends[2];
-  ASSERT_EQ(pipe(ends), 0);
-  const pid_t parent = fork();
-  if (parent == 0) {
-    const auto work = [&](size_t) -> std::string {
-      const pid_t self = getpid();
-      if (::write(ends[1], &self, sizeof self) < 0) _exit(1);
-      for (;;) pause();
-    };
-    Workers(3, {work, {}, {}}).run({1, 2, 3});
-    _exit(0);
-  }
-  close(ends[1]);
-  std::vector<pid_t> workers(3);
-  for (pid_t &worker : workers) ASSERT_EQ(::read(ends[0], &worker, sizeof worker), ssize_t{sizeof worker});
-  kill(parent, SIGKILL);
-  waitpid(parent, nullptr, 0);
-  // Each of them has the pipe open for as long as it is there; the time is only spent where one stays.
-  pollfd waiting{ends[0], POLLIN, 0};
-  const bool all = poll(&waiting, 1, 60'000) == 1;
-  EXPECT_TRUE(all);
-  for (const pid_t worker : workers) {
-    if (!all) kill(worker, SIGKILL);
-  }
-  close(ends[0]);
 }
 
 }  // namespace
