@@ -8,7 +8,7 @@
 namespace Planning {
 
 /// What the file says, in its order. Comments are without "//"; an empty one is an empty line. What no terminal should
-/// see in them is left out.
+/// see in them becomes '?'.
 struct Draft {
   using Json = nlohmann::ordered_json;
   using Comments = std::vector<std::string>;

@@ -5,8 +5,9 @@
 
 namespace Planning {
 
-/// A file or folder that is given has not what it should have, or cannot be read; what() begins with its name. Ends the
-/// program with Exit::refused. A file that cannot be written is no such fault: that is any std::runtime_error.
+/// Files or folders that are given have not what they should have, or cannot be read; what() begins with the name where
+/// one of them is to blame. Ends the program with Exit::refused. A file that cannot be written is no such fault: that
+/// is any std::runtime_error.
 class InputFault : public std::runtime_error {
  public:
   using runtime_error::runtime_error;

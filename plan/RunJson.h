@@ -3,9 +3,8 @@
 ///   {"type": "event", "at": 5.0, "router": "r1", "severity": "notice", "vrf": "default", "kind": "bsrElected", ...}
 ///       what "pimbsrctl --json show events" has of it; events are not folded
 ///   {"type": "action", "at": 200.0, "text": "The agent of r1 crashes"}
-///   {"type": "agreed", "at": 332.0, "vrf": "default", "zone": "224.0.0.0/4", "after": 132.0, "what": "the agent of r1
-///   crashed",
-///    "on": [{"bsr": "192.168.0.2", "router": "r2", "rps": 2, "nodes": 7}]}
+///   {"type": "agreed", "at": 332.0, "vrf": "default", "zone": "224.0.0.0/4", "after": 132.0,
+///    "what": "the agent of r1 crashed", "on": [{"bsr": "192.168.0.2", "router": "r2", "rps": 2, "nodes": 7}]}
 ///   {"type": "answer", "at": 120.0, "question": "r7 show bsr at 120", "rows": [...]}
 ///   {"type": "episode", "at": 200.0, "until": 500.0, "what": "The agent of r1 crashes", "zones": [{"vrf", "zone",
 ///    "nodes", "withoutBsr": {"least", "median", "most", "nodes", "which"}, "withoutRp", "disagreed", "agreedAfter"}]}

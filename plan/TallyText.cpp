@@ -69,7 +69,7 @@ std::string runsText(const SweepReport &report) {
 std::string noneText(const SweepReport &report, const std::string &ofAll, const std::string &ofSome) {
   if (report.isWhole()) return ofAll;
   if (report.runs == 1) return "The only run that is there does not show " + ofSome;
-  return "None of the " + runsText(report) + " that are there shows " + ofSome;
+  return std::string("None of the ") + runsText(report) + " that are there shows " + ofSome;
 }
 
 std::string textOf(const ZoneReport &zone, const SweepReport &report) {
