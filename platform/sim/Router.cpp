@@ -110,13 +110,18 @@ std::vector<Pax::IntfId> Router::pimInterfaces() const {
 void Router::pimIs(const HelloParameters &parameters, const std::vector<Pax::IntfId> &interfaces) {
   const std::vector<Pax::IntfId> before = pimInterfaces();
   hello_ = parameters;
-  pimInterfaces_ = interfaces;
+  // Ids that share a record with those of packets are found without looking at names.
+  pimInterfaces_.emplace();
+  for (const Pax::IntfId &intfId : interfaces) {
+    const Intf *const own = intf(intfId);
+    pimInterfaces_->push_back(own ? own->intfId() : intfId);
+  }
   if (!speaker_) return;
   speaker_->parametersIs(parameters);
   const auto isIn = [](const std::vector<Pax::IntfId> &list, const Pax::IntfId &intfId) {
     return std::find(list.begin(), list.end(), intfId) != list.end();
   };
-  for (const Pax::IntfId &intfId : interfaces) {
+  for (const Pax::IntfId &intfId : *pimInterfaces_) {
     if (!isIn(before, intfId)) speaker_->intfIs(intfId);
   }
   for (const Pax::IntfId &intfId : before) {
