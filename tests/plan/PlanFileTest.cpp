@@ -88,6 +88,9 @@ TEST(PlanFile, EveryFaultOfTheNetworkIsToldWithItsPath) {
   for (const Case &each : cases) {
     EXPECT_EQ(textsOf(planFromText(each.text, "/nowhere").findings.errors), Texts{each.error}) << each.text;
   }
+  const std::string novel = R"({"routers": {"r1": {}, "r2": {}}, "links": [{"between": ["r1", "r2"]}], "name": ")" +
+                            std::string(1'000'000, 'x') + "\"}";
+  EXPECT_EQ(textsOf(planFromText(novel, "").findings.errors), Texts{"/name: a text of more than 4000 bytes"});
 }
 
 TEST(PlanFile, EveryFaultOfTheStoryAndOfWhatIsExpectedIsToldWithItsPath) {
