@@ -73,7 +73,7 @@ void addFolded(std::string text, const std::string &indent, std::vector<std::str
     if (end == text.npos || end < indent.size()) end = text.find_first_of(", ", foldWidth);
     if (end == text.npos) break;
     lines.push_back(text.substr(0, text[end] == ',' ? end + 1 : end));
-    text = indent + text.substr(end + 1);
+    text.replace(0, end + 1, indent);
   }
   lines.push_back(text);
 }
