@@ -27,7 +27,7 @@ struct Router {
     network.time().runFor(10);
     for (uint32_t n = 0; n < zones; ++n) hear(message(n, 150));
   }
-  Bsr::PimBsrSm &engine() { return host.agent().containerSm("default")->bsrSm(); }
+  Bsr::PimBsrSm &engine() const { return host.agent().containerSm("default")->bsrSm(); }
   void hear(const Bsm &bsm) {
     Bsr::PimBsmStatus &status = *engine().bsmStatus();
     status.firstGroupIs(bsm->groupData().front());

@@ -22,7 +22,6 @@
 
 namespace {
 
-using Planning::Action;
 using Planning::Plan;
 using Planning::Verb;
 

@@ -55,7 +55,7 @@ void FoldedEvents::print(const Line &line, const std::string &who, const std::st
 void FoldedEvents::flush() {
   std::vector<std::pair<const Line *, const Group *>> lines;
   for (const auto &[key, group] : groups_) {
-    for (const Line &line : group.lines) lines.push_back({&line, &group});
+    for (const Line &line : group.lines) lines.emplace_back(&line, &group);
   }
   std::sort(lines.begin(), lines.end(), [](const auto &a, const auto &b) { return a.first->order < b.first->order; });
   for (const auto &[line, group] : lines) {

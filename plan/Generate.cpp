@@ -53,7 +53,7 @@ class Sizes {
     return given_["size"].as<std::string>();
   }
   size_t option(const char *name, size_t otherwise, size_t least, size_t most = routersMost) {
-    asked_.push_back(name);
+    asked_.emplace_back(name);
     return given_.count(name) == 0 ? otherwise : numberFrom(given_[name].as<std::string>(), name, least, most);
   }
   void refuseOthers() const {

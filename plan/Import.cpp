@@ -40,6 +40,7 @@ Pax::AddressFamily familyOfAll(const std::vector<std::string> &paths) {
 ImportedPlan planFrom(const std::vector<std::string> &paths) {
   const Pax::AddressFamily family = familyOfAll(paths);
   std::vector<SavedRouter> routers;
+  routers.reserve(paths.size());
   for (const std::string &path : paths) routers.push_back(savedRouterFrom(path, family));
   std::sort(routers.begin(), routers.end(),
             [](const SavedRouter &a, const SavedRouter &b) { return NaturalOrder()(a.name, b.name); });

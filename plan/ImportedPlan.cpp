@@ -55,7 +55,7 @@ class Importer {
 
  private:
   std::vector<SavedAddress> addressesOf(const SavedEnd &end, const SavedLink *link) const;
-  Json addressTexts(std::vector<SavedAddress> addresses, const SavedLink *link);
+  Json addressTexts(const std::vector<SavedAddress> &addresses, const SavedLink *link);
   std::vector<IpGenAddr> addressesOn(const SavedLink &link) const;
   Json interfacesOf(const SavedRouter &router, const std::string &vrf);
   const SavedLink *linkOf(const SavedRouter &router, const std::string &vrf, const std::string &interface) const;
@@ -114,7 +114,7 @@ std::vector<IpGenAddr> Importer::addressesOn(const SavedLink &link) const {
   return all;
 }
 
-Json Importer::addressTexts(std::vector<SavedAddress> addresses, const SavedLink *link) {
+Json Importer::addressTexts(const std::vector<SavedAddress> &addresses, const SavedLink *link) {
   Json texts = Json::array();
   for (const SavedAddress &each : addresses) {
     uint8_t length = Pax::addressBits(family_);

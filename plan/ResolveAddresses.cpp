@@ -69,9 +69,14 @@ void Resolver::warnOfOtherSubnets(const Link &link) {
       return std::any_of(first.begin(), first.end(), [&](const IpGenPrefix &other) { return overlap(subnet, other); });
     });
     if (subnets.empty() || isCommon) continue;
-    findings_.warning(pathOfLink(linkByName_.at(link.name)),
-                      name + " is in " + toText(subnets.front()) + " there, and " + whose + " in " +
-                          toText(first.front()) + ": they have no subnet in common");
+    findings_.warning(pathOfLink(linkByName_.at(link.name)), std::string(name)
+                                                                 .append(" is in ")
+                                                                 .append(toText(subnets.front()))
+                                                                 .append(" there, and ")
+                                                                 .append(whose)
+                                                                 .append(" in ")
+                                                                 .append(toText(first.front()))
+                                                                 .append(": they have no subnet in common"));
   }
 }
 

@@ -46,7 +46,7 @@ class Resolver {
   std::optional<Member> memberFrom(const std::string &text, const std::string &path, size_t link);
   std::string nameOfLink(const LinkText &text, const std::string &path);
   void giveAddresses();
-  void giveAddresses(size_t link);
+  void giveAddresses(size_t place);
   Pax::IpGenPrefix freeSubnet();
   void giveLoopback(size_t router, Vrf &vrf);
   void warnOfLoners();
@@ -61,7 +61,7 @@ class Resolver {
   /// Null, with an error, when it is no good.
   ConfigurationPtr configurationFrom(const ConfigurationText &text, size_t router, const std::string &path);
   nlohmann::json filledTemplate(const ConfigurationText &text, size_t router, const std::string &path);
-  nlohmann::json withPim(nlohmann::json json, size_t router) const;
+  nlohmann::json withPim(nlohmann::json configuration, size_t router) const;
   using Told = std::function<void(const std::string &place, const std::string &message)>;
   void findStrangers(const Routing::Pim::Bsr::Configuration &configuration, size_t router, const Told &told) const;
 

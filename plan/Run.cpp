@@ -88,9 +88,9 @@ bool isWatched(const std::ostream &out, const std::ostream &err) {
 void play(Simulation &simulation, bool tells, std::ostream &err) {
   const double end = simulation.plan().duration;
   if (!tells) return simulation.runTo(end);
-  constexpr double steps = 5000;
+  constexpr int steps = 5000;
   auto told = std::chrono::steady_clock::now();
-  for (double step = 1; step <= steps; ++step) {
+  for (int step = 1; step <= steps; ++step) {
     simulation.runTo(step < steps ? end * step / steps : end);
     const auto now = std::chrono::steady_clock::now();
     if (now - told < std::chrono::seconds(1)) continue;

@@ -127,7 +127,7 @@ class Reader {
     });
     if (!hasInterfaces) throw InputFault(router_.name + ": \"show interfaces\" is not saved, or has no rows");
     if (router_.configuration.is_null()) {
-      router_.notes.push_back("\"show config\" is not saved: taken as no candidate, with PIM on at all its links");
+      router_.notes.emplace_back("\"show config\" is not saved: taken as no candidate, with PIM on at all its links");
     }
     if (!other_.empty()) router_.notes.push_back(other_ + " has rows that are of no use here");
   }

@@ -115,7 +115,8 @@ std::string textOf(const std::vector<ExpectationReport> &expectations) {
   for (const ExpectationReport &each : expectations) {
     char share[16];
     // Rounded down: what held in all runs but one has not held in 100 %.
-    const double percent = each.runs == 0 ? 0 : static_cast<double>(each.held * 1000 / each.runs) / 10;
+    const uint64_t perMille = each.runs == 0 ? 0 : each.held * 1000 / each.runs;
+    const double percent = static_cast<double>(perMille) / 10;
     snprintf(share, sizeof share, "%.1f %%", percent);
     std::string text = each.text;
     if (each.held < each.runs) {
