@@ -1,7 +1,9 @@
 #include "plan/Account.h"
 
 #include <algorithm>
-#include <numeric>
+#include <set>
+
+#include "plan/Parts.h"
 
 namespace Planning {
 
@@ -84,26 +86,15 @@ std::vector<Episode> Account::episodes() const {
 // nobody wants to be BSR is not without one.
 std::vector<bool> Account::nodesNearCandidates() const {
   const Plan &plan = simulation_.plan();
-  std::vector<size_t> parent(nodes_.size());
-  std::iota(parent.begin(), parent.end(), 0);
-  const auto root = [&](size_t node) {
-    while (parent[node] != node) node = parent[node] = parent[parent[node]];
-    return node;
-  };
-  for (const Link &link : plan.links) {
-    for (const Member &member : link.members) {
-      parent[root(placeOf({member.router, member.vrf}))] =
-          root(placeOf({link.members.front().router, link.members.front().vrf}));
-    }
-  }
-  std::vector<bool> hasCandidate(nodes_.size());
-  bool isAny = false;
-  for (size_t i = 0; i < nodes_.size(); ++i) {
-    if (!isCandidate(plan, nodes_[i])) continue;
-    isAny = hasCandidate[root(i)] = true;
+  const auto parts = partsOf(plan);
+  std::set<size_t> withCandidate;
+  for (const Node &node : nodes_) {
+    if (isCandidate(plan, node)) withCandidate.insert(parts[node.router][node.vrf]);
   }
   std::vector<bool> near;
-  for (size_t i = 0; i < nodes_.size(); ++i) near.push_back(!isAny || hasCandidate[root(i)]);
+  for (const Node &node : nodes_) {
+    near.push_back(withCandidate.empty() || withCandidate.contains(parts[node.router][node.vrf]));
+  }
   return near;
 }
 

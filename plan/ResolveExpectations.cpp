@@ -14,43 +14,6 @@ using Routing::Pim::Bsr::pathTo;
 
 namespace {
 
-IpGenAddr firstAddress(const Vrf &vrf, const Pax::IntfId &intfId) {
-  for (const Interface &interface : vrf.interfaces) {
-    if (interface.name != intfId.name()) continue;
-    for (const Sim::IntfAddress &each : interface.addresses) {
-      if (!each.address.isLinkLocal()) return each.address;
-    }
-  }
-  return {};
-}
-
-// The addresses with which the configuration makes the router a candidate for what is expected.
-std::set<IpGenAddr> candidatesIn(const Routing::Pim::Bsr::Configuration &configuration, const Vrf &vrf,
-                                 const Expectation &expectation) {
-  std::set<IpGenAddr> candidates;
-  const auto settings = configuration.vrfConfig.find(L3::VrfName(vrf.name));
-  if (settings == configuration.vrfConfig.end()) return candidates;
-  if (expectation.kind == Kind::rp || expectation.kind == Kind::withoutRp) {
-    for (const auto &[intfId, candidacy] : settings->second.rpCandidateConfig) {
-      const auto serves = [&](const auto &range) {
-        return expectation.kind == Kind::rp
-                   ? range.first.covers(IpGenPrefix::host(expectation.group))
-                   : range.first.covers(expectation.zone) || expectation.zone.covers(range.first);
-      };
-      const auto &ranges = candidacy.groupRange;
-      if (!candidacy.acl.empty() || std::any_of(ranges.begin(), ranges.end(), serves)) {
-        candidates.insert(firstAddress(vrf, intfId));
-      }
-    }
-  } else {
-    for (const auto &[intfId, candidacy] : settings->second.bsrCandidateConfig) {
-      const bool isOfZone = !candidacy.acl.empty() || candidacy.group.contains(expectation.zone);
-      if (isOfZone) candidates.insert(firstAddress(vrf, intfId));
-    }
-  }
-  return candidates;
-}
-
 std::string textOf(const Expectation &expectation, const std::string &who, const std::string &where) {
   std::ostringstream text;
   switch (expectation.kind) {
@@ -102,10 +65,12 @@ void Resolver::resolveExpectation(const ExpectText &text, const std::string &pat
   }
   resolveTimes(text, path, expectation);
   resolveNodes(text.routers, path, expectation);
-  if (findings_.errors.size() > errors) return;
   const std::string &who = expectation.kind == Kind::rp ? text.rp : text.bsr;
+  resolveWho(who, path + (expectation.kind == Kind::rp ? "/rp" : "/bsr"), expectation);
+  if (findings_.errors.size() > errors) return;
   if (expectation.kind != Kind::agree && candidatesKnown_) resolveCandidate(who, path, expectation);
-  const std::string where = expectation.named ? "at " + joined(text.routers, ", ") : "everywhere";
+  const std::string everywhere = plan_.hasVrfs() ? "everywhere in VRF default" : "everywhere";
+  const std::string where = expectation.named ? "at " + joined(text.routers, ", ") : everywhere;
   const bool isName = expectation.address && routerByName_.contains(who);
   expectation.text = textOf(expectation, isName ? who + " (" + Kiv::toText(*expectation.address) + ")" : who, where);
   plan_.expectations.push_back(std::move(expectation));
@@ -121,6 +86,16 @@ IpGenPrefix Resolver::prefixFrom(const std::string &text, const std::string &pat
     error(path, fault.what());
   }
   return {};
+}
+
+// A router has its address once it is known to be a candidate.
+void Resolver::resolveWho(const std::string &text, const std::string &path, Expectation &expectation) {
+  if (text.empty() || text == "none" || routerByName_.contains(text)) return;
+  try {
+    expectation.address = IpGenAddr::fromText(text);
+  } catch (const Kiv::RangeError &) {
+    error(path, "there is no router " + text + ", nor is it an address");
+  }
 }
 
 void Resolver::resolveTimes(const ExpectText &text, const std::string &path, Expectation &expectation) {
@@ -152,49 +127,6 @@ void Resolver::resolveNodes(const std::vector<std::string> &texts, const std::st
   }
   if (expectation.named) return;
   for (size_t router = 0; router < plan_.routers.size(); ++router) expectation.nodes.push_back({router, 0});
-}
-
-// Somebody has to be a candidate for it, at first or after a reload; or else it can never hold.
-void Resolver::resolveCandidate(const std::string &text, const std::string &path, Expectation &expectation) {
-  if (text == "none") return;
-  const Node &asked = expectation.nodes.front();
-  const std::string &vrfName = plan_.routers[asked.router].vrfs[asked.vrf].name;
-  std::map<std::string, std::set<IpGenAddr>> candidates;  // by router
-  const auto take = [&](const Router &router, const ConfigurationPtr &configuration) {
-    for (const Vrf &vrf : router.vrfs) {
-      if (vrf.name == vrfName) candidates[router.name].merge(candidatesIn(*configuration, vrf, expectation));
-    }
-  };
-  for (const Router &router : plan_.routers) take(router, router.configuration);
-  for (const Action &action : plan_.story) {
-    if (action.configuration) take(plan_.routers[action.router], action.configuration);
-  }
-  const bool isRp = expectation.kind == Kind::rp || expectation.kind == Kind::withoutRp;
-  const std::string forWhat =
-      (isRp ? " is ever a candidate RP of " : " is ever a candidate BSR of ") +
-      (expectation.kind == Kind::rp ? Kiv::toText(expectation.group) : Kiv::toText(expectation.zone));
-  const bool isAnybody =
-      std::any_of(candidates.begin(), candidates.end(), [](const auto &each) { return !each.second.empty(); });
-  if (text.empty() || !isAnybody) {
-    if (!isAnybody) error(path, "can never hold: no router" + forWhat);
-    return;
-  }
-  const std::string at = path + (isRp ? "/rp" : "/bsr");
-  if (const auto router = candidates.find(text); router != candidates.end()) {
-    if (router->second.empty()) return error(at, "can never hold: " + text + " is never" + forWhat.substr(8));
-    if (router->second.size() > 1) return error(at, text + " has several addresses for that; give the address");
-    expectation.address = *router->second.begin();
-    return;
-  }
-  try {
-    expectation.address = IpGenAddr::fromText(text);
-  } catch (const Kiv::RangeError &) {
-    return error(at, "there is no router " + text + ", nor is it an address");
-  }
-  for (const auto &[name, addresses] : candidates) {
-    if (addresses.contains(*expectation.address)) return;
-  }
-  error(at, "can never hold: no router with the address " + text + forWhat);
 }
 
 }  // namespace Planning

@@ -82,9 +82,13 @@ class Resolver {
   void resolveExpectations();
   void resolveExpectation(const ExpectText &text, const std::string &path);
   void resolveTimes(const ExpectText &text, const std::string &path, Expectation &expectation);
-  void resolveCandidate(const std::string &text, const std::string &path, Expectation &expectation);
+  void resolveWho(const std::string &text, const std::string &path, Expectation &expectation);
   void resolveNodes(const std::vector<std::string> &texts, const std::string &path, Expectation &expectation);
   Pax::IpGenPrefix prefixFrom(const std::string &text, const std::string &path);
+
+  // plan/ResolveCandidates.cpp: what can never hold.
+  void resolveCandidate(const std::string &text, const std::string &path, Expectation &expectation);
+  void refuseSilent(const std::string &path, const Expectation &expectation);
 
   std::optional<size_t> routerFrom(const std::string &name, const std::string &path);
   void error(const std::string &path, const std::string &message) { findings_.error(path, message); }

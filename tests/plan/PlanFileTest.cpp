@@ -133,9 +133,56 @@ TEST(PlanFile, EveryFaultOfTheStoryAndOfWhatIsExpectedIsToldWithItsPath) {
       {R"("expect": [{"at": 1, "rp": "none", "group": "10.0.0.1"}])",
        "/expect/0/group: 10.0.0.1 is no group of this plan's family"},
       {R"("expect": [{"at": 1, "bsr": "none", "routers": ["r1/blue"]}])", "/expect/0/routers/0: r1 has no VRF blue"},
+      {R"("events": [{"at": 5, "start": "r3"}], "expect": [{"at": 6, "bsr": "r1", "routers": ["r3"]},
+          {"withoutBsr": 5, "to": 9, "routers": ["r3"]}, {"at": 4, "bsr": "r1", "routers": ["r2", "r3"]},
+          {"at": 4, "bsr": "none", "routers": ["r3"]}])",
+       "/expect/2/routers/1: can never hold: the agent of r3 has not run by then"},
   };
   for (const Case &each : cases) {
     EXPECT_EQ(textsOf(planFromText(planWith(each.members), "").findings.errors), Texts{each.error}) << each.members;
+  }
+}
+
+TEST(PlanFile, WhatIsExpectedCanHoldAsFarAsLinksLead) {
+  struct Case {
+    const char *expectation;
+    std::string text;   // of the plan, or
+    std::string error;  // where it is no good
+  };
+  const std::string bsr = "a candidate BSR of 224.0.0.0/4 within reach of ", never = "/expect/0/bsr: can never hold: ";
+  const Case cases[] = {
+      {R"("at": 90, "bsr": "r1")", "at 90 s the BSR of 224.0.0.0/4 is r1 (192.168.0.1) everywhere in VRF default", ""},
+      {R"("at": 90, "bsr": "r1", "routers": ["r2/blue"])",
+       "at 90 s the BSR of 224.0.0.0/4 is r1 (192.168.0.1) at r2/blue", ""},
+      {R"("at": 90, "bsr": "192.168.0.1", "routers": ["r2/blue"])",
+       "at 90 s the BSR of 224.0.0.0/4 is 192.168.0.1 at r2/blue", ""},
+      {R"("at": 90, "rp": "r1", "group": "239.1.1.1", "routers": ["r2/blue"])",
+       "at 90 s the RP of 239.1.1.1 is r1 (192.168.0.1) at r2/blue", ""},
+      {R"("withoutBsr": 9, "to": 90, "routers": ["r2/blue"])",
+       "a BSR of 224.0.0.0/4 at r2/blue, but for 9 s at most, from 0 s to 90 s", ""},
+      {R"("at": 90, "bsr": "r3", "routers": ["r2/green"])",
+       "at 90 s the BSR of 224.0.0.0/4 is r3 (192.168.0.9) at r2/green", ""},
+      {R"("at": 90, "bsr": "r3", "routers": ["r2/red", "r2/green"])", "",
+       "/expect/0/bsr: r3 has several addresses for that: give one, or each VRF an expectation of its own"},
+      {R"("at": 90, "bsr": "r3")", "", never + "r3 is never " + bsr + "VRF default"},
+      {R"("at": 90, "bsr": "192.168.0.9")", "",
+       never + "no router with the address 192.168.0.9 is ever " + bsr + "VRF default"},
+      {R"("at": 90, "bsr": "r1", "routers": ["r2", "r3"])", "",
+       "/expect/0: can never hold: no router is ever " + bsr + "r2 and r3"},
+  };
+  for (const Case &each : cases) {
+    const LoadedPlan loaded = planFromText(std::string(R"({"templates": {
+        "bsr": {"vrfConfig": {"${vrf}": {"bsrCandidateConfig": {"lo": {"group": {"224.0.0.0/4": {}}}},
+                                         "rpCandidateConfig": {"lo": {"groupRange": {"239.0.0.0/8": {}}}}},
+                              "${other}": {"bsrCandidateConfig": {"lo": {"group": {"224.0.0.0/4": {}}}}}}}},
+      "routers": {"r1": {"template": "bsr", "values": {"vrf": "default", "other": "lonely"}, "vrfs": {"lonely": {}}},
+                  "r2": {}, "r3": {"template": "bsr", "values": {"vrf": "red", "other": "green"}}},
+      "links": [{"between": ["r1", "r2/blue"]}, {"between": ["r2/red", "r3/red"]},
+                {"between": ["r2/green", "r3/green"]}, {"between": ["r2", "r3"]}],
+      "expect": [{)") + each.expectation + "}]}",
+                                           "");
+    EXPECT_EQ(textsOf(loaded.findings.errors), each.error.empty() ? Texts{} : Texts{each.error}) << each.expectation;
+    if (each.error.empty()) EXPECT_EQ(loaded.plan.expectations.at(0).text, each.text);
   }
 }
 

@@ -1,0 +1,137 @@
+#include <algorithm>
+
+#include "daemon/file/JsonText.h"
+#include "plan/Naming.h"
+#include "plan/Parts.h"
+#include "plan/Resolver.h"
+
+namespace Planning {
+
+using Kind = Expectation::Kind;
+using Pax::IpGenAddr;
+using Pax::IpGenPrefix;
+using Routing::Pim::Bsr::pathTo;
+
+namespace {
+
+bool isOfRp(const Expectation &expectation) {
+  return expectation.kind == Kind::rp || expectation.kind == Kind::withoutRp;
+}
+
+IpGenAddr firstAddress(const Vrf &vrf, const Pax::IntfId &intfId) {
+  for (const Interface &interface : vrf.interfaces) {
+    if (interface.name != intfId.name()) continue;
+    for (const Sim::IntfAddress &each : interface.addresses) {
+      if (!each.address.isLinkLocal()) return each.address;
+    }
+  }
+  return {};
+}
+
+// The addresses with which the configuration makes the router a candidate for what is expected.
+std::set<IpGenAddr> candidatesIn(const Routing::Pim::Bsr::Configuration &configuration, const Vrf &vrf,
+                                 const Expectation &expectation) {
+  std::set<IpGenAddr> candidates;
+  const auto settings = configuration.vrfConfig.find(L3::VrfName(vrf.name));
+  if (settings == configuration.vrfConfig.end()) return candidates;
+  if (isOfRp(expectation)) {
+    for (const auto &[intfId, candidacy] : settings->second.rpCandidateConfig) {
+      const auto serves = [&](const auto &range) {
+        return expectation.kind == Kind::rp
+                   ? range.first.covers(IpGenPrefix::host(expectation.group))
+                   : range.first.covers(expectation.zone) || expectation.zone.covers(range.first);
+      };
+      const auto &ranges = candidacy.groupRange;
+      if (!candidacy.acl.empty() || std::any_of(ranges.begin(), ranges.end(), serves)) {
+        candidates.insert(firstAddress(vrf, intfId));
+      }
+    }
+  } else {
+    for (const auto &[intfId, candidacy] : settings->second.bsrCandidateConfig) {
+      const bool isOfZone = !candidacy.acl.empty() || candidacy.group.contains(expectation.zone);
+      if (isOfZone) candidates.insert(firstAddress(vrf, intfId));
+    }
+  }
+  return candidates;
+}
+
+// Who may ever be what is expected, where links lead to from those that are asked.
+struct Candidates {
+  std::map<std::string, std::set<IpGenAddr>> byRouter;
+  bool areAll = true;  // links lead everywhere
+};
+
+Candidates candidatesFor(const Plan &plan, const Expectation &expectation) {
+  const auto parts = partsOf(plan);
+  std::set<size_t> asked;
+  for (const Node &node : expectation.nodes) asked.insert(parts[node.router][node.vrf]);
+  Candidates candidates;
+  const auto take = [&](size_t place, const ConfigurationPtr &configuration) {
+    const Router &router = plan.routers[place];
+    for (size_t vrf = 0; vrf < router.vrfs.size(); ++vrf) {
+      const bool isReached = asked.contains(parts[place][vrf]);
+      candidates.areAll = candidates.areAll && isReached;
+      if (!isReached) continue;
+      const std::set<IpGenAddr> addresses = candidatesIn(*configuration, router.vrfs[vrf], expectation);
+      if (!addresses.empty()) candidates.byRouter[router.name].insert(addresses.begin(), addresses.end());
+    }
+  };
+  for (size_t router = 0; router < plan.routers.size(); ++router) take(router, plan.routers[router].configuration);
+  for (const Action &action : plan.story) {
+    if (action.configuration) take(action.router, action.configuration);
+  }
+  return candidates;
+}
+
+bool hasRun(const Plan &plan, size_t router, double until) {
+  const auto start = plan.routers[router].start;
+  return (start && *start <= until) || std::any_of(plan.story.begin(), plan.story.end(), [&](const Action &action) {
+           const bool starts = action.verb == Verb::start || action.verb == Verb::powerOn;
+           return starts && action.router == router && action.at <= until;
+         });
+}
+
+}  // namespace
+
+// Somebody has to be a candidate for it, at first or after a reload, and those that are named have to run; or else it
+// can never hold.
+void Resolver::resolveCandidate(const std::string &text, const std::string &path, Expectation &expectation) {
+  if (text == "none") return;
+  refuseSilent(path, expectation);
+  const auto &[byRouter, areAll] = candidatesFor(plan_, expectation);
+  std::string what = isOfRp(expectation) ? " a candidate RP of " : " a candidate BSR of ";
+  what += expectation.kind == Kind::rp ? Kiv::toText(expectation.group) : Kiv::toText(expectation.zone);
+  if (!areAll) {
+    what += " within reach of ";
+    what += expectation.named ? Naming(plan_).listOf(expectation.nodes) : "VRF default";
+  }
+  if (byRouter.empty()) return error(path, "can never hold: no router is ever" + what);
+  if (text.empty()) return;
+  const std::string at = path + (isOfRp(expectation) ? "/rp" : "/bsr");
+  if (expectation.address) {
+    const bool isAny = std::any_of(byRouter.begin(), byRouter.end(),
+                                   [&](const auto &each) { return each.second.contains(*expectation.address); });
+    if (!isAny) error(at, "can never hold: no router with the address " + text + " is ever" + what);
+    return;
+  }
+  const auto own = byRouter.find(text);
+  if (own == byRouter.end()) return error(at, "can never hold: " + text + " is never" + what);
+  if (own->second.size() > 1) {
+    return error(at, text + " has several addresses for that: give one, or each VRF an expectation of its own");
+  }
+  expectation.address = *own->second.begin();
+}
+
+// Those that are named and have not run by then.
+void Resolver::refuseSilent(const std::string &path, const Expectation &expectation) {
+  if (!expectation.named) return;
+  const double until = expectation.kind < Kind::agree ? expectation.at : expectation.to;
+  for (size_t i = 0; i < expectation.nodes.size(); ++i) {
+    const size_t router = expectation.nodes[i].router;
+    if (hasRun(plan_, router, until)) continue;
+    error(pathTo(path + "/routers", std::to_string(i)),
+          "can never hold: the agent of " + plan_.routers[router].name + " has not run by then");
+  }
+}
+
+}  // namespace Planning
