@@ -115,7 +115,7 @@ Verdict Judge::look(const Expectation &expectation) const {
     const auto &nodes = expectation.nodes;
     const bool isAnybody = std::any_of(nodes.begin(), nodes.end(), [&](const Node &node) { return takesPart(node); });
     if (!isAnybody) return {false, "no router ran"};
-    return {!expectation.address, "no router that ran knew " + Kiv::toText(expectation.zone)};
+    return {!expectation.address, "no router that ran knew " + naming_.textOf(Domain{"default", expectation.zone})};
   }
   if (wrong == 0) return {true, "so it was at " + allOf(asked)};
   std::string seen;
@@ -155,7 +155,7 @@ Verdict Judge::lookBack(const Expectation &expectation) const {
     worst = longest;
     where = node;
   }
-  if (asked == 0) return {false, "no router that ran knew " + Kiv::toText(expectation.zone)};
+  if (asked == 0) return {false, "no router that ran knew " + naming_.textOf(Domain{"default", expectation.zone})};
   std::string seen = naming_.nameOf(where) + outageText(expectation.kind);
   seen.append(" for ").append(exactSeconds(worst.length())).append(" s, from ").append(exactSeconds(worst.from));
   seen.append(worst.to >= simulation_.plan().duration ? " s to the end" : " s on");

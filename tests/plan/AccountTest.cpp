@@ -179,7 +179,11 @@ TEST(Account, AVrfWithoutCandidatesIsNotWithoutBsr) {
   const Played played(R"({"routers": {
       "r1": {"configuration": {"vrfConfig": {"blue": {"bsrCandidateConfig": {"lo": {"group": {"224.0.0.0/4": {}}}}}}}},
       "r2": {}},
-    "links": [{"between": ["r1", "r2"]}, {"between": ["r1/blue", "r2/blue"], "name": "blue"}], "duration": 100})");
+    "links": [{"between": ["r1", "r2"]}, {"between": ["r1/blue", "r2/blue"], "name": "blue"}], "duration": 100,
+    "expect": [{"at": 50, "bsr": "none"}, {"agree": 1}]})");
+  for (const Verdict &each : played.outcome.verdicts) {
+    EXPECT_EQ(each.seen, "no router that ran knew 224.0.0.0/4 in VRF default");
+  }
   const EpisodeFigures &episode = played.outcome.episodes.at(0);
   ASSERT_EQ(episode.zones.size(), 1u);
   EXPECT_EQ(episode.zones[0].nodes, 2u);
