@@ -188,7 +188,7 @@ void describe(Members &members, ExpectText &text) {
   members.text("zone", text.zone, addressTexts(), "Of which zone; by default that of all groups.");
   members.text("group", text.group, addressTexts(), "Of rp.");
   members.list("routers", text.routers, memberTexts(),
-               "Of which routers, ROUTER or ROUTER/VRF; by default of all that run, in the VRF \"default\".");
+               "Of which routers, ROUTER or ROUTER/VRF; without any, of all that run, in the VRF \"default\".");
 }
 
 template <class Members>

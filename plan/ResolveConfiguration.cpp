@@ -29,10 +29,11 @@ json linkedInterfaces(const Vrf &vrf) {
 void Resolver::resolveConfigurations() {
   const ConfigurationText none;
   for (size_t router = 0; router < plan_.routers.size(); ++router) {
-    const std::string &name = plan_.routers[router].name;
+    const std::string &name = plan_.routers[router].name, path = pathTo("/routers", name);
+    if (refused_.has(path)) continue;
     const auto written = text_.routers.find(name);
-    plan_.routers[router].configuration = configurationFrom(
-        written == text_.routers.end() ? none : written->second.configuration, router, pathTo("/routers", name));
+    plan_.routers[router].configuration =
+        configurationFrom(written == text_.routers.end() ? none : written->second.configuration, router, path);
   }
 }
 

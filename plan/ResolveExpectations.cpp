@@ -41,7 +41,8 @@ std::string textOf(const Expectation &expectation, const std::string &who, const
 void Resolver::resolveExpectations() {
   candidatesKnown_ = findings_.errors.empty();
   for (size_t i = 0; i < text_.expect.size(); ++i) {
-    resolveExpectation(text_.expect[i], pathTo("/expect", std::to_string(i)));
+    const std::string path = pathTo("/expect", std::to_string(i));
+    if (!refused_.has(path)) resolveExpectation(text_.expect[i], path);
   }
 }
 
@@ -107,7 +108,8 @@ void Resolver::resolveTimes(const ExpectText &text, const std::string &path, Exp
   expectation.from = text.from.value_or(0);
   expectation.to = text.to.value_or(plan_.duration);
   if (std::max(expectation.at, expectation.to) > plan_.duration) error(path, "is about a time after the end");
-  if (!isAtOnce && expectation.from >= expectation.to) error(path, "ends before it begins");
+  if (!isAtOnce && expectation.from >= expectation.to)
+    error(path, text.to ? "ends before it begins" : "begins when the plan has ended");
 }
 
 void Resolver::resolveNodes(const std::vector<std::string> &texts, const std::string &path, Expectation &expectation) {

@@ -14,7 +14,22 @@ using Routing::Pim::Bsr::joined;
 using Routing::Pim::Bsr::pathTo;
 
 bool Resolver::resolveNetwork() {
+  const size_t errors = findings_.errors.size();
   routersFromNames();
+  resolveRouters();
+  for (size_t i = 0; i < text_.links.size(); ++i) resolveLink(i);
+  const bool areRead = !refused_.hasNames() && findings_.errors.size() - errors == addressFaults_;
+  if (plan_.routers.empty() && areRead) error("", "there are no routers");
+  const bool isKnown = areRead && !plan_.routers.empty();
+  giveAddresses();
+  findSharedAddresses();
+  for (const Link &link : plan_.links) warnOfOtherSubnets(link);
+  if (isKnown) warnOfLoners();
+  addressesKnown_ = findings_.errors.size() == errors && !refused_.has("/routers") && !refused_.has("/links");
+  return isKnown;
+}
+
+void Resolver::resolveRouters() {
   for (const auto &[name, router] : text_.routers) {
     const std::string path = pathTo("/routers", name);
     Router &resolved = plan_.routers[routerByName_.at(name)];
@@ -27,14 +42,6 @@ bool Resolver::resolveNetwork() {
       }
     }
   }
-  for (size_t i = 0; i < text_.links.size(); ++i) resolveLink(i);
-  const bool isKnown = findings_.errors.size() == addressFaults_;
-  giveAddresses();
-  findSharedAddresses();
-  for (const Link &link : plan_.links) warnOfOtherSubnets(link);
-  warnOfLoners();
-  addressesKnown_ = findings_.errors.empty();
-  return isKnown;
 }
 
 void Resolver::routersFromNames() {
@@ -56,7 +63,6 @@ void Resolver::routersFromNames() {
       router.start = written->second.start;
     }
   }
-  if (plan_.routers.empty() && findings_.errors.empty()) error("", "there are no routers");
 }
 
 Vrf &Resolver::vrfOf(Router &router, const std::string &name) {
@@ -79,35 +85,15 @@ void Resolver::resolveInterfaces(Router &router, const std::string &vrf,
   Vrf &resolved = vrfOf(router, vrf);
   for (const auto &[name, interface] : texts) {
     const std::string at = pathTo(path, name) + "/addresses";
-    auto &addresses = interfaceOf(resolved, name).addresses = addressesFrom(interface.addresses, at);
-    for (const Sim::IntfAddress &each : addresses) refuseFirstAndLast(each, at);
-  }
-}
-
-std::vector<Sim::IntfAddress> Resolver::addressesFrom(const std::vector<std::string> &texts, const std::string &path) {
-  std::vector<Sim::IntfAddress> addresses;
-  for (size_t i = 0; i < texts.size(); ++i) {
-    const std::string at = pathTo(path, std::to_string(i));
-    try {
-      const size_t slash = texts[i].find('/');
-      const IpGenAddr address = IpGenAddr::fromText(texts[i].substr(0, slash));
-      IpGenPrefix subnet = address.isLinkLocal() ? IpGenPrefix(address, 64) : IpGenPrefix::host(address);
-      if (slash != std::string::npos) {
-        const int length = std::stoi(texts[i].substr(slash + 1));
-        if (length < 1 || length > Pax::addressBits(address.af())) throw Kiv::RangeError("has no such length");
-        subnet = IpGenPrefix(address, static_cast<uint8_t>(length));
-      }
-      if (address.af() != plan_.family || address.isMulticast() || address.isZero()) {
-        throw Kiv::RangeError("is no address that an interface can have in this plan");
-      }
-      addresses.push_back({address, subnet});
-      takenSubnets_.insert(subnet);
-    } catch (const Kiv::RangeError &fault) {
-      ++addressFaults_;
-      error(at, texts[i] + ": " + fault.what());
+    Interface &known = interfaceOf(resolved, name);
+    if (refused_.has(at)) continue;
+    for (size_t i = 0; i < interface.addresses.size(); ++i) {
+      const auto address = addressFrom(interface.addresses[i], pathTo(at, std::to_string(i)));
+      if (!address) continue;
+      refuseFirstAndLast(*address, at);
+      known.addresses.push_back(*address);
     }
   }
-  return addresses;
 }
 
 std::string Resolver::pathOfLink(size_t link) { return pathTo("/links", std::to_string(link)); }
@@ -130,6 +116,10 @@ std::string Resolver::nameOfLink(const LinkText &text, const std::string &path) 
 void Resolver::resolveLink(size_t place) {
   const LinkText &text = text_.links[place];
   const std::string path = pathOfLink(place);
+  if (refused_.hasNames(path)) {
+    plan_.links.emplace_back();  // so that the others have their places
+    return;
+  }
   if (text.between.size() < 2) error(path + "/between", "a link has two ends or more");
   Link link{nameOfLink(text, path), {}, text.parameters};
   for (size_t i = 0; i < text.between.size(); ++i) {
@@ -200,9 +190,9 @@ void Resolver::giveAddresses(size_t place) {
     if (global != interface.addresses.end() && used.isEmpty()) used = global->subnet;
   }
   if (!subnet.empty()) {
-    const std::vector<Sim::IntfAddress> given = addressesFrom({subnet}, path + "/subnet");
-    if (given.empty()) return;
-    used = given.front().subnet;
+    const auto given = addressFrom(subnet, path + "/subnet");
+    if (!given) return;
+    used = given->subnet;
   }
   if (without.empty()) return;
   if (used.isEmpty()) used = freeSubnet();
@@ -215,6 +205,7 @@ void Resolver::giveAddresses(size_t place) {
     } while (host && taken.contains(*host));
     if (!host) return error(path, "has more ends than " + toText(used) + " has addresses; give it a larger subnet");
     interface->addresses.push_back({*host, used});
+    if (!subnet.empty()) givenOfSubnet_.insert({place, *host});
   }
 }
 
@@ -252,7 +243,7 @@ void Resolver::warnOfLoners() {
                                         [](const Interface &interface) { return interface.link.has_value(); });
       if (isLinked || plan_.routers.size() == 1) continue;
       findings_.warning(pathTo("/routers", router.name),
-                        "has no link" + (vrf.name == "default" ? std::string() : " in VRF " + vrf.name));
+                        "has no link" + (router.vrfs.size() == 1 ? std::string() : " in VRF " + vrf.name));
     }
   }
 }

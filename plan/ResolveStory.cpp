@@ -26,6 +26,7 @@ struct Resolver::StoryState {
 
 void Resolver::resolveStory() {
   StoryState state;
+  storyKnown_ = !refused_.has("/events");
   state.cut.resize(plan_.links.size());
   for (const Link &link : plan_.links) state.parameters.push_back(link.parameters);
   for (const Router &router : plan_.routers) state.runsFrom.push_back(router.start);
@@ -40,7 +41,7 @@ void Resolver::resolveStory() {
 }
 
 void Resolver::resolveEvent(const EventText &text, const std::string &path, StoryState &state) {
-  if (text.what.empty()) return;  // which is told
+  if (refused_.has(path)) return;
   Action action{.at = text.at, .verb = text.verb};
   refuseOthers(text, path);
   if (text.verb <= Verb::change) {
@@ -51,6 +52,11 @@ void Resolver::resolveEvent(const EventText &text, const std::string &path, Stor
     resolveOfInterface(text, path, state, action);
   }
   plan_.story.push_back(std::move(action));
+}
+
+// What the events before it are known to have led to.
+void Resolver::contradicts(const std::string &path, const std::string &message) {
+  if (storyKnown_) error(path, message + " at that time");
 }
 
 // Members that are of other events.
@@ -94,7 +100,7 @@ void Resolver::resolveOfLink(const EventText &text, const std::string &path, Sto
     return;
   }
   const bool cut = text.verb == Verb::cut;
-  if (state.cut[action.link] == cut) error(path, lead + (cut ? " is cut already" : " is not cut") + " at that time");
+  if (state.cut[action.link] == cut) contradicts(path, lead + (cut ? " is cut already" : " is not cut"));
   state.cut[action.link] = cut;
   action.text = lead + (cut ? " is cut" : " is healed");
 }
@@ -106,7 +112,7 @@ void Resolver::resolveOfRouter(const EventText &text, const std::string &path, S
   const std::string &name = text.what;
   const bool runs = state.runs(*router, text.at);
   const auto want = [&](bool good, const char *fault) {
-    if (!good) error(path, name + " " + fault + " at that time");
+    if (!good) contradicts(path, name + " " + fault);
   };
   switch (text.verb) {
     case Verb::start:
@@ -161,8 +167,7 @@ void Resolver::resolveOfInterface(const EventText &text, const std::string &path
   action.interface = static_cast<size_t>(interface - vrf->interfaces.begin());
   const bool goes = text.verb == Verb::down || text.verb == Verb::removeAddress;
   if (text.verb == Verb::down || text.verb == Verb::up) {
-    if (state.down.contains(text.what) == goes)
-      error(path, text.what + (goes ? " is down" : " is up") + " at that time");
+    if (state.down.contains(text.what) == goes) contradicts(path, text.what + (goes ? " is down" : " is up"));
     goes ? void(state.down.insert(text.what)) : void(state.down.erase(text.what));
     action.text = text.what + (goes ? " goes down" : " comes up");
     return;
@@ -172,9 +177,10 @@ void Resolver::resolveOfInterface(const EventText &text, const std::string &path
 
 // The interface is known.
 void Resolver::resolveOfAddress(const EventText &text, const std::string &path, StoryState &state, Action &action) {
-  const auto addresses = addressesFrom({text.address}, path + "/address");
-  if (addresses.empty()) return;
-  action.address = addresses.front();
+  if (text.address.empty()) return;  // which is told
+  const auto address = addressFrom(text.address, path + "/address");
+  if (!address) return;
+  action.address = *address;
   const bool goes = text.verb == Verb::removeAddress;
   const Interface &interface = plan_.routers[action.router].vrfs[action.vrf].interfaces[action.interface];
   const auto [known, isNew] = state.addresses.try_emplace(nameOf({action.router, action.vrf}, interface));
@@ -183,7 +189,7 @@ void Resolver::resolveOfAddress(const EventText &text, const std::string &path, 
   }
   const bool isThere = known->second.contains(action.address.address);
   if (isThere != goes && addressesKnown_)
-    error(path, text.what + (goes ? " does not have " : " has ") + text.address + " at that time");
+    contradicts(path, text.what + (goes ? " does not have " : " has ") + text.address);
   if (!goes) {
     refuseFirstAndLast(action.address, path + "/address");
     warnOfOtherOwners(path + "/address", state, action);

@@ -8,6 +8,7 @@
 #include "plan/NaturalOrder.h"
 #include "plan/Plan.h"
 #include "plan/PlanText.h"
+#include "plan/RefusedParts.h"
 
 namespace Planning {
 
@@ -25,9 +26,10 @@ MemberName memberNameFrom(const std::string &text);
 /// speaks of it, so that one fault makes one error.
 class Resolver {
  public:
-  /// `folder` is where the files are that the plan names. All of them outlive it.
+  /// `folder` is where the files are that the plan names; `findings` has what the reader refused. All of them outlive
+  /// it.
   Resolver(const PlanText &text, std::string folder, Plan &plan, Findings &findings)
-      : text_(text), folder_(std::move(folder)), plan_(plan), findings_(findings) {}
+      : text_(text), folder_(std::move(folder)), plan_(plan), findings_(findings), refused_(findings) {}
 
   void resolve();
 
@@ -35,12 +37,12 @@ class Resolver {
   // plan/ResolveNetwork.cpp: routers, links and addresses.
   /// Whether all that follows can be looked at: what routers and links there are is known, if not all addresses.
   bool resolveNetwork();
+  void resolveRouters();
   void routersFromNames();
   Vrf &vrfOf(Router &router, const std::string &name);
   Interface &interfaceOf(Vrf &vrf, const std::string &name);
   void resolveInterfaces(Router &router, const std::string &vrf, const std::map<std::string, InterfaceText> &texts,
                          const std::string &path);
-  std::vector<Sim::IntfAddress> addressesFrom(const std::vector<std::string> &texts, const std::string &path);
   static std::string pathOfLink(size_t link);
   void resolveLink(size_t place);
   std::optional<Member> memberFrom(const std::string &text, const std::string &path, size_t link);
@@ -51,9 +53,11 @@ class Resolver {
   void giveLoopback(size_t router, Vrf &vrf);
   void warnOfLoners();
 
-  // plan/ResolveAddresses.cpp: what is wrong with those that are given.
+  // plan/ResolveAddresses.cpp: those that are given, and what is wrong with them.
+  std::optional<Sim::IntfAddress> addressFrom(const std::string &text, const std::string &path);
   void refuseFirstAndLast(const Sim::IntfAddress &address, const std::string &path);
   void findSharedAddresses();
+  std::string placeOf(const Sim::IntfAddress &address, const Interface &interface, const std::string &router) const;
   void warnOfOtherSubnets(const Link &link);
 
   // plan/ResolveConfiguration.cpp
@@ -73,6 +77,7 @@ class Resolver {
   void resolveOfRouter(const EventText &text, const std::string &path, StoryState &state, Action &action);
   void resolveOfInterface(const EventText &text, const std::string &path, StoryState &state, Action &action);
   void resolveOfAddress(const EventText &text, const std::string &path, StoryState &state, Action &action);
+  void contradicts(const std::string &path, const std::string &message);
   void warnOfOtherOwners(const std::string &path, const StoryState &state, const Action &action);
   std::string nameOf(const Node &node, const Interface &interface) const;
   void refuseOthers(const EventText &text, const std::string &path);
@@ -97,14 +102,17 @@ class Resolver {
   const std::string folder_;
   Plan &plan_;
   Findings &findings_;
+  const RefusedParts refused_;
   std::map<std::string, size_t, NaturalOrder> routerByName_;
   std::map<std::string, size_t> linkByName_;
   size_t addressFaults_ = 0;      // errors of single addresses
   bool addressesKnown_ = false;   // those at the beginning have no faults
+  bool storyKnown_ = false;       // its events could all be read
   bool candidatesKnown_ = false;  // neither have configurations and the story
   uint32_t nextSubnet_ = 0;
   uint32_t nextLoopback_ = 0;
   std::set<Pax::IpGenPrefix> takenSubnets_;
+  std::set<std::pair<size_t, Pax::IpGenAddr>> givenOfSubnet_;  // by link, those of the subnet that it has in the file
 };
 
 }  // namespace Planning

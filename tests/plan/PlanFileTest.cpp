@@ -13,12 +13,6 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-Texts textsOf(const std::vector<Routing::Pim::Bsr::Finding> &findings) {
-  Texts texts;
-  for (const auto &each : findings) texts.push_back(each.place + ": " + each.message);
-  return texts;
-}
-
 // With candidates on r1: BSR of all groups, and RP of 239.0.0.0/8.
 std::string planWith(const std::string &members) {
   return R"({"routers": {"r1": {"configuration": {"vrfConfig": {"default": {
@@ -58,6 +52,12 @@ TEST(PlanFile, EveryFaultOfTheNetworkIsToldWithItsPath) {
        "/links/0: has more ends than 10.9.0.0/30 has addresses; give it a larger subnet"},
       {R"({"routers": {"r1": {"interfaces": {"lo": {"addresses": ["fe80::1/64"]}}}}})",
        "/routers/r1/interfaces/lo/addresses/0: fe80::1/64: is no address that an interface can have in this plan"},
+      {R"({"routers": {"r1": {"interfaces": {"lo": {"addresses": ["10.0.0.1", "255.255.255.255"]}}}}})",
+       "/routers/r1/interfaces/lo/addresses/1: 255.255.255.255: is no address that an interface can have in this plan"},
+      {R"({"family": "ipv6", "routers": {"r1": {"interfaces": {"lo": {"addresses": ["::1"]}}}}})",
+       "/routers/r1/interfaces/lo/addresses/0: ::1: is no address that an interface can have in this plan"},
+      {R"({"links": [{"between": ["r1", "r2"], "subnet": "127.0.0.0/8"}]})",
+       "/links/0/subnet: 127.0.0.0/8: is no address that an interface can have in this plan"},
       {R"({"routers": {"r1": {"interfaces": {"lo": {"addresses": ["10.0.0.1/33"]}}}}})",
        "/routers/r1/interfaces/lo/addresses/0: 10.0.0.1/33: has no such length"},
       {R"({"routers": {"r1": {"interfaces": {"eth0": {"addresses": ["10.1.0.1/24"]}}},
@@ -121,6 +121,7 @@ TEST(PlanFile, EveryFaultOfTheStoryAndOfWhatIsExpectedIsToldWithItsPath) {
       {R"("expect": [{"bsr": "r1"}])", "/expect/0: needs a time (at)"},
       {R"("duration": 10, "expect": [{"at": 11, "bsr": "r1"}])", "/expect/0: is about a time after the end"},
       {R"("expect": [{"agree": 1, "from": 9, "to": 8}])", "/expect/0: ends before it begins"},
+      {R"("duration": 10, "expect": [{"agree": 1, "from": 15}])", "/expect/0: begins when the plan has ended"},
       {R"("expect": [{"at": 1, "bsr": "r2"}])",
        "/expect/0/bsr: can never hold: r2 is never a candidate BSR of 224.0.0.0/4"},
       {R"("expect": [{"at": 1, "bsr": "10.9.9.9"}])",
@@ -212,18 +213,18 @@ TEST(PlanFile, WhatIsOddIsToldAndTaken) {
   const LoadedPlan plan = planFromText(R"({
     "routers": {"r1": {"interfaces": {"lo": {"addresses": ["10.0.0.1"]}, "eth1": {"addresses": ["10.1.1.1/24"]}}},
                 "r2": {"interfaces": {"lo": {"addresses": ["10.0.0.1"]}, "eth1": {"addresses": ["10.2.2.2/24"]}}},
-                "r3": {}},
-    "links": [{"between": ["r1", "r2"]}, {"between": ["r1", "r2"], "name": "second"}],
+                "r3": {}, "r4": {}},
+    "links": [{"between": ["r1", "r2"]}, {"between": ["r1", "r2"], "name": "second"}, {"between": ["r2", "r4/blue"]}],
     "events": [{"at": 1, "removeAddress": "r1:eth1", "address": "10.1.1.1"},
                {"at": 2, "addAddress": "r2/default:lo", "address": "10.1.1.1"},
                {"at": 3, "addAddress": "r1:eth1", "address": "10.1.1.1/24"}]})",
                                        "");
   EXPECT_EQ(textsOf(plan.findings.errors), Texts{});
-  EXPECT_EQ(
-      textsOf(plan.findings.warnings),
-      (Texts{"/routers/r2: 10.0.0.1 of r2:lo is an address of r1:lo, too: the nearest of them is reached",
-             "/links/1: r2 is in 10.2.2.0/24 there, and r1 in 10.1.1.0/24: they have no subnet in common",
-             "/routers/r3: has no link", "/events/2/address: 10.1.1.1 is an address of r2:lo at that time, too"}));
+  EXPECT_EQ(textsOf(plan.findings.warnings),
+            (Texts{"/routers/r2: 10.0.0.1 of r2:lo is an address of r1:lo, too: the nearest of them is reached",
+                   "/links/1: r2 is in 10.2.2.0/24 there, and r1 in 10.1.1.0/24: they have no subnet in common",
+                   "/routers/r3: has no link", "/routers/r4: has no link in VRF default",
+                   "/events/2/address: 10.1.1.1 is an address of r2:lo at that time, too"}));
 }
 
 TEST(PlanFile, NamesAddressesAndConfigurationsAreFilledIn) {

@@ -14,6 +14,13 @@ inline Plan planFrom(const std::string &text) {
   return std::move(loaded.plan);
 }
 
+/// "PATH: message" each.
+inline std::vector<std::string> textsOf(const std::vector<Routing::Pim::Bsr::Finding> &findings) {
+  std::vector<std::string> texts;
+  for (const auto &each : findings) texts.push_back(each.place + ": " + each.message);
+  return texts;
+}
+
 /// A row of routers in VRF default and another in VRF blue; in both only r1 is a candidate of the same zone, and link
 /// r1-r2 of the first is cut at 200 s. r2 has in VRF default the address that the candidate has in the other.
 constexpr const char *twoVrfs = R"({"templates": {"candidate": {"vrfConfig": {
