@@ -72,7 +72,7 @@ std::vector<std::string> expectBsrs(Draft &draft, const std::vector<SavedRouter>
     }
     const std::string zone = entry.value.value("zone", toText(Pax::allGroups(family)));
     notes.push_back("The BSR of " + zone + " was " + entry.value["bsr"].get<std::string>() +
-                    ", and nothing saved makes that a candidate: it is not expected");
+                    ", and nothing saved makes that a candidate within reach: it is not expected");
   }
   if (!kept.entries.empty()) draft.sections.push_back(std::move(kept));
   return notes;
