@@ -1,7 +1,6 @@
 #include <algorithm>
 
 #include "daemon/file/JsonText.h"
-#include "plan/Naming.h"
 #include "plan/Parts.h"
 #include "plan/Resolver.h"
 
@@ -10,6 +9,7 @@ namespace Planning {
 using Kind = Expectation::Kind;
 using Pax::IpGenAddr;
 using Pax::IpGenPrefix;
+using Routing::Pim::Bsr::joined;
 using Routing::Pim::Bsr::pathTo;
 
 namespace {
@@ -102,8 +102,10 @@ void Resolver::resolveCandidate(const std::string &text, const std::string &path
   std::string what = isOfRp(expectation) ? " a candidate RP of " : " a candidate BSR of ";
   what += expectation.kind == Kind::rp ? Kiv::toText(expectation.group) : Kiv::toText(expectation.zone);
   if (!areAll) {
+    std::vector<std::string> names;
+    for (const Node &node : expectation.nodes) names.push_back(plan_.nameOf(node));
     what += " within reach of ";
-    what += expectation.named ? Naming(plan_).listOf(expectation.nodes) : "VRF default";
+    what += expectation.named ? joined(names, ", ") : "VRF default";
   }
   if (byRouter.empty()) return error(path, "can never hold: no router is ever" + what);
   if (text.empty()) return;

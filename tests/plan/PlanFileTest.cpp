@@ -169,7 +169,7 @@ TEST(PlanFile, WhatIsExpectedCanHoldAsFarAsLinksLead) {
       {R"("at": 90, "bsr": "192.168.0.9")", "",
        never + "no router with the address 192.168.0.9 is ever " + bsr + "VRF default"},
       {R"("at": 90, "bsr": "r1", "routers": ["r2", "r3"])", "",
-       "/expect/0: can never hold: no router is ever " + bsr + "r2 and r3"},
+       "/expect/0: can never hold: no router is ever " + bsr + "r2, r3"},
   };
   for (const Case &each : cases) {
     const LoadedPlan loaded = planFromText(std::string(R"({"templates": {
