@@ -12,7 +12,10 @@ namespace {
 
 bool isAtOnce(const Expectation &expectation) { return expectation.kind < Kind::agree; }
 
-std::string allOf(size_t count) { return count == 1 ? "the only router asked" : "all " + counted(count, "router"); }
+std::string allOf(size_t count) {
+  if (count <= 2) return count == 1 ? "the only router asked" : "both routers";
+  return "all " + counted(count, "router");
+}
 
 const char *outageText(Kind kind) {
   if (kind == Kind::agree) return " disagreed";
@@ -126,7 +129,7 @@ Verdict Judge::look(const Expectation &expectation) const {
   return {false, seen};
 }
 
-// Of routers that are named, not to count is to be without.
+// Of routers that are named, not to count is to be without, and so to hold another BSR than those that have one.
 std::pair<Spans, bool> Judge::outagesOf(const Expectation &expectation, const Node &node) const {
   const ZoneAccount *zone = account_.zone(expectation.zone);
   const size_t place = account_.placeOf(node);
@@ -136,7 +139,7 @@ std::pair<Spans, bool> Judge::outagesOf(const Expectation &expectation, const No
                                                                : Outage::withoutRp;
   const Spans counted = zone ? zone->counted(place).within(from, to) : Spans();
   Spans outages = zone ? zone->of(outage, place).within(from, to) : Spans();
-  if (expectation.named && outage != Outage::disagreed) outages = outages.joined(counted.inverted(from, to));
+  if (expectation.named) outages = outages.joined(counted.inverted(from, to));
   return {outages, expectation.named || !counted.all().empty()};
 }
 
