@@ -186,7 +186,6 @@ bool Sweep::play(const std::vector<size_t> &runs, std::ostream &err) {
   };
   const size_t jobs =
       given_.count("jobs") > 0 ? given_["jobs"].as<size_t>() : std::max<size_t>(1, std::thread::hardware_concurrency());
-  if (jobs == 0 || jobs > 1024) throw UsageError("--jobs is 1 to 1024");
   Workers(jobs, {[&](size_t run) { return lineOf(run); }, take, lost}).run(runs);
   return good;
 }
@@ -208,17 +207,28 @@ int Sweep::playAll(std::ostream &out, std::ostream &err) {
   return good && report.isGood() ? done : failed;
 }
 
+// Before anything is played.
+void refuseOddOnes(const CommandLine::Values &given) {
+  const size_t single = given.count("run") + given.count("list");
+  if (single > 1) throw UsageError("--run goes not with --list");
+  if (single > 0 && given.count("results") > 0) {
+    throw UsageError("--results goes not with --run or --list, which print to standard output");
+  }
+  if (given.count("list") > 0 && given["file"].as<std::string>() == "-") {
+    throw UsageError("--list needs a file: its command lines could not read standard input once more");
+  }
+  if (given.count("jobs") == 0) return;
+  const auto jobs = given["jobs"].as<size_t>();
+  if (jobs == 0 || jobs > 1024) throw UsageError("--jobs is 1 to 1024");
+}
+
 }  // namespace
 
 int sweepPlan(const Arguments &arguments, std::ostream &out, std::ostream &err) {
   const auto values = lineOfSweep().valuesOf(arguments, out);
   if (!values) return done;
   const CommandLine::Values &given = *values;
-  const size_t single = given.count("run") + given.count("list");
-  if (single > 1) throw UsageError("--run goes not with --list");
-  if (single > 0 && given.count("results") > 0) {
-    throw UsageError("--results goes not with --run or --list, which print to standard output");
-  }
+  refuseOddOnes(given);
   const std::string file = given["file"].as<std::string>();
   const Plan plan = planOf(file, err);
   Sweep sweep(file, plan, given);

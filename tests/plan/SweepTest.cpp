@@ -241,6 +241,12 @@ TEST_F(SweepTest, SettingsThatCannotTellOrBePlayedAreRefused) {
   isRefused({"--list", "--results", path("results")}, "--results goes not with");
   isRefused({"--run", "1", "--results", path("results")}, "--results goes not with");
   isRefused({"--run", "1", "--list"}, "--run goes not with --list");
+  for (const char *jobs : {"0", "1025"}) {
+    isRefused({"--list", "--jobs", jobs}, "--jobs is 1 to 1024");
+    EXPECT_EQ(err_.find("note:"), std::string::npos) << err_;
+  }
+  EXPECT_EQ(run({"sweep", "-", "--list"}), refused);
+  EXPECT_NE(err_.find("--list needs a file"), std::string::npos) << err_;
   std::string changed = network;
   changed.replace(changed.find("{"), 1, "{\"seed\": 4294967294, ");
   changed.replace(changed.find("\"from\": 60"), 10, "\"from\": 60, \"to\": 550");
