@@ -27,8 +27,15 @@ LeftWithout leftIn(const Domain &domain, Outage outage, const Account &account, 
 
 Json jsonOf(const WorstAt &worst) { return {worst.seconds, worst.router}; }
 Json jsonOf(const LeftWithout &left) { return {left.routers, left.first}; }
+
+// A size_t would take a negative or a broken number for another one.
+size_t countFrom(const Json &json) {
+  if (!json.is_number_unsigned()) throw std::invalid_argument("is no result of a sweep: it counts with no number");
+  return json;
+}
+
 WorstAt worstFrom(const Json &json) { return {json.at(0), json.at(1)}; }
-LeftWithout leftFrom(const Json &json) { return {json.at(0), json.at(1)}; }
+LeftWithout leftFrom(const Json &json) { return {countFrom(json.at(0)), json.at(1)}; }
 
 Json jsonOf(const SweepHead &head) {
   return {{"at", head.at},       {"end", head.end},     {"links", head.links},        {"routers", head.routers},
@@ -36,8 +43,13 @@ Json jsonOf(const SweepHead &head) {
 }
 
 SweepHead headFrom(const Json &json) {
-  return {json.at("at"),    json.at("end"),   json.at("links"), json.at("routers"),
-          json.at("pairs"), json.at("seeds"), json.at("expect")};
+  return {json.at("at"),
+          json.at("end"),
+          countFrom(json.at("links")),
+          countFrom(json.at("routers")),
+          countFrom(json.at("pairs")),
+          countFrom(json.at("seeds")),
+          json.at("expect")};
 }
 
 }  // namespace
@@ -64,11 +76,15 @@ SweepRun sweepRunOf(const Cases &cases, const std::string &digest, size_t run, s
   simulation.runTo(plan.duration);
   const Outcome outcome = outcomeOf(result.seed, simulation, account, judge);
   for (const Verdict &verdict : outcome.verdicts) result.held.push_back(verdict.holds);
-  if (result.failing.empty()) return result;
   for (const ZoneFigures &figures : outcome.episodes.back().zones) {
-    result.zones.push_back({figures.domain, worstOf(figures.withoutBsr), worstOf(figures.withoutRp),
-                            worstOf(figures.disagreed), leftIn(figures.domain, Outage::withoutBsr, account, plan),
-                            leftIn(figures.domain, Outage::withoutRp, account, plan)});
+    SweptZone &zone = result.zones.emplace_back();
+    zone.domain = figures.domain;
+    zone.leftWithoutBsr = leftIn(figures.domain, Outage::withoutBsr, account, plan);
+    zone.leftWithoutRp = leftIn(figures.domain, Outage::withoutRp, account, plan);
+    if (result.failing.empty()) continue;  // its last episode begins with something else than a failure
+    zone.withoutBsr = worstOf(figures.withoutBsr);
+    zone.withoutRp = worstOf(figures.withoutRp);
+    zone.disagreed = worstOf(figures.disagreed);
   }
   return result;
 }
@@ -91,7 +107,8 @@ std::string lineOf(const SweepRun &run) {
 SweepRun sweepRunFrom(std::string_view line) {
   try {
     const Json json = Json::parse(line);
-    SweepRun run{json.at("plan"), json.at("run"), json.at("seed"), json.at("fails"), json.at("held"), {}, {}};
+    SweepRun run{
+        json.at("plan"), countFrom(json.at("run")), json.at("seed"), json.at("fails"), json.at("held"), {}, {}};
     for (const Json &figures : json.at("zones")) {
       run.zones.push_back({domainFrom(figures), worstFrom(figures.at("withoutBsr")), worstFrom(figures.at("withoutRp")),
                            worstFrom(figures.at("disagreed")), leftFrom(figures.at("leftWithoutBsr")),

@@ -10,7 +10,7 @@
 
 namespace Planning {
 
-/// The most at a router, from the failure on.
+/// The most at a router, from the failure on; none where nothing fails.
 struct WorstAt {
   double seconds = 0;
   std::string router;  ///< empty where that is none
@@ -47,8 +47,8 @@ struct SweepRun {
   size_t run = 0;
   uint64_t seed = 0;
   std::vector<std::string> failing;
-  std::vector<bool> held;        ///< of the expectations
-  std::vector<SweptZone> zones;  ///< none where nothing fails
+  std::vector<bool> held;  ///< of the expectations
+  std::vector<SweptZone> zones;
   std::optional<SweepHead> head;
 };
 

@@ -83,16 +83,19 @@ bool Tally::add(const SweepRun &run) {
   return true;
 }
 
+void Tally::addLoss(const SweepRun &run, const SweptZone &zone, Loss &loss) {
+  if (loss.runs++ == 0 || run.run < loss.firstRun) {
+    loss.firstRun = run.run;
+    loss.router = zone.leftWithoutBsr.routers > 0 ? zone.leftWithoutBsr.first : zone.leftWithoutRp.first;
+  }
+  loss.routersWithoutBsr = std::max(loss.routersWithoutBsr, zone.leftWithoutBsr.routers);
+  loss.routersWithoutRp = std::max(loss.routersWithoutRp, zone.leftWithoutRp.routers);
+}
+
 void Tally::addZone(const SweepRun &run, const SweptZone &zone, const Key &key) {
   ZoneTally &tally = zones_[zone.domain];
   if (zone.leftWithoutBsr.routers > 0 || zone.leftWithoutRp.routers > 0) {
-    Loss &loss = tally.losses[key];
-    if (loss.runs++ == 0 || run.run < loss.firstRun) {
-      loss.firstRun = run.run;
-      loss.router = zone.leftWithoutBsr.routers > 0 ? zone.leftWithoutBsr.first : zone.leftWithoutRp.first;
-    }
-    loss.routersWithoutBsr = std::max(loss.routersWithoutBsr, zone.leftWithoutBsr.routers);
-    loss.routersWithoutRp = std::max(loss.routersWithoutRp, zone.leftWithoutRp.routers);
+    addLoss(run, zone, tally.losses[key]);
     return;
   }
   const WorstRun candidate{{}, run.run, zone};
@@ -107,9 +110,15 @@ void Tally::addZone(const SweepRun &run, const SweptZone &zone, const Key &key) 
 ZoneReport Tally::reportOf(const Domain &domain, const ZoneTally &tally) const {
   ZoneReport report;
   report.domain = domain;
+  const auto always = tally.losses.find(Key());
+  if (always != tally.losses.end()) report.always = always->second;
+  const auto adds = [&](const Loss &loss) {
+    return !report.always || loss.routersWithoutBsr > report.always->routersWithoutBsr ||
+           loss.routersWithoutRp > report.always->routersWithoutRp;
+  };
   std::set<uint32_t> singles;
   for (const auto &[key, loss] : tally.losses) {
-    if (key.second != 0) continue;
+    if (key.second != 0 || !adds(loss)) continue;
     singles.insert(key.first);
     report.singles.push_back(loss);
     report.singles.back().what = namesOf(key);
@@ -117,7 +126,7 @@ ZoneReport Tally::reportOf(const Domain &domain, const ZoneTally &tally) const {
   std::sort(report.singles.begin(), report.singles.end(), isGreater);
   std::vector<std::pair<const Loss *, Key>> pairs;
   for (const auto &[key, loss] : tally.losses) {
-    if (key.second == 0 || singles.contains(key.first) || singles.contains(key.second)) continue;
+    if (key.second == 0 || singles.contains(key.first) || singles.contains(key.second) || !adds(loss)) continue;
     pairs.emplace_back(&loss, key);
   }
   std::sort(pairs.begin(), pairs.end(), [](const auto &a, const auto &b) { return isGreater(*a.first, *b.first); });

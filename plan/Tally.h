@@ -28,8 +28,9 @@ struct WorstRun {
 
 struct ZoneReport {
   Domain domain;
-  std::vector<Loss> singles;
-  std::vector<Loss> pairs;  ///< the worst, of those of which each alone can be lost
+  std::optional<Loss> always;  ///< who stays without even where nothing fails
+  std::vector<Loss> singles;   ///< that add to it, as the pairs do
+  std::vector<Loss> pairs;     ///< the worst, of those of which each alone can be lost
   size_t pairsInAll = 0;
   std::vector<WorstRun> worst;
 };
@@ -71,12 +72,13 @@ class Tally {
  private:
   using Key = std::pair<uint32_t, uint32_t>;  // of the names of what fails
   struct ZoneTally {
-    std::map<Key, Loss> losses;     // their names are in the key
+    std::map<Key, Loss> losses;     // their names are in the key; without any where nothing fails
     std::map<Key, WorstRun> worst;  // few
   };
   Key keyOf(const std::vector<std::string> &names);
   std::vector<std::string> namesOf(const Key &key) const;
   void addZone(const SweepRun &run, const SweptZone &zone, const Key &key);
+  static void addLoss(const SweepRun &run, const SweptZone &zone, Loss &loss);
   ZoneReport reportOf(const Domain &domain, const ZoneTally &tally) const;
 
   std::string plan_;

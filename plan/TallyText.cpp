@@ -72,42 +72,72 @@ std::string noneText(const SweepReport &report, const std::string &ofAll, const 
   return std::string("None of the ") + runsText(report) + " that are there shows " + ofSome;
 }
 
+// What stays without although nothing fails, and what adds to that.
+std::string singlesText(const ZoneReport &zone, const SweepReport &report, size_t seeds) {
+  std::string text;
+  if (zone.always) {
+    const bool lacksBsr = zone.always->routersWithoutBsr > 0, lacksRp = zone.always->routersWithoutRp > 0;
+    text += "\nEven where nothing fails, some stay without until the end: ";
+    if (lacksBsr) text += counted(zone.always->routersWithoutBsr, "router") + " without BSR";
+    if (lacksBsr && lacksRp) text += " and ";
+    if (lacksRp) text += counted(zone.always->routersWithoutRp, "router") + " without RP";
+    text += ", such as " + Routing::Pim::Bsr::EventLines::printable(zone.always->router) + ".\n";
+  }
+  if (!zone.singles.empty()) {
+    text += zone.always ? "\nWhat it cannot lose besides: more routers stay without BSR or RP, so many in all.\n\n"
+                        : "\nWhat it cannot lose: so many routers stay without BSR or RP until the end.\n\n";
+    return text + lossesText(zone.singles, seeds);
+  }
+  if (zone.always) {
+    return text + noneText(report, "No link and no router that fails adds to that.\n",
+                           "a link or a router that adds to that.\n");
+  }
+  return "\n" + noneText(report, "It can lose any link and any router: no other router stays without BSR or RP.\n",
+                         "a link or a router that it cannot lose.\n");
+}
+
+std::string pairsText(const ZoneReport &zone, const SweepReport &report, size_t seeds) {
+  if (zone.pairsInAll > 0) {
+    std::string text = "\nPairs of links that it cannot lose, though each of them alone:\n\n";
+    if (!report.isWhole()) {
+      text =
+          std::string("\n") + (zone.singles.empty() ? "Pairs" : "Other pairs") + " of links that it cannot lose:\n\n";
+    }
+    text += lossesText(zone.pairs, seeds);
+    const size_t others = zone.pairsInAll - zone.pairs.size();
+    return others > 0 ? text + "  and " + counted(others, "more pair") + "\n" : text;
+  }
+  if (!zone.singles.empty()) {
+    return "\n" + noneText(report, "It can lose any pair of links, each of which it can lose alone.\n",
+                           "any other pair of links that it cannot lose.\n");
+  }
+  if (zone.always) {
+    return noneText(report, "No pair of links adds to that.\n", "a pair of links that adds to that.\n");
+  }
+  return noneText(report, "It can lose any pair of links.\n", "a pair of links that it cannot lose.\n");
+}
+
+// Where somebody is without whatever fails, there is nothing to say of runs in which nobody is.
+std::string remainderText(const ZoneReport &zone, const SweepReport &report) {
+  if (!zone.worst.empty()) {
+    return "\nThe worst of what it can lose, by the router that was without for longest:\n\n" + worstText(zone.worst);
+  }
+  if (zone.always) return "";
+  return "\n" + noneText(report,
+                         "Whatever else fails, no router is without BSR or RP, nor disagrees with others, for any "
+                         "time.\n",
+                         "another router without BSR or RP, or in disagreement with others, for any time.\n");
+}
+
 std::string textOf(const ZoneReport &zone, const SweepReport &report) {
   const std::optional<SweepHead> &head = report.head;
   const size_t seeds = head ? head->seeds : 1;
   const bool pairs = !head || head->pairs > 0;
   const bool tellsVrf = std::any_of(report.zones.begin(), report.zones.end(),
                                     [](const ZoneReport &each) { return !each.domain.isInDefaultVrf(); });
-  std::string text = "\nZone " + toText(zone.domain, tellsVrf) + "\n";
-  if (zone.singles.empty()) {
-    text += "\n" + noneText(report, "It can lose any link and any router: no other router stays without BSR or RP.\n",
-                            "a link or a router that it cannot lose.\n");
-  } else {
-    text += "\nWhat it cannot lose: so many routers stay without BSR or RP until the end.\n\n" +
-            lossesText(zone.singles, seeds);
-  }
-  if (pairs && zone.pairsInAll == 0) {
-    text += zone.singles.empty()
-                ? noneText(report, "It can lose any pair of links.\n", "a pair of links that it cannot lose.\n")
-                : "\n" + noneText(report, "It can lose any pair of links, each of which it can lose alone.\n",
-                                  "any other pair of links that it cannot lose.\n");
-  } else if (pairs) {
-    text += report.isWhole() ? "\nPairs of links that it cannot lose, though each of them alone:\n\n"
-                             : "\nOther pairs of links that it cannot lose:\n\n";
-    text += lossesText(zone.pairs, seeds);
-    if (zone.pairsInAll > zone.pairs.size()) {
-      text += "  and " + counted(zone.pairsInAll - zone.pairs.size(), "more pair") + "\n";
-    }
-  }
-  if (zone.worst.empty()) {
-    text += "\n" + noneText(report,
-                            "Whatever else fails, no router is without BSR or RP, nor disagrees with others, for any "
-                            "time.\n",
-                            "another router without BSR or RP, or in disagreement with others, for any time.\n");
-  } else {
-    text += "\nThe worst of what it can lose, by the router that was without for longest:\n\n" + worstText(zone.worst);
-  }
-  return text;
+  std::string text = "\nZone " + toText(zone.domain, tellsVrf) + "\n" + singlesText(zone, report, seeds);
+  if (pairs) text += pairsText(zone, report, seeds);
+  return text + remainderText(zone, report);
 }
 
 std::string textOf(const std::vector<ExpectationReport> &expectations) {
@@ -131,15 +161,17 @@ std::string textOf(const std::vector<ExpectationReport> &expectations) {
   return table(rows);
 }
 
+Json jsonOf(const Loss &loss) {
+  return {{"fails", loss.what},
+          {"runs", loss.runs},
+          {"routersWithoutBsr", loss.routersWithoutBsr},
+          {"routersWithoutRp", loss.routersWithoutRp},
+          {"router", loss.router}};
+}
+
 Json jsonOf(const std::vector<Loss> &losses) {
   Json list = Json::array();
-  for (const Loss &loss : losses) {
-    list.push_back({{"fails", loss.what},
-                    {"runs", loss.runs},
-                    {"routersWithoutBsr", loss.routersWithoutBsr},
-                    {"routersWithoutRp", loss.routersWithoutRp},
-                    {"router", loss.router}});
-  }
+  for (const Loss &loss : losses) list.push_back(jsonOf(loss));
   return list;
 }
 
@@ -157,7 +189,8 @@ Json jsonOf(const ZoneReport &zone) {
                      {"disagreed", jsonOf(run.zone.disagreed)}});
   }
   Json json = toJson(zone.domain);
-  json.update({{"cannotLose", jsonOf(zone.singles)},
+  json.update({{"withoutFailure", zone.always ? jsonOf(*zone.always) : Json()},
+               {"cannotLose", jsonOf(zone.singles)},
                {"cannotLosePairs", jsonOf(zone.pairs)},
                {"pairs", zone.pairsInAll},
                {"worst", worst}});
@@ -178,7 +211,7 @@ std::string toText(const SweepReport &report) {
   if (report.missing > 0) {
     Cells numbers;
     for (const size_t run : report.firstMissing) numbers.push_back(std::to_string(run));
-    text += counted(report.missing, "run") + (report.missing == 1 ? " is" : " are") +
+    text += (report.head ? "" : "at least ") + counted(report.missing, "run") + (report.missing == 1 ? " is" : " are") +
             " missing: " + joined(numbers, ", ") + (report.missing > numbers.size() ? " and so on" : "") + "\n";
   }
   if (report.doubles > 0) {

@@ -111,6 +111,33 @@ TEST_F(SweepTest, AZoneIsTalliedInEachVrf) {
   EXPECT_EQ(losses["blue"], (std::set<std::string>{"link blue", "router r1"}));
 }
 
+// There is no RP at all, whatever fails; but r3 and r4 can lose their BSR.
+TEST_F(SweepTest, WhatIsMissingAnywayIsNotBlamedOnWhatFails) {
+  std::string changed = network;
+  const std::string rp = "\"rpCandidateConfig\": {\"lo\": {\"groupRange\": {\"224.0.0.0/4\": {}}}}";
+  const size_t at = changed.find(rp);
+  ASSERT_NE(at, std::string::npos);
+  changed.replace(at, rp.size(), "\"rpCandidateConfig\": {}");
+  changed.resize(changed.find(",\n  \"expect\""));
+  changed += "}";
+  write("plan.json", changed);
+  sweep({"--at", "200"});
+  EXPECT_NE(out_.find("\nEven where nothing fails, some stay without until the end: 4 routers without RP, such as r1.\n"
+                      "\nWhat it cannot lose besides: "),
+            std::string::npos)
+      << out_;
+  EXPECT_EQ(out_.find("Whatever else"), std::string::npos) << out_;
+  sweep({"--at", "200", "--json"});
+  const Json zone = Json::parse(out_)["zones"][0];
+  EXPECT_EQ(zone["withoutFailure"]["routersWithoutRp"], 4);
+  EXPECT_EQ(zone["withoutFailure"]["routersWithoutBsr"], 0);
+  std::set<Json> losses;
+  for (const Json &loss : zone["cannotLose"]) losses.insert(loss["fails"]);
+  EXPECT_EQ(losses, (std::set<Json>{{"link r3-r4"}, {"router r3"}}));
+  ASSERT_EQ(zone["cannotLosePairs"].size(), 1u);
+  EXPECT_EQ(zone["cannotLosePairs"][0]["fails"], Json({"link r2-r3", "link r1-r3"}));
+}
+
 TEST_F(SweepTest, TheStoryUntilTheFailureIsPlayed) {
   EXPECT_EQ(sweep({"--at", "500", "--no-pairs", "--json"}), failed);
   const Json report = Json::parse(out_);
@@ -203,6 +230,16 @@ TEST_F(SweepTest, MergeTellsWhatIsMissingAndDouble) {
   write("b", lines[3]);
   EXPECT_EQ(run({"merge", path("b")}), failed);
   EXPECT_NE(err_.find("run 0 is missing"), std::string::npos);
+  EXPECT_NE(out_.find("\nat least 3 runs are missing: 0, 1, 2\n"), std::string::npos) << out_;
+  std::string negative = lines[3];
+  const std::string member = "\"leftWithoutRp\":[";
+  negative.insert(negative.find(member) + member.size(), 1, '-');
+  for (const std::string &broken :
+       {negative, std::string(lines[3]).replace(lines[3].find("\"run\":3"), 7, "\"run\":3.5")}) {
+    write("b", broken);
+    EXPECT_EQ(run({"merge", path("b")}), refused) << out_;
+    EXPECT_NE(err_.find("line 1 is no result of a sweep"), std::string::npos) << err_;
+  }
 }
 
 TEST_F(SweepTest, MergeClaimsNothingOfRunsThatAreMissing) {
