@@ -19,8 +19,8 @@ int checkPlan(const Arguments &arguments, std::ostream &out, std::ostream &err) 
 }
 
 int printSchema(const Arguments &arguments, std::ostream &out, std::ostream &) {
-  if (!arguments.empty()) throw UsageError("schema has no options and no arguments");
-  out << planSchemaText();
+  const CommandLine line("Usage: pimbsr-sim schema\n\nPrints the JSON Schema of plans, for editors.\n");
+  if (line.valuesOf(arguments, out)) out << planSchemaText();
   return done;
 }
 

@@ -79,7 +79,8 @@ int program(const Arguments &arguments, std::ostream &out, std::ostream &err) {
     err << "pimbsr-sim: the output cannot be written\n";
     return failed;
   } catch (const UsageError &error) {
-    err << "pimbsr-sim: " << printable(error) << "\nUsage: pimbsr-sim " << verb->name << ' ' << verb->synopsis << '\n';
+    err << "pimbsr-sim: " << printable(error) << "\nUsage: pimbsr-sim " << verb->name << (*verb->synopsis ? " " : "")
+        << verb->synopsis << '\n';
     return refused;
   } catch (const PlanRefused &) {
     return refused;

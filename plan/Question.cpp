@@ -38,6 +38,7 @@ std::optional<double> takeTime(std::vector<std::string> &words, double end) {
 
 void takeRouter(const std::string &word, const Plan &plan, Question &question) {
   const MemberName name = memberNameFrom(word);
+  if (!name.interface.empty()) throw std::invalid_argument("a router is asked, and not its interface");
   const auto router = std::find_if(plan.routers.begin(), plan.routers.end(),
                                    [&](const Router &each) { return each.name == name.router; });
   if (router == plan.routers.end()) throw std::invalid_argument("there is no router '" + name.router + "'");

@@ -75,6 +75,7 @@ void endAt(double end, Plan &plan, std::ostream &err) {
     if (isLater) err << "pimbsr-sim: the run ends before this is expected: " << expectation.text << '\n';
     if (isCut) err << "pimbsr-sim: the run ends while this is expected: " << expectation.text << '\n';
     expectation.to = std::min(expectation.to, end);
+    if (isCut) expectation.text.append(", of which this run has seen what is until ").append(exactSeconds(end)) += " s";
     return isLater;
   });
 }

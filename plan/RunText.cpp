@@ -93,6 +93,7 @@ void RunText::writeOutcome(const Plan &plan, const Outcome &outcome) {
 void RunText::writeEpisode(const EpisodeFigures &episode) {
   out_ << "\n  From " << exactSeconds(episode.begin) << " to " << exactSeconds(episode.end) << " s: " << episode.what
        << '\n';
+  if (episode.zones.empty()) out_ << "    no router counts\n";
   Rows rows = Rows::array();
   for (const ZoneFigures &zone : episode.zones) {
     Rows &row = rows.emplace_back(Rows::object());
@@ -109,7 +110,7 @@ void RunText::writeEpisode(const EpisodeFigures &episode) {
 }
 
 void RunText::writeBsrs(const Outcome &outcome) {
-  out_ << "\nBSRs in the end\n\n";
+  out_ << "\nBSRs in the end\n\n" << (outcome.bsrs.empty() ? "  none: no router counts\n" : "");
   for (const BsrAtEnd &bsr : outcome.bsrs) {
     const std::string router = bsr.router.empty() ? bsr.address : bsr.router + " (" + bsr.address + ")";
     out_ << "  " << naming_.textOf(bsr.domain) << ": " << (bsr.address.empty() ? "none" : router) << " at "

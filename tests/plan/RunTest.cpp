@@ -117,6 +117,30 @@ TEST(Run, ExpectationsDecideTheExitStatus) {
             "(192.168.0.1) everywhere\n"
             "pimbsr-sim: the run ends while this is expected: a BSR of 224.0.0.0/4 everywhere, but for 0 s at most, "
             "from 60 s to 500 s\n");
+  EXPECT_NE(ended.out.find("at most, from 60 s to 500 s, of which this run has seen what is until 300 s\n"),
+            std::string::npos)
+      << ended.out;
+}
+
+TEST(Run, SaysWhereNoRouterCounts) {
+  const Ran ran = run(R"({"routers": {"r1": {"agent": "off"}, "r2": {"agent": "off"}},
+    "links": [{"between": ["r1", "r2"]}], "duration": 100})",
+                      {});
+  EXPECT_NE(ran.out.find("beginning\n    no router counts\n\nBSRs in the end\n\n  none: no router counts\n"),
+            std::string::npos)
+      << ran.out;
+}
+
+TEST(Run, TheSchemaIsPrintedAndItsHelp) {
+  const auto printed = [](const Arguments &arguments, int status) {
+    std::ostringstream out, err;
+    EXPECT_EQ(program(arguments, out, err), status) << err.str();
+    return out.str() + err.str();
+  };
+  EXPECT_EQ(nlohmann::json::parse(printed({"schema"}, done))["type"], "object");
+  EXPECT_EQ(printed({"schema", "--help"}, done).find("Usage: pimbsr-sim schema\n"), 0u);
+  const std::string refusal = printed({"schema", "more"}, refused);
+  EXPECT_NE(refusal.find("\nUsage: pimbsr-sim schema\n"), std::string::npos) << refusal;
 }
 
 TEST(Run, QuestionsAreAnsweredAtTheirTime) {
@@ -130,7 +154,8 @@ TEST(Run, QuestionsAreAnsweredAtTheirTime) {
                                "r3 show agent",       "r3 show rp",
                                "r3 tell bsr",         "r3 explain group 1.2.3",
                                "r3 show bsr at noon", "r3 show bsr at 501",
-                               "r3 explain zone",     "r3"};
+                               "r3 explain zone",     "r3",
+                               "r3:eth0 show bsr"};
   for (const char *question : wrong) {
     const Ran refusal = run(3, {"--ask", question});
     EXPECT_EQ(refusal.status, refused) << question;
