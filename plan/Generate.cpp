@@ -37,8 +37,8 @@ size_t numberFrom(const std::string &text, const char *what, size_t least, size_
   size_t number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error == std::errc() && end == text.data() + text.size() && number >= least && number <= most) return number;
-  throw UsageError("\"" + text + "\" is no number of " + what + ": from " + std::to_string(least) + " to " +
-                   std::to_string(most));
+  throw UsageError(std::string(what) + ": a number from " + std::to_string(least) + " to " + std::to_string(most) +
+                   ", not \"" + text + "\"");
 }
 
 /// The options and sizes of one kind of network, as they are asked for. Whatever is given and not asked for is refused.
