@@ -9,7 +9,7 @@ std::vector<std::string> firstOf(const std::vector<Finding> &findings, const std
   std::vector<std::string> lines;
   for (size_t i = 0; i < std::min(findings.size(), most); ++i) lines.push_back(toText(file, findings[i]));
   if (findings.size() > most) {
-    lines.emplace_back("and ").append(std::to_string(findings.size() - most)).append(" more, see 'pimbsrctl check'");
+    lines.emplace_back("and ").append(std::to_string(findings.size() - most)).append(" more");
   }
   return lines;
 }
