@@ -14,8 +14,10 @@ constexpr size_t longest = 4000;  // bytes; std::regex_match() calls itself for 
 Form<std::string> textsLike(const char *pattern, const char *what) {
   const auto read = [expression = std::regex(pattern), what](const std::string &text) {
     if (text.size() > longest) throw RangeError("a text of more than " + std::to_string(longest) + " bytes");
-    if (!std::regex_match(text, expression)) throw RangeError("\"" + text + "\" is not " + what);
-    return text;
+    if (std::regex_match(text, expression)) return text;
+    std::string told = text;
+    std::replace(told.begin(), told.end(), '\0', '?');  // it would end what()
+    throw RangeError("\"" + told + "\" is not " + what);
   };
   return {read, [](const std::string &text) { return text; }, std::string("^") + pattern + "$"};
 }

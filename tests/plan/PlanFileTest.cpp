@@ -36,6 +36,8 @@ TEST(PlanFile, EveryFaultOfTheNetworkIsToldWithItsPath) {
       {"{\"links\": [{\"between\": [\"r1:e\\u001b0\", \"r2\", \"r3\"]}]}",
        "/links/0/between/0: \"r1:e\x1b"
        "0\" is not ROUTER, ROUTER:INTERFACE, ROUTER/VRF or ROUTER/VRF:INTERFACE"},
+      {"{\"links\": [{\"between\": [\"r1:e\\u00000\", \"r2\", \"r3\"]}]}",
+       "/links/0/between/0: \"r1:e?0\" is not ROUTER, ROUTER:INTERFACE, ROUTER/VRF or ROUTER/VRF:INTERFACE"},
       {R"({"links": [{"between": ["r1"]}]})", "/links/0/between: a link has two ends or more"},
       {R"({"routers": {"r1": {}}, "links": [{"between": ["r1", "r2"]}]})", "/links/0/between/1: there is no router r2"},
       {R"({"links": [{"between": ["r1", "r2"]}, {"between": ["r1", "r2"]}]})",
