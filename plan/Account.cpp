@@ -1,29 +1,10 @@
 #include "plan/Account.h"
 
 #include <algorithm>
-#include <set>
 
 #include "plan/Parts.h"
 
 namespace Planning {
-
-namespace {
-
-// Whether a router is ever to be a candidate BSR in a VRF.
-bool isCandidate(const Plan &plan, const Node &node) {
-  const Router &router = plan.routers[node.router];
-  const L3::VrfName vrf(router.vrfs[node.vrf].name);
-  const auto says = [&](const ConfigurationPtr &configuration) {
-    if (!configuration) return false;
-    const auto settings = configuration->vrfConfig.find(vrf);
-    return settings != configuration->vrfConfig.end() && !settings->second.bsrCandidateConfig.empty();
-  };
-  return says(router.configuration) || std::any_of(plan.story.begin(), plan.story.end(), [&](const Action &action) {
-           return action.verb == Verb::reload && action.router == node.router && says(action.configuration);
-         });
-}
-
-}  // namespace
 
 Account::Account(Simulation &simulation) : simulation_(simulation), nodes_(simulation.plan().nodes()) {
   size_t first = 0;
@@ -37,7 +18,11 @@ Account::Account(Simulation &simulation) : simulation_(simulation), nodes_(simul
     }
   }
   episodes_.push_back({});
-  zones_.emplace(Pax::allGroups(simulation.plan().family), ZoneAccount(vrfOf_, nodesNearCandidates()));
+  std::vector<bool> near;
+  for (const std::vector<bool> &ofRouter : nodesNearCandidates(simulation.plan())) {
+    near.insert(near.end(), ofRouter.begin(), ofRouter.end());
+  }
+  zones_.emplace(Pax::allGroups(simulation.plan().family), ZoneAccount(vrfOf_, near));
   simulation.observe(*this);
 }
 
@@ -80,22 +65,6 @@ std::vector<Episode> Account::episodes() const {
   for (size_t i = 0; i + 1 < episodes.size(); ++i) episodes[i].end = episodes[i + 1].begin;
   episodes.back().end = simulation_.now();
   return episodes;
-}
-
-// All nodes that links lead to from a candidate, cut ones included; all nodes if there is no candidate. A VRF in which
-// nobody wants to be BSR is not without one.
-std::vector<bool> Account::nodesNearCandidates() const {
-  const Plan &plan = simulation_.plan();
-  const auto parts = partsOf(plan);
-  std::set<size_t> withCandidate;
-  for (const Node &node : nodes_) {
-    if (isCandidate(plan, node)) withCandidate.insert(parts[node.router][node.vrf]);
-  }
-  std::vector<bool> near;
-  for (const Node &node : nodes_) {
-    near.push_back(withCandidate.empty() || withCandidate.contains(parts[node.router][node.vrf]));
-  }
-  return near;
 }
 
 void Account::handleAction(const Action &action) {

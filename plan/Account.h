@@ -52,7 +52,6 @@ class Account : public Observer {
  private:
   void tellHeld(size_t node);
   std::vector<std::optional<size_t>> regionsOf(const Pax::IpGenPrefix &zone) const;
-  std::vector<bool> nodesNearCandidates() const;
 
   const Simulation &simulation_;
   const std::vector<Node> nodes_;

@@ -108,7 +108,8 @@ std::vector<Lane> HeldHistory::lanes() const {
   std::map<Domain, std::vector<Node>> members;
   for (const Change &change : changes_) {
     if (!change.state) continue;
-    members[legend_.domainOf(change.node, Pax::allGroups(legend_.plan().family))];
+    const Pax::IpGenPrefix all = Pax::allGroups(legend_.plan().family);
+    if (legend_.belongs(change.node, all)) members[legend_.domainOf(change.node, all)];
     for (const auto &[zone, holding] : *change.state) members[legend_.domainOf(change.node, zone)];
   }
   for (const Node &node : legend_.plan().nodes()) {

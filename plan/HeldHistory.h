@@ -36,7 +36,7 @@ class HeldHistory : public Observer {
   void handleReach() override { runsChanged_ = true; }
   void handleInstant() override;
 
-  /// By VRF and zone, in this order; a VRF in which no agent ever runs has none.
+  /// By VRF and zone, in this order; a VRF in which no agent that should have a BSR ever runs has none.
   std::vector<Lane> lanes() const;
 
  private:

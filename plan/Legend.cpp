@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "plan/Parts.h"
 #include "platform/kiv/Value.h"
 
 namespace Planning {
@@ -22,10 +23,13 @@ std::string letters(size_t number) {
 
 }  // namespace
 
-Legend::Legend(const Plan &plan) : plan_(plan) {
+Legend::Legend(const Plan &plan) : plan_(plan), near_(nodesNearCandidates(plan)) {
   letterOf(Pax::allGroups(plan.family));
   const auto add = [&](const Node &node, const Sim::IntfAddress &address) {
-    names_.try_emplace({plan.routers[node.router].vrfs[node.vrf].name, address.address}, plan.nameOf(node));
+    const std::string name = plan.nameOf(node);
+    names_.try_emplace({plan.routers[node.router].vrfs[node.vrf].name, address.address}, name);
+    const auto [known, isNew] = names_.try_emplace({"", address.address}, name);
+    if (!isNew && known->second != name) known->second.clear();
   };
   for (const Node &node : plan.nodes()) {
     for (const Interface &interface : plan.routers[node.router].vrfs[node.vrf].interfaces) {
@@ -42,8 +46,9 @@ Domain Legend::domainOf(const Node &node, const Pax::IpGenPrefix &zone) const {
 }
 
 std::string Legend::nameOf(const std::string &vrf, const Pax::IpGenAddr &address) const {
-  const auto name = names_.find({vrf, address});
-  return name == names_.end() ? Kiv::toText(address) : name->second;
+  auto name = names_.find({vrf, address});
+  if (name == names_.end()) name = names_.find({"", address});
+  return name == names_.end() || name->second.empty() ? Kiv::toText(address) : name->second;
 }
 
 const std::string &Legend::letterOf(const Pax::IpGenPrefix &zone) {
@@ -57,7 +62,8 @@ const char *Legend::colorOf(const Pax::IpGenAddr &bsr) {
 }
 
 bool Legend::belongs(const Node &node, const Pax::IpGenPrefix &zone) const {
-  return zone == Pax::allGroups(plan_.family) || members_.contains({node.router, node.vrf, zone});
+  const bool isNear = zone == Pax::allGroups(plan_.family) && near_[node.router][node.vrf];
+  return isNear || members_.contains({node.router, node.vrf, zone});
 }
 
 }  // namespace Planning

@@ -89,7 +89,8 @@ void NetworkFacts::findRps(const Simulation &simulation, const Legend &legend, c
 void NetworkFacts::count(const Legend &legend, const Node &node) {
   NodeFacts &facts = nodes[node.router][node.vrf];
   if (facts.state != State::runs) return;
-  domains[legend.domainOf(node, Pax::allGroups(legend.plan().family))];
+  const Pax::IpGenPrefix all = Pax::allGroups(legend.plan().family);
+  if (legend.belongs(node, all)) domains[legend.domainOf(node, all)];
   for (const auto &[zone, known] : facts.zones) domains[legend.domainOf(node, zone)];
   for (auto &[domain, counted] : domains) {
     if (legend.domainOf(node, domain.zone) != domain || !legend.belongs(node, domain.zone)) continue;

@@ -90,8 +90,7 @@ std::string NetworkPicture::headText(const std::string &title, const NetworkFact
 std::string NetworkPicture::titleText(const std::string &title, const NetworkFacts &facts) const {
   std::string text = "<table border=\"0\" cellspacing=\"2\" cellpadding=\"1\">";
   text += row((plan_.name.empty() ? "" : plan_.name + ": ") + title, nullptr, "b");
-  const bool hasVrfs = std::any_of(facts.domains.begin(), facts.domains.end(),
-                                   [](const auto &each) { return !each.first.isInDefaultVrf(); });
+  const bool hasVrfs = plan_.hasVrfs();
   for (const auto &[domain, known] : facts.domains) {
     const std::string letter = legend_.zones() > 1 ? legend_.letterOf(domain.zone) : "";
     const std::string name = (letter.empty() ? "" : letter + ": ") + toText(domain, hasVrfs);

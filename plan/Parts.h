@@ -11,4 +11,8 @@ namespace Planning {
 /// included.
 std::vector<std::vector<size_t>> partsOf(const Plan &plan);
 
+/// By router and VRF, whether it should have a BSR of all groups: links lead there from a router that is ever a
+/// candidate. All should where none is; but one that nobody wants to be BSR for is not without one.
+std::vector<std::vector<bool>> nodesNearCandidates(const Plan &plan);
+
 }  // namespace Planning

@@ -122,9 +122,8 @@ void TimelinePicture::drawLaneTitle(const Lane &lane, double top, double height)
   constexpr double size = 12;
   const bool isLong = Svg::widthOf(Kiv::toText(lane.domain.zone), size) > laneLeft - margin - 30;
   const double y = top + std::min(height / 2, 40.);
-  const bool hasVrfs =
-      std::any_of(lanes_.begin(), lanes_.end(), [](const Lane &each) { return !each.domain.isInDefaultVrf(); });
-  if (hasVrfs) svg_.text(margin, y - 15, "VRF " + shortText(lane.domain.vrf, 16), "font-weight=\"bold\"");
+  if (legend_.plan().hasVrfs())
+    svg_.text(margin, y - 15, "VRF " + shortText(lane.domain.vrf, 16), "font-weight=\"bold\"");
   svg_.text(margin, y, Kiv::toText(lane.domain.zone),
             isLong ? "font-size=\"9\"" : "font-size=\"12\" font-weight=\"bold\"");
   svg_.text(margin, y + 14, "routers by BSR", "font-size=\"10\"");

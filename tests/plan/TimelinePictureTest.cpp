@@ -6,6 +6,8 @@
 #include <optional>
 #include <sstream>
 
+#include "plan/Account.h"
+#include "plan/NetworkFacts.h"
 #include "tests/plan/Plans.h"
 
 namespace Planning {
@@ -117,6 +119,50 @@ TEST(TimelinePicture, BandsAreAsHighAsTheSimulationHasRouters) {
   ASSERT_EQ(moments.size(), 4u);
   EXPECT_EQ(moments[2].data(), "3 r2-r3 is cut; r2 stands by");
   EXPECT_EQ(TimelinePicture(legend, history.lanes(), plan.duration, 1).svg(), text);
+}
+
+// A lane, and the title of the network, count those that the account of the run counts; and a BSR of another VRF has
+// its name.
+TEST(TimelinePicture, CountsWhomTheRunCounts) {
+  const std::string candidate = R"({"configuration": {"vrfConfig": {"VRF": {
+    "bsrCandidateConfig": {"lo": {"group": {"224.0.0.0/4": {}}}},
+    "rpCandidateConfig": {"lo": {"groupRange": {"224.0.0.0/4": {}}}}}}}})";
+  const auto planIn = [&](const std::string &vrf, const std::string &links) {
+    std::string r1 = candidate;
+    r1.replace(r1.find("VRF"), 3, vrf);
+    return R"({"routers": {"r1": )" + r1 + R"(, "r2": {}, "r3": {}}, "links": [)" + links +
+           R"(], "events": [{"at": 100, "powerOff": "r3"}], "duration": 200})";
+  };
+  const std::string plans[] = {
+      twoVrfs,
+      planIn("blue", R"({"between": ["r1/blue", "r2/blue"]}, {"between": ["r2", "r3"]})"),
+      planIn("default", R"({"between": ["r1", "r2"]})"),  // r3 has no link
+      planIn("default", R"({"between": ["r1", "r2/blue"]}, {"between": ["r2/blue", "r3/green"]})"),
+  };
+  for (const std::string &text : plans) {
+    const Plan plan = planFrom(text);
+    Simulation simulation(plan, 1);
+    const Account account(simulation);
+    Legend legend(plan);
+    HeldHistory history(simulation, legend);
+    simulation.observe(history);
+    simulation.runTo(plan.duration);
+    std::map<Domain, size_t> counted, counting, members, running;
+    for (const Domain &domain : account.domains()) {
+      const ZoneAccount &zone = *account.zone(domain.zone);
+      for (const size_t node : account.nodesIn(domain.vrf)) counted[domain] += !zone.counted(node).all().empty();
+      counting[domain] = account.counting(domain).size();
+    }
+    std::erase_if(counted, [](const auto &each) { return each.second == 0; });
+    std::erase_if(counting, [](const auto &each) { return each.second == 0; });
+    for (const Lane &lane : history.lanes()) {
+      members[lane.domain] = lane.members;
+      for (const Pax::IpGenAddr &bsr : lane.bsrs) EXPECT_EQ(legend.nameOf(lane.domain.vrf, bsr).substr(0, 2), "r1");
+    }
+    for (const auto &[domain, facts] : NetworkFacts(simulation, legend).domains) running[domain] = facts.running;
+    EXPECT_EQ(members, counted) << text;
+    EXPECT_EQ(running, counting) << text;
+  }
 }
 
 // Of 2 to 40 events, at even and at uneven distances.
