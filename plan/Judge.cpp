@@ -158,7 +158,7 @@ Verdict Judge::lookBack(const Expectation &expectation) const {
     worst = longest;
     where = node;
   }
-  if (asked == 0) return {false, "no router that ran knew " + naming_.textOf(Domain{"default", expectation.zone})};
+  if (asked == 0) return {false, "no router ran that knew " + naming_.textOf(Domain{"default", expectation.zone})};
   std::string seen = naming_.nameOf(where) + outageText(expectation.kind);
   seen.append(" for ").append(exactSeconds(worst.length())).append(" s, from ").append(exactSeconds(worst.from));
   seen.append(worst.to >= simulation_.plan().duration ? " s to the end" : " s on");
