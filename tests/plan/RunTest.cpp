@@ -122,13 +122,19 @@ TEST(Run, ExpectationsDecideTheExitStatus) {
       << ended.out;
 }
 
+// Where nobody is ever a candidate, all count that run.
 TEST(Run, SaysWhereNoRouterCounts) {
-  const Ran ran = run(R"({"routers": {"r1": {"agent": "off"}, "r2": {"agent": "off"}},
-    "links": [{"between": ["r1", "r2"]}], "duration": 100})",
-                      {});
-  EXPECT_NE(ran.out.find("beginning\n    no router counts\n\nBSRs in the end\n\n  none: no router counts\n"),
+  const auto toldWith = [](const std::string &agent) {
+    return run(R"({"routers": {"r1": )" + agent + R"(, "r2": )" + agent + R"(},
+      "links": [{"between": ["r1", "r2"]}], "duration": 100})",
+               {})
+        .out;
+  };
+  const std::string none = toldWith(R"({"agent": "off"})"), both = toldWith("{}");
+  EXPECT_NE(none.find("beginning\n    no router counts\n\nBSRs in the end\n\n  none: no router counts\n"),
             std::string::npos)
-      << ran.out;
+      << none;
+  EXPECT_NE(both.find("BSRs in the end\n\n  224.0.0.0/4: none at 2 routers\n"), std::string::npos) << both;
 }
 
 TEST(Run, TheSchemaIsPrintedAndItsHelp) {
