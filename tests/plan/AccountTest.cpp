@@ -182,7 +182,7 @@ TEST(Account, AVrfWithoutCandidatesIsNotWithoutBsr) {
     "links": [{"between": ["r1", "r2"]}, {"between": ["r1/blue", "r2/blue"], "name": "blue"}], "duration": 100,
     "expect": [{"at": 50, "bsr": "none"}, {"agree": 1}]})");
   for (const Verdict &each : played.outcome.verdicts) {
-    EXPECT_EQ(each.seen, "no router that ran knew 224.0.0.0/4 in VRF default");
+    EXPECT_EQ(each.seen, "no router ran that knew 224.0.0.0/4 in VRF default");
   }
   const EpisodeFigures &episode = played.outcome.episodes.at(0);
   ASSERT_EQ(episode.zones.size(), 1u);

@@ -11,61 +11,13 @@
 #include <set>
 #include <sstream>
 
-#include "plan/Program.h"
-#include "tests/daemon/TemporaryDirectory.h"
 #include "tests/plan/Plans.h"
+#include "tests/plan/SweepTest.h"
 
 namespace Planning {
 namespace {
 
 using Json = nlohmann::json;
-using Lines = std::vector<std::string>;
-
-// A triangle, and r4 behind r3. r1 is the BSR, r2 the spare one, and the only RP.
-constexpr const char *network = R"({
-  "routers": {
-    "r1": {"configuration": {"vrfConfig": {"default": {"bsrCandidateConfig": {"lo": {"group": {"224.0.0.0/4": {"priority": 65}}}}}}}},
-    "r2": {"configuration": {"vrfConfig": {"default": {"bsrCandidateConfig": {"lo": {"group": {"224.0.0.0/4": {}}}},
-                                                       "rpCandidateConfig": {"lo": {"groupRange": {"224.0.0.0/4": {}}}}}}}},
-    "r3": {}, "r4": {}},
-  "links": [{"between": ["r1", "r2"]}, {"between": ["r2", "r3"]}, {"between": ["r1", "r3"]}, {"between": ["r3", "r4"]}],
-  "events": [{"at": 300, "crash": "r1"}],
-  "expect": [{"withoutRp": 5, "from": 60}, {"at": 350, "bsr": "r1"}]
-})";
-
-class SweepTest : public testing::Test {
- protected:
-  SweepTest() { write("plan.json", network); }
-
-  std::string path(const std::string &name) const { return directory_.path() + "/" + name; }
-  void write(const std::string &name, const std::string &text) const { std::ofstream(path(name)) << text; }
-  std::string read(const std::string &name) const {
-    std::ifstream file(path(name));
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
-  Lines linesOf(const std::string &text) const {
-    Lines lines;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) lines.push_back(line + "\n");
-    return lines;
-  }
-  // Returns the exit status; what is printed is in out_ and err_.
-  int run(const Arguments &arguments) {
-    std::ostringstream out, err;
-    const int status = program(arguments, out, err);
-    out_ = out.str();
-    err_ = err.str();
-    return status;
-  }
-  int sweep(const Arguments &options) {
-    Arguments arguments{"sweep", path("plan.json")};
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    return run(arguments);
-  }
-
-  const ::Test::TemporaryDirectory directory_;
-  std::string out_, err_;
-};
 
 TEST_F(SweepTest, FindsWhatTheNetworkCannotLose) {
   EXPECT_EQ(sweep({"--json"}), failed);
@@ -215,54 +167,6 @@ TEST_F(SweepTest, ResultsOfSomethingElseAreRefused) {
   write("results", before + "rubbish\n");
   EXPECT_EQ(sweep({"--no-pairs", "--results", path("results")}), refused);
   EXPECT_NE(err_.find("line 10 is no result of a sweep"), std::string::npos) << err_;
-}
-
-TEST_F(SweepTest, MergeTellsWhatIsMissingAndDouble) {
-  sweep({"--no-pairs", "--results", path("results")});
-  const Lines lines = linesOf(read("results"));
-  std::string other = lines[4];
-  other.replace(other.find("\"held\":["), 8, "\"held\":[false,");
-  write("a", lines[0] + lines[1] + lines[4]);
-  write("b", lines[4] + lines[1] + other + lines[8]);
-  EXPECT_EQ(run({"merge", path("a"), path("b")}), failed);
-  EXPECT_NE(out_.find("5 runs are missing: 2, 3, 5, 6, 7\n"), std::string::npos) << out_;
-  EXPECT_NE(out_.find("3 results are of a run that has one already, and left out; 1 of them say"), std::string::npos);
-  write("b", lines[3]);
-  EXPECT_EQ(run({"merge", path("b")}), failed);
-  EXPECT_NE(err_.find("run 0 is missing"), std::string::npos);
-  EXPECT_NE(out_.find("\nat least 3 runs are missing: 0, 1, 2\n"), std::string::npos) << out_;
-  std::string negative = lines[3];
-  const std::string member = "\"leftWithoutRp\":[";
-  negative.insert(negative.find(member) + member.size(), 1, '-');
-  for (const std::string &broken :
-       {negative, std::string(lines[3]).replace(lines[3].find("\"run\":3"), 7, "\"run\":3.5")}) {
-    write("b", broken);
-    EXPECT_EQ(run({"merge", path("b")}), refused) << out_;
-    EXPECT_NE(err_.find("line 1 is no result of a sweep"), std::string::npos) << err_;
-  }
-}
-
-TEST_F(SweepTest, MergeClaimsNothingOfRunsThatAreMissing) {
-  sweep({"--results", path("results")});
-  const Lines lines = linesOf(read("results"));
-  const auto merged = [&](const std::string &text) {
-    write("some", text);
-    run({"merge", path("some")});
-    EXPECT_EQ(out_.find("can lose any"), std::string::npos) << out_;
-    EXPECT_EQ(out_.find("Whatever else"), std::string::npos) << out_;
-    return out_;
-  };
-  const std::string two = merged(lines[0] + lines[1]);  // link r1-r2 can be lost
-  for (const char *what : {"a link or a router", "a pair of links", "another router without"}) {
-    EXPECT_NE(two.find(std::string("\nNone of the 2 of 15 runs that are there shows ") + what), std::string::npos)
-        << two;
-  }
-  EXPECT_NE(merged(lines[0] + lines[4]).find("\nNone of the 2 of 15 runs that are there shows any other pair of links"),
-            std::string::npos)
-      << out_;
-  EXPECT_NE(merged(lines[1]).find("\nThe only run that is there does not show"), std::string::npos) << out_;
-  // Of a pair nobody knows whether each of the two alone can be lost.
-  EXPECT_EQ(merged(lines[0] + lines[9]).find("each of them alone"), std::string::npos) << out_;
 }
 
 TEST_F(SweepTest, SettingsThatCannotTellOrBePlayedAreRefused) {
