@@ -118,7 +118,7 @@ Verdict Judge::look(const Expectation &expectation) const {
     const auto &nodes = expectation.nodes;
     const bool isAnybody = std::any_of(nodes.begin(), nodes.end(), [&](const Node &node) { return takesPart(node); });
     if (!isAnybody) return {false, "no router ran"};
-    return {!expectation.address, "no router that ran knew " + naming_.textOf(Domain{"default", expectation.zone})};
+    return {!expectation.address, "no router ran that knew " + naming_.textOf(Domain{"default", expectation.zone})};
   }
   if (wrong == 0) return {true, "so it was at " + allOf(asked)};
   std::string seen;

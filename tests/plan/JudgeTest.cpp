@@ -45,7 +45,7 @@ TEST(Judge, SaysWhatWasSeenInstead) {
       {R"({"at": 200, "bsr": "none", "routers": ["r1"]})", true, "so it was at the only router asked"},
       {R"({"at": 199, "rp": "r1", "group": "239.1.1.1"})", false, "r1, r2 and r3 had r2 (192.168.0.2)"},
       {R"({"at": 199, "rp": "none", "group": "225.1.1.1"})", true, "so it was at all 3 routers"},
-      {R"({"at": 199, "bsr": "none", "zone": "239.1.0.0/16"})", true, "no router that ran knew 239.1.0.0/16"},
+      {R"({"at": 199, "bsr": "none", "zone": "239.1.0.0/16"})", true, "no router ran that knew 239.1.0.0/16"},
       {R"({"agree": 9, "from": 60, "zone": "239.1.0.0/16"})", false, "no router ran that knew 239.1.0.0/16"},
       {R"({"withoutBsr": 10, "from": 60, "to": 400})", true, "at most: r2 had no BSR for 7 s, from 325.003 s on"},
       {R"({"withoutBsr": 10, "from": 60})", false, "r3 had no BSR for 77.996 s, from 522.004 s to the end"},
