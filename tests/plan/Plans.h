@@ -17,6 +17,7 @@ inline Plan planFrom(const std::string &text) {
 /// "PATH: message" each.
 inline std::vector<std::string> textsOf(const std::vector<Routing::Pim::Bsr::Finding> &findings) {
   std::vector<std::string> texts;
+  texts.reserve(findings.size());
   for (const auto &each : findings) texts.push_back(each.place + ": " + each.message);
   return texts;
 }

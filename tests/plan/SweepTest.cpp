@@ -189,7 +189,7 @@ TEST_F(SweepTest, SettingsThatCannotTellOrBePlayedAreRefused) {
   EXPECT_EQ(run({"sweep", "-", "--list"}), refused);
   EXPECT_NE(err_.find("--list needs a file"), std::string::npos) << err_;
   std::string changed = network;
-  changed.replace(changed.find("{"), 1, "{\"seed\": 4294967294, ");
+  changed.replace(changed.find('{'), 1, "{\"seed\": 4294967294, ");
   changed.replace(changed.find("\"from\": 60"), 10, "\"from\": 60, \"to\": 550");
   write("plan.json", changed);
   isRefused({"--list", "--seeds", "3"}, "only 2 seeds");
