@@ -8,19 +8,22 @@ namespace Routing::Pim::Bsr {
 
 class LinkReporter::KivNeighbor : public Kiv::ReactorOf<PimNeighbor, KivPimIntf> {
  public:
-  using ReactorOf::ReactorOf;
+  KivNeighbor(KivPimIntf &owner, const Pax::IpGenAddr &address, const Kiv::Ptr<const PimNeighbor> &neighbor)
+      : ReactorOf(owner, neighbor), address_(address) {}
   void onGenerationId() override;
   void onHasGenerationId() override { onGenerationId(); }
   void onDrPriority() override;
   void onHasDrPriority() override { onDrPriority(); }
   void onSecondary(const Pax::IpGenAddr &) override { onDrPriority(); }
 
-  const PimNeighbor &neighbor() const { return *notifier(); }
   bool hasRestarted = false;
   bool hasChanged = false;
+
+ private:
+  const Pax::IpGenAddr address_;
 };
 
-// Neighbors that are gone stay until they are told of.
+// Neighbors that are gone stay until they are told of. All that are there when it is made are touched.
 class LinkReporter::KivPimIntf : public Kiv::ReactorOf<PimIntf, LinkReporter> {
  public:
   KivPimIntf(LinkReporter &owner, const Pax::IntfId &intfId, const Kiv::Ptr<const PimIntf> &intf)
@@ -38,10 +41,15 @@ class LinkReporter::KivPimIntf : public Kiv::ReactorOf<PimIntf, LinkReporter> {
     }
     owner_.changed(intfId_);
   }
-  void changed() { owner_.changed(intfId_); }
+  void touched(const Pax::IpGenAddr &address) {
+    touched_.insert(address);
+    owner_.changed(intfId_);
+  }
 
   // Of this interface since it was asked last.
   std::map<Pax::IpGenAddr, Kiv::Ptr<const PimNeighbor>> takeGone() { return std::exchange(gone_, {}); }
+  std::set<Pax::IpGenAddr> takeTouched() { return std::exchange(touched_, {}); }
+  bool takeNew() { return std::exchange(isNew_, false); }
   bool takeRestarted(const Pax::IpGenAddr &address) {
     return std::exchange(neighbor_.at(address)->hasRestarted, false);
   }
@@ -49,22 +57,25 @@ class LinkReporter::KivPimIntf : public Kiv::ReactorOf<PimIntf, LinkReporter> {
 
  private:
   void neighborIs(const Pax::IpGenAddr &address) {
-    neighbor_[address] = std::make_unique<KivNeighbor>(*this, notifier()->neighbor(address));
+    neighbor_[address] = std::make_unique<KivNeighbor>(*this, address, notifier()->neighbor(address));
+    touched_.insert(address);
   }
 
   const Pax::IntfId intfId_;
   std::map<Pax::IpGenAddr, std::unique_ptr<KivNeighbor>> neighbor_;
   std::map<Pax::IpGenAddr, Kiv::Ptr<const PimNeighbor>> gone_;
+  std::set<Pax::IpGenAddr> touched_;  // those that came, restarted or changed
+  bool isNew_ = true;
 };
 
 void LinkReporter::KivNeighbor::onGenerationId() {
   hasRestarted = true;
-  owner_.changed();
+  owner_.touched(address_);
 }
 
 void LinkReporter::KivNeighbor::onDrPriority() {
   hasChanged = true;
-  owner_.changed();
+  owner_.touched(address_);
 }
 
 class LinkReporter::KivPimStatus : public Kiv::ReactorOf<Pim::Status, LinkReporter> {
@@ -111,7 +122,9 @@ void LinkReporter::handleConfig() {
   const std::set<Pax::IntfId> wanted(configured.begin(), configured.end());
   std::erase_if(known_, [&](const auto &known) { return !wanted.contains(known.first); });
   for (const Pax::IntfId &intfId : wanted) {
-    if (known_.try_emplace(intfId).second) changed(intfId);
+    if (!known_.try_emplace(intfId).second) continue;
+    handlePimIntf(intfId);
+    changed(intfId);
   }
 }
 
@@ -202,7 +215,9 @@ LinkReporter::KnownNeighbor LinkReporter::knownOf(const PimNeighbor &neighbor) {
 void LinkReporter::settleNeighbors(const Pax::IntfId &intfId, Known &known, const PimIntf &intf) {
   settleGone(intfId, known, intf);
   KivPimIntf &reactor = *pimIntf_.at(intfId);
-  for (const Pax::IpGenAddr &address : intf.neighbor().keys()) {
+  for (const Pax::IpGenAddr &address : reactor.takeTouched()) {
+    const auto neighbor = intf.neighbor(address);
+    if (!neighbor) continue;  // it came and went
     const auto [place, isNew] = known.neighbors.try_emplace(address);
     const bool hasRestarted = reactor.takeRestarted(address), hasChanged = reactor.takeChanged(address);
     if (isNew) {
@@ -211,7 +226,7 @@ void LinkReporter::settleNeighbors(const Pax::IntfId &intfId, Known &known, cons
       tellNeighbor(EventKind::neighborRestarted, Severity::notice, intfId, address, "restarted", "new Generation ID");
     }
     if (!isNew && !hasChanged) continue;
-    const KnownNeighbor before = std::exchange(place->second, knownOf(*intf.neighbor(address)));
+    const KnownNeighbor before = std::exchange(place->second, knownOf(*neighbor));
     if (!isNew) tellChanged(intfId, address, before, place->second);
   }
 }
@@ -220,9 +235,11 @@ void LinkReporter::settleGone(const Pax::IntfId &intfId, Known &known, const Pim
   const auto left = [&](const Pax::IpGenAddr &address, const std::string &why) {
     tellNeighbor(EventKind::neighborLeft, Severity::warning, intfId, address, "left", why);
   };
-  for (const auto &[address, gone] : pimIntf_.at(intfId)->takeGone()) {
+  KivPimIntf &reactor = *pimIntf_.at(intfId);
+  for (const auto &[address, gone] : reactor.takeGone()) {
     if (known.neighbors.erase(address) > 0) left(address, whyLeft(intf, address, *gone));
   }
+  if (!reactor.takeNew()) return;
   for (auto each = known.neighbors.begin(); each != known.neighbors.end();) {
     const auto neighbor = each++;
     if (intf.neighbor(neighbor->first)) continue;

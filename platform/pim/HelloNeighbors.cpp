@@ -8,6 +8,8 @@ namespace Routing::Pim::IO {
 
 static Tracelet::Module trace("Pim::Hello");
 
+static constexpr uint32_t drPriorityDefault = 1;  // of who says none
+
 HelloSpeaker::Interface::Neighbor *HelloSpeaker::Interface::neighbor(const Pax::IpGenAddr &address) const {
   const auto *known = neighbor_.find(address);
   return known ? known->get() : nullptr;
@@ -28,6 +30,8 @@ HelloSpeaker::Interface::Neighbor *HelloSpeaker::Interface::neighborIs(const Pac
   const auto &neighbor = neighbor_.insert(hello.source(), std::make_unique<Neighbor>(*this, hello.source(), status));
   status->hasGenerationIdIs(hello.generationId().has_value());
   status->generationIdIs(hello.generationId().value_or(0));
+  status->hasDrPriorityIs(hello.drPriority().has_value());
+  status->drPriorityIs(hello.drPriority().value_or(drPriorityDefault));
   noteFootprint();
   greet();
   return neighbor.get();
@@ -68,7 +72,7 @@ void HelloSpeaker::Interface::refresh(Neighbor &neighbor, const Packet::HelloMes
     greet();
   }
   secondaryAre(neighbor, hello.addressList);
-  const uint32_t drPriority = hello.drPriority().value_or(1);
+  const uint32_t drPriority = hello.drPriority().value_or(drPriorityDefault);
   if (status->hasDrPriority() == hello.drPriority().has_value() && status->drPriority() == drPriority) return;
   status->hasDrPriorityIs(hello.drPriority().has_value());
   status->drPriorityIs(drPriority);

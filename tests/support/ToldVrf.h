@@ -20,10 +20,11 @@ class ToldVrf : public TestVrf {
   }
 
   const Pax::IntfId eth1 = intfIs(1);
+  std::vector<Pax::IntfId> pimInterfaces{eth1};  // as configured; handleConfig tells the reporter
   Bsr::EventLog log{[] { return 0.0; }};
   Bsr::Drops drops;
   Bsr::VrfReporter reporter{log, drops, Kiv::make<Orb::TimerWheel>(time, time), *sm,
-                            [this] { return viewOf(system, "default", sm.get(), time.now(), {eth1}); }};
+                            [this] { return viewOf(system, "default", sm.get(), time.now(), pimInterfaces); }};
 
  private:
   size_t next_ = 0;

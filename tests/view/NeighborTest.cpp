@@ -40,6 +40,18 @@ TEST_F(Neighbors, LeaveForAReasonThatIsTold) {
                             "address is now this router's\n");
 }
 
+TEST_F(Neighbors, OfOneTurnAreNotToldButThoseOfAnInterfaceThatIsConfiguredAnewAre) {
+  come(goes);
+  link->neighborDel(goes);
+  EXPECT_EQ(vrf.told(), "");
+  for (const auto &configured : {std::vector<Pax::IntfId>(), std::vector{eth1}}) {
+    vrf.pimInterfaces = configured;
+    vrf.reporter.handleConfig();
+  }
+  EXPECT_EQ(vrf.told(),
+            Bsr::sentence("PIM is on at eth1 with address ", link->address(), "\nNeighbor ", stays, " on eth1 came\n"));
+}
+
 TEST_F(Neighbors, ThatGoWithAnInterfaceThatIsBackAtOnceAreTold) {
   EXPECT_EQ(vrf.told(), "");
   vrf.pimStatus->pimIntfDel(eth1);
