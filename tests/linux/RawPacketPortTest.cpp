@@ -163,7 +163,9 @@ TEST_P(RawPacketPortTest, ALinkThatWasMadeAgainIsHeardAgain) {
   b->status->pimIntfDelAll();
   ip("a", "link add a0 type veth peer name b0 netns " + nameOf("b") + "\n" + setUp("a", "0", "1"));
   ip("b", setUp("b", "0", "2"));
-  ASSERT_TRUE(waitFor([&] { return !a->pimAddr("a0").isZero() && !b->pimAddr("b0").isZero() && b->intf("b0")->up(); }));
+  ASSERT_TRUE(waitFor([&] {
+    return !a->pimAddr("a0").isZero() && a->intf("a0")->up() && !b->pimAddr("b0").isZero() && b->intf("b0")->up();
+  }));
   a->pimOn("a0");
   b->pimOn("b0");
   EXPECT_TRUE(a->sendHello("a0"));
