@@ -2,18 +2,22 @@
 
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
+#include <chrono>
 
 namespace Routing::Pim::Bsr {
 namespace {
 
 constexpr std::chrono::seconds patience(60);
 
-// A client of which nothing is expected: bytes out, whatever comes back in.
+// A client of which nothing is expected: bytes out, whatever comes back in. On a busy machine the kernel takes its time
+// with TCP, even to this host: what one side has done may reach the other when the loop of the server is at rest
+// already.
 class RawClient {
  public:
   RawClient(boost::asio::io_context &context, const Endpoint &server) : context_(context) {
@@ -35,18 +39,27 @@ class RawClient {
     char byte = 0;
     return ::recv(socket_, &byte, 1, MSG_PEEK | MSG_DONTWAIT) == 0;
   }
+  /// Whether the server closes, if not yet then while it works on.
+  bool closes() {
+    for (const auto deadline = Clock::now() + patience; !isClosed();) {
+      if (!waits(POLLIN, deadline)) return false;
+    }
+    return true;
+  }
   void send(const std::string &bytes) {
+    const auto deadline = Clock::now() + patience;
     for (size_t sent = 0; sent < bytes.size();) {
       const ssize_t count = ::send(socket_, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL | MSG_DONTWAIT);
       if (count > 0) {
         sent += static_cast<size_t>(count);
-      } else if (errno != EAGAIN || context_.run_one_for(patience) == 0) {
+      } else if (errno != EAGAIN || !waits(POLLOUT, deadline)) {
         return;  // refused to take more
       }
     }
   }
   // All that the server says until it closes, letting it work meanwhile.
   std::string hear() {
+    const auto deadline = Clock::now() + patience;
     std::string heard;
     for (char bytes[4096];;) {
       const ssize_t count = ::recv(socket_, bytes, sizeof bytes, MSG_DONTWAIT);
@@ -54,13 +67,25 @@ class RawClient {
         heard.append(bytes, static_cast<size_t>(count));
       } else if (count == 0 || errno != EAGAIN) {
         return heard;
-      } else if (context_.run_one_for(patience) == 0) {
+      } else if (!waits(POLLIN, deadline)) {
         return heard + "<nothing>";
       }
     }
   }
 
  private:
+  using Clock = std::chrono::steady_clock;
+
+  // Lets the server do what it can, and the kernel the rest. False when it is too late.
+  bool waits(short what, Clock::time_point deadline) const {
+    constexpr int moment = 10;  // milliseconds
+    context_.restart();
+    if (context_.poll() > 0) return true;
+    pollfd ready{socket_, what, 0};
+    ::poll(&ready, 1, moment);
+    return Clock::now() < deadline;
+  }
+
   boost::asio::io_context &context_;
   const int socket_ = ::socket(AF_INET, SOCK_STREAM, 0);
   bool connected_ = false;
@@ -157,7 +182,8 @@ TEST_F(MetricsServerTest, ClientsThatHoldOnMakeRoomForOthers) {
   };
   for (const char *request : {"", "GET /metr"}) {
     const Clients clients = clientsThatSend(request);
-    for (size_t i = 0; i < clients.size(); ++i) EXPECT_EQ(clients[i]->isClosed(), i < tooMany) << request << i;
+    for (size_t i = 0; i < tooMany; ++i) EXPECT_TRUE(clients[i]->closes()) << request << i;
+    for (size_t i = tooMany; i < clients.size(); ++i) EXPECT_FALSE(clients[i]->isClosed()) << request << i;
   }
   large = 8 << 20;  // more than sockets hold
   const Clients deaf = clientsThatSend("GET /metrics HTTP/1.1\r\n\r\n");
@@ -179,7 +205,7 @@ TEST_F(MetricsServerTest, MovesWhenToldSoAndListensNowhereElse) {
   server.endpointIs({});
   EXPECT_TRUE(server.endpoint().empty());
   EXPECT_FALSE(RawClient(context, first).connected());
-  EXPECT_TRUE(dropped.isClosed());
+  EXPECT_TRUE(dropped.closes());
   second.endpointIs({});
   second.endpointIs(first);
   EXPECT_EQ(second.endpoint(), first) << "it was free again";
