@@ -1,4 +1,6 @@
 #include <gtest/gtest.h>
+#include <stdlib.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -47,14 +49,17 @@ TEST(Traces, NothingIsFormattedWithoutASink) {
 TEST(TracesDeathTest, ABrokenInvariantIsALineOfTheTraceFileAndOnStandardError) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   const bool config = false;
+  // The program that dies is this one, begun anew, which has the name of the file from its environment.
+  ::setenv("TRACELET_DEATH_TEST", ("tracelet-death-test-" + std::to_string(::getpid())).c_str(), 0);
+  const std::string name = ::getenv("TRACELET_DEATH_TEST");
   EXPECT_DEATH(
       {
-        Tracelet::FileSink file("/tmp", "tracelet-death-test");
+        Tracelet::FileSink file("/tmp", name);
         Registry::instance().sinkAdd(file);
         REQUIRE_AS(config, "config()");
       },
       "Assertion failed: config\\(\\)");
-  const std::filesystem::path path = "/tmp/tracelet-death-test.log";
+  const std::filesystem::path path = "/tmp/" + name + ".log";
   std::stringstream text;
   text << std::ifstream(path).rdbuf();
   std::filesystem::remove(path);
