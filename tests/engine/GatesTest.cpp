@@ -48,7 +48,8 @@ struct Gates : testing::TestWithParam<Addresses> {
 const Counts taken{{"received", 1}, {"rx", 1}, {"rxSuccess", 1}, {"rxBsm", 1}, {"rxBsmSuccess", 1}};
 const Counts sent{{"sent", 1}, {"tx", 1}, {"txSuccess", 1}}, failed{{"sendFailed", 1}, {"tx", 1}, {"txError", 1}};
 const Counts adopted{{"rx", 1}, {"rxSuccess", 1}, {"rxCrpAdv", 1}, {"rxCrpAdvSuccess", 1}};
-const Counts denied{{"rx", 1}, {"rxError", 1}, {"rxCrpAdv", 1}, {"rxCrpAdvError", 1}, {"denied", 1}, {"deniedCrpAdv", 1}};
+const Counts denied{{"rx", 1},     {"rxError", 1},     {"rxCrpAdv", 1}, {"rxCrpAdvError", 1},
+                    {"denied", 1}, {"deniedCrpAdv", 1}};
 Counts dropped(const char *reason) {
   return {{"received", 1}, {"rx", 1}, {"rxError", 1}, {"rxBsm", 1}, {"rxBsmError", 1}, {reason, 1}};
 }
