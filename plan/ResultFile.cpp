@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 
 namespace Planning {
@@ -15,11 +16,13 @@ namespace Planning {
 namespace {
 
 // How far the lines go that have their ends. Hands each to `take`, with where it begins.
-size_t readLines(std::istream &in, const std::string &name,
+// Without its end, the last one is handed over where it may be all there.
+size_t readLines(std::istream &in, const std::string &name, bool takesRest,
                  const std::function<void(const std::string &line, size_t begin)> &take) {
   size_t begin = 0, number = 0;
-  for (std::string line; std::getline(in, line) && !in.eof(); begin += line.size() + 1) {
+  for (std::string line; std::getline(in, line); begin += line.size() + 1) {
     ++number;
+    if (in.eof() && !(takesRest && nlohmann::json::accept(line))) break;
     try {
       if (!line.empty()) take(line, begin);
     } catch (const std::invalid_argument &fault) {
@@ -27,6 +30,17 @@ size_t readLines(std::istream &in, const std::string &name,
     }
   }
   return begin;
+}
+
+// What is cut off has to be a result that was not written to its end, and nothing else that somebody keeps there.
+void refuseForeignRest(std::ifstream &in, size_t begin, const std::string &name) {
+  const std::string_view lead = "{\"plan\":\"";
+  std::string rest(lead.size(), '\0');
+  in.clear();
+  in.seekg(static_cast<std::streamoff>(begin));
+  in.read(rest.data(), static_cast<std::streamsize>(rest.size()));
+  rest.resize(static_cast<size_t>(in.gcount()));
+  if (!lead.starts_with(rest)) throw InputFault(name + ": is no file of results");
 }
 
 std::ifstream opened(const std::string &name) {
@@ -53,10 +67,10 @@ const std::string &regular(const std::string &name) {
 void readResults(const std::string &file, const TakeLine &take) {
   const auto each = [&](const std::string &line, size_t) { take(line); };
   if (file == "-") {
-    readLines(std::cin, "standard input", each);
+    readLines(std::cin, "standard input", true, each);
   } else {
     std::ifstream in = opened(file);
-    readLines(in, file, each);
+    readLines(in, file, true, each);
   }
 }
 
@@ -64,7 +78,8 @@ ResultFile::ResultFile(std::string name, const TakeLine &take)
     : name_(std::move(name)), file_(::open(regular(name_).c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644)) {
   if (!file_) throw std::runtime_error(name_ + ": cannot be written: " + std::strerror(errno));
   std::ifstream in = opened(name_);
-  const size_t good = readLines(in, name_, [&](const std::string &line, size_t) { take(line); });
+  const size_t good = readLines(in, name_, false, [&](const std::string &line, size_t) { take(line); });
+  refuseForeignRest(in, good, name_);
   if (::ftruncate(file_.number(), static_cast<off_t>(good)) < 0) {
     throw std::runtime_error(name_ + ": cannot be written: " + std::strerror(errno));
   }
@@ -87,7 +102,7 @@ void ResultFile::sort(const std::function<std::optional<size_t>(const std::strin
   };
   std::vector<Place> places;
   std::ifstream in = opened(name_);
-  readLines(in, name_, [&](const std::string &line, size_t begin) {
+  readLines(in, name_, false, [&](const std::string &line, size_t begin) {
     if (const auto number = numberOf(line)) places.push_back({*number, begin, line.size()});
   });
   const auto isBefore = [](const Place &a, const Place &b) { return a.number < b.number; };

@@ -13,14 +13,15 @@ namespace Planning {
 
 using TakeLine = std::function<void(const std::string &line)>;
 
-/// Hands each line to `take`, which may throw std::invalid_argument. A last line without its end is left out. "-" is
+/// Hands each line to `take`, which may throw std::invalid_argument. A last line that was cut off is left out. "-" is
 /// standard input. Throws InputFault.
 void readResults(const std::string &file, const TakeLine &take);
 
 class ResultFile {
  public:
   /// Makes the file if it is not there. Hands the lines that it has to `take`, as readResults() does, and cuts off a
-  /// last line without its end. Throws InputFault, and as all of these std::runtime_error where it cannot be written.
+  /// last line without its end, unless that is no result. Throws InputFault, and as all of these std::runtime_error
+  /// where it cannot be written.
   ResultFile(std::string name, const TakeLine &take);
   /// Adds a line at the end; it is there whatever happens to this process afterwards.
   void add(const std::string &line);

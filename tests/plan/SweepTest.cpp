@@ -167,6 +167,11 @@ TEST_F(SweepTest, ResultsOfSomethingElseAreRefused) {
   write("results", before + "rubbish\n");
   EXPECT_EQ(sweep({"--no-pairs", "--results", path("results")}), refused);
   EXPECT_NE(err_.find("line 10 is no result of a sweep"), std::string::npos) << err_;
+  // It would be cut off, were it a result.
+  write("results", "rubbish");
+  EXPECT_EQ(sweep({"--no-pairs", "--results", path("results")}), refused);
+  EXPECT_NE(err_.find(path("results") + ": is no file of results"), std::string::npos) << err_;
+  EXPECT_EQ(read("results"), "rubbish");
 }
 
 TEST_F(SweepTest, SettingsThatCannotTellOrBePlayedAreRefused) {
