@@ -19,7 +19,6 @@ namespace po = boost::program_options;
 namespace {
 
 constexpr double secondsMost = 1e8;
-constexpr size_t runsMost = 100'000'000;
 
 CommandLine lineOfSweep() {
   CommandLine line(
@@ -254,6 +253,11 @@ int mergeResults(const Arguments &arguments, std::ostream &out, std::ostream &er
     readResults(file, [&](const std::string &line) { tally.add(sweepRunFrom(line)); });
   }
   const SweepReport report = tally.report();
+  if (report.head && tally.end() > report.head->runs()) {
+    throw InputFault("there is a result of run " + std::to_string(tally.end() - 1) +
+                     ", but that of run 0 is of a sweep with " + counted(report.head->runs(), "run") +
+                     "; give that of the sweep with more seeds");
+  }
   if (!report.head) err << "error: the result of run 0 is missing, which says how many runs there are\n";
   out << (given.count("json") > 0 ? toJsonText(report) : toText(report));
   return report.isGood() ? done : failed;

@@ -1,5 +1,6 @@
 #include "plan/SweepRun.h"
 
+#include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
@@ -34,7 +35,14 @@ size_t countFrom(const Json &json) {
   return json;
 }
 
-WorstAt worstFrom(const Json &json) { return {json.at(0), json.at(1)}; }
+double secondsFrom(const Json &json) {
+  constexpr double secondsMost = 1e9;
+  const double seconds = json;
+  if (seconds >= 0 && seconds <= secondsMost) return seconds;
+  throw std::invalid_argument("is no result of a sweep: " + json.dump() + " s is no time");
+}
+
+WorstAt worstFrom(const Json &json) { return {secondsFrom(json.at(0)), json.at(1)}; }
 LeftWithout leftFrom(const Json &json) { return {countFrom(json.at(0)), json.at(1)}; }
 
 Json jsonOf(const SweepHead &head) {
@@ -43,13 +51,18 @@ Json jsonOf(const SweepHead &head) {
 }
 
 SweepHead headFrom(const Json &json) {
-  return {json.at("at"),
-          json.at("end"),
-          countFrom(json.at("links")),
-          countFrom(json.at("routers")),
-          countFrom(json.at("pairs")),
-          countFrom(json.at("seeds")),
-          json.at("expect")};
+  const SweepHead head{secondsFrom(json.at("at")),
+                       secondsFrom(json.at("end")),
+                       countFrom(json.at("links")),
+                       countFrom(json.at("routers")),
+                       countFrom(json.at("pairs")),
+                       countFrom(json.at("seeds")),
+                       json.at("expect")};
+  const bool isOverflow = std::max({head.links, head.routers, head.pairs}) > runsMost;
+  if (isOverflow || head.seeds == 0 || head.seeds > runsMost / head.perSeed()) {
+    throw std::invalid_argument("is no result of a sweep: it has no runs, or more than " + std::to_string(runsMost));
+  }
+  return head;
 }
 
 }  // namespace
@@ -109,6 +122,7 @@ SweepRun sweepRunFrom(std::string_view line) {
     const Json json = Json::parse(line);
     SweepRun run{
         json.at("plan"), countFrom(json.at("run")), json.at("seed"), json.at("fails"), json.at("held"), {}, {}};
+    if (run.failing.size() > 2) throw std::invalid_argument("is no result of a sweep: more than two things fail");
     for (const Json &figures : json.at("zones")) {
       run.zones.push_back({domainFrom(figures), worstFrom(figures.at("withoutBsr")), worstFrom(figures.at("withoutRp")),
                            worstFrom(figures.at("disagreed")), leftFrom(figures.at("leftWithoutBsr")),

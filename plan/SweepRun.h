@@ -10,6 +10,9 @@
 
 namespace Planning {
 
+/// That a sweep has, at most.
+inline constexpr size_t runsMost = 100'000'000;
+
 /// The most at a router, from the failure on; none where nothing fails.
 struct WorstAt {
   double seconds = 0;
@@ -39,6 +42,7 @@ struct SweepHead {
   size_t seeds = 0;
   std::vector<std::string> expectations;
   size_t perSeed() const { return 1 + links + routers + pairs; }
+  size_t runs() const { return perSeed() * seeds; }
   bool operator==(const SweepHead &) const = default;
 };
 

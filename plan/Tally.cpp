@@ -24,6 +24,12 @@ bool isGreater(const Loss &a, const Loss &b) {
   return std::pair(sizeOf(b), a.firstRun) < std::pair(sizeOf(a), b.firstRun);
 }
 
+// Of what a run has found. How many seeds the sweep has, which the line of run 0 says, is nothing of that.
+uint32_t digestOf(SweepRun run) {
+  run.head.reset();
+  return static_cast<uint32_t>(std::hash<std::string>()(lineOf(run))) | 1;
+}
+
 }  // namespace
 
 bool SweepReport::isGood() const {
@@ -51,19 +57,21 @@ std::vector<std::string> Tally::namesOf(const Key &key) const {
 bool Tally::add(const SweepRun &run) {
   if (plan_.empty()) plan_ = run.plan;
   if (run.plan != plan_) throw std::invalid_argument("is of another plan, or of another setting of the sweep");
-  constexpr size_t runsMost = 100'000'000;
   if (run.run >= runsMost) throw std::invalid_argument("is of no run that a sweep has");
   if (run.run >= digests_.size()) digests_.resize(std::max(run.run + 1, digests_.size() * 3 / 2));
-  const auto digest = static_cast<uint32_t>(std::hash<std::string>()(lineOf(run))) | 1;
+  if (run.head && (!head_ || run.head->seeds > head_->seeds)) head_ = run.head;
+  const auto digest = digestOf(run);
   if (digests_[run.run] != 0) {
     ++doubles_;
     if (digests_[run.run] != digest) ++contradictions_;
     return false;
   }
+  if (runs_ > 0 && run.held.size() != expectations_.size()) {
+    throw std::invalid_argument("tells of another number of expectations than the others");
+  }
   digests_[run.run] = digest;
   end_ = std::max(end_, run.run + 1);
   ++runs_;
-  if (run.head) head_ = run.head;
   if (expectations_.size() < run.held.size()) {
     expectations_.resize(run.held.size());
     firstBroken_.resize(run.held.size(), SIZE_MAX);
@@ -155,7 +163,7 @@ SweepReport Tally::report() const {
     report.expectations[i].text =
         head_ && i < head_->expectations.size() ? head_->expectations[i] : "expectation " + std::to_string(i + 1);
   }
-  const size_t all = head_ ? head_->perSeed() * head_->seeds : end_;
+  const size_t all = head_ ? head_->runs() : end_;
   for (size_t run = 0; run < all; ++run) {
     if (has(run)) continue;
     if (report.missing++ < missingTold) report.firstMissing.push_back(run);

@@ -65,6 +65,8 @@ class Tally {
   /// otherwise left out: false.
   bool add(const SweepRun &run);
   bool has(size_t run) const { return run < digests_.size() && digests_[run] != 0; }
+  /// Behind the last run that is there.
+  size_t end() const { return end_; }
   /// What all results are of; empty before the first.
   const std::string &plan() const { return plan_; }
   SweepReport report() const;
@@ -84,7 +86,7 @@ class Tally {
   std::string plan_;
   std::optional<SweepHead> head_;
   std::vector<uint32_t> digests_;  // by run, of its line; 0: none yet
-  size_t end_ = 0;                 // behind the last run that is there
+  size_t end_ = 0;
   size_t runs_ = 0, doubles_ = 0, contradictions_ = 0;
   std::vector<ExpectationReport> expectations_;
   std::vector<size_t> firstBroken_;  // run by expectation
