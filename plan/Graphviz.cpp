@@ -69,16 +69,20 @@ void Graphviz::run(const std::string &program, const std::vector<std::string> &a
   throw GraphvizFailed(program + " fails" + (said.empty() ? "" : ": " + said.substr(0, said.find('\n'))));
 }
 
+std::string Graphviz::run(const std::string &program, const std::vector<std::string> &arguments,
+                          const std::string &input) const {
+  const File in = temporaryFile(), out = temporaryFile();
+  std::fwrite(input.data(), 1, input.size(), in.get());
+  std::rewind(in.get());
+  run(program, arguments, in.get(), out.get());
+  return textOf(out.get());
+}
+
 std::vector<Position> Graphviz::layOut(const NetworkLayout &layout) const {
   constexpr double pointsPerInch = 72;
-  const std::string text = layout.text();
-  const File input = temporaryFile(), output = temporaryFile();
-  std::fwrite(text.data(), 1, text.size(), input.get());
-  std::rewind(input.get());
-  run(layout.program(), {"-Tplain"}, input.get(), output.get());
   std::vector<Position> positions(layout.places());
   size_t found = 0;
-  std::istringstream lines(textOf(output.get()));
+  std::istringstream lines(run(layout.program(), {"-Tplain"}, layout.text()));
   for (std::string line; std::getline(lines, line);) {
     std::istringstream words(line);
     std::string kind, name;
@@ -91,9 +95,11 @@ std::vector<Position> Graphviz::layOut(const NetworkLayout &layout) const {
   throw GraphvizFailed(std::string(layout.program()) + " lays out only " + std::to_string(found) + " nodes");
 }
 
-void Graphviz::draw(const std::string &dotFile, const std::string &svgFile) const {
-  const File input = temporaryFile(), output = temporaryFile();
-  run("neato", {"-n2", "-Tsvg", "-o", svgFile, dotFile}, input.get(), output.get());
+// On a full disk it would not say that it wrote only a part of a file.
+std::string Graphviz::svgOf(const std::string &dot) const {
+  std::string svg = run("neato", {"-n2", "-Tsvg"}, dot);
+  if (svg.find("</svg>") == std::string::npos) throw GraphvizFailed("neato draws only a part");
+  return svg;
 }
 
 }  // namespace Planning

@@ -23,10 +23,13 @@ class Graphviz {
   Graphviz(std::string path, std::chrono::seconds limit) : path_(std::move(path)), limit_(limit) {}
 
   std::vector<Position> layOut(const NetworkLayout &layout) const;
-  /// Draws a graph whose nodes have positions into a file.
-  void draw(const std::string &dotFile, const std::string &svgFile) const;
+  /// The picture of a graph whose nodes have positions.
+  std::string svgOf(const std::string &dot) const;
 
  private:
+  /// What the program prints when it reads `input`.
+  std::string run(const std::string &program, const std::vector<std::string> &arguments,
+                  const std::string &input) const;
   void run(const std::string &program, const std::vector<std::string> &arguments, std::FILE *input,
            std::FILE *output) const;
 

@@ -72,11 +72,11 @@ void Pictures::drawNetwork(size_t moment) {
   }
   title += briefSeconds(simulation_.now()) + " s";
   const std::string name = fileName(moment);
-  write(name + ".dot", network_.dot(title));
+  const std::string dot = network_.dot(title);
+  write(name + ".dot", dot);
   if (!drawsSvg_) return;
   try {
-    graphviz_.draw(options_.folder / (name + ".dot"), options_.folder / (name + ".svg"));
-    out_ << (options_.folder / (name + ".svg")).string() << '\n';
+    write(name + ".svg", graphviz_.svgOf(dot));
   } catch (const GraphvizFailed &failure) {
     giveUpSvg(failure.what());
   }

@@ -84,7 +84,7 @@ TEST_F(Draw, WritesAPictureAMomentAndTheSameBytesAgain) {
 TEST_F(Draw, PutsNodesWhereGraphvizDoes) {
   programIs("neato",
             "[ $# -gt 1 ] || { echo 'node n1 1 2 0 0'; echo 'node n0 0.5 3 0 0'; exit; }\n"
-            "echo \"$1 $2\" > \"$4\"");
+            "echo \"$1 $2 </svg>\"");
   ASSERT_EQ(draw({file("a"), "--events", "0"}), done) << err_.str();
   EXPECT_EQ(err_.str(), "");
   EXPECT_EQ(out_.str(), file("a/network-000-start.dot") + "\n" + file("a/network-000-start.svg") + "\n" +
@@ -92,7 +92,21 @@ TEST_F(Draw, PutsNodesWhereGraphvizDoes) {
   const DotReader picture(textOf("a/network-000-start.dot"));
   EXPECT_EQ(picture.of("r1")["pos"], "36,216!");
   EXPECT_EQ(picture.of("r2")["pos"], "72,144!");
-  EXPECT_EQ(textOf("a/network-000-start.svg"), "-n2 -Tsvg\n");
+  EXPECT_EQ(textOf("a/network-000-start.svg"), "-n2 -Tsvg </svg>\n");
+}
+
+TEST_F(Draw, NamesNoPictureThatIsNotAllThere) {
+  const std::string layout = "[ $# -gt 1 ] || { echo 'node n1 1 2 0 0'; echo 'node n0 0.5 3 0 0'; exit; }\n";
+  programIs("neato", layout + "echo '<svg> </svg>'");
+  std::filesystem::create_directory(file("a"));
+  std::filesystem::create_symlink("/dev/full", file("a/network-000-start.svg"));
+  EXPECT_EQ(draw({file("a"), "--events", "0"}), failed);
+  EXPECT_EQ(out_.str(), file("a/network-000-start.dot") + "\n" + file("a/timeline.svg") + "\n");
+  EXPECT_EQ(err_.str(), "pimbsr-sim: " + file("a/network-000-start.svg") + " cannot be written\n");
+  programIs("neato", layout + "echo '<svg>'");
+  EXPECT_EQ(draw({file("b"), "--events", "0"}), done);
+  EXPECT_EQ(out_.str(), file("b/network-000-start.dot") + "\n" + file("b/timeline.svg") + "\n");
+  EXPECT_NE(err_.str().find("neato draws only a part"), std::string::npos) << err_.str();
 }
 
 TEST_F(Draw, WithoutGraphvizWritesWhatItWouldDraw) {
