@@ -34,8 +34,8 @@ void RunJson::writeAgreement(const Agreement &agreement) {
   write(line);
 }
 
-void RunJson::writeAnswer(double at, const Question &question, const Rows &rows) {
-  write({{"type", "answer"}, {"at", roundedSeconds(at)}, {"question", question.text}, {"rows", rows}});
+void RunJson::writeAnswer(double at, const Question &question, const Rows &rows, bool runs) {
+  write({{"type", "answer"}, {"at", roundedSeconds(at)}, {"question", question.text}, {"runs", runs}, {"rows", rows}});
 }
 
 void RunJson::writeOutcome(const Plan &plan, const Outcome &outcome) {

@@ -74,9 +74,10 @@ void RunText::writeAgreement(const Agreement &agreement) {
   isParted_ = false;
 }
 
-void RunText::writeAnswer(double at, const Question &question, const Rows &rows) {
+void RunText::writeAnswer(double at, const Question &question, const Rows &rows, bool runs) {
   part();
   out_ << FoldedEvents::timeText(at) << "??? " << question.text << '\n';
+  if (!runs) out_ << "            (the agent does not run)\n";
   std::istringstream lines(rows.empty() ? "(nothing)" : toTable(rows, question.noun));
   for (std::string line; std::getline(lines, line);) out_ << "            " << line << '\n';
   out_ << '\n';

@@ -14,7 +14,7 @@ class RunText : public RunWriter {
   void writeEvent(double at, size_t router, const Routing::Pim::Bsr::Event &event) override;
   void writeAction(double at, const Action &action) override;
   void writeAgreement(const Agreement &agreement) override;
-  void writeAnswer(double at, const Question &question, const Control::Rows &rows) override;
+  void writeAnswer(double at, const Question &question, const Control::Rows &rows, bool runs) override;
   void writeOutcome(const Plan &plan, const Outcome &outcome) override;
 
  private:

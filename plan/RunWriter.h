@@ -32,7 +32,8 @@ class RunWriter {
   virtual void writeEvent(double at, size_t router, const Routing::Pim::Bsr::Event &event) = 0;
   virtual void writeAction(double at, const Action &action) = 0;
   virtual void writeAgreement(const Agreement &agreement) = 0;
-  virtual void writeAnswer(double at, const Question &question, const Control::Rows &rows) = 0;
+  /// `runs`: the agent that is asked; of one that does not run, the rows are what it left.
+  virtual void writeAnswer(double at, const Question &question, const Control::Rows &rows, bool runs) = 0;
   /// The run is over.
   virtual void writeOutcome(const Plan &plan, const Outcome &outcome) = 0;
 };

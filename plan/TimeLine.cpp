@@ -29,7 +29,9 @@ void TimeLine::handleEvent(size_t router, const Routing::Pim::Bsr::Event &event)
 void TimeLine::handleInstant() {
   const double now = simulation_.network().time().now();
   while (!waiting_.empty() && Sim::VirtualTime::start + waiting_.back().at <= now) {
-    writer_.writeAnswer(simulation_.now(), waiting_.back(), answerTo(waiting_.back(), simulation_));
+    const Question &question = waiting_.back();
+    writer_.writeAnswer(simulation_.now(), question, answerTo(question, simulation_),
+                        simulation_.box(question.router).runs());
     waiting_.pop_back();
   }
 }

@@ -150,11 +150,13 @@ TEST(Run, TheSchemaIsPrintedAndItsHelp) {
 }
 
 TEST(Run, QuestionsAreAnsweredAtTheirTime) {
-  const Ran ran = run(3, {"--ask", "r3 show bsr", "--ask", "r3 explain bsr at 100"});
+  const Ran ran = run(3, {"--ask", "r3 show bsr", "--ask", "r3 explain bsr at 100", "--ask", "r1 show bsr"});
   EXPECT_EQ(ran.status, done) << ran.err;
   EXPECT_TRUE(ran.has("   100.000  ??? r3 explain bsr at 100"));
   EXPECT_LT(ran.out.find("Zone 224.0.0.0/4: the BSR is 192.168.0.1"), ran.out.find(">>>")) << ran.out;
-  EXPECT_TRUE(ran.has("   500.000  ??? r3 show bsr"));
+  EXPECT_NE(ran.out.find("   500.000  ??? r3 show bsr\n            vrf "), std::string::npos);
+  EXPECT_NE(ran.out.find("   500.000  ??? r1 show bsr\n            (the agent does not run)\n            vrf "),
+            std::string::npos);
   EXPECT_NE(ran.out.find("            vrf      zone         address  priority"), std::string::npos);
   const char *const wrong[] = {"r4 show bsr",         "r3/blue show bsr",
                                "r3 show agent",       "r3 show rp",
@@ -216,7 +218,7 @@ TEST(Run, AZoneIsToldInEachVrf) {
 }
 
 TEST(Run, JsonHasALineForEachThing) {
-  const Ran ran = run(8, {"--json", "--ask", "r2 show rp 239.1.1.1 at 100"}, R"({"withoutBsr": 1, "from": 100})");
+  const Ran ran = run(8, {"--json", "--ask", "r2 show rp 239.1.1.1 at 100", "--ask", "r1 show bsr"}, R"({"withoutBsr": 1, "from": 100})");
   EXPECT_EQ(ran.status, failed);
   std::map<std::string, std::vector<nlohmann::json>> byType;
   double last = 0;
@@ -234,6 +236,8 @@ TEST(Run, JsonHasALineForEachThing) {
             7);
   EXPECT_EQ(byType["agreed"].front()["on"][0]["router"], "r1");
   EXPECT_EQ(byType["answer"][0]["rows"][0]["rp"], "192.168.0.1");
+  EXPECT_EQ(byType["answer"][0]["runs"], true);
+  EXPECT_EQ(byType["answer"][1]["runs"], false);
   ASSERT_EQ(byType["episode"].size(), 2u);
   EXPECT_EQ(byType["episode"][1]["zones"][0]["withoutBsr"]["nodes"], 7);
   EXPECT_EQ(byType["expectation"][0]["holds"], false);
