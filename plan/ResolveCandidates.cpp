@@ -28,13 +28,16 @@ IpGenAddr firstAddress(const Vrf &vrf, const Pax::IntfId &intfId) {
   return {};
 }
 
-// The addresses with which the configuration makes the router a candidate for what is expected.
+enum class Role : uint8_t { bsr, rp };
+
+// The addresses with which the configuration makes the router a candidate for what is expected, or for the BSR that an
+// RP needs for it.
 std::set<IpGenAddr> candidatesIn(const Routing::Pim::Bsr::Configuration &configuration, const Vrf &vrf,
-                                 const Expectation &expectation) {
+                                 const Expectation &expectation, Role role) {
   std::set<IpGenAddr> candidates;
   const auto settings = configuration.vrfConfig.find(L3::VrfName(vrf.name));
   if (settings == configuration.vrfConfig.end()) return candidates;
-  if (isOfRp(expectation)) {
+  if (role == Role::rp) {
     for (const auto &[intfId, candidacy] : settings->second.rpCandidateConfig) {
       const auto serves = [&](const auto &range) {
         return expectation.kind == Kind::rp
@@ -48,8 +51,13 @@ std::set<IpGenAddr> candidatesIn(const Routing::Pim::Bsr::Configuration &configu
     }
   } else {
     for (const auto &[intfId, candidacy] : settings->second.bsrCandidateConfig) {
-      const bool isOfZone = !candidacy.acl.empty() || candidacy.group.contains(expectation.zone);
-      if (isOfZone) candidates.insert(firstAddress(vrf, intfId));
+      const auto isOfZone = [&](const auto &zone) {
+        return expectation.kind == Kind::rp ? zone.first.covers(IpGenPrefix::host(expectation.group))
+                                            : zone.first == expectation.zone;
+      };
+      const auto &zones = candidacy.group;
+      if (!candidacy.acl.empty() || std::any_of(zones.begin(), zones.end(), isOfZone))
+        candidates.insert(firstAddress(vrf, intfId));
     }
   }
   return candidates;
@@ -61,7 +69,7 @@ struct Candidates {
   bool areAll = true;  // links lead everywhere
 };
 
-Candidates candidatesFor(const Plan &plan, const Expectation &expectation) {
+Candidates candidatesFor(const Plan &plan, const Expectation &expectation, Role role) {
   const auto parts = partsOf(plan);
   std::set<size_t> asked;
   for (const Node &node : expectation.nodes) asked.insert(parts[node.router][node.vrf]);
@@ -72,7 +80,7 @@ Candidates candidatesFor(const Plan &plan, const Expectation &expectation) {
       const bool isReached = asked.contains(parts[place][vrf]);
       candidates.areAll = candidates.areAll && isReached;
       if (!isReached) continue;
-      const std::set<IpGenAddr> addresses = candidatesIn(*configuration, router.vrfs[vrf], expectation);
+      const std::set<IpGenAddr> addresses = candidatesIn(*configuration, router.vrfs[vrf], expectation, role);
       if (!addresses.empty()) candidates.byRouter[router.name].insert(addresses.begin(), addresses.end());
     }
   };
@@ -98,16 +106,23 @@ bool hasRun(const Plan &plan, size_t router, double until) {
 void Resolver::resolveCandidate(const std::string &text, const std::string &path, Expectation &expectation) {
   if (text == "none") return;
   refuseSilent(path, expectation);
-  const auto &[byRouter, areAll] = candidatesFor(plan_, expectation);
-  std::string what = isOfRp(expectation) ? " a candidate RP of " : " a candidate BSR of ";
-  what += expectation.kind == Kind::rp ? Kiv::toText(expectation.group) : Kiv::toText(expectation.zone);
+  const auto &[byRouter, areAll] = candidatesFor(plan_, expectation, isOfRp(expectation) ? Role::rp : Role::bsr);
+  const bool isOfGroup = expectation.kind == Kind::rp;
+  std::string of = isOfGroup ? Kiv::toText(expectation.group) : Kiv::toText(expectation.zone);
   if (!areAll) {
     std::vector<std::string> names;
     for (const Node &node : expectation.nodes) names.push_back(plan_.nameOf(node));
-    what += " within reach of ";
-    what += expectation.named ? joined(names, ", ") : "VRF default";
+    of += " within reach of ";
+    of += expectation.named ? joined(names, ", ") : "VRF default";
   }
+  std::string what = isOfRp(expectation) ? " a candidate RP of " : " a candidate BSR of ";
+  what += of;
   if (byRouter.empty()) return error(path, "can never hold: no router is ever" + what);
+  if (isOfRp(expectation) && candidatesFor(plan_, expectation, Role::bsr).byRouter.empty()) {
+    std::string told = "can never hold: no router is ever a candidate BSR of ";
+    told.append(isOfGroup ? "a zone of " : "").append(of).append(", without which there are no RPs");
+    return error(path, told);
+  }
   if (text.empty()) return;
   const std::string at = path + (isOfRp(expectation) ? "/rp" : "/bsr");
   if (expectation.address) {

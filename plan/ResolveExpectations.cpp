@@ -2,6 +2,7 @@
 #include <sstream>
 
 #include "daemon/file/JsonText.h"
+#include "plan/Naming.h"
 #include "plan/Resolver.h"
 
 namespace Planning {
@@ -18,21 +19,24 @@ std::string textOf(const Expectation &expectation, const std::string &who, const
   std::ostringstream text;
   switch (expectation.kind) {
     case Kind::bsr:
-      text << "at " << expectation.at << " s the BSR of " << expectation.zone << " is " << who << ' ' << where;
+      text << "at " << exactSeconds(expectation.at) << " s the BSR of " << expectation.zone << " is " << who << ' '
+           << where;
       break;
     case Kind::rp:
-      text << "at " << expectation.at << " s the RP of " << expectation.group << " is " << who << ' ' << where;
+      text << "at " << exactSeconds(expectation.at) << " s the RP of " << expectation.group << " is " << who << ' '
+           << where;
       break;
     case Kind::agree: text << "no disagreement about " << expectation.zone << ' ' << where; break;
     case Kind::withoutBsr: text << "a BSR of " << expectation.zone << ' ' << where; break;
     case Kind::withoutRp: text << "an RP of " << expectation.zone << ' ' << where; break;
   }
   if (expectation.kind == Kind::agree) {
-    text << " for longer than " << expectation.seconds << " s";
+    text << " for longer than " << exactSeconds(expectation.seconds) << " s";
   } else if (expectation.kind > Kind::agree) {
-    text << ", but for " << expectation.seconds << " s at most";
+    text << ", but for " << exactSeconds(expectation.seconds) << " s at most";
   }
-  if (expectation.kind >= Kind::agree) text << ", from " << expectation.from << " s to " << expectation.to << " s";
+  if (expectation.kind >= Kind::agree)
+    text << ", from " << exactSeconds(expectation.from) << " s to " << exactSeconds(expectation.to) << " s";
   return text.str();
 }
 

@@ -13,6 +13,20 @@ using Pax::IpGenPrefix;
 using Routing::Pim::Bsr::joined;
 using Routing::Pim::Bsr::pathTo;
 
+namespace {
+
+// "r1", or "r1/blue" in another VRF.
+std::vector<std::string> endsOf(const LinkText &link, const char *separator) {
+  std::vector<std::string> ends;
+  for (const std::string &member : link.between) {
+    const MemberName name = memberNameFrom(member);
+    ends.push_back(name.router + (name.vrf == "default" ? "" : separator + name.vrf));
+  }
+  return ends;
+}
+
+}  // namespace
+
 bool Resolver::resolveNetwork() {
   const size_t errors = findings_.errors.size();
   routersFromNames();
@@ -103,13 +117,17 @@ std::string Resolver::nameOfLink(const LinkText &text, const std::string &path) 
     if (linkByName_.contains(text.name)) error(path + "/name", "there are two links of the name " + text.name);
     return text.name;
   }
-  std::vector<std::string> ends;
-  for (const std::string &member : text.between) {
-    const MemberName name = memberNameFrom(member);
-    ends.push_back(name.router + (name.vrf == "default" ? "" : "." + name.vrf));
+  if (text.between.size() < 2) return "";
+  std::string name = joined(endsOf(text, "."), "-");
+  const auto other = linkByName_.find(name);
+  if (other == linkByName_.end()) return name;
+  const std::vector<std::string> ends = endsOf(text, "/"), others = endsOf(text_.links[other->second], "/");
+  if (ends == others) {
+    error(path, "is a second link between " + joined(ends, " and ") + "; give it a name");
+  } else {
+    error(path,
+          "would have the name " + name + ", as the link between " + joined(others, " and ") + "; give it another");
   }
-  std::string name = joined(ends, "-");
-  if (linkByName_.contains(name)) error(path, "is a second link between " + joined(ends, " and ") + "; give it a name");
   return name;
 }
 

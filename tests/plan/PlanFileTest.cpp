@@ -42,6 +42,12 @@ TEST(PlanFile, EveryFaultOfTheNetworkIsToldWithItsPath) {
       {R"({"routers": {"r1": {}}, "links": [{"between": ["r1", "r2"]}]})", "/links/0/between/1: there is no router r2"},
       {R"({"links": [{"between": ["r1", "r2"]}, {"between": ["r1", "r2"]}]})",
        "/links/1: is a second link between r1 and r2; give it a name"},
+      {R"({"links": [{"between": ["a/blue", "b"]}, {"between": ["a.blue", "b"]}]})",
+       "/links/1: would have the name a.blue-b, as the link between a/blue and b; give it another"},
+      {R"({"links": [{"between": ["r1", "r2"]}, {"name": "r2-r3", "between": ["r1", "r3"]}, {"between": ["r2", "r3"]}]})",
+       "/links/2: would have the name r2-r3, as the link between r1 and r3; give it another"},
+      {R"({"links": [{"between": ["r1", "r2"]}, {"between": ["r1"]}, {"between": ["r1", "r3"], "name": "r1"}]})",
+       "/links/1/between: a link has two ends or more"},
       {R"({"links": [{"between": ["r1", "r2"], "name": "a"}, {"between": ["r1", "r3"], "name": "a"}]})",
        "/links/1/name: there are two links of the name a"},
       {R"({"links": [{"between": ["r1:eth0", "r2"]}, {"between": ["r1:eth0", "r3"]}]})",
@@ -146,6 +152,23 @@ TEST(PlanFile, EveryFaultOfTheStoryAndOfWhatIsExpectedIsToldWithItsPath) {
   }
 }
 
+TEST(PlanFile, AnRpIsExpectedOnlyWhereThereCanBeABsr) {
+  const auto errorsOf = [](const std::string &zone) {
+    return textsOf(planFromText(R"({"routers": {"r1": {"configuration": {"vrfConfig": {"default": {
+        "rpCandidateConfig": {"lo": {"groupRange": {"239.0.0.0/8": {}}}}, "bsrCandidateConfig": {"lo": {"group": {")" +
+                                    zone + R"(": {}}}}}}}}, "r2": {}}, "links": [{"between": ["r1", "r2"]}],
+      "expect": [{"at": 90, "rp": "r1", "group": "239.1.1.1"}, {"withoutRp": 9, "zone": "239.0.0.0/8"}]})",
+                                "")
+                       .findings.errors);
+  };
+  const std::string never = "can never hold: no router is ever a candidate BSR of ";
+  const std::string reason = ", without which there are no RPs";
+  EXPECT_EQ(errorsOf("239.0.0.0/8"), Texts{});
+  EXPECT_EQ(errorsOf("224.0.0.0/4"), Texts{"/expect/1: " + never + "239.0.0.0/8" + reason});
+  EXPECT_EQ(errorsOf("239.2.0.0/16"), (Texts{"/expect/0: " + never + "a zone of 239.1.1.1" + reason,
+                                             "/expect/1: " + never + "239.0.0.0/8" + reason}));
+}
+
 TEST(PlanFile, WhatIsExpectedCanHoldAsFarAsLinksLead) {
   struct Case {
     const char *expectation;
@@ -161,8 +184,8 @@ TEST(PlanFile, WhatIsExpectedCanHoldAsFarAsLinksLead) {
        "at 90 s the BSR of 224.0.0.0/4 is 192.168.0.1 at r2/blue", ""},
       {R"("at": 90, "rp": "r1", "group": "239.1.1.1", "routers": ["r2/blue"])",
        "at 90 s the RP of 239.1.1.1 is r1 (192.168.0.1) at r2/blue", ""},
-      {R"("withoutBsr": 9, "to": 90, "routers": ["r2/blue"])",
-       "a BSR of 224.0.0.0/4 at r2/blue, but for 9 s at most, from 0 s to 90 s", ""},
+      {R"("withoutBsr": 1234567, "to": 23456789.125, "routers": ["r2/blue"])",
+       "a BSR of 224.0.0.0/4 at r2/blue, but for 1234567 s at most, from 0 s to 23456789.125 s", ""},
       {R"("at": 90, "bsr": "r3", "routers": ["r2/green"])",
        "at 90 s the BSR of 224.0.0.0/4 is r3 (192.168.0.9) at r2/green", ""},
       {R"("at": 90, "bsr": "r3", "routers": ["r2/red", "r2/green"])", "",
