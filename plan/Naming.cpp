@@ -8,17 +8,22 @@
 namespace Planning {
 
 Naming::Naming(const Plan &plan) : plan_(plan) {
+  const auto add = [&](const Router &router, const Vrf &vrf, const Sim::IntfAddress &address) {
+    for (const std::string &where : {vrf.name, std::string()}) {
+      const auto [known, isNew] = routers_.try_emplace({address.address, where}, router.name);
+      if (!isNew && known->second != router.name) known->second.clear();
+    }
+  };
   for (const Router &router : plan.routers) {
     for (const Vrf &vrf : router.vrfs) {
       for (const Interface &interface : vrf.interfaces) {
-        for (const Sim::IntfAddress &each : interface.addresses) {
-          for (const std::string &where : {vrf.name, std::string()}) {
-            const auto [known, isNew] = routers_.try_emplace({each.address, where}, router.name);
-            if (!isNew && known->second != router.name) known->second.clear();
-          }
-        }
+        for (const Sim::IntfAddress &each : interface.addresses) add(router, vrf, each);
       }
     }
+  }
+  for (const Action &action : plan.story) {
+    const Router &router = plan.routers[action.router];
+    if (action.verb == Verb::addAddress) add(router, router.vrfs[action.vrf], action.address);
   }
 }
 

@@ -18,23 +18,52 @@ bool isOfRp(const Expectation &expectation) {
   return expectation.kind == Kind::rp || expectation.kind == Kind::withoutRp;
 }
 
-IpGenAddr firstAddress(const Vrf &vrf, const Pax::IntfId &intfId) {
-  for (const Interface &interface : vrf.interfaces) {
-    if (interface.name != intfId.name()) continue;
-    for (const Sim::IntfAddress &each : interface.addresses) {
-      if (!each.address.isLinkLocal()) return each.address;
-    }
+using Addresses = std::map<double, IpGenAddr>;  // by when they come
+
+// What a candidate on the interface has in turn: the first global address that is there.
+Addresses addressesOf(const Plan &plan, const Node &node, const Pax::IntfId &intfId) {
+  const auto &interfaces = plan.routers[node.router].vrfs[node.vrf].interfaces;
+  const auto interface = std::find_if(interfaces.begin(), interfaces.end(),
+                                      [&](const Interface &each) { return each.name == intfId.name(); });
+  Addresses all;
+  if (interface == interfaces.end()) return all;
+  std::vector<Sim::IntfAddress> there = interface->addresses;
+  const auto note = [&](double at) {
+    const auto first =
+        std::find_if(there.begin(), there.end(), [](const auto &each) { return !each.address.isLinkLocal(); });
+    if (first != there.end()) all[at] = first->address;
+  };
+  note(0);
+  const auto place = static_cast<size_t>(interface - interfaces.begin());
+  for (const Action &action : plan.story) {
+    const bool isHere = action.router == node.router && action.vrf == node.vrf && action.interface == place;
+    if (!isHere || action.verb < Verb::addAddress) continue;
+    std::erase_if(there, [&](const auto &each) { return each.address == action.address.address; });
+    if (action.verb == Verb::addAddress) there.push_back(action.address);
+    note(action.at);
   }
-  return {};
+  return all;
+}
+
+// That a router which is named may have then, and all where an address is given.
+void insertOf(const Addresses &addresses, const Expectation &expectation, std::set<IpGenAddr> &candidates) {
+  const bool isNamed = expectation.kind < Kind::agree && !expectation.address;
+  const auto next = addresses.upper_bound(expectation.at);
+  if (isNamed && next != addresses.begin()) {
+    candidates.insert(std::prev(next)->second);
+  } else {
+    for (const auto &[at, address] : addresses) candidates.insert(address);
+  }
 }
 
 enum class Role : uint8_t { bsr, rp };
 
 // The addresses with which the configuration makes the router a candidate for what is expected, or for the BSR that an
 // RP needs for it.
-std::set<IpGenAddr> candidatesIn(const Routing::Pim::Bsr::Configuration &configuration, const Vrf &vrf,
-                                 const Expectation &expectation, Role role) {
+std::set<IpGenAddr> candidatesIn(const Routing::Pim::Bsr::Configuration &configuration, const Plan &plan,
+                                 const Node &node, const Expectation &expectation, Role role) {
   std::set<IpGenAddr> candidates;
+  const Vrf &vrf = plan.routers[node.router].vrfs[node.vrf];
   const auto settings = configuration.vrfConfig.find(L3::VrfName(vrf.name));
   if (settings == configuration.vrfConfig.end()) return candidates;
   if (role == Role::rp) {
@@ -46,7 +75,7 @@ std::set<IpGenAddr> candidatesIn(const Routing::Pim::Bsr::Configuration &configu
       };
       const auto &ranges = candidacy.groupRange;
       if (!candidacy.acl.empty() || std::any_of(ranges.begin(), ranges.end(), serves)) {
-        candidates.insert(firstAddress(vrf, intfId));
+        insertOf(addressesOf(plan, node, intfId), expectation, candidates);
       }
     }
   } else {
@@ -57,7 +86,7 @@ std::set<IpGenAddr> candidatesIn(const Routing::Pim::Bsr::Configuration &configu
       };
       const auto &zones = candidacy.group;
       if (!candidacy.acl.empty() || std::any_of(zones.begin(), zones.end(), isOfZone))
-        candidates.insert(firstAddress(vrf, intfId));
+        insertOf(addressesOf(plan, node, intfId), expectation, candidates);
     }
   }
   return candidates;
@@ -80,7 +109,7 @@ Candidates candidatesFor(const Plan &plan, const Expectation &expectation, Role 
       const bool isReached = asked.contains(parts[place][vrf]);
       candidates.areAll = candidates.areAll && isReached;
       if (!isReached) continue;
-      const std::set<IpGenAddr> addresses = candidatesIn(*configuration, router.vrfs[vrf], expectation, role);
+      const std::set<IpGenAddr> addresses = candidatesIn(*configuration, plan, {place, vrf}, expectation, role);
       if (!addresses.empty()) candidates.byRouter[router.name].insert(addresses.begin(), addresses.end());
     }
   };

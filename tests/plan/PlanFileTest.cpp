@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "plan/Naming.h"
 #include "tests/daemon/TemporaryDirectory.h"
 #include "tests/plan/Plans.h"
 
@@ -150,6 +151,33 @@ TEST(PlanFile, EveryFaultOfTheStoryAndOfWhatIsExpectedIsToldWithItsPath) {
   for (const Case &each : cases) {
     EXPECT_EQ(textsOf(planFromText(planWith(each.members), "").findings.errors), Texts{each.error}) << each.members;
   }
+}
+
+TEST(PlanFile, ACandidateHasTheAddressThatItsInterfaceHasThen) {
+  const auto loaded = [](const std::string &expectation) {
+    return planFromText(R"({"routers": {"r1": {"interfaces": {"lo": {"addresses": ["10.0.0.1"]}},
+        "configuration": {"vrfConfig": {"default": {"bsrCandidateConfig": {"lo": {"group": {"224.0.0.0/4": {}}}}}}}}, "r2": {}},
+      "links": [{"between": ["r1", "r2"]}],
+      "events": [{"at": 300, "addAddress": "r1:lo", "address": "10.0.0.2"},
+                 {"at": 400, "removeAddress": "r1:lo", "address": "10.0.0.1"},
+                 {"at": 500, "removeAddress": "r1:lo", "address": "10.0.0.2"}],
+      "expect": [)" + expectation +
+                            "]}",
+                        "");
+  };
+  for (const auto &[time, address] :
+       {std::pair("0", "10.0.0.1"), {"350", "10.0.0.1"}, {"400", "10.0.0.2"}, {"600", "10.0.0.2"}}) {
+    const LoadedPlan plan = loaded(std::string("{\"bsr\": \"r1\", \"at\": ") + time + "}");
+    ASSERT_EQ(textsOf(plan.findings.errors), Texts{}) << time;
+    EXPECT_EQ(Kiv::toText(*plan.plan.expectations.at(0).address), address) << time;
+    EXPECT_EQ(Naming(plan.plan).textOf(*plan.plan.expectations[0].address, "default"),
+              std::string("r1 (") + address + ")");
+  }
+  EXPECT_EQ(textsOf(loaded(R"({"bsr": "10.0.0.2", "at": 90}, {"bsr": "10.0.0.1", "at": 600})").findings.errors),
+            Texts{});
+  EXPECT_EQ(textsOf(loaded(R"({"bsr": "10.0.0.3", "at": 90})").findings.errors),
+            Texts{"/expect/0/bsr: can never hold: no router with the address 10.0.0.3 is ever a candidate BSR of "
+                  "224.0.0.0/4"});
 }
 
 TEST(PlanFile, AnRpIsExpectedOnlyWhereThereCanBeABsr) {
