@@ -14,7 +14,7 @@ int checkPlan(const Arguments &arguments, std::ostream &out, std::ostream &err) 
   const Plan plan = planOf((*given)["file"].as<std::string>(), err);
   out << counted(plan.routers.size(), "router") << ", " << counted(plan.links.size(), "link") << ", "
       << counted(plan.story.size(), "event") << ", " << counted(plan.expectations.size(), "expectation") << ", "
-      << plan.duration << " s\n";
+      << exactSeconds(plan.duration) << " s\n";
   return done;
 }
 

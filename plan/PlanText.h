@@ -200,9 +200,8 @@ void describe(Members &members, PlanText &text) {
                "The address family of all of it.");
   members.number("seed", text.seed, 0, UINT32_MAX, "Of everything that is random; the same seed gives the same run.");
   members.option("duration", text.duration, 0., secondsMost,
-                 "When it ends; by default long enough after the last event for all to recover: twice the longest hold "
-                 "time of a BSR "
-                 "or an RP, and 300 s at least; and not before the last expectation.");
+                 "When it ends; by default long enough after the last event or start for all to recover: twice the "
+                 "longest hold time of a BSR or an RP, and 300 s at least; and not before the last expectation.");
   members.map(
       "templates", text.templates, names(),
       "By name: configurations with ${NAME} for values. Of its own, each router has ${name}, ${number} (from 1, "

@@ -47,6 +47,7 @@ void Resolver::resolveRouters() {
   for (const auto &[name, router] : text_.routers) {
     const std::string path = pathTo("/routers", name);
     Router &resolved = plan_.routers[routerByName_.at(name)];
+    if (!router.runs && router.start > 0) error(path + "/start", "is of no use where the agent is off; give an event");
     resolveInterfaces(resolved, "default", router.interfaces, path + "/interfaces");
     for (const auto &[vrf, interfaces] : router.vrfs) {
       if (vrf == "default") {

@@ -220,7 +220,7 @@ std::string Resolver::nameOf(const Node &node, const Interface &interface) const
   return plan_.nameOf(node).append(":").append(interface.name);
 }
 
-// When it is not given there is time for what the last event leads to.
+// When it is not given there is time for what the last event, or start, leads to.
 void Resolver::resolveDuration() {
   const double after = timeToRecover(plan_);
   double last = 0, asked = 0;
@@ -228,8 +228,12 @@ void Resolver::resolveDuration() {
   for (const ExpectText &expect : text_.expect) {
     for (const auto &time : {expect.at, expect.from, expect.to}) asked = std::max(asked, time.value_or(0));
   }
-  plan_.duration = text_.duration.value_or(std::max(last + after, asked));
+  const auto latest = std::max_element(plan_.routers.begin(), plan_.routers.end(),
+                                       [](const Router &a, const Router &b) { return a.start < b.start; });
+  const double start = latest == plan_.routers.end() ? 0 : latest->start.value_or(0);
+  plan_.duration = text_.duration.value_or(std::max(std::max(last, start) + after, asked));
   if (last > plan_.duration) error("/duration", "is over before the last event");
+  if (start > plan_.duration) error("/duration", "is over before the agent of " + latest->name + " starts");
 }
 
 }  // namespace Planning
