@@ -108,6 +108,9 @@ std::string pairsText(const ZoneReport &zone, const SweepReport &report, size_t 
     return others > 0 ? text + "  and " + counted(others, "more pair") + "\n" : text;
   }
   if (!zone.singles.empty()) {
+    const auto lost = std::count_if(zone.singles.begin(), zone.singles.end(),
+                                    [](const Loss &loss) { return loss.what.front().starts_with("link "); });
+    if (report.isWhole() && report.head->links < static_cast<size_t>(lost) + 2) return "";  // there is no such pair
     return "\n" + noneText(report, "It can lose any pair of links, each of which it can lose alone.\n",
                            "any other pair of links that it cannot lose.\n");
   }

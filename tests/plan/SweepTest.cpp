@@ -61,6 +61,11 @@ TEST_F(SweepTest, AZoneIsTalliedInEachVrf) {
   }
   EXPECT_EQ(losses["default"], (std::set<std::string>{"link r1-r2", "link r2-r3", "router r1", "router r2"}));
   EXPECT_EQ(losses["blue"], (std::set<std::string>{"link blue", "router r1"}));
+  // In VRF default only one link is left that can be lost, in blue two.
+  sweep({});
+  const size_t blue = out_.find("\nZone 224.0.0.0/4 in VRF blue\n"), pairs = out_.find("It can lose any pair of links");
+  EXPECT_LT(blue, pairs) << out_;
+  EXPECT_NE(pairs, std::string::npos) << out_;
 }
 
 // There is no RP at all, whatever fails; but r3 and r4 can lose their BSR.
