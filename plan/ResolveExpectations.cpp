@@ -65,9 +65,13 @@ void Resolver::resolveExpectation(const ExpectText &text, const std::string &pat
   expectation.zone = text.zone.empty() ? Pax::allGroups(plan_.family) : prefixFrom(text.zone, path + "/zone");
   if (text.group.empty() == (expectation.kind == Kind::rp)) {
     error(path, text.group.empty() ? "needs a group" : "has no use for a group");
+  } else if (text.group.find('/') != std::string::npos) {
+    error(path + "/group", text.group + " is a range: give one group of it");
   } else if (!text.group.empty()) {
     expectation.group = prefixFrom(text.group, path + "/group").address();
   }
+  if (expectation.kind == Kind::rp && !text.zone.empty())
+    error(path, "has no use for a zone: the RP is that of the group");
   resolveTimes(text, path, expectation);
   resolveNodes(text.routers, path, expectation);
   const std::string &who = expectation.kind == Kind::rp ? text.rp : text.bsr;
@@ -128,7 +132,11 @@ void Resolver::resolveNodes(const std::vector<std::string> &texts, const std::st
     if (vrf == vrfs.end() || !name.interface.empty()) {
       error(at, vrf == vrfs.end() ? name.router + " has no VRF " + name.vrf : "a router has to be here, or ROUTER/VRF");
     } else {
-      expectation.nodes.push_back({*router, static_cast<size_t>(vrf - vrfs.begin())});
+      const Node node{*router, static_cast<size_t>(vrf - vrfs.begin())};
+      auto &nodes = expectation.nodes;
+      if (std::find(nodes.begin(), nodes.end(), node) != nodes.end())
+        error(at, plan_.nameOf(node) + " is listed twice");
+      nodes.push_back(node);
     }
   }
   if (expectation.named) return;

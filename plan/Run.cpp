@@ -57,7 +57,8 @@ RunOptions runOptionsFrom(const CommandLine::Values &given) {
     throw UsageError(error.what());
   }
   if (given.count("until") > 0) options.until = given["until"].as<double>();
-  if (options.until && !(*options.until > 0 && *options.until <= 1e8)) throw UsageError("--until needs seconds");
+  if (options.until && !(*options.until > 0 && *options.until <= 1e8))
+    throw UsageError("--until needs seconds, up to 100000000");
   if (given.count("ask") > 0) options.questions = given["ask"].as<std::vector<std::string>>();
   if (given.count("pictures") > 0) options.pictures = given["pictures"].as<std::string>();
   options.progress = given.count("progress") > 0;

@@ -218,7 +218,8 @@ TEST(Run, AZoneIsToldInEachVrf) {
 }
 
 TEST(Run, JsonHasALineForEachThing) {
-  const Ran ran = run(8, {"--json", "--ask", "r2 show rp 239.1.1.1 at 100", "--ask", "r1 show bsr"}, R"({"withoutBsr": 1, "from": 100})");
+  const Ran ran = run(8, {"--json", "--ask", "r2 show rp 239.1.1.1 at 100", "--ask", "r1 show bsr"},
+                      R"({"withoutBsr": 1, "from": 100})");
   EXPECT_EQ(ran.status, failed);
   std::map<std::string, std::vector<nlohmann::json>> byType;
   double last = 0;
