@@ -202,6 +202,16 @@ TEST(PlanFile, WhatIsOddIsToldAndTaken) {
                    "/events/2/address: 10.1.1.1 is an address of r2:lo at that time, too"}));
 }
 
+TEST(PlanFile, ThereIsTimeAfterTheLastEventAndTheLastStart) {
+  const auto durationWith = [](const std::string &members) {
+    return planFromText(R"({"routers": {"r1": {}, "r2": {"start": 50}, "r3": {"agent": "off"}}, )" + members + "}", "")
+        .plan.duration;
+  };
+  EXPECT_EQ(durationWith(R"("events": [])"), 350);
+  EXPECT_EQ(durationWith(R"("events": [{"at": 70, "crash": "r2"}, {"at": 60, "crash": "r1"}])"), 370);
+  EXPECT_EQ(durationWith(R"("expect": [{"at": 400, "bsr": "none"}])"), 400);
+}
+
 TEST(PlanFile, NamesAddressesAndConfigurationsAreFilledIn) {
   const ::Test::TemporaryDirectory directory;
   std::ofstream(directory.path() + "/own.json") << R"({"pim": {"default": {"interfaces": ["ge0"]}}})";
