@@ -185,7 +185,7 @@ void describe(Members &members, ExpectText &text) {
                  "hears of them from.");
   members.option("withoutBsr", text.withoutBsr, 0., secondsMost, "For no longer is a router without BSR.");
   members.option("withoutRp", text.withoutRp, 0., secondsMost, "For no longer has a router no RP.");
-  members.text("zone", text.zone, addressTexts(), "Of which zone; by default that of all groups.");
+  members.text("zone", text.zone, addressTexts(), "Of which zone, but of rp; by default that of all groups.");
   members.text("group", text.group, addressTexts(), "Of rp.");
   members.list("routers", text.routers, memberTexts(),
                "Of which routers, ROUTER or ROUTER/VRF; without any, of all that run, in the VRF \"default\".");
