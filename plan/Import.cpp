@@ -70,7 +70,7 @@ int importPlan(const Arguments &arguments, std::ostream &out, std::ostream &err)
   out << text;
   const LoadedPlan loaded = planFromText(text, "");
   tellFindings("error: ", loaded.findings.errors, "the plan", err);
-  return loaded.good() ? done : failed;
+  return loaded.good() ? done : refused;
 }
 
 }  // namespace Planning

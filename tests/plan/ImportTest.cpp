@@ -156,6 +156,19 @@ TEST(Import, WhatCannotBeUsedIsRefusedWithItsFile) {
   }
 }
 
+TEST(Import, WhatNoPlanCanHaveIsToldBesideThePlan) {
+  const ::Test::TemporaryDirectory directory;
+  const std::string file = directory.path() + "/r1.json";
+  std::ofstream(file)
+      << R"([{"vrf": "default", "interface": "eth 0", "address": "10.0.0.1", "mtu": 1500, "isDr": true}])";
+  std::ostringstream out, err;
+  EXPECT_EQ(program({"import", file}, out, err), refused);
+  EXPECT_NE(err.str().find("error: the plan:/routers/r1/interfaces/eth 0: \"eth 0\" is not an interface name"),
+            std::string::npos)
+      << err.str();
+  EXPECT_NE(out.str().find("10.0.0.1"), std::string::npos) << out.str();
+}
+
 // "r1:eth0 10.0.0.1 sees 10.0.0.2 10.0.0.3+10.0.9.3": an interface a line, of routers in their order; behind '+' are
 // the neighbor's other addresses.
 std::vector<SavedRouter> routersFrom(const Texts &lines) {
