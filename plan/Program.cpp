@@ -37,6 +37,13 @@ void printUsage(std::ostream &out) {
          "input is wrong.\n";
 }
 
+// The exit status, when all is written that was said.
+int ended(int status, std::ostream &out, std::ostream &err) {
+  if (out.flush() || status == refused) return status;
+  err << "pimbsr-sim: the output cannot be written\n";
+  return failed;
+}
+
 // What it says may be out of a foreign file.
 std::string printable(const std::exception &error) { return Routing::Pim::Bsr::EventLines::printable(error.what()); }
 
@@ -61,11 +68,11 @@ Plan planOf(const std::string &file, std::ostream &err) {
 int program(const Arguments &arguments, std::ostream &out, std::ostream &err) {
   if (arguments.empty() || arguments.front() == "--help" || arguments.front() == "help") {
     printUsage(arguments.empty() ? err : out);
-    return arguments.empty() ? refused : done;
+    return ended(arguments.empty() ? refused : done, out, err);
   }
   if (arguments.front() == "--version") {
     out << "pimbsr-sim " << PIMBSR_VERSION << '\n';
-    return done;
+    return ended(done, out, err);
   }
   const auto verb =
       std::find_if(verbs.begin(), verbs.end(), [&](const ProgramVerb &each) { return each.name == arguments.front(); });
@@ -74,10 +81,7 @@ int program(const Arguments &arguments, std::ostream &out, std::ostream &err) {
     return refused;
   }
   try {
-    const int status = verb->run({arguments.begin() + 1, arguments.end()}, out, err);
-    if (out.flush()) return status;
-    err << "pimbsr-sim: the output cannot be written\n";
-    return failed;
+    return ended(verb->run({arguments.begin() + 1, arguments.end()}, out, err), out, err);
   } catch (const UsageError &error) {
     err << "pimbsr-sim: " << printable(error) << "\nUsage: pimbsr-sim " << verb->name << (*verb->synopsis ? " " : "")
         << verb->synopsis << '\n';
