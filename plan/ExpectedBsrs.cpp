@@ -71,7 +71,9 @@ std::vector<std::string> expectBsrs(Draft &draft, const std::vector<SavedRouter>
       continue;
     }
     const std::string zone = entry.value.value("zone", toText(Pax::allGroups(family)));
-    notes.push_back("The BSR of " + zone + " was " + entry.value["bsr"].get<std::string>() +
+    const Json &nodes = entry.value["routers"];
+    notes.push_back("The BSR of " + zone + " was " + entry.value["bsr"].get<std::string>() + " at " +
+                    nodes[0].get<std::string>() + (nodes.size() > 1 ? " and others" : "") +
                     ", and nothing saved makes that a candidate within reach: it is not expected");
   }
   if (!kept.entries.empty()) draft.sections.push_back(std::move(kept));
