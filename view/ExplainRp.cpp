@@ -133,7 +133,7 @@ class RpExplanation {
   }
 
   void prefix(const Pax::IpGenPrefix &zone, const Pax::IpGenPrefix &group, const std::optional<Announced> &announced) {
-    const Pim::RpCandidate &rp = *rpSetOf(*view_.status, zone, group)->rp(rp_);
+    const auto rp = rpSetOf(*view_.status, zone, group)->rp(rp_);
     const auto bsr = view_.status->bootstrapRouter(zone);
     const auto published = view_.bsrSm ? view_.bsrSm->published().setOfOwner(zone, group) : nullptr;
     const bool inUse = published && published->rp(rp_);
@@ -141,17 +141,17 @@ class RpExplanation {
     Rows members{{"zone", toJson(zone)},
                  {"bsr", bsr ? toJson(bsr->ipAddr()) : nullptr},
                  {"group", toJson(group)},
-                 {"mode", toJson(rp.pimMode())},
-                 {"priority", toJson(rp.priority())},
-                 {"expires", secondsBetween(view_.now, rp.expires())},
+                 {"mode", toJson(rp->pimMode())},
+                 {"priority", toJson(rp->priority())},
+                 {"expires", secondsBetween(view_.now, rp->expires())},
                  {"published", inUse},
                  {"whyNotPublished", inUse ? Rows() : Rows(unused)}};
-    std::string text = sentence(group, " in zone ", zone, ", ", bsrOf(view_, zone), ": ", rp.pimMode(), ", priority ",
-                                rp.priority(), ", for ", durationBetween(view_.now, rp.expires()), " more; ",
+    std::string text = sentence(group, " in zone ", zone, ", ", bsrOf(view_, zone), ": ", rp->pimMode(), ", priority ",
+                                rp->priority(), ", for ", durationBetween(view_.now, rp->expires()), " more; ",
                                 inUse ? "in use" : "not in use, since " + unused);
     if (announced) {
-      const bool told = announced->lists(group, rp_, rp.pimMode());
-      const std::string untold = told ? "" : whyNotAnnounced(view_, zone, group, rp_, rp);
+      const bool told = announced->lists(group, rp_, rp->pimMode());
+      const std::string untold = told ? "" : whyNotAnnounced(view_, zone, group, rp_, *rp);
       members["announced"] = told;
       members["whyNotAnnounced"] = told ? Rows() : Rows(untold);
       text += told ? "; announced by our last message" : "; not announced, since " + untold;
@@ -168,9 +168,9 @@ class RpExplanation {
     for (const Rows &zone : row["zones"]) {
       const size_t ranges = row["groups"].size(), advertised = zone["groups"].size(), leftOut = zone["leftOut"].size();
       const std::string of = advertised == ranges ? "all of its" : sentence(advertised, " of its ", ranges);
-      std::string text = where + " advertises " + of + " ranges to " +
-                         (zone["bsr"].is_null() ? "nobody" : zone["bsr"].get<std::string>()) + ", the BSR of zone " +
-                         zone["zone"].get<std::string>();
+      std::string text = sentence(where, " advertises ", of, " ranges to ",
+                                  zone["bsr"].is_null() ? "nobody" : zone["bsr"].get<std::string>(),
+                                  ", the BSR of zone ", zone["zone"].get<std::string>());
       if (leftOut > 0) {
         text += sentence("; ", leftOut, leftOut == 1 ? " is" : " are");
         text += " left out, since an advertisement has room for 255 of a priority";

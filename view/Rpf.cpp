@@ -43,7 +43,8 @@ std::string whyNoRpf(const VrfView &view, const Pax::IpGenAddr &address) {
   std::string why;
   for (const NextHop &nextHop : answer.via) {
     const std::string part = whyNot(view, nextHop, answer.kind == RouteAnswer::Kind::connected);
-    why += (why.empty() ? "the route to " + to : ", or") + part;
+    why += why.empty() ? "the route to " + to : ", or";
+    why += part;
   }
   return why;
 }
