@@ -99,7 +99,7 @@ TEST_F(NetlinkMonitorTest, AfterLostEventsTheStatusIsThatOfTheKernelAgain) {
   std::string flood;
   for (int i = 0; i < 6000; ++i) {
     const std::string address = "10.2." + std::to_string(i / 250) + "." + std::to_string(i % 250 + 1) + "/32 dev a1\n";
-    flood += "addr add " + address + "addr del " + address;
+    flood.append("addr add ").append(address).append("addr del ").append(address);
   }
   // What is lost: an address that goes, an address that comes, an interface that goes, one that comes.
   ip("a",

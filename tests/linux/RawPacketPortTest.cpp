@@ -55,7 +55,8 @@ class RawPacketPortTest : public Test::NetnsTest, public ::testing::WithParamInt
     std::string make, first, second;
     for (int i = 0; i < links; ++i) {
       const std::string n = std::to_string(i);
-      make += "link add a" + n + " type veth peer name b" + n + " netns " + nameOf("b") + "\n";
+      make.append("link add a").append(n).append(" type veth peer name b").append(n);
+      make.append(" netns ").append(nameOf("b")).append("\n");
       first += setUp("a", n, "1");
       second += setUp("b", n, "2");
     }

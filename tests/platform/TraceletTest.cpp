@@ -50,8 +50,10 @@ TEST(TracesDeathTest, ABrokenInvariantIsALineOfTheTraceFileAndOnStandardError) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   const bool config = false;
   // The program that dies is this one, begun anew, which has the name of the file from its environment.
-  ::setenv("TRACELET_DEATH_TEST", ("tracelet-death-test-" + std::to_string(::getpid())).c_str(), 0);
-  const std::string name = ::getenv("TRACELET_DEATH_TEST");
+  constexpr const char *variable = "TRACELET_DEATH_TEST";
+  const char *const given = ::getenv(variable);
+  const std::string name = given ? given : "tracelet-death-test-" + std::to_string(::getpid());
+  ::setenv(variable, name.c_str(), 0);
   EXPECT_DEATH(
       {
         Tracelet::FileSink file("/tmp", name);
