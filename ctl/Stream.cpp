@@ -64,9 +64,8 @@ void Stream::take(const std::string &text) {
   if (!begun_ && !line.contains("error") && !begin(line)) return;
   listener_.line(text, line);
   if (!line.contains("error")) return;
-  const AgentError error = errorFrom(line);
-  if (!everBegun_) throw error;
-  lost(agent_.program + ": " + error.what());
+  if (!everBegun_) throw errorFrom(line);
+  lost(agent_.program + ": " + errorFrom(line).what());
 }
 
 bool Stream::begin(const Rows &greeting) {
