@@ -23,7 +23,7 @@ class NoRoutes : public Routing::RouteLookup {
   const Routing::RouteAnswer &lookup(const Pax::IpGenAddr &) override { return none_; }
 
  private:
-  const Routing::RouteAnswer none_;
+  const Routing::RouteAnswer none_{};
 };
 
 class NoPort : public Pim::IO::PacketPort {

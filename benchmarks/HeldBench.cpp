@@ -28,7 +28,7 @@ struct Router {
     for (uint32_t n = 0; n < zones; ++n) hear(message(n, 150));
   }
   Bsr::PimBsrSm &engine() const { return host.agent().containerSm("default")->bsrSm(); }
-  void hear(const Bsm &bsm) {
+  void hear(const Bsm &bsm) const {
     Bsr::PimBsmStatus &status = *engine().bsmStatus();
     status.firstGroupIs(bsm->groupData().front());
     status.rxBsmIs(nullptr);

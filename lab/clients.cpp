@@ -1,5 +1,6 @@
 // Clients of a control socket: a crowd that behaves badly, or one that asks all the time.
 #include <boost/program_options.hpp>
+#include <cmath>
 #include <csignal>
 #include <iostream>
 #include <optional>
@@ -73,7 +74,7 @@ void ask(const Arguments &arguments) {
   }
   const Prober::Counts &counts = prober.counts();
   std::cout << counts.asked << ' ' << counts.wrong << ' ' << counts.unanswered << ' '
-            << static_cast<int>(counts.longest * 1000 + 0.5) << std::endl;
+            << std::lround(counts.longest * 1000) << std::endl;
 }
 
 void crowd(const Arguments &arguments, const Behavior &behavior) {

@@ -9,8 +9,6 @@ namespace Test {
 namespace {
 
 using namespace Routing::Pim;
-using IO::HelloSpeaker;
-using Packet::HelloMessage;
 using Router = HelloRouter;
 
 TEST(HelloSpeakerTest, theInterfaceIsInStatusWhileConfiguredUpAndAddressed) {
